@@ -1,0 +1,147 @@
+/**
+ * @file
+ * Controls of the virtual platform.
+ *
+ * The virtual platform provides the six functions that the library expects of a switch (service
+ * transport, card configuration, register map) on any Linux machine. Its driver service keeps what
+ * is written and answers with it; these controls are for what a real switch does by itself: which
+ * card is plugged in, what fails, what traffic passes, and who watches.
+ *
+ *     vp_fail_next_call(ETIMEDOUT);
+ *     syserr_t err = lib_mrv_asic_read(...);   // 0x82230000 | ETIMEDOUT
+ *
+ * The virtual switch has one module's worth of state for each module 0 to 3, one ASIC (number 0) on
+ * each, 32 host ports (type HIF) and 8 network ports (type NIF). Its state is one per process,
+ * starts empty, and belongs to one thread at a time.
+ */
+#ifndef VIRTUAL_PLATFORM_H
+#define VIRTUAL_PLATFORM_H
+
+#include <stdint.h>
+
+#include "platform/card_config.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Puts everything back: the plain card, an empty ASIC, no fault pending, nobody watching. */
+void vp_reset(void);
+
+/**
+ * Plugs in another card.
+ *
+ * @param device_type what cardcfg_get_real_asic_type answers; at the start 7, a Morvane
+ * @param sw_card_id  what cardcfg_card_get_sw_card_id answers; at the start 1
+ */
+void vp_set_card(uint32_t device_type, uint16_t sw_card_id);
+
+/** The software identifier of the card that is plugged in. */
+uint16_t vp_sw_card_id(void);
+
+/**
+ * Makes the next service call fail: it returns -1 and reaches no driver.
+ *
+ * @param error_number what errno is then
+ */
+void vp_fail_next_call(int error_number);
+
+/**
+ * Makes the next service call return a result of its own, and reach no driver.
+ *
+ * @param result the result; 0 claims a success that did not happen
+ */
+void vp_answer_next_call(int result);
+
+/**
+ * Makes the next successful answer to a run of words carry another number of words than it has.
+ *
+ * @param num the number in the answer
+ */
+void vp_answer_next_num(uint32_t num);
+
+/** A service call as a watcher sees it. */
+typedef struct vp_call {
+  uint32_t case_code; /**< the case code */
+  uint32_t driver_id; /**< the driver identifier of the case record */
+  const void
+      *record; /**< the record, length bytes; before the call the request, after it the answer */
+  uint32_t length;  /**< length of the record in bytes */
+  int result;       /**< after the call: its result */
+  int error_number; /**< after the call: errno where the result is negative, else 0 */
+} vp_call;
+
+/** When a watcher is told of a call. */
+typedef enum vp_phase { VP_CALL_SENT, VP_CALL_ANSWERED } vp_phase;
+
+/** Told of each service call, before and after. */
+typedef void (*vp_watcher)(vp_phase phase, const vp_call *call, void *user);
+
+/**
+ * Sets the one watcher of service calls, or none.
+ *
+ * @param watcher the function to tell; null for none
+ * @param user    handed to it each time
+ */
+void vp_watch(vp_watcher watcher, void *user);
+
+/** Which way traffic flows through the port. */
+typedef enum vp_direction { VP_N2H, VP_H2N } vp_direction;
+
+/** Traffic of one class in one direction. */
+typedef struct vp_traffic {
+  vp_direction direction; /**< which way it flows */
+  uint32_t traffic_class; /**< its class, 0 to 7 */
+  uint64_t frames;        /**< frames that arrive */
+  uint64_t excess;        /**< how many of them find the queue full, at most frames */
+} vp_traffic;
+
+/**
+ * Lets traffic pass through a port.
+ *
+ * Every frame counts as a write received, every frame that leaves as a read sent. Excess frames are
+ * held back by priority flow control where their class is in the no-drop map, else by pause frames
+ * where link pause is enabled on the port; otherwise they are dropped, and the drop counter of
+ * their direction and class says so (in the row of full queues, row 0).
+ *
+ * @param module    module number, 0 to 3
+ * @param asic      ASIC number, 0
+ * @param port_type ::CARDCFG_PORT_TYPE_NIF or ::CARDCFG_PORT_TYPE_HIF
+ * @param port      port number within its type
+ * @param traffic   the traffic
+ * @retval 0      counted
+ * @retval ENXIO  the ASIC lacks the port
+ * @retval EINVAL the traffic has no such class or direction, or more excess than frames
+ */
+int vp_add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
+                   const vp_traffic *traffic);
+
+/** What commands have left on an ASIC. */
+typedef struct vp_asic_state {
+  uint8_t nodrop_class_map;    /**< the no-drop class map, a bit a class */
+  uint16_t sp_timer;           /**< the SP timer, as last programmed */
+  uint32_t drop_clears;        /**< how often all drop counters were cleared */
+  uint32_t sfp_failures;       /**< how many failed SFP validations were reported */
+  uint32_t last_sfp_port_type; /**< port type of the last of them */
+  uint32_t last_sfp_port;      /**< port number of the last of them */
+} vp_asic_state;
+
+/**
+ * Shows what commands have left on an ASIC.
+ *
+ * @param module module number, 0 to 3
+ * @param asic   ASIC number, 0
+ * @param state  receives it
+ * @retval 0     shown
+ * @retval ENXIO there is no such ASIC
+ */
+int vp_asic_show(uint32_t module, uint32_t asic, vp_asic_state *state);
+
+/** The number of ports of a type: 32 host ports, 8 network ports, none of any other type. */
+uint32_t vp_port_count(cardcfg_port_type_t port_type);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
