@@ -39,6 +39,9 @@
 extern "C" {
 #endif
 
+/* The interface stays visible when it is built with hidden visibility. */
+#pragma GCC visibility push(default)
+
 /** Driver identifier of the Morvane: the asic_type of lib_mrv_asic_init. */
 #define KEL_ASIC_DRIVER_MORVANE UINT32_C(236)
 
@@ -1005,6 +1008,8 @@ syserr_t lib_mrv_asic_prog_sp_timer(cardcfg_module_id_t module, cardcfg_dev_id_t
 syserr_t lib_mrv_asic_clear_all_drop_counters(void);
 
 /** @} */
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,126 @@
+// Initialisation, the conversions of the ASIC type, and the table of blocks.
+#include <cerrno>
+#include <cstdlib>
+
+#include "kel_asic_lib_private.h"
+#include "platform/card_config.h"
+#include "request_buffer.h"
+#include "trace_log.h"
+
+kel_asic_lib_context_t lib_ctx;
+unsigned int lib_init_done;
+
+namespace {
+
+constexpr uint32_t first_buffer_size = request_size(2048);
+
+struct block_row {
+  uint32_t registers;                      // virtual registers of the block
+  uint32_t kel_asic_limits_t::*instances;  // the limit that counts its instances
+};
+
+// By block number. The limits stand in an order of their own.
+constexpr block_row blocks[KEL_ASIC_NUM_BLK] = {
+    {KEL_ASIC_SS_NUM_ENUM, &kel_asic_limits_t::max_ss},
+    {KEL_ASIC_HR_NUM_ENUM, &kel_asic_limits_t::max_hr},
+    {KEL_ASIC_NR_NUM_ENUM, &kel_asic_limits_t::max_nr},
+    {KEL_ASIC_HI_NUM_ENUM, &kel_asic_limits_t::max_hi},
+    {KEL_ASIC_NI_NUM_ENUM, &kel_asic_limits_t::max_ni},
+    {KEL_ASIC_SI_NUM_ENUM, &kel_asic_limits_t::max_si},
+    {KEL_ASIC_HF_NUM_ENUM, &kel_asic_limits_t::max_hf},
+    {KEL_ASIC_NF_NUM_ENUM, &kel_asic_limits_t::max_nf},
+    {KEL_ASIC_CI_NUM_ENUM, &kel_asic_limits_t::max_ci},
+    {KEL_ASIC_BI_NUM_ENUM, &kel_asic_limits_t::max_bi},
+    {KEL_ASIC_CC_NUM_ENUM, &kel_asic_limits_t::max_cc},
+    {KEL_ASIC_PC_NUM_ENUM, &kel_asic_limits_t::max_pc},
+    {KEL_ASIC_RS_EDMA_NUM_ENUM, &kel_asic_limits_t::max_rs_edma},
+    {KEL_ASIC_RS_PCIE_NUM_ENUM, &kel_asic_limits_t::max_rs_pcie},
+    {KEL_ASIC_MISC_NUM_ENUM, &kel_asic_limits_t::max_misc},
+    {KEL_ASIC_CH_NUM_ENUM, &kel_asic_limits_t::max_ch},
+    {KEL_ASIC_MB_NUM_ENUM, &kel_asic_limits_t::max_mb},
+    {KEL_ASIC_QS_NUM_ENUM, &kel_asic_limits_t::max_qs},
+    {KEL_ASIC_XL_NUM_ENUM, &kel_asic_limits_t::max_xl},
+};
+
+uint32_t card_asic_type(slot_num_t slot) {
+  // A query that fails leaves the output alone, so it starts as no Morvane.
+  uint32_t dev_type = CARDCFG_DEV_TYPE_MAX;
+  cardcfg_get_real_asic_type(slot, 0, &dev_type);
+  return kel_get_asic_type(dev_type);
+}
+
+// Fills slot 0 behind what the register map has written, and allocates the request buffer.
+syserr_t fill_slot(kel_asic_specific_context_t &slot) {
+  slot.asic_type = KEL_ASIC_DRIVER_MORVANE;
+  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
+    slot.max_reg[block] = blocks[block].registers;
+    slot.max_inst[block] = slot.limits.*blocks[block].instances;
+  }
+  slot.base_table = kel_asic_get_all_base_table(slot.asic_ver);
+  slot.reg_table = kel_asic_get_all_reg_table(slot.asic_ver);
+
+  lib_ctx.buf_size = first_buffer_size;
+  lib_ctx.p_params = static_cast<kel_asic_reg_access_params_t *>(std::calloc(1, first_buffer_size));
+  if (lib_ctx.p_params == nullptr) {
+    const int error = errno;
+    KEL_TRACE('l', 0, "LIB: Failed to allocate DHS data buffer: errno = %d (%x)\n", error,
+              static_cast<unsigned>(error));
+    return KEL_ASIC_SYSERR_NO_BUFFER;
+  }
+  KEL_TRACE('l', 0, "LIB: DHS data buffer size: %d \n", static_cast<int>(lib_ctx.buf_size));
+  return 0;
+}
+
+}  // namespace
+
+const char *const kel_asic_blk_names[KEL_ASIC_NUM_BLK] = {
+    "SS", "HR", "NR",     "HI",     "NI",   "SI", "HF", "NF", "CI", "BI",
+    "CC", "PC", "RSEDMA", "RSPCIE", "MISC", "CH", "MB", "QS", "XL"};
+
+char *kel_get_driver_string(uint32_t asic_type) {
+  const char *text = asic_type == KEL_ASIC_DRIVER_MORVANE ? "Morvane" : "BAD ASIC type";
+  return const_cast<char *>(text);
+}
+
+uint32_t kel_get_asic_type(uint32_t asic_type) {
+  return asic_type == CARDCFG_DEV_TYPE_MORVANE ? KEL_ASIC_DRIVER_MORVANE
+                                               : uint32_t{CARDCFG_DEV_TYPE_MAX};
+}
+
+uint32_t kel_get_cardcfg_asic_type(uint32_t asic_type) {
+  return asic_type == KEL_ASIC_DRIVER_MORVANE ? CARDCFG_DEV_TYPE_MORVANE : CARDCFG_DEV_TYPE_MAX;
+}
+
+syserr_t lib_mrv_asic_init(slot_num_t slot, uint32_t asic_type, uint32_t context, char *file,
+                           int line, const char *func) {
+  uint16_t sw_card_id = 0;
+  cardcfg_card_get_sw_card_id(slot, &sw_card_id);
+  if (lib_init_done != 0) {
+    KEL_TRACE('l', 0, "LIB: init already done. asic_typ=%s <%d>\n",
+              kel_get_driver_string(asic_type), static_cast<int>(asic_type));
+    return 0;
+  }
+
+  lib_ctx = {};
+  lib_ctx.driver_id = asic_type;
+  lib_ctx.debug_enable = static_cast<uint32_t>(kel_check_lib_debug());
+  if (trace_enabled() && !trace_open(func))
+    return KEL_ASIC_SYSERR_NO_TRACE_LOG;
+
+  kel_asic_specific_context_t &slot0 = lib_ctx.asic_specific[0];
+  syserr_t syserr = SYSERR_KEL_ASIC_INVALID_ARG;
+  const uint32_t type = card_asic_type(slot);
+  const bool is_morvane = type == KEL_ASIC_DRIVER_MORVANE;
+  if (is_morvane)
+    syserr =
+        morvane_lib_init(&slot0.funcs, &slot0.limits, &slot0.asic_ver, context, file, line, func);
+  KEL_TRACE('l', 0, "LIB: init %s <%d>: syserr = %d (%x)\n",
+            is_morvane ? "morvane" : "BAD ASIC type", static_cast<int>(type),
+            static_cast<int>(syserr), syserr);
+  if (syserr == 0 && fill_slot(slot0) != 0)
+    return KEL_ASIC_SYSERR_NO_BUFFER;
+
+  // Also after a failure: the card will not change, and an empty slot refuses every address.
+  lib_init_done = 1;
+  return syserr;
+}

@@ -1,0 +1,79 @@
+// The register address: its checks and its translation, one place for all operations.
+#ifndef REG_ADDRESS_H
+#define REG_ADDRESS_H
+
+#include "kel_asic_lib_private.h"
+
+#pragma GCC visibility push(hidden)
+
+// The predicates. All compare as unsigned, so that a negative number is as bad as a large one.
+// Those with an asic_id are called only behind valid_asic, those with a block only behind
+// valid_block.
+inline bool valid_module(int module) {
+  return static_cast<uint32_t>(module) <= 3;
+}
+
+inline bool valid_asic(kel_asic_num_t asic) {
+  return asic < kel_asic_slots && asic <= lib_ctx.asic_specific[asic].limits.max_asic;
+}
+
+inline bool valid_block(kel_asic_blk_t blk) {
+  return blk < KEL_ASIC_NUM_BLK;
+}
+
+inline bool valid_instance(kel_asic_num_t asic_id, kel_asic_blk_t blk, uint32_t inst) {
+  return inst < lib_ctx.asic_specific[asic_id].max_inst[blk];
+}
+
+inline bool valid_register_address(kel_asic_num_t asic_id, kel_asic_blk_t blk,
+                                   kel_asic_reg_t vreg) {
+  return vreg < lib_ctx.asic_specific[asic_id].max_reg[blk];
+}
+
+inline bool valid_hif(kel_asic_num_t asic_id, uint32_t hif_idx) {
+  return hif_idx < lib_ctx.asic_specific[asic_id].limits.max_hi;
+}
+
+inline bool valid_nif(kel_asic_num_t asic_id, uint32_t nif_idx) {
+  return nif_idx < lib_ctx.asic_specific[asic_id].limits.max_ni;
+}
+
+// A symbolic address as the caller gave it, but for the module.
+struct symbolic_address {
+  kel_asic_num_t asic;
+  kel_asic_blk_t block;
+  uint32_t instance;
+  kel_asic_reg_t vreg;
+};
+
+struct real_address {
+  uint32_t base;        // of the block instance
+  kel_asic_reg_t rreg;  // of the register
+};
+
+// In this order: each check reads a table by what the one before has accepted.
+inline bool valid_address(const symbolic_address &address) {
+  return valid_asic(address.asic) && valid_block(address.block) &&
+         valid_instance(address.asic, address.block, address.instance) &&
+         valid_register_address(address.asic, address.block, address.vreg);
+}
+
+// Says in the trace that a virtual register names no register.
+__attribute__((cold, noinline)) void trace_invalid_vreg(const symbolic_address &address);
+
+// Translates an address that valid_address has accepted. False for a hole, which the trace tells.
+inline bool translate_address(const symbolic_address &address, real_address *real) {
+  const kel_asic_specific_context_t &slot = lib_ctx.asic_specific[address.asic];
+  const uint32_t offset = slot.reg_table[address.block][address.vreg];
+  if (offset == KEL_ASIC_NO_REGISTER) {
+    trace_invalid_vreg(address);
+    return false;
+  }
+  real->base = slot.base_table[address.block][address.instance];
+  real->rreg = real->base + offset;
+  return true;
+}
+
+#pragma GCC visibility pop
+
+#endif

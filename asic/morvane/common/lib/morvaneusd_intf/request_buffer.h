@@ -1,0 +1,23 @@
+// The one request buffer of all multi-word requests, and the rule by which it grows.
+#ifndef REQUEST_BUFFER_H
+#define REQUEST_BUFFER_H
+
+#include "service_call.h"
+
+#pragma GCC visibility push(hidden)
+
+// The longest run whose request has a 32-bit size.
+constexpr uint64_t max_request_words = (UINT32_MAX - request_header_size) / sizeof(uint32_t);
+
+constexpr uint32_t request_size(uint32_t words) {
+  return request_header_size + static_cast<uint32_t>(sizeof(uint32_t)) * words;
+}
+
+// Makes room for a request of that many words, at most max_request_words: grows the buffer to the
+// exact size where it is too small, and never shrinks it. False when it cannot grow; the old buffer
+// stays.
+bool reserve_request(const char *operation, uint32_t words);
+
+#pragma GCC visibility pop
+
+#endif
