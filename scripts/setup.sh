@@ -1,0 +1,59 @@
+# What the scripts share: installing missing packages, and building a preset. To be sourced.
+# shellcheck shell=sh
+
+root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
+
+build_packages="g++-multilib cmake ninja-build googletest libcli11-dev nlohmann-json3-dev"
+# For the checks alone.
+check_packages="clang clang-format clang-tidy libclang-rt-14-dev"
+
+# missing_packages PACKAGE...: those that are not installed.
+missing_packages() {
+  for package in "$@"; do
+    dpkg-query -W -f '${Status}\n' "$package" 2>/dev/null | grep -q 'ok installed' ||
+      printf '%s ' "$package"
+  done
+}
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    env DEBIAN_FRONTEND=noninteractive "$@"
+  else
+    sudo env DEBIAN_FRONTEND=noninteractive "$@"
+  fi
+}
+
+# install_packages PACKAGE...: installs what is missing; quick when nothing is.
+install_packages() {
+  missing=$(missing_packages "$@")
+  [ -n "$missing" ] || return 0
+  if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
+    echo "$0: these packages are missing, and installing them needs root:" >&2
+    echo "  apt-get install $missing" >&2
+    exit 1
+  fi
+  echo "Installing: $missing" >&2
+  # One index that cannot be fetched need not matter; a package that cannot be installed does.
+  as_root apt-get -q update >&2 || echo "$0: apt-get update ended with an error; going on" >&2
+  # shellcheck disable=SC2086  # a list of names
+  as_root apt-get -q install -y --no-install-recommends $missing >&2 && return 0
+  for package in $missing; do
+    as_root apt-get -q install -y --no-install-recommends "$package" >&2 || {
+      echo "$0: cannot install package $package" >&2
+      exit 1
+    }
+  done
+}
+
+# build_preset PRESET [CMAKE-ARGUMENT...]: configures once and builds; says nothing unless it fails.
+build_preset() {
+  preset=$1
+  shift
+  log=$root/build/$preset.log
+  mkdir -p "$root/build"
+  (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset") >"$log" 2>&1 || {
+    cat "$log" >&2
+    echo "$0: building preset $preset failed" >&2
+    exit 1
+  }
+}
