@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr kel_asic_reg_t hole = 26;  // of block HR
-
 std::vector<const kel_asic_reg_t *> base_pointers, reg_pointers;
 std::vector<std::vector<kel_asic_reg_t>> bases, offsets;
 
@@ -31,10 +29,12 @@ void build_tables() {
     for (uint32_t instance = 0; instance < 64; ++instance)
       base.push_back(fake_base(static_cast<kel_asic_blk_t>(block), instance));
     for (uint32_t vreg = 0; vreg < counts[block]; ++vreg)
-      offset.push_back(block == KEL_ASIC_BLK_HR && vreg == hole ? KEL_ASIC_NO_REGISTER : 8 * vreg);
+      offset.push_back(8 * vreg);
     bases.push_back(base);
     offsets.push_back(offset);
   }
+  for (const auto &[block, vreg] : fake().holes)
+    offsets[block][vreg] = KEL_ASIC_NO_REGISTER;
   for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
     base_pointers.push_back(bases[block].data());
     reg_pointers.push_back(offsets[block].data());
@@ -94,6 +94,26 @@ std::vector<uint32_t> sent_call::words() const {
   return result;
 }
 
+std::vector<uint32_t> sent_call::header() const {
+  std::vector<uint32_t> result(sizeof(kel_asic_reg_access_params_t) / 4);
+  const kel_asic_reg_access_params_t record = request();
+  std::memcpy(result.data(), &record, sizeof record);
+  return result;
+}
+
+std::vector<uint32_t> request_header(kel_asic_access_type_t type, int module, uint32_t asic,
+                                     uint32_t addr, uint32_t data, uint32_t mask, uint32_t num,
+                                     const char *func, uint32_t line, const char *file,
+                                     uint32_t context) {
+  kel_asic_reg_access_params_t record = {type, module, asic, addr, data, mask, num, {}};
+  record.info.userdata = context;
+  record.info.line = line;
+  std::string(func).copy(record.info.func, sizeof record.info.func - 1);
+  std::string(file).copy(record.info.file, sizeof record.info.file - 1);
+  const auto *bytes = reinterpret_cast<const uint8_t *>(&record);
+  return sent_call{0, 0, sizeof record, {bytes, bytes + sizeof record}}.header();
+}
+
 fake_platform::fake_platform() {
   uint32_t counts[sizeof limits / sizeof(uint32_t)];
   for (uint32_t &count : counts)
@@ -135,6 +155,7 @@ libc_faults &faults() {
 
 void libc_faults::arm() {
   callocs = reallocs = fopens = fseeks = 0;
+  outputs.clear();
   armed = true;
 }
 
@@ -181,6 +202,30 @@ std::vector<std::string> trace_lines() {
   for (std::string line; std::getline(rest, line);)
     lines.push_back(line.size() > 27 ? line.substr(27) : line);
   return lines;
+}
+
+std::string enter_line(const std::string &operation) {
+  return "|t|  0 |   : " + operation + ": Enter";
+}
+
+std::string exit_line(const std::string &operation) {
+  return "|t|  0 |   : " + operation + ": Exit";
+}
+
+std::string detail_line(uint32_t number, const std::string &message) {
+  return "|l|  " + std::to_string(number) + " |   : " + message;
+}
+
+std::string enter_line(const std::string &operation) {
+  return "|t|  0 |   : " + operation + ": Enter";
+}
+
+std::string exit_line(const std::string &operation) {
+  return "|t|  0 |   : " + operation + ": Exit";
+}
+
+std::string detail_line(const std::string &message, int number) {
+  return "|l|  " + std::to_string(number) + " |   : " + message;
 }
 
 extern "C" {
@@ -264,6 +309,20 @@ int fseek(FILE *stream, long offset, int whence) {
     return -1;
   }
   return real_fseek(stream, offset, whence);
+}
+
+int puts(const char *text) {
+  static const auto real_puts = real<int (*)(const char *)>("puts");
+  if (faults().armed)
+    faults().outputs.emplace_back("puts");
+  return real_puts(text);
+}
+
+int fputs(const char *text, FILE *stream) {
+  static const auto real_fputs = real<int (*)(const char *, FILE *)>("fputs");
+  if (faults().armed)
+    faults().outputs.emplace_back("fputs");
+  return real_fputs(text, stream);
 }
 
 }  // extern "C"

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kel_asic_intf.h"
@@ -30,6 +31,8 @@ struct sent_call {
     return record;
   }
   kel_asic_reg_access_params_t request() const { return as<kel_asic_reg_access_params_t>(); }
+  // All bytes of the header of a register request, as words: see request_header().
+  std::vector<uint32_t> header() const;
   // The data words behind the header of a register request.
   std::vector<uint32_t> words() const;
 };
@@ -45,6 +48,7 @@ struct fake_platform {
   syserr_t map_result = 0;
   kel_asic_limits_t limits;
   int (*hook)(kel_asic_blk_t, kel_asic_reg_t, uint32_t) = nullptr;
+  std::vector<std::pair<kel_asic_blk_t, kel_asic_reg_t>> holes = {{KEL_ASIC_BLK_HR, 26}};
 
   // The service: answers in the record; the default changes nothing and succeeds.
   std::function<int(uint32_t case_code, void *record, uint32_t length)> answer;
@@ -71,6 +75,7 @@ struct libc_faults {
   unsigned callocs = 0, reallocs = 0, fopens = 0, fseeks = 0;  // counted since arm()
   bool marker_file = false;                                    // /bootflash/kel_lib_debug is there
   const char *log_path = nullptr;                              // opened in place of the log file
+  std::vector<std::string> outputs;  // "puts" and "fputs" in the order of the calls since arm()
   bool armed = false;
 
   void arm();
@@ -87,11 +92,25 @@ syserr_t initialise_with_trace();
 // What the log file of this process has got since the last call: the lines without their date and
 // time, from the level on, such as "|t|  0 |   : lib_mrv_asic_read: Enter".
 std::vector<std::string> trace_lines();
+// Such lines, as a test expects them.
+std::string enter_line(const std::string &operation);
+std::string exit_line(const std::string &operation);
+std::string detail_line(uint32_t number, const std::string &message);
+// The lines that it can give: the two of an operation's level, and a detail line.
+std::string enter_line(const std::string &operation);
+std::string exit_line(const std::string &operation);
+std::string detail_line(const std::string &message, int number = 0);
 // The log file as it stands, to the byte.
 std::string log_text();
 std::string log_path();
 
 // A caller's identification as the operations take it: context, file, line, func.
 #define CALLER 0x51u, const_cast<char *>("client.c"), 42, "client"
+
+// The header of a register request as it should arrive, to the byte; by default from CALLER.
+std::vector<uint32_t> request_header(kel_asic_access_type_t type, int module, uint32_t asic,
+                                     uint32_t addr, uint32_t data, uint32_t mask, uint32_t num,
+                                     const char *func = "client", uint32_t line = 42,
+                                     const char *file = "client.c", uint32_t context = 0x51);
 
 #endif
