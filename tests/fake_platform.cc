@@ -213,19 +213,7 @@ std::string exit_line(const std::string &operation) {
 }
 
 std::string detail_line(uint32_t number, const std::string &message) {
-  return "|l|  " + std::to_string(number) + " |   : " + message;
-}
-
-std::string enter_line(const std::string &operation) {
-  return "|t|  0 |   : " + operation + ": Enter";
-}
-
-std::string exit_line(const std::string &operation) {
-  return "|t|  0 |   : " + operation + ": Exit";
-}
-
-std::string detail_line(const std::string &message, int number) {
-  return "|l|  " + std::to_string(number) + " |   : " + message;
+  return "|l|  " + std::to_string(static_cast<int>(number)) + " |   : " + message;
 }
 
 extern "C" {

@@ -96,10 +96,6 @@ std::vector<std::string> trace_lines();
 std::string enter_line(const std::string &operation);
 std::string exit_line(const std::string &operation);
 std::string detail_line(uint32_t number, const std::string &message);
-// The lines that it can give: the two of an operation's level, and a detail line.
-std::string enter_line(const std::string &operation);
-std::string exit_line(const std::string &operation);
-std::string detail_line(const std::string &message, int number = 0);
 // The log file as it stands, to the byte.
 std::string log_text();
 std::string log_path();
