@@ -13,6 +13,23 @@
  * The virtual switch has one module's worth of state for each module 0 to 3, one ASIC (number 0) on
  * each, 32 host ports (type HIF) and 8 network ports (type NIF). Its state is one per process,
  * starts empty, and belongs to one thread at a time.
+ *
+ * A call that the switch refuses returns -1 with one of these in errno, and changes nothing; a
+ * transaction with one entry to refuse is not applied at all.
+ *
+ * | errno    | What is refused                                                                |
+ * |----------|--------------------------------------------------------------------------------|
+ * | EFAULT   | a null record; an address, be it one of a run, that no register has            |
+ * | ENODEV   | a driver identifier other than 236                                             |
+ * | ENOSYS   | a case code that the service does not know                                     |
+ * | EMSGSIZE | a length that does not match the record, or has no room for its words          |
+ * | EINVAL   | a request type of another case, a number of entries outside 0 to 512, an SP    |
+ * |          | timer above 65535                                                              |
+ * | ENXIO    | a module, ASIC or port that the switch lacks                                   |
+ *
+ * A command address is a command in a plain write and in a transaction entry for the whole
+ * register; nowhere else does a register have it. Each table register has an address range of its
+ * own with room for all its entries, and a run that leaves it meets an address without a register.
  */
 #ifndef VIRTUAL_PLATFORM_H
 #define VIRTUAL_PLATFORM_H
@@ -20,6 +37,7 @@
 #include <stdint.h>
 
 #include "platform/card_config.h"
+#include "platform/fixed_enum.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -40,21 +58,24 @@ void vp_set_card(uint32_t device_type, uint16_t sw_card_id);
 uint16_t vp_sw_card_id(void);
 
 /**
- * Makes the next service call fail: it returns -1 and reaches no driver.
+ * Makes the next service call fail: it returns -1 and reaches no driver. Where failures and answers
+ * wait already, it is the first call behind those, each of which takes one call.
  *
  * @param error_number what errno is then
  */
 void vp_fail_next_call(int error_number);
 
 /**
- * Makes the next service call return a result of its own, and reach no driver.
+ * Makes the next service call return a result of its own, and reach no driver. It waits its turn
+ * like ::vp_fail_next_call.
  *
- * @param result the result; 0 claims a success that did not happen
+ * @param result the result; 0 claims a success that did not happen, below 0 comes with errno EIO
  */
 void vp_answer_next_call(int result);
 
 /**
- * Makes the next successful answer to a run of words carry another number of words than it has.
+ * Makes the next successful answer to a read of a run of words carry another number of words than
+ * it has. The words themselves stay as they are.
  *
  * @param num the number in the answer
  */
@@ -63,18 +84,21 @@ void vp_answer_next_num(uint32_t num);
 /** A service call as a watcher sees it. */
 typedef struct vp_call {
   uint32_t case_code; /**< the case code */
-  uint32_t driver_id; /**< the driver identifier of the case record */
-  const void
-      *record; /**< the record, length bytes; before the call the request, after it the answer */
-  uint32_t length;  /**< length of the record in bytes */
-  int result;       /**< after the call: its result */
-  int error_number; /**< after the call: errno where the result is negative, else 0 */
+  uint32_t driver_id; /**< the driver identifier of the case record; 0 where that is null */
+  const void *record; /**< the record, length bytes; before the call the request, after it the
+                         answer; null where the caller gave none */
+  uint32_t length;    /**< length of the record in bytes */
+  int result;         /**< after the call: its result */
+  int error_number;   /**< after the call: errno where the result is negative, else 0 */
 } vp_call;
 
 /** When a watcher is told of a call. */
-typedef enum vp_phase { VP_CALL_SENT, VP_CALL_ANSWERED } vp_phase;
+typedef enum vp_phase KEL_ENUM32 { VP_CALL_SENT, VP_CALL_ANSWERED } vp_phase;
 
-/** Told of each service call, before and after. */
+/**
+ * Told of each service call, before and after, also of those that fail or are answered by order of
+ * the controls.
+ */
 typedef void (*vp_watcher)(vp_phase phase, const vp_call *call, void *user);
 
 /**
@@ -86,7 +110,7 @@ typedef void (*vp_watcher)(vp_phase phase, const vp_call *call, void *user);
 void vp_watch(vp_watcher watcher, void *user);
 
 /** Which way traffic flows through the port. */
-typedef enum vp_direction { VP_N2H, VP_H2N } vp_direction;
+typedef enum vp_direction KEL_ENUM32 { VP_N2H, VP_H2N } vp_direction;
 
 /** Traffic of one class in one direction. */
 typedef struct vp_traffic {
@@ -104,6 +128,20 @@ typedef struct vp_traffic {
  * where link pause is enabled on the port; otherwise they are dropped, and the drop counter of
  * their direction and class says so (in the row of full queues, row 0).
  *
+ * What is held back leaves all the same before the call returns, so that no XOFF state remains:
+ *
+ * | Excess frames     | Counters of the port, with class c                                    |
+ * |-------------------|-----------------------------------------------------------------------|
+ * | any, or none      | wr_rcvd_cnt[c] and rd_sent_cnt[c] rise by the frames                  |
+ * | held back by PFC  | tx_pfc_xoff_cnt[c] rises by 1, tx_pfc_cnt by 2 (an XOFF and an XON)   |
+ * | held back by pause| tx_xoff_cnt and tx_xon_cnt rise by 1                                  |
+ * | dropped           | rd_sent_cnt[c] rises by that many fewer; wr_discard_cnt and           |
+ * |                   | n2h_drops[0][c] or h2n_drops[0][c] rise by that many                  |
+ *
+ * A clear of the statistics zeroes all of them and leaves flow_ctrl, which is the port's link pause
+ * (1 enabled, 0 disabled). A clear of the drop counters zeroes n2h_drops and h2n_drops alone, on
+ * every port of its ASIC.
+ *
  * @param module    module number, 0 to 3
  * @param asic      ASIC number, 0
  * @param port_type ::CARDCFG_PORT_TYPE_NIF or ::CARDCFG_PORT_TYPE_HIF
@@ -112,6 +150,7 @@ typedef struct vp_traffic {
  * @retval 0      counted
  * @retval ENXIO  the ASIC lacks the port
  * @retval EINVAL the traffic has no such class or direction, or more excess than frames
+ * @retval EFAULT traffic is null
  */
 int vp_add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
                    const vp_traffic *traffic);
@@ -132,8 +171,9 @@ typedef struct vp_asic_state {
  * @param module module number, 0 to 3
  * @param asic   ASIC number, 0
  * @param state  receives it
- * @retval 0     shown
- * @retval ENXIO there is no such ASIC
+ * @retval 0      shown
+ * @retval ENXIO  there is no such ASIC
+ * @retval EFAULT state is null
  */
 int vp_asic_show(uint32_t module, uint32_t asic, vp_asic_state *state);
 

@@ -1,0 +1,330 @@
+// The driver service of the virtual Morvane.
+#include "driver_service.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "platform/system_service.h"
+
+namespace {
+
+constexpr uint32_t kRequestHeader = sizeof(kel_asic_reg_access_params_t);
+constexpr uint32_t kWholeRegister = 0xFFFFFFFF;
+
+// What a command has in place of the ASIC number.
+struct PortWord {
+  explicit PortWord(int32_t asic_map)
+      : asic(static_cast<uint32_t>(asic_map) >> 16),
+        port_type(static_cast<cardcfg_port_type_t>(static_cast<uint32_t>(asic_map) >> 8 & 0xFF)),
+        low(static_cast<uint8_t>(asic_map & 0xFF)) {}
+
+  uint32_t asic;
+  cardcfg_port_type_t port_type;
+  uint8_t low;  // port number, or class map
+};
+
+enum class Target { kRegister, kAsic, kPort };
+
+// A command takes no mask: under one, its address is that of a register that does not exist.
+Target target_of(const kel_asic_xn_entry_t &write) {
+  if (write.mask != kWholeRegister)
+    return Target::kRegister;
+  switch (write.reg) {
+    case KEL_ASIC_CMD_NODROP_CLASS_MAP:
+    case KEL_ASIC_CMD_CLEAR_DROP_COUNTERS:
+      return Target::kAsic;
+    case KEL_ASIC_CMD_LINK_PAUSE_ENABLE:
+    case KEL_ASIC_CMD_LINK_PAUSE_DISABLE:
+    case KEL_ASIC_CMD_SFP_VALIDATION_FAILED:
+      return Target::kPort;
+    default:
+      return Target::kRegister;
+  }
+}
+
+void apply_command(VirtualAsic &asic, uint32_t command, const PortWord &word) {
+  switch (command) {
+    case KEL_ASIC_CMD_NODROP_CLASS_MAP:
+      asic.commands.nodrop_class_map = word.low;
+      break;
+    case KEL_ASIC_CMD_LINK_PAUSE_ENABLE:
+    case KEL_ASIC_CMD_LINK_PAUSE_DISABLE:
+      asic.find_port(word.port_type, word.low)->pause.flow_ctrl =
+          command == KEL_ASIC_CMD_LINK_PAUSE_ENABLE;
+      break;
+    case KEL_ASIC_CMD_SFP_VALIDATION_FAILED:
+      ++asic.commands.sfp_failures;
+      asic.commands.last_sfp_port_type = word.port_type;
+      asic.commands.last_sfp_port = word.low;
+      break;
+    case KEL_ASIC_CMD_CLEAR_DROP_COUNTERS:
+      ++asic.commands.drop_clears;
+      for (kel_asic_qos_stats_t &port : asic.ports) {
+        port.drops = {};
+      }
+      break;
+    default:
+      break;
+  }
+}
+
+// The flow control of a port is a setting: it outlives its statistics.
+void clear_stats(kel_asic_qos_stats_t &stats) {
+  const port_flow_ctrl_t flow_ctrl = stats.pause.flow_ctrl;
+  stats = {};
+  stats.pause.flow_ctrl = flow_ctrl;
+}
+
+}  // namespace
+
+kel_asic_qos_stats_t *VirtualAsic::find_port(cardcfg_port_type_t port_type, uint32_t port) {
+  if (port >= vp_port_count(port_type))
+    return nullptr;
+  return &ports[port_type == CARDCFG_PORT_TYPE_HIF ? port : virtual_asic::kHostPorts + port];
+}
+
+uint32_t VirtualAsic::word(uint32_t address) const {
+  const auto found = words.find(address);
+  return found == words.end() ? 0 : found->second;
+}
+
+VirtualAsic *DriverService::find_asic(uint32_t module, uint32_t asic) {
+  return module < virtual_asic::kModules && asic <= virtual_asic::kHighestAsic
+             ? &asics_[module][asic]
+             : nullptr;
+}
+
+int DriverService::handle(uint32_t case_code, void *record, uint32_t length) {
+  switch (case_code) {
+    case SYSSRV_REG_READ_CASE:
+      return length < kRequestHeader
+                 ? EMSGSIZE
+                 : read_registers(*static_cast<kel_asic_reg_access_params_t *>(record), length);
+    case SYSSRV_REG_WRITE_CASE:
+      return length < kRequestHeader
+                 ? EMSGSIZE
+                 : write_registers(*static_cast<kel_asic_reg_access_params_t *>(record), length);
+    case SYSSRV_MEM_READ_CASE:
+      return length != sizeof(kel_asic_qos_stats_params_t)
+                 ? EMSGSIZE
+                 : qos_stats(*static_cast<kel_asic_qos_stats_params_t *>(record));
+    case SYSSRV_MEM_WRITE_CASE:
+      return length != sizeof(kel_asic_xn_t)
+                 ? EMSGSIZE
+                 : write_transaction(*static_cast<kel_asic_xn_t *>(record));
+    case SYSSRV_SP_TIME_CONFIGURE:
+      return length != kRequestHeader
+                 ? EMSGSIZE
+                 : configure_sp_timer(*static_cast<kel_asic_reg_access_params_t *>(record));
+    default:
+      return ENOSYS;
+  }
+}
+
+int DriverService::read_registers(kel_asic_reg_access_params_t &request, uint32_t length) {
+  if (request.type == TYPE_READ_DHS)
+    return read_run(request, length);
+  if (request.type != TYPE_READ)
+    return EINVAL;
+  if (length != kRequestHeader)
+    return EMSGSIZE;
+  if (const int refusal = check_words(request, 1))
+    return refusal;
+  request.data = find_asic(static_cast<uint32_t>(request.module), request.asic)->word(request.addr);
+  return 0;
+}
+
+int DriverService::write_registers(const kel_asic_reg_access_params_t &request, uint32_t length) {
+  if (request.type == TYPE_WRITE_DHS)
+    return write_run(request, length);
+  if (request.type != TYPE_WRITE && request.type != TYPE_WRITE_FIELD)
+    return EINVAL;
+  if (length != kRequestHeader)
+    return EMSGSIZE;
+  const kel_asic_xn_entry_t write = {request.module, static_cast<int32_t>(request.asic),
+                                     request.addr, request.data,
+                                     request.type == TYPE_WRITE ? kWholeRegister : request.mask};
+  if (const int refusal = check_write(write))
+    return refusal;
+  apply_write(write);
+  return 0;
+}
+
+int DriverService::read_run(kel_asic_reg_access_params_t &request, uint32_t length) {
+  if (const int refusal = check_run(request, length))
+    return refusal;
+  const VirtualAsic &asic = *find_asic(static_cast<uint32_t>(request.module), request.asic);
+  for (uint32_t i = 0; i < request.num; ++i)
+    request.pdata[i] = asic.word(request.addr + 4 * i);
+  request.num = next_num_.value_or(request.num);
+  next_num_.reset();
+  return 0;
+}
+
+int DriverService::write_run(const kel_asic_reg_access_params_t &request, uint32_t length) {
+  if (const int refusal = check_run(request, length))
+    return refusal;
+  VirtualAsic &asic = *find_asic(static_cast<uint32_t>(request.module), request.asic);
+  for (uint32_t i = 0; i < request.num; ++i)
+    asic.words[request.addr + 4 * i] = request.pdata[i];
+  return 0;
+}
+
+// A run may have room for more words than it carries.
+int DriverService::check_run(const kel_asic_reg_access_params_t &request, uint32_t length) {
+  const uint32_t room = length - kRequestHeader;
+  if (room % 4 != 0 || request.num > room / 4)
+    return EMSGSIZE;
+  return check_words(request, request.num);
+}
+
+int DriverService::check_words(const kel_asic_reg_access_params_t &request, uint32_t count) {
+  if (find_asic(static_cast<uint32_t>(request.module), request.asic) == nullptr)
+    return ENXIO;
+  for (uint32_t i = 0; i < count; ++i) {
+    if (!virtual_asic::has_word(request.addr + 4 * i))
+      return EFAULT;
+  }
+  return 0;
+}
+
+// Applies all entries, in their order also where reordering is allowed, or none.
+int DriverService::write_transaction(const kel_asic_xn_t &transaction) {
+  if (transaction.num < 0 || transaction.num > KEL_ASIC_XN_ENTRIES)
+    return EINVAL;
+  const kel_asic_xn_entry_t *const end = transaction.xn + transaction.num;
+  for (const kel_asic_xn_entry_t *write = transaction.xn; write != end; ++write) {
+    if (const int refusal = check_write(*write))
+      return refusal;
+  }
+  std::for_each(transaction.xn, end,
+                [this](const kel_asic_xn_entry_t &write) { apply_write(write); });
+  return 0;
+}
+
+int DriverService::check_write(const kel_asic_xn_entry_t &write) {
+  const auto module = static_cast<uint32_t>(write.module);
+  const Target target = target_of(write);
+  if (target == Target::kRegister) {
+    if (find_asic(module, static_cast<uint32_t>(write.asic_map)) == nullptr)
+      return ENXIO;
+    return virtual_asic::has_word(write.reg) ? 0 : EFAULT;
+  }
+  const PortWord word(write.asic_map);
+  VirtualAsic *const asic = find_asic(module, word.asic);
+  if (asic == nullptr ||
+      (target == Target::kPort && asic->find_port(word.port_type, word.low) == nullptr)) {
+    return ENXIO;
+  }
+  return 0;
+}
+
+// The write has passed check_write.
+void DriverService::apply_write(const kel_asic_xn_entry_t &write) {
+  const auto module = static_cast<uint32_t>(write.module);
+  if (target_of(write) != Target::kRegister) {
+    const PortWord word(write.asic_map);
+    apply_command(*find_asic(module, word.asic), write.reg, word);
+    return;
+  }
+  uint32_t &stored = find_asic(module, static_cast<uint32_t>(write.asic_map))->words[write.reg];
+  stored = (stored & ~write.mask) | (write.data & write.mask);
+}
+
+int DriverService::configure_sp_timer(const kel_asic_reg_access_params_t &request) {
+  VirtualAsic *const asic = find_asic(static_cast<uint32_t>(request.module), request.asic);
+  if (asic == nullptr)
+    return ENXIO;
+  if (request.data > UINT16_MAX)
+    return EINVAL;
+  asic->commands.sp_timer = static_cast<uint16_t>(request.data);
+  return 0;
+}
+
+int DriverService::qos_stats(kel_asic_qos_stats_params_t &request) {
+  if (request.type > QOS_STATS_CLEAR_ALL)
+    return EINVAL;
+  VirtualAsic *const asic = find_asic(request.module, request.asic);
+  if (asic == nullptr)
+    return ENXIO;
+  if (request.type == QOS_STATS_CLEAR_ALL) {
+    std::for_each(asic->ports.begin(), asic->ports.end(), clear_stats);
+    return 0;
+  }
+  kel_asic_qos_stats_t *const port = asic->find_port(request.port_type, request.port);
+  if (port == nullptr)
+    return ENXIO;
+  if (request.type == QOS_STATS_GET) {
+    request.stats = *port;
+  } else {
+    clear_stats(*port);
+  }
+  return 0;
+}
+
+int DriverService::add_traffic(uint32_t module, uint32_t asic_number, cardcfg_port_type_t port_type,
+                               uint32_t port, const vp_traffic &traffic) {
+  VirtualAsic *const asic = find_asic(module, asic_number);
+  kel_asic_qos_stats_t *const stats = asic == nullptr ? nullptr : asic->find_port(port_type, port);
+  if (stats == nullptr)
+    return ENXIO;
+  const uint32_t traffic_class = traffic.traffic_class;
+  if ((traffic.direction != VP_N2H && traffic.direction != VP_H2N) || traffic_class > 7 ||
+      traffic.excess > traffic.frames) {
+    return EINVAL;
+  }
+  stats->ss_dhs.wr_rcvd_cnt[traffic_class] += traffic.frames;
+  stats->ss_dhs.rd_sent_cnt[traffic_class] += traffic.frames;
+  if (traffic.excess == 0)
+    return 0;
+  if ((asic->commands.nodrop_class_map >> traffic_class & 1) != 0) {
+    ++stats->pause.tx_pfc_xoff_cnt[traffic_class];
+    stats->pause.tx_pfc_cnt += 2;
+  } else if (stats->pause.flow_ctrl != 0) {
+    ++stats->pause.tx_xoff_cnt;
+    ++stats->pause.tx_xon_cnt;
+  } else {
+    stats->ss_dhs.rd_sent_cnt[traffic_class] -= traffic.excess;
+    stats->ss_dhs.wr_discard_cnt += traffic.excess;
+    (traffic.direction == VP_N2H ? stats->drops.n2h_drops
+                                 : stats->drops.h2n_drops)[0][traffic_class] += traffic.excess;
+  }
+  return 0;
+}
+
+// Never destroyed: calls may come as long as the process lives.
+DriverService &driver_service() {
+  static auto *const service = new DriverService;
+  return *service;
+}
+
+void vp_answer_next_num(uint32_t num) {
+  driver_service().answer_next_num(num);
+}
+
+int vp_add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
+                   const vp_traffic *traffic) {
+  return traffic == nullptr ? EFAULT
+                            : driver_service().add_traffic(module, asic, port_type, port, *traffic);
+}
+
+int vp_asic_show(uint32_t module, uint32_t asic, vp_asic_state *state) {
+  if (state == nullptr)
+    return EFAULT;
+  const VirtualAsic *const found = driver_service().find_asic(module, asic);
+  if (found == nullptr)
+    return ENXIO;
+  *state = found->commands;
+  return 0;
+}
+
+uint32_t vp_port_count(cardcfg_port_type_t port_type) {
+  switch (port_type) {
+    case CARDCFG_PORT_TYPE_HIF:
+      return virtual_asic::kHostPorts;
+    case CARDCFG_PORT_TYPE_NIF:
+      return virtual_asic::kNetworkPorts;
+    default:
+      return 0;
+  }
+}

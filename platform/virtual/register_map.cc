@@ -1,0 +1,227 @@
+// The register map of the virtual Morvane.
+//
+// Each block has a span of addresses, each of its instances a part of that. An instance begins with
+// its registers, four bytes each in the order of their enumeration, so that a run of words reads
+// neighbours; the places of holes and of table registers stay empty. Behind them follow the windows
+// of the tables, with room for every entry.
+#include "platform/register_map.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "virtual_asic.h"
+
+namespace {
+
+struct Block {
+  uint32_t kel_asic_limits_t::*limit;
+  uint32_t instances;
+  uint32_t registers;
+};
+
+// In the order of kel_asic_blk_t.
+constexpr std::array<Block, KEL_ASIC_NUM_BLK> kBlocks = {{
+    {&kel_asic_limits_t::max_ss, 8, KEL_ASIC_SS_NUM_ENUM},
+    {&kel_asic_limits_t::max_hr, 4, KEL_ASIC_HR_NUM_ENUM},
+    {&kel_asic_limits_t::max_nr, 2, KEL_ASIC_NR_NUM_ENUM},
+    {&kel_asic_limits_t::max_hi, virtual_asic::kHostPorts, KEL_ASIC_HI_NUM_ENUM},
+    {&kel_asic_limits_t::max_ni, virtual_asic::kNetworkPorts, KEL_ASIC_NI_NUM_ENUM},
+    {&kel_asic_limits_t::max_si, 1, KEL_ASIC_SI_NUM_ENUM},
+    {&kel_asic_limits_t::max_hf, 8, KEL_ASIC_HF_NUM_ENUM},
+    {&kel_asic_limits_t::max_nf, 2, KEL_ASIC_NF_NUM_ENUM},
+    {&kel_asic_limits_t::max_ci, 1, KEL_ASIC_CI_NUM_ENUM},
+    {&kel_asic_limits_t::max_bi, 4, KEL_ASIC_BI_NUM_ENUM},
+    {&kel_asic_limits_t::max_cc, 1, KEL_ASIC_CC_NUM_ENUM},
+    {&kel_asic_limits_t::max_pc, 1, KEL_ASIC_PC_NUM_ENUM},
+    {&kel_asic_limits_t::max_rs_edma, 1, KEL_ASIC_RS_EDMA_NUM_ENUM},
+    {&kel_asic_limits_t::max_rs_pcie, 1, KEL_ASIC_RS_PCIE_NUM_ENUM},
+    {&kel_asic_limits_t::max_misc, 1, KEL_ASIC_MISC_NUM_ENUM},
+    {&kel_asic_limits_t::max_ch, 1, KEL_ASIC_CH_NUM_ENUM},
+    {&kel_asic_limits_t::max_mb, 1, KEL_ASIC_MB_NUM_ENUM},
+    {&kel_asic_limits_t::max_qs, 8, KEL_ASIC_QS_NUM_ENUM},
+    {&kel_asic_limits_t::max_xl, 8, KEL_ASIC_XL_NUM_ENUM},
+}};
+
+struct Hole {
+  kel_asic_blk_t block;
+  kel_asic_reg_t vreg;
+};
+
+constexpr Hole kHoles[] = {
+    {KEL_ASIC_BLK_SS, 512}, {KEL_ASIC_BLK_HR, 26},   {KEL_ASIC_BLK_NI, 700},
+    {KEL_ASIC_BLK_CI, 168}, {KEL_ASIC_BLK_MISC, 99}, {KEL_ASIC_BLK_CH, 640},
+};
+
+// Who tells a client the entry size of a table: the client's own knowledge, or the hook.
+enum class Size { kKnown, kHook };
+
+// A row of table registers, first to last, each with so many entries of so many words.
+struct Table {
+  kel_asic_blk_t block;
+  kel_asic_reg_t first;
+  kel_asic_reg_t last;
+  uint32_t entries;
+  uint32_t words;
+  Size size = Size::kKnown;
+};
+
+constexpr Table kTables[] = {
+    {KEL_ASIC_BLK_SS, SS_DHS_DD_OFFSET, SS_DHS_DD_OFFSET, 1024, 1},
+    {KEL_ASIC_BLK_SS, SS_DHS_ARB0_OFFSET, SS_DHS_ARB9_HI_OFFSET, 1024, 2},
+    {KEL_ASIC_BLK_HR, HR_DHS_OQ0_STATUS_OFFSET, HR_DHS_OQ0_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_HR, HR_DHS_OQ1_STATUS_OFFSET, HR_DHS_OQ1_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_HR, HR_DHS_OQ2_STATUS_OFFSET, HR_DHS_OQ2_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_HR, HR_DHS_OQ3_STATUS_OFFSET, HR_DHS_OQ3_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_HR, HR_DHS_OQ4_STATUS_OFFSET, HR_DHS_OQ4_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_HR, HR_DHS_OQ5_STATUS_OFFSET, HR_DHS_OQ5_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_HR, HR_DHS_ARB0_OFFSET, HR_DHS_ARB8_OFFSET, 32, 1},
+    {KEL_ASIC_BLK_NR, NR_DHS_OQ0_STATUS_OFFSET, NR_DHS_OQ0_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_NR, NR_DHS_OQ1_STATUS_OFFSET, NR_DHS_OQ1_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_NR, NR_DHS_OQ2_STATUS_OFFSET, NR_DHS_OQ2_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_NR, NR_DHS_OQ3_STATUS_OFFSET, NR_DHS_OQ3_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_NR, NR_DHS_OQ4_STATUS_OFFSET, NR_DHS_OQ4_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_NR, NR_DHS_OQ5_STATUS_OFFSET, NR_DHS_OQ5_STATUS_OFFSET, 403, 1},
+    {KEL_ASIC_BLK_NR, NR_DHS_ARB0_OFFSET, NR_DHS_ARB33_OFFSET, 32, 1},
+    {KEL_ASIC_BLK_NR, NR_DHS_ARB34_OFFSET, NR_DHS_ARB49_OFFSET, 32, 1},
+    {KEL_ASIC_BLK_HI, HI_HI0_DHS_LVIF_TCAM_OFFSET, HI_HI0_DHS_LVIF_TCAM_OFFSET, 1024, 2,
+     Size::kHook},
+    {KEL_ASIC_BLK_HI, HI_DHS_LVIF_TCAM_OFFSET, HI_DHS_LVIF_TCAM_OFFSET, 1024, 1},
+    {KEL_ASIC_BLK_HI, HI_DHS_LVIF_OFFSET, HI_DHS_LVIF_OFFSET, 1024, 1},
+    {KEL_ASIC_BLK_HF, HF_DHS_SVIF_MEM_OFFSET, HF_DHS_SVIF_MEM_OFFSET, 16384, 1},
+    {KEL_ASIC_BLK_HF, HF_DHS_SVIF_MEM_LO_OFFSET, HF_DHS_SVIF_MEM_LO_OFFSET, 16384, 2},
+    {KEL_ASIC_BLK_HF, HF_DHS_LVIF_MEM_OFFSET, HF_DHS_LVIF_MEM_OFFSET, 4096, 1},
+    {KEL_ASIC_BLK_HF, HF_DHS_TCAM_OFFSET, HF_DHS_TCAM_OFFSET, 2048, 16},
+    {KEL_ASIC_BLK_HF, HF_DHS_RESULT_OFFSET, HF_DHS_RESULT_OFFSET, 1024, 1},
+    {KEL_ASIC_BLK_HF, HF_DHS_RESULT_00_OFFSET, HF_DHS_RESULT_00_OFFSET, 1024, 4, Size::kHook},
+    {KEL_ASIC_BLK_HF, HF_DHS_POL_OFFSET, HF_DHS_POL_OFFSET, 64, 8},
+    {KEL_ASIC_BLK_HF, HF_DHS_RESULT_LO_OFFSET, HF_DHS_RESULT_HI_OFFSET, 1024, 2},
+    {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEM_OFFSET, NF_DHS_MCAST_MEM_OFFSET, 16384, 1},
+    {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEM_00_OFFSET, NF_DHS_MCAST_MEM_00_OFFSET, 16384, 2,
+     Size::kHook},
+    {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEM_OFFSET, NF_DHS_UCAST_MEM_OFFSET, 16384, 1, Size::kHook},
+    {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEM_00_OFFSET, NF_DHS_UCAST_MEM_00_OFFSET, 16384, 2,
+     Size::kHook},
+    {KEL_ASIC_BLK_NF, NF_DHS_TCAM_OFFSET, NF_DHS_TCAM_OFFSET, 2048, 16},
+    {KEL_ASIC_BLK_NF, NF_DHS_RESULT_OFFSET, NF_DHS_RESULT_OFFSET, 1024, 2},
+    {KEL_ASIC_BLK_NF, NF_DHS_RESULT_00_OFFSET, NF_DHS_RESULT_00_OFFSET, 1024, 4, Size::kHook},
+    {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEMIF_DATA_OFFSET, NF_DHS_MCAST_MEMIF_DATA_OFFSET, 4096, 2},
+    {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEMIF_DATA_OFFSET, NF_DHS_UCAST_MEMIF_DATA_OFFSET, 4096, 2,
+     Size::kHook},
+    {KEL_ASIC_BLK_NF, NF_DHS_TCAM_MASK_OFFSET, NF_DHS_TCAM_MASK_OFFSET, 2048, 16},
+    {KEL_ASIC_BLK_CI, CI_DHS_MCAST_MEMIF_DATA_OFFSET, CI_DHS_MCAST_MEMIF_DATA_OFFSET, 256, 2},
+    {KEL_ASIC_BLK_QS, QS_DHS_OQ0_STATUS_OFFSET, QS_DHS_OQ7_STATUS_OFFSET, 512, 1},
+    {KEL_ASIC_BLK_QS, QS_DHS_ARB_NI_OFFSET, QS_DHS_ARB_HI_OFFSET, 256, 1},
+    {KEL_ASIC_BLK_QS, QS_DHS_ARB_BI_OFFSET, QS_DHS_ARB_CI_OFFSET, 32, 1},
+};
+
+// Block 0 begins one span above address 0, which no register has.
+constexpr uint32_t kBlockSpan = 0x04000000;
+constexpr uint32_t kInstanceSpan = 0x00100000;
+constexpr uint32_t kWindowAlignment = 0x100;
+
+// The only revision of the virtual ASIC: not 0, so that a forgotten revision is noticed.
+constexpr kel_asic_ver_t kRevision = KEL_ASIC_VER_B0;
+
+// Part of an instance that holds one table, from begin up to end.
+struct Window {
+  uint32_t begin;
+  uint32_t end;
+};
+
+struct RegisterMap {
+  std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> bases;
+  std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> offsets;
+  std::array<std::vector<Window>, KEL_ASIC_NUM_BLK> windows;
+  std::array<const kel_asic_reg_t *, KEL_ASIC_NUM_BLK> base_rows;
+  std::array<const kel_asic_reg_t *, KEL_ASIC_NUM_BLK> offset_rows;
+};
+
+// A gap before each window lets a run past the last entry of a table meet no register.
+uint32_t add_window(std::vector<Window> &windows, uint32_t registers, uint32_t size) {
+  const uint32_t used = windows.empty() ? 4 * registers : windows.back().end;
+  const uint32_t begin = (used / kWindowAlignment + 1) * kWindowAlignment;
+  windows.push_back({begin, begin + size});
+  return begin;
+}
+
+RegisterMap *build_register_map() {
+  auto *map = new RegisterMap;
+  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
+    for (uint32_t instance = 0; instance < kBlocks[block].instances; ++instance)
+      map->bases[block].push_back(kBlockSpan * (block + 1) + kInstanceSpan * instance);
+    for (uint32_t vreg = 0; vreg < kBlocks[block].registers; ++vreg)
+      map->offsets[block].push_back(4 * vreg);
+    map->base_rows[block] = map->bases[block].data();
+    map->offset_rows[block] = map->offsets[block].data();
+  }
+  for (const Hole &hole : kHoles)
+    map->offsets[hole.block][hole.vreg] = KEL_ASIC_NO_REGISTER;
+  for (const Table &table : kTables) {
+    for (kel_asic_reg_t vreg = table.first; vreg <= table.last; ++vreg) {
+      map->offsets[table.block][vreg] =
+          add_window(map->windows[table.block], kBlocks[table.block].registers,
+                     4 * table.words * table.entries);
+    }
+  }
+  return map;
+}
+
+// Built at the first use and never destroyed: clients keep the tables until the process ends.
+RegisterMap &register_map() {
+  static RegisterMap *const map = build_register_map();
+  return *map;
+}
+
+// The hook: answers for the tables whose entry size clients do not know, within their range.
+int dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t dhs_index) {
+  for (const Table &table : kTables) {
+    if (table.size == Size::kHook && table.block == block && table.first == vreg &&
+        dhs_index < table.entries) {
+      return static_cast<int>(table.words);
+    }
+  }
+  return -1;
+}
+
+}  // namespace
+
+namespace virtual_asic {
+
+bool has_word(uint32_t address) {
+  const uint32_t block = address / kBlockSpan - 1;
+  const uint32_t instance = address % kBlockSpan / kInstanceSpan;
+  if (address % 4 != 0 || block >= KEL_ASIC_NUM_BLK || instance >= kBlocks[block].instances)
+    return false;
+  const RegisterMap &map = register_map();
+  const uint32_t offset = address % kInstanceSpan;
+  if (offset / 4 < kBlocks[block].registers)
+    return map.offsets[block][offset / 4] == offset;
+  return std::any_of(
+      map.windows[block].begin(), map.windows[block].end(),
+      [offset](const Window &window) { return window.begin <= offset && offset < window.end; });
+}
+
+}  // namespace virtual_asic
+
+syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asic_ver_t *asic_ver,
+                          uint32_t /*context*/, char * /*file*/, int /*line*/,
+                          const char * /*func*/) {
+  if (funcs == nullptr || limits == nullptr || asic_ver == nullptr)
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  funcs->reg_dhs_entry_size = dhs_entry_size;
+  limits->max_modules = virtual_asic::kModules;
+  limits->max_asic = virtual_asic::kHighestAsic;
+  for (const Block &block : kBlocks)
+    limits->*block.limit = block.instances;
+  *asic_ver = kRevision;
+  return 0;
+}
+
+const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t asic_ver) {
+  return asic_ver == kRevision ? register_map().base_rows.data() : nullptr;
+}
+
+const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t asic_ver) {
+  return asic_ver == kRevision ? register_map().offset_rows.data() : nullptr;
+}
