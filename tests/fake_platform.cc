@@ -63,6 +63,15 @@ bool fails(unsigned *count, unsigned fail_at) {
   return *count == fail_at;
 }
 
+void record_output(char letter) {
+  char *outputs = faults().outputs;
+  const std::size_t length = std::strlen(outputs);
+  if (!faults().armed || length + 1 == sizeof faults().outputs)
+    return;
+  outputs[length] = letter;
+  outputs[length + 1] = '\0';
+}
+
 FILE *open_file(const char *name, const char *path, const char *mode) {
   const auto real_fopen = real<FILE *(*)(const char *, const char *)>(name);
   if (std::strcmp(path, "/bootflash/kel_lib_debug") == 0) {
@@ -114,6 +123,17 @@ std::vector<uint32_t> request_header(kel_asic_access_type_t type, int module, ui
   return sent_call{0, 0, sizeof record, {bytes, bytes + sizeof record}}.header();
 }
 
+void open_transaction() {
+  mrv_asic_transaction_start(const_cast<char *>("mine"), 1);
+  lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 0, 0x1234, 5, KEL_ASIC_WR_RAW, CALLER);
+}
+
+kel_asic_xn_t commit() {
+  const std::size_t before = fake().calls.size();
+  mrv_asic_transaction_commit();
+  return (fake().calls.size() > before ? fake().calls.back() : sent_call{}).as<kel_asic_xn_t>();
+}
+
 fake_platform::fake_platform() {
   uint32_t counts[sizeof limits / sizeof(uint32_t)];
   for (uint32_t &count : counts)
@@ -155,7 +175,7 @@ libc_faults &faults() {
 
 void libc_faults::arm() {
   callocs = reallocs = fopens = fseeks = 0;
-  outputs.clear();
+  outputs[0] = '\0';
   armed = true;
 }
 
@@ -301,15 +321,13 @@ int fseek(FILE *stream, long offset, int whence) {
 
 int puts(const char *text) {
   static const auto real_puts = real<int (*)(const char *)>("puts");
-  if (faults().armed)
-    faults().outputs.emplace_back("puts");
+  record_output('s');
   return real_puts(text);
 }
 
 int fputs(const char *text, FILE *stream) {
   static const auto real_fputs = real<int (*)(const char *, FILE *)>("fputs");
-  if (faults().armed)
-    faults().outputs.emplace_back("fputs");
+  record_output('l');
   return real_fputs(text, stream);
 }
 

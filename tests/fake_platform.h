@@ -75,8 +75,8 @@ struct libc_faults {
   unsigned callocs = 0, reallocs = 0, fopens = 0, fseeks = 0;  // counted since arm()
   bool marker_file = false;                                    // /bootflash/kel_lib_debug is there
   const char *log_path = nullptr;                              // opened in place of the log file
-  std::vector<std::string> outputs;  // "puts" and "fputs" in the order of the calls since arm()
-  bool armed = false;
+  char outputs[64] = "";  // since arm(): an s for a text to standard output, an l for one to a file
+  bool armed = false;  // no member needs a destructor: calloc runs before any could be registered
 
   void arm();
   void disarm();
@@ -102,6 +102,11 @@ std::string log_path();
 
 // A caller's identification as the operations take it: context, file, line, func.
 #define CALLER 0x51u, const_cast<char *>("client.c"), 42, "client"
+
+// Opens a transaction "mine", reordering allowed, with one write in it.
+void open_transaction();
+// Commits, and gives the record that was sent; a record of zeros when there was none.
+kel_asic_xn_t commit();
 
 // The header of a register request as it should arrive, to the byte; by default from CALLER.
 std::vector<uint32_t> request_header(kel_asic_access_type_t type, int module, uint32_t asic,
