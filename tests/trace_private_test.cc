@@ -1,0 +1,22 @@
+// The length of a trace line and its end, at the function behind all sites.
+#include <gtest/gtest.h>
+
+#include "fake_platform.h"
+#include "trace_log.h"
+
+TEST(TraceLine, ends_with_one_newline_and_fits_its_buffer) {
+  initialise_with_trace();
+  char line[trace_line_size];
+  constexpr std::size_t prefix = 40, longest = 190;  // but for the newline
+  for (const char *end : {"", "\n"}) {
+    for (std::size_t length : {0u, 1u, 148u, 149u, 150u, 151u, 152u, 400u, 3u}) {
+      const std::size_t before = log_text().size();
+      const std::string message(length, 'm');
+      trace_write(line, 'l', 0, "%s%s", message.c_str(), end);
+      EXPECT_EQ(log_text().substr(before + prefix), message.substr(0, longest - prefix) + "\n");
+    }
+  }
+  const std::size_t before = log_text().size();
+  trace_write(line, 'l', 0x80000000, "%s", std::string(300, 'm').c_str());
+  EXPECT_EQ(log_text().substr(before + 27), detail_line(0x80000000, std::string(140, 'm')) + "\n");
+}
