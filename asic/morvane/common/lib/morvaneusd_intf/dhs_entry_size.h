@@ -3,14 +3,60 @@
 #define DHS_ENTRY_SIZE_H
 
 #include "kel_asic_lib_private.h"
+#include "trace_log.h"
 
 #pragma GCC visibility push(hidden)
+
+struct dhs_row {
+  uint8_t block;
+  uint8_t words;           // in each entry, or dhs_by_hook
+  uint16_t highest_index;  // of the entries
+  uint16_t first;          // registers first to last
+  uint16_t last;
+};
+
+// The register map's hook knows the entry size.
+constexpr uint8_t dhs_by_hook = 0;
+
+constexpr std::size_t dhs_row_count = 41;
+
+// All table registers, block by block.
+struct dhs_table {
+  uint8_t begin[KEL_ASIC_NUM_BLK + 1];  // where the rows of each block begin, and the last ones end
+  dhs_row rows[dhs_row_count];
+};
+
+extern const dhs_table dhs_registers;
+
+inline const dhs_row *find_dhs_row(kel_asic_blk_t blk, kel_asic_reg_t vreg) {
+  const dhs_row *end = dhs_registers.rows + dhs_registers.begin[blk + 1];
+  for (const dhs_row *row = dhs_registers.rows + dhs_registers.begin[blk]; row != end; ++row) {
+    if (vreg >= row->first && vreg <= row->last)
+      return row;
+  }
+  return nullptr;
+}
 
 // Words in one entry, or what the register map's hook says for the registers that are left to it;
 // below 1 when the register is no table or the entry is out of its range. The address has been
 // checked.
-int kel_asic_reg_dhs_entry_size(kel_asic_num_t asic_id, kel_asic_blk_t blk, kel_asic_reg_t vreg,
-                                uint32_t dhs_index);
+__attribute__((always_inline)) inline int kel_asic_reg_dhs_entry_size(kel_asic_num_t asic_id,
+                                                                      kel_asic_blk_t blk,
+                                                                      kel_asic_reg_t vreg,
+                                                                      uint32_t dhs_index) {
+  constexpr const char *function = "kel_asic_reg_dhs_entry_size";
+  KEL_TRACE('l', 0, "%s: vreg %d dhs_index %d\n", function, static_cast<int>(vreg),
+            static_cast<int>(dhs_index));
+  const dhs_row *row = find_dhs_row(blk, vreg);
+  const KEL_ASIC_fn &funcs = lib_ctx.asic_specific[asic_id].funcs;
+  if (row != nullptr && row->words != dhs_by_hook && dhs_index <= row->highest_index)
+    return row->words;
+  if (row != nullptr && row->words == dhs_by_hook && funcs.reg_dhs_entry_size != nullptr)
+    return funcs.reg_dhs_entry_size(blk, vreg, dhs_index);
+  KEL_TRACE('l', 0, "%s: Unrecognized DHS entry for block %d vreg %d dhs_index %d\n", function,
+            static_cast<int>(blk), static_cast<int>(vreg), static_cast<int>(dhs_index));
+  return -1;
+}
 
 #pragma GCC visibility pop
 

@@ -1,43 +1,41 @@
 // Register programs: lists of register writes, each applied to every selected ASIC.
-#include "kel_asic_lib_private.h"
 #include "reg_address.h"
-#include "service_call.h"
+#include "register_access.h"
 #include "trace_log.h"
 
 namespace {
 
 constexpr uint32_t is_bit_map = 0x80000000;
 
-// The selected ASICs, a bit each.
+// The ASICs that each step is written to, a bit each: those of the selection that a sweep from 0
+// upwards meets before the first number that does not exist.
 uint32_t selected_asics(kel_asic_num_t asic) {
-  if ((asic & is_bit_map) != 0)
-    return asic & ~is_bit_map;
-  return UINT32_C(1) << (asic % 32);
+  const uint32_t selection =
+      (asic & is_bit_map) != 0 ? asic & ~is_bit_map : UINT32_C(1) << (asic % 32);
+  kel_asic_num_t end = 1;
+  while (valid_asic(end))
+    ++end;
+  return selection & ((UINT32_C(1) << end) - 1);
 }
 
 syserr_t write_step(int module, kel_asic_num_t asic, const kel_asic_pgm_t &step,
                     const caller_id &caller) {
   KEL_TRACE('l', asic, "lib_mrv_asic_pgm: %d %d %x %x %x %x\n", module, static_cast<int>(asic),
             static_cast<unsigned>(step.block), step.instance, step.vreg, step.data);
-  char *file = const_cast<char *>(caller.file);
+  const symbolic_address address = {asic, step.block, step.instance, step.vreg};
   if (step.mask == whole_register)
-    return lib_mrv_asic_write(module, asic, step.block, step.instance, step.vreg, step.data,
-                              KEL_ASIC_WR_SYMBOLIC, caller.context, file, caller.line, caller.func);
-  return lib_mrv_asic_write_field(module, asic, step.block, step.instance, step.vreg, step.data,
-                                  step.mask, KEL_ASIC_WR_SYMBOLIC, caller.context, file,
-                                  caller.line, caller.func);
+    return write_register(module, address, step.data, KEL_ASIC_WR_SYMBOLIC, caller);
+  return write_register_field(module, address, step.data, step.mask, KEL_ASIC_WR_SYMBOLIC, caller);
 }
 
-// Applies a step to each selected ASIC, also behind one that fails. The result is the last write's.
-syserr_t sweep_step(int module, uint32_t asic_mask, const kel_asic_pgm_t &step,
+// Applies a step to each of the ASICs, also behind one that fails. The result is the last write's.
+syserr_t sweep_step(int module, uint32_t asics, const kel_asic_pgm_t &step,
                     const caller_id &caller) {
   syserr_t status = 0;
-  kel_asic_num_t asic = 0;
-  do {
-    if ((asic_mask & (UINT32_C(1) << asic)) != 0)
+  for (kel_asic_num_t asic = 0; asics >> asic != 0; ++asic) {
+    if ((asics >> asic & 1) != 0)
       status = write_step(module, asic, step, caller);
-    ++asic;
-  } while (valid_asic(asic));
+  }
   return status;
 }
 
@@ -45,11 +43,11 @@ syserr_t run_program(int module, kel_asic_num_t asic, const kel_asic_pgm_t *p_pg
                      const caller_id &caller) {
   if (lib_init_done == 0 || !valid_module(module) || p_pgm == nullptr || pgm_len < 1)
     return SYSERR_KEL_ASIC_INVALID_ARG;
-  const uint32_t asic_mask = selected_asics(asic);
+  const uint32_t asics = selected_asics(asic);
   for (int i = 0; i < pgm_len; ++i) {
     if (p_pgm[i].magic != KEL_ASIC_PGM_MAGIC)
       return SYSERR_KEL_ASIC_INVALID_ARG;
-    const syserr_t status = sweep_step(module, asic_mask, p_pgm[i], caller);
+    const syserr_t status = sweep_step(module, asics, p_pgm[i], caller);
     if (status != 0)
       return status;
   }

@@ -5,10 +5,8 @@
 
 #include "trace_log.h"
 
-bool reserve_request(const char *operation, uint32_t words) {
+bool grow_request_buffer(const char *operation, uint32_t words) {
   const uint32_t size = request_size(words);
-  if (size <= lib_ctx.buf_size)
-    return true;
   KEL_TRACE('l', 0, "%s: Re-allocate DHS data buffer: cur_size %d new_size %d\n", operation,
             static_cast<int>(lib_ctx.buf_size), static_cast<int>(size));
   void *grown = std::realloc(lib_ctx.p_params, size);

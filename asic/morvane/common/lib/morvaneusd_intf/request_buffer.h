@@ -13,10 +13,14 @@ constexpr uint32_t request_size(uint32_t words) {
   return request_header_size + static_cast<uint32_t>(sizeof(uint32_t)) * words;
 }
 
-// Makes room for a request of that many words, at most max_request_words: grows the buffer to the
-// exact size where it is too small, and never shrinks it. False when it cannot grow; the old buffer
-// stays.
-bool reserve_request(const char *operation, uint32_t words);
+// Grows the buffer to the exact size of a request of that many words. False when it cannot; the old
+// buffer stays.
+__attribute__((cold, noinline)) bool grow_request_buffer(const char *operation, uint32_t words);
+
+// Makes room for a request of that many words, at most max_request_words. The buffer never shrinks.
+inline bool reserve_request(const char *operation, uint32_t words) {
+  return request_size(words) <= lib_ctx.buf_size || grow_request_buffer(operation, words);
+}
 
 #pragma GCC visibility pop
 

@@ -2,6 +2,8 @@
 #ifndef SERVICE_CALL_H
 #define SERVICE_CALL_H
 
+#include <cstring>
+
 #include "kel_asic_lib_private.h"
 #include "platform/system_service.h"
 
@@ -31,7 +33,11 @@ struct register_access {
 
 // Copies a text of the caller's into a field of a record: cut so that a NUL ends it, the rest of
 // the field NUL. A null text is an empty one.
-void copy_text(char *field, std::size_t size, const char *text);
+template <std::size_t size>
+inline void copy_text(char (&field)[size], const char *text) {
+  std::strncpy(field, text != nullptr ? text : "", size - 1);
+  field[size - 1] = '\0';
+}
 
 // Fills the whole header of a request; the data words are left alone.
 inline void fill_request(kel_asic_reg_access_params_t *request, const register_access &access,
@@ -45,15 +51,24 @@ inline void fill_request(kel_asic_reg_access_params_t *request, const register_a
   request->num = access.num;
   request->info.userdata = caller.context;
   request->info.line = static_cast<uint32_t>(caller.line);
-  copy_text(request->info.func, sizeof request->info.func, caller.func);
-  copy_text(request->info.file, sizeof request->info.file, caller.file);
+  copy_text(request->info.func, caller.func);
+  copy_text(request->info.file, caller.file);
 }
 
 // Hands a record to the driver service. Gives the service's own result.
-int send_record(uint32_t case_code, void *record, uint32_t length);
+inline int send_record(uint32_t case_code, void *record, uint32_t length) {
+  sys_srvc_case_params_t case_params = {lib_ctx.driver_id, record};
+  return sse_call2(case_code, &case_params, length);
+}
 
-// The same, with the result as an operation returns it.
-syserr_t call_service(uint32_t case_code, void *record, uint32_t length);
+// What an operation returns for a call that has just failed.
+__attribute__((cold, noinline)) syserr_t service_failure(int rc);
+
+// Hands a record to the driver service. Gives the result as an operation returns it.
+inline syserr_t call_service(uint32_t case_code, void *record, uint32_t length) {
+  const int rc = send_record(case_code, record, length);
+  return rc == 0 ? 0 : service_failure(rc);
+}
 
 // Builds a single-register request and hands it over.
 inline syserr_t send_request(uint32_t case_code, kel_asic_reg_access_params_t *request,

@@ -11,7 +11,7 @@ void start_transaction(const char *xn_name, int reorder) {
   KEL_TRACE_ENTER("mrv_asic_transaction_start");
   if (kel_asic_transaction_pending())
     return;
-  copy_text(pending_xn.name, sizeof pending_xn.name, xn_name);
+  copy_text(pending_xn.name, xn_name);
   pending_xn.reorder_allowed = reorder;
   KEL_TRACE_EXIT("mrv_asic_transaction_start");
 }
@@ -44,19 +44,13 @@ int mrv_asic_transaction_commit(void) {
   return 0;
 }
 
-void kel_asic_transaction_add(int module, uint32_t asic_map, uint32_t reg, uint32_t data,
-                              uint32_t mask) {
-  KEL_TRACE_ENTER("kel_asic_transaction_add");
-  // Every caller has found a transaction open; only a commit in between can have closed it.
+void make_transaction_room() {
   if (!kel_asic_transaction_pending())
     start_transaction("Collision Xn", 0);
   if (pending_xn.num >= KEL_ASIC_XN_ENTRIES) {
     mrv_asic_transaction_commit();
     start_transaction("Contd XN..", 0);
   }
-  pending_xn.xn[pending_xn.num] = {module, static_cast<int32_t>(asic_map), reg, data, mask};
-  ++pending_xn.num;
-  KEL_TRACE_EXIT("kel_asic_transaction_add");
 }
 
 void reopen_interrupted_transaction() {

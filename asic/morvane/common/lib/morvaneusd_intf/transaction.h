@@ -3,6 +3,7 @@
 #define TRANSACTION_H
 
 #include "kel_asic_lib_private.h"
+#include "trace_log.h"
 
 #pragma GCC visibility push(hidden)
 
@@ -12,9 +13,20 @@ inline bool kel_asic_transaction_pending() {
   return pending_xn.name[0] != '\0';
 }
 
-// Appends one entry; sends a full transaction first and continues in a new one.
-void kel_asic_transaction_add(int module, uint32_t asic_map, uint32_t reg, uint32_t data,
-                              uint32_t mask);
+// Opens a transaction where none is open, and sends a full one to continue in a new one.
+__attribute__((cold, noinline)) void make_transaction_room();
+
+// Appends one entry. Every caller has found a transaction open; only a commit in between can have
+// closed it.
+inline void kel_asic_transaction_add(int module, uint32_t asic_map, uint32_t reg, uint32_t data,
+                                     uint32_t mask) {
+  KEL_TRACE_ENTER("kel_asic_transaction_add");
+  if (!kel_asic_transaction_pending() || pending_xn.num >= KEL_ASIC_XN_ENTRIES)
+    make_transaction_room();
+  pending_xn.xn[pending_xn.num] = {module, static_cast<int32_t>(asic_map), reg, data, mask};
+  ++pending_xn.num;
+  KEL_TRACE_EXIT("kel_asic_transaction_add");
+}
 
 // Sends and reopens the transaction.
 __attribute__((cold, noinline)) void reopen_interrupted_transaction();

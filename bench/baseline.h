@@ -1,0 +1,22 @@
+// The least that any client of the service must do by itself: clear the record, set its fields,
+// copy both texts, call the service, take the answer.
+#ifndef BASELINE_H
+#define BASELINE_H
+
+#include <cstdint>
+
+#include "kel_asic_lib_common.h"
+
+int baseline_access(kel_asic_access_type_t type, uint32_t addr, uint32_t *data, uint32_t mask,
+                    uint32_t context, const char *file, int line, const char *func);
+
+int baseline_read_words(uint32_t addr, uint32_t *words, uint32_t num, uint32_t context,
+                        const char *file, int line, const char *func);
+
+int baseline_write_words(uint32_t addr, const uint32_t *words, uint32_t num, uint32_t context,
+                         const char *file, int line, const char *func);
+
+int baseline_get_stats(uint8_t module, uint8_t asic, cardcfg_port_type_t port_type, uint8_t port,
+                       kel_asic_qos_stats_t *stats, uint32_t opts);
+
+#endif

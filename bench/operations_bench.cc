@@ -1,0 +1,163 @@
+// What each operation costs beside the least that a client of the service must do by itself.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "baseline.h"
+#include "kel_asic_intf.h"
+#include "ratio_report.h"
+
+namespace {
+
+constexpr uint32_t whole_register = 0xFFFFFFFF;
+constexpr int program_steps = 256;
+
+// The texts stand behind pointers that the compiler cannot see through.
+char *volatile caller_file = const_cast<char *>("control/plane/port_manager.cc");
+const char *volatile caller_func = "port_manager_program_port";
+
+std::array<uint32_t, 2048> words;
+
+template <typename Operation>
+void add(const std::string &name, double items, Operation operation) {
+  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
+    for (auto _ : state)
+      operation();
+    state.counters["items"] = items;
+  });
+}
+
+template <typename Library, typename Baseline>
+void add_pair(const std::string &name, Library library, Baseline baseline) {
+  add(name + "/library", 1, library);
+  add(name + "/baseline", 1, baseline);
+}
+
+void write() {
+  lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 1, 7, 5, KEL_ASIC_WR_SYMBOLIC, 1, caller_file, 99,
+                     caller_func);
+}
+
+void baseline_write() {
+  uint32_t data = 5;
+  baseline_access(TYPE_WRITE, 7, &data, whole_register, 1, caller_file, 99, caller_func);
+}
+
+void add_single_register_pairs() {
+  add_pair(
+      "read@1.00",
+      [] {
+        uint32_t data;
+        lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, &data, 1, caller_file, 99, caller_func);
+        benchmark::DoNotOptimize(data);
+      },
+      [] {
+        uint32_t data = 0;
+        baseline_access(TYPE_READ, 7, &data, whole_register, 1, caller_file, 99, caller_func);
+        benchmark::DoNotOptimize(data);
+      });
+  add_pair("write@1.00", write, baseline_write);
+  add_pair(
+      "write_field@1.00",
+      [] {
+        lib_mrv_asic_write_field(0, 0, KEL_ASIC_BLK_HI, 1, 7, 5, 0xFF, KEL_ASIC_WR_SYMBOLIC, 1,
+                                 caller_file, 99, caller_func);
+      },
+      [] {
+        uint32_t data = 5;
+        baseline_access(TYPE_WRITE_FIELD, 7, &data, 0xFF, 1, caller_file, 99, caller_func);
+      });
+}
+
+void in_transaction(void (*operation)(), benchmark::State &state) {
+  mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
+  for (auto _ : state)
+    operation();
+  mrv_asic_transaction_commit();
+}
+
+void write_table() {
+  lib_mrv_asic_write_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 0, words.data(), 2048, 1,
+                         caller_file, 99, caller_func);
+}
+
+// Full transactions are committed on the way.
+void add_transaction_pairs() {
+  benchmark::RegisterBenchmark("write, joining@0.40/library",
+                               [](benchmark::State &state) { in_transaction(write, state); });
+  add("write, joining@0.40/baseline", 1, baseline_write);
+  benchmark::RegisterBenchmark("write_dhs 2048, joining, a word@0.15/library",
+                               [](benchmark::State &state) {
+                                 in_transaction(write_table, state);
+                                 state.counters["items"] = 2048;
+                               });
+  add("write_dhs 2048, joining, a word@0.15/baseline", 1, baseline_write);
+}
+
+void add_multi_word_pairs(uint32_t count, const std::string &bar) {
+  const std::string suffix = " " + std::to_string(count) + bar;
+  const auto baseline_read = [count] {
+    baseline_read_words(0, words.data(), count, 1, caller_file, 99, caller_func);
+  };
+  add_pair(
+      "n_read" + suffix,
+      [count] {
+        lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, words.data(), count, 1, caller_file, 99,
+                            caller_func);
+      },
+      baseline_read);
+  add_pair(
+      "read_dhs" + suffix,
+      [count] {
+        lib_mrv_asic_read_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 0, words.data(),
+                              count, 1, caller_file, 99, caller_func);
+      },
+      baseline_read);
+  add_pair(
+      "write_dhs" + suffix,
+      [count] {
+        lib_mrv_asic_write_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 0, words.data(),
+                               count, 1, caller_file, 99, caller_func);
+      },
+      [count] { baseline_write_words(0, words.data(), count, 1, caller_file, 99, caller_func); });
+}
+
+void add_stats_pair() {
+  static kel_asic_qos_stats_t stats;
+  add_pair(
+      "get_qos_stats@1.15",
+      [] { lib_mrv_asic_get_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, &stats, 0); },
+      [] { baseline_get_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, &stats, 0); });
+}
+
+// Here the baseline is the library's own write.
+void add_program_pair() {
+  static std::vector<kel_asic_pgm_t> program(
+      program_steps, {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 1, 7, 5, whole_register});
+  add("pgm 256 steps, a step@1.05/library", program_steps, [] {
+    lib_mrv_asic_pgm(0, 0, program.data(), program_steps, 1, caller_file, 99, caller_func);
+  });
+  add("pgm 256 steps, a step@1.05/baseline", program_steps, [] {
+    for (int i = 0; i < program_steps; ++i)
+      write();
+  });
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  if (lib_mrv_asic_init(0, KEL_ASIC_DRIVER_MORVANE, 0, caller_file, 0, caller_func) != 0)
+    return EXIT_FAILURE;
+  add_single_register_pairs();
+  add_transaction_pairs();
+  add_multi_word_pairs(1, "@1.00");
+  add_multi_word_pairs(16, "");
+  add_multi_word_pairs(256, "");
+  add_multi_word_pairs(2048, "@1.10");
+  add_stats_pair();
+  add_program_pair();
+  return run_ratio_benchmarks(argc, argv);
+}

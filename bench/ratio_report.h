@@ -1,0 +1,10 @@
+// Runs the registered benchmarks, pair by pair, and prints a table of ratios.
+#ifndef RATIO_REPORT_H
+#define RATIO_REPORT_H
+
+// Benchmarks come in pairs, NAME/library and NAME/baseline, whose repetitions run interleaved; the
+// ratio of a pair is the median of the ratios of its repetitions. A pair may be named
+// NAME@BAR/library, where BAR is the ratio that the operation must keep.
+int run_ratio_benchmarks(int argc, char **argv);
+
+#endif
