@@ -149,6 +149,7 @@ void add_program_pair() {
 }  // namespace
 
 int main(int argc, char **argv) {
+  FILE *out = take_standard_output();
   if (lib_mrv_asic_init(0, KEL_ASIC_DRIVER_MORVANE, 0, caller_file, 0, caller_func) != 0)
     return EXIT_FAILURE;
   add_single_register_pairs();
@@ -159,5 +160,5 @@ int main(int argc, char **argv) {
   add_multi_word_pairs(2048, "@1.10");
   add_stats_pair();
   add_program_pair();
-  return run_ratio_benchmarks(argc, argv);
+  return run_ratio_benchmarks(out, argc, argv);
 }

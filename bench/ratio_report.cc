@@ -35,8 +35,7 @@ class ratio_reporter : public benchmark::BenchmarkReporter {
       const std::string &name = run.run_name.function_name;
       const std::size_t slash = name.rfind('/');
       const std::string pair = name.substr(0, slash);
-      if (times_.count(pair) == 0)
-        order_.push_back(pair);
+      order_.emplace(run.family_index, pair);
       const auto items = run.counters.find("items");
       const double per_item = items != run.counters.end() ? items->second.value : 1;
       const double nanoseconds = run.GetAdjustedCPUTime() / per_item;
@@ -48,8 +47,11 @@ class ratio_reporter : public benchmark::BenchmarkReporter {
   void Finalize() override {
     std::fprintf(out_, "%-34s %12s %12s %8s %8s\n", "operation", "ns", "baseline ns", "ratio",
                  "at most");
-    for (const std::string &pair : order_)
-      print_row(pair, times_[pair]);
+    for (const auto &[index, pair] : order_)
+      if (times_.count(pair) != 0) {
+        print_row(pair, times_[pair]);
+        times_.erase(pair);
+      }
   }
 
  private:
@@ -69,17 +71,20 @@ class ratio_reporter : public benchmark::BenchmarkReporter {
   }
 
   FILE *out_;
-  std::vector<std::string> order_;
+  std::map<int64_t, std::string> order_;  // the pairs, in the order in which they were registered
   std::map<std::string, pair_times> times_;
 };
 
 }  // namespace
 
-int run_ratio_benchmarks(int argc, char **argv) {
-  // The table has an output of its own: what is measured may write to standard output.
+FILE *take_standard_output() {
   FILE *out = fdopen(dup(STDOUT_FILENO), "w");
   if (out == nullptr || std::freopen("/dev/null", "w", stdout) == nullptr)
-    return EXIT_FAILURE;
+    std::abort();
+  return out;
+}
+
+int run_ratio_benchmarks(FILE *out, int argc, char **argv) {
   char program[] = "bench", interleave[] = "--benchmark_enable_random_interleaving=true",
        repeat[] = "--benchmark_repetitions=21", time[] = "--benchmark_min_time=0.02";
   std::vector<char *> arguments = {program, interleave, repeat, time};

@@ -51,11 +51,12 @@ extern "C" FILE *fopen64(const char *path, const char *mode) {
 }
 
 int main(int argc, char **argv) {
+  FILE *out = take_standard_output();
   benchmark::RegisterBenchmark("trace line, spdlog@1.00/library", [](benchmark::State &state) {
     if (lib_mrv_asic_init(0, KEL_ASIC_DRIVER_MORVANE, 0, nullptr, 0, nullptr) != 0)
       state.SkipWithError("the library does not initialise");
     trace_one_line(state);
   });
   benchmark::RegisterBenchmark("trace line, spdlog@1.00/baseline", log_one_line);
-  return run_ratio_benchmarks(argc, argv);
+  return run_ratio_benchmarks(out, argc, argv);
 }
