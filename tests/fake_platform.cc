@@ -129,9 +129,12 @@ void open_transaction() {
 }
 
 kel_asic_xn_t commit() {
+  kel_asic_xn_t sent = {};
   const std::size_t before = fake().calls.size();
   mrv_asic_transaction_commit();
-  return (fake().calls.size() > before ? fake().calls.back() : sent_call{}).as<kel_asic_xn_t>();
+  if (fake().calls.size() > before)
+    sent = fake().calls.back().as<kel_asic_xn_t>();
+  return sent;
 }
 
 fake_platform::fake_platform() {
