@@ -1,0 +1,198 @@
+// One scenario over every exported operation, in which each fault comes in turn: the n-th call of
+// its kind fails, for every n until the scenario passes without one. An operation that meets the
+// fault answers with its documented code, and works when it is called again.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+
+#include "fake_platform.h"
+
+namespace {
+
+constexpr syserr_t passes = 0;  // of an operation whose fault nobody is told of
+constexpr syserr_t service_failed = 0x82230000 | ETIMEDOUT;
+constexpr uint32_t long_run = 3000;
+
+std::array<uint32_t, long_run> words;
+kel_asic_qos_stats_t stats;
+kel_asic_pgm_t program[] = {{KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_XL, 0, 1, 2, 0xFFFFFFFF},
+                            {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_XL, 0, 1, 2, 0xF}};
+
+struct step {
+  const char *name;
+  syserr_t (*operation)();
+  syserr_t when_service_fails;
+};
+
+syserr_t write_one() {
+  return lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 1, 2, 3, KEL_ASIC_WR_SYMBOLIC, CALLER);
+}
+
+syserr_t begin() {
+  return static_cast<syserr_t>(mrv_asic_transaction_start(const_cast<char *>("faults"), 0));
+}
+
+syserr_t end() {
+  return static_cast<syserr_t>(mrv_asic_transaction_commit());
+}
+
+syserr_t read_dhs(uint32_t entries) {
+  return lib_mrv_asic_read_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 5, words.data(),
+                               entries, CALLER);
+}
+
+syserr_t write_dhs(uint32_t entries) {
+  return lib_mrv_asic_write_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 5, words.data(),
+                                entries, CALLER);
+}
+
+syserr_t n_read(uint32_t num) {
+  return lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_NI, 1, 2, words.data(), num, CALLER);
+}
+
+const step scenario[] = {
+    {"init", initialise, passes},
+    {"read", [] { return lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 1, 2, words.data(), CALLER); },
+     service_failed},
+    {"write", write_one, service_failed},
+    {"write_field",
+     [] {
+       return lib_mrv_asic_write_field(0, 0, KEL_ASIC_BLK_HI, 1, 2, 3, 3, KEL_ASIC_WR_SYMBOLIC,
+                                       CALLER);
+     },
+     service_failed},
+    {"n_read", [] { return n_read(2049); }, service_failed},
+    {"read_dhs", [] { return read_dhs(2050); }, service_failed},
+    {"write_dhs", [] { return write_dhs(2051); }, service_failed},
+    {"begin", begin, passes},
+    {"write, joining", write_one, passes},
+    {"write_dhs, joining", [] { return write_dhs(600); }, passes},  // commits a full transaction
+    {"commit", end, passes},
+    {"pgm", [] { return lib_mrv_asic_pgm(0, 0, program, 2, CALLER); }, service_failed},
+    {"get_qos_stats",
+     [] { return lib_mrv_asic_get_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, &stats, 0); },
+     service_failed},
+    {"clear_qos_stats",
+     [] { return lib_mrv_asic_clear_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, 0); },
+     service_failed},
+    {"clear_all_qos_stats", [] { return lib_mrv_asic_clear_all_qos_stats(0, 0, 0); },
+     service_failed},
+    {"pause_enable", [] { return lib_mrv_asic_link_pause_enable(0, 0, CARDCFG_PORT_TYPE_HIF, 1); },
+     service_failed},
+    {"pause_disable",
+     [] { return lib_mrv_asic_link_pause_disable(0, 0, CARDCFG_PORT_TYPE_NIF, 1); },
+     service_failed},
+    {"nodrop", [] { return lib_mrv_asic_set_nodrop_class_map(0, 0, 3); }, service_failed},
+    {"sfp", [] { return lib_mrv_asic_sfp_validation_failed(0, 0, 3, 1); }, service_failed},
+    {"sp_timer", [] { return lib_mrv_asic_prog_sp_timer(0, 0, 9); }, service_failed},
+    {"clear_drops", lib_mrv_asic_clear_all_drop_counters, service_failed},
+    {"begin again", begin, passes},
+    {"n_read, interrupting", [] { return n_read(long_run); }, service_failed},
+    {"commit again", end, passes},
+};
+
+struct fault {
+  const char *kind;
+  unsigned libc_faults::*fail_at;  // null for the service
+  syserr_t code;                   // 0: as the step says
+};
+
+const fault kinds[] = {
+    {"calloc", &libc_faults::fail_calloc, 12},
+    {"realloc", &libc_faults::fail_realloc, 12},
+    {"fopen", &libc_faults::fail_fopen, 0xFFFFFFFF},
+    {"fseek", &libc_faults::fail_fseek, 0xFFFFFFFF},
+    {"service", nullptr, 0},
+};
+
+// The service call that fails, 0 for none.
+unsigned service_calls, failing_call;
+bool commit_failed;  // by the fault; the operation that it interrupts or joins does not tell
+
+int answer(uint32_t case_code, void *, uint32_t) {
+  if (++service_calls != failing_call)
+    return 0;
+  commit_failed = case_code == SYSSRV_MEM_WRITE_CASE;
+  errno = ETIMEDOUT;
+  return -1;
+}
+
+enum outcome { no_fault, survived, wrong };
+
+// Runs the scenario with one fault; the step that meets it is run again, and so is all behind it.
+outcome run_scenario(const fault &fault, unsigned nth) {
+  (fault.fail_at != nullptr ? faults().*fault.fail_at : failing_call) = nth;
+  faults().marker_file = true;
+  faults().arm();
+  fake().answer = answer;
+  bool met = false;
+  for (const step &step : scenario) {
+    const syserr_t result = step.operation();
+    if (result == 0)
+      continue;
+    met = true;
+    const syserr_t documented = fault.fail_at != nullptr ? fault.code : step.when_service_fails;
+    if (result != documented || step.operation() != 0) {
+      std::fprintf(stderr, "%s fails at %u: %s answers %x\n", fault.kind, nth, step.name, result);
+      return wrong;
+    }
+  }
+  return met || commit_failed ? survived : no_fault;
+}
+
+// The library initialises once in a process, so each run has one of its own.
+template <typename Body>
+int in_child(Body body) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    const int result = body();
+    std::remove(log_path().c_str());
+    _exit(result);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : wrong;
+}
+
+void send_standard_output(const char *path) {
+  if (std::freopen(path, "w", stdout) == nullptr)
+    _exit(wrong);
+}
+
+}  // namespace
+
+TEST(Fault, each_operation_answers_with_its_code_and_works_again) {
+  for (const fault &fault : kinds) {
+    int outcome = survived;
+    unsigned nth = 0;
+    while (outcome == survived) {
+      ++nth;
+      outcome = in_child([&] {
+        send_standard_output("/dev/null");
+        return run_scenario(fault, nth);
+      });
+    }
+    EXPECT_EQ(outcome, no_fault) << fault.kind << " at " << nth;
+    EXPECT_GT(nth, 1u) << fault.kind << " is never called";
+  }
+}
+
+TEST(Fault, a_trace_that_cannot_be_written_changes_no_result) {
+  const auto no_room = [] {
+    faults().log_path = "/dev/full";
+    send_standard_output("/dev/full");
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
+    return run_scenario(kinds[0], 0);
+  };
+  const auto no_standard_output = [] {
+    close(STDOUT_FILENO);
+    return run_scenario(kinds[0], 0);
+  };
+  EXPECT_EQ(in_child(no_room), no_fault);
+  EXPECT_EQ(in_child(no_standard_output), no_fault);
+}
