@@ -123,6 +123,21 @@ std::vector<uint32_t> request_header(kel_asic_access_type_t type, int module, ui
   return sent_call{0, 0, sizeof record, {bytes, bytes + sizeof record}}.header();
 }
 
+syserr_t read_reg(const reg_place &place, uint32_t *data) {
+  return lib_mrv_asic_read(place.module, place.asic, place.block, place.instance, place.vreg, data,
+                           CALLER);
+}
+
+syserr_t write_reg(const reg_place &place, uint32_t data, uint32_t code) {
+  return lib_mrv_asic_write(place.module, place.asic, place.block, place.instance, place.vreg, data,
+                            code, CALLER);
+}
+
+syserr_t write_field(const reg_place &place, uint32_t value, uint32_t mask, uint32_t code) {
+  return lib_mrv_asic_write_field(place.module, place.asic, place.block, place.instance, place.vreg,
+                                  value, mask, code, CALLER);
+}
+
 void open_transaction() {
   mrv_asic_transaction_start(const_cast<char *>("mine"), 1);
   lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 0, 0x1234, 5, KEL_ASIC_WR_RAW, CALLER);

@@ -103,6 +103,19 @@ std::string log_path();
 // A caller's identification as the operations take it: context, file, line, func.
 #define CALLER 0x51u, const_cast<char *>("client.c"), 42, "client"
 
+// A register, and the single-register operations on it by CALLER.
+struct reg_place {
+  int module = 0;
+  kel_asic_num_t asic = 0;
+  kel_asic_blk_t block = KEL_ASIC_BLK_HI;
+  uint32_t instance = 2;
+  kel_asic_reg_t vreg = 5;
+};
+syserr_t read_reg(const reg_place &place, uint32_t *data);
+syserr_t write_reg(const reg_place &place, uint32_t data, uint32_t code = KEL_ASIC_WR_SYMBOLIC);
+syserr_t write_field(const reg_place &place, uint32_t value, uint32_t mask,
+                     uint32_t code = KEL_ASIC_WR_SYMBOLIC);
+
 // Opens a transaction "mine", reordering allowed, with one write in it.
 void open_transaction();
 // Commits, and gives the record that was sent; a record of zeros when there was none.

@@ -1,0 +1,103 @@
+// The register request, byte by byte, and what becomes of the service's result.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <climits>
+
+#include "fake_platform.h"
+
+namespace {
+
+uint32_t value;
+
+// The single-register operations, one request each.
+syserr_t read_as(uint32_t context, char *file, int line, const char *func) {
+  return lib_mrv_asic_read(3, 0, KEL_ASIC_BLK_HI, 2, 5, &value, context, file, line, func);
+}
+
+syserr_t write_as(uint32_t context, char *file, int line, const char *func) {
+  return lib_mrv_asic_write(2, 0, KEL_ASIC_BLK_XL, 3, 183, 0x8899AABB, KEL_ASIC_WR_SYMBOLIC,
+                            context, file, line, func);
+}
+
+syserr_t write_field_as(uint32_t context, char *file, int line, const char *func) {
+  return lib_mrv_asic_write_field(0, 0x01020304, KEL_ASIC_NUM_BLK, 9, 0xFFFFFFF8, 0x3, 0x30,
+                                  KEL_ASIC_WR_RAW, context, file, line, func);
+}
+
+constexpr struct {
+  syserr_t (*call_as)(uint32_t context, char *file, int line, const char *func);
+  uint32_t case_code;
+  uint32_t words[7];  // type, module, asic, addr, data, mask, num
+} operations[] = {
+    {read_as, 0x40000000, {0, 3, 0, 0x13020028, 0, 0xFFFFFFFF, 0}},
+    {write_as, 0x40000001, {1, 2, 0, 0x220305B8, 0x8899AABB, 0xFFFFFFFF, 0}},
+    {write_field_as, 0x40000001, {2, 0, 0x01020304, 0xFFFFFFF8, 0x3, 0x30, 0}},
+};
+
+// What an earlier function leaves on the stack must not be sent.
+__attribute__((noinline)) void litter_stack() {
+  volatile char litter[4096];
+  for (volatile char &byte : litter)
+    byte = 'X';
+}
+
+// The request of each operation for a caller, to the byte.
+void expect_requests(const char *file, const char *func) {
+  for (const auto &operation : operations) {
+    std::vector<uint8_t> expected(196);
+    const uint32_t caller_words[] = {0xC0FFEE01, 0xFFFFFFFE};
+    std::memcpy(&expected[0], operation.words, 28);
+    std::memcpy(&expected[28], caller_words, 8);
+    if (func != nullptr)
+      std::memcpy(&expected[36], func, std::min<std::size_t>(std::strlen(func), 31));
+    if (file != nullptr)
+      std::memcpy(&expected[68], file, std::min<std::size_t>(std::strlen(file), 127));
+    litter_stack();
+    EXPECT_EQ(operation.call_as(0xC0FFEE01, const_cast<char *>(file), -2, func), 0u);
+    const sent_call &sent = fake().calls.back();
+    EXPECT_EQ(sent.bytes, expected);
+    EXPECT_EQ(sent.case_code, operation.case_code);
+    EXPECT_EQ(sent.length, 196u);
+    EXPECT_EQ(sent.driver_id, 0xA1B2C3D4u);
+  }
+}
+
+}  // namespace
+
+TEST(Request, holds_each_field_in_its_place) {
+  lib_mrv_asic_init(3, 0xA1B2C3D4, CALLER);
+  expect_requests("dir/client.c", "function");
+  expect_requests(nullptr, nullptr);
+  for (std::size_t length : {0u, 1u, 30u, 31u, 32u, 40u, 126u, 127u, 128u, 200u}) {
+    const std::string text(length, 't');
+    expect_requests(text.c_str(), text.c_str());
+  }
+}
+
+TEST(ServiceResult, becomes_the_result_of_the_operation) {
+  const struct {
+    int result, error_number;
+    syserr_t expected;
+  } rows[] = {
+      {0, EINVAL, 0},          {-1, EINVAL, 0x82230016}, {-1, ENOENT, 0x82230002},
+      {-1, EIO, 0x82230005},   {-1, 0x1005, 0x82230005}, {-1, 0xFFF, 0x82230FFF},
+      {-1, 0, 0x82230000},     {-22, EIO, 0x82230005},   {INT_MIN, EPERM, 0x82230001},
+      {1, EINVAL, 0x82230005}, {7, 0, 0x82230005},       {INT_MAX, 1, 0x82230005},
+  };
+  initialise();
+  for (const auto &row : rows) {
+    fake().answer = [&](uint32_t, void *record, uint32_t) {
+      std::memset(record, 0xEE, 196);
+      static_cast<kel_asic_reg_access_params_t *>(record)->data = 0x600D;
+      errno = row.error_number;
+      return row.result;
+    };
+    value = 0xBAD;
+    fake().calls.clear();
+    for (const auto &operation : operations)
+      EXPECT_EQ(operation.call_as(CALLER), row.expected) << row.result << " " << row.error_number;
+    EXPECT_EQ(fake().calls.size(), 3u);
+    EXPECT_EQ(value, row.result == 0 ? 0x600Du : 0xBADu);
+  }
+}

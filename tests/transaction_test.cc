@@ -1,0 +1,208 @@
+// The write transaction: each row of its states, the record that is sent, and the trace.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "fake_platform.h"
+
+namespace {
+
+using texts = std::vector<std::string>;
+using entries = std::vector<kel_asic_xn_entry_t>;
+
+constexpr uint32_t all = 0xFFFFFFFF;
+
+uint32_t value;
+
+void start(const char *name, int reorder) {
+  EXPECT_EQ(mrv_asic_transaction_start(const_cast<char *>(name), reorder), 0);
+}
+
+syserr_t write_raw(uint32_t addr, uint32_t data) {
+  return write_reg({1, 0, KEL_ASIC_BLK_HI, 0, addr}, data, KEL_ASIC_WR_RAW);
+}
+
+// The call must have sent that transaction; what stands behind its entries is left out.
+void expect_sent(const sent_call &call, std::string name, int reorder, const entries &expected) {
+  EXPECT_EQ(call.case_code, 0x40000003u);
+  EXPECT_EQ(call.length, 10280u);
+  const auto record = call.as<kel_asic_xn_t>();
+  name.resize(32);
+  EXPECT_EQ(std::string(record.name, sizeof record.name), name);
+  EXPECT_EQ(record.reorder_allowed, reorder);
+  ASSERT_EQ(record.num, static_cast<int>(expected.size()));
+  EXPECT_EQ(std::memcmp(record.xn, expected.data(), expected.size() * sizeof record.xn[0]), 0);
+}
+
+// A commit must send that transaction and leave none open.
+void expect_commit(const std::string &name, int reorder, const entries &expected) {
+  const std::size_t before = fake().calls.size();
+  EXPECT_EQ(mrv_asic_transaction_commit(), 0);
+  EXPECT_EQ(mrv_asic_transaction_commit(), 0);
+  ASSERT_EQ(fake().calls.size(), before + 1);
+  expect_sent(fake().calls.back(), name, reorder, expected);
+}
+
+}  // namespace
+
+TEST(Transaction, takes_each_write_as_one_entry) {
+  initialise();
+  start("batch", -5);
+  EXPECT_EQ(write_reg({3}, 0xAA), 0u);
+  EXPECT_EQ(write_field({}, 0xBB, 0xF0), 0u);
+  EXPECT_EQ(write_reg({2, 0x8001020F, KEL_ASIC_BLK_XL, 99, 0x1234}, 0xCC, 0), 0u);
+  EXPECT_EQ(write_field({1, 9, KEL_ASIC_BLK_XL, 99, 0x1234}, 0xDD, 0, 0), 0u);
+  EXPECT_EQ(write_reg({4}, 1, 0), SYSERR_KEL_ASIC_INVALID_ARG);
+  EXPECT_EQ(write_reg({0, 0, KEL_ASIC_BLK_HI, 32}, 1), SYSERR_KEL_ASIC_INVALID_ARG);
+  EXPECT_EQ(write_field({}, 1, 0), SYSERR_KEL_ASIC_INVALID_ARG);
+  EXPECT_TRUE(fake().calls.empty());
+  expect_commit("batch", -5,
+                {{3, 0, 0x13020028, 0xAA, all},
+                 {0, 0, 0x13020028, 0xBB, 0xF0},
+                 {2, static_cast<int32_t>(0x8001020F), 0x1234, 0xCC, all},
+                 {1, 9, 0x1234, 0xDD, 0}});
+  EXPECT_EQ(fake().calls.back().driver_id, KEL_ASIC_DRIVER_MORVANE);
+  write_raw(8, 1);
+  EXPECT_EQ(fake().calls.back().case_code, SYSSRV_REG_WRITE_CASE);
+}
+
+TEST(Transaction, keeps_its_name_when_started_again) {
+  initialise();
+  start("first", 1);
+  write_raw(4, 5);
+  for (const char *name : {"second", "", static_cast<const char *>(nullptr)})
+    start(name, 0);
+  expect_commit("first", 1, {{1, 0, 4, 5, all}});
+  start("second", 0);
+  expect_commit("second", 0, {});
+}
+
+TEST(Transaction, has_a_name_of_1_to_31_characters) {
+  initialise();
+  for (std::size_t length : {40u, 1u, 30u, 31u, 32u}) {
+    const std::string name(length, 'n');
+    start(name.c_str(), 0);
+    expect_commit(name.substr(0, 31), 0, {});
+  }
+  fake().calls.clear();
+  for (const char *name : {"", static_cast<const char *>(nullptr)}) {
+    start(name, 1);
+    EXPECT_EQ(mrv_asic_transaction_commit(), 0);
+    write_raw(4, 5);
+    EXPECT_EQ(fake().calls.size(), 1u);
+    EXPECT_EQ(fake().calls.back().case_code, SYSSRV_REG_WRITE_CASE);
+    fake().calls.clear();
+  }
+}
+
+TEST(Transaction, needs_no_initialisation) {
+  start("early", 1);
+  expect_commit("early", 1, {});
+  EXPECT_EQ(fake().calls.back().driver_id, 0u);
+  start("kept", 1);
+  initialise();
+  write_raw(4, 5);
+  expect_commit("kept", 1, {{1, 0, 4, 5, all}});
+}
+
+TEST(Transaction, is_sent_and_continued_by_the_write_that_finds_it_full) {
+  initialise();
+  start("full", 1);
+  entries full;
+  for (uint32_t i = 0; i < 512; ++i) {
+    EXPECT_EQ(write_raw(4 * i, i), 0u);
+    full.push_back({1, 0, 4 * i, i, all});
+  }
+  EXPECT_TRUE(fake().calls.empty());
+  fake().fail_calls(-1, EIO);
+  EXPECT_EQ(write_raw(0x8000, 512), 0u);
+  ASSERT_EQ(fake().calls.size(), 1u);
+  expect_sent(fake().calls.back(), "full", 1, full);
+  EXPECT_EQ(write_raw(0x8004, 513), 0u);
+  expect_commit("Contd XN..", 0, {{1, 0, 0x8000, 512, all}, {1, 0, 0x8004, 513, all}});
+}
+
+TEST(Transaction, is_sent_before_a_read_and_reopened) {
+  initialise();
+  start("mine", 1);
+  write_raw(4, 5);
+  EXPECT_EQ(read_reg({}, nullptr), SYSERR_KEL_ASIC_INVALID_ARG);
+  EXPECT_EQ(read_reg({0, 0, KEL_ASIC_BLK_HR, 2, 26}, &value), SYSERR_KEL_ASIC_INVALID_ARG);
+  EXPECT_TRUE(fake().calls.empty());
+  fake().fail_calls(1);
+  EXPECT_EQ(read_reg({}, &value), KEL_ASIC_SYSERR_SERVICE_ANSWER);
+  ASSERT_EQ(fake().calls.size(), 2u);
+  expect_sent(fake().calls[0], "mine", 1, {{1, 0, 4, 5, all}});
+  EXPECT_EQ(fake().calls[1].case_code, SYSSRV_REG_READ_CASE);
+  start("ignored", 1);
+  write_raw(8, 6);
+  expect_commit("<Interrupted>", 0, {{1, 0, 8, 6, all}});
+
+  fake().calls.clear();
+  read_reg({}, &value);
+  EXPECT_EQ(mrv_asic_transaction_commit(), 0);
+  EXPECT_EQ(fake().calls.size(), 1u);
+}
+
+TEST(Transaction, leaves_old_entries_behind_its_own) {
+  initialise();
+  start("a name to be overwritten", 1);
+  for (uint32_t i = 1; i <= 3; ++i)
+    write_raw(i, 10 * i);
+  expect_commit("a name to be overwritten", 1,
+                {{1, 0, 1, 10, all}, {1, 0, 2, 20, all}, {1, 0, 3, 30, all}});
+  const auto first = fake().calls.back().as<kel_asic_xn_t>();
+  start("short", 0);
+  write_raw(9, 90);
+  expect_commit("short", 0, {{1, 0, 9, 90, all}});
+  const auto second = fake().calls.back().as<kel_asic_xn_t>();
+  EXPECT_EQ(std::memcmp(&second.xn[1], &first.xn[1], 511 * sizeof first.xn[0]), 0);
+}
+
+TEST(Transaction, is_dropped_by_a_failed_commit) {
+  initialise_with_trace();
+  const std::string commit = "mrv_asic_transaction_commit";
+  for (int result : {-1, 7}) {
+    start("batch", 1);
+    write_raw(4, 5);
+    trace_lines();
+    fake().fail_calls(result, EIO);
+    EXPECT_EQ(mrv_asic_transaction_commit(), 0);
+    const std::string rc = result < 0 ? "ffffffff" : "7";
+    EXPECT_EQ(trace_lines(), (texts{enter_line(commit),
+                                    detail_line(0, "LIB: XN <batch/1> commit failure <rc=" + rc +
+                                                       ">. asic_typ=Morvane <236>"),
+                                    exit_line(commit)}));
+    start("next", 0);
+    expect_commit("next", 0, {});
+  }
+}
+
+TEST(Transaction, traces_each_step) {
+  initialise_with_trace();
+  const std::string begin = "mrv_asic_transaction_start", add = "kel_asic_transaction_add",
+                    commit = "mrv_asic_transaction_commit", w = "lib_mrv_asic_write",
+                    r = "lib_mrv_asic_read";
+  mrv_asic_transaction_commit();
+  EXPECT_EQ(trace_lines(), texts{enter_line(commit)});
+  for (const char *name : {"", "mine", "other"})
+    start(name, 0);
+  EXPECT_EQ(trace_lines(), (texts{enter_line(begin), exit_line(begin), enter_line(begin),
+                                  exit_line(begin), enter_line(begin)}));
+  for (uint32_t i = 0; i < 512; ++i)
+    write_raw(i, i);
+  texts lines = trace_lines();
+  EXPECT_EQ(texts(lines.end() - 4, lines.end()),
+            (texts{enter_line(w), enter_line(add), exit_line(add), exit_line(w)}));
+  write_raw(512, 512);
+  EXPECT_EQ(trace_lines(),
+            (texts{enter_line(w), enter_line(add), enter_line(commit), exit_line(commit),
+                   enter_line(begin), exit_line(begin), exit_line(add), exit_line(w)}));
+  read_reg({}, &value);
+  lines = trace_lines();
+  lines.erase(lines.begin() + 1);  // the address
+  EXPECT_EQ(lines, (texts{enter_line(r), enter_line(commit), exit_line(commit), enter_line(begin),
+                          exit_line(begin),
+                          detail_line(0, r + ": sse call success: rreg 0x13020028 data 0x0"),
+                          exit_line(r)}));
+}
