@@ -1,0 +1,396 @@
+// Turns bytes into calls of every exported operation with hostile arguments, and into hostile
+// answers of the service, and checks after each call what a caller relies on: no word written
+// beyond what was asked for, at most one service call, every request well formed.
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "kel_asic_intf.h"
+#include "kel_asic_lib_private.h"
+#include "platform/system_service.h"
+#include "transaction.h"
+
+namespace {
+
+constexpr uint32_t header_size = 196;
+constexpr uint32_t most_words = 8192;         // that a call here reads or writes
+constexpr uint32_t longest_run = 1073741774;  // that has a 32-bit size
+
+// The input, a value at a time; zeros when it has run out.
+class input_bytes {
+ public:
+  void reset(const uint8_t *data, std::size_t size) {
+    data_ = data;
+    left_ = size;
+  }
+  bool empty() const { return left_ == 0; }
+  template <typename Value>
+  Value take() {
+    Value value = {};
+    const std::size_t count = std::min(left_, sizeof value);
+    std::memcpy(&value, data_, count);
+    data_ += count;
+    left_ -= count;
+    return value;
+  }
+  uint32_t below(uint32_t limit) { return take<uint16_t>() % limit; }
+  bool flag() { return (take<uint8_t>() & 1) != 0; }
+  // Mostly a small number, sometimes any.
+  uint32_t number(uint32_t limit) {
+    return take<uint8_t>() % 8 != 0 ? below(limit) : take<uint32_t>();
+  }
+
+ private:
+  const uint8_t *data_ = nullptr;
+  std::size_t left_ = 0;
+};
+
+input_bytes input;
+
+void require(bool holds, const char *what) {
+  if (holds)
+    return;
+  std::fprintf(stderr, "does not hold: %s\n", what);
+  std::abort();
+}
+
+// An array of the caller's between guard words.
+class guarded_words {
+ public:
+  uint32_t *prepare(uint32_t count) {
+    words_.assign(count + 2 * guards, guard);
+    return words_.data() + guards;
+  }
+  void check(uint32_t written) const {
+    require(written <= words_.size() - 2 * guards, "an answer has somewhere to go");
+    const auto *rest = words_.data() + guards + written;
+    require(std::all_of(words_.data(), words_.data() + guards, is_guard), "guard before the array");
+    require(std::all_of(rest, words_.data() + words_.size(), is_guard), "guard behind the answer");
+  }
+
+ private:
+  static constexpr std::size_t guards = 8;
+  static constexpr uint32_t guard = 0x6A6D6D6A;
+  static bool is_guard(uint32_t word) { return word == guard; }
+  std::vector<uint32_t> words_;
+};
+
+guarded_words caller_array;
+
+// The register map: tables for the largest block, holes and all.
+std::array<kel_asic_reg_t, KEL_ASIC_SS_NUM_ENUM> offsets;
+std::array<kel_asic_reg_t, 64> bases;
+std::array<const kel_asic_reg_t *, KEL_ASIC_NUM_BLK> offset_table, base_table;
+int hook_answer;
+
+int entry_size_hook(kel_asic_blk_t, kel_asic_reg_t, uint32_t) {
+  return hook_answer;
+}
+
+// What the service has seen since the operation began.
+unsigned requests;        // but for commits
+uint32_t answered_words;  // that the caller may find in its array
+
+bool is_terminated(const char *text, std::size_t size) {
+  return text[size - 1] == '\0';
+}
+
+void check_request(uint32_t case_code, const kel_asic_reg_access_params_t &request,
+                   uint32_t length) {
+  require(is_terminated(request.info.func, sizeof request.info.func), "func is terminated");
+  require(is_terminated(request.info.file, sizeof request.info.file), "file is terminated");
+  require(length >= header_size && length % 4 == 0, "length of a register request");
+  const bool is_run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
+  require(is_run || length == header_size, "length of a single-register request");
+  // A read may ask for fewer words than it has room for.
+  require(is_run ? request.num <= (length - header_size) / 4 : request.num == 0, "number of words");
+  if (case_code == SYSSRV_REG_READ_CASE)
+    require(request.type == TYPE_READ || request.type == TYPE_READ_DHS, "type of a read");
+  if (case_code == SYSSRV_REG_WRITE_CASE)
+    require(request.type == TYPE_WRITE || request.type == TYPE_WRITE_FIELD ||
+                request.type == TYPE_WRITE_DHS,
+            "type of a write");
+}
+
+void check_transaction(const kel_asic_xn_t &transaction, uint32_t length) {
+  require(length == sizeof transaction, "length of a transaction");
+  require(transaction.num >= 0 && transaction.num <= KEL_ASIC_XN_ENTRIES, "number of entries");
+  require(transaction.name[0] != '\0', "a transaction that is sent has a name");
+  require(is_terminated(transaction.name, sizeof transaction.name), "name is terminated");
+}
+
+void check_stats(const kel_asic_qos_stats_params_t &request, uint32_t length) {
+  static const kel_asic_qos_stats_t zeros = {};
+  require(length == sizeof request && request.type <= QOS_STATS_CLEAR_ALL, "QoS request");
+  require(std::memcmp(&request.stats, &zeros, sizeof zeros) == 0, "statistics are sent as zeros");
+}
+
+// Any bytes at all in the record, but for a length that makes the input last.
+void scribble(void *record, uint32_t length) {
+  const uint8_t byte = input.take<uint8_t>();
+  if ((byte & 3) == 0)
+    return;
+  std::memset(static_cast<uint8_t *>(record) + input.below(28), byte, length - 28);
+}
+
+char *text() {
+  static const std::string long_text(300, '%');
+  static const std::array<const char *, 5> choices = {nullptr, "", "port_manager.cc", "%s%n%s%n",
+                                                      long_text.c_str()};
+  return const_cast<char *>(choices[input.below(choices.size())]);
+}
+
+// The arguments of a register operation.
+struct arguments {
+  int module = static_cast<int>(input.number(4));
+  kel_asic_num_t asic = input.number(1);
+  kel_asic_blk_t block = static_cast<kel_asic_blk_t>(input.number(KEL_ASIC_NUM_BLK));
+  uint32_t instance = input.number(4);
+  kel_asic_reg_t vreg = input.number(KEL_ASIC_SS_NUM_ENUM);
+  uint32_t code = input.flag() ? KEL_ASIC_WR_SYMBOLIC : input.take<uint32_t>();
+  uint32_t value = input.take<uint32_t>();
+  uint32_t mask = input.number(2);
+  uint32_t context = input.take<uint32_t>();
+  char *file = text();
+  int line = input.take<int>();
+  const char *func = text();
+
+  // An address that is more often a table than chance would have it.
+  void prefer_table() {
+    static constexpr struct {
+      kel_asic_blk_t block;
+      kel_asic_reg_t vreg;
+    } tables[] = {
+        {KEL_ASIC_BLK_HF, HF_DHS_TCAM_OFFSET},      {KEL_ASIC_BLK_HF, HF_DHS_POL_OFFSET},
+        {KEL_ASIC_BLK_HF, HF_DHS_RESULT_00_OFFSET}, {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEM_OFFSET},
+        {KEL_ASIC_BLK_QS, QS_DHS_ARB_BI_OFFSET},    {KEL_ASIC_BLK_SS, SS_DHS_ARB9_HI_OFFSET}};
+    if (input.flag())
+      return;
+    block = tables[input.below(6)].block;
+    vreg = tables[input.below(6)].vreg;
+  }
+};
+
+uint32_t *array_or_null(uint32_t words) {
+  return input.flag() || input.flag() ? caller_array.prepare(words) : nullptr;
+}
+
+// A number of entries that fits the array of most_words, whatever an entry has, or fits no request.
+uint32_t run_length() {
+  if (input.below(8) == 0)
+    return longest_run + 1 + input.take<uint16_t>();
+  const uint32_t entries = input.below(most_words / 16);
+  return entries != 0 && hook_answer > 16 ? entries + 5 : entries;
+}
+
+// The QoS statistics and the port operations take the same few numbers.
+syserr_t port_operation(uint32_t which) {
+  const int module = static_cast<int>(input.number(4)), asic = static_cast<int>(input.number(1));
+  const uint32_t type = input.number(4), port = input.number(40);
+  const auto port_type = static_cast<cardcfg_port_type_t>(type);
+  const auto module8 = static_cast<uint8_t>(module), asic8 = static_cast<uint8_t>(asic),
+             port8 = static_cast<uint8_t>(port);
+  uint32_t *stats = array_or_null(sizeof(kel_asic_qos_stats_t) / 4);
+  switch (which) {
+    case 0:
+      return lib_mrv_asic_get_qos_stats(module8, asic8, port_type, port8,
+                                        reinterpret_cast<kel_asic_qos_stats_t *>(stats), type);
+    case 1:
+      return lib_mrv_asic_clear_qos_stats(module8, asic8, port_type, port8, type);
+    case 2:
+      return lib_mrv_asic_clear_all_qos_stats(module8, asic8, type);
+    case 3:
+      return lib_mrv_asic_link_pause_enable(module, asic, port_type, port);
+    case 4:
+      return lib_mrv_asic_link_pause_disable(module, asic, port_type, port);
+    case 5:
+      return lib_mrv_asic_set_nodrop_class_map(module, asic, port);
+    case 6:
+      return lib_mrv_asic_sfp_validation_failed(module, asic, type, port);
+    case 7:
+      return lib_mrv_asic_prog_sp_timer(module8, asic8, static_cast<uint16_t>(port));
+    default:
+      return lib_mrv_asic_clear_all_drop_counters();
+  }
+}
+
+syserr_t run_program(const arguments &by) {
+  std::array<kel_asic_pgm_t, 4> program;
+  for (kel_asic_pgm_t &step : program) {
+    const arguments to;
+    step = {input.below(16) != 0 ? KEL_ASIC_PGM_MAGIC : 0,
+            to.block,
+            to.instance,
+            to.vreg,
+            to.value,
+            input.flag() ? 0xFFFFFFFF : to.mask};
+  }
+  return lib_mrv_asic_pgm(by.module, by.asic, input.below(8) != 0 ? program.data() : nullptr,
+                          static_cast<int>(input.below(6)) - 1, by.context, by.file, by.line,
+                          by.func);
+}
+
+void check_helpers(uint32_t type) {
+  require(kel_get_driver_string(type) != nullptr, "a driver string");
+  require(kel_get_cardcfg_asic_type(kel_get_asic_type(type)) == (type == 7 ? 7 : 10), "types");
+  require((kel_check_lib_debug() & ~1) == 0, "the switch");
+}
+
+constexpr uint32_t operations = 20;
+
+// Runs an operation and tells how many requests it may have sent; commits come on top.
+unsigned run_operation(uint32_t which) {
+  arguments with;
+  switch (which) {
+    case 0:
+      lib_mrv_asic_read(with.module, with.asic, with.block, with.instance, with.vreg,
+                        array_or_null(1), with.context, with.file, with.line, with.func);
+      return 1;
+    case 1:
+      lib_mrv_asic_write(with.module, with.asic, with.block, with.instance, with.vreg, with.value,
+                         with.code, with.context, with.file, with.line, with.func);
+      return 1;
+    case 2:
+      lib_mrv_asic_write_field(with.module, with.asic, with.block, with.instance, with.vreg,
+                               with.value, with.mask, with.code, with.context, with.file, with.line,
+                               with.func);
+      return 1;
+    case 3:
+      lib_mrv_asic_n_read(with.module, with.asic, with.block, with.instance, with.vreg,
+                          array_or_null(most_words), run_length(), with.context, with.file,
+                          with.line, with.func);
+      return 1;
+    case 4:
+    case 5:
+      with.prefer_table();
+      (which == 4 ? lib_mrv_asic_read_dhs : lib_mrv_asic_write_dhs)(
+          with.module, with.asic, with.block, with.instance, with.vreg, input.number(2048),
+          array_or_null(most_words), run_length(), with.context, with.file, with.line, with.func);
+      return 1;
+    case 6:
+      run_program(with);
+      return 4;
+    case 7:
+      mrv_asic_transaction_start(with.file, with.line);
+      return 0;
+    case 8:
+      mrv_asic_transaction_commit();
+      return 0;
+    case 9:
+      lib_mrv_asic_init(static_cast<slot_num_t>(with.value), with.code, with.context, with.file,
+                        with.line, with.func);
+      return 0;
+    case 10:
+      check_helpers(with.value % 300);
+      return 0;
+    default:
+      port_operation(which - 11);
+      return 1;
+  }
+}
+
+// A library that has just been loaded, on a platform of the input's choosing.
+void load_library() {
+  std::free(lib_ctx.p_params);
+  lib_ctx = {};
+  lib_init_done = 0;
+  pending_xn = {};
+  hook_answer = std::array{-1, 0, 1, 3, 16, 0x10000000, INT32_MAX}[input.below(7)];
+  for (std::size_t i = 0; i < offsets.size(); ++i)
+    offsets[i] = i % 7 == 5 ? KEL_ASIC_NO_REGISTER : static_cast<uint32_t>(4 * i);
+  offset_table.fill(offsets.data());
+  base_table.fill(bases.data());
+}
+
+}  // namespace
+
+extern "C" {
+
+int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t length) {
+  require(case_params->caseId == lib_ctx.driver_id, "driver identifier");
+  const bool single_read = *static_cast<uint32_t *>(case_params->params) == TYPE_READ;
+  switch (case_code) {
+    case SYSSRV_MEM_WRITE_CASE:
+      check_transaction(*static_cast<kel_asic_xn_t *>(case_params->params), length);
+      break;
+    case SYSSRV_MEM_READ_CASE:
+      ++requests;
+      check_stats(*static_cast<kel_asic_qos_stats_params_t *>(case_params->params), length);
+      break;
+    default:
+      ++requests;
+      check_request(case_code, *static_cast<kel_asic_reg_access_params_t *>(case_params->params),
+                    length);
+  }
+  const bool is_get = case_code == SYSSRV_MEM_READ_CASE &&
+                      *static_cast<uint32_t *>(case_params->params) == QOS_STATS_GET;
+  if (case_code != SYSSRV_MEM_WRITE_CASE)
+    scribble(case_params->params, length);
+  errno = input.take<uint16_t>();
+  const int result = static_cast<int>(input.below(4)) - 1;
+  if (result == 0 && is_get)
+    answered_words = sizeof(kel_asic_qos_stats_t) / 4;
+  if (result == 0 && case_code == SYSSRV_REG_READ_CASE) {
+    const uint32_t room = (length - header_size) / 4;
+    const auto *answer = static_cast<kel_asic_reg_access_params_t *>(case_params->params);
+    answered_words = room == 0 && single_read ? 1 : std::min(room, answer->num);
+  }
+  return result;
+}
+
+int cardcfg_get_real_asic_type(uint32_t, uint32_t, uint32_t *dev_type) {
+  *dev_type = input.below(16) != 0 ? CARDCFG_DEV_TYPE_MORVANE : input.take<uint32_t>();
+  return 0;
+}
+
+int cardcfg_card_get_sw_card_id(uint32_t, uint16_t *sw_card_id) {
+  *sw_card_id = input.flag() ? 266 : input.take<uint16_t>();
+  return 0;
+}
+
+syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asic_ver_t *asic_ver,
+                          uint32_t, char *, int, const char *) {
+  std::array<uint32_t, sizeof *limits / 4> counts;
+  counts.fill(input.below(bases.size()));
+  std::memcpy(limits, counts.data(), sizeof *limits);
+  limits->max_asic = input.flag() ? 0 : input.take<uint32_t>();
+  *asic_ver = static_cast<kel_asic_ver_t>(input.take<uint32_t>());
+  funcs->reg_dhs_entry_size = input.flag() ? entry_size_hook : nullptr;
+  return input.below(16) != 0 ? 0 : input.take<uint32_t>();
+}
+
+const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t) {
+  return base_table.data();
+}
+
+const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t) {
+  return offset_table.data();
+}
+
+int LLVMFuzzerInitialize(int *, char ***) {
+  return std::freopen("/dev/null", "w", stdout) != nullptr ? 0 : 1;
+}
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
+  input.reset(data, size);
+  load_library();
+  const bool traced = input.flag();
+  for (unsigned calls = 0; calls < 64 && !input.empty(); ++calls) {
+    lib_ctx.debug_enable = traced;
+    requests = answered_words = 0;
+    caller_array.prepare(0);
+    // The first is mostly an initialisation: nothing else gets far without one.
+    const bool initialise = calls == 0 && input.below(8) != 0;
+    const unsigned allowed = run_operation(initialise ? 9 : input.below(operations));
+    require(requests <= allowed, "at most one service call an operation");
+    caller_array.check(answered_words);
+  }
+  return 0;
+}
+}
