@@ -1,0 +1,189 @@
+// Reads and writes of table entries: what is their own beyond the rules of all multi-word
+// operations.
+#include <gtest/gtest.h>
+
+#include <climits>
+
+#include "fake_platform.h"
+
+namespace {
+
+using words = std::vector<uint32_t>;
+using lines = std::vector<std::string>;
+
+const std::string read_name = "lib_mrv_asic_read_dhs", write_name = "lib_mrv_asic_write_dhs";
+
+// A table at 0x16010708 with entries of two words.
+constexpr uint32_t pairs = HF_DHS_RESULT_LO_OFFSET;
+
+syserr_t read_entries(uint32_t vreg, uint32_t dhs_index, uint32_t *p_data, uint32_t num_entries) {
+  return lib_mrv_asic_read_dhs(3, 0, KEL_ASIC_BLK_HF, 1, vreg, dhs_index, p_data, num_entries,
+                               CALLER);
+}
+
+syserr_t write_entries(uint32_t vreg, uint32_t dhs_index, uint32_t *p_data, uint32_t num_entries) {
+  return lib_mrv_asic_write_dhs(3, 0, KEL_ASIC_BLK_HF, 1, vreg, dhs_index, p_data, num_entries,
+                                CALLER);
+}
+
+// Has a hook with that one answer.
+template <int size>
+void install_hook() {
+  fake().hook = [](kel_asic_blk_t, kel_asic_reg_t, uint32_t) { return size; };
+}
+
+}  // namespace
+
+TEST(DhsAccess, sends_the_entries_in_one_request) {
+  initialise();
+  words data = {11, 12, 13, 14, 15, 16};
+  faults().arm();
+  EXPECT_EQ(write_entries(pairs, 5, data.data(), 3), 0u);
+  EXPECT_EQ(write_entries(pairs, 1023, data.data(), 0), 0u);
+  EXPECT_EQ(read_entries(pairs, 5, data.data(), 3), 0u);
+  faults().disarm();
+  EXPECT_EQ(faults().callocs + faults().reallocs, 0u);
+  ASSERT_EQ(fake().calls.size(), 3u);
+  const sent_call &call = fake().calls[0];
+  EXPECT_EQ(call.case_code, SYSSRV_REG_WRITE_CASE);
+  EXPECT_EQ(call.driver_id, 236u);
+  EXPECT_EQ(call.header(), request_header(TYPE_WRITE_DHS, 3, 0, 0x16010730, 0, ~0u, 6));
+  EXPECT_EQ(call.words(), (words{11, 12, 13, 14, 15, 16}));
+  EXPECT_EQ(fake().calls[1].length, 196u);
+  EXPECT_EQ(fake().calls[1].header(), request_header(TYPE_WRITE_DHS, 3, 0, 0x16012700, 0, ~0u, 0));
+  EXPECT_EQ(fake().calls[2].length, 220u);
+  EXPECT_EQ(fake().calls[2].header(), request_header(TYPE_READ_DHS, 3, 0, 0x16010730, 0, ~0u, 6));
+}
+
+TEST(DhsAccess, a_write_joins_an_open_transaction_word_by_word) {
+  initialise();
+  words data(1200);
+  for (uint32_t i = 0; i < 1200; ++i)
+    data[i] = 7 + i;
+  open_transaction();
+  EXPECT_EQ(write_entries(pairs, 5, data.data(), 0), 0u);
+  EXPECT_EQ(write_entries(pairs, 5, data.data(), 600), 0u);
+  commit();
+  const struct {
+    const char *name;
+    int reorder_allowed, num;
+  } sent[] = {{"mine", 1, 512}, {"Contd XN..", 0, 512}, {"Contd XN..", 0, 177}};
+  ASSERT_EQ(fake().calls.size(), std::size(sent));
+  uint32_t word = 0;
+  for (std::size_t i = 0; i < std::size(sent); ++i) {
+    const auto xn = fake().calls[i].as<kel_asic_xn_t>();
+    EXPECT_STREQ(xn.name, sent[i].name);
+    EXPECT_EQ(xn.reorder_allowed, sent[i].reorder_allowed);
+    ASSERT_EQ(xn.num, sent[i].num);
+    for (int k = i == 0 ? 1 : 0; k < xn.num; ++k, ++word) {
+      const kel_asic_xn_entry_t expected = {3, 0, 0x16010730 + 4 * word, 7 + word, ~0u};
+      ASSERT_EQ(std::memcmp(&xn.xn[k], &expected, sizeof expected), 0) << word;
+    }
+  }
+}
+
+TEST(DhsAccess, a_read_asks_for_fewer_words_of_two_tables_on_four_cards) {
+  install_hook<4>();
+  initialise();
+  uint32_t data[48] = {};
+  for (const int card : {0, 264, 265, 266, 267, 344, 345, 346, 372, 373, 374, 65535}) {
+    for (const bool query_fails : {false, true}) {
+      fake().sw_card_id = static_cast<uint16_t>(card);
+      fake().sw_card_query_fails = query_fails;
+      const bool fewer = !query_fails && (card == 265 || card == 266 || card == 345 || card == 373);
+      const struct {
+        uint32_t vreg, words, fewer;
+      } tables[] = {
+          {HF_DHS_RESULT_00_OFFSET, 4, 3}, {HF_DHS_POL_OFFSET, 8, 5}, {HF_DHS_TCAM_OFFSET, 16, 16}};
+      for (const auto &table : tables) {
+        fake().platform_calls.clear();
+        EXPECT_EQ(write_entries(table.vreg, 1, data, 3), 0u);
+        EXPECT_EQ(fake().calls.back().request().num, 3 * table.words);
+        EXPECT_EQ(read_entries(table.vreg, 1, data, 3), 0u);
+        EXPECT_EQ(fake().calls.back().request().num, 3 * (fewer ? table.fewer : table.words))
+            << table.vreg << " on " << card;
+        EXPECT_EQ(fake().calls.back().length, 196 + 12 * table.words);
+        EXPECT_EQ(fake().platform_calls, lines{"cardcfg_card_get_sw_card_id(0)"});
+      }
+    }
+  }
+  fake().sw_card_id = 266;
+  fake().sw_card_query_fails = false;
+  data[10] = 99;
+  fake().answer_words(10, 100);
+  EXPECT_EQ(read_entries(HF_DHS_POL_OFFSET, 0, data, 2), 0u);
+  EXPECT_EQ(data[9], 109u);
+  EXPECT_EQ(data[10], 99u);
+}
+
+TEST(DhsAccess, traces_each_step) {
+  initialise_with_trace();
+  fake().answer_words(1, 0xAB);
+  uint32_t data[2] = {0xCD, 0xEF};
+  const std::string asked = detail_line(0, "kel_asic_reg_dhs_entry_size: vreg 225 dhs_index 5");
+  EXPECT_EQ(read_entries(pairs, 5, data, 1), 0u);
+  EXPECT_EQ(data[0], 0xABu);
+  EXPECT_EQ(trace_lines(),
+            (lines{enter_line(read_name), asked,
+                   detail_line(0, read_name + ": block HF vreg 0xe1 base address 0x16010000 rreg "
+                                              "0x16010708: mod=3 asic=0 blk=6 inst=1 n_ent=1"),
+                   detail_line(0, read_name + ": vreg 0xe1 base address 0x16010000 dhs_index 5 "
+                                              "entry_size 2 rreg 0x16010730"),
+                   detail_line(0, read_name + ": index 1, addr=0x16010730 read_data 0xab"),
+                   exit_line(read_name)}));
+  lines written = {
+      enter_line(write_name),
+      asked,
+      detail_line(0, write_name + ": block HF vreg 0xe1 base address 0x16010000 rreg 0x16010708"),
+      detail_line(0, write_name + ": vreg 0xe1 base address 0x16010000 dhs_index 5 num_entries 1 "
+                                  "entry_size 2 rreg 0x16010730"),
+      detail_line(0, write_name + ": index 1, data to write 0xab"),
+      detail_line(0, write_name + ": index 2, data to write 0xef"),
+      exit_line(write_name)};
+  EXPECT_EQ(write_entries(pairs, 5, data, 1), 0u);
+  EXPECT_EQ(fake().calls.back().words(), (words{0xAB, 0xEF}));
+  EXPECT_EQ(trace_lines(), written);
+  fake().fail_calls(1);
+  EXPECT_EQ(write_entries(pairs, 5, data, 1), 0x82230005u);
+  EXPECT_EQ(trace_lines(), written);
+  EXPECT_STREQ(commit().name, "");  // a failed write leaves nothing pending
+  open_transaction();
+  trace_lines();
+  EXPECT_EQ(write_entries(pairs, 5, data, 1), 0u);
+  const std::string add = "kel_asic_transaction_add";
+  written.insert(written.end() - 1, {enter_line(add), exit_line(add)});
+  written.insert(written.begin() + 5, {enter_line(add), exit_line(add)});
+  EXPECT_EQ(trace_lines(), written);
+}
+
+TEST(DhsAccess, refuses_what_is_no_entry_before_it_looks_for_the_register) {
+  install_hook<INT_MAX>();
+  fake().holes.push_back({KEL_ASIC_BLK_HF, HF_DHS_POL_OFFSET});
+  initialise_with_trace();
+  open_transaction();
+  uint32_t word;
+  const struct {
+    uint32_t vreg, dhs_index, num_entries;
+    std::size_t lines;
+    const char *last_line;
+  } cases[] = {
+      {2, 0, 1, 3, "Unrecognized DHS entry"},
+      {HF_DHS_POL_OFFSET, 64, 1, 3, "Unrecognized DHS entry"},
+      {HF_DHS_POL_OFFSET, 63, 1, 3, "Invalid vreg: block HF reg 116 (74)"},
+      // No 32-bit size: the first would have one of 196 bytes if it wrapped.
+      {HF_DHS_TCAM_OFFSET, 0, 1u << 28, 4, "entry_size 16 rreg"},
+      {HF_DHS_RESULT_00_OFFSET, 0, ~0u, 4, "entry_size 2147483647 rreg"},
+      {HF_DHS_RESULT_00_OFFSET, 0, 1, 4, "entry_size 2147483647 rreg"},
+  };
+  for (const auto &c : cases) {
+    for (const auto operation : {read_entries, write_entries}) {
+      trace_lines();
+      EXPECT_EQ(operation(c.vreg, c.dhs_index, &word, c.num_entries), SYSERR_KEL_ASIC_INVALID_ARG);
+      const lines trace = trace_lines();
+      EXPECT_EQ(trace.size(), c.lines) << "case " << &c - cases;
+      EXPECT_NE(trace.back().find(c.last_line), std::string::npos) << trace.back();
+    }
+  }
+  EXPECT_TRUE(fake().calls.empty());
+  EXPECT_EQ(commit().num, 1);
+}
