@@ -64,17 +64,17 @@ constexpr dhs_row rows[] = {
 constexpr std::size_t row_count = sizeof rows / sizeof rows[0];
 
 constexpr dhs_table make_table() {
-  dhs_table table = {};
+  dhs_table made = {};
   std::size_t next = 0;
   for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
-    table.begin[block] = static_cast<uint8_t>(next);
+    made.begin[block] = static_cast<uint8_t>(next);
     while (next < row_count && rows[next].block == block)
       ++next;
   }
-  table.begin[KEL_ASIC_NUM_BLK] = static_cast<uint8_t>(next);
+  made.begin[KEL_ASIC_NUM_BLK] = static_cast<uint8_t>(next);
   for (std::size_t i = 0; i < row_count; ++i)
-    table.rows[i] = rows[i];
-  return table;
+    made.rows[i] = rows[i];
+  return made;
 }
 
 constexpr dhs_table table = make_table();
