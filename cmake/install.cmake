@@ -1,0 +1,72 @@
+# What `cmake --install` installs, by component:
+#   library      libmorvaneusd.so.*
+#   platform     libmorvaneplatform.so.*, the virtual platform
+#   development  headers, .so links, pkg-config files, the CMake package, reference docs
+#   tool         mrvctl, its man page and its completion
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# The headers include each other by relative paths. Clients may name them as <kel_asic_intf.h> or as
+# <morvaneusd/kel_asic_intf.h>.
+set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/morvaneusd)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/morvaneusd)
+
+# From the folder DIR of an installed tree to its root, so that the tree may be moved.
+function(relative_prefix dir out)
+  file(RELATIVE_PATH path /prefix/${dir} /prefix)
+  string(REGEX REPLACE "/$" "" path ${path})
+  set(${out} ${path} PARENT_SCOPE)
+endfunction()
+
+function(install_pkg_config name)
+  relative_prefix(${CMAKE_INSTALL_LIBDIR}/pkgconfig PC_PREFIX)
+  configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endfunction()
+
+# Also gives the target its public name in this build.
+function(install_library target name component)
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  target_include_directories(${target} INTERFACE
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+    $<INSTALL_INTERFACE:${header_dir}>)
+  install(TARGETS ${target} EXPORT morvaneusdTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      COMPONENT ${component} NAMELINK_COMPONENT development)
+  add_library(morvaneusd::${name} ALIAS ${target})
+endfunction()
+
+install(DIRECTORY include/ DESTINATION ${header_dir} COMPONENT development)
+install_library(morvaneusd morvaneusd library)
+install_pkg_config(morvaneusd)
+if(TARGET morvaneplatform)
+  install(FILES platform/virtual/virtual_platform.h
+    DESTINATION ${header_dir} COMPONENT development)
+  install_library(morvaneplatform platform_virtual platform)
+  install_pkg_config(morvaneplatform)
+endif()
+
+install(EXPORT morvaneusdTargets NAMESPACE morvaneusd::
+  DESTINATION ${package_dir} COMPONENT development)
+configure_package_config_file(cmake/morvaneusdConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/morvaneusdConfig.cmake INSTALL_DESTINATION ${package_dir}
+  NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/morvaneusdConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(
+  FILES ${PROJECT_BINARY_DIR}/morvaneusdConfig.cmake
+        ${PROJECT_BINARY_DIR}/morvaneusdConfigVersion.cmake
+  DESTINATION ${package_dir} COMPONENT development)
+
+if(TARGET mrvctl)
+  # A tree of its own finds its libraries wherever it stands; the system's needs no help.
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    relative_prefix(${CMAKE_INSTALL_BINDIR} root)
+    set_target_properties(mrvctl PROPERTIES
+      INSTALL_RPATH "$ORIGIN/${root}/${CMAKE_INSTALL_LIBDIR}")
+  endif()
+  install(TARGETS mrvctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  install(FILES tools/mrvctl/completion/mrvctl
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+endif()

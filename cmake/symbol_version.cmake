@@ -1,0 +1,39 @@
+# Reads what the library exports from its version script, and stops unless its newest symbol version
+# is that of the release. Included by the build; runs alone as
+#   cmake -DMAP=FILE -DRELEASE=MAJOR.MINOR.PATCH -P symbol_version.cmake
+
+# Sets OUT to the newest symbol version, without its prefix, and stops if that is not the release's.
+function(check_symbol_version map release)
+  file(STRINGS ${map} nodes REGEX "^MORVANEUSD_[0-9.]+ *{")
+  list(TRANSFORM nodes REPLACE "^MORVANEUSD_([0-9.]+).*" "\\1")
+  list(SORT nodes COMPARE NATURAL ORDER DESCENDING)
+  list(POP_FRONT nodes newest)
+  string(REGEX MATCH "^[0-9]+\\.[0-9]+" expected "${release}")
+  if(NOT newest STREQUAL expected)
+    message(FATAL_ERROR
+      "The release is ${release}, but the newest symbol version in ${map} is MORVANEUSD_${newest}; "
+      "it must be MORVANEUSD_${expected}")
+  endif()
+endfunction()
+
+# Sets OUT to the exported names, each as NAME@NODE.
+function(exported_symbols map out)
+  file(STRINGS ${map} lines)
+  set(node "")
+  set(global FALSE)
+  set(names "")
+  foreach(line IN LISTS lines)
+    if(line MATCHES "^([A-Z]+_[0-9.]+) *{")
+      set(node ${CMAKE_MATCH_1})
+    elseif(line MATCHES "^ *(global|local):")
+      string(COMPARE EQUAL "${CMAKE_MATCH_1}" "global" global)
+    elseif(global AND line MATCHES "^ *([A-Za-z0-9_]+)")
+      list(APPEND names ${CMAKE_MATCH_1}@${node})
+    endif()
+  endforeach()
+  set(${out} ${names} PARENT_SCOPE)
+endfunction()
+
+if(CMAKE_SCRIPT_MODE_FILE STREQUAL CMAKE_CURRENT_LIST_FILE)
+  check_symbol_version(${MAP} ${RELEASE})
+endif()
