@@ -31,7 +31,8 @@ void expect_sent(const sent_call &call, std::string name, int reorder, const ent
   EXPECT_EQ(std::string(record.name, sizeof record.name), name);
   EXPECT_EQ(record.reorder_allowed, reorder);
   ASSERT_EQ(record.num, static_cast<int>(expected.size()));
-  EXPECT_EQ(std::memcmp(record.xn, expected.data(), expected.size() * sizeof record.xn[0]), 0);
+  for (std::size_t i = 0; i < expected.size(); ++i)
+    EXPECT_EQ(std::memcmp(&record.xn[i], &expected[i], sizeof expected[i]), 0) << i;
 }
 
 // A commit must send that transaction and leave none open.
