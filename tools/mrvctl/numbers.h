@@ -1,0 +1,28 @@
+// Strict numbers: what a person types is the whole of a number in range, or it is refused.
+#ifndef MRVCTL_NUMBERS_H
+#define MRVCTL_NUMBERS_H
+
+#include <cstdint>
+#include <limits>
+#include <string>
+
+namespace mrvctl {
+
+// Reads a number in decimal, hexadecimal (0x) or binary (0b), from low to high.
+// Throws UsageError, which names the range.
+uint64_t parse_u64(const std::string &text, uint64_t low, uint64_t high);
+
+template <typename T = uint32_t>
+T parse_number(const std::string &text, T low = 0, T high = std::numeric_limits<T>::max()) {
+  return static_cast<T>(parse_u64(text, low, high));
+}
+
+// Reads one word in hexadecimal digits, with 0x or without.
+uint32_t parse_hex_word(const std::string &text);
+
+// Reads seconds with a fraction, from low to high.
+double parse_seconds(const std::string &text, double low, double high);
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,95 @@
+// pgm: register programs.
+#include <algorithm>
+
+#include "commands.h"
+#include "data_file.h"
+#include "text.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr uint32_t kAsicMap = UINT32_C(1) << 31;
+constexpr uint32_t kHighestInMap = 30;
+
+struct ProgramArgs {
+  std::string path;
+  std::optional<std::vector<uint32_t>> asics;
+};
+
+std::vector<uint32_t> parse_asics(const std::string &text) {
+  std::vector<uint32_t> asics;
+  for (const std::string &part : split(text, ','))
+    asics.push_back(parse_number<uint32_t>(part, 0, kHighestInMap));
+  std::sort(asics.begin(), asics.end());
+  asics.erase(std::unique(asics.begin(), asics.end()), asics.end());
+  return asics;
+}
+
+// One ASIC is named by its number, several by a map.
+uint32_t selection(const std::vector<uint32_t> &asics) {
+  if (asics.size() == 1)
+    return asics[0];
+  uint32_t map = kAsicMap;
+  for (const uint32_t asic : asics)
+    map |= UINT32_C(1) << asic;
+  return map;
+}
+
+void run_program(Session &session, const ProgramArgs &args) {
+  std::vector<kel_asic_pgm_t> steps = read_program(session.resolve(args.path));
+  const std::vector<uint32_t> asics =
+      args.asics ? *args.asics : parse_asics(std::to_string(session.asic));
+  uint32_t existing = 0;
+  std::vector<std::string> numbers;
+  for (const uint32_t asic : asics) {
+    existing += asic <= session.map().limits().max_asic ? 1 : 0;
+    numbers.push_back(std::to_string(asic));
+  }
+  const Caller who = session.caller();
+  const syserr_t result =
+      lib_mrv_asic_pgm(static_cast<int>(session.module), selection(asics), steps.data(),
+                       static_cast<int>(steps.size()), who.context, who.file, who.line, who.func);
+  if (result != 0) {
+    session.transaction.add_some();
+    throw OperationFailed(
+        result, "the steps before the one that failed are " + std::string(written_text(session)));
+  }
+  std::string text = format("%zu %s for ASIC %s: ", steps.size(),
+                            steps.size() == 1 ? "step" : "steps", join(numbers, ", ").c_str());
+  text += existing == 0 ? "no such ASIC, nothing written" : written_text(session);
+  session.report.result({{"command", "pgm"},
+                         {"steps", steps.size()},
+                         {"asics", asics},
+                         {"existing_asics", existing},
+                         {"queued", session.transaction.open()}},
+                        text + "\n");
+  if (session.transaction.open())
+    session.transaction.add(static_cast<uint64_t>(existing) * steps.size());
+}
+
+}  // namespace
+
+void add_program_commands(CLI::App &app, Command &chosen) {
+  auto args = std::make_shared<ProgramArgs>();
+  CLI::App *command = add_command(
+      app, chosen, "pgm",
+      "Run a register program from a file\n"
+      "A step a line: BLOCK INSTANCE REGISTER DATA [MASK]; without a mask the whole register is\n"
+      "written. # starts a comment. Inside a transaction the writes are queued. ASICs that do not\n"
+      "exist are passed over.",
+      args, run_program);
+  add_word(command, "FILE", args->path, "File with the steps; in a script, beside the script")
+      ->required();
+  using Parse = std::function<std::optional<std::vector<uint32_t>>(const std::string &)>;
+  const Parse parse_one = [](const std::string &text) {
+    return std::vector<uint32_t>{parse_number<uint32_t>(text, 0, kHighestInMap)};
+  };
+  CLI::Option *one = add_parsed(command, "--asic", args->asics, parse_one,
+                                format("Run it on this ASIC (0 to %u)", kHighestInMap))
+                         ->type_name("N");
+  add_parsed(command, "--asics", args->asics, Parse(parse_asics), "Run it on these ASICs")
+      ->type_name("N,...")
+      ->excludes(one);
+}
+
+}  // namespace mrvctl

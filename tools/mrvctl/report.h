@@ -1,0 +1,98 @@
+// What the tool prints: results for people or as JSON, one object a line, and failures.
+#ifndef MRVCTL_REPORT_H
+#define MRVCTL_REPORT_H
+
+#include <cstdint>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kel_asic_intf.h"
+#include "register_names.h"
+
+namespace mrvctl {
+
+// Keys in the order in which they are set.
+using Json = nlohmann::ordered_json;
+
+class Report {
+ public:
+  // Keeps the process's standard output for results alone: what the library prints from now on goes
+  // to standard error.
+  void take_standard_output();
+
+  void use_json() { json_ = true; }
+  bool json() const { return json_; }
+  // Whether people read along on a terminal that has colours, or at least dim letters.
+  bool dim_zeros() const;
+  bool on_terminal() const;
+
+  // One command's result, in the form that was asked for.
+  void result(const Json &object, const std::string &text);
+
+  // One command's failure: on standard error with its position, "FILE:LINE: " or nothing.
+  void failure(const std::string &position, const std::string &command_line,
+               const std::string &command, const Json &error);
+
+  // False where a result could not be written.
+  bool close();
+
+ private:
+  void print(const std::string &text);
+
+  std::FILE *out_ = stdout;
+  bool json_ = false;
+  bool failed_ = false;
+};
+
+// {"code":...,"name":...,"text":...}; the code is null where it was not the library that failed.
+Json error_json(std::optional<syserr_t> code, const std::string &name, const std::string &text);
+
+// {"command":...,"block":...,"instance":...,"register":...,"vreg":...}
+Json register_json(const char *command, const Register &reg);
+
+// Words that were read, of which the service answered so many from the first on.
+struct Words {
+  std::vector<uint32_t> words;
+  size_t answered = 0;
+};
+
+// Rows of eight words, each with its number in the run.
+std::string run_text(const Words &run);
+
+// Table entries: what was read, from an index on.
+struct Entries {
+  uint32_t first_index = 0;
+  uint32_t entry_size = 1;
+  Words run;
+  std::optional<uint32_t> address;  // of the first entry, where addresses are wanted
+};
+
+std::string entries_text(const Entries &entries);
+Json entries_json(const Entries &entries);
+
+// One or more counters of the QoS record under their names.
+struct Counters {
+  const char *record;
+  const char *field;
+  const char *label;
+  const kel_asic_counter_t *values;
+  size_t count;  // 1, 8 or 48
+};
+
+std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats);
+
+std::string qos_text(const kel_asic_qos_stats_t &stats, bool dim_zeros);
+Json qos_json(const kel_asic_qos_stats_t &stats);
+
+// How fast each counter rose from one record to the next; a counter that fell was cleared between.
+std::string rates_text(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now,
+                       double seconds);
+Json rates_json(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now,
+                double seconds);
+
+}  // namespace mrvctl
+
+#endif

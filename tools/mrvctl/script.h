@@ -1,0 +1,39 @@
+// Script lines: a command a line, # comments, single and double quotes.
+#ifndef MRVCTL_SCRIPT_H
+#define MRVCTL_SCRIPT_H
+
+#include <istream>
+#include <string>
+#include <vector>
+
+namespace mrvctl {
+
+// Splits a line into words. Between single quotes everything stands for itself; between double
+// quotes a backslash keeps the character behind it. A # at the beginning of a word starts a
+// comment. Throws UsageError where a quote is not closed.
+std::vector<std::string> split_words(const std::string &line);
+
+// Reads a text line by line and counts the lines.
+class LineReader {
+ public:
+  // `name` is what messages call the input.
+  LineReader(std::istream &input, std::string name) : input_(input), name_(std::move(name)) {}
+
+  // False at the end. Throws UsageError where the input cannot be read.
+  bool next();
+
+  const std::string &line() const { return line_; }
+  int number() const { return number_; }
+  // "FILE:LINE: ", for messages.
+  std::string position() const;
+
+ private:
+  std::istream &input_;
+  std::string name_;
+  std::string line_;
+  int number_ = 0;
+};
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,27 @@
+// Text helpers.
+#ifndef MRVCTL_TEXT_H
+#define MRVCTL_TEXT_H
+
+#include <string>
+#include <vector>
+
+namespace mrvctl {
+
+// printf into a string.
+[[gnu::format(printf, 1, 2)]] std::string format(const char *pattern, ...);
+
+std::string upper_case(std::string text);
+std::string lower_case(std::string text);
+
+// The parts of a text between separators, empty ones too.
+std::vector<std::string> split(const std::string &text, char separator);
+
+// The parts of a list with the separator between them.
+std::string join(const std::vector<std::string> &parts, const std::string &separator);
+
+// The candidates that differ least from a word, at most three, best first.
+std::vector<std::string> nearest(const std::string &word, std::vector<std::string> candidates);
+
+}  // namespace mrvctl
+
+#endif
