@@ -83,9 +83,9 @@ extern const char *const kel_asic_blk_names[KEL_ASIC_NUM_BLK];
 
 /**
  * @defgroup registers Register enumerations
- * The virtual registers of each block, from KEL_ASIC_<block>_FIRST_ENUM to one before
- * KEL_ASIC_<block>_NUM_ENUM, their number. Values without a name are registers all the same; a
- * value may also be a hole, which the operations refuse.
+ * The virtual registers of each block, from its KEL_ASIC_..._FIRST_ENUM to one before its
+ * KEL_ASIC_..._NUM_ENUM, their number. Values without a name are registers all the same; a value
+ * may also be a hole, which the operations refuse.
  * @{
  */
 
@@ -557,7 +557,7 @@ int kel_check_lib_debug(void);
  *
  * @param module   module number, 0 to 3
  * @param asic     ASIC number, as far as the ASIC limits reach (0)
- * @param block    block, ::KEL_ASIC_BLK_SS to ::KEL_ASIC_BLK_XL
+ * @param block    block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
  * @param instance instance of the block, below the number that the card has
  * @param vreg     virtual register of the block; not a hole
  * @param p_data   receives the register's value on success; not written on failure; not null
@@ -584,7 +584,7 @@ syserr_t lib_mrv_asic_read(int module, kel_asic_num_t asic, kel_asic_blk_t block
  *
  * @param module   module number, 0 to 3
  * @param asic     ASIC number, as far as the ASIC limits reach (0); not checked with a raw address
- * @param block    block, ::KEL_ASIC_BLK_SS to ::KEL_ASIC_BLK_XL; ignored with a raw address
+ * @param block    block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL; ignored with a raw address
  * @param instance instance of the block, below the number that the card has; ignored with a raw
  *                 address
  * @param vreg     virtual register of the block, not a hole; or the raw address, sent as it is
@@ -616,7 +616,7 @@ syserr_t lib_mrv_asic_write(int module, kel_asic_num_t asic, kel_asic_blk_t bloc
  * @param module      module number, 0 to 3
  * @param asic        ASIC number, as far as the ASIC limits reach (0); not checked with a raw
  *                    address
- * @param block       block, ::KEL_ASIC_BLK_SS to ::KEL_ASIC_BLK_XL; ignored with a raw address
+ * @param block       block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL; ignored with a raw address
  * @param instance    instance of the block, below the number that the card has; ignored with a raw
  *                    address
  * @param vreg        virtual register of the block, not a hole; or the raw address, sent as it is
@@ -658,7 +658,7 @@ syserr_t lib_mrv_asic_write_field(int module, kel_asic_num_t asic, kel_asic_blk_
  *
  * @param module      module number, 0 to 3
  * @param asic        ASIC number, as far as the ASIC limits reach (0)
- * @param block       block, ::KEL_ASIC_BLK_SS to ::KEL_ASIC_BLK_XL
+ * @param block       block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
  * @param instance    instance of the block, below the number that the card has
  * @param vreg        virtual register of the block, the first of the run; not a hole
  * @param p_data      array of num_entries words, not null; on success receives as many words as the
@@ -688,14 +688,13 @@ syserr_t lib_mrv_asic_n_read(int module, kel_asic_num_t asic, kel_asic_blk_t blo
  * Only the first entry is checked against the table's range. Makes one service call
  * (::SYSSRV_REG_READ_CASE) and asks the card-configuration service for the software identifier of
  * the card in slot 0: on cards 265, 266, 345 and 373 the request asks for one word less per entry
- * of
- * ::HF_DHS_RESULT_00_OFFSET and three less of ::HF_DHS_POL_OFFSET. An open transaction is committed
+ * of HF_DHS_RESULT_00_OFFSET and three less of HF_DHS_POL_OFFSET. An open transaction is committed
  * first, and an empty one named "<Interrupted>" is left open; a refused read leaves it alone. Reads
  * of up to 2048 words need no allocation; a longer one grows the library's buffer for good.
  *
  * @param module      module number, 0 to 3
  * @param asic        ASIC number, as far as the ASIC limits reach (0)
- * @param block       block, ::KEL_ASIC_BLK_SS to ::KEL_ASIC_BLK_XL
+ * @param block       block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
  * @param instance    instance of the block, below the number that the card has
  * @param vreg        virtual register of the block; a table register
  * @param dhs_index   first entry, 0 to the highest index of the table
@@ -733,7 +732,7 @@ syserr_t lib_mrv_asic_read_dhs(int module, kel_asic_num_t asic, kel_asic_blk_t b
  *
  * @param module      module number, 0 to 3
  * @param asic        ASIC number, as far as the ASIC limits reach (0)
- * @param block       block, ::KEL_ASIC_BLK_SS to ::KEL_ASIC_BLK_XL
+ * @param block       block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
  * @param instance    instance of the block, below the number that the card has
  * @param vreg        virtual register of the block; a table register
  * @param dhs_index   first entry, 0 to the highest index of the table

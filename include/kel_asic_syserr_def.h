@@ -5,11 +5,11 @@
  * Every operation that can fail returns a syserr_t, and 0 is success. Three kinds of non-zero value
  * exist:
  *
- * | Kind           | Values                          | Meaning |
- * |----------------|---------------------------------|---------------------------------------------|
- * | library code   | 0x42230000 + n, n = 0 to 46     | a member of ::kel_asic_syserr_t | | system
- * error   | 0x82230000 + e, e = 0 to 0xFFF  | a failed service call                       | | plain
- * number   | 12 and 0xFFFFFFFF               | no memory; the trace log cannot be used     |
+ * | Kind         | Values                         | Meaning                                 |
+ * |--------------|--------------------------------|-----------------------------------------|
+ * | library code | 0x42230000 + n, n = 0 to 46    | a member of ::kel_asic_syserr_t         |
+ * | system error | 0x82230000 + e, e = 0 to 0xFFF | a failed service call                   |
+ * | plain number | 12 and 0xFFFFFFFF              | no memory; the trace log cannot be used |
  *
  *     syserr_t err = lib_mrv_asic_read(...);
  *     if ((err & KEL_ASIC_SYSERR_KIND_MASK) == KEL_ASIC_SYSERR_SERVICE)
@@ -60,7 +60,7 @@ typedef enum kel_asic_syserr_t KEL_ENUM32 {
   SYSERR_KEL_ASIC_UNKNOWN = 0x42230000,
   SYSERR_KEL_ASIC_FAILURE = 0x42230001,
   SYSERR_KEL_ASIC_MALLOC = 0x42230002,
-  SYSERR_KEL_ASIC_INVALID_ARG = 0x42230003,
+  SYSERR_KEL_ASIC_INVALID_ARG = 0x42230003, /**< a bad argument of any kind */
   SYSERR_KEL_ASIC_NO_DATA_IN_QUEUE = 0x42230004,
   SYSERR_KEL_ASIC_WR_CALL = 0x42230005,
   SYSERR_KEL_ASIC_RD_CALL = 0x42230006,

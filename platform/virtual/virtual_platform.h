@@ -54,7 +54,7 @@ void vp_reset(void);
  */
 void vp_set_card(uint32_t device_type, uint16_t sw_card_id);
 
-/** The software identifier of the card that is plugged in. */
+/** @return the software identifier of the card that is plugged in */
 uint16_t vp_sw_card_id(void);
 
 /**
@@ -177,7 +177,12 @@ typedef struct vp_asic_state {
  */
 int vp_asic_show(uint32_t module, uint32_t asic, vp_asic_state *state);
 
-/** The number of ports of a type: 32 host ports, 8 network ports, none of any other type. */
+/**
+ * Counts the ports of a type.
+ *
+ * @param port_type the type
+ * @return 32 host ports, 8 network ports, none of any other type
+ */
 uint32_t vp_port_count(cardcfg_port_type_t port_type);
 
 #ifdef __cplusplus
