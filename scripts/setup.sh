@@ -3,7 +3,7 @@
 
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 
-build_packages="g++-multilib cmake ninja-build googletest libcli11-dev nlohmann-json3-dev"
+build_packages="g++-multilib cmake ninja-build googletest libcli11-dev nlohmann-json3-dev pkg-config"
 # For the checks alone.
 check_packages="clang clang-format clang-tidy cppcheck libclang-rt-14-dev"
 

@@ -1,0 +1,35 @@
+#!/bin/bash
+# What the completion of mrvctl offers: completion_test.sh MRVCTL COMPLETION
+set -u
+PATH=$(dirname -- "$1"):$PATH
+# shellcheck source=tools/mrvctl/completion/mrvctl
+. "$2"
+failed=0
+
+# offers EXPECTED WORD...: EXPECTED is a pattern for the choices behind the words.
+offers() {
+  local expected=$1
+  shift
+  COMP_WORDS=(mrvctl "$@") COMP_CWORD=$# COMPREPLY=()
+  _mrvctl
+  # shellcheck disable=SC2053  # a pattern
+  [[ ${COMPREPLY[*]} == $expected ]] && return
+  echo "mrvctl $*: offers '${COMPREPLY[*]}', not '$expected'"
+  failed=1
+}
+
+offers "info regs read *expect-fail" ""
+offers "dhs dhs-read dhs-write" dhs
+offers "--help --version --file *--asic" -
+offers "read" --calls --slot 3 rea
+offers "HR. HI. HF." read h
+offers "read" expect-fail rea
+offers "show clear clear-all" qos ""
+offers "--help --opts *" qos show --
+offers "hif nif" qos show ""
+offers "on off" pause ""
+offers "hif" pause on h
+offers "SS HR * XL" regs ""
+offers "" nodrop ""
+offers "n2h h2n" traffic hif 3 --direction ""
+exit $failed

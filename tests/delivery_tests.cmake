@@ -1,0 +1,31 @@
+# What is delivered: the example clients, an installed tree, the symbol version, completion and man
+# page of mrvctl.
+add_test(NAME symbol_version COMMAND ${CMAKE_COMMAND} -DMAP=${symbol_map} -DRELEASE=1.999.0
+  -P ${PROJECT_SOURCE_DIR}/cmake/symbol_version.cmake)
+set_tests_properties(symbol_version PROPERTIES
+  PASS_REGULAR_EXPRESSION "must be MORVANEUSD_1.999")
+
+if(MORVANE_PLATFORM STREQUAL "virtual")
+  foreach(client client_c client_cc)
+    add_test(NAME example.${client} COMMAND ${client})
+  endforeach()
+  set_tests_properties(example.client_c PROPERTIES
+    PASS_REGULAR_EXPRESSION "HI_DHS_LVIF = 0x00001234\n$")
+  set_tests_properties(example.client_cc PROPERTIES
+    PASS_REGULAR_EXPRESSION "flow control 1, 0 writes discarded\n$")
+
+  add_test(NAME completion COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/completion_test.sh
+    $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
+  add_test(NAME man_page_of_mrvctl COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
+    $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in)
+endif()
+
+# Clients of a library with sanitizers need their flags too; nobody installs that one.
+if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
+  list(JOIN warnings " " warning_flags)
+  add_test(NAME install COMMAND ${CMAKE_COMMAND}
+    -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${PROJECT_BINARY_DIR} -DLIBDIR=${CMAKE_INSTALL_LIBDIR}
+    -DGENERATOR=${CMAKE_GENERATOR} -DCC=${CMAKE_C_COMPILER} -DCXX=${CMAKE_CXX_COMPILER}
+    -DC_FLAGS=${CMAKE_C_FLAGS} -DCXX_FLAGS=${CMAKE_CXX_FLAGS} "-DWARNINGS=${warning_flags}"
+    -DREADELF=${CMAKE_READELF} -P ${CMAKE_CURRENT_SOURCE_DIR}/install_test.cmake)
+endif()

@@ -1,0 +1,80 @@
+# Installs into an empty folder, as a package would, and builds the example clients against what
+# stands there: once by pkg-config, once by CMake.
+cmake_minimum_required(VERSION 3.25)
+
+set(work ${BUILD}/install_test)
+set(root ${work}/stage/opt/morvane)  # not where the prefix says: an installed tree may be moved
+file(REMOVE_RECURSE ${work})
+
+# run(COMMAND...): stops with its output if it fails; sets output.
+function(run)
+  execute_process(COMMAND ${ARGN}
+    RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output
+    OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(NOT result EQUAL 0)
+    list(JOIN ARGN " " command)
+    message(FATAL_ERROR "${command}\nended with ${result}:\n${output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+function(expect_text text pattern what)
+  if(NOT text MATCHES "${pattern}")
+    message(FATAL_ERROR "${what}: expected '${pattern}', got:\n${text}")
+  endif()
+endfunction()
+
+function(run_clients c cc)
+  run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${root}/${LIBDIR} ${c})
+  expect_text("${output}" "\nHI.2 HI_DHS_LVIF = 0x00001234$" ${c})
+  run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${root}/${LIBDIR} ${cc})
+  expect_text("${output}" "\nhost port 5: flow control 1, 0 writes discarded$" ${cc})
+endfunction()
+
+run(${CMAKE_COMMAND} -E env DESTDIR=${work}/stage
+  ${CMAKE_COMMAND} --install ${BUILD} --prefix /opt/morvane)
+
+# Nothing in it leads back to the build.
+file(GLOB_RECURSE texts ${root}/*.pc ${root}/*.cmake ${root}/*.h)
+foreach(file IN LISTS texts)
+  file(READ ${file} text)
+  if(text MATCHES "${SOURCE}|${work}")
+    message(FATAL_ERROR "${file} names a folder of the build")
+  endif()
+endforeach()
+file(GLOB binaries ${root}/bin/mrvctl ${root}/${LIBDIR}/*.so)
+list(LENGTH binaries count)
+if(NOT count EQUAL 3)
+  message(FATAL_ERROR "expected mrvctl and two libraries, found: ${binaries}")
+endif()
+foreach(file IN LISTS binaries)
+  run(${READELF} -d ${file})
+  if(output MATCHES "R(UN)?PATH[^\n]*\\[/")
+    message(FATAL_ERROR "${file} has an absolute search path:\n${output}")
+  endif()
+endforeach()
+run(${root}/bin/mrvctl read HI.2 HI_DHS_LVIF)
+
+# By pkg-config, with the project's own warnings.
+run(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${root}/${LIBDIR}/pkgconfig
+  pkg-config --cflags --libs morvaneusd morvaneplatform)
+separate_arguments(package UNIX_COMMAND "${output}")
+separate_arguments(c_flags UNIX_COMMAND "${C_FLAGS} ${WARNINGS}")
+separate_arguments(cxx_flags UNIX_COMMAND "${CXX_FLAGS} ${WARNINGS}")
+run(${CC} -std=c99 ${c_flags} ${SOURCE}/examples/client.c ${package} -o ${work}/client_c)
+run(${CXX} -std=c++17 ${cxx_flags} ${SOURCE}/examples/client.cc ${package} -o ${work}/client_cc)
+run_clients(${work}/client_c ${work}/client_cc)
+
+# By CMake.
+run(${CMAKE_COMMAND} -S ${SOURCE}/examples -B ${work}/build -G ${GENERATOR}
+  -DCMAKE_PREFIX_PATH=${root} -DCMAKE_C_COMPILER=${CC} -DCMAKE_CXX_COMPILER=${CXX}
+  -DCMAKE_C_FLAGS=${C_FLAGS} -DCMAKE_CXX_FLAGS=${CXX_FLAGS})
+run(${CMAKE_COMMAND} --build ${work}/build)
+run_clients(${work}/build/client_c ${work}/build/client_cc)
+
+# Each header alone, by its longer name too, with nothing but the plain include folder.
+file(GLOB_RECURSE headers RELATIVE ${root}/include ${root}/include/*.h)
+foreach(header IN LISTS headers)
+  file(WRITE ${work}/header.c "#include <${header}>\nint header_alone;\n")
+  run(${CC} -std=c99 ${c_flags} -I${root}/include -fsyntax-only ${work}/header.c)
+endforeach()

@@ -1,0 +1,25 @@
+#!/bin/bash
+# Every command and every option of mrvctl's help stands in its man page: man_page_test.sh MRVCTL PAGE
+set -u
+mrvctl=$1
+page=$(sed 's/\\-/-/g' "$2")
+failed=0
+
+names() { "$mrvctl" "$@" --help | grep -oE '^  [a-z][-a-z]* |^  (-[a-z],)?--[-a-z]+' | sed 's/^ *//; s/^-[a-z],//'; }
+
+stands() {
+  grep -qE -- "(^|[^-a-z])$1([^-a-z]|$)" <<<"$page" && return
+  echo "the man page lacks: $1 ($2)"
+  failed=1
+}
+
+commands=$(names | grep -v '^-')
+[[ $(wc -w <<<"$commands") -gt 10 ]] || { echo "no commands in the help"; exit 1; }
+for name in $(names); do stands "$name" mrvctl; done
+for command in $commands; do
+  for name in $(names "$command"); do
+    stands "$name" "$command"
+    [[ $name == -* ]] || for option in $(names "$command" "$name"); do stands "$option" "$command $name"; done
+  done
+done
+exit $failed
