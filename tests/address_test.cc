@@ -41,7 +41,7 @@ bool accepted(const reg_place &place) {
   EXPECT_TRUE(result == 0 || result == SYSERR_KEL_ASIC_INVALID_ARG);
   EXPECT_EQ(write_reg(place, 1), result);
   EXPECT_EQ(write_field(place, 1, 1), result);
-  EXPECT_EQ(fake().calls.size(), result == 0 ? 3u : 0u);
+  EXPECT_EQ(fake().calls.size(), result == 0 ? 3U : 0U);
   for (const sent_call &call : fake().calls)
     EXPECT_EQ(call.request().addr, fake_rreg(place.block, place.instance, place.vreg));
   fake().calls.clear();
@@ -58,7 +58,7 @@ TEST(Address, is_checked_at_both_ends_of_module_and_asic) {
     EXPECT_TRUE(accepted({module})) << module;
   for (int module : {4, 5, 256, -1, INT32_MIN, INT32_MAX})
     EXPECT_FALSE(accepted({module})) << module;
-  for (kel_asic_num_t asic : {1u, 2u, 3u, 4u, 5u, 9u, 0x80000000u, 0xFFFFFFFFu})
+  for (kel_asic_num_t asic : {1U, 2U, 3U, 4U, 5U, 9U, 0x80000000U, 0xFFFFFFFFU})
     EXPECT_FALSE(accepted({0, asic})) << asic;
 }
 
@@ -77,7 +77,7 @@ TEST(Address, is_checked_against_the_counts_of_each_block) {
     EXPECT_FALSE(accepted({0, 0, row.block, 0, row.registers})) << row.name;
     EXPECT_FALSE(accepted({0, 0, row.block, 0, 0xFFFFFFFF})) << row.name;
   }
-  for (uint32_t block : {19u, 40u, 0x80000000u, 0xFFFFFFFFu})
+  for (uint32_t block : {19U, 40U, 0x80000000U, 0xFFFFFFFFU})
     EXPECT_FALSE(accepted({0, 0, static_cast<kel_asic_blk_t>(block), 0, 0})) << block;
   EXPECT_FALSE(accepted({0, 0, KEL_ASIC_BLK_HR, 1, 26}));  // a hole
   EXPECT_TRUE(accepted({0, 0, KEL_ASIC_BLK_NR, 1, 26}));

@@ -202,7 +202,7 @@ void libc_faults::disarm() {
 }
 
 uint32_t fake_base(kel_asic_blk_t block, uint32_t instance) {
-  return 0x10000000u + block * 0x01000000u + instance * 0x00010000u;
+  return 0x10000000U + block * 0x01000000U + instance * 0x00010000U;
 }
 
 uint32_t fake_rreg(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg) {
@@ -301,6 +301,8 @@ const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t asic_ver) {
   return reg_pointers.data();
 }
 
+// The C library's own names of these parameters are reserved.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 void *calloc(std::size_t count, std::size_t size) {
   static const auto real_calloc = real<void *(*)(std::size_t, std::size_t)>("calloc");
   if (fails(&faults().callocs, faults().fail_calloc)) {
@@ -348,5 +350,6 @@ int fputs(const char *text, FILE *stream) {
   record_output('l');
   return real_fputs(text, stream);
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 }  // extern "C"

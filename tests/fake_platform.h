@@ -101,7 +101,7 @@ std::string log_text();
 std::string log_path();
 
 // A caller's identification as the operations take it: context, file, line, func.
-#define CALLER 0x51u, const_cast<char *>("client.c"), 42, "client"
+#define CALLER 0x51U, const_cast<char *>("client.c"), 42, "client"
 
 // A register, and the single-register operations on it by CALLER.
 struct reg_place {

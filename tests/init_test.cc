@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <ostream>
 
 #include "fake_platform.h"
@@ -10,15 +11,11 @@ namespace {
 
 using texts = std::vector<std::string>;
 
-const texts all_queries = {"cardcfg_card_get_sw_card_id(3)", "cardcfg_get_real_asic_type(3, 0)",
-                           "morvane_lib_init(0x51, client.c, 42, client)",
-                           "kel_asic_get_all_base_table(1)", "kel_asic_get_all_reg_table(1)"};
-
 // The state as the operations show it: what a read, a write, and a raw write of either kind answer.
-using answers = std::vector<syserr_t>;
-const answers uninitialised = {0x4223002E, 0x42230003, 0x42230003, 0x42230003};
-const answers empty_slot = {0x42230003, 0x42230003, 0, 0};
-const answers usable = {0, 0, 0, 0};
+using answers = std::array<syserr_t, 4>;
+constexpr answers uninitialised = {0x4223002E, 0x42230003, 0x42230003, 0x42230003};
+constexpr answers empty_slot = {0x42230003, 0x42230003, 0, 0};
+constexpr answers usable = {0, 0, 0, 0};
 
 answers operation_answers() {
   uint32_t value;
@@ -30,8 +27,10 @@ answers operation_answers() {
 
 // Expects what the last initialisation asked and traced, and the state that it left.
 void expect_outcome(std::size_t queries, const texts &messages, const answers &state) {
-  EXPECT_EQ(fake().platform_calls,
-            texts(all_queries.begin(), all_queries.begin() + static_cast<int>(queries)));
+  const texts all = {"cardcfg_card_get_sw_card_id(3)", "cardcfg_get_real_asic_type(3, 0)",
+                     "morvane_lib_init(0x51, client.c, 42, client)",
+                     "kel_asic_get_all_base_table(1)", "kel_asic_get_all_reg_table(1)"};
+  EXPECT_EQ(fake().platform_calls, texts(all.begin(), all.begin() + static_cast<int>(queries)));
   fake().platform_calls.clear();
   texts lines;
   for (const std::string &message : messages)
@@ -40,10 +39,13 @@ void expect_outcome(std::size_t queries, const texts &messages, const answers &s
   EXPECT_EQ(operation_answers(), state);
 }
 
-const std::string log_begin = "BEGIN LOG :  PID " + std::to_string(getpid()) + " : Caller ";
-const std::string begin = log_begin + "client", success = "LIB: init morvane <236>: syserr = 0 (0)",
-                  bad_asic = "LIB: init BAD ASIC type <10>: syserr = 1109590019 (42230003)",
-                  buffer = "LIB: DHS data buffer size: 8388 ";
+std::string begin(const std::string &caller = "client") {
+  return "BEGIN LOG :  PID " + std::to_string(getpid()) + " : Caller " + caller;
+}
+
+constexpr const char *success = "LIB: init morvane <236>: syserr = 0 (0)";
+constexpr const char *bad_asic = "LIB: init BAD ASIC type <10>: syserr = 1109590019 (42230003)";
+constexpr const char *buffer = "LIB: DHS data buffer size: 8388 ";
 
 struct failure {
   const char *name;
@@ -58,42 +60,44 @@ std::ostream &operator<<(std::ostream &out, const failure &row) {
   return out << row.name;
 }
 
-class InitFailure : public testing::TestWithParam<failure> {};
+std::vector<failure> failures() {
+  return {
+      {"no_log_file", [] { faults().fail_fopen = 1; }, 0xFFFFFFFF, 1, {}, false},
+      {"no_log_end", [] { faults().fail_fseek = 1; }, 0xFFFFFFFF, 1, {"SEEK_END failed"}, false},
+      {"no_memory",
+       [] { faults().fail_calloc = 1; },
+       12,
+       5,
+       {begin(), success, "LIB: Failed to allocate DHS data buffer: errno = 12 (c)"},
+       false},
+      {"another_asic",
+       [] { fake().device_type = 6; },
+       SYSERR_KEL_ASIC_INVALID_ARG,
+       2,
+       {begin(), bad_asic},
+       true},
+      {"silent_card",
+       [] { fake().device_query_fails = fake().sw_card_query_fails = true; },
+       SYSERR_KEL_ASIC_INVALID_ARG,
+       2,
+       {begin(), bad_asic},
+       true},
+      {"register_map",
+       [] { fake().map_result = 0x80000001; },
+       0x80000001,
+       3,
+       {begin(), "LIB: init morvane <236>: syserr = -2147483647 (80000001)"},
+       true},
+      {"register_map_12",  // not the library's own 12
+       [] { fake().map_result = 12; },
+       12,
+       3,
+       {begin(), "LIB: init morvane <236>: syserr = 12 (c)"},
+       true},
+  };
+}
 
-const failure failures[] = {
-    {"no_log_file", [] { faults().fail_fopen = 1; }, 0xFFFFFFFF, 1, {}, false},
-    {"no_log_end", [] { faults().fail_fseek = 1; }, 0xFFFFFFFF, 1, {"SEEK_END failed"}, false},
-    {"no_memory",
-     [] { faults().fail_calloc = 1; },
-     12,
-     5,
-     {begin, success, "LIB: Failed to allocate DHS data buffer: errno = 12 (c)"},
-     false},
-    {"another_asic",
-     [] { fake().device_type = 6; },
-     SYSERR_KEL_ASIC_INVALID_ARG,
-     2,
-     {begin, bad_asic},
-     true},
-    {"silent_card",
-     [] { fake().device_query_fails = fake().sw_card_query_fails = true; },
-     SYSERR_KEL_ASIC_INVALID_ARG,
-     2,
-     {begin, bad_asic},
-     true},
-    {"register_map",
-     [] { fake().map_result = 0x80000001; },
-     0x80000001,
-     3,
-     {begin, "LIB: init morvane <236>: syserr = -2147483647 (80000001)"},
-     true},
-    {"register_map_12",  // not the library's own 12
-     [] { fake().map_result = 12; },
-     12,
-     3,
-     {begin, "LIB: init morvane <236>: syserr = 12 (c)"},
-     true},
-};
+class InitFailure : public testing::TestWithParam<failure> {};
 
 }  // namespace
 
@@ -107,40 +111,40 @@ TEST_P(InitFailure, leaves_its_state) {
   expect_outcome(row.queries, row.messages, row.done ? empty_slot : uninitialised);
   fake().device_type = CARDCFG_DEV_TYPE_MORVANE;
   fake().map_result = 0;
-  EXPECT_EQ(initialise(), 0u);
+  EXPECT_EQ(initialise(), 0U);
   if (row.done)
     expect_outcome(1, {"LIB: init already done. asic_typ=Morvane <236>"}, empty_slot);
   else
-    expect_outcome(5, {begin, success, buffer}, usable);
+    expect_outcome(5, {begin(), success, buffer}, usable);
 }
 
-INSTANTIATE_TEST_SUITE_P(Init, InitFailure, testing::ValuesIn(failures));
+INSTANTIATE_TEST_SUITE_P(Init, InitFailure, testing::ValuesIn(failures()));
 
 TEST(Init, keeps_the_first_of_two) {
   EXPECT_EQ(operation_answers(), uninitialised);
   faults().marker_file = true;
-  EXPECT_EQ(initialise(), 0u);
-  expect_outcome(5, {begin, success, buffer}, usable);
+  EXPECT_EQ(initialise(), 0U);
+  expect_outcome(5, {begin(), success, buffer}, usable);
   fake().device_type = 0;
   faults().arm();
-  EXPECT_EQ(lib_mrv_asic_init(3, 5, CALLER), 0u);
-  EXPECT_EQ(faults().callocs + faults().fopens + faults().fseeks, 0u);
+  EXPECT_EQ(lib_mrv_asic_init(3, 5, CALLER), 0U);
+  EXPECT_EQ(faults().callocs + faults().fopens + faults().fseeks, 0U);
   expect_outcome(1, {"LIB: init already done. asic_typ=BAD ASIC type <5>"}, usable);
   EXPECT_EQ(fake().calls.back().driver_id, KEL_ASIC_DRIVER_MORVANE);
 }
 
 TEST(Init, takes_any_driver_id_and_caller_on_a_morvane_card) {
   faults().marker_file = true;
-  EXPECT_EQ(lib_mrv_asic_init(3, 0xFFFFFFFF, 0, nullptr, 0, nullptr), 0u);
-  EXPECT_EQ(trace_lines().front(), detail_line(0, log_begin + "(null)"));
+  EXPECT_EQ(lib_mrv_asic_init(3, 0xFFFFFFFF, 0, nullptr, 0, nullptr), 0U);
+  EXPECT_EQ(trace_lines().front(), detail_line(0, begin("(null)")));
   EXPECT_EQ(operation_answers(), usable);
-  EXPECT_EQ(fake().calls.back().driver_id, 0xFFFFFFFFu);
+  EXPECT_EQ(fake().calls.back().driver_id, 0xFFFFFFFFU);
 }
 
 TEST(Init, converts_asic_types) {
-  for (uint32_t type : {0u, 7u, 10u, 235u, 236u, 237u, 0xFFFFFFFFu}) {
+  for (uint32_t type : {0U, 7U, 10U, 235U, 236U, 237U, 0xFFFFFFFFU}) {
     EXPECT_STREQ(kel_get_driver_string(type), type == 236 ? "Morvane" : "BAD ASIC type");
-    EXPECT_EQ(kel_get_asic_type(type), type == 7 ? 236u : 10u);
-    EXPECT_EQ(kel_get_cardcfg_asic_type(type), type == 236 ? 7u : 10u);
+    EXPECT_EQ(kel_get_asic_type(type), type == 7 ? 236U : 10U);
+    EXPECT_EQ(kel_get_cardcfg_asic_type(type), type == 236 ? 7U : 10U);
   }
 }

@@ -1,6 +1,7 @@
 // The register request, byte by byte, and what becomes of the service's result.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 
@@ -47,19 +48,19 @@ void expect_requests(const char *file, const char *func) {
   for (const auto &operation : operations) {
     std::vector<uint8_t> expected(196);
     const uint32_t caller_words[] = {0xC0FFEE01, 0xFFFFFFFE};
-    std::memcpy(&expected[0], operation.words, 28);
+    std::memcpy(expected.data(), operation.words, 28);
     std::memcpy(&expected[28], caller_words, 8);
     if (func != nullptr)
       std::memcpy(&expected[36], func, std::min<std::size_t>(std::strlen(func), 31));
     if (file != nullptr)
       std::memcpy(&expected[68], file, std::min<std::size_t>(std::strlen(file), 127));
     litter_stack();
-    EXPECT_EQ(operation.call_as(0xC0FFEE01, const_cast<char *>(file), -2, func), 0u);
+    EXPECT_EQ(operation.call_as(0xC0FFEE01, const_cast<char *>(file), -2, func), 0U);
     const sent_call &sent = fake().calls.back();
     EXPECT_EQ(sent.bytes, expected);
     EXPECT_EQ(sent.case_code, operation.case_code);
-    EXPECT_EQ(sent.length, 196u);
-    EXPECT_EQ(sent.driver_id, 0xA1B2C3D4u);
+    EXPECT_EQ(sent.length, 196U);
+    EXPECT_EQ(sent.driver_id, 0xA1B2C3D4U);
   }
 }
 
@@ -69,7 +70,7 @@ TEST(Request, holds_each_field_in_its_place) {
   lib_mrv_asic_init(3, 0xA1B2C3D4, CALLER);
   expect_requests("dir/client.c", "function");
   expect_requests(nullptr, nullptr);
-  for (std::size_t length : {0u, 1u, 30u, 31u, 32u, 40u, 126u, 127u, 128u, 200u}) {
+  for (std::size_t length : {0U, 1U, 30U, 31U, 32U, 40U, 126U, 127U, 128U, 200U}) {
     const std::string text(length, 't');
     expect_requests(text.c_str(), text.c_str());
   }
@@ -97,7 +98,7 @@ TEST(ServiceResult, becomes_the_result_of_the_operation) {
     fake().calls.clear();
     for (const auto &operation : operations)
       EXPECT_EQ(operation.call_as(CALLER), row.expected) << row.result << " " << row.error_number;
-    EXPECT_EQ(fake().calls.size(), 3u);
-    EXPECT_EQ(value, row.result == 0 ? 0x600Du : 0xBADu);
+    EXPECT_EQ(fake().calls.size(), 3U);
+    EXPECT_EQ(value, row.result == 0 ? 0x600DU : 0xBADU);
   }
 }

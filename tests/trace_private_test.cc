@@ -9,7 +9,7 @@ TEST(TraceLine, ends_with_one_newline_and_fits_its_buffer) {
   char line[trace_line_size];
   constexpr std::size_t prefix = 40, longest = 190;  // but for the newline
   for (const char *end : {"", "\n"}) {
-    for (std::size_t length : {0u, 1u, 148u, 149u, 150u, 151u, 152u, 400u, 3u}) {
+    for (std::size_t length : {0U, 1U, 148U, 149U, 150U, 151U, 152U, 400U, 3U}) {
       const std::size_t before = log_text().size();
       const std::string message(length, 'm');
       trace_write(line, 'l', 0, "%s%s", message.c_str(), end);

@@ -26,7 +26,7 @@ void fail_initialisation() {
   faults().marker_file = true;
   faults().fail_calloc = 1;
   faults().arm();
-  EXPECT_EQ(initialise(), 12u);
+  EXPECT_EQ(initialise(), 12U);
   faults().disarm();
   trace_lines();
 }
@@ -43,7 +43,7 @@ TEST(Trace, is_off_without_the_marker_file) {
   EXPECT_EQ(kel_check_lib_debug(), 0);
   initialise();
   faults().marker_file = true;
-  EXPECT_EQ(read_reg({}, &value), 0u);
+  EXPECT_EQ(read_reg({}, &value), 0U);
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "LIB debug enabled:LIB debug disabled:LIB debug disabled:");
   EXPECT_NE(access(log_path().c_str(), F_OK), 0);
@@ -52,7 +52,7 @@ TEST(Trace, is_off_without_the_marker_file) {
 TEST(Trace, is_switched_off_by_a_later_initialisation) {
   fail_initialisation();
   faults().marker_file = false;
-  EXPECT_EQ(initialise(), 0u);
+  EXPECT_EQ(initialise(), 0U);
   read_reg({}, &value);
   EXPECT_EQ(trace_lines(), texts{});
 }
@@ -95,7 +95,7 @@ TEST(Trace, writes_each_line_to_standard_output_and_then_to_the_log) {
     EXPECT_GE(text.substr(0, 19), date_text(from));
     EXPECT_LE(text.substr(0, 19), date_text(from + 1));
     EXPECT_EQ(text[19], '.');
-    EXPECT_EQ(text.find_first_not_of("0123456789", 20), 26u);
+    EXPECT_EQ(text.find_first_not_of("0123456789", 20), 26U);
     EXPECT_EQ(text.substr(26, 2), " |");  // the rest is in the lines of each operation
   }
   EXPECT_EQ(testing::internal::GetCapturedStdout(), output);
@@ -111,7 +111,7 @@ TEST(Trace, prints_what_a_caller_passes_as_it_is) {
   for (char *given : {file, static_cast<char *>(nullptr)}) {
     EXPECT_EQ(lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 2, 5, 1, KEL_ASIC_WR_SYMBOLIC, 0, given, -1,
                                  nullptr),
-              0u);
+              0U);
     EXPECT_EQ(trace_lines()[1],
               detail_line(0, (given == nullptr ? "(null)" : "%n%s.c") + (":4294967295" + rest)));
   }

@@ -24,8 +24,8 @@ syserr_t write_raw(uint32_t addr, uint32_t data) {
 
 // The call must have sent that transaction; what stands behind its entries is left out.
 void expect_sent(const sent_call &call, std::string name, int reorder, const entries &expected) {
-  EXPECT_EQ(call.case_code, 0x40000003u);
-  EXPECT_EQ(call.length, 10280u);
+  EXPECT_EQ(call.case_code, 0x40000003U);
+  EXPECT_EQ(call.length, 10280U);
   const auto record = call.as<kel_asic_xn_t>();
   name.resize(32);
   EXPECT_EQ(std::string(record.name, sizeof record.name), name);
@@ -49,10 +49,10 @@ void expect_commit(const std::string &name, int reorder, const entries &expected
 TEST(Transaction, takes_each_write_as_one_entry) {
   initialise();
   start("batch", -5);
-  EXPECT_EQ(write_reg({3}, 0xAA), 0u);
-  EXPECT_EQ(write_field({}, 0xBB, 0xF0), 0u);
-  EXPECT_EQ(write_reg({2, 0x8001020F, KEL_ASIC_BLK_XL, 99, 0x1234}, 0xCC, 0), 0u);
-  EXPECT_EQ(write_field({1, 9, KEL_ASIC_BLK_XL, 99, 0x1234}, 0xDD, 0, 0), 0u);
+  EXPECT_EQ(write_reg({3}, 0xAA), 0U);
+  EXPECT_EQ(write_field({}, 0xBB, 0xF0), 0U);
+  EXPECT_EQ(write_reg({2, 0x8001020F, KEL_ASIC_BLK_XL, 99, 0x1234}, 0xCC, 0), 0U);
+  EXPECT_EQ(write_field({1, 9, KEL_ASIC_BLK_XL, 99, 0x1234}, 0xDD, 0, 0), 0U);
   EXPECT_EQ(write_reg({4}, 1, 0), SYSERR_KEL_ASIC_INVALID_ARG);
   EXPECT_EQ(write_reg({0, 0, KEL_ASIC_BLK_HI, 32}, 1), SYSERR_KEL_ASIC_INVALID_ARG);
   EXPECT_EQ(write_field({}, 1, 0), SYSERR_KEL_ASIC_INVALID_ARG);
@@ -80,7 +80,7 @@ TEST(Transaction, keeps_its_name_when_started_again) {
 
 TEST(Transaction, has_a_name_of_1_to_31_characters) {
   initialise();
-  for (std::size_t length : {40u, 1u, 30u, 31u, 32u}) {
+  for (std::size_t length : {40U, 1U, 30U, 31U, 32U}) {
     const std::string name(length, 'n');
     start(name.c_str(), 0);
     expect_commit(name.substr(0, 31), 0, {});
@@ -90,7 +90,7 @@ TEST(Transaction, has_a_name_of_1_to_31_characters) {
     start(name, 1);
     EXPECT_EQ(mrv_asic_transaction_commit(), 0);
     write_raw(4, 5);
-    EXPECT_EQ(fake().calls.size(), 1u);
+    EXPECT_EQ(fake().calls.size(), 1U);
     EXPECT_EQ(fake().calls.back().case_code, SYSSRV_REG_WRITE_CASE);
     fake().calls.clear();
   }
@@ -99,7 +99,7 @@ TEST(Transaction, has_a_name_of_1_to_31_characters) {
 TEST(Transaction, needs_no_initialisation) {
   start("early", 1);
   expect_commit("early", 1, {});
-  EXPECT_EQ(fake().calls.back().driver_id, 0u);
+  EXPECT_EQ(fake().calls.back().driver_id, 0U);
   start("kept", 1);
   initialise();
   write_raw(4, 5);
@@ -111,15 +111,15 @@ TEST(Transaction, is_sent_and_continued_by_the_write_that_finds_it_full) {
   start("full", 1);
   entries full;
   for (uint32_t i = 0; i < 512; ++i) {
-    EXPECT_EQ(write_raw(4 * i, i), 0u);
+    EXPECT_EQ(write_raw(4 * i, i), 0U);
     full.push_back({1, 0, 4 * i, i, all});
   }
   EXPECT_TRUE(fake().calls.empty());
   fake().fail_calls(-1, EIO);
-  EXPECT_EQ(write_raw(0x8000, 512), 0u);
-  ASSERT_EQ(fake().calls.size(), 1u);
+  EXPECT_EQ(write_raw(0x8000, 512), 0U);
+  ASSERT_EQ(fake().calls.size(), 1U);
   expect_sent(fake().calls.back(), "full", 1, full);
-  EXPECT_EQ(write_raw(0x8004, 513), 0u);
+  EXPECT_EQ(write_raw(0x8004, 513), 0U);
   expect_commit("Contd XN..", 0, {{1, 0, 0x8000, 512, all}, {1, 0, 0x8004, 513, all}});
 }
 
@@ -132,7 +132,7 @@ TEST(Transaction, is_sent_before_a_read_and_reopened) {
   EXPECT_TRUE(fake().calls.empty());
   fake().fail_calls(1);
   EXPECT_EQ(read_reg({}, &value), KEL_ASIC_SYSERR_SERVICE_ANSWER);
-  ASSERT_EQ(fake().calls.size(), 2u);
+  ASSERT_EQ(fake().calls.size(), 2U);
   expect_sent(fake().calls[0], "mine", 1, {{1, 0, 4, 5, all}});
   EXPECT_EQ(fake().calls[1].case_code, SYSSRV_REG_READ_CASE);
   start("ignored", 1);
@@ -142,7 +142,7 @@ TEST(Transaction, is_sent_before_a_read_and_reopened) {
   fake().calls.clear();
   read_reg({}, &value);
   EXPECT_EQ(mrv_asic_transaction_commit(), 0);
-  EXPECT_EQ(fake().calls.size(), 1u);
+  EXPECT_EQ(fake().calls.size(), 1U);
 }
 
 TEST(Transaction, leaves_old_entries_behind_its_own) {
