@@ -123,27 +123,3 @@ TEST(DhsEntrySize, without_a_hook_its_registers_are_unknown) {
   initialise();
   expect_every_size(-1);
 }
-
-TEST(DhsEntrySize, traces_the_question_and_what_the_table_does_not_know) {
-  fake().hook = hook;
-  initialise_with_trace();
-  const struct {
-    kel_asic_blk_t block;
-    uint32_t vreg, dhs_index;
-    const char *question, *refusal;
-  } cases[] = {
-      {KEL_ASIC_BLK_SS, SS_DHS_DD_OFFSET, 1024, "vreg 2690 dhs_index 1024",
-       "block 0 vreg 2690 dhs_index 1024"},
-      {KEL_ASIC_BLK_XL, 183, UINT_MAX, "vreg 183 dhs_index -1", "block 18 vreg 183 dhs_index -1"},
-      {KEL_ASIC_BLK_HF, HF_DHS_RESULT_00_OFFSET, 0, "vreg 110 dhs_index 0", nullptr},
-  };
-  const std::string name = "kel_asic_reg_dhs_entry_size: ";
-  for (const auto &c : cases) {
-    EXPECT_EQ(entry_size(c.block, c.vreg, c.dhs_index), -1);
-    std::vector<std::string> expected = {enter_line("lib_mrv_asic_write_dhs"),
-                                         detail_line(0, name + c.question)};
-    if (c.refusal != nullptr)  // what the hook refuses is its own affair
-      expected.push_back(detail_line(0, name + "Unrecognized DHS entry for " + c.refusal));
-    EXPECT_EQ(trace_lines(), expected);
-  }
-}

@@ -2,6 +2,9 @@
 // ASIC that it is for, and a program sweeps over them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
+
 #include "fake_platform.h"
 #include "kel_asic_lib_private.h"
 
@@ -83,6 +86,8 @@ TEST(SecondAsic, is_checked_and_asked_by_its_own_slot) {
   EXPECT_EQ(fake().calls.back().request().asic, 0x00010327u);
   EXPECT_EQ(lib_mrv_asic_link_pause_enable(0, 1, CARDCFG_PORT_TYPE_NIF, 0),
             SYSERR_KEL_ASIC_INVALID_ARG);
+  EXPECT_EQ(lib_mrv_asic_prog_sp_timer(0, 1, 9), 0u);
+  EXPECT_EQ(fake().calls.back().request().asic, 1u);
   EXPECT_EQ(lib_mrv_asic_clear_all_qos_stats(0, 1, 0), 0u);
   EXPECT_EQ(fake().calls.back().as<kel_asic_qos_stats_params_t>().asic, 1);
 }
