@@ -13,20 +13,13 @@
 
 namespace {
 
-constexpr syserr_t passes = 0;  // of an operation whose fault nobody is told of
+constexpr syserr_t passes = 0;  // of an operation that does not tell
 constexpr syserr_t service_failed = 0x82230000 | ETIMEDOUT;
-constexpr uint32_t long_run = 3000;
 
-std::array<uint32_t, long_run> words;
+std::array<uint32_t, 3000> words;
 kel_asic_qos_stats_t stats;
 kel_asic_pgm_t program[] = {{KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_XL, 0, 1, 2, 0xFFFFFFFF},
                             {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_XL, 0, 1, 2, 0xF}};
-
-struct step {
-  const char *name;
-  syserr_t (*operation)();
-  syserr_t when_service_fails;
-};
 
 syserr_t write_one() {
   return lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 1, 2, 3, KEL_ASIC_WR_SYMBOLIC, CALLER);
@@ -40,73 +33,68 @@ syserr_t end() {
   return static_cast<syserr_t>(mrv_asic_transaction_commit());
 }
 
-syserr_t read_dhs(uint32_t entries) {
-  return lib_mrv_asic_read_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 5, words.data(),
-                               entries, CALLER);
-}
-
-syserr_t write_dhs(uint32_t entries) {
-  return lib_mrv_asic_write_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 5, words.data(),
-                                entries, CALLER);
-}
-
-syserr_t n_read(uint32_t num) {
+template <uint32_t num>
+syserr_t n_read() {
   return lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_NI, 1, 2, words.data(), num, CALLER);
 }
 
-const step scenario[] = {
-    {"init", initialise, passes},
-    {"read", [] { return lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 1, 2, words.data(), CALLER); },
-     service_failed},
-    {"write", write_one, service_failed},
+template <decltype(lib_mrv_asic_read_dhs) access, uint32_t entries>
+syserr_t table() {
+  return access(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 5, words.data(), entries, CALLER);
+}
+
+const struct step {
+  const char *name;
+  syserr_t (*operation)();
+  syserr_t when_service_fails = service_failed;
+} scenario[] = {
+    {"init", initialise},
+    {"read", [] { return lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 1, 2, words.data(), CALLER); }},
+    {"write", write_one},
     {"write_field",
      [] {
        return lib_mrv_asic_write_field(0, 0, KEL_ASIC_BLK_HI, 1, 2, 3, 3, KEL_ASIC_WR_SYMBOLIC,
                                        CALLER);
-     },
-     service_failed},
-    {"n_read", [] { return n_read(2049); }, service_failed},
-    {"read_dhs", [] { return read_dhs(2050); }, service_failed},
-    {"write_dhs", [] { return write_dhs(2051); }, service_failed},
-    {"begin", begin, passes},
+     }},
+    {"n_read", n_read<2049>},
+    {"read_dhs", table<lib_mrv_asic_read_dhs, 2050>},
+    {"write_dhs", table<lib_mrv_asic_write_dhs, 2051>},
+    {"begin", begin},
     {"write, joining", write_one, passes},
-    {"write_dhs, joining", [] { return write_dhs(600); }, passes},  // commits a full transaction
+    {"write_dhs, joining", table<lib_mrv_asic_write_dhs, 600>, passes},  // commits a full one
     {"commit", end, passes},
-    {"pgm", [] { return lib_mrv_asic_pgm(0, 0, program, 2, CALLER); }, service_failed},
+    {"pgm", [] { return lib_mrv_asic_pgm(0, 0, program, 2, CALLER); }},
     {"get_qos_stats",
-     [] { return lib_mrv_asic_get_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, &stats, 0); },
-     service_failed},
+     [] { return lib_mrv_asic_get_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, &stats, 0); }},
     {"clear_qos_stats",
-     [] { return lib_mrv_asic_clear_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, 0); },
-     service_failed},
-    {"clear_all_qos_stats", [] { return lib_mrv_asic_clear_all_qos_stats(0, 0, 0); },
-     service_failed},
-    {"pause_enable", [] { return lib_mrv_asic_link_pause_enable(0, 0, CARDCFG_PORT_TYPE_HIF, 1); },
-     service_failed},
+     [] { return lib_mrv_asic_clear_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, 0); }},
+    {"clear_all_qos_stats", [] { return lib_mrv_asic_clear_all_qos_stats(0, 0, 0); }},
+    {"pause_enable", [] { return lib_mrv_asic_link_pause_enable(0, 0, CARDCFG_PORT_TYPE_HIF, 1); }},
     {"pause_disable",
-     [] { return lib_mrv_asic_link_pause_disable(0, 0, CARDCFG_PORT_TYPE_NIF, 1); },
-     service_failed},
-    {"nodrop", [] { return lib_mrv_asic_set_nodrop_class_map(0, 0, 3); }, service_failed},
-    {"sfp", [] { return lib_mrv_asic_sfp_validation_failed(0, 0, 3, 1); }, service_failed},
-    {"sp_timer", [] { return lib_mrv_asic_prog_sp_timer(0, 0, 9); }, service_failed},
-    {"clear_drops", lib_mrv_asic_clear_all_drop_counters, service_failed},
-    {"begin again", begin, passes},
-    {"n_read, interrupting", [] { return n_read(long_run); }, service_failed},
+     [] { return lib_mrv_asic_link_pause_disable(0, 0, CARDCFG_PORT_TYPE_NIF, 1); }},
+    {"nodrop", [] { return lib_mrv_asic_set_nodrop_class_map(0, 0, 3); }},
+    {"sfp", [] { return lib_mrv_asic_sfp_validation_failed(0, 0, 3, 1); }},
+    {"sp_timer", [] { return lib_mrv_asic_prog_sp_timer(0, 0, 9); }},
+    {"clear_drops", lib_mrv_asic_clear_all_drop_counters},
+    {"begin again", begin},
+    {"n_read, interrupting", n_read<3000>},
     {"commit again", end, passes},
 };
 
-struct fault {
+const struct fault {
   const char *kind;
   unsigned libc_faults::*fail_at;  // null for the service
   syserr_t code;                   // 0: as the step says
-};
-
-const fault kinds[] = {
-    {"calloc", &libc_faults::fail_calloc, 12},
-    {"realloc", &libc_faults::fail_realloc, 12},
-    {"fopen", &libc_faults::fail_fopen, 0xFFFFFFFF},
-    {"fseek", &libc_faults::fail_fseek, 0xFFFFFFFF},
-    {"service", nullptr, 0},
+  bool traced;
+} kinds[] = {
+    {"calloc", &libc_faults::fail_calloc, 12, true},
+    {"calloc, no trace", &libc_faults::fail_calloc, 12, false},
+    {"realloc", &libc_faults::fail_realloc, 12, true},
+    {"realloc, no trace", &libc_faults::fail_realloc, 12, false},
+    {"fopen", &libc_faults::fail_fopen, 0xFFFFFFFF, true},
+    {"fseek", &libc_faults::fail_fseek, 0xFFFFFFFF, true},
+    {"service", nullptr, 0, true},
+    {"service, no trace", nullptr, 0, false},
 };
 
 // The service call that fails, 0 for none.
@@ -126,7 +114,7 @@ enum outcome { no_fault, survived, wrong };
 // Runs the scenario with one fault; the step that meets it is run again, and so is all behind it.
 outcome run_scenario(const fault &fault, unsigned nth) {
   (fault.fail_at != nullptr ? faults().*fault.fail_at : failing_call) = nth;
-  faults().marker_file = true;
+  faults().marker_file = fault.traced;
   faults().arm();
   fake().answer = answer;
   bool met = false;
