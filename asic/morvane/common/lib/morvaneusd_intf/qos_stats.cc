@@ -1,4 +1,6 @@
 // QoS statistics of the ports: get, clear, clear all.
+#include <cstring>
+
 #include "kel_asic_lib_private.h"
 #include "reg_address.h"
 #include "service_call.h"
@@ -16,7 +18,9 @@ syserr_t request_stats(const char *operation, kel_asic_qos_stats_type_t type,
     return SYSERR_KEL_ASIC_UNINIT;
   if (!valid_module(module) || !valid_asic(asic) || (type == QOS_STATS_GET && stats == nullptr))
     return SYSERR_KEL_ASIC_INVALID_ARG;
-  kel_asic_qos_stats_params_t request = {};
+  // Both records have padding, which an initialiser or an assignment need not reach.
+  kel_asic_qos_stats_params_t request;
+  std::memset(&request, 0, sizeof request);
   request.type = type;
   request.module = module;
   request.asic = asic;
@@ -25,7 +29,7 @@ syserr_t request_stats(const char *operation, kel_asic_qos_stats_type_t type,
   request.opts = opts;
   const syserr_t result = call_service(SYSSRV_MEM_READ_CASE, &request, sizeof request);
   if (result == 0 && type == QOS_STATS_GET)
-    *stats = request.stats;
+    std::memcpy(stats, &request.stats, sizeof *stats);
   KEL_TRACE_EXIT(operation);
   return result;
 }
