@@ -52,6 +52,9 @@ TEST(DhsAccess, sends_the_entries_in_one_request) {
   EXPECT_EQ(fake().calls[1].header(), request_header(TYPE_WRITE_DHS, 3, 0, 0x16012700, 0, ~0u, 0));
   EXPECT_EQ(fake().calls[2].length, 220u);
   EXPECT_EQ(fake().calls[2].header(), request_header(TYPE_READ_DHS, 3, 0, 0x16010730, 0, ~0u, 6));
+  data.resize(2050, 17);  // more than the buffer has held so far
+  EXPECT_EQ(write_entries(pairs, 0, data.data(), 1025), 0u);
+  EXPECT_EQ(fake().calls[3].words(), data);
 }
 
 TEST(DhsAccess, a_write_joins_an_open_transaction_word_by_word) {

@@ -75,13 +75,19 @@ TEST(SecondAsic, is_checked_and_asked_by_its_own_slot) {
   slot.limits.max_hi = 40;
   slot.limits.max_ni = 0;
   slot.funcs.reg_dhs_entry_size = [](kel_asic_blk_t, kel_asic_reg_t, uint32_t) { return 3; };
-  uint32_t data[3];
-  EXPECT_EQ(
-      lib_mrv_asic_read_dhs(0, 1, KEL_ASIC_BLK_HF, 0, HF_DHS_RESULT_00_OFFSET, 0, data, 1, CALLER),
-      0u);
-  EXPECT_EQ(fake().calls.back().request().num, 3u);
-  EXPECT_EQ(fake().calls.back().request().asic, 1u);
-  EXPECT_EQ(trace_lines()[2].substr(0, 6), "|l|  1");
+  uint32_t data[3] = {};
+  fake().answer_words(1, 5);
+  trace_lines();
+  lib_mrv_asic_n_read(0, 1, KEL_ASIC_BLK_HI, 0, 0, data, 3, CALLER);
+  for (const auto call : {lib_mrv_asic_read_dhs, lib_mrv_asic_write_dhs}) {
+    EXPECT_EQ(call(0, 1, KEL_ASIC_BLK_HF, 0, HF_DHS_RESULT_00_OFFSET, 0, data, 1, CALLER), 0u);
+    EXPECT_EQ(fake().calls.back().request().num, 3u);
+    EXPECT_EQ(fake().calls.back().request().asic, 1u);
+  }
+  int numbered = 0;  // lines of the trace that tell the ASIC
+  for (const std::string &line : trace_lines())
+    numbered += line.rfind("|l|  1 |   : lib_mrv_asic_", 0) == 0;
+  EXPECT_EQ(numbered, 2 + 3 + 5);
   EXPECT_EQ(lib_mrv_asic_link_pause_enable(0, 1, CARDCFG_PORT_TYPE_HIF, 39), 0u);
   EXPECT_EQ(fake().calls.back().request().asic, 0x00010327u);
   EXPECT_EQ(lib_mrv_asic_link_pause_enable(0, 1, CARDCFG_PORT_TYPE_NIF, 0),
