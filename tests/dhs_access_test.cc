@@ -9,10 +9,12 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 using words = std::vector<uint32_t>;
 using lines = std::vector<std::string>;
 
-const std::string read_name = "lib_mrv_asic_read_dhs", write_name = "lib_mrv_asic_write_dhs";
+constexpr const char *read_name = "lib_mrv_asic_read_dhs", *write_name = "lib_mrv_asic_write_dhs";
 
 // A table at 0x16010708 with entries of two words.
 constexpr uint32_t pairs = HF_DHS_RESULT_LO_OFFSET;
@@ -37,35 +39,35 @@ TEST(DhsAccess, sends_the_entries_in_one_request) {
   initialise();
   words data = {11, 12, 13, 14, 15, 16};
   faults().arm();
-  EXPECT_EQ(write_entries(pairs, 5, data.data(), 3), 0u);
-  EXPECT_EQ(write_entries(pairs, 1023, data.data(), 0), 0u);
-  EXPECT_EQ(read_entries(pairs, 5, data.data(), 3), 0u);
+  EXPECT_EQ(write_entries(pairs, 5, data.data(), 3), 0U);
+  EXPECT_EQ(write_entries(pairs, 1023, data.data(), 0), 0U);
+  EXPECT_EQ(read_entries(pairs, 5, data.data(), 3), 0U);
   faults().disarm();
-  EXPECT_EQ(faults().callocs + faults().reallocs, 0u);
-  ASSERT_EQ(fake().calls.size(), 3u);
+  EXPECT_EQ(faults().callocs + faults().reallocs, 0U);
+  ASSERT_EQ(fake().calls.size(), 3U);
   const sent_call &call = fake().calls[0];
   EXPECT_EQ(call.case_code, SYSSRV_REG_WRITE_CASE);
-  EXPECT_EQ(call.driver_id, 236u);
-  EXPECT_EQ(call.header(), request_header(TYPE_WRITE_DHS, 3, 0, 0x16010730, 0, ~0u, 6));
+  EXPECT_EQ(call.driver_id, 236U);
+  EXPECT_EQ(call.header(), request_header(TYPE_WRITE_DHS, 3, 0, 0x16010730, 0, ~0U, 6));
   EXPECT_EQ(call.words(), (words{11, 12, 13, 14, 15, 16}));
-  EXPECT_EQ(fake().calls[1].length, 196u);
-  EXPECT_EQ(fake().calls[1].header(), request_header(TYPE_WRITE_DHS, 3, 0, 0x16012700, 0, ~0u, 0));
-  EXPECT_EQ(fake().calls[2].length, 220u);
-  EXPECT_EQ(fake().calls[2].header(), request_header(TYPE_READ_DHS, 3, 0, 0x16010730, 0, ~0u, 6));
+  EXPECT_EQ(fake().calls[1].length, 196U);
+  EXPECT_EQ(fake().calls[1].header(), request_header(TYPE_WRITE_DHS, 3, 0, 0x16012700, 0, ~0U, 0));
+  EXPECT_EQ(fake().calls[2].length, 220U);
+  EXPECT_EQ(fake().calls[2].header(), request_header(TYPE_READ_DHS, 3, 0, 0x16010730, 0, ~0U, 6));
   data.resize(2050, 17);  // more than the buffer has held so far
-  EXPECT_EQ(write_entries(pairs, 0, data.data(), 1025), 0u);
+  EXPECT_EQ(write_entries(pairs, 0, data.data(), 1025), 0U);
   EXPECT_EQ(fake().calls[3].words(), data);
 }
 
 TEST(DhsAccess, a_write_joins_an_open_transaction_word_by_word) {
   initialise();
   words data(1200);
-  std::iota(data.begin(), data.end(), 7u);
+  std::iota(data.begin(), data.end(), 7U);
   open_transaction();
-  EXPECT_EQ(write_entries(pairs, 5, data.data(), 0), 0u);
-  EXPECT_EQ(write_entries(pairs, 5, data.data(), 600), 0u);
+  EXPECT_EQ(write_entries(pairs, 5, data.data(), 0), 0U);
+  EXPECT_EQ(write_entries(pairs, 5, data.data(), 600), 0U);
   commit();
-  ASSERT_EQ(fake().calls.size(), 3u);
+  ASSERT_EQ(fake().calls.size(), 3U);
   uint32_t word = 0;
   for (int i = 0; i < 3; ++i) {
     const auto xn = fake().calls[static_cast<std::size_t>(i)].as<kel_asic_xn_t>();
@@ -73,7 +75,7 @@ TEST(DhsAccess, a_write_joins_an_open_transaction_word_by_word) {
     EXPECT_EQ(xn.reorder_allowed, i == 0 ? 1 : 0);
     ASSERT_EQ(xn.num, i < 2 ? 512 : 177);
     for (int k = i == 0 ? 1 : 0; k < xn.num; ++k, ++word) {
-      const kel_asic_xn_entry_t expected = {3, 0, 0x16010730 + 4 * word, 7 + word, ~0u};
+      const kel_asic_xn_entry_t expected = {3, 0, 0x16010730 + 4 * word, 7 + word, ~0U};
       ASSERT_EQ(std::memcmp(&xn.xn[k], &expected, sizeof expected), 0) << word;
     }
   }
@@ -94,9 +96,9 @@ TEST(DhsAccess, a_read_asks_for_fewer_words_of_two_tables_on_four_cards) {
           {HF_DHS_RESULT_00_OFFSET, 4, 3}, {HF_DHS_POL_OFFSET, 8, 5}, {HF_DHS_TCAM_OFFSET, 16, 16}};
       for (const auto &table : tables) {
         fake().platform_calls.clear();
-        EXPECT_EQ(write_entries(table.vreg, 1, data, 3), 0u);
+        EXPECT_EQ(write_entries(table.vreg, 1, data, 3), 0U);
         EXPECT_EQ(fake().calls.back().request().num, 3 * table.words);
-        EXPECT_EQ(read_entries(table.vreg, 1, data, 3), 0u);
+        EXPECT_EQ(read_entries(table.vreg, 1, data, 3), 0U);
         EXPECT_EQ(fake().calls.back().request().num, 3 * (fewer ? table.fewer : table.words))
             << table.vreg << " on " << card;
         EXPECT_EQ(fake().calls.back().length, 196 + 12 * table.words);
@@ -112,33 +114,33 @@ TEST(DhsAccess, traces_each_step) {
   const std::string add = "kel_asic_transaction_add";
   fake().answer_words(2, 0xAB);
   uint32_t data[2];
-  EXPECT_EQ(read_entries(pairs, 5, data, 1), 0u);
+  EXPECT_EQ(read_entries(pairs, 5, data, 1), 0U);
   EXPECT_EQ(trace_lines(),
             (lines{enter_line(read_name), asked,
                    detail_line(0, read_name + ": block HF vreg 0xe1 base address 0x16010000 rreg "
-                                              "0x16010708: mod=3 asic=0 blk=6 inst=1 n_ent=1"),
+                                              "0x16010708: mod=3 asic=0 blk=6 inst=1 n_ent=1"s),
                    detail_line(0, read_name + ": vreg 0xe1 base address 0x16010000 dhs_index 5 "
-                                              "entry_size 2 rreg 0x16010730"),
-                   detail_line(0, read_name + ": index 1, addr=0x16010730 read_data 0xab"),
-                   detail_line(0, read_name + ": index 2, addr=0x16010730 read_data 0xac"),
+                                              "entry_size 2 rreg 0x16010730"s),
+                   detail_line(0, read_name + ": index 1, addr=0x16010730 read_data 0xab"s),
+                   detail_line(0, read_name + ": index 2, addr=0x16010730 read_data 0xac"s),
                    exit_line(read_name)}));
   lines written = {
       enter_line(write_name),
       asked,
-      detail_line(0, write_name + ": block HF vreg 0xe1 base address 0x16010000 rreg 0x16010708"),
+      detail_line(0, write_name + ": block HF vreg 0xe1 base address 0x16010000 rreg 0x16010708"s),
       detail_line(0, write_name + ": vreg 0xe1 base address 0x16010000 dhs_index 5 num_entries 1 "
-                                  "entry_size 2 rreg 0x16010730"),
-      detail_line(0, write_name + ": index 1, data to write 0xab"),
-      detail_line(0, write_name + ": index 2, data to write 0xac"),
+                                  "entry_size 2 rreg 0x16010730"s),
+      detail_line(0, write_name + ": index 1, data to write 0xab"s),
+      detail_line(0, write_name + ": index 2, data to write 0xac"s),
       exit_line(write_name)};
   fake().fail_calls(1);
-  EXPECT_EQ(write_entries(pairs, 5, data, 1), 0x82230005u);
+  EXPECT_EQ(write_entries(pairs, 5, data, 1), 0x82230005U);
   EXPECT_EQ(fake().calls.back().words(), (words{0xAB, 0xAC}));
   EXPECT_EQ(trace_lines(), written);
   EXPECT_STREQ(commit().name, "");  // a failed write leaves nothing pending
   open_transaction();
   trace_lines();
-  EXPECT_EQ(write_entries(pairs, 5, data, 1), 0u);
+  EXPECT_EQ(write_entries(pairs, 5, data, 1), 0U);
   written.insert(written.end() - 1, {enter_line(add), exit_line(add)});
   written.insert(written.begin() + 5, {enter_line(add), exit_line(add)});
   EXPECT_EQ(trace_lines(), written);
@@ -156,12 +158,12 @@ TEST(DhsAccess, refuses_what_is_no_entry_before_it_looks_for_the_register) {
     std::string last_line;
   } cases[] = {
       {2, 0, 1, 3, "Unrecognized DHS entry for block 6 vreg 2 dhs_index 0"},
-      {HF_DHS_POL_OFFSET, ~0u, 1, 3, "Unrecognized DHS entry for block 6 vreg 116 dhs_index -1"},
+      {HF_DHS_POL_OFFSET, ~0U, 1, 3, "Unrecognized DHS entry for block 6 vreg 116 dhs_index -1"},
       {HF_DHS_RESULT_00_OFFSET, 2, 0, 2, "vreg 110 dhs_index 2"},  // refused by the hook
       {HF_DHS_POL_OFFSET, 63, 1, 3, "Invalid vreg: block HF reg 116 (74)"},
       // No 32-bit size: the first would have one of 196 bytes if it wrapped.
-      {HF_DHS_TCAM_OFFSET, 0, 1u << 28, 4, "entry_size 16 rreg 0x16010360"},
-      {HF_DHS_RESULT_00_OFFSET, 0, ~0u, 4, "entry_size 2147483647 rreg 0x16010370"},
+      {HF_DHS_TCAM_OFFSET, 0, 1U << 28, 4, "entry_size 16 rreg 0x16010360"},
+      {HF_DHS_RESULT_00_OFFSET, 0, ~0U, 4, "entry_size 2147483647 rreg 0x16010370"},
       {HF_DHS_RESULT_00_OFFSET, 0, 1, 4, "entry_size 2147483647 rreg 0x16010370"},
   };
   for (const auto &c : cases) {

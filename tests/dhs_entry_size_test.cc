@@ -115,7 +115,7 @@ TEST(DhsEntrySize, of_every_register_of_every_block_up_to_its_highest_index) {
     hook_answer = answer;
     hook_calls = 0;
     expect_every_size(answer < 1 ? -1 : answer);
-    EXPECT_EQ(hook_calls, 3u * 7u);  // for its seven registers alone
+    EXPECT_EQ(hook_calls, 3U * 7U);  // for its seven registers alone
   }
 }
 

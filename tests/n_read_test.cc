@@ -8,11 +8,13 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 using words = std::vector<uint32_t>;
 using lines = std::vector<std::string>;
 
 constexpr uint32_t guard = 0xDEADBEEF;
-const std::string growth_text = ": Re-allocate DHS data buffer: ";
+constexpr const char *growth_text = ": Re-allocate DHS data buffer: ";
 
 // A table with entries of one word, so that the three operations count alike.
 constexpr reg_place table = {0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET};
@@ -32,9 +34,9 @@ syserr_t write_dhs(const reg_place &a, uint32_t *p_data, uint32_t num_entries) {
                                 num_entries, CALLER);
 }
 
-const struct operation {
+constexpr struct operation {
   syserr_t (*call)(const reg_place &, uint32_t *p_data, uint32_t num_entries);
-  std::string name;
+  const char *name;
   bool reads;
 } operations[] = {{n_read, "lib_mrv_asic_n_read", true},
                   {read_dhs, "lib_mrv_asic_read_dhs", true},
@@ -44,10 +46,10 @@ const struct operation {
 std::string growth(uint32_t num_entries) {
   words data(num_entries);
   trace_lines();
-  EXPECT_EQ(n_read(table, data.data(), num_entries), 0u);
+  EXPECT_EQ(n_read(table, data.data(), num_entries), 0U);
   for (const std::string &line : trace_lines()) {
     if (line.find(growth_text) != std::string::npos)
-      return line.substr(line.find(growth_text) + growth_text.size());
+      return line.substr(line.find(growth_text) + std::strlen(growth_text));
   }
   return "";
 }
@@ -58,21 +60,21 @@ TEST(NRead, sends_one_request_in_which_nothing_of_an_earlier_one_is_left) {
   initialise();
   std::string file(200, 'f'), func(40, 'g');
   uint32_t data[3];
-  lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_SS, 0, 9, data, 3, ~0u, file.data(), -1, func.data());
-  EXPECT_EQ(n_read({3}, data, 3), 0u);
-  ASSERT_EQ(fake().calls.size(), 2u);
+  lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_SS, 0, 9, data, 3, ~0U, file.data(), -1, func.data());
+  EXPECT_EQ(n_read({3}, data, 3), 0U);
+  ASSERT_EQ(fake().calls.size(), 2U);
   EXPECT_EQ(fake().calls[0].header(),
-            request_header(TYPE_READ_DHS, 0, 0, fake_rreg(KEL_ASIC_BLK_SS, 0, 9), 0, ~0u, 3,
-                           func.c_str(), ~0u, file.c_str(), ~0u));
-  EXPECT_EQ(fake().calls[1].header(), request_header(TYPE_READ_DHS, 3, 0, 0x13020028, 0, ~0u, 3));
-  EXPECT_EQ(fake().calls[1].driver_id, 236u);
+            request_header(TYPE_READ_DHS, 0, 0, fake_rreg(KEL_ASIC_BLK_SS, 0, 9), 0, ~0U, 3,
+                           func.c_str(), ~0U, file.c_str(), ~0U));
+  EXPECT_EQ(fake().calls[1].header(), request_header(TYPE_READ_DHS, 3, 0, 0x13020028, 0, ~0U, 3));
+  EXPECT_EQ(fake().calls[1].driver_id, 236U);
 }
 
 TEST(NRead, traces_each_step) {
   initialise_with_trace();
   fake().answer_words(2, 0xAB);
   uint32_t data[3];
-  EXPECT_EQ(n_read({}, data, 3), 0u);
+  EXPECT_EQ(n_read({}, data, 3), 0U);
   const std::string name = "lib_mrv_asic_n_read";
   lines expected = {
       enter_line(name),
@@ -80,9 +82,9 @@ TEST(NRead, traces_each_step) {
       detail_line(0, name + ": index 1, read_data 0xab"),
       detail_line(0, name + ": index 2, read_data 0xac"), exit_line(name)};
   EXPECT_EQ(trace_lines(), expected);
-  EXPECT_EQ(data[1], 0xACu);
+  EXPECT_EQ(data[1], 0xACU);
   fake().fail_calls(1);
-  EXPECT_EQ(n_read({}, data, 3), 0x82230005u);
+  EXPECT_EQ(n_read({}, data, 3), 0x82230005U);
   expected.erase(expected.begin() + 2, expected.begin() + 4);
   EXPECT_EQ(trace_lines(), expected);
 }
@@ -99,7 +101,7 @@ TEST(MultiWordRead, writes_as_many_words_as_the_answer_counts_and_the_array_hold
       {4, 3, 0, 0, {100, 101, 102, guard, guard}},
       {4, 4, 0, 0, {100, 101, 102, 103, guard}},
       {4, 5, 0, 0, {100, 101, 102, 103, guard}},
-      {4, ~0u, 0, 0, {100, 101, 102, 103, guard}},
+      {4, ~0U, 0, 0, {100, 101, 102, 103, guard}},
       {0, 0, 0, 0, {guard, guard, guard, guard, guard}},
       {0, 9, 0, 0, {guard, guard, guard, guard, guard}},
       {4, 4, -1, 0x82230016, {guard, guard, guard, guard, guard}},
@@ -119,11 +121,11 @@ TEST(MultiWordRead, writes_as_many_words_as_the_answer_counts_and_the_array_hold
       EXPECT_EQ(read(table, data.data(), c.num_entries), c.expected);
       faults().disarm();
       EXPECT_EQ(data, c.data) << "case " << &c - cases;
-      ASSERT_EQ(fake().calls.size(), 1u);
+      ASSERT_EQ(fake().calls.size(), 1U);
       EXPECT_EQ(fake().calls[0].case_code, SYSSRV_REG_READ_CASE);
       EXPECT_EQ(fake().calls[0].length, 196 + 4 * c.num_entries);
       EXPECT_EQ(fake().calls[0].request().num, c.num_entries);
-      EXPECT_EQ(faults().callocs + faults().reallocs, 0u);
+      EXPECT_EQ(faults().callocs + faults().reallocs, 0U);
     }
   }
 }
@@ -153,11 +155,11 @@ TEST(MultiWord, refuses_before_it_sends_anything_or_touches_a_transaction) {
                               {0, 0, KEL_ASIC_BLK_HF, 4, 0},
                               {0, 0, KEL_ASIC_BLK_HF, 1, KEL_ASIC_HF_NUM_ENUM}};
   for (const reg_place &a : places)
-    EXPECT_EQ(refused(a, &word, 1), 3u) << "case " << &a - places;  // "Enter" alone
-  EXPECT_EQ(refused({0, 0, KEL_ASIC_BLK_HR, 0, 26}, nullptr, 1), 3u);
+    EXPECT_EQ(refused(a, &word, 1), 3U) << "case " << &a - places;  // "Enter" alone
+  EXPECT_EQ(refused({0, 0, KEL_ASIC_BLK_HR, 0, 26}, nullptr, 1), 3U);
   // Requests of 2^32 and more bytes: refused behind the lines that tell the address.
-  EXPECT_EQ(refused(table, &word, 1073741775), 2u + 4u + 4u);
-  EXPECT_EQ(refused(table, &word, ~0u), 2u + 4u + 4u);
+  EXPECT_EQ(refused(table, &word, 1073741775), 2U + 4U + 4U);
+  EXPECT_EQ(refused(table, &word, ~0U), 2U + 4U + 4U);
   trace_lines();
   EXPECT_EQ(n_read({0, 0, KEL_ASIC_BLK_HR, 0, 26}, &word, 1), SYSERR_KEL_ASIC_INVALID_ARG);
   EXPECT_EQ(trace_lines(), (lines{enter_line(operations[0].name),
@@ -172,7 +174,7 @@ TEST(RequestBuffer, grows_to_the_exact_size_and_keeps_what_it_holds) {
   initialise_with_trace();
   words data(2048);
   fake().answer_words(2048, 7);
-  EXPECT_EQ(n_read(table, data.data(), 2048), 0u);
+  EXPECT_EQ(n_read(table, data.data(), 2048), 0U);
   fake().answer = nullptr;
   EXPECT_EQ(growth(2048), "");
   EXPECT_EQ(growth(2049), "cur_size 8388 new_size 8392");
@@ -193,17 +195,17 @@ TEST(RequestBuffer, stays_as_it_was_when_it_cannot_grow) {
     if (op.reads)
       open_transaction();
     faults().arm();
-    EXPECT_EQ(op.call(table, data.data(), 3000), 12u);
+    EXPECT_EQ(op.call(table, data.data(), 3000), 12U);
     faults().disarm();
     EXPECT_EQ(data, words(3000, guard));
     const lines trace = trace_lines();
     EXPECT_EQ(trace[trace.size() - 2],
-              detail_line(0, op.name + growth_text + "cur_size 8388 new_size 12196"));
-    EXPECT_EQ(trace.back(), detail_line(0, op.name + ": Failed to re-allocate DHS data buffer: "
-                                                     "errno = 12 (c)"));
+              detail_line(0, op.name + (growth_text + "cur_size 8388 new_size 12196"s)));
+    EXPECT_EQ(trace.back(),
+              detail_line(0, op.name + ": Failed to re-allocate DHS data buffer: errno = 12 (c)"s));
     // A read has sent its transaction before, and does so again.
-    EXPECT_EQ(op.call(table, data.data(), 2048), 0u);
-    EXPECT_EQ(fake().calls.back().length, 8388u);
+    EXPECT_EQ(op.call(table, data.data(), 2048), 0U);
+    EXPECT_EQ(fake().calls.back().length, 8388U);
     lines sent;
     for (const sent_call &call : fake().calls)
       sent.push_back(call.case_code == SYSSRV_MEM_WRITE_CASE ? call.as<kel_asic_xn_t>().name : "");

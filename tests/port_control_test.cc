@@ -9,35 +9,36 @@ namespace {
 
 using lines = std::vector<std::string>;
 
-const std::string write_name = "lib_mrv_asic_write";
+constexpr const char *write_name = "lib_mrv_asic_write";
 constexpr cardcfg_port_type_t hif = CARDCFG_PORT_TYPE_HIF, nif = CARDCFG_PORT_TYPE_NIF;
 
 enum kind { command, timer, clear_drops };  // a command is written, and joins a transaction
 
-const struct operation {
+constexpr struct operation {
   kind is;
-  std::string name;
+  const char *name;
   syserr_t (*call)(int module, int asic);
   uint32_t addr, asic_field;  // of the request
-  std::string success;        // what the trace tells of it
+  const char *success;        // what the trace tells of it
 } operations[] = {
     {command, "lib_mrv_asic_link_pause_enable",
      [](int m, int a) { return lib_mrv_asic_link_pause_enable(m, a, hif, 5); }, 0xFFFFFFF8, 0x305,
-     write_name + ": sse call success: rreg 0xfffffff8 data 0x0"},
+     "lib_mrv_asic_write: sse call success: rreg 0xfffffff8 data 0x0"},
     {command, "lib_mrv_asic_link_pause_disable",
      [](int m, int a) { return lib_mrv_asic_link_pause_disable(m, a, nif, 7); }, 0xFFFFFFF4, 0x207,
-     write_name + ": sse call success: rreg 0xfffffff4 data 0x0"},
+     "lib_mrv_asic_write: sse call success: rreg 0xfffffff4 data 0x0"},
     {command, "lib_mrv_asic_set_nodrop_class_map",
      [](int m, int a) { return lib_mrv_asic_set_nodrop_class_map(m, a, 0x1FE); }, 0xFFFFFFFC, 0xFE,
-     write_name + ": sse call success: rreg 0xfffffffc data 0x0"},
+     "lib_mrv_asic_write: sse call success: rreg 0xfffffffc data 0x0"},
     {command, "lib_mrv_asic_sfp_validation_failed",
      [](int m, int a) { return lib_mrv_asic_sfp_validation_failed(m, a, 0x155, 0x4002); },
-     0xFFFFFFF0, 0x15502 | 0x4000, write_name + ": sse call success: rreg 0xfffffff0 data 0x0"},
+     0xFFFFFFF0, 0x15502 | 0x4000,
+     "lib_mrv_asic_write: sse call success: rreg 0xfffffff0 data 0x0"},
     {timer, "lib_mrv_asic_prog_sp_timer",
      [](int m, int a) {
        return lib_mrv_asic_prog_sp_timer(static_cast<uint8_t>(m), static_cast<uint8_t>(a), 0xFFFE);
      },
-     0, 0, ""},
+     0, 0, nullptr},
     {clear_drops, "lib_mrv_asic_clear_all_drop_counters",
      [](int, int) { return lib_mrv_asic_clear_all_drop_counters(); }, 0xFFFFFFE4, 0,
      "lib_mrv_asic_clear_all_drop_counters: sse call success: CLEAR_DROP_COUNTERS "}};
@@ -56,13 +57,13 @@ std::string function_at(uint32_t number) {
 }
 
 void expect_request(const sent_call &call, const operation &op) {
-  EXPECT_EQ(call.driver_id, 236u);
-  EXPECT_EQ(call.length, 196u);
+  EXPECT_EQ(call.driver_id, 236U);
+  EXPECT_EQ(call.length, 196U);
   EXPECT_EQ(call.case_code, op.is == timer ? 0x40000056 : SYSSRV_REG_WRITE_CASE);
   const uint32_t line = call.request().info.line;
   std::vector<uint32_t> expected =
-      request_header(TYPE_WRITE, op.is == clear_drops ? 0 : 3, op.asic_field, op.addr, 0, ~0u, 0,
-                     op.name.c_str(), line, "asic/morvane/common/lib/morvaneusd_intf", 0);
+      request_header(TYPE_WRITE, op.is == clear_drops ? 0 : 3, op.asic_field, op.addr, 0, ~0U, 0,
+                     op.name, line, "asic/morvane/common/lib/morvaneusd_intf", 0);
   if (op.is == timer)
     expected = request_header(TYPE_READ, 3, 0, 0, 0xFFFE, 0, 0, "", 0, "", 0);
   EXPECT_EQ(call.header(), expected) << op.name;
@@ -80,13 +81,13 @@ TEST(PortControl, sends_one_request_and_traces_it) {
       faults().arm();
       EXPECT_EQ(op.call(3, 0), result == 0 ? 0 : 0x82230016);
       faults().disarm();
-      EXPECT_EQ(faults().callocs + faults().reallocs, 0u);
-      ASSERT_EQ(fake().calls.size(), 1u);
+      EXPECT_EQ(faults().callocs + faults().reallocs, 0U);
+      ASSERT_EQ(fake().calls.size(), 1U);
       expect_request(fake().calls[0], op);
       lines expected = {enter_line(op.name)};
       if (op.is == command)
         expected.push_back(enter_line(write_name));
-      if (result == 0 && !op.success.empty())
+      if (result == 0 && op.success != nullptr)
         expected.push_back(detail_line(op.asic_field, op.success));
       if (op.is == command)
         expected.push_back(exit_line(write_name));
@@ -101,14 +102,14 @@ TEST(PortControl, a_command_joins_an_open_transaction_and_the_others_pass_it_by)
   initialise();
   open_transaction();
   for (const operation &op : operations)
-    EXPECT_EQ(op.call(2, 0), 0u);
-  EXPECT_EQ(fake().calls.size(), 2u);
+    EXPECT_EQ(op.call(2, 0), 0U);
+  EXPECT_EQ(fake().calls.size(), 2U);
   const kel_asic_xn_t xn = commit();
   EXPECT_STREQ(xn.name, "mine");
   ASSERT_EQ(xn.num, 1 + 4);
   for (std::size_t i = 0; i < 4; ++i) {
     const kel_asic_xn_entry_t expected = {2, static_cast<int32_t>(operations[i].asic_field),
-                                          operations[i].addr, 0, ~0u};
+                                          operations[i].addr, 0, ~0U};
     EXPECT_EQ(std::memcmp(&xn.xn[1 + i], &expected, sizeof expected), 0) << operations[i].name;
   }
 }
@@ -130,17 +131,17 @@ TEST(PortControl, refuses_without_sending) {
   const struct {
     uint32_t port_type, port;
     bool exists;
-  } ports[] = {{3, 0, true},  {3, 31, true}, {3, 32, false}, {3, 256, false}, {3, ~0u, false},
-               {2, 0, true},  {2, 7, true},  {2, 8, false},  {2, 256, false}, {2, ~0u, false},
-               {0, 0, false}, {1, 0, false}, {4, 0, false},  {~0u, 0, false}};
+  } ports[] = {{3, 0, true},  {3, 31, true}, {3, 32, false}, {3, 256, false}, {3, ~0U, false},
+               {2, 0, true},  {2, 7, true},  {2, 8, false},  {2, 256, false}, {2, ~0U, false},
+               {0, 0, false}, {1, 0, false}, {4, 0, false},  {~0U, 0, false}};
   for (const auto call : {lib_mrv_asic_link_pause_enable, lib_mrv_asic_link_pause_disable}) {
     for (const auto &p : ports) {
       fake().calls.clear();
       EXPECT_EQ(call(0, 0, static_cast<cardcfg_port_type_t>(p.port_type), p.port),
                 p.exists ? 0 : syserr_t{SYSERR_KEL_ASIC_INVALID_ARG})
           << p.port_type << " " << p.port;
-      EXPECT_EQ(trace_lines().size(), p.exists ? 5u : 1u);
-      EXPECT_EQ(fake().calls.size(), p.exists ? 1u : 0u);
+      EXPECT_EQ(trace_lines().size(), p.exists ? 5U : 1U);
+      EXPECT_EQ(fake().calls.size(), p.exists ? 1U : 0U);
     }
   }
 }

@@ -23,7 +23,7 @@ void initialise_with_asics(const std::vector<uint32_t> &asics) {
 
 // Runs two steps and gives what was written to, as asic * 16 + step.
 words sweep(uint32_t asic, syserr_t expected) {
-  kel_asic_pgm_t steps[] = {{KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 0, 0, 1, ~0u},
+  kel_asic_pgm_t steps[] = {{KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 0, 0, 1, ~0U},
                             {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 0, 0, 2, 0xF}};
   fake().calls.clear();
   EXPECT_EQ(lib_mrv_asic_pgm(0, asic, steps, 2, CALLER), expected);
@@ -80,20 +80,20 @@ TEST(SecondAsic, is_checked_and_asked_by_its_own_slot) {
   trace_lines();
   lib_mrv_asic_n_read(0, 1, KEL_ASIC_BLK_HI, 0, 0, data, 3, CALLER);
   for (const auto call : {lib_mrv_asic_read_dhs, lib_mrv_asic_write_dhs}) {
-    EXPECT_EQ(call(0, 1, KEL_ASIC_BLK_HF, 0, HF_DHS_RESULT_00_OFFSET, 0, data, 1, CALLER), 0u);
-    EXPECT_EQ(fake().calls.back().request().num, 3u);
-    EXPECT_EQ(fake().calls.back().request().asic, 1u);
+    EXPECT_EQ(call(0, 1, KEL_ASIC_BLK_HF, 0, HF_DHS_RESULT_00_OFFSET, 0, data, 1, CALLER), 0U);
+    EXPECT_EQ(fake().calls.back().request().num, 3U);
+    EXPECT_EQ(fake().calls.back().request().asic, 1U);
   }
   int numbered = 0;  // lines of the trace that tell the ASIC
   for (const std::string &line : trace_lines())
     numbered += line.rfind("|l|  1 |   : lib_mrv_asic_", 0) == 0;
   EXPECT_EQ(numbered, 2 + 3 + 5);
-  EXPECT_EQ(lib_mrv_asic_link_pause_enable(0, 1, CARDCFG_PORT_TYPE_HIF, 39), 0u);
-  EXPECT_EQ(fake().calls.back().request().asic, 0x00010327u);
+  EXPECT_EQ(lib_mrv_asic_link_pause_enable(0, 1, CARDCFG_PORT_TYPE_HIF, 39), 0U);
+  EXPECT_EQ(fake().calls.back().request().asic, 0x00010327U);
   EXPECT_EQ(lib_mrv_asic_link_pause_enable(0, 1, CARDCFG_PORT_TYPE_NIF, 0),
             SYSERR_KEL_ASIC_INVALID_ARG);
-  EXPECT_EQ(lib_mrv_asic_prog_sp_timer(0, 1, 9), 0u);
-  EXPECT_EQ(fake().calls.back().request().asic, 1u);
-  EXPECT_EQ(lib_mrv_asic_clear_all_qos_stats(0, 1, 0), 0u);
+  EXPECT_EQ(lib_mrv_asic_prog_sp_timer(0, 1, 9), 0U);
+  EXPECT_EQ(fake().calls.back().request().asic, 1U);
+  EXPECT_EQ(lib_mrv_asic_clear_all_qos_stats(0, 1, 0), 0U);
   EXPECT_EQ(fake().calls.back().as<kel_asic_qos_stats_params_t>().asic, 1);
 }

@@ -33,10 +33,10 @@ __attribute__((noinline)) void litter_stack() {
 constexpr auto port_type = static_cast<cardcfg_port_type_t>(0x70605040);
 constexpr uint32_t opts = 0x0A0B0C0D;
 
-const struct operation {
-  std::string name;
+constexpr struct operation {
+  const char *name;
   syserr_t (*call)(cardcfg_module_id_t, cardcfg_dev_id_t);
-  bytes header;  // of the request, from type to port
+  uint8_t header[13];  // of the request, from type to port
 } operations[] = {
     {"lib_mrv_asic_clear_qos_stats",
      [](uint8_t m, uint8_t a) { return lib_mrv_asic_clear_qos_stats(m, a, port_type, 200, opts); },
@@ -60,17 +60,17 @@ TEST(QosStats, sends_its_arguments_and_zeros_beside_an_open_transaction) {
     fake().calls.clear();
     faults().arm();
     litter_stack();
-    EXPECT_EQ(op.call(3, 0), 0u);
+    EXPECT_EQ(op.call(3, 0), 0U);
     faults().disarm();
-    EXPECT_EQ(faults().callocs + faults().reallocs, 0u);
+    EXPECT_EQ(faults().callocs + faults().reallocs, 0U);
     EXPECT_EQ(trace_lines(), (lines{enter_line(op.name), exit_line(op.name)}));
-    ASSERT_EQ(fake().calls.size(), 1u);
+    ASSERT_EQ(fake().calls.size(), 1U);
     EXPECT_EQ(fake().calls[0].case_code, SYSSRV_MEM_READ_CASE);
-    EXPECT_EQ(fake().calls[0].driver_id, 236u);
-    bytes expected = op.header;
+    EXPECT_EQ(fake().calls[0].driver_id, 236U);
+    bytes expected(std::begin(op.header), std::end(op.header));
     expected.resize(1140);
     for (uint8_t i = 0; i < 4; ++i)
-      expected[1136u + i] = static_cast<uint8_t>(0x0D - i);
+      expected[1136U + i] = static_cast<uint8_t>(0x0D - i);
     EXPECT_EQ(fake().calls[0].bytes, expected) << op.name;
   }
   EXPECT_EQ(commit().num, 1);

@@ -9,12 +9,12 @@ using words = std::vector<uint32_t>;
 using lines = std::vector<std::string>;
 using program = std::vector<kel_asic_pgm_t>;
 
-const std::string name = "lib_mrv_asic_pgm";
-constexpr kel_asic_pgm_t whole = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 2, 7, 0xCAFE, ~0u};
+constexpr const char *name = "lib_mrv_asic_pgm";
+constexpr kel_asic_pgm_t whole = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 2, 7, 0xCAFE, ~0U};
 constexpr kel_asic_pgm_t field = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_NI, 1, 3, 0x1100, 0xFF00};
 constexpr kel_asic_pgm_t no_mask = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 2, 7, 0, 0};
-constexpr kel_asic_pgm_t no_block = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_NUM_BLK, 2, 7, 0, ~0u};
-constexpr kel_asic_pgm_t no_magic = {KEL_ASIC_PGM_MAGIC + 1, KEL_ASIC_BLK_HI, 2, 7, 1, ~0u};
+constexpr kel_asic_pgm_t no_block = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_NUM_BLK, 2, 7, 0, ~0U};
+constexpr kel_asic_pgm_t no_magic = {KEL_ASIC_PGM_MAGIC + 1, KEL_ASIC_BLK_HI, 2, 7, 1, ~0U};
 
 syserr_t run(program steps, uint32_t asic = 0) {
   fake().calls.clear();
@@ -26,9 +26,9 @@ syserr_t run(program steps, uint32_t asic = 0) {
 TEST(RegisterProgram, writes_its_steps_in_order) {
   initialise();
   program steps = {whole, field, whole};
-  EXPECT_EQ(lib_mrv_asic_pgm(3, 0, steps.data(), 3, CALLER), 0u);
-  ASSERT_EQ(fake().calls.size(), 3u);
-  const words whole_request = request_header(TYPE_WRITE, 3, 0, 0x13020038, 0xCAFE, ~0u, 0);
+  EXPECT_EQ(lib_mrv_asic_pgm(3, 0, steps.data(), 3, CALLER), 0U);
+  ASSERT_EQ(fake().calls.size(), 3U);
+  const words whole_request = request_header(TYPE_WRITE, 3, 0, 0x13020038, 0xCAFE, ~0U, 0);
   EXPECT_EQ(fake().calls[0].header(), whole_request);
   EXPECT_EQ(fake().calls[1].header(),
             request_header(TYPE_WRITE_FIELD, 3, 0, 0x14010018, 0x1100, 0xFF00, 0));
@@ -49,8 +49,8 @@ TEST(RegisterProgram, stops_at_the_first_step_that_is_none_or_fails) {
     EXPECT_EQ(fake().calls.size(), c.written) << "case " << &c - cases;
   }
   fake().fail_calls(-1, 22);
-  EXPECT_EQ(run({field, no_magic}), 0x82230016u);
-  EXPECT_EQ(fake().calls.size(), 1u);
+  EXPECT_EQ(run({field, no_magic}), 0x82230016U);
+  EXPECT_EQ(fake().calls.size(), 1U);
 }
 
 TEST(RegisterProgram, selects_asics_by_number_or_by_bit_map) {
@@ -63,10 +63,10 @@ TEST(RegisterProgram, selects_asics_by_number_or_by_bit_map) {
                {0x80000001, true}, {0x80000003, true}, {0x80000002, false}, {0xFFFFFFFE, false},
                {0xFFFFFFFF, true}};
   for (const auto &c : cases) {
-    EXPECT_EQ(run({whole, field}, c.asic), 0u);
-    EXPECT_EQ(fake().calls.size(), c.written ? 2u : 0u) << c.asic;
+    EXPECT_EQ(run({whole, field}, c.asic), 0U);
+    EXPECT_EQ(fake().calls.size(), c.written ? 2U : 0U) << c.asic;
     EXPECT_EQ(run({whole, no_magic}, c.asic), SYSERR_KEL_ASIC_INVALID_ARG);
-    EXPECT_EQ(fake().calls.size(), c.written ? 1u : 0u) << c.asic;
+    EXPECT_EQ(fake().calls.size(), c.written ? 1U : 0U) << c.asic;
   }
 }
 
@@ -91,14 +91,15 @@ TEST(RegisterProgram, traces_its_end_on_every_return) {
   EXPECT_TRUE(fake().calls.empty());
   EXPECT_EQ(run({no_block, whole}), SYSERR_KEL_ASIC_INVALID_ARG);
   const std::string write = "lib_mrv_asic_write", write_field = "lib_mrv_asic_write_field";
-  EXPECT_EQ(trace_lines(), (lines{enter_line(name), detail_line(0, name + ": 0 0 13 2 7 0"),
-                                  enter_line(write), exit_line(write), exit_line(name)}));
+  EXPECT_EQ(trace_lines(),
+            (lines{enter_line(name), detail_line(0, "lib_mrv_asic_pgm: 0 0 13 2 7 0"),
+                   enter_line(write), exit_line(write), exit_line(name)}));
   open_transaction();
   trace_lines();
   EXPECT_EQ(run({field, no_magic}), SYSERR_KEL_ASIC_INVALID_ARG);
   const lines trace = trace_lines();
-  ASSERT_EQ(trace.size(), 8u);
-  EXPECT_EQ(trace[1], detail_line(0, name + ": 0 0 4 1 3 1100"));
+  ASSERT_EQ(trace.size(), 8U);
+  EXPECT_EQ(trace[1], detail_line(0, "lib_mrv_asic_pgm: 0 0 4 1 3 1100"));
   EXPECT_EQ(trace[2], enter_line(write_field));
   EXPECT_EQ(trace[7], exit_line(name));
 }
@@ -111,7 +112,7 @@ TEST(RegisterProgram, joins_an_open_transaction) {
   const kel_asic_xn_t xn = commit();
   EXPECT_STREQ(xn.name, "mine");
   ASSERT_EQ(xn.num, 3);
-  const kel_asic_xn_entry_t entries[] = {{0, 0, 0x13020038, 0xCAFE, ~0u},
+  const kel_asic_xn_entry_t entries[] = {{0, 0, 0x13020038, 0xCAFE, ~0U},
                                          {0, 0, 0x14010018, 0x1100, 0xFF00}};
   EXPECT_EQ(std::memcmp(&xn.xn[1], entries, sizeof entries), 0);
 }
