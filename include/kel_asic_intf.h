@@ -76,8 +76,8 @@ typedef enum kel_asic_blk_t KEL_ENUM32 {
 } kel_asic_blk_t;
 
 /**
- * Printable names of the blocks, indexed by ::kel_asic_blk_t ("SS" to "XL"; blocks RS_EDMA and
- * RS_PCIE are "RSEDMA" and "RSPCIE"). Read-only.
+ * Printable names of the blocks, indexed by ::kel_asic_blk_t: "SS" to "XL", without an underscore
+ * in "RSEDMA" and "RSPCIE". Read-only.
  */
 extern const char *const kel_asic_blk_names[KEL_ASIC_NUM_BLK];
 
@@ -530,11 +530,11 @@ uint32_t kel_get_asic_type(uint32_t asic_type);
 uint32_t kel_get_cardcfg_asic_type(uint32_t asic_type);
 
 /**
- * Tells whether the marker file that switches the trace on is there, and prints
- * "LIB debug enabled:" or "LIB debug disabled:", without a newline, on standard output.
+ * Tells whether the marker file that switches the trace on is there.
  *
- * It changes nothing: only lib_mrv_asic_init sets the switch. Calls no service; an open transaction
- * is untouched.
+ * Prints "LIB debug enabled:" or "LIB debug disabled:", without a newline, on standard output. It
+ * changes nothing: only lib_mrv_asic_init sets the switch. Calls no service; an open transaction is
+ * untouched.
  *
  * @retval 1 the marker file can be opened for reading
  * @retval 0 it cannot
