@@ -11,7 +11,7 @@ using program = std::vector<kel_asic_pgm_t>;
 
 constexpr const char *name = "lib_mrv_asic_pgm";
 constexpr kel_asic_pgm_t whole = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 2, 7, 0xCAFE, ~0U};
-constexpr kel_asic_pgm_t field = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_NI, 1, 3, 0x1100, 0xFF00};
+constexpr kel_asic_pgm_t field = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_NI, 1, 3, 0x1122, 0xFF00};
 constexpr kel_asic_pgm_t no_mask = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 2, 7, 0, 0};
 constexpr kel_asic_pgm_t no_block = {KEL_ASIC_PGM_MAGIC, KEL_ASIC_NUM_BLK, 2, 7, 0, ~0U};
 constexpr kel_asic_pgm_t no_magic = {KEL_ASIC_PGM_MAGIC + 1, KEL_ASIC_BLK_HI, 2, 7, 1, ~0U};
@@ -31,7 +31,7 @@ TEST(RegisterProgram, writes_its_steps_in_order) {
   const words whole_request = request_header(TYPE_WRITE, 3, 0, 0x13020038, 0xCAFE, ~0U, 0);
   EXPECT_EQ(fake().calls[0].header(), whole_request);
   EXPECT_EQ(fake().calls[1].header(),
-            request_header(TYPE_WRITE_FIELD, 3, 0, 0x14010018, 0x1100, 0xFF00, 0));
+            request_header(TYPE_WRITE_FIELD, 3, 0, 0x14010018, 0x1122, 0xFF00, 0));
   EXPECT_EQ(fake().calls[2].header(), whole_request);
 }
 
@@ -99,7 +99,7 @@ TEST(RegisterProgram, traces_its_end_on_every_return) {
   EXPECT_EQ(run({field, no_magic}), SYSERR_KEL_ASIC_INVALID_ARG);
   const lines trace = trace_lines();
   ASSERT_EQ(trace.size(), 8U);
-  EXPECT_EQ(trace[1], detail_line(0, "lib_mrv_asic_pgm: 0 0 4 1 3 1100"));
+  EXPECT_EQ(trace[1], detail_line(0, "lib_mrv_asic_pgm: 0 0 4 1 3 1122"));
   EXPECT_EQ(trace[2], enter_line(write_field));
   EXPECT_EQ(trace[7], exit_line(name));
 }
@@ -113,6 +113,6 @@ TEST(RegisterProgram, joins_an_open_transaction) {
   EXPECT_STREQ(xn.name, "mine");
   ASSERT_EQ(xn.num, 3);
   const kel_asic_xn_entry_t entries[] = {{0, 0, 0x13020038, 0xCAFE, ~0U},
-                                         {0, 0, 0x14010018, 0x1100, 0xFF00}};
+                                         {0, 0, 0x14010018, 0x1122, 0xFF00}};
   EXPECT_EQ(std::memcmp(&xn.xn[1], entries, sizeof entries), 0);
 }
