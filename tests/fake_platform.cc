@@ -1,12 +1,14 @@
 #include "fake_platform.h"
 
 #include <dlfcn.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <sstream>
 
@@ -72,10 +74,20 @@ void record_output(char letter) {
   outputs[length + 1] = '\0';
 }
 
+template <typename Timeval>
+int read_clock(Timeval *now) {
+  timespec real_time = {};
+  clock_gettime(CLOCK_REALTIME, &real_time);
+  const bool stopped = faults().seconds != 0;
+  now->tv_sec = stopped ? faults().seconds : real_time.tv_sec;
+  now->tv_usec = stopped ? faults().microseconds : real_time.tv_nsec / 1000;
+  return 0;
+}
+
 FILE *open_file(const char *name, const char *path, const char *mode) {
   const auto real_fopen = real<FILE *(*)(const char *, const char *)>(name);
   if (std::strcmp(path, "/bootflash/kel_lib_debug") == 0) {
-    if (faults().marker_file)
+    if (faults().marker_file && std::strcmp(mode, "r") == 0)
       return real_fopen("/dev/null", mode);
     errno = ENOENT;
     return nullptr;
@@ -202,6 +214,8 @@ void libc_faults::disarm() {
 }
 
 uint32_t fake_base(kel_asic_blk_t block, uint32_t instance) {
+  if (block == KEL_ASIC_BLK_XL)
+    return 0xFFFFFFFCU - instance * 0x00010000U;
   return 0x10000000U + block * 0x01000000U + instance * 0x00010000U;
 }
 
@@ -338,6 +352,20 @@ int fseek(FILE *stream, long offset, int whence) {
   }
   return real_fseek(stream, offset, whence);
 }
+
+// Under the name by which the library calls it: with 64-bit seconds, also on the 32-bit target.
+#if __SIZEOF_LONG__ == 4
+struct wide_timeval {
+  int64_t tv_sec, tv_usec;
+};
+int __gettimeofday64(wide_timeval *now, void *) {  // NOLINT(*-reserved-identifier,cert-dcl*)
+  return read_clock(now);
+}
+#else
+int gettimeofday(timeval *now, void *) {
+  return read_clock(now);
+}
+#endif
 
 int puts(const char *text) {
   static const auto real_puts = real<int (*)(const char *)>("puts");

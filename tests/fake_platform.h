@@ -64,7 +64,8 @@ struct fake_platform {
 
 fake_platform &fake();
 
-// The addresses of the fake's register map, worked out here and nowhere else.
+// The addresses of the fake's register map, worked out here and nowhere else. Those of block XL
+// wrap.
 uint32_t fake_base(kel_asic_blk_t block, uint32_t instance);
 uint32_t fake_rreg(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg);
 
@@ -75,6 +76,8 @@ struct libc_faults {
   unsigned callocs = 0, reallocs = 0, fopens = 0, fseeks = 0;  // counted since arm()
   bool marker_file = false;                                    // /bootflash/kel_lib_debug is there
   const char *log_path = nullptr;                              // opened in place of the log file
+  int64_t seconds = 0;                                         // the clock's; 0 for the real time
+  int64_t microseconds = 0;
   char outputs[64] = "";  // since arm(): an s for a text to standard output, an l for one to a file
   bool armed = false;  // no member needs a destructor: calloc runs before any could be registered
 

@@ -32,7 +32,7 @@ constexpr struct {
   uint32_t words[7];  // type, module, asic, addr, data, mask, num
 } operations[] = {
     {read_as, 0x40000000, {0, 3, 0, 0x13020028, 0, 0xFFFFFFFF, 0}},
-    {write_as, 0x40000001, {1, 2, 0, 0x220305B8, 0x8899AABB, 0xFFFFFFFF, 0}},
+    {write_as, 0x40000001, {1, 2, 0, 0xFFFD05B4, 0x8899AABB, 0xFFFFFFFF, 0}},
     {write_field_as, 0x40000001, {2, 0, 0x01020304, 0xFFFFFFF8, 0x3, 0x30, 0}},
 };
 
