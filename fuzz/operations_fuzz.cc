@@ -131,12 +131,13 @@ void check_stats(const kel_asic_qos_stats_params_t &request, uint32_t length) {
   require(std::memcmp(&request.stats, &zeros, sizeof zeros) == 0, "statistics are sent as zeros");
 }
 
-// Any bytes at all in the record, but for a length that makes the input last.
+// Any bytes in the record, from none of it to all.
 void scribble(void *record, uint32_t length) {
   const uint8_t byte = input.take<uint8_t>();
   if ((byte & 3) == 0)
     return;
-  std::memset(static_cast<uint8_t *>(record) + input.below(28), byte, length - 28);
+  const uint32_t from = input.below(64);
+  std::memset(static_cast<uint8_t *>(record) + from, byte, length - from);
 }
 
 char *text() {
@@ -330,8 +331,7 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
   }
   const bool is_get = case_code == SYSSRV_MEM_READ_CASE &&
                       *static_cast<uint32_t *>(case_params->params) == QOS_STATS_GET;
-  if (case_code != SYSSRV_MEM_WRITE_CASE)
-    scribble(case_params->params, length);
+  scribble(case_params->params, length);
   errno = input.take<uint16_t>();
   const int result = static_cast<int>(input.below(4)) - 1;
   if (result == 0 && is_get)

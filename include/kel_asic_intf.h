@@ -483,8 +483,9 @@ typedef struct kel_asic_qos_stats_params_t {
  * trace on and opens the trace log. Calls no driver service; an open transaction is untouched.
  *
  * A call after an initialisation that ran to its end changes nothing and returns 0, also where that
- * end was ::SYSERR_KEL_ASIC_INVALID_ARG or the register map's code: every later register operation
- * then refuses its address. After 12 or 0xFFFFFFFF the call may be repeated.
+ * end was ::SYSERR_KEL_ASIC_INVALID_ARG or the register map's code: every symbolic address is then
+ * refused, while raw writes, commands and the QoS operations still reach the service. After 12 or
+ * 0xFFFFFFFF the call may be repeated.
  *
  * @param slot      slot of the card that carries the ASIC, 0 to 255
  * @param asic_type driver identifier that every service call will carry
@@ -579,8 +580,9 @@ syserr_t lib_mrv_asic_read(int module, kel_asic_num_t asic, kel_asic_blk_t block
 /**
  * Writes all bits of one register, or sends a command.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE); while a transaction is open it makes none and
- * adds one entry to the transaction instead. The commit then reports no failure of this write.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
+ * to the transaction instead, and calls the service only to send a transaction that is full; no
+ * failure of this write is reported then.
  *
  * @param module   module number, 0 to 3
  * @param asic     ASIC number, as far as the ASIC limits reach (0); not checked with a raw address
@@ -610,8 +612,9 @@ syserr_t lib_mrv_asic_write(int module, kel_asic_num_t asic, kel_asic_blk_t bloc
  * Writes the bits of one register that a mask selects.
  *
  * Value and mask are sent as they are: the value is neither shifted nor masked. Makes one service
- * call (::SYSSRV_REG_WRITE_CASE); while a transaction is open it makes none and adds one entry to
- * the transaction instead. The commit then reports no failure of this write.
+ * call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry to the transaction
+ * instead, and calls the service only to send a transaction that is full; no failure of this write
+ * is reported then.
  *
  * @param module      module number, 0 to 3
  * @param asic        ASIC number, as far as the ASIC limits reach (0); not checked with a raw
@@ -797,7 +800,8 @@ int mrv_asic_transaction_commit(void);
  * Each write goes through lib_mrv_asic_write, or lib_mrv_asic_write_field where the step's mask is
  * not 0xFFFFFFFF: one service call each, or one entry each of an open transaction. The program
  * stops behind the first step whose last write failed and at the first step without its magic; what
- * was written stays written. ASIC numbers that do not exist are passed over.
+ * was written stays written. The first ASIC number that does not exist ends each step's round: it
+ * and those above it are not written, and that is no failure.
  *
  * @param module  module number, 0 to 3
  * @param asic    an ASIC number; or, with bit 31 set, a bit map of ASIC numbers in bits 0 to 30
@@ -899,8 +903,8 @@ syserr_t lib_mrv_asic_clear_all_qos_stats(cardcfg_module_id_t module, cardcfg_de
 /**
  * Enables link pause on one port.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE); while a transaction is open it makes none and
- * adds one entry to the transaction instead.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
+ * to the transaction instead, and calls the service only to send a transaction that is full.
  *
  * @param module    module number, 0 to 3
  * @param asic_id   ASIC number, as far as the ASIC limits reach (0)
@@ -919,8 +923,8 @@ syserr_t lib_mrv_asic_link_pause_enable(int module, int asic_id, cardcfg_port_ty
 /**
  * Disables link pause on one port.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE); while a transaction is open it makes none and
- * adds one entry to the transaction instead.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
+ * to the transaction instead, and calls the service only to send a transaction that is full.
  *
  * @param module    module number, 0 to 3
  * @param asic_id   ASIC number, as far as the ASIC limits reach (0)
@@ -939,8 +943,8 @@ syserr_t lib_mrv_asic_link_pause_disable(int module, int asic_id, cardcfg_port_t
 /**
  * Sets the no-drop class-of-service map of an ASIC.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE); while a transaction is open it makes none and
- * adds one entry to the transaction instead.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
+ * to the transaction instead, and calls the service only to send a transaction that is full.
  *
  * @param module        module number, 0 to 3
  * @param asic_id       ASIC number, as far as the ASIC limits reach (0)
@@ -957,8 +961,8 @@ syserr_t lib_mrv_asic_set_nodrop_class_map(int module, int asic_id, uint32_t nod
 /**
  * Reports that the SFP transceiver of a port failed its validation.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE); while a transaction is open it makes none and
- * adds one entry to the transaction instead.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
+ * to the transaction instead, and calls the service only to send a transaction that is full.
  *
  * @param module   module number, 0 to 3
  * @param asic_id  ASIC number, as far as the ASIC limits reach (0)

@@ -27,9 +27,10 @@
  * |          | timer above 65535                                                              |
  * | ENXIO    | a module, ASIC or port that the switch lacks                                   |
  *
- * A command address is a command in a plain write and in a transaction entry for the whole
- * register; nowhere else does a register have it. Each table register has an address range of its
- * own with room for all its entries, and a run that leaves it meets an address without a register.
+ * A command address is a command in a write of the whole register, in a request or in a transaction
+ * entry; anything else at such an address is refused. Each table register has an address range of
+ * its own with room for all its entries, and a run that leaves it meets an address without a
+ * register.
  */
 #ifndef VIRTUAL_PLATFORM_H
 #define VIRTUAL_PLATFORM_H

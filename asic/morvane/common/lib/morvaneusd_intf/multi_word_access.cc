@@ -70,12 +70,13 @@ bool count_words(int entry_size, uint32_t num_entries, uint32_t *words) {
   return count <= max_request_words;
 }
 
-// On some cards the entries of two tables hold fewer words than their size says; a read asks for no
-// more than that.
+// The cards on which the entries of two tables are short.
 bool is_short_entry_card(uint16_t sw_card_id) {
   return sw_card_id == 265 || sw_card_id == 266 || sw_card_id == 345 || sw_card_id == 373;
 }
 
+// On some cards the entries of two tables hold fewer words than their size says; a read asks for no
+// more than that.
 uint32_t words_to_read(kel_asic_reg_t vreg, int entry_size, uint32_t num_entries) {
   // A query that fails leaves the output alone, so it starts as none of those cards.
   uint16_t sw_card_id = 0;

@@ -42,32 +42,29 @@ syserr_t write_command(int module, uint32_t word, uint32_t command, int line,
   return result;
 }
 
+syserr_t set_link_pause(const char *operation, uint32_t command, int module, int asic_id,
+                        cardcfg_port_type_t port_type, uint32_t port_idx, int line) {
+  KEL_TRACE_ENTER(operation);
+  const syserr_t refusal = check_asic(module, asic_id);
+  if (refusal != 0)
+    return refusal;
+  if (!pause_port_exists(asic_id, port_type, port_idx))
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  return write_command(module, port_word(asic_id, port_type, port_idx), command, line, operation);
+}
+
 }  // namespace
 
 syserr_t lib_mrv_asic_link_pause_enable(int module, int asic_id, cardcfg_port_type_t port_type,
                                         unsigned int port_idx) {
-  constexpr const char *operation = "lib_mrv_asic_link_pause_enable";
-  KEL_TRACE_ENTER(operation);
-  const syserr_t refusal = check_asic(module, asic_id);
-  if (refusal != 0)
-    return refusal;
-  if (!pause_port_exists(asic_id, port_type, port_idx))
-    return SYSERR_KEL_ASIC_INVALID_ARG;
-  return write_command(module, port_word(asic_id, port_type, port_idx),
-                       KEL_ASIC_CMD_LINK_PAUSE_ENABLE, __LINE__, operation);
+  return set_link_pause("lib_mrv_asic_link_pause_enable", KEL_ASIC_CMD_LINK_PAUSE_ENABLE, module,
+                        asic_id, port_type, port_idx, __LINE__);
 }
 
 syserr_t lib_mrv_asic_link_pause_disable(int module, int asic_id, cardcfg_port_type_t port_type,
                                          unsigned int port_idx) {
-  constexpr const char *operation = "lib_mrv_asic_link_pause_disable";
-  KEL_TRACE_ENTER(operation);
-  const syserr_t refusal = check_asic(module, asic_id);
-  if (refusal != 0)
-    return refusal;
-  if (!pause_port_exists(asic_id, port_type, port_idx))
-    return SYSERR_KEL_ASIC_INVALID_ARG;
-  return write_command(module, port_word(asic_id, port_type, port_idx),
-                       KEL_ASIC_CMD_LINK_PAUSE_DISABLE, __LINE__, operation);
+  return set_link_pause("lib_mrv_asic_link_pause_disable", KEL_ASIC_CMD_LINK_PAUSE_DISABLE, module,
+                        asic_id, port_type, port_idx, __LINE__);
 }
 
 syserr_t lib_mrv_asic_set_nodrop_class_map(int module, int asic_id, uint32_t nodrop_cosmap) {

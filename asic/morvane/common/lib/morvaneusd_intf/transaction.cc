@@ -35,6 +35,8 @@ int mrv_asic_transaction_commit(void) {
   if (!kel_asic_transaction_pending())
     return 0;
   const int rc = send_record(SYSSRV_MEM_WRITE_CASE, &pending_xn, sizeof pending_xn);
+  // The service may have answered into the record, the end of the name included.
+  pending_xn.name[sizeof pending_xn.name - 1] = '\0';
   if (rc != 0)
     KEL_TRACE('l', 0, "LIB: XN <%s/%d> commit failure <rc=%x>. asic_typ=%s <%d>\n", pending_xn.name,
               pending_xn.num, static_cast<unsigned>(rc), kel_get_driver_string(lib_ctx.driver_id),
