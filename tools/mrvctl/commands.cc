@@ -42,6 +42,7 @@ void add_expect_fail(CLI::App &app, Command &chosen) {
       "Run the COMMAND behind it, which has to fail\n"
       "A failure succeeds, and a success fails: for scripts that show or check failures.");
   command->prefix_command();
+  command->fallthrough(false);  // all words behind it are the command's
   command->callback([command, &chosen] {
     const std::vector<std::string> words = command->remaining();
     if (words.empty())
@@ -142,11 +143,12 @@ void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_
   for (size_t i = 0; i < expected.size(); ++i) {
     if (i < run.answered && run.words[i] == expected[i])
       continue;
-    const std::string place = per_entry == 0
-                                  ? format("word %zu", i)
-                                  : format("word %zu of entry %zu", i % per_entry, i / per_entry);
-    const std::string read = i < run.answered ? format("0x%08x", run.words[i]) : "not answered";
-    throw OperationFailed(place + " is " + read + format(", expected 0x%08x", expected[i]));
+    std::string text = per_entry == 0
+                           ? format("word %zu is ", i)
+                           : format("word %zu of entry %zu is ", i % per_entry, i / per_entry);
+    text += i < run.answered ? format("0x%08x", run.words[i]) : "not answered";
+    text += format(", expected 0x%08x", expected[i]);
+    throw OperationFailed(text);
   }
 }
 

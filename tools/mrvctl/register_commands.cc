@@ -174,8 +174,8 @@ void run_write(Session &session, const WriteArgs &args) {
 
 void run_write_field(Session &session, const WriteArgs &args) {
   const Target target = parse_target(args, 2);
-  const uint32_t value = parse_number(args.words.end()[-2]);
-  const uint32_t mask = parse_number(args.words.end()[-1]);
+  const uint32_t value = parse_number(args.words[args.words.size() - 2]);
+  const uint32_t mask = parse_number(args.words.back());
   const Caller who = session.caller();
   const syserr_t result = lib_mrv_asic_write_field(
       static_cast<int>(session.module), session.asic, target.reg.block, target.reg.instance,

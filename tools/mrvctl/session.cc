@@ -33,7 +33,7 @@ class Capture {
   Capture(const Capture &) = delete;
   Capture &operator=(const Capture &) = delete;
 
-  std::string text() {
+  std::string text() const {
     close_stdout();
     std::string text;
     char part[4096];
