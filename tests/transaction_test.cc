@@ -179,6 +179,24 @@ TEST(Transaction, is_dropped_by_a_failed_commit) {
   }
 }
 
+TEST(Transaction, is_traced_within_its_record_when_the_service_rewrites_it) {
+  initialise_with_trace();
+  fake().answer = [](uint32_t, void *record, uint32_t length) {
+    std::memset(record, 'A', length);
+    return -1;
+  };
+  start("batch", 0);
+  trace_lines();
+  EXPECT_EQ(mrv_asic_transaction_commit(), 0);
+  EXPECT_EQ(
+      trace_lines()[1],
+      detail_line(0, "LIB: XN <" + std::string(31, 'A') +
+                         "/1094795585> commit failure <rc=ffffffff>. asic_typ=Morvane <236>"));
+  start("next", 0);
+  write_raw(4, 5);
+  expect_commit("next", 0, {{1, 0, 4, 5, all}});
+}
+
 TEST(Transaction, traces_each_step) {
   initialise_with_trace();
   const std::string begin = "mrv_asic_transaction_start", add = "kel_asic_transaction_add",
