@@ -360,6 +360,33 @@ TEST_F(Mrvctl, EntrySizesAreTheLibrarysAndTouchNothing) {
   EXPECT_EQ(result.out.find("SS_DHS_STATS_RAM"), std::string::npos);
 }
 
+TEST_F(Mrvctl, OddEntrySizesOverrunNothing) {
+  const std::string read = "dhs-read HF.0 HF_DHS_RESULT_00 ";
+  const std::string write = "begin a\ndhs-write HF.0 HF_DHS_RESULT_00 4 1 2 3 4\ncommit\n";
+  const std::string no_table = "no table register with entries of up to 256 words";
+  const std::string unequal = "entry 4 has 99999 words and entry 0 has 4";
+  struct Hook {
+    const char *words;
+    const char *behind;
+    Case of;
+  };
+  const std::vector<Hook> hooks = {
+      {"4", "4", {write + read + "4\n", 0, {"00000001 00000002 00000003 00000004"}, {}}},
+      {"256", "256", {read + "3\n", 0, {"1 entry of 256 words"}, {}}},
+      {"257", "257", {read + "3\n", 1, {}, {no_table}}},
+      {"1000000", "1", {write, 1, {}, {no_table}}},
+      {"0", "4", {write, 1, {}, {no_table}}},
+      {"4", "99999", {read + "3\n" + write, 1, {"1 entry of 4 words"}, {unequal}}},
+      {"4", "99999", {read + "4\n", 1, {}, {unequal}}},
+  };
+  for (const Hook &hook : hooks) {
+    std::string command = "HOOK_WORDS=";
+    command.append(hook.words).append(" HOOK_WORDS_BEHIND=").append(hook.behind);
+    command.append(" " MRVCTL_ODD_HOOK_PATH " -f ").append(write_file("s.mrv", hook.of.input));
+    expect_case(shell(command), hook.of);
+  }
+}
+
 TEST_F(Mrvctl, CallsAreDecoded) {
   const Outcome result = run_script(
       "begin boot --reorder\nwrite HI.2 5 7\npause on hif 3\ncommit\nread HI.2 5 2\n"

@@ -18,6 +18,9 @@ namespace mrvctl {
 
 struct NoArgs {};
 
+// Words that one command reads at most: the tool holds them all.
+constexpr uint32_t kMostWordsRead = 1U << 20;
+
 // A command that was parsed, ready to run.
 struct Command {
   std::string name;

@@ -6,9 +6,6 @@
 namespace mrvctl {
 namespace {
 
-// A run of words that the tool itself must hold.
-constexpr uint32_t kMostWords = 1U << 20;
-
 void run_info(Session &session, const NoArgs &) {
   const RegisterMap &map = session.map();
   const char *driver = kel_get_driver_string(KEL_ASIC_DRIVER_MORVANE);
@@ -197,9 +194,9 @@ void add_read(CLI::App &app, Command &chosen) {
       args, run_read);
   add_register(command, args->reg);
   const std::function<std::optional<uint32_t>(const std::string &)> parse_count =
-      [](const std::string &text) { return parse_number<uint32_t>(text, 0, kMostWords); };
+      [](const std::string &text) { return parse_number<uint32_t>(text, 0, kMostWordsRead); };
   add_parsed(command, "COUNT", args->count, parse_count,
-             format("Words of a run that starts at the register (0 to %u)", kMostWords));
+             format("Words of a run that starts at the register (0 to %u)", kMostWordsRead));
   const std::function<std::vector<uint32_t>(const std::string &)> parse_list = parse_numbers;
   add_parsed(command, "--expect", args->expected, parse_list,
              "Fail unless these are the values read")

@@ -10,9 +10,6 @@
 namespace mrvctl {
 namespace {
 
-// Words of one command, which the tool itself must hold.
-constexpr uint32_t kMostWords = 1U << 20;
-
 // A load goes to the library in parts of so many entries.
 constexpr uint32_t kEntriesPerCall = 256;
 
@@ -50,8 +47,11 @@ Table find_table(Session &session, const Register &reg) {
   if (table)
     return *table;
   const std::string missing = session.map().missing(reg);
-  throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG,
-                        missing.empty() ? "no table register (see dhs)" : missing);
+  throw OperationFailed(
+      SYSERR_KEL_ASIC_INVALID_ARG,
+      missing.empty()
+          ? format("no table register with entries of up to %u words (see dhs)", kLargestEntry)
+          : missing);
 }
 
 // The arrays that the library fills or reads are as long as the entry size says. It was asked at
@@ -84,9 +84,9 @@ struct TableReadArgs {
 
 Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
                uint32_t count) {
-  if (static_cast<uint64_t>(table.entry_size) * count > kMostWords)
+  if (static_cast<uint64_t>(table.entry_size) * count > kMostWordsRead)
     throw UsageError(format("entries of %u words: at most %u of them at a time", table.entry_size,
-                            kMostWords / table.entry_size));
+                            kMostWordsRead / table.entry_size));
   check_entry_size(session, table, index);
   Answer answer(static_cast<size_t>(table.entry_size) * count);
   const Caller who = session.caller();
@@ -209,7 +209,7 @@ void add_table_read(CLI::App &app, Command &chosen) {
   add_register(command, args->reg);
   add_number(command, "INDEX", args->index, "First entry")->required();
   const std::function<std::optional<uint32_t>(const std::string &)> parse_count =
-      [](const std::string &text) { return parse_number<uint32_t>(text, 0, kMostWords); };
+      [](const std::string &text) { return parse_number<uint32_t>(text, 0, kMostWordsRead); };
   add_parsed(command, "COUNT", args->count, parse_count, "Number of entries; 1 if left out");
   command->add_flag("--addresses", args->addresses, "Show the address of each entry");
   add_word(command, "--expect-from", args->expected_path,

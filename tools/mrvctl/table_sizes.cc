@@ -35,9 +35,6 @@ constexpr uint32_t kMostWords = 1073741774;
 // kMostWords / s entries of s words have.
 constexpr rlim_t kChildMemory = rlim_t{1} << 31;
 
-// Entries larger than that are not looked for.
-constexpr uint32_t kLargestEntry = 256;
-
 syserr_t ask(const Table &table, uint32_t index, uint32_t entry_size) {
   uint32_t word = 0;
   char file[] = "mrvctl";

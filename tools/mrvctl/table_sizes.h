@@ -12,6 +12,9 @@ namespace mrvctl {
 
 class Session;
 
+// Words of the largest entries that the tool handles; a table with larger ones is none to it.
+constexpr uint32_t kLargestEntry = 256;
+
 struct Table {
   kel_asic_blk_t block;
   kel_asic_reg_t vreg;
