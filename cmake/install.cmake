@@ -59,6 +59,12 @@ install(
         ${PROJECT_BINARY_DIR}/morvaneusdConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
+install(FILES docs/call-path.md docs/limits.md docs/porting.md docs/records.md docs/trace.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+install(FILES docs/figures/call-path.svg
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/figures COMPONENT development)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+
 if(TARGET mrvctl)
   # A tree of its own finds its libraries wherever it stands; the system's needs no help.
   if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")

@@ -46,6 +46,15 @@ install_packages() {
   done
 }
 
+# install_i386_packages PACKAGE:i386...: the same, on a machine that may not know i386 packages yet.
+install_i386_packages() {
+  if [ -n "$(missing_packages "$@")" ] && ! dpkg --print-foreign-architectures | grep -qx i386; then
+    echo "Adding the i386 architecture, for $*" >&2
+    as_root dpkg --add-architecture i386
+  fi
+  install_packages "$@"
+}
+
 # build_preset PRESET [CMAKE-ARGUMENT...]: configures once and builds; says nothing unless it fails.
 build_preset() {
   preset=$1

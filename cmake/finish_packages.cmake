@@ -1,0 +1,17 @@
+# What CPack's generator of Debian packages lacks: the Multi-Arch field, so that both word sizes can be
+# installed side by side; and it adds scripts that call ldconfig, which the trigger in the package does.
+foreach(package IN LISTS CPACK_PACKAGE_FILES)
+  set(folder ${CPACK_TEMPORARY_DIRECTORY}/finish)
+  file(REMOVE_RECURSE ${folder})
+  execute_process(COMMAND dpkg-deb --raw-extract ${package} ${folder} COMMAND_ERROR_IS_FATAL ANY)
+  set(multi_arch same)
+  if(package MATCHES "/mrvctl_")
+    set(multi_arch foreign)
+  endif()
+  file(READ ${folder}/DEBIAN/control control)
+  string(STRIP "${control}" control)
+  file(WRITE ${folder}/DEBIAN/control "${control}\nMulti-Arch: ${multi_arch}\n")
+  file(REMOVE ${folder}/DEBIAN/postinst ${folder}/DEBIAN/postrm)
+  execute_process(COMMAND dpkg-deb --root-owner-group --build ${folder} ${package}
+    COMMAND_ERROR_IS_FATAL ANY OUTPUT_QUIET)
+endforeach()

@@ -1,0 +1,119 @@
+# Debian packages, by component, for the architecture MORVANE_PACKAGE (see the presets): run cpack in
+# the build folder, or scripts/package.
+#   libmorvaneusd1       the library, for whoever has a platform
+#   libmorvaneplatform1  the virtual platform
+#   libmorvaneusd-dev    headers, links, pkg-config files, CMake package, man pages, docs, examples
+#   mrvctl               the tool, on the virtual platform
+set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
+set(generated ${PROJECT_BINARY_DIR}/debian)
+set(revision 1)
+set(full_version ${PROJECT_VERSION}-${revision})
+
+file(STRINGS ${debian}/changelog newest LIMIT_COUNT 1)
+if(NOT newest MATCHES "^libmorvaneusd \\(${full_version}\\) ")
+  message(FATAL_ERROR "${debian}/changelog does not begin with ${full_version}")
+endif()
+
+# What every package has in its folder of documents, compressed without the time of day.
+function(compressed source name)
+  execute_process(COMMAND gzip -9nc ${source} OUTPUT_FILE ${generated}/${name}
+    COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+file(MAKE_DIRECTORY ${generated})
+compressed(${debian}/changelog changelog.Debian.gz)
+compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog.gz)
+
+function(debian_package component name section summary description)
+  string(TOUPPER ${component} key)
+  set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_DESCRIPTION "${summary}\n${description}" PARENT_SCOPE)
+  install(FILES ${debian}/copyright ${generated}/changelog.Debian.gz ${generated}/changelog.gz
+    DESTINATION share/doc/${name} COMPONENT ${component})
+endfunction()
+
+# The control files of a shared library's package; symbols are NAME@NODE, or none.
+function(library_control component target package symbols)
+  set(folder ${generated}/${package})
+  file(WRITE ${folder}/shlibs
+    "lib${target} ${PROJECT_VERSION_MAJOR} ${package} (>= ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})\n")
+  file(WRITE ${folder}/triggers "activate-noawait ldconfig\n")
+  set(control ${folder}/shlibs ${folder}/triggers)
+  if(symbols)
+    set(lines "lib${target}.so.${PROJECT_VERSION_MAJOR} ${package} #MINVER#\n"
+      "* Build-Depends-Package: libmorvaneusd-dev\n")
+    list(JOIN lines "" lines)
+    list(SORT symbols)
+    foreach(symbol IN LISTS symbols)
+      # A symbol is as old as its version.
+      string(REGEX REPLACE ".*_" "" since ${symbol})
+      string(APPEND lines " ${symbol} ${since}\n")
+    endforeach()
+    file(WRITE ${folder}/symbols "${lines}")
+    list(APPEND control ${folder}/symbols)
+  endif()
+  string(TOUPPER ${component} key)
+  set(CPACK_DEBIAN_${key}_PACKAGE_CONTROL_EXTRA "${control}" PARENT_SCOPE)
+endfunction()
+
+exported_symbols(${symbol_map} symbols)
+set(nodes ${symbols})
+list(TRANSFORM nodes REPLACE "(.*)@(.*)" "\\2@\\2")
+list(REMOVE_DUPLICATES nodes)
+library_control(library morvaneusd libmorvaneusd1 "${symbols};${nodes}")
+library_control(platform morvaneplatform libmorvaneplatform1 "")
+
+debian_package(library libmorvaneusd1 libs
+  "Programming interface to the Morvane switching ASIC"
+  "The library checks and translates symbolic register addresses, packs each
+request into a fixed record and hands it to the driver service of the ASIC.
+It leaves the six functions of the platform undefined: a program also links
+the library that provides them.")
+debian_package(platform libmorvaneplatform1 libs
+  "Virtual platform of libmorvaneusd"
+  "The virtual platform provides what libmorvaneusd expects of a switch, on any
+Linux machine: a service that keeps what is written and answers with it, a
+card, and the register map of a Morvane.")
+debian_package(development libmorvaneusd-dev libdevel
+  "Development files of libmorvaneusd"
+  "Headers, pkg-config files, a CMake package, manual pages, reference and
+examples of libmorvaneusd and of its virtual platform.")
+debian_package(tool mrvctl utils
+  "Command-line client of libmorvaneusd"
+  "mrvctl reads and writes registers and tables of a Morvane switching ASIC,
+runs transactions and programs, and shows and controls its ports. This one
+works on the virtual platform.")
+set(same "(= ${full_version})")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmorvaneusd1 ${same}, libmorvaneplatform1 ${same}")
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmorvaneusd1 (>= ${PROJECT_VERSION}), libmorvaneplatform1 ${same}")
+
+# Manual pages of a package are compressed.
+foreach(component development tool)
+  install(CODE [[
+    file(GLOB pages "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man?/*.[1-9]")
+    execute_process(COMMAND gzip -9nf ${pages} COMMAND_ERROR_IS_FATAL ANY)]] COMPONENT ${component})
+endforeach()
+
+file(STRINGS ${debian}/changelog trailer LIMIT_COUNT 1 REGEX "^ -- ")
+string(REGEX REPLACE "^ -- (.*>).*" "\\1" CPACK_DEBIAN_PACKAGE_MAINTAINER "${trailer}")
+set(CPACK_GENERATOR DEB)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_PACKAGE_NAME libmorvaneusd)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/finish_packages.cmake)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${revision})
+set(CPACK_DEBIAN_PACKAGE_SOURCE libmorvaneusd)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${MORVANE_PACKAGE})
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL library platform development tool)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PLATFORM_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+include(CPack)
