@@ -11,16 +11,18 @@ namespace {
 
 using texts = std::vector<std::string>;
 
-// The state as the operations show it: what a read, a write, and a raw write of either kind answer.
-using answers = std::array<syserr_t, 4>;
-constexpr answers uninitialised = {0x4223002E, 0x42230003, 0x42230003, 0x42230003};
-constexpr answers empty_slot = {0x42230003, 0x42230003, 0, 0};
-constexpr answers usable = {0, 0, 0, 0};
+// The state as the operations show it: what a read, a write, a raw write of either kind, and a
+// command for a port answer.
+using answers = std::array<syserr_t, 5>;
+constexpr answers uninitialised = {0x4223002E, 0x42230003, 0x42230003, 0x42230003, 0x4223002E};
+constexpr answers empty_slot = {0x42230003, 0x42230003, 0, 0, 0x42230003};
+constexpr answers usable = {0, 0, 0, 0, 0};
 
 answers operation_answers() {
   uint32_t value;
   answers result = {read_reg({}, &value), write_reg({}, 7), write_reg({}, 7, KEL_ASIC_WR_RAW),
-                    write_field({}, 7, 1, KEL_ASIC_WR_RAW)};
+                    write_field({}, 7, 1, KEL_ASIC_WR_RAW),
+                    lib_mrv_asic_link_pause_enable(0, 0, CARDCFG_PORT_TYPE_HIF, 0)};
   trace_lines();
   return result;
 }

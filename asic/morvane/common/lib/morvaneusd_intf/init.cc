@@ -119,6 +119,8 @@ syserr_t lib_mrv_asic_init(slot_num_t slot, uint32_t asic_type, uint32_t context
             static_cast<int>(syserr), syserr);
   if (syserr == 0 && fill_slot(slot0) != 0)
     return KEL_ASIC_SYSERR_NO_BUFFER;
+  if (syserr != 0)
+    slot0 = {};  // nothing counts of what a register map that failed has filled in
 
   // Also after a failure: the card will not change, and an empty slot refuses every address.
   lib_init_done = 1;
