@@ -4,43 +4,33 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace {
 
-std::vector<const kel_asic_reg_t *> base_pointers, reg_pointers;
-std::vector<std::vector<kel_asic_reg_t>> bases, offsets;
+kel_asic_reg_t bases[KEL_ASIC_NUM_BLK][64], offsets[KEL_ASIC_NUM_BLK][KEL_ASIC_SS_NUM_ENUM];
+const kel_asic_reg_t *base_pointers[KEL_ASIC_NUM_BLK], *offset_pointers[KEL_ASIC_NUM_BLK];
 
+// For the largest block all of them: the library knows how many registers each has.
 void build_tables() {
-  constexpr uint32_t counts[KEL_ASIC_NUM_BLK] = {
-      KEL_ASIC_SS_NUM_ENUM,      KEL_ASIC_HR_NUM_ENUM,      KEL_ASIC_NR_NUM_ENUM,
-      KEL_ASIC_HI_NUM_ENUM,      KEL_ASIC_NI_NUM_ENUM,      KEL_ASIC_SI_NUM_ENUM,
-      KEL_ASIC_HF_NUM_ENUM,      KEL_ASIC_NF_NUM_ENUM,      KEL_ASIC_CI_NUM_ENUM,
-      KEL_ASIC_BI_NUM_ENUM,      KEL_ASIC_CC_NUM_ENUM,      KEL_ASIC_PC_NUM_ENUM,
-      KEL_ASIC_RS_EDMA_NUM_ENUM, KEL_ASIC_RS_PCIE_NUM_ENUM, KEL_ASIC_MISC_NUM_ENUM,
-      KEL_ASIC_CH_NUM_ENUM,      KEL_ASIC_MB_NUM_ENUM,      KEL_ASIC_QS_NUM_ENUM,
-      KEL_ASIC_XL_NUM_ENUM};
   for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
-    std::vector<kel_asic_reg_t> base, offset;
-    for (uint32_t instance = 0; instance < 64; ++instance)
-      base.push_back(fake_base(static_cast<kel_asic_blk_t>(block), instance));
-    for (uint32_t vreg = 0; vreg < counts[block]; ++vreg)
-      offset.push_back(8 * vreg);
-    bases.push_back(base);
-    offsets.push_back(offset);
+    base_pointers[block] = bases[block];
+    offset_pointers[block] = offsets[block];
+    for (uint32_t instance = 0; instance < std::size(bases[block]); ++instance)
+      bases[block][instance] = fake_base(static_cast<kel_asic_blk_t>(block), instance);
+    for (uint32_t vreg = 0; vreg < std::size(offsets[block]); ++vreg)
+      offsets[block][vreg] = 8 * vreg;
   }
   for (const auto &[block, vreg] : fake().holes)
     offsets[block][vreg] = KEL_ASIC_NO_REGISTER;
-  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
-    base_pointers.push_back(bases[block].data());
-    reg_pointers.push_back(offsets[block].data());
-  }
 }
 
 __attribute__((format(printf, 1, 2))) void record(const char *format, ...) {
@@ -52,53 +42,41 @@ __attribute__((format(printf, 1, 2))) void record(const char *format, ...) {
   fake().platform_calls.emplace_back(text);
 }
 
-template <typename Function>
-Function real(const char *name) {
-  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+// The C library's function of that name.
+template <typename Result, typename... Arguments>
+Result real(const char *name, Arguments... arguments) {
+  return reinterpret_cast<Result (*)(Arguments...)>(dlsym(RTLD_NEXT, name))(arguments...);
 }
 
 // Counts a call of a kind while armed, and tells whether it is the one to fail.
-bool fails(unsigned *count, unsigned fail_at) {
-  if (!faults().armed)
+bool fails(unsigned *count, unsigned fail_at, int error_number) {
+  if (!faults().armed || ++*count != fail_at)
     return false;
-  ++*count;
-  return *count == fail_at;
+  errno = error_number;
+  return true;
 }
 
-void record_output(char letter) {
-  char *outputs = faults().outputs;
-  const std::size_t length = std::strlen(outputs);
-  if (!faults().armed || length + 1 == sizeof faults().outputs)
-    return;
-  outputs[length] = letter;
-  outputs[length + 1] = '\0';
+void record_output(const char *letter) {
+  if (faults().armed && std::strlen(faults().outputs) + 1 < sizeof faults().outputs)
+    std::strcat(faults().outputs, letter);
 }
 
 template <typename Timeval>
 int read_clock(Timeval *now) {
-  timespec real_time = {};
-  clock_gettime(CLOCK_REALTIME, &real_time);
-  const bool stopped = faults().seconds != 0;
-  now->tv_sec = stopped ? faults().seconds : real_time.tv_sec;
-  now->tv_usec = stopped ? faults().microseconds : real_time.tv_nsec / 1000;
+  now->tv_sec = faults().seconds;
+  now->tv_usec = faults().microseconds;
   return 0;
 }
 
 FILE *open_file(const char *name, const char *path, const char *mode) {
-  const auto real_fopen = real<FILE *(*)(const char *, const char *)>(name);
-  if (std::strcmp(path, "/bootflash/kel_lib_debug") == 0) {
-    if (faults().marker_file && std::strcmp(mode, "r") == 0)
-      return real_fopen("/dev/null", mode);
-    errno = ENOENT;
-    return nullptr;
+  if (std::strcmp(path, "/bootflash/kel_lib_debug") == 0)
+    path = faults().marker_file && std::strcmp(mode, "r") == 0 ? "/dev/null" : "";
+  if (std::strncmp(path, "/tmp/kel_asic_log_", 18) == 0) {
+    if (fails(&faults().fopens, faults().fail_fopen, EACCES))
+      return nullptr;
+    path = faults().log_path != nullptr ? faults().log_path : path;
   }
-  if (std::strncmp(path, "/tmp/kel_asic_log_", 18) != 0)
-    return real_fopen(path, mode);
-  if (fails(&faults().fopens, faults().fail_fopen)) {
-    errno = EACCES;
-    return nullptr;
-  }
-  return real_fopen(faults().log_path != nullptr ? faults().log_path : path, mode);
+  return real<FILE *>(name, path, mode);
 }
 
 struct log_remover {
@@ -107,18 +85,15 @@ struct log_remover {
 
 }  // namespace
 
-std::vector<uint32_t> sent_call::words() const {
-  std::vector<uint32_t> result((bytes.size() - sizeof(kel_asic_reg_access_params_t)) / 4);
-  if (!result.empty())
-    std::memcpy(result.data(), bytes.data() + sizeof(kel_asic_reg_access_params_t),
-                4 * result.size());
-  return result;
+std::vector<uint32_t> sent_call::header() const {
+  const auto header = as<std::array<uint32_t, sizeof(kel_asic_reg_access_params_t) / 4>>();
+  return {header.begin(), header.end()};
 }
 
-std::vector<uint32_t> sent_call::header() const {
-  std::vector<uint32_t> result(sizeof(kel_asic_reg_access_params_t) / 4);
-  const kel_asic_reg_access_params_t record = request();
-  std::memcpy(result.data(), &record, sizeof record);
+std::vector<uint32_t> sent_call::words() const {
+  constexpr std::size_t header_size = sizeof(kel_asic_reg_access_params_t);
+  std::vector<uint32_t> result((bytes.size() - header_size) / 4);
+  std::copy(bytes.begin() + header_size, bytes.end(), reinterpret_cast<uint8_t *>(result.data()));
   return result;
 }
 
@@ -303,34 +278,25 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
 
 const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t asic_ver) {
   record("kel_asic_get_all_base_table(%u)", static_cast<unsigned>(asic_ver));
-  if (base_pointers.empty())
-    build_tables();
-  return base_pointers.data();
+  build_tables();
+  return base_pointers;
 }
 
 const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t asic_ver) {
   record("kel_asic_get_all_reg_table(%u)", static_cast<unsigned>(asic_ver));
-  return reg_pointers.data();
+  return offset_pointers;
 }
 
 // The C library's own names of these parameters are reserved.
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 void *calloc(std::size_t count, std::size_t size) {
-  static const auto real_calloc = real<void *(*)(std::size_t, std::size_t)>("calloc");
-  if (fails(&faults().callocs, faults().fail_calloc)) {
-    errno = ENOMEM;
-    return nullptr;
-  }
-  return real_calloc(count, size);
+  const bool fail = fails(&faults().callocs, faults().fail_calloc, ENOMEM);
+  return fail ? nullptr : real<void *>("calloc", count, size);
 }
 
 void *realloc(void *block, std::size_t size) {
-  static const auto real_realloc = real<void *(*)(void *, std::size_t)>("realloc");
-  if (fails(&faults().reallocs, faults().fail_realloc)) {
-    errno = ENOMEM;
-    return nullptr;
-  }
-  return real_realloc(block, size);
+  const bool fail = fails(&faults().reallocs, faults().fail_realloc, ENOMEM);
+  return fail ? nullptr : real<void *>("realloc", block, size);
 }
 
 FILE *fopen(const char *path, const char *mode) {
@@ -343,12 +309,8 @@ FILE *fopen64(const char *path, const char *mode) {
 }
 
 int fseek(FILE *stream, long offset, int whence) {
-  static const auto real_fseek = real<int (*)(FILE *, long, int)>("fseek");
-  if (fails(&faults().fseeks, faults().fail_fseek)) {
-    errno = ESPIPE;
-    return -1;
-  }
-  return real_fseek(stream, offset, whence);
+  const bool fail = fails(&faults().fseeks, faults().fail_fseek, ESPIPE);
+  return fail ? -1 : real<int>("fseek", stream, offset, whence);
 }
 
 // Under the name by which the library calls it: with 64-bit seconds, also on the 32-bit target.
@@ -366,15 +328,13 @@ int gettimeofday(timeval *now, void *) {
 #endif
 
 int puts(const char *text) {
-  static const auto real_puts = real<int (*)(const char *)>("puts");
-  record_output('s');
-  return real_puts(text);
+  record_output("s");
+  return real<int>("puts", text);
 }
 
 int fputs(const char *text, FILE *stream) {
-  static const auto real_fputs = real<int (*)(const char *, FILE *)>("fputs");
-  record_output('l');
-  return real_fputs(text, stream);
+  record_output("l");
+  return real<int>("fputs", text, stream);
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)
 

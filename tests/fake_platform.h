@@ -31,29 +31,25 @@ struct sent_call {
     return record;
   }
   kel_asic_reg_access_params_t request() const { return as<kel_asic_reg_access_params_t>(); }
-  // All bytes of the header of a register request, as words: see request_header().
+  // A register request's header, see request_header(), and the data words behind it.
   std::vector<uint32_t> header() const;
-  // The data words behind the header of a register request.
   std::vector<uint32_t> words() const;
 };
 
 struct fake_platform {
-  // The card.
   uint32_t device_type = CARDCFG_DEV_TYPE_MORVANE;
   bool device_query_fails = false;  // without writing its output
   uint16_t sw_card_id = 1;
   bool sw_card_query_fails = false;  // without writing its output
 
-  // The register map.
   syserr_t map_result = 0;
   kel_asic_limits_t limits;
   int (*hook)(kel_asic_blk_t, kel_asic_reg_t, uint32_t) = nullptr;
   std::vector<std::pair<kel_asic_blk_t, kel_asic_reg_t>> holes = {{KEL_ASIC_BLK_HR, 26}};
 
-  // The service: answers in the record; the default changes nothing and succeeds.
+  // The service, which answers in the record; it changes nothing and succeeds if null.
   std::function<int(uint32_t case_code, void *record, uint32_t length)> answer;
 
-  // What happened.
   std::vector<sent_call> calls;
   std::vector<std::string> platform_calls;  // names, arguments and order of all but sse_call2
 
@@ -64,8 +60,7 @@ struct fake_platform {
 
 fake_platform &fake();
 
-// The addresses of the fake's register map, worked out here and nowhere else. Those of block XL
-// wrap.
+// The addresses of the fake's register map; those of block XL wrap.
 uint32_t fake_base(kel_asic_blk_t block, uint32_t instance);
 uint32_t fake_rreg(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg);
 
@@ -76,8 +71,7 @@ struct libc_faults {
   unsigned callocs = 0, reallocs = 0, fopens = 0, fseeks = 0;  // counted since arm()
   bool marker_file = false;                                    // /bootflash/kel_lib_debug is there
   const char *log_path = nullptr;                              // opened in place of the log file
-  int64_t seconds = 0;                                         // the clock's; 0 for the real time
-  int64_t microseconds = 0;
+  int64_t seconds = 0, microseconds = 0;                       // the clock
   char outputs[64] = "";  // since arm(): an s for a text to standard output, an l for one to a file
   bool armed = false;  // no member needs a destructor: calloc runs before any could be registered
 
@@ -89,8 +83,7 @@ libc_faults &faults();
 
 // Initialises the library as a client does; the fake's limits and the faults stand as set before.
 syserr_t initialise();
-// The same with the trace on. What the trace writes is read back by trace_lines().
-syserr_t initialise_with_trace();
+syserr_t initialise_with_trace();  // and drops its lines
 
 // What the log file of this process has got since the last call: the lines without their date and
 // time, from the level on, such as "|t|  0 |   : lib_mrv_asic_read: Enter".

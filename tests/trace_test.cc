@@ -118,32 +118,29 @@ TEST(Trace, follows_each_step_of_an_operation) {
                     done = ": sse call success: rreg 0x13020028 data 0x",
                     raw_done = ": sse call success: rreg 0x1234 data 0x",
                     hole = "Invalid vreg: block HR reg 26 (1a)";
-  const reg_place bad_places[] = {{4},
-                                  {-1},
-                                  {0, 1},
-                                  {0, 4},
-                                  {0, 0, KEL_ASIC_NUM_BLK},
-                                  {0, 0, KEL_ASIC_BLK_HI, 32},
-                                  {0, 0, KEL_ASIC_BLK_HI, 2, 1584}};
-  constexpr reg_place in_hole = {0, 0, KEL_ASIC_BLK_HR, 2, 26},
-                      raw = {0, 0xFFFF0001, KEL_ASIC_NUM_BLK, 99, 0x1234};
-  const auto expect_trace = [](const std::string &operation, const texts &details, bool exit,
-                               uint32_t number = 0) {
+  const auto expect_trace = [](const std::string &operation, uint32_t asic, const texts &details,
+                               bool exit) {
     texts expected = {enter_line(operation)};
     for (const std::string &detail : details)
-      expected.push_back(detail_line(number, detail));
+      expected.push_back(detail_line(asic, detail));
     if (exit)
       expected.push_back(exit_line(operation));
     EXPECT_EQ(trace_lines(), expected);
   };
+  // A read that is refused has no exit line.
+  const auto expect_traces = [&](const reg_place &place, bool refused, const texts &read,
+                                 const texts &write, const texts &field,
+                                 uint32_t code = KEL_ASIC_WR_SYMBOLIC) {
+    read_reg(place, &value);
+    expect_trace(r, place.asic, read, !refused);
+    write_reg(place, 0xDA, code);
+    expect_trace(w, place.asic, write, true);
+    write_field(place, 0xDA, 0xF0, code);
+    expect_trace(f, place.asic, field, true);
+  };
 
   fail_initialisation();
-  read_reg({}, &value);
-  expect_trace(r, {}, false);
-  write_reg({}, 1);
-  expect_trace(w, {}, true);
-  write_field({}, 1, 1);
-  expect_trace(f, {}, true);
+  expect_traces({}, true, {}, {}, {});
   initialise();
   trace_lines();
 
@@ -154,41 +151,26 @@ TEST(Trace, follows_each_step_of_an_operation) {
     request->mask -= 1;
     return 0;
   };
-  read_reg({}, &value);
-  expect_trace(r, {r + address, r + done + "1"}, true);
-  write_reg({}, 0xDA);
-  expect_trace(w, {"client.c:42" + address + " data 0xda", w + done + "db"}, true);
-  write_field({}, 0xDA, 0xF0);
-  expect_trace(f, {f + address, f + done + "dbmask 0xef"}, true);
-  write_reg(raw, 0xDA, KEL_ASIC_WR_RAW);
-  expect_trace(w, {w + raw_done + "db"}, true, 0xFFFF0001);
-  write_field(raw, 0xDA, 0, KEL_ASIC_WR_RAW);
-  expect_trace(f, {f + raw_done + "dbmask 0xffffffff"}, true, 0xFFFF0001);
-
-  for (const reg_place &place : bad_places) {
-    read_reg(place, &value);
-    expect_trace(r, {}, false);
-    write_reg(place, 1);
-    expect_trace(w, {}, true);
-    write_field(place, 1, 1);
-    expect_trace(f, {}, true);
-  }
-  read_reg(in_hole, nullptr);
-  expect_trace(r, {}, false);
-  read_reg(in_hole, &value);
-  expect_trace(r, {hole}, false);
-  write_reg(in_hole, 1);
-  expect_trace(w, {hole}, true);
-  write_field(in_hole, 1, 0);
-  expect_trace(f, {}, true);
-  write_field(in_hole, 1, 1);
-  expect_trace(f, {hole}, true);
-
+  expect_traces({}, false, {r + address, r + done + "1"},
+                {"client.c:42" + address + " data 0xda", w + done + "db"},
+                {f + address, f + done + "dbmask 0xef"});
+  expect_traces({0, 0xFFFF0001, KEL_ASIC_NUM_BLK, 99, 0x1234}, true, {}, {w + raw_done + "db"},
+                {f + raw_done + "dbmask 0xef"}, KEL_ASIC_WR_RAW);
   fake().fail_calls(-1, EIO);
-  read_reg({}, &value);
-  expect_trace(r, {r + address}, true);
-  write_reg({}, 0xDA);
-  expect_trace(w, {"client.c:42" + address + " data 0xda"}, true);
-  write_field({}, 1, 1);
-  expect_trace(f, {f + address}, true);
+  expect_traces({}, false, {r + address}, {"client.c:42" + address + " data 0xda"}, {f + address});
+
+  constexpr reg_place in_hole = {0, 0, KEL_ASIC_BLK_HR, 2, 26};
+  expect_traces(in_hole, true, {hole}, {hole}, {hole});
+  read_reg(in_hole, nullptr);
+  expect_trace(r, 0, {}, false);
+  write_field(in_hole, 1, 0);
+  expect_trace(f, 0, {}, true);
+  for (const reg_place &place : {reg_place{4},
+                                 {-1},
+                                 {0, 1},
+                                 {0, 4},
+                                 {0, 0, KEL_ASIC_NUM_BLK},
+                                 {0, 0, KEL_ASIC_BLK_HI, 32},
+                                 {0, 0, KEL_ASIC_BLK_HI, 2, 1584}})
+    expect_traces(place, true, {}, {}, {});
 }

@@ -11,6 +11,9 @@ using texts = std::vector<std::string>;
 using entries = std::vector<kel_asic_xn_entry_t>;
 
 constexpr uint32_t all = 0xFFFFFFFF;
+constexpr const char *no_name = nullptr;
+const std::string begin = "mrv_asic_transaction_start", add = "kel_asic_transaction_add",
+                  end = "mrv_asic_transaction_commit";
 
 uint32_t value;
 
@@ -44,6 +47,11 @@ void expect_commit(const std::string &name, int reorder, const entries &expected
   expect_sent(fake().calls.back(), name, reorder, expected);
 }
 
+std::string failure_line(const std::string &transaction, const std::string &rc) {
+  return detail_line(
+      0, "LIB: XN <" + transaction + "> commit failure <rc=" + rc + ">. asic_typ=Morvane <236>");
+}
+
 }  // namespace
 
 TEST(Transaction, takes_each_write_as_one_entry) {
@@ -63,19 +71,19 @@ TEST(Transaction, takes_each_write_as_one_entry) {
                  {2, static_cast<int32_t>(0x8001020F), 0x1234, 0xCC, all},
                  {1, 9, 0x1234, 0xDD, 0}});
   EXPECT_EQ(fake().calls.back().driver_id, KEL_ASIC_DRIVER_MORVANE);
-  write_raw(8, 1);
-  EXPECT_EQ(fake().calls.back().case_code, SYSSRV_REG_WRITE_CASE);
 }
 
 TEST(Transaction, keeps_its_name_when_started_again) {
-  initialise();
+  initialise_with_trace();
   start("first", 1);
+  EXPECT_EQ(trace_lines(), (texts{enter_line(begin), exit_line(begin)}));
   write_raw(4, 5);
-  for (const char *name : {"second", "", static_cast<const char *>(nullptr)})
+  trace_lines();
+  for (const char *name : {"second", "", no_name})
     start(name, 0);
+  EXPECT_EQ(trace_lines(), texts(3, enter_line(begin)));
   expect_commit("first", 1, {{1, 0, 4, 5, all}});
-  start("second", 0);
-  expect_commit("second", 0, {});
+  EXPECT_EQ(trace_lines(), (texts{enter_line(end), exit_line(end), enter_line(end)}));
 }
 
 TEST(Transaction, has_a_name_of_1_to_31_characters) {
@@ -85,14 +93,13 @@ TEST(Transaction, has_a_name_of_1_to_31_characters) {
     start(name.c_str(), 0);
     expect_commit(name.substr(0, 31), 0, {});
   }
-  fake().calls.clear();
-  for (const char *name : {"", static_cast<const char *>(nullptr)}) {
+  for (const char *name : {"", no_name}) {
+    fake().calls.clear();
     start(name, 1);
     EXPECT_EQ(mrv_asic_transaction_commit(), 0);
     write_raw(4, 5);
-    EXPECT_EQ(fake().calls.size(), 1U);
-    EXPECT_EQ(fake().calls.back().case_code, SYSSRV_REG_WRITE_CASE);
-    fake().calls.clear();
+    ASSERT_EQ(fake().calls.size(), 1U);
+    EXPECT_EQ(fake().calls[0].case_code, SYSSRV_REG_WRITE_CASE);
   }
 }
 
@@ -107,16 +114,23 @@ TEST(Transaction, needs_no_initialisation) {
 }
 
 TEST(Transaction, is_sent_and_continued_by_the_write_that_finds_it_full) {
-  initialise();
+  const std::string w = "lib_mrv_asic_write";
+  initialise_with_trace();
   start("full", 1);
   entries full;
   for (uint32_t i = 0; i < 512; ++i) {
+    trace_lines();
     EXPECT_EQ(write_raw(4 * i, i), 0U);
     full.push_back({1, 0, 4 * i, i, all});
   }
+  EXPECT_EQ(trace_lines(), (texts{enter_line(w), enter_line(add), exit_line(add), exit_line(w)}));
   EXPECT_TRUE(fake().calls.empty());
   fake().fail_calls(-1, EIO);
   EXPECT_EQ(write_raw(0x8000, 512), 0U);
+  EXPECT_EQ(
+      trace_lines(),
+      (texts{enter_line(w), enter_line(add), enter_line(end), failure_line("full/512", "ffffffff"),
+             exit_line(end), enter_line(begin), exit_line(begin), exit_line(add), exit_line(w)}));
   ASSERT_EQ(fake().calls.size(), 1U);
   expect_sent(fake().calls.back(), "full", 1, full);
   EXPECT_EQ(write_raw(0x8004, 513), 0U);
@@ -124,14 +138,20 @@ TEST(Transaction, is_sent_and_continued_by_the_write_that_finds_it_full) {
 }
 
 TEST(Transaction, is_sent_before_a_read_and_reopened) {
-  initialise();
+  const std::string r = "lib_mrv_asic_read";
+  initialise_with_trace();
   start("mine", 1);
   write_raw(4, 5);
   EXPECT_EQ(read_reg({}, nullptr), SYSERR_KEL_ASIC_INVALID_ARG);
   EXPECT_EQ(read_reg({0, 0, KEL_ASIC_BLK_HR, 2, 26}, &value), SYSERR_KEL_ASIC_INVALID_ARG);
   EXPECT_TRUE(fake().calls.empty());
+  trace_lines();
   fake().fail_calls(1);
   EXPECT_EQ(read_reg({}, &value), KEL_ASIC_SYSERR_SERVICE_ANSWER);
+  texts lines = trace_lines();
+  lines.erase(lines.begin() + 1);  // the address
+  EXPECT_EQ(lines, (texts{enter_line(r), enter_line(end), failure_line("mine/1", "1"),
+                          exit_line(end), enter_line(begin), exit_line(begin), exit_line(r)}));
   ASSERT_EQ(fake().calls.size(), 2U);
   expect_sent(fake().calls[0], "mine", 1, {{1, 0, 4, 5, all}});
   EXPECT_EQ(fake().calls[1].case_code, SYSSRV_REG_READ_CASE);
@@ -139,89 +159,33 @@ TEST(Transaction, is_sent_before_a_read_and_reopened) {
   write_raw(8, 6);
   expect_commit("<Interrupted>", 0, {{1, 0, 8, 6, all}});
 
-  fake().calls.clear();
+  fake().calls.clear();  // none is open, and none is opened
   read_reg({}, &value);
   EXPECT_EQ(mrv_asic_transaction_commit(), 0);
   EXPECT_EQ(fake().calls.size(), 1U);
 }
 
-TEST(Transaction, leaves_old_entries_behind_its_own) {
-  initialise();
-  start("a name to be overwritten", 1);
-  for (uint32_t i = 1; i <= 3; ++i)
-    write_raw(i, 10 * i);
-  expect_commit("a name to be overwritten", 1,
-                {{1, 0, 1, 10, all}, {1, 0, 2, 20, all}, {1, 0, 3, 30, all}});
-  const auto first = fake().calls.back().as<kel_asic_xn_t>();
-  start("short", 0);
-  write_raw(9, 90);
-  expect_commit("short", 0, {{1, 0, 9, 90, all}});
-  const auto second = fake().calls.back().as<kel_asic_xn_t>();
-  EXPECT_EQ(std::memcmp(&second.xn[1], &first.xn[1], 511 * sizeof first.xn[0]), 0);
-}
-
-TEST(Transaction, is_dropped_by_a_failed_commit) {
+TEST(Transaction, is_dropped_by_a_failed_commit_and_its_entries_stay_behind_the_next) {
   initialise_with_trace();
-  const std::string commit = "mrv_asic_transaction_commit";
-  for (int result : {-1, 7}) {
-    start("batch", 1);
+  const auto fail_with = [](int result, bool rewrite, const std::string &transaction) {
+    start("a name to be overwritten", 1);
     write_raw(4, 5);
+    write_raw(8, 6);
     trace_lines();
-    fake().fail_calls(result, EIO);
+    fake().answer = [=](uint32_t, void *record, uint32_t length) {
+      std::memset(record, 'A', rewrite ? length : 0);
+      return result;
+    };
     EXPECT_EQ(mrv_asic_transaction_commit(), 0);
-    const std::string rc = result < 0 ? "ffffffff" : "7";
-    EXPECT_EQ(trace_lines(), (texts{enter_line(commit),
-                                    detail_line(0, "LIB: XN <batch/1> commit failure <rc=" + rc +
-                                                       ">. asic_typ=Morvane <236>"),
-                                    exit_line(commit)}));
+    EXPECT_EQ(trace_lines(),
+              (texts{enter_line(end), failure_line(transaction, result < 0 ? "ffffffff" : "7"),
+                     exit_line(end)}));
     start("next", 0);
-    expect_commit("next", 0, {});
-  }
-}
-
-TEST(Transaction, is_traced_within_its_record_when_the_service_rewrites_it) {
-  initialise_with_trace();
-  fake().answer = [](uint32_t, void *record, uint32_t length) {
-    std::memset(record, 'A', length);
-    return -1;
+    write_raw(9, 7);
+    expect_commit("next", 0, {{1, 0, 9, 7, all}});
+    const auto sent = fake().calls.back().as<kel_asic_xn_t>();
+    EXPECT_EQ(sent.xn[1].data, rewrite ? 0x41414141U : 6U);
   };
-  start("batch", 0);
-  trace_lines();
-  EXPECT_EQ(mrv_asic_transaction_commit(), 0);
-  EXPECT_EQ(
-      trace_lines()[1],
-      detail_line(0, "LIB: XN <" + std::string(31, 'A') +
-                         "/1094795585> commit failure <rc=ffffffff>. asic_typ=Morvane <236>"));
-  start("next", 0);
-  write_raw(4, 5);
-  expect_commit("next", 0, {{1, 0, 4, 5, all}});
-}
-
-TEST(Transaction, traces_each_step) {
-  initialise_with_trace();
-  const std::string begin = "mrv_asic_transaction_start", add = "kel_asic_transaction_add",
-                    commit = "mrv_asic_transaction_commit", w = "lib_mrv_asic_write",
-                    r = "lib_mrv_asic_read";
-  mrv_asic_transaction_commit();
-  EXPECT_EQ(trace_lines(), texts{enter_line(commit)});
-  for (const char *name : {"", "mine", "other"})
-    start(name, 0);
-  EXPECT_EQ(trace_lines(), (texts{enter_line(begin), exit_line(begin), enter_line(begin),
-                                  exit_line(begin), enter_line(begin)}));
-  for (uint32_t i = 0; i < 512; ++i)
-    write_raw(i, i);
-  texts lines = trace_lines();
-  EXPECT_EQ(texts(lines.end() - 4, lines.end()),
-            (texts{enter_line(w), enter_line(add), exit_line(add), exit_line(w)}));
-  write_raw(512, 512);
-  EXPECT_EQ(trace_lines(),
-            (texts{enter_line(w), enter_line(add), enter_line(commit), exit_line(commit),
-                   enter_line(begin), exit_line(begin), exit_line(add), exit_line(w)}));
-  read_reg({}, &value);
-  lines = trace_lines();
-  lines.erase(lines.begin() + 1);  // the address
-  EXPECT_EQ(lines, (texts{enter_line(r), enter_line(commit), exit_line(commit), enter_line(begin),
-                          exit_line(begin),
-                          detail_line(0, r + ": sse call success: rreg 0x13020028 data 0x0"),
-                          exit_line(r)}));
+  fail_with(7, false, "a name to be overwritten/2");
+  fail_with(-1, true, std::string(31, 'A') + "/1094795585");
 }
