@@ -5,34 +5,23 @@
 
 namespace {
 
-struct block_row {
-  kel_asic_blk_t block;
+using limits = kel_asic_limits_t;
+
+// By the number of the block.
+constexpr struct {
   const char *name;
   uint32_t registers;
-  uint32_t kel_asic_limits_t::*instances;
-};
-
-const block_row blocks[] = {
-    {KEL_ASIC_BLK_SS, "SS", 3933, &kel_asic_limits_t::max_ss},
-    {KEL_ASIC_BLK_HR, "HR", 544, &kel_asic_limits_t::max_hr},
-    {KEL_ASIC_BLK_NR, "NR", 842, &kel_asic_limits_t::max_nr},
-    {KEL_ASIC_BLK_HI, "HI", 1584, &kel_asic_limits_t::max_hi},
-    {KEL_ASIC_BLK_NI, "NI", 1106, &kel_asic_limits_t::max_ni},
-    {KEL_ASIC_BLK_SI, "SI", 786, &kel_asic_limits_t::max_si},
-    {KEL_ASIC_BLK_HF, "HF", 246, &kel_asic_limits_t::max_hf},
-    {KEL_ASIC_BLK_NF, "NF", 753, &kel_asic_limits_t::max_nf},
-    {KEL_ASIC_BLK_CI, "CI", 169, &kel_asic_limits_t::max_ci},
-    {KEL_ASIC_BLK_BI, "BI", 184, &kel_asic_limits_t::max_bi},
-    {KEL_ASIC_BLK_CC, "CC", 36, &kel_asic_limits_t::max_cc},
-    {KEL_ASIC_BLK_PC, "PC", 38, &kel_asic_limits_t::max_pc},
-    {KEL_ASIC_BLK_RS_EDMA, "RSEDMA", 364, &kel_asic_limits_t::max_rs_edma},
-    {KEL_ASIC_BLK_RS_PCIE, "RSPCIE", 309, &kel_asic_limits_t::max_rs_pcie},
-    {KEL_ASIC_BLK_MISC, "MISC", 243, &kel_asic_limits_t::max_misc},
-    {KEL_ASIC_BLK_CH, "CH", 651, &kel_asic_limits_t::max_ch},
-    {KEL_ASIC_BLK_MB, "MB", 43, &kel_asic_limits_t::max_mb},
-    {KEL_ASIC_BLK_QS, "QS", 289, &kel_asic_limits_t::max_qs},
-    {KEL_ASIC_BLK_XL, "XL", 184, &kel_asic_limits_t::max_xl},
-};
+  uint32_t limits::*instances;
+} blocks[] = {{"SS", 3933, &limits::max_ss},         {"HR", 544, &limits::max_hr},
+              {"NR", 842, &limits::max_nr},          {"HI", 1584, &limits::max_hi},
+              {"NI", 1106, &limits::max_ni},         {"SI", 786, &limits::max_si},
+              {"HF", 246, &limits::max_hf},          {"NF", 753, &limits::max_nf},
+              {"CI", 169, &limits::max_ci},          {"BI", 184, &limits::max_bi},
+              {"CC", 36, &limits::max_cc},           {"PC", 38, &limits::max_pc},
+              {"RSEDMA", 364, &limits::max_rs_edma}, {"RSPCIE", 309, &limits::max_rs_pcie},
+              {"MISC", 243, &limits::max_misc},      {"CH", 651, &limits::max_ch},
+              {"MB", 43, &limits::max_mb},           {"QS", 289, &limits::max_qs},
+              {"XL", 184, &limits::max_xl}};
 
 // Whether the three operations accept a place, and translate it right; they must agree.
 bool accepted(const reg_place &place) {
@@ -63,19 +52,20 @@ TEST(Address, is_checked_at_both_ends_of_module_and_asic) {
 }
 
 TEST(Address, is_checked_against_the_counts_of_each_block) {
-  uint32_t count = 1;
-  for (const block_row &row : blocks)
+  uint32_t count = 1, number = 0;
+  for (const auto &row : blocks)
     fake().limits.*row.instances = ++count;
   initialise();
-  for (const block_row &row : blocks) {
+  for (const auto &row : blocks) {
+    const auto block = static_cast<kel_asic_blk_t>(number++);
     const uint32_t instances = fake().limits.*row.instances;
-    EXPECT_STREQ(kel_asic_blk_names[row.block], row.name);
-    EXPECT_TRUE(accepted({0, 0, row.block, 0, 0})) << row.name;
-    EXPECT_TRUE(accepted({0, 0, row.block, instances - 1, row.registers - 1})) << row.name;
-    EXPECT_FALSE(accepted({0, 0, row.block, instances, 0})) << row.name;
-    EXPECT_FALSE(accepted({0, 0, row.block, 0xFFFFFFFF, 0})) << row.name;
-    EXPECT_FALSE(accepted({0, 0, row.block, 0, row.registers})) << row.name;
-    EXPECT_FALSE(accepted({0, 0, row.block, 0, 0xFFFFFFFF})) << row.name;
+    EXPECT_STREQ(kel_asic_blk_names[block], row.name);
+    EXPECT_TRUE(accepted({0, 0, block, 0, 0})) << row.name;
+    EXPECT_TRUE(accepted({0, 0, block, instances - 1, row.registers - 1})) << row.name;
+    for (const uint32_t beyond : {instances, 0xFFFFFFFFU})
+      EXPECT_FALSE(accepted({0, 0, block, beyond, 0})) << row.name;
+    for (const uint32_t beyond : {row.registers, 0xFFFFFFFFU})
+      EXPECT_FALSE(accepted({0, 0, block, 0, beyond})) << row.name;
   }
   for (uint32_t block : {19U, 40U, 0x80000000U, 0xFFFFFFFFU})
     EXPECT_FALSE(accepted({0, 0, static_cast<kel_asic_blk_t>(block), 0, 0})) << block;

@@ -3,38 +3,17 @@
 
 # The interface, for good: a name that leaves this list breaks its callers.
 set(interface
-  kel_asic_blk_names
-  kel_check_lib_debug
-  kel_get_asic_type
-  kel_get_cardcfg_asic_type
-  kel_get_driver_string
-  lib_mrv_asic_clear_all_drop_counters
-  lib_mrv_asic_clear_all_qos_stats
-  lib_mrv_asic_clear_qos_stats
-  lib_mrv_asic_get_qos_stats
-  lib_mrv_asic_init
-  lib_mrv_asic_link_pause_disable
-  lib_mrv_asic_link_pause_enable
-  lib_mrv_asic_n_read
-  lib_mrv_asic_pgm
-  lib_mrv_asic_prog_sp_timer
-  lib_mrv_asic_read
-  lib_mrv_asic_read_dhs
-  lib_mrv_asic_set_nodrop_class_map
-  lib_mrv_asic_sfp_validation_failed
-  lib_mrv_asic_write
-  lib_mrv_asic_write_dhs
-  lib_mrv_asic_write_field
-  mrv_asic_transaction_commit
+  kel_asic_blk_names kel_check_lib_debug kel_get_asic_type kel_get_cardcfg_asic_type
+  kel_get_driver_string lib_mrv_asic_clear_all_drop_counters lib_mrv_asic_clear_all_qos_stats
+  lib_mrv_asic_clear_qos_stats lib_mrv_asic_get_qos_stats lib_mrv_asic_init
+  lib_mrv_asic_link_pause_disable lib_mrv_asic_link_pause_enable lib_mrv_asic_n_read
+  lib_mrv_asic_pgm lib_mrv_asic_prog_sp_timer lib_mrv_asic_read lib_mrv_asic_read_dhs
+  lib_mrv_asic_set_nodrop_class_map lib_mrv_asic_sfp_validation_failed lib_mrv_asic_write
+  lib_mrv_asic_write_dhs lib_mrv_asic_write_field mrv_asic_transaction_commit
   mrv_asic_transaction_start)
 set(version_node MORVANEUSD_1.0)
-set(platform
-  cardcfg_card_get_sw_card_id
-  cardcfg_get_real_asic_type
-  kel_asic_get_all_base_table
-  kel_asic_get_all_reg_table
-  morvane_lib_init
-  sse_call2)
+set(platform cardcfg_card_get_sw_card_id cardcfg_get_real_asic_type kel_asic_get_all_base_table
+  kel_asic_get_all_reg_table morvane_lib_init sse_call2)
 
 # Runs a program on the library and gives its output as a list of lines.
 function(inspect result)

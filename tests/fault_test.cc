@@ -1,6 +1,7 @@
 // One scenario over every exported operation, in which each fault comes in turn: the n-th call of
 // its kind fails, for every n until the scenario passes without one. An operation that meets the
 // fault answers with its documented code, and works when it is called again.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,7 +23,7 @@ kel_asic_pgm_t program[] = {{KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_XL, 0, 1, 2, 0xFFF
                             {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_XL, 0, 1, 2, 0xF}};
 
 syserr_t write_one() {
-  return lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 1, 2, 3, KEL_ASIC_WR_SYMBOLIC, CALLER);
+  return write_reg({}, 3);
 }
 
 syserr_t begin() {
@@ -49,13 +50,9 @@ const struct step {
   syserr_t when_service_fails = service_failed;
 } scenario[] = {
     {"init", initialise},
-    {"read", [] { return lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 1, 2, words.data(), CALLER); }},
+    {"read", [] { return read_reg({}, words.data()); }},
     {"write", write_one},
-    {"write_field",
-     [] {
-       return lib_mrv_asic_write_field(0, 0, KEL_ASIC_BLK_HI, 1, 2, 3, 3, KEL_ASIC_WR_SYMBOLIC,
-                                       CALLER);
-     }},
+    {"write_field", [] { return write_field({}, 3, 3); }},
     {"n_read", n_read<2049>},
     {"read_dhs", table<lib_mrv_asic_read_dhs, 2050>},
     {"write_dhs", table<lib_mrv_asic_write_dhs, 2051>},
@@ -86,16 +83,13 @@ const struct fault {
   unsigned libc_faults::*fail_at;  // null for the service
   syserr_t code;                   // 0: as the step says
   bool traced;
-} kinds[] = {
-    {"calloc", &libc_faults::fail_calloc, 12, true},
-    {"calloc, no trace", &libc_faults::fail_calloc, 12, false},
-    {"realloc", &libc_faults::fail_realloc, 12, true},
-    {"realloc, no trace", &libc_faults::fail_realloc, 12, false},
-    {"fopen", &libc_faults::fail_fopen, 0xFFFFFFFF, true},
-    {"fseek", &libc_faults::fail_fseek, 0xFFFFFFFF, true},
-    {"service", nullptr, 0, true},
-    {"service, no trace", nullptr, 0, false},
-};
+} kinds[] = {{"calloc", &libc_faults::fail_calloc, 12, true},
+             {"realloc", &libc_faults::fail_realloc, 12, true},
+             {"realloc, no trace", &libc_faults::fail_realloc, 12, false},
+             {"fopen", &libc_faults::fail_fopen, 0xFFFFFFFF, true},
+             {"fseek", &libc_faults::fail_fseek, 0xFFFFFFFF, true},
+             {"service", nullptr, 0, true},
+             {"service, no trace", nullptr, 0, false}};
 
 // The service call that fails, 0 for none.
 unsigned service_calls, failing_call;
@@ -138,18 +132,13 @@ int in_child(Body body) {
   std::fflush(nullptr);
   const pid_t child = fork();
   if (child == 0) {
-    const int result = body();
+    const int result = std::freopen("/dev/null", "w", stdout) != nullptr ? body() : wrong;
     std::remove(log_path().c_str());
     _exit(result);
   }
   int status = 0;
   waitpid(child, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : wrong;
-}
-
-void send_standard_output(const char *path) {
-  if (std::freopen(path, "w", stdout) == nullptr)
-    _exit(wrong);
 }
 
 }  // namespace
@@ -160,10 +149,7 @@ TEST(Fault, each_operation_answers_with_its_code_and_works_again) {
     unsigned nth = 0;
     while (outcome == survived) {
       ++nth;
-      outcome = in_child([&] {
-        send_standard_output("/dev/null");
-        return run_scenario(fault, nth);
-      });
+      outcome = in_child([&] { return run_scenario(fault, nth); });
     }
     EXPECT_EQ(outcome, no_fault) << fault.kind << " at " << nth;
     EXPECT_GT(nth, 1u) << fault.kind << " is never called";
@@ -171,16 +157,16 @@ TEST(Fault, each_operation_answers_with_its_code_and_works_again) {
 }
 
 TEST(Fault, a_trace_that_cannot_be_written_changes_no_result) {
-  const auto no_room = [] {
+  const auto on_a_full_disk = [] {
     faults().log_path = "/dev/full";
-    send_standard_output("/dev/full");
     std::setvbuf(stdout, nullptr, _IONBF, 0);
+    dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
     return run_scenario(kinds[0], 0);
   };
-  const auto no_standard_output = [] {
+  const auto without_standard_output = [] {
     close(STDOUT_FILENO);
     return run_scenario(kinds[0], 0);
   };
-  EXPECT_EQ(in_child(no_room), no_fault);
-  EXPECT_EQ(in_child(no_standard_output), no_fault);
+  EXPECT_EQ(in_child(on_a_full_disk), no_fault);
+  EXPECT_EQ(in_child(without_standard_output), no_fault);
 }

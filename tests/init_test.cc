@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <ostream>
 
 #include "fake_platform.h"
 
@@ -49,78 +48,61 @@ constexpr const char *success = "LIB: init morvane <236>: syserr = 0 (0)";
 constexpr const char *bad_asic = "LIB: init BAD ASIC type <10>: syserr = 1109590019 (42230003)";
 constexpr const char *buffer = "LIB: DHS data buffer size: 8388 ";
 
-struct failure {
-  const char *name;
-  void (*prepare)();
-  syserr_t result;
-  std::size_t queries;
-  texts messages;
-  bool done;  // no later call tries again
-};
-
-std::ostream &operator<<(std::ostream &out, const failure &row) {
-  return out << row.name;
-}
-
-std::vector<failure> failures() {
-  return {
-      {"no_log_file", [] { faults().fail_fopen = 1; }, 0xFFFFFFFF, 1, {}, false},
-      {"no_log_end", [] { faults().fail_fseek = 1; }, 0xFFFFFFFF, 1, {"SEEK_END failed"}, false},
-      {"no_memory",
-       [] { faults().fail_calloc = 1; },
-       12,
-       5,
-       {begin(), success, "LIB: Failed to allocate DHS data buffer: errno = 12 (c)"},
-       false},
-      {"another_asic",
-       [] { fake().device_type = 6; },
-       SYSERR_KEL_ASIC_INVALID_ARG,
-       2,
-       {begin(), bad_asic},
-       true},
-      {"silent_card",
-       [] { fake().device_query_fails = fake().sw_card_query_fails = true; },
-       SYSERR_KEL_ASIC_INVALID_ARG,
-       2,
-       {begin(), bad_asic},
-       true},
-      {"register_map",
-       [] { fake().map_result = 0x80000001; },
-       0x80000001,
-       3,
-       {begin(), "LIB: init morvane <236>: syserr = -2147483647 (80000001)"},
-       true},
-      {"register_map_12",  // not the library's own 12
-       [] { fake().map_result = 12; },
-       12,
-       3,
-       {begin(), "LIB: init morvane <236>: syserr = 12 (c)"},
-       true},
-  };
-}
-
-class InitFailure : public testing::TestWithParam<failure> {};
-
-}  // namespace
-
-TEST_P(InitFailure, leaves_its_state) {
-  const failure &row = GetParam();
-  row.prepare();
+// An initialisation must fail so and leave that state; once a card is known, it is for good.
+void expect_failure(syserr_t result, std::size_t queries, const texts &messages,
+                    const answers &state) {
   faults().marker_file = true;
   faults().arm();
-  EXPECT_EQ(initialise(), row.result);
+  EXPECT_EQ(initialise(), result);
   faults().disarm();
-  expect_outcome(row.queries, row.messages, row.done ? empty_slot : uninitialised);
+  expect_outcome(queries, messages, state);
   fake().device_type = CARDCFG_DEV_TYPE_MORVANE;
   fake().map_result = 0;
   EXPECT_EQ(initialise(), 0U);
-  if (row.done)
+  if (state == empty_slot)
     expect_outcome(1, {"LIB: init already done. asic_typ=Morvane <236>"}, empty_slot);
   else
     expect_outcome(5, {begin(), success, buffer}, usable);
 }
 
-INSTANTIATE_TEST_SUITE_P(Init, InitFailure, testing::ValuesIn(failures()));
+}  // namespace
+
+TEST(InitFailure, without_a_log_file) {
+  faults().fail_fopen = 1;
+  expect_failure(0xFFFFFFFF, 1, {}, uninitialised);
+}
+
+TEST(InitFailure, without_the_end_of_the_log) {
+  faults().fail_fseek = 1;
+  expect_failure(0xFFFFFFFF, 1, {"SEEK_END failed"}, uninitialised);
+}
+
+TEST(InitFailure, without_memory) {
+  faults().fail_calloc = 1;
+  const char *line = "LIB: Failed to allocate DHS data buffer: errno = 12 (c)";
+  expect_failure(12, 5, {begin(), success, line}, uninitialised);
+}
+
+TEST(InitFailure, on_a_card_with_another_asic) {
+  fake().device_type = 6;
+  expect_failure(SYSERR_KEL_ASIC_INVALID_ARG, 2, {begin(), bad_asic}, empty_slot);
+}
+
+TEST(InitFailure, on_a_silent_card) {
+  fake().device_query_fails = fake().sw_card_query_fails = true;
+  expect_failure(SYSERR_KEL_ASIC_INVALID_ARG, 2, {begin(), bad_asic}, empty_slot);
+}
+
+TEST(InitFailure, of_the_register_map) {
+  fake().map_result = 0x80000001;
+  const char *line = "LIB: init morvane <236>: syserr = -2147483647 (80000001)";
+  expect_failure(0x80000001, 3, {begin(), line}, empty_slot);
+}
+
+TEST(InitFailure, of_the_register_map_with_the_code_of_no_memory) {
+  fake().map_result = 12;
+  expect_failure(12, 3, {begin(), "LIB: init morvane <236>: syserr = 12 (c)"}, empty_slot);
+}
 
 TEST(Init, keeps_the_first_of_two) {
   EXPECT_EQ(operation_answers(), uninitialised);
