@@ -1,7 +1,7 @@
 # What `cmake --install` installs, by component:
 #   library      libmorvaneusd.so.*
 #   platform     libmorvaneplatform.so.*, the virtual platform
-#   development  headers, .so links, pkg-config files, the CMake package, reference docs
+#   development  headers, .so links, pkg-config files, the CMake package, docs, examples
 #   tool         mrvctl, its man page and its completion
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -11,7 +11,7 @@ include(CMakePackageConfigHelpers)
 set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/morvaneusd)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/morvaneusd)
 
-# From the folder DIR of an installed tree to its root, so that the tree may be moved.
+# Sets OUT to the way from a folder of an installed tree to its root, so that the tree may be moved.
 function(relative_prefix dir out)
   file(RELATIVE_PATH path /prefix/${dir} /prefix)
   string(REGEX REPLACE "/$" "" path ${path})

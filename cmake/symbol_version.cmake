@@ -2,7 +2,6 @@
 # is that of the release. Included by the build; runs alone as
 #   cmake -DMAP=FILE -DRELEASE=MAJOR.MINOR.PATCH -P symbol_version.cmake
 
-# Sets OUT to the newest symbol version, without its prefix, and stops if that is not the release's.
 function(check_symbol_version map release)
   file(STRINGS ${map} nodes REGEX "^MORVANEUSD_[0-9.]+ *{")
   list(TRANSFORM nodes REPLACE "^MORVANEUSD_([0-9.]+).*" "\\1")
@@ -16,7 +15,7 @@ function(check_symbol_version map release)
   endif()
 endfunction()
 
-# Sets OUT to the exported names, each as NAME@NODE.
+# Sets the variable OUT to the exported names, each as NAME@VERSION.
 function(exported_symbols map out)
   file(STRINGS ${map} lines)
   set(node "")
