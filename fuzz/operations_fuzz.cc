@@ -8,7 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kel_asic_intf.h"
@@ -25,10 +27,8 @@ constexpr uint32_t longest_run = 1073741774;  // that has a 32-bit size
 // The input, a value at a time; zeros when it has run out.
 class input_bytes {
  public:
-  void reset(const uint8_t *data, std::size_t size) {
-    data_ = data;
-    left_ = size;
-  }
+  explicit input_bytes(const uint8_t *data = nullptr, std::size_t size = 0)
+      : data_(data), left_(size) {}
   bool empty() const { return left_ == 0; }
   template <typename Value>
   Value take() {
@@ -47,8 +47,8 @@ class input_bytes {
   }
 
  private:
-  const uint8_t *data_ = nullptr;
-  std::size_t left_ = 0;
+  const uint8_t *data_;
+  std::size_t left_;
 };
 
 input_bytes input;
@@ -69,15 +69,15 @@ class guarded_words {
   }
   void check(uint32_t written) const {
     require(written <= words_.size() - 2 * guards, "an answer has somewhere to go");
-    const auto *rest = words_.data() + guards + written;
-    require(std::all_of(words_.data(), words_.data() + guards, is_guard), "guard before the array");
-    require(std::all_of(rest, words_.data() + words_.size(), is_guard), "guard behind the answer");
+    const auto is_guard = [](uint32_t word) { return word == guard; };
+    const uint32_t *all = words_.data(), *array = all + guards;
+    require(std::all_of(all, array, is_guard), "guard before the array");
+    require(std::all_of(array + written, all + words_.size(), is_guard), "guard behind the answer");
   }
 
  private:
   static constexpr std::size_t guards = 8;
   static constexpr uint32_t guard = 0x6A6D6D6A;
-  static bool is_guard(uint32_t word) { return word == guard; }
   std::vector<uint32_t> words_;
 };
 
@@ -97,32 +97,30 @@ int entry_size_hook(kel_asic_blk_t, kel_asic_reg_t, uint32_t) {
 unsigned requests;        // but for commits
 uint32_t answered_words;  // that the caller may find in its array
 
-bool is_terminated(const char *text, std::size_t size) {
+template <std::size_t size>
+bool is_terminated(const char (&text)[size]) {
   return text[size - 1] == '\0';
 }
 
 void check_request(uint32_t case_code, const kel_asic_reg_access_params_t &request,
                    uint32_t length) {
-  require(is_terminated(request.info.func, sizeof request.info.func), "func is terminated");
-  require(is_terminated(request.info.file, sizeof request.info.file), "file is terminated");
+  require(is_terminated(request.info.func) && is_terminated(request.info.file), "caller's texts");
   require(length >= header_size && length % 4 == 0, "length of a register request");
   const bool is_run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
-  require(is_run || length == header_size, "length of a single-register request");
   // A read may ask for fewer words than it has room for.
-  require(is_run ? request.num <= (length - header_size) / 4 : request.num == 0, "number of words");
-  if (case_code == SYSSRV_REG_READ_CASE)
-    require(request.type == TYPE_READ || request.type == TYPE_READ_DHS, "type of a read");
-  if (case_code == SYSSRV_REG_WRITE_CASE)
-    require(request.type == TYPE_WRITE || request.type == TYPE_WRITE_FIELD ||
-                request.type == TYPE_WRITE_DHS,
-            "type of a write");
+  require(is_run ? request.num <= (length - header_size) / 4
+                 : request.num == 0 && length == header_size,
+          "number of words");
+  // The timer's request has a case of its own.
+  const bool is_read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
+  require(request.type <= TYPE_WRITE_DHS, "type of a request");
+  require(case_code != (is_read ? SYSSRV_REG_WRITE_CASE : SYSSRV_REG_READ_CASE), "its case");
 }
 
 void check_transaction(const kel_asic_xn_t &transaction, uint32_t length) {
   require(length == sizeof transaction, "length of a transaction");
   require(transaction.num >= 0 && transaction.num <= KEL_ASIC_XN_ENTRIES, "number of entries");
-  require(transaction.name[0] != '\0', "a transaction that is sent has a name");
-  require(is_terminated(transaction.name, sizeof transaction.name), "name is terminated");
+  require(transaction.name[0] != '\0' && is_terminated(transaction.name), "its name");
 }
 
 void check_stats(const kel_asic_qos_stats_params_t &request, uint32_t length) {
@@ -164,17 +162,14 @@ struct arguments {
 
   // An address that is more often a table than chance would have it.
   void prefer_table() {
-    static constexpr struct {
-      kel_asic_blk_t block;
-      kel_asic_reg_t vreg;
-    } tables[] = {
+    static constexpr std::pair<kel_asic_blk_t, kel_asic_reg_t> tables[] = {
         {KEL_ASIC_BLK_HF, HF_DHS_TCAM_OFFSET},      {KEL_ASIC_BLK_HF, HF_DHS_POL_OFFSET},
         {KEL_ASIC_BLK_HF, HF_DHS_RESULT_00_OFFSET}, {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEM_OFFSET},
         {KEL_ASIC_BLK_QS, QS_DHS_ARB_BI_OFFSET},    {KEL_ASIC_BLK_SS, SS_DHS_ARB9_HI_OFFSET}};
     if (input.flag())
       return;
-    block = tables[input.below(6)].block;
-    vreg = tables[input.below(6)].vreg;
+    block = tables[input.below(6)].first;
+    vreg = tables[input.below(6)].second;
   }
 };
 
@@ -191,109 +186,97 @@ uint32_t run_length() {
 }
 
 // The QoS statistics and the port operations take the same few numbers.
-syserr_t port_operation(uint32_t which) {
-  const int module = static_cast<int>(input.number(4)), asic = static_cast<int>(input.number(1));
-  const uint32_t type = input.number(4), port = input.number(40);
-  const auto port_type = static_cast<cardcfg_port_type_t>(type);
-  const auto module8 = static_cast<uint8_t>(module), asic8 = static_cast<uint8_t>(asic),
-             port8 = static_cast<uint8_t>(port);
-  uint32_t *stats = array_or_null(sizeof(kel_asic_qos_stats_t) / 4);
-  switch (which) {
-    case 0:
-      return lib_mrv_asic_get_qos_stats(module8, asic8, port_type, port8,
-                                        reinterpret_cast<kel_asic_qos_stats_t *>(stats), type);
-    case 1:
-      return lib_mrv_asic_clear_qos_stats(module8, asic8, port_type, port8, type);
-    case 2:
-      return lib_mrv_asic_clear_all_qos_stats(module8, asic8, type);
-    case 3:
-      return lib_mrv_asic_link_pause_enable(module, asic, port_type, port);
-    case 4:
-      return lib_mrv_asic_link_pause_disable(module, asic, port_type, port);
-    case 5:
-      return lib_mrv_asic_set_nodrop_class_map(module, asic, port);
-    case 6:
-      return lib_mrv_asic_sfp_validation_failed(module, asic, type, port);
-    case 7:
-      return lib_mrv_asic_prog_sp_timer(module8, asic8, static_cast<uint16_t>(port));
-    default:
-      return lib_mrv_asic_clear_all_drop_counters();
-  }
+struct port_arguments {
+  int module = static_cast<int>(input.number(4)), asic = static_cast<int>(input.number(1));
+  uint32_t number = input.number(4), port = input.number(40);
+  uint32_t *array = array_or_null(sizeof(kel_asic_qos_stats_t) / 4);
+  kel_asic_qos_stats_t *stats = reinterpret_cast<kel_asic_qos_stats_t *>(array);
+  cardcfg_port_type_t type = static_cast<cardcfg_port_type_t>(number);
+  uint8_t module8 = static_cast<uint8_t>(module), asic8 = static_cast<uint8_t>(asic),
+          port8 = static_cast<uint8_t>(port);
+  uint16_t port16 = static_cast<uint16_t>(port);
+};
+
+using ports = const port_arguments &;
+constexpr void (*port_operations[])(ports) = {
+    [](ports p) {
+      lib_mrv_asic_get_qos_stats(p.module8, p.asic8, p.type, p.port8, p.stats, p.number);
+    },
+    [](ports p) { lib_mrv_asic_clear_qos_stats(p.module8, p.asic8, p.type, p.port8, p.number); },
+    [](ports p) { lib_mrv_asic_clear_all_qos_stats(p.module8, p.asic8, p.number); },
+    [](ports p) { lib_mrv_asic_link_pause_enable(p.module, p.asic, p.type, p.port); },
+    [](ports p) { lib_mrv_asic_link_pause_disable(p.module, p.asic, p.type, p.port); },
+    [](ports p) { lib_mrv_asic_set_nodrop_class_map(p.module, p.asic, p.port); },
+    [](ports p) { lib_mrv_asic_sfp_validation_failed(p.module, p.asic, p.number, p.port); },
+    [](ports p) { lib_mrv_asic_prog_sp_timer(p.module8, p.asic8, p.port16); },
+    [](ports) { lib_mrv_asic_clear_all_drop_counters(); }};
+
+void initialise(arguments &by) {
+  lib_mrv_asic_init(static_cast<slot_num_t>(by.value), by.code, by.context, by.file, by.line,
+                    by.func);
 }
 
-syserr_t run_program(const arguments &by) {
+void run_program(arguments &by) {
   std::array<kel_asic_pgm_t, 4> program;
   for (kel_asic_pgm_t &step : program) {
     const arguments to;
-    step = {input.below(16) != 0 ? KEL_ASIC_PGM_MAGIC : 0,
-            to.block,
-            to.instance,
-            to.vreg,
-            to.value,
-            input.flag() ? 0xFFFFFFFF : to.mask};
+    const uint32_t magic = input.below(16) != 0 ? KEL_ASIC_PGM_MAGIC : 0;
+    step = {magic, to.block, to.instance, to.vreg, to.value, input.flag() ? ~0U : to.mask};
   }
-  return lib_mrv_asic_pgm(by.module, by.asic, input.below(8) != 0 ? program.data() : nullptr,
-                          static_cast<int>(input.below(6)) - 1, by.context, by.file, by.line,
-                          by.func);
+  lib_mrv_asic_pgm(by.module, by.asic, input.below(8) != 0 ? program.data() : nullptr,
+                   static_cast<int>(input.below(6)) - 1, by.context, by.file, by.line, by.func);
 }
 
-void check_helpers(uint32_t type) {
+void check_helpers(arguments &with) {
+  const uint32_t type = with.value % 300;
   require(kel_get_driver_string(type) != nullptr, "a driver string");
   require(kel_get_cardcfg_asic_type(kel_get_asic_type(type)) == (type == 7 ? 7 : 10), "types");
   require((kel_check_lib_debug() & ~1) == 0, "the switch");
 }
 
-constexpr uint32_t operations = 20;
+// Calls a register operation with the arguments that each has, and its own.
+template <typename Operation, typename... Own>
+void at_register(Operation operation, const arguments &with, Own... own) {
+  operation(with.module, with.asic, with.block, with.instance, with.vreg, own..., with.context,
+            with.file, with.line, with.func);
+}
 
-// Runs an operation and tells how many requests it may have sent; commits come on top.
+template <decltype(lib_mrv_asic_read_dhs) operation>
+void at_table(arguments &with) {
+  with.prefer_table();
+  at_register(operation, with, input.number(2048), array_or_null(most_words), run_length());
+}
+
+using args = arguments &;
+constexpr struct {
+  unsigned requests;  // that it may send at most; commits come on top
+  void (*run)(arguments &);
+} other_operations[] = {
+    {1, [](args a) { at_register(lib_mrv_asic_read, a, array_or_null(1)); }},
+    {1, [](args a) { at_register(lib_mrv_asic_write, a, a.value, a.code); }},
+    {1, [](args a) { at_register(lib_mrv_asic_write_field, a, a.value, a.mask, a.code); }},
+    {1,
+     [](args a) { at_register(lib_mrv_asic_n_read, a, array_or_null(most_words), run_length()); }},
+    {1, at_table<lib_mrv_asic_read_dhs>},
+    {1, at_table<lib_mrv_asic_write_dhs>},
+    {4, run_program},
+    {0, [](args a) { mrv_asic_transaction_start(a.file, a.line); }},
+    {0, [](args) { mrv_asic_transaction_commit(); }},
+    {0, initialise},
+    {0, check_helpers}};
+constexpr uint32_t initialisation = 9;
+
+constexpr uint32_t operations = std::size(other_operations) + std::size(port_operations);
+
+// Runs an operation and tells how many requests it may have sent.
 unsigned run_operation(uint32_t which) {
   arguments with;
-  switch (which) {
-    case 0:
-      lib_mrv_asic_read(with.module, with.asic, with.block, with.instance, with.vreg,
-                        array_or_null(1), with.context, with.file, with.line, with.func);
-      return 1;
-    case 1:
-      lib_mrv_asic_write(with.module, with.asic, with.block, with.instance, with.vreg, with.value,
-                         with.code, with.context, with.file, with.line, with.func);
-      return 1;
-    case 2:
-      lib_mrv_asic_write_field(with.module, with.asic, with.block, with.instance, with.vreg,
-                               with.value, with.mask, with.code, with.context, with.file, with.line,
-                               with.func);
-      return 1;
-    case 3:
-      lib_mrv_asic_n_read(with.module, with.asic, with.block, with.instance, with.vreg,
-                          array_or_null(most_words), run_length(), with.context, with.file,
-                          with.line, with.func);
-      return 1;
-    case 4:
-    case 5:
-      with.prefer_table();
-      (which == 4 ? lib_mrv_asic_read_dhs : lib_mrv_asic_write_dhs)(
-          with.module, with.asic, with.block, with.instance, with.vreg, input.number(2048),
-          array_or_null(most_words), run_length(), with.context, with.file, with.line, with.func);
-      return 1;
-    case 6:
-      run_program(with);
-      return 4;
-    case 7:
-      mrv_asic_transaction_start(with.file, with.line);
-      return 0;
-    case 8:
-      mrv_asic_transaction_commit();
-      return 0;
-    case 9:
-      lib_mrv_asic_init(static_cast<slot_num_t>(with.value), with.code, with.context, with.file,
-                        with.line, with.func);
-      return 0;
-    case 10:
-      check_helpers(with.value % 300);
-      return 0;
-    default:
-      port_operation(which - 11);
-      return 1;
+  if (which >= std::size(other_operations)) {
+    port_operations[which - std::size(other_operations)]({});
+    return 1;
   }
+  other_operations[which].run(with);
+  return other_operations[which].requests;
 }
 
 // A library that has just been loaded, on a platform of the input's choosing.
@@ -315,32 +298,23 @@ extern "C" {
 
 int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t length) {
   require(case_params->caseId == lib_ctx.driver_id, "driver identifier");
-  const bool single_read = *static_cast<uint32_t *>(case_params->params) == TYPE_READ;
-  switch (case_code) {
-    case SYSSRV_MEM_WRITE_CASE:
-      check_transaction(*static_cast<kel_asic_xn_t *>(case_params->params), length);
-      break;
-    case SYSSRV_MEM_READ_CASE:
-      ++requests;
-      check_stats(*static_cast<kel_asic_qos_stats_params_t *>(case_params->params), length);
-      break;
-    default:
-      ++requests;
-      check_request(case_code, *static_cast<kel_asic_reg_access_params_t *>(case_params->params),
-                    length);
-  }
-  const bool is_get = case_code == SYSSRV_MEM_READ_CASE &&
-                      *static_cast<uint32_t *>(case_params->params) == QOS_STATS_GET;
-  scribble(case_params->params, length);
+  void *record = case_params->params;
+  auto *request = static_cast<kel_asic_reg_access_params_t *>(record);
+  const uint32_t type = *static_cast<uint32_t *>(record);
+  requests += case_code != SYSSRV_MEM_WRITE_CASE;
+  if (case_code == SYSSRV_MEM_WRITE_CASE)
+    check_transaction(*static_cast<kel_asic_xn_t *>(record), length);
+  else if (case_code == SYSSRV_MEM_READ_CASE)
+    check_stats(*static_cast<kel_asic_qos_stats_params_t *>(record), length);
+  else
+    check_request(case_code, *request, length);
+  scribble(record, length);
   errno = input.take<uint16_t>();
   const int result = static_cast<int>(input.below(4)) - 1;
-  if (result == 0 && is_get)
+  if (result == 0 && case_code == SYSSRV_MEM_READ_CASE && type == QOS_STATS_GET)
     answered_words = sizeof(kel_asic_qos_stats_t) / 4;
-  if (result == 0 && case_code == SYSSRV_REG_READ_CASE) {
-    const uint32_t room = (length - header_size) / 4;
-    const auto *answer = static_cast<kel_asic_reg_access_params_t *>(case_params->params);
-    answered_words = room == 0 && single_read ? 1 : std::min(room, answer->num);
-  }
+  if (result == 0 && case_code == SYSSRV_REG_READ_CASE)
+    answered_words = type == TYPE_READ ? 1 : std::min((length - header_size) / 4, request->num);
   return result;
 }
 
@@ -378,7 +352,7 @@ int LLVMFuzzerInitialize(int *, char ***) {
 }
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
-  input.reset(data, size);
+  input = input_bytes(data, size);
   load_library();
   const bool traced = input.flag();
   for (unsigned calls = 0; calls < 64 && !input.empty(); ++calls) {
@@ -386,8 +360,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     requests = answered_words = 0;
     caller_array.prepare(0);
     // The first is mostly an initialisation: nothing else gets far without one.
-    const bool initialise = calls == 0 && input.below(8) != 0;
-    const unsigned allowed = run_operation(initialise ? 9 : input.below(operations));
+    const bool first = calls == 0 && input.below(8) != 0;
+    const unsigned allowed = run_operation(first ? initialisation : input.below(operations));
     require(requests <= allowed, "at most one service call an operation");
     caller_array.check(answered_words);
   }

@@ -44,7 +44,7 @@ syserr_t table() {
   return access(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 5, words.data(), entries, CALLER);
 }
 
-const struct step {
+constexpr struct step {
   const char *name;
   syserr_t (*operation)();
   syserr_t when_service_fails = service_failed;
@@ -152,7 +152,7 @@ TEST(Fault, each_operation_answers_with_its_code_and_works_again) {
       outcome = in_child([&] { return run_scenario(fault, nth); });
     }
     EXPECT_EQ(outcome, no_fault) << fault.kind << " at " << nth;
-    EXPECT_GT(nth, 1u) << fault.kind << " is never called";
+    EXPECT_GT(nth, 1U) << fault.kind << " is never called";
   }
 }
 

@@ -12,8 +12,8 @@ using entries = std::vector<kel_asic_xn_entry_t>;
 
 constexpr uint32_t all = 0xFFFFFFFF;
 constexpr const char *no_name = nullptr;
-const std::string begin = "mrv_asic_transaction_start", add = "kel_asic_transaction_add",
-                  end = "mrv_asic_transaction_commit";
+constexpr const char *begin = "mrv_asic_transaction_start", *add = "kel_asic_transaction_add",
+                     *end = "mrv_asic_transaction_commit";
 
 uint32_t value;
 
