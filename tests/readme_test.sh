@@ -1,0 +1,25 @@
+#!/bin/sh
+# The front page tells the truth: its client is examples/client.c, and each of its sessions prints what
+# it shows. Arguments: mrvctl, the project's folder.
+set -eu
+mrvctl=$1 root=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# block KIND: the text of the fenced blocks of a kind.
+block() { awk -v begin="\`\`\`$1" '$0 == begin { on = 1; next } /^```$/ { on = 0 } on' "$root/README.md"; }
+
+block c | diff - "$root/examples/client.c"
+
+cat >"$work/scripts_run" <<END
+#!/bin/sh
+[ \$# -eq 0 ] || exec "$mrvctl" "\$@"
+echo "== examples/session.mrv"
+exec "$mrvctl" -f "$root/examples/session.mrv"
+END
+chmod +x "$work/scripts_run"
+block console >"$work/shown"
+awk '/^\$ / { print; more = /<</; next } more { print; more = $0 != "END" }' "$work/shown" |
+  sed 's/^\$ scripts\/run/scripts_run/' >"$work/session"
+PATH=$work:$PATH sh -v "$work/session" 2>&1 | sed 's/^scripts_run/$ scripts\/run/' |
+  diff "$work/shown" -
