@@ -310,7 +310,7 @@ TEST_F(Mrvctl, DataFiles) {
        {"TYPE_WRITE_FIELD"}},
       {"pgm good.pgm --asics 0,1,0\npgm good.pgm --asic 1\n",
        0,
-       {"for ASIC 0, 1: written", "no such ASIC, nothing written"},
+       {"for ASIC 0: written; there is no ASIC 1", "steps: nothing written"},
        {}},
       {"begin a\npgm good.pgm --asics 0,3\ncommit\n", 0, {"is sent: 2 writes"}, {"num=2"}},
       {"pgm block.pgm\n", 2, {}, {"block.pgm:2: no block 'HX'", "!sse_call2"}},

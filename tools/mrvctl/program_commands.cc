@@ -39,11 +39,10 @@ void run_program(Session &session, const ProgramArgs &args) {
   std::vector<kel_asic_pgm_t> steps = read_program(session.resolve(args.path));
   const std::vector<uint32_t> asics =
       args.asics ? *args.asics : parse_asics(std::to_string(session.asic));
-  uint32_t existing = 0;
-  std::vector<std::string> numbers;
+  std::vector<std::string> existing, missing;
   for (const uint32_t asic : asics) {
-    existing += asic <= session.map().limits().max_asic ? 1 : 0;
-    numbers.push_back(std::to_string(asic));
+    const bool exists = asic <= session.map().limits().max_asic;
+    (exists ? existing : missing).push_back(std::to_string(asic));
   }
   const Caller who = session.caller();
   const syserr_t result =
@@ -54,17 +53,19 @@ void run_program(Session &session, const ProgramArgs &args) {
     throw OperationFailed(
         result, "the steps before the one that failed are " + std::string(written_text(session)));
   }
-  std::string text = format("%zu %s for ASIC %s: ", steps.size(),
-                            steps.size() == 1 ? "step" : "steps", join(numbers, ", ").c_str());
-  text += existing == 0 ? "no such ASIC, nothing written" : written_text(session);
+  std::string text = format("%zu %s", steps.size(), steps.size() == 1 ? "step" : "steps");
+  text += existing.empty() ? ": nothing written"
+                           : " for ASIC " + join(existing, ", ") + ": " + written_text(session);
+  if (!missing.empty())
+    text += "; there is no ASIC " + join(missing, ", ");
   session.report.result({{"command", "pgm"},
                          {"steps", steps.size()},
                          {"asics", asics},
-                         {"existing_asics", existing},
+                         {"existing_asics", existing.size()},
                          {"queued", session.transaction.open()}},
                         text + "\n");
   if (session.transaction.open())
-    session.transaction.add(static_cast<uint64_t>(existing) * steps.size());
+    session.transaction.add(uint64_t{existing.size()} * steps.size());
 }
 
 }  // namespace
