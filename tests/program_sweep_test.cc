@@ -13,7 +13,7 @@ namespace {
 using words = std::vector<uint32_t>;
 
 // Slots that hold an ASIC besides slot 0, which all but their highest number is copied from.
-void initialise_with_asics(const std::vector<uint32_t> &asics) {
+void initialise_with_asics(const words &asics) {
   initialise_with_trace();
   for (const uint32_t asic : asics) {
     lib_ctx.asic_specific[asic] = lib_ctx.asic_specific[0];
@@ -21,55 +21,43 @@ void initialise_with_asics(const std::vector<uint32_t> &asics) {
   }
 }
 
-// Runs two steps and gives what was written to, as asic * 16 + step.
-words sweep(uint32_t asic, syserr_t expected) {
+// Runs two steps, in which the writes to some ASICs fail. Gives what was written to, as
+// asic * 16 + step.
+words sweep(uint32_t asic, syserr_t expected = 0, const words &failing = {}) {
   kel_asic_pgm_t steps[] = {{KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 0, 0, 1, ~0U},
                             {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 0, 0, 2, 0xF}};
-  fake().calls.clear();
-  EXPECT_EQ(lib_mrv_asic_pgm(0, asic, steps, 2, CALLER), expected);
   words written;
-  for (const sent_call &call : fake().calls)
-    written.push_back(call.request().asic * 16 + call.request().data);
-  return written;
-}
-
-void fail_asics(const words &asics) {
-  fake().answer = [=](uint32_t, void *record, uint32_t) {
-    const uint32_t asic = static_cast<kel_asic_reg_access_params_t *>(record)->asic;
-    errno = static_cast<int>(16 + asic);
-    return std::count(asics.begin(), asics.end(), asic) != 0 ? -1 : 0;
+  fake().answer = [&](uint32_t, void *record, uint32_t) {
+    const auto *request = static_cast<kel_asic_reg_access_params_t *>(record);
+    written.push_back(request->asic * 16 + request->data);
+    errno = static_cast<int>(16 + request->asic);
+    return std::count(failing.begin(), failing.end(), request->asic) != 0 ? -1 : 0;
   };
+  EXPECT_EQ(lib_mrv_asic_pgm(0, asic, steps, 2, CALLER), expected);
+  return written;
 }
 
 }  // namespace
 
 TEST(ProgramSweep, writes_a_step_to_each_selected_asic_before_the_next) {
   initialise_with_asics({1, 2, 3});
-  EXPECT_EQ(sweep(0x80000003, 0), (words{0x01, 0x11, 0x02, 0x12}));
-  EXPECT_EQ(sweep(0xFFFFFFFA, 0), (words{0x11, 0x31, 0x12, 0x32}));
-  EXPECT_EQ(sweep(0xFFFFFFFF, 0), (words{0x01, 0x11, 0x21, 0x31, 0x02, 0x12, 0x22, 0x32}));
+  EXPECT_EQ(sweep(0x80000003), (words{0x01, 0x11, 0x02, 0x12}));
+  EXPECT_EQ(sweep(0xFFFFFFFA), (words{0x11, 0x31, 0x12, 0x32}));
   trace_lines();
-  EXPECT_EQ(sweep(3, 0), (words{0x31, 0x32}));
+  EXPECT_EQ(sweep(3), (words{0x31, 0x32}));
   EXPECT_EQ(trace_lines()[1], detail_line(3, "lib_mrv_asic_pgm: 0 3 3 0 0 1"));
-}
-
-TEST(ProgramSweep, ends_at_the_first_number_that_is_refused) {
-  initialise_with_asics({2});
-  EXPECT_EQ(sweep(0x8000000F, 0), (words{0x01, 0x02}));
-  EXPECT_EQ(sweep(2, 0), words{});
+  lib_ctx.asic_specific[1] = {};  // the sweep ends there, and so do the numbers
+  EXPECT_EQ(sweep(0x8000000F), (words{0x01, 0x02}));
+  EXPECT_EQ(sweep(2), words{});
 }
 
 TEST(ProgramSweep, has_the_status_of_the_last_write_of_a_step) {
   initialise_with_asics({1, 2});
-  fail_asics({0, 1});
-  EXPECT_EQ(sweep(0x80000007, 0), (words{0x01, 0x11, 0x21, 0x02, 0x12, 0x22}));
-  EXPECT_EQ(sweep(0x80000003, 0x82230011), (words{0x01, 0x11}));
-  fail_asics({0, 2});
-  EXPECT_EQ(sweep(0x80000007, 0x82230012), (words{0x01, 0x11, 0x21}));
+  EXPECT_EQ(sweep(0x80000007, 0, {0, 1}), (words{0x01, 0x11, 0x21, 0x02, 0x12, 0x22}));
+  EXPECT_EQ(sweep(0x80000003, 0x82230011, {0, 1}), (words{0x01, 0x11}));
 }
 
 TEST(SecondAsic, is_checked_and_asked_by_its_own_slot) {
-  fake().hook = [](kel_asic_blk_t, kel_asic_reg_t, uint32_t) { return 2; };
   initialise_with_asics({1});
   kel_asic_specific_context_t &slot = lib_ctx.asic_specific[1];
   slot.limits.max_hi = 40;
@@ -79,21 +67,22 @@ TEST(SecondAsic, is_checked_and_asked_by_its_own_slot) {
   fake().answer_words(1, 5);
   trace_lines();
   lib_mrv_asic_n_read(0, 1, KEL_ASIC_BLK_HI, 0, 0, data, 3, CALLER);
-  for (const auto call : {lib_mrv_asic_read_dhs, lib_mrv_asic_write_dhs}) {
+  for (const auto call : {lib_mrv_asic_read_dhs, lib_mrv_asic_write_dhs})
     EXPECT_EQ(call(0, 1, KEL_ASIC_BLK_HF, 0, HF_DHS_RESULT_00_OFFSET, 0, data, 1, CALLER), 0U);
-    EXPECT_EQ(fake().calls.back().request().num, 3U);
-    EXPECT_EQ(fake().calls.back().request().asic, 1U);
-  }
   int numbered = 0;  // lines of the trace that tell the ASIC
   for (const std::string &line : trace_lines())
     numbered += line.rfind("|l|  1 |   : lib_mrv_asic_", 0) == 0;
   EXPECT_EQ(numbered, 2 + 3 + 5);
-  EXPECT_EQ(lib_mrv_asic_link_pause_enable(0, 1, CARDCFG_PORT_TYPE_HIF, 39), 0U);
+  lib_mrv_asic_prog_sp_timer(0, 1, 9);
+  ASSERT_EQ(fake().calls.size(), 4U);
+  for (const sent_call &call : fake().calls) {
+    EXPECT_EQ(call.request().asic, 1U);
+    EXPECT_EQ(call.request().num, call.case_code == SYSSRV_SP_TIME_CONFIGURE ? 0U : 3U);
+  }
+  lib_mrv_asic_link_pause_enable(0, 1, CARDCFG_PORT_TYPE_HIF, 39);
   EXPECT_EQ(fake().calls.back().request().asic, 0x00010327U);
   EXPECT_EQ(lib_mrv_asic_link_pause_enable(0, 1, CARDCFG_PORT_TYPE_NIF, 0),
             SYSERR_KEL_ASIC_INVALID_ARG);
-  EXPECT_EQ(lib_mrv_asic_prog_sp_timer(0, 1, 9), 0U);
-  EXPECT_EQ(fake().calls.back().request().asic, 1U);
-  EXPECT_EQ(lib_mrv_asic_clear_all_qos_stats(0, 1, 0), 0U);
+  lib_mrv_asic_clear_all_qos_stats(0, 1, 0);
   EXPECT_EQ(fake().calls.back().as<kel_asic_qos_stats_params_t>().asic, 1);
 }
