@@ -40,10 +40,8 @@ inline const dhs_row *find_dhs_row(kel_asic_blk_t blk, kel_asic_reg_t vreg) {
 // Words in one entry, or what the register map's hook says for the registers that are left to it;
 // below 1 when the register is no table or the entry is out of its range. The address has been
 // checked.
-__attribute__((always_inline)) inline int kel_asic_reg_dhs_entry_size(kel_asic_num_t asic_id,
-                                                                      kel_asic_blk_t blk,
-                                                                      kel_asic_reg_t vreg,
-                                                                      uint32_t dhs_index) {
+KEL_INLINE int kel_asic_reg_dhs_entry_size(kel_asic_num_t asic_id, kel_asic_blk_t blk,
+                                           kel_asic_reg_t vreg, uint32_t dhs_index) {
   constexpr const char *function = "kel_asic_reg_dhs_entry_size";
   KEL_TRACE('l', 0, "%s: vreg %d dhs_index %d\n", function, static_cast<int>(vreg),
             static_cast<int>(dhs_index));

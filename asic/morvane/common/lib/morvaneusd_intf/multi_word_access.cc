@@ -45,16 +45,12 @@ struct dhs_run {
   uint32_t entry_address;  // of the first entry
 };
 
-// What both DHS operations do first. Any result but 0 refuses the call. Inlined into both: a short
-// access pays for each call on the way.
-__attribute__((always_inline)) inline syserr_t find_entries(int module,
-                                                            const symbolic_address &address,
-                                                            uint32_t dhs_index,
-                                                            const uint32_t *p_data, dhs_run *run) {
-  if (lib_init_done == 0)
-    return SYSERR_KEL_ASIC_UNINIT;
-  if (!valid_module(module) || !valid_address(address) || p_data == nullptr)
-    return SYSERR_KEL_ASIC_INVALID_ARG;
+// What both DHS operations do first. Any result but 0 refuses the call.
+KEL_INLINE syserr_t find_entries(int module, const symbolic_address &address, uint32_t dhs_index,
+                                 const uint32_t *p_data, dhs_run *run) {
+  const syserr_t refusal = check_access(module, address, p_data);
+  if (refusal != 0)
+    return refusal;
   run->entry_size =
       kel_asic_reg_dhs_entry_size(address.asic, address.block, address.vreg, dhs_index);
   if (run->entry_size < 1 || !translate_address(address, &run->real))
@@ -97,13 +93,10 @@ syserr_t lib_mrv_asic_n_read(int module, kel_asic_num_t asic, kel_asic_blk_t blo
                              const char *func) {
   constexpr const char *operation = "lib_mrv_asic_n_read";
   KEL_TRACE_ENTER(operation);
-  if (lib_init_done == 0)
-    return SYSERR_KEL_ASIC_UNINIT;
-  const symbolic_address address = {asic, block, instance, vreg};
   real_address real;
-  if (!valid_module(module) || !valid_address(address) || p_data == nullptr ||
-      !translate_address(address, &real))
-    return SYSERR_KEL_ASIC_INVALID_ARG;
+  const syserr_t refusal = find_register(module, {asic, block, instance, vreg}, p_data, &real);
+  if (refusal != 0)
+    return refusal;
   KEL_TRACE('l', asic, "%s: block %s vreg 0x%x base address 0x%x rreg 0x%x\n", operation,
             kel_asic_blk_names[block], vreg, real.base, real.rreg);
   if (num_entries > max_request_words)

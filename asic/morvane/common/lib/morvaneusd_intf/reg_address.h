@@ -58,6 +58,16 @@ inline bool valid_address(const symbolic_address &address) {
          valid_register_address(address.asic, address.block, address.vreg);
 }
 
+// What each read and each table access checks first; 0 when the access may go on to translation.
+KEL_INLINE syserr_t check_access(int module, const symbolic_address &address,
+                                 const uint32_t *p_data) {
+  if (lib_init_done == 0)
+    return SYSERR_KEL_ASIC_UNINIT;
+  if (!valid_module(module) || !valid_address(address) || p_data == nullptr)
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  return 0;
+}
+
 // Says in the trace that a virtual register names no register.
 __attribute__((cold, noinline)) void trace_invalid_vreg(const symbolic_address &address);
 
@@ -72,6 +82,15 @@ inline bool translate_address(const symbolic_address &address, real_address *rea
   real->base = slot.base_table[address.block][address.instance];
   real->rreg = real->base + offset;
   return true;
+}
+
+// The checks and the translation of a read, in one.
+KEL_INLINE syserr_t find_register(int module, const symbolic_address &address,
+                                  const uint32_t *p_data, real_address *real) {
+  const syserr_t refusal = check_access(module, address, p_data);
+  if (refusal != 0)
+    return refusal;
+  return translate_address(address, real) ? 0 : uint32_t{SYSERR_KEL_ASIC_INVALID_ARG};
 }
 
 #pragma GCC visibility pop

@@ -5,13 +5,10 @@ syserr_t lib_mrv_asic_read(int module, kel_asic_num_t asic, kel_asic_blk_t block
                            kel_asic_reg_t vreg, uint32_t *p_data, uint32_t context, char *file,
                            int line, const char *func) {
   KEL_TRACE_ENTER("lib_mrv_asic_read");
-  if (lib_init_done == 0)
-    return SYSERR_KEL_ASIC_UNINIT;
-  const symbolic_address address = {asic, block, instance, vreg};
   real_address real;
-  if (!valid_module(module) || !valid_address(address) || p_data == nullptr ||
-      !translate_address(address, &real))
-    return SYSERR_KEL_ASIC_INVALID_ARG;
+  const syserr_t refusal = find_register(module, {asic, block, instance, vreg}, p_data, &real);
+  if (refusal != 0)
+    return refusal;
   KEL_TRACE('l', asic, "%s: block %s vreg 0x%x base address 0x%x rreg 0x%x\n", "lib_mrv_asic_read",
             kel_asic_blk_names[block], vreg, real.base, real.rreg);
   interrupt_transaction();

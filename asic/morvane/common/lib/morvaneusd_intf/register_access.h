@@ -19,10 +19,8 @@ inline bool join_transaction(const register_access &access) {
   return true;
 }
 
-__attribute__((always_inline)) inline syserr_t check_and_write(int module,
-                                                               const symbolic_address &address,
-                                                               uint32_t data, uint32_t code,
-                                                               const caller_id &caller) {
+KEL_INLINE syserr_t check_and_write(int module, const symbolic_address &address, uint32_t data,
+                                    uint32_t code, const caller_id &caller) {
   if (lib_init_done == 0 || !valid_module(module))
     return SYSERR_KEL_ASIC_INVALID_ARG;
   kel_asic_reg_t rreg = address.vreg;
@@ -47,9 +45,9 @@ __attribute__((always_inline)) inline syserr_t check_and_write(int module,
   return result;
 }
 
-__attribute__((always_inline)) inline syserr_t check_and_write_field(
-    int module, const symbolic_address &address, uint32_t field_value, uint32_t field_mask,
-    uint32_t code, const caller_id &caller) {
+KEL_INLINE syserr_t check_and_write_field(int module, const symbolic_address &address,
+                                          uint32_t field_value, uint32_t field_mask, uint32_t code,
+                                          const caller_id &caller) {
   if (lib_init_done == 0 || !valid_module(module))
     return SYSERR_KEL_ASIC_INVALID_ARG;
   kel_asic_reg_t rreg = address.vreg;
@@ -74,19 +72,17 @@ __attribute__((always_inline)) inline syserr_t check_and_write_field(
   return result;
 }
 
-__attribute__((always_inline)) inline syserr_t write_register(int module,
-                                                              const symbolic_address &address,
-                                                              uint32_t data, uint32_t code,
-                                                              const caller_id &caller) {
+KEL_INLINE syserr_t write_register(int module, const symbolic_address &address, uint32_t data,
+                                   uint32_t code, const caller_id &caller) {
   KEL_TRACE_ENTER("lib_mrv_asic_write");
   const syserr_t result = check_and_write(module, address, data, code, caller);
   KEL_TRACE_EXIT("lib_mrv_asic_write");
   return result;
 }
 
-__attribute__((always_inline)) inline syserr_t write_register_field(
-    int module, const symbolic_address &address, uint32_t field_value, uint32_t field_mask,
-    uint32_t code, const caller_id &caller) {
+KEL_INLINE syserr_t write_register_field(int module, const symbolic_address &address,
+                                         uint32_t field_value, uint32_t field_mask, uint32_t code,
+                                         const caller_id &caller) {
   KEL_TRACE_ENTER("lib_mrv_asic_write_field");
   const syserr_t result =
       check_and_write_field(module, address, field_value, field_mask, code, caller);
