@@ -124,6 +124,13 @@ TEST(VirtualPlatform, gives_every_register_and_table_entry_an_address_of_its_own
   EXPECT_LT(windows.back().second, KEL_ASIC_CMD_CLEAR_DROP_COUNTERS);
 }
 
+TEST(VirtualPlatform, shows_the_asic_of_the_card_that_is_plugged_in) {
+  uint32_t type = 0;
+  vp_set_card(3, 1);
+  EXPECT_EQ(cardcfg_get_real_asic_type(9, 0, &type), 0);
+  EXPECT_EQ(type, 3U);
+}
+
 TEST(VirtualPlatform, keeps_words_by_module_and_changes_only_the_bits_under_a_field_mask) {
   const uint32_t addr = address(KEL_ASIC_BLK_HI, 2, 7);
   EXPECT_EQ(write_word(addr, 0xAABBCCDD), 0);
