@@ -177,11 +177,12 @@ uint32_t *array_or_null(uint32_t words) {
   return input.flag() || input.flag() ? caller_array.prepare(words) : nullptr;
 }
 
-// A number of entries that fits the array of most_words, whatever an entry has, or fits no request.
+// A number of entries that fits the array of most_words, whatever an entry has, or fits no request:
+// where the hook's entries are huge, five of them are too many for any.
 uint32_t run_length() {
   if (input.below(8) == 0)
     return longest_run + 1 + input.take<uint16_t>();
-  const uint32_t entries = input.below(most_words / 16);
+  const uint32_t entries = input.below(most_words / 16 - 5);
   return entries != 0 && hook_answer > 16 ? entries + 5 : entries;
 }
 
