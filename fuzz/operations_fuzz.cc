@@ -102,21 +102,6 @@ bool is_terminated(const char (&text)[size]) {
   return text[size - 1] == '\0';
 }
 
-void check_request(uint32_t case_code, const kel_asic_reg_access_params_t &request,
-                   uint32_t length) {
-  require(is_terminated(request.info.func) && is_terminated(request.info.file), "caller's texts");
-  require(length >= header_size && length % 4 == 0, "length of a register request");
-  const bool is_run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
-  // A read may ask for fewer words than it has room for.
-  require(is_run ? request.num <= (length - header_size) / 4
-                 : request.num == 0 && length == header_size,
-          "number of words");
-  // The timer's request has a case of its own.
-  const bool is_read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
-  require(request.type <= TYPE_WRITE_DHS, "type of a request");
-  require(case_code != (is_read ? SYSSRV_REG_WRITE_CASE : SYSSRV_REG_READ_CASE), "its case");
-}
-
 void check_transaction(const kel_asic_xn_t &transaction, uint32_t length) {
   require(length == sizeof transaction, "length of a transaction");
   require(transaction.num >= 0 && transaction.num <= KEL_ASIC_XN_ENTRIES, "number of entries");
@@ -129,13 +114,14 @@ void check_stats(const kel_asic_qos_stats_params_t &request, uint32_t length) {
   require(std::memcmp(&request.stats, &zeros, sizeof zeros) == 0, "statistics are sent as zeros");
 }
 
-// Any bytes in the record, from none of it to all.
+// Any bytes in the record: one byte all through it, some bytes here and there, or none.
 void scribble(void *record, uint32_t length) {
+  auto *bytes = static_cast<uint8_t *>(record);
   const uint8_t byte = input.take<uint8_t>();
-  if ((byte & 3) == 0)
-    return;
-  const uint32_t from = input.below(64);
-  std::memset(static_cast<uint8_t *>(record) + from, byte, length - from);
+  if ((byte & 3) == 1)
+    std::memset(bytes, byte, length);
+  for (uint8_t i = 0; (byte & 3) > 1 && i < byte >> 4; ++i)
+    bytes[input.take<uint16_t>() % length] = input.take<uint8_t>();
 }
 
 char *text() {
@@ -172,6 +158,43 @@ struct arguments {
     vreg = tables[input.below(6)].second;
   }
 };
+
+// The arguments of the register operation that is under way; null in any other.
+const arguments *called;
+
+// Whether a field holds a text, cut to its size, with NUL behind it to the end.
+template <std::size_t size>
+bool is_text(const char (&field)[size], const char *text) {
+  std::array<char, size> expected = {};
+  if (text != nullptr)
+    std::strncpy(expected.data(), text, size - 1);
+  return std::memcmp(field, expected.data(), size) == 0;
+}
+
+void check_request(uint32_t case_code, const kel_asic_reg_access_params_t &request,
+                   uint32_t length) {
+  require(is_terminated(request.info.func) && is_terminated(request.info.file), "caller's texts");
+  require(length >= header_size && length % 4 == 0, "length of a register request");
+  const bool is_run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
+  const uint32_t room = (length - header_size) / 4;
+  // A read may ask for fewer words than it has room for.
+  require(request.type == TYPE_READ_DHS ? request.num <= room : request.num == room, "its num");
+  require(is_run || room == 0, "length of a single-register request");
+  // The timer's request has a case of its own.
+  const bool is_read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
+  require(request.type <= TYPE_WRITE_DHS, "type of a request");
+  require(case_code != (is_read ? SYSSRV_REG_WRITE_CASE : SYSSRV_REG_READ_CASE), "its case");
+  if (called == nullptr)
+    return;
+  require(request.module == called->module && request.asic == called->asic, "module and ASIC");
+  const bool is_write = request.type == TYPE_WRITE, is_field = request.type == TYPE_WRITE_FIELD;
+  require(request.data == (is_write || is_field ? called->value : 0), "data");
+  require(request.mask == (is_field ? called->mask : 0xFFFFFFFF), "mask");
+  require(request.info.userdata == called->context, "context");
+  require(request.info.line == static_cast<uint32_t>(called->line), "line");
+  require(is_text(request.info.func, called->func), "func");
+  require(is_text(request.info.file, called->file), "file");
+}
 
 uint32_t *array_or_null(uint32_t words) {
   return input.flag() || input.flag() ? caller_array.prepare(words) : nullptr;
@@ -238,8 +261,10 @@ void check_helpers(arguments &with) {
 // Calls a register operation with the arguments that each has, and its own.
 template <typename Operation, typename... Own>
 void at_register(Operation operation, const arguments &with, Own... own) {
+  called = &with;
   operation(with.module, with.asic, with.block, with.instance, with.vreg, own..., with.context,
             with.file, with.line, with.func);
+  called = nullptr;
 }
 
 template <decltype(lib_mrv_asic_read_dhs) operation>
@@ -310,8 +335,10 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
   else
     check_request(case_code, *request, length);
   scribble(record, length);
+  if (type == TYPE_READ_DHS && case_code == SYSSRV_REG_READ_CASE)
+    request->num = input.number(most_words);
   errno = input.take<uint16_t>();
-  const int result = static_cast<int>(input.below(4)) - 1;
+  const int result = input.flag() ? 0 : input.take<int>();
   if (result == 0 && case_code == SYSSRV_MEM_READ_CASE && type == QOS_STATS_GET)
     answered_words = sizeof(kel_asic_qos_stats_t) / 4;
   if (result == 0 && case_code == SYSSRV_REG_READ_CASE)
