@@ -1,5 +1,6 @@
 #include "baseline.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "platform/system_service.h"
@@ -9,7 +10,7 @@ namespace {
 constexpr uint32_t header_size = sizeof(kel_asic_reg_access_params_t);
 
 // Room for the longest run of the benchmarks.
-alignas(kel_asic_reg_access_params_t) uint8_t run_buffer[header_size + 4 * 2048];
+kel_asic_reg_access_params_t *run_buffer;
 
 void fill(kel_asic_reg_access_params_t *request, kel_asic_access_type_t type, uint32_t addr,
           uint32_t data, uint32_t mask, uint32_t num, uint32_t context, const char *file, int line,
@@ -33,6 +34,11 @@ int call(uint32_t case_code, void *record, uint32_t length) {
 
 }  // namespace
 
+bool baseline_init() {
+  run_buffer = static_cast<kel_asic_reg_access_params_t *>(std::calloc(1, header_size + 4 * 2048));
+  return run_buffer != nullptr;
+}
+
 int baseline_access(kel_asic_access_type_t type, uint32_t addr, uint32_t *data, uint32_t mask,
                     uint32_t context, const char *file, int line, const char *func) {
   kel_asic_reg_access_params_t request;
@@ -46,7 +52,7 @@ int baseline_access(kel_asic_access_type_t type, uint32_t addr, uint32_t *data, 
 
 int baseline_read_words(uint32_t addr, uint32_t *words, uint32_t num, uint32_t context,
                         const char *file, int line, const char *func) {
-  auto *request = reinterpret_cast<kel_asic_reg_access_params_t *>(run_buffer);
+  kel_asic_reg_access_params_t *request = run_buffer;
   fill(request, TYPE_READ_DHS, addr, 0, 0xFFFFFFFF, num, context, file, line, func);
   const int rc = call(SYSSRV_REG_READ_CASE, request, header_size + 4 * num);
   if (rc == 0)
@@ -56,14 +62,14 @@ int baseline_read_words(uint32_t addr, uint32_t *words, uint32_t num, uint32_t c
 
 int baseline_write_words(uint32_t addr, const uint32_t *words, uint32_t num, uint32_t context,
                          const char *file, int line, const char *func) {
-  auto *request = reinterpret_cast<kel_asic_reg_access_params_t *>(run_buffer);
+  kel_asic_reg_access_params_t *request = run_buffer;
   fill(request, TYPE_WRITE_DHS, addr, 0, 0xFFFFFFFF, num, context, file, line, func);
   std::memcpy(request->pdata, words, 4 * num);
   return call(SYSSRV_REG_WRITE_CASE, request, header_size + 4 * num);
 }
 
-int baseline_get_stats(uint8_t module, uint8_t asic, cardcfg_port_type_t port_type, uint8_t port,
-                       kel_asic_qos_stats_t *stats, uint32_t opts) {
+int baseline_stats(uint8_t module, uint8_t asic, cardcfg_port_type_t port_type, uint8_t port,
+                   kel_asic_qos_stats_t *stats, uint32_t opts) {
   kel_asic_qos_stats_params_t request;
   std::memset(&request, 0, sizeof request);
   request.module = module;
@@ -72,7 +78,7 @@ int baseline_get_stats(uint8_t module, uint8_t asic, cardcfg_port_type_t port_ty
   request.port = port;
   request.opts = opts;
   const int rc = call(SYSSRV_MEM_READ_CASE, &request, sizeof request);
-  if (rc == 0)
+  if (rc == 0 && stats != nullptr)
     std::memcpy(stats, &request.stats, sizeof *stats);
   return rc;
 }

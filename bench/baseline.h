@@ -7,6 +7,10 @@
 
 #include "kel_asic_lib_common.h"
 
+// Allocates the request buffer. To be called right behind the library's initialisation: how fast
+// words move depends on where in their pages they stand, and so both buffers stand alike.
+bool baseline_init();
+
 int baseline_access(kel_asic_access_type_t type, uint32_t addr, uint32_t *data, uint32_t mask,
                     uint32_t context, const char *file, int line, const char *func);
 
@@ -16,7 +20,8 @@ int baseline_read_words(uint32_t addr, uint32_t *words, uint32_t num, uint32_t c
 int baseline_write_words(uint32_t addr, const uint32_t *words, uint32_t num, uint32_t context,
                          const char *file, int line, const char *func);
 
-int baseline_get_stats(uint8_t module, uint8_t asic, cardcfg_port_type_t port_type, uint8_t port,
-                       kel_asic_qos_stats_t *stats, uint32_t opts);
+// A null stats asks for no answer.
+int baseline_stats(uint8_t module, uint8_t asic, cardcfg_port_type_t port_type, uint8_t port,
+                   kel_asic_qos_stats_t *stats, uint32_t opts);
 
 #endif

@@ -1,9 +1,11 @@
 // What each operation costs beside the least that a client of the service must do by itself.
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 
 #include <array>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "baseline.h"
@@ -86,6 +88,13 @@ void write_table() {
 
 // Full transactions are committed on the way.
 void add_transaction_pairs() {
+  add_pair(
+      "transaction start and commit",
+      [] {
+        mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
+        mrv_asic_transaction_commit();
+      },
+      baseline_write);
   benchmark::RegisterBenchmark("write, joining@0.40/library",
                                [](benchmark::State &state) { in_transaction(write, state); });
   add("write, joining@0.40/baseline", 1, baseline_write);
@@ -125,12 +134,32 @@ void add_multi_word_pairs(uint32_t count, const std::string &bar) {
       [count] { baseline_write_words(0, words.data(), count, 1, caller_file, 99, caller_func); });
 }
 
-void add_stats_pair() {
+void add_stats_pairs() {
   static kel_asic_qos_stats_t stats;
   add_pair(
       "get_qos_stats@1.15",
       [] { lib_mrv_asic_get_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, &stats, 0); },
-      [] { baseline_get_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, &stats, 0); });
+      [] { baseline_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, &stats, 0); });
+  const auto baseline_clear = [] { baseline_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, nullptr, 0); };
+  add_pair(
+      "clear_qos_stats", [] { lib_mrv_asic_clear_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, 0); },
+      baseline_clear);
+  add_pair(
+      "clear_all_qos_stats", [] { lib_mrv_asic_clear_all_qos_stats(0, 0, 0); }, baseline_clear);
+}
+
+void add_port_pairs() {
+  const std::pair<const char *, syserr_t (*)()> operations[] = {
+      {"link_pause_enable",
+       [] { return lib_mrv_asic_link_pause_enable(0, 0, CARDCFG_PORT_TYPE_HIF, 1); }},
+      {"link_pause_disable",
+       [] { return lib_mrv_asic_link_pause_disable(0, 0, CARDCFG_PORT_TYPE_HIF, 1); }},
+      {"set_nodrop_class_map", [] { return lib_mrv_asic_set_nodrop_class_map(0, 0, 1); }},
+      {"sfp_validation_failed", [] { return lib_mrv_asic_sfp_validation_failed(0, 0, 3, 1); }},
+      {"prog_sp_timer", [] { return lib_mrv_asic_prog_sp_timer(0, 0, 1); }},
+      {"clear_all_drop_counters", lib_mrv_asic_clear_all_drop_counters}};
+  for (const auto &[name, operation] : operations)
+    add_pair(name, operation, baseline_write);
 }
 
 // Here the baseline is the library's own write.
@@ -150,15 +179,22 @@ void add_program_pair() {
 
 int main(int argc, char **argv) {
   FILE *out = take_standard_output();
+  const std::size_t heap_before = mallinfo2().uordblks;
   if (lib_mrv_asic_init(0, KEL_ASIC_DRIVER_MORVANE, 0, caller_file, 0, caller_func) != 0)
     return EXIT_FAILURE;
+  const std::size_t heap_taken = mallinfo2().uordblks - heap_before;
+  if (!baseline_init())
+    return EXIT_FAILURE;
+  std::fprintf(out, "heap taken by initialisation, standard output's own included: %zu bytes\n\n",
+               heap_taken);
   add_single_register_pairs();
   add_transaction_pairs();
   add_multi_word_pairs(1, "@1.00");
   add_multi_word_pairs(16, "");
   add_multi_word_pairs(256, "");
   add_multi_word_pairs(2048, "@1.10");
-  add_stats_pair();
+  add_stats_pairs();
+  add_port_pairs();
   add_program_pair();
   return run_ratio_benchmarks(out, argc, argv);
 }
