@@ -59,4 +59,8 @@ TEST(DhsEntrySize, of_every_register_of_every_block_up_to_its_highest_index) {
 TEST(DhsEntrySize, without_a_hook_its_registers_are_unknown) {
   initialise();
   expect_every_size(-1);
+  uint32_t word;
+  EXPECT_EQ(
+      lib_mrv_asic_read_dhs(0, 0, KEL_ASIC_BLK_HF, 0, HF_DHS_RESULT_00_OFFSET, 0, &word, 1, CALLER),
+      SYSERR_KEL_ASIC_INVALID_ARG);
 }

@@ -95,6 +95,7 @@ const struct fault {
   syserr_t code;                   // 0: as the step says
   bool traced;
 } kinds[] = {{"calloc", &libc_faults::fail_calloc, &libc_faults::callocs, 12, true},
+             {"calloc, no trace", &libc_faults::fail_calloc, &libc_faults::callocs, 12, false},
              {"realloc", &libc_faults::fail_realloc, &libc_faults::reallocs, 12, true},
              {"realloc, no trace", &libc_faults::fail_realloc, &libc_faults::reallocs, 12, false},
              {"fopen", &libc_faults::fail_fopen, &libc_faults::fopens, 0xFFFFFFFF, true},
