@@ -148,7 +148,10 @@ TEST_F(Mrvctl, CommandLines) {
        {"TYPE_WRITE"}},
       {"write-field --raw 1 2 3", 1, {}, {"service call failed: Bad address"}},
       {"raed HI.2 5", 2, {}, {"no command 'raed'; nearest: read"}},
-      {"info extra", 2, {}, {"extra"}},
+      {"info a b", 2, {}, {"not expected: a b"}},
+      {"--json", 2, {"{\"command\":null,\"file\":null,\"line\":null,"}, {"Usage: mrvctl"}},
+      {"--json -f", 2, {"{\"command\":null,", "FILE missing"}, {}},
+      {"--json qos show hif", 2, {"{\"command\":\"qos show\",", "PORT is required"}, {}},
       {"-f /dev/null info", 2, {}, {"either a command or a script"}},
       {"-f /no/such/file", 2, {}, {"/no/such/file: cannot open: No such file or directory"}},
       {"-f /tmp", 2, {}, {"Is a directory"}},
@@ -166,6 +169,8 @@ TEST_F(Mrvctl, CommandLines) {
       {"qos show hif 0 --count 3", 2, {}, {"--count is for --watch"}},
       {"pause on hif 32", 1, {}, {refused, "hif 0 to 31 and nif 0 to 7"}},
       {"pause up hif 3", 2, {}, {"neither on nor off"}},
+      {"--asic 1 pause on hif 1", 1, {}, {refused + ": ASIC numbers are 0 to 0\n"}},
+      {"--asic 3 sp-timer 4", 1, {}, {"ASIC numbers are 0 to 0"}},
       {"nodrop 0x1FF", 2, {}, {"MAP", "0 to 255"}},
       {"sp-timer 65536", 2, {}, {"0 to 65535"}},
       {"--module 1 clear-drops", 2, {}, {"module 0, ASIC 0 only"}},
@@ -177,7 +182,9 @@ TEST_F(Mrvctl, CommandLines) {
       {"begin x", 1, {"\"x\" is open"}, {"never committed: 0 writes lost"}},
       {"begin ''", 2, {}, {"empty name"}},
       {"commit", 0, {"no transaction is open"}, {}},
-      {"expect-fail read HI.2 5", 1, {}, {"succeeded, where a failure was expected"}},
+      {"expect-fail read HI.2 5", 1, {"HI.2 5 = "}, {"succeeded, where a failure was expected"}},
+      {"--json expect-fail read HI.2 5", 1, {"{\"command\":\"expect-fail\"", "!words"}, {}},
+      {"expect-fail --help", 0, {"[OPTIONS] COMMAND\n"}, {}},
       {"info >/dev/full", 1, {}, {"could not be written"}},
   };
   for (const Case &one : cases)
@@ -231,6 +238,15 @@ TEST_F(Mrvctl, Scripts) {
        1,
        {},
        {"\"a\" was never committed: 1 write lost"}},
+      {"begin a\nwrite HI.2 5 1\nfail EPERM\ncommit\n",
+       1,
+       {"!is sent"},
+       {"s.mrv:4: commit: service call failed: Operation not permitted (0x82230001): transaction "
+        "\"a\" failed: 1 write lost\n"}},
+      {"begin a\nwrite HI.2 5 1\nfail EPERM\nexpect-fail read HI.2 5\nwrite HI.2 5 2\ncommit\n",
+       0,
+       {"\"a\" failed: 1 write lost", "\"<Interrupted>\" is sent: 1 write\n"},
+       {}},
       {"begin a\nwrite HI.2 5 1\nraed\n", 2, {}, {"\"a\" was never committed: 1 write lost"}},
       {"begin a\ndhs-write HI.2 HI_DHS_LVIF 0 1 2 3\npause on hif 3\nnodrop 1\nsfp-failed hif "
        "3\nwrite --raw 0xFFFFFFE4 0\ncommit\ndhs-read HI.2 HI_DHS_LVIF 1 2\nstate\n",
@@ -333,9 +349,14 @@ TEST_F(Mrvctl, LongLoadGoesInPartsAndSaysHowFarItCame) {
       "--calls");
   EXPECT_EQ(good.status, 0) << good.err;
   EXPECT_EQ(count(good.err, "TYPE_WRITE_DHS"), 3U);
-  const Outcome transaction =
-      run_script("begin load\ndhs-write HI.0 HI_DHS_LVIF 0 --from load.dhs\ncommit\n", "--calls");
-  expect_case(transaction, {"", 0, {"\"Contd XN..\" is sent: 88 writes"}, {"num=512", "num=88"}});
+  const Outcome transaction = run_script(
+      "begin load\nfail EPERM\nexpect-fail dhs-write HI.0 HI_DHS_LVIF 0 --from load.dhs\ncommit\n",
+      "--calls");
+  expect_case(transaction,
+              {"",
+               0,
+               {"\"load\" failed: 512 writes lost", "\"Contd XN..\" is sent: 88 writes"},
+               {"num=512", "num=88"}});
   const Outcome beyond = run_script("dhs-write HI.0 HI_DHS_LVIF 700 --from load.dhs\n");
   expect_case(beyond, {"", 1, {}, {"Bad address", "(256 entries before it are written)"}});
 }
@@ -409,11 +430,11 @@ TEST_F(Mrvctl, JsonIsOneObjectACommand) {
   const Outcome result = run_script(
       "write HI.2 HI_DHS_LVIF 5\nread HI.2 5 3\ndhs-read HF.0 HF_DHS_POL 2 1 --addresses\n"
       "traffic hif 1 --class 2 --frames 18446744073709551615\nqos show hif 1\nfail ETIMEDOUT\n"
-      "read HI.2 5\nread HI.2 5x\n",
+      "read HI.2 5\nread HI.2 5x\nsfp-failed nif 3\nstate\n",
       "--json --keep-going");
   EXPECT_EQ(result.status, 1);
   const std::vector<Json> objects = json_lines(result.out);
-  ASSERT_EQ(objects.size(), 8U);
+  ASSERT_EQ(objects.size(), 10U);
   EXPECT_EQ(objects[0], Json::parse(R"json({"command":"write","block":"HI","instance":2,
       "register":"HI_DHS_LVIF_OFFSET","vreg":1461,"data":5,"queued":false})json"));
   EXPECT_EQ(objects[1]["words"], Json({0, 0, 0}));
@@ -425,10 +446,11 @@ TEST_F(Mrvctl, JsonIsOneObjectACommand) {
   EXPECT_EQ(objects[4]["stats"]["pause"]["flow_ctrl"], 0);
   EXPECT_EQ(objects[6], Json::parse(R"json({"command":"read","error":{"code":2183331950,
       "name":"ETIMEDOUT","text":"service call failed: Connection timed out (0x8223006E)"
-}
-})json"));
+},"line":7,"file":")json" + folder_ +
+                                    "/s.mrv\"}"));
   EXPECT_EQ(objects[7]["error"]["code"], nullptr);
   EXPECT_EQ(objects[7]["error"]["name"], "USAGE");
+  EXPECT_EQ(objects[9]["last_sfp_port_type"], "nif");
 }
 
 TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {

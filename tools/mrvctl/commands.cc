@@ -19,13 +19,29 @@ std::string unknown_command(const CLI::App &app, const std::string &word) {
   return "no command '" + word + "'; nearest: " + join(nearest(word, names), ", ");
 }
 
+// Holds back the objects of a command that has to fail.
+class HeldJson {
+ public:
+  explicit HeldJson(Report &report) : report_(report), before_(report.hold_json(true)) {}
+  ~HeldJson() { release(); }
+  HeldJson(const HeldJson &) = delete;
+  HeldJson &operator=(const HeldJson &) = delete;
+  void release() const { report_.hold_json(before_); }
+
+ private:
+  Report &report_;
+  bool before_;
+};
+
 // Runs a command that has to fail.
 void run_expect_fail(Session &session, const std::vector<std::string> &words) {
   const Command command = parse_command(words);
   session.set_command(command.name);
+  const HeldJson held(session.report);
   try {
     command.run(session);
   } catch (const OperationFailed &failure) {
+    held.release();
     const std::string name = failure.code() ? result_name(*failure.code()) : "FAILED";
     session.report.result({{"command", "expect-fail"},
                            {"failed", command.name},
@@ -33,6 +49,7 @@ void run_expect_fail(Session &session, const std::vector<std::string> &words) {
                           "failed as expected: " + join(words, " ") + ": " + failure.what() + "\n");
     return;
   }
+  session.set_command("expect-fail");
   throw OperationFailed("the command succeeded, where a failure was expected");
 }
 
@@ -84,7 +101,8 @@ std::string parse_error_text(const CLI::App &app, const CLI::ParseError &error) 
   const std::vector<std::string> extra = app.remaining();
   if (app.get_subcommands().empty() && !extra.empty() && extra[0][0] != '-')
     return unknown_command(app, extra[0]);
-  return error.what();
+  const bool unexpected = dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr;
+  return unexpected ? "not expected: " + join(app.remaining(true), " ") : error.what();
 }
 
 CLI::Option *add_word(CLI::App *command, const std::string &name, std::string &word,
@@ -120,7 +138,7 @@ void add_port(CLI::App *command, PortArgs &args, uint32_t highest_type) {
     return parse_port_type(text, highest_type);
   };
   add_parsed<uint32_t>(command, "TYPE", args.type, parse,
-                       "Port type: hif, nif, cif, bif, or a number")
+                       format("Port type: hif, nif, cif, bif, or a number (0 to %u)", highest_type))
       ->required();
   add_number<uint32_t>(command, "PORT", args.port, "Port number within its type", 0, 255)
       ->required();

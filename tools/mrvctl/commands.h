@@ -37,10 +37,19 @@ void add_port_commands(CLI::App &app, Command &chosen);
 #ifdef MRVCTL_VIRTUAL_PLATFORM
 void add_platform_commands(CLI::App &app, Command &chosen);
 void add_platform_options(CLI::App &app);
+void watch_platform();
+
+// Throws OperationFailed if a transaction that was sent since the last check has failed. The
+// library tells nobody, but the virtual platform does; on another platform it stays unknown.
+void check_sent();
 #else
 inline void add_platform_commands(CLI::App &, Command &) {
 }
 inline void add_platform_options(CLI::App &) {
+}
+inline void watch_platform() {
+}
+inline void check_sent() {
 }
 #endif
 

@@ -52,6 +52,13 @@ class HelpFormatter : public CLI::Formatter {
     std::string text = format("  %-20s", command->get_name().c_str());
     return text + help.substr(0, help.find('\n')) + "\n";
   }
+
+  std::string make_usage(const CLI::App *app, std::string name) const override {
+    const std::string usage = CLI::Formatter::make_usage(app, std::move(name));
+    if (!app->get_prefix_command())
+      return usage;
+    return usage.substr(0, usage.find_last_not_of('\n') + 1) + " COMMAND\n";
+  }
 };
 
 void add_options(CLI::App &app, Options &options) {
@@ -60,7 +67,8 @@ void add_options(CLI::App &app, Options &options) {
       "Morvane ASIC");
   app.footer(
       "Numbers are decimal, hexadecimal (0x) or binary (0b). The exit status is 0, 1 where a\n"
-      "command failed, or 2 where it could not be understood.");
+      "command failed, or 2 where it could not be understood; with --keep-going that of the first\n"
+      "failure.");
   app.formatter(std::make_shared<HelpFormatter>());
   app.fallthrough();
   app.set_version_flag("--version", std::string("mrvctl ") + MRVCTL_VERSION);
@@ -96,31 +104,29 @@ class Runner {
 
   int status() const { return static_cast<int>(status_); }
 
-  // Runs one step; a message shows its position and `shown`, which the step may improve. False if
-  // the step failed.
-  bool run(const std::string &position, const std::string &shown,
-           const std::function<void()> &step) {
+  // Runs one step; a message shows its place and `shown`, which the step may improve. False if the
+  // step failed.
+  bool run(const Place &place, const std::string &shown, const std::function<void()> &step) {
     try {
       step();
       std::fflush(stdout);
       return true;
     } catch (const UsageError &error) {
-      fail(Status::kUsage, position, shown, error_json(std::nullopt, "USAGE", error.what()));
+      fail(Status::kUsage, place, shown, error_json(std::nullopt, "USAGE", error.what()));
     } catch (const OperationFailed &error) {
       const std::string name = error.code() ? result_name(*error.code()) : "FAILED";
-      fail(Status::kFailed, position, shown, error_json(error.code(), name, error.what()));
+      fail(Status::kFailed, place, shown, error_json(error.code(), name, error.what()));
     } catch (const std::exception &error) {
-      fail(Status::kFailed, position, shown, error_json(std::nullopt, "FAILED", error.what()));
+      fail(Status::kFailed, place, shown, error_json(std::nullopt, "FAILED", error.what()));
     }
     return false;
   }
 
  private:
-  void fail(Status status, const std::string &position, const std::string &shown,
-            const Json &error) {
+  void fail(Status status, const Place &place, const std::string &shown, const Json &error) {
     if (status_ == Status::kDone)
       status_ = status;
-    session_.report.failure(position, shown, session_.command(), error);
+    session_.report.failure(place, shown, session_.command(), error);
   }
 
   Session &session_;
@@ -133,10 +139,10 @@ void run_command(Session &session, const Command &command) {
 }
 
 // False if the line's command failed.
-bool run_line(Runner &runner, Session &session, const LineReader &reader) {
-  std::string shown = reader.line();
-  return runner.run(reader.position(), shown, [&] {
-    const std::vector<std::string> words = split_words(reader.line());
+bool run_line(Runner &runner, Session &session, const Place &place, const std::string &line) {
+  std::string shown = line;
+  return runner.run(place, shown, [&] {
+    const std::vector<std::string> words = split_words(line);
     if (words.empty())
       return;
     shown = join(words, " ");
@@ -151,10 +157,10 @@ void run_script(Runner &runner, Session &session, std::istream &input, const std
   session.in_script = true;
   bool more = true;
   while (true) {
-    if (!runner.run("", name, [&] { more = reader.next(); }) || !more)
+    if (!runner.run({}, name, [&] { more = reader.next(); }) || !more)
       return;
     session.set_place(name, reader.number());
-    if (!run_line(runner, session, reader) && !keep_going)
+    if (!run_line(runner, session, {name, reader.number()}, reader.line()) && !keep_going)
       return;
   }
 }
@@ -166,7 +172,7 @@ void run_script_file(Runner &runner, Session &session, const Options &options) {
   const size_t slash = options.script.rfind('/');
   session.folder = slash == std::string::npos ? "" : options.script.substr(0, slash + 1);
   std::ifstream input(options.script);
-  const bool opened = runner.run("", options.script, [&] {
+  const bool opened = runner.run({}, options.script, [&] {
     if (!input)
       throw UsageError(std::string("cannot open: ") + std::strerror(errno));
   });
@@ -188,8 +194,9 @@ int run(const CLI::App &app, const Options &options, const Command &chosen, int 
   if (options.json)
     session.report.use_json();
   session.report.take_standard_output();
+  watch_platform();
   Runner runner(session);
-  const bool ready = runner.run("", "init", [&] {
+  const bool ready = runner.run({}, "init", [&] {
     session.initialise(static_cast<uint8_t>(options.slot));
     if (options.trace)
       show_trace_state(session);
@@ -199,30 +206,40 @@ int run(const CLI::App &app, const Options &options, const Command &chosen, int 
   if (!options.script.empty())
     run_script_file(runner, session, options);
   else if (chosen.run)
-    runner.run("", shown_command(app, argc, argv), [&] { run_command(session, chosen); });
-  runner.run("", "end", [&] {
+    runner.run({}, shown_command(app, argc, argv), [&] { run_command(session, chosen); });
+  runner.run({}, "end", [&] {
     session.set_command("end");
     if (session.transaction.open())
       throw OperationFailed("transaction \"" + session.transaction.name() +
                             "\" was never committed: " + session.transaction.pending_text() +
                             " lost");
   });
-  runner.run("", "output", [&] {
+  runner.run({}, "output", [&] {
     if (!session.report.close())
       throw OperationFailed("the results could not be written");
   });
   return runner.status();
 }
 
-int refuse(const std::string &text, bool json) {
+// The words of the command, as far as it was parsed; null without one.
+Json parsed_command(const CLI::App &app) {
+  std::vector<std::string> names;
+  for (const CLI::App *at = &app; !at->get_subcommands().empty();) {
+    at = at->get_subcommands()[0];
+    names.push_back(at->get_name());
+  }
+  return names.empty() ? Json() : Json(join(names, " "));
+}
+
+int refuse(const CLI::App &app, const std::string &text, const std::string &help, bool json) {
   if (json)
-    std::cout << Json{{"command", nullptr}, {"error", error_json(std::nullopt, "USAGE", text)}}
-              << '\n';
-  std::cerr << "mrvctl: " << text << "\n(mrvctl --help and mrvctl COMMAND --help say more)\n";
+    std::cout << failure_json({}, parsed_command(app), error_json(std::nullopt, "USAGE", text));
+  std::cerr << "mrvctl: " << text << "\n" << help;
   return static_cast<int>(Status::kUsage);
 }
 
 int parse_and_run(int argc, char **argv) {
+  constexpr const char kMore[] = "(mrvctl --help and mrvctl COMMAND --help say more)\n";
   Options options;
   Command chosen;
   CLI::App app;
@@ -234,14 +251,14 @@ int parse_and_run(int argc, char **argv) {
   } catch (const CLI::Success &help) {
     return app.exit(help);
   } catch (const CLI::ParseError &error) {
-    return refuse(parse_error_text(app, error), options.json);
+    // The parser may have stopped before it came to the option.
+    const bool json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
+    return refuse(app, parse_error_text(app, error), kMore, json);
   }
   if (chosen.run && !options.script.empty())
-    return refuse("give either a command or a script", options.json);
-  if (!chosen.run && options.script.empty() && !options.trace) {
-    std::cerr << app.help();
-    return static_cast<int>(Status::kUsage);
-  }
+    return refuse(app, "give either a command or a script", kMore, options.json);
+  if (!chosen.run && options.script.empty() && !options.trace)
+    return refuse(app, "no command", app.help(), options.json);
   return run(app, options, chosen, argc, argv);
 }
 

@@ -194,9 +194,19 @@ std::string answer_text(const vp_call &call) {
   return text;
 }
 
+struct Watch {
+  bool show = false;
+  std::string request;
+  // Transactions that failed: the first one's name and errno, and the writes of all.
+  std::string lost_name;
+  int lost_errno = 0;
+  uint64_t lost_writes = 0;
+};
+
+Watch watch;
+
 // The service answers in the record of the request, so that has to be read before.
-void show_call(vp_phase phase, const vp_call *call, void *user) {
-  std::string &request = *static_cast<std::string *>(user);
+void show_call(vp_phase phase, const vp_call *call, std::string &request) {
   if (phase == VP_CALL_SENT) {
     request = format("sse_call2(%s, %u, %u, {", case_name(call->case_code), call->driver_id,
                      call->length) +
@@ -207,9 +217,22 @@ void show_call(vp_phase phase, const vp_call *call, void *user) {
   std::fprintf(stderr, "%s%s\n", request.c_str(), answer_text(*call).c_str());
 }
 
-void watch_calls() {
-  static std::string request;
-  vp_watch(show_call, &request);
+void note_lost_transaction(const vp_call &call) {
+  if (call.result >= 0 || record_of(call) != Record::kTransaction)
+    return;
+  const auto transaction = copy_of<kel_asic_xn_t>(call);
+  if (watch.lost_errno == 0) {
+    watch.lost_name = field_text(transaction.name);
+    watch.lost_errno = call.error_number;
+  }
+  watch.lost_writes += static_cast<uint64_t>(transaction.num);
+}
+
+void watch_call(vp_phase phase, const vp_call *call, void * /*user*/) {
+  if (phase == VP_CALL_ANSWERED)
+    note_lost_transaction(*call);
+  if (watch.show)
+    show_call(phase, call, watch.request);
 }
 
 // The commands.
@@ -296,17 +319,18 @@ void run_state(Session &session, const NoArgs &) {
       "SFP failures reported     %u",
       vp_sw_card_id(), state.nodrop_class_map, state.sp_timer, state.drop_clears,
       state.sfp_failures);
-  if (state.sfp_failures > 0)
-    text += format(", the last on %s %u", port_type_text(state.last_sfp_port_type).c_str(),
-                   state.last_sfp_port);
+  const bool failed = state.sfp_failures > 0;
+  const std::string last_type = port_type_text(state.last_sfp_port_type);
+  if (failed)
+    text += format(", the last on %s %u", last_type.c_str(), state.last_sfp_port);
   session.report.result({{"command", "state"},
                          {"sw_card_id", vp_sw_card_id()},
                          {"nodrop_class_map", state.nodrop_class_map},
                          {"sp_timer", state.sp_timer},
                          {"drop_clears", state.drop_clears},
                          {"sfp_failures", state.sfp_failures},
-                         {"last_sfp_port_type", state.last_sfp_port_type},
-                         {"last_sfp_port", state.last_sfp_port}},
+                         {"last_sfp_port_type", failed ? Json(last_type) : Json()},
+                         {"last_sfp_port", failed ? Json(state.last_sfp_port) : Json()}},
                         text + "\n");
 }
 
@@ -335,8 +359,24 @@ void add_traffic_command(CLI::App &app, Command &chosen) {
 }  // namespace
 
 void add_platform_options(CLI::App &app) {
-  app.add_flag_callback("--calls", watch_calls,
-                        "Show each service call, decoded, on standard error");
+  app.add_flag("--calls", watch.show, "Show each service call, decoded, on standard error");
+}
+
+void watch_platform() {
+  vp_watch(watch_call, nullptr);
+}
+
+void check_sent() {
+  if (watch.lost_errno == 0)
+    return;
+  const syserr_t code = KEL_ASIC_SYSERR_SERVICE | static_cast<syserr_t>(watch.lost_errno);
+  const std::string hint =
+      format("transaction \"%s\" failed: %llu %s lost", watch.lost_name.c_str(),
+             static_cast<unsigned long long>(watch.lost_writes),
+             watch.lost_writes == 1 ? "write" : "writes");
+  watch.lost_errno = 0;
+  watch.lost_writes = 0;
+  throw OperationFailed(code, hint);
 }
 
 void add_platform_commands(CLI::App &app, Command &chosen) {

@@ -8,11 +8,12 @@ namespace {
 // What a port operation that goes through a write has done; inside a transaction it is queued.
 void finish_write(Session &session, syserr_t result, const std::string &hint, Json object,
                   const std::string &text) {
-  check(result, hint);
-  object["queued"] = session.transaction.open();
-  session.report.result(object, text + (session.transaction.open() ? ": queued\n" : "\n"));
+  session.check_result(result, hint);
   if (session.transaction.open())
     session.transaction.add(1);
+  check_sent();
+  object["queued"] = session.transaction.open();
+  session.report.result(object, text + (session.transaction.open() ? ": queued\n" : "\n"));
 }
 
 Json port_json(const char *command, const PortArgs &args) {
@@ -69,9 +70,9 @@ void run_sfp_failed(Session &session, const PortArgs &args) {
 }
 
 void run_sp_timer(Session &session, const NumberArgs &args) {
-  check(lib_mrv_asic_prog_sp_timer(static_cast<cardcfg_module_id_t>(session.module),
-                                   static_cast<cardcfg_dev_id_t>(session.asic),
-                                   static_cast<uint16_t>(args.number)));
+  session.check_result(lib_mrv_asic_prog_sp_timer(static_cast<cardcfg_module_id_t>(session.module),
+                                                  static_cast<cardcfg_dev_id_t>(session.asic),
+                                                  static_cast<uint16_t>(args.number)));
   session.report.result({{"command", "sp-timer"}, {"time", args.number}},
                         format("SP timer %u\n", args.number));
 }

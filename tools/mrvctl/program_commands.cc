@@ -50,9 +50,13 @@ void run_program(Session &session, const ProgramArgs &args) {
                        static_cast<int>(steps.size()), who.context, who.file, who.line, who.func);
   if (result != 0) {
     session.transaction.add_some();
+    check_sent();
     throw OperationFailed(
         result, "the steps before the one that failed are " + std::string(written_text(session)));
   }
+  if (session.transaction.open())
+    session.transaction.add(uint64_t{existing.size()} * steps.size());
+  check_sent();
   std::string text = format("%zu %s", steps.size(), steps.size() == 1 ? "step" : "steps");
   text += existing.empty() ? ": nothing written"
                            : " for ASIC " + join(existing, ", ") + ": " + written_text(session);
@@ -64,8 +68,6 @@ void run_program(Session &session, const ProgramArgs &args) {
                          {"existing_asics", existing.size()},
                          {"queued", session.transaction.open()}},
                         text + "\n");
-  if (session.transaction.open())
-    session.transaction.add(uint64_t{existing.size()} * steps.size());
 }
 
 }  // namespace
@@ -88,7 +90,8 @@ void add_program_commands(CLI::App &app, Command &chosen) {
   CLI::Option *one = add_parsed(command, "--asic", args->asics, parse_one,
                                 format("Run it on this ASIC (0 to %u)", kHighestInMap))
                          ->type_name("N");
-  add_parsed(command, "--asics", args->asics, Parse(parse_asics), "Run it on these ASICs")
+  add_parsed(command, "--asics", args->asics, Parse(parse_asics),
+             format("Run it on these ASICs (0 to %u each)", kHighestInMap))
       ->type_name("N,...")
       ->excludes(one);
 }

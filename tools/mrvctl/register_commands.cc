@@ -85,6 +85,7 @@ Words read_run(Session &session, const Register &reg, std::optional<uint32_t> co
             : lib_mrv_asic_read(module, session.asic, reg.block, reg.instance, reg.vreg,
                                 answer.data(), who.context, who.file, who.line, who.func);
   session.transaction.after_read(result);
+  check_sent();
   if (result != 0)
     throw OperationFailed(result, session.refusal_hint(reg));
   return count ? answer.words() : Words{{*answer.data()}, 1};
@@ -151,10 +152,11 @@ void finish_write(Session &session, const Target &target, syserr_t result, Json 
   if (result != 0)
     throw OperationFailed(
         result, target.code == KEL_ASIC_WR_SYMBOLIC ? session.refusal_hint(target.reg) : "");
-  object["queued"] = session.transaction.open();
-  session.report.result(object, target_text(target) + text + ": " + written_text(session) + "\n");
   if (session.transaction.open())
     session.transaction.add(1);
+  check_sent();
+  object["queued"] = session.transaction.open();
+  session.report.result(object, target_text(target) + text + ": " + written_text(session) + "\n");
 }
 
 void run_write(Session &session, const WriteArgs &args) {
@@ -199,7 +201,7 @@ void add_read(CLI::App &app, Command &chosen) {
              format("Words of a run that starts at the register (0 to %u)", kMostWordsRead));
   const std::function<std::vector<uint32_t>(const std::string &)> parse_list = parse_numbers;
   add_parsed(command, "--expect", args->expected, parse_list,
-             "Fail unless these are the values read")
+             "Fail unless these are the values read (0 to 0xFFFFFFFF each)")
       ->type_name("VALUE,...");
   command
       ->add_option_function<std::string>("--raw", refuse_raw_read,
@@ -213,12 +215,12 @@ void add_write(CLI::App &app, Command &chosen, const char *name, const char *hel
   auto args = std::make_shared<WriteArgs>();
   CLI::App *command = add_command(app, chosen, name, help, args, run);
   add_word(command, "--raw", args->raw,
-           "Write this register address, unchecked, or send this command address")
+           "Write this register address, unchecked, or send this command address (0 to 0xFFFFFFFF)")
       ->type_name("ADDRESS");
   command
-      ->add_option(
-          "WORDS", args->words,
-          std::string("BLOCK.INST REGISTER ") + values + "; behind --raw ADDRESS only " + values)
+      ->add_option("WORDS", args->words,
+                   std::string("BLOCK.INST REGISTER ") + values + "; behind --raw ADDRESS only " +
+                       values + "; numbers from 0 to 0xFFFFFFFF")
       ->type_name("");
 }
 

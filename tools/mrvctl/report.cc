@@ -15,6 +15,10 @@
 namespace mrvctl {
 namespace {
 
+std::string object_line(const Json &object) {
+  return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
 constexpr size_t kWordsPerRow = 8;
 constexpr size_t kClasses = 8;
 
@@ -145,16 +149,18 @@ void Report::print(const std::string &text) {
 
 void Report::result(const Json &object, const std::string &text) {
   std::fflush(stdout);  // what the library has printed stands before the result
-  print(json_ ? object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n" : text);
+  if (json_ && held_)
+    return;
+  print(json_ ? object_line(object) : text);
 }
 
-void Report::failure(const std::string &position, const std::string &command_line,
-                     const std::string &command, const Json &error) {
+void Report::failure(const Place &place, const std::string &command_line, const Json &command,
+                     const Json &error) {
   std::fflush(stdout);
   if (json_)
-    print(Json{{"command", command}, {"error", error}}.dump(-1, ' ', false,
-                                                            Json::error_handler_t::replace) +
-          "\n");
+    print(failure_json(place, command, error));
+  const std::string position =
+      place.line > 0 ? place.file + ":" + std::to_string(place.line) + ": " : "";
   std::fprintf(stderr, "%s%s: %s\n", position.c_str(), command_line.c_str(),
                error["text"].get<std::string>().c_str());
 }
@@ -167,6 +173,14 @@ bool Report::close() {
 
 Json error_json(std::optional<syserr_t> code, const std::string &name, const std::string &text) {
   return {{"code", code ? Json(*code) : Json()}, {"name", name}, {"text", text}};
+}
+
+std::string failure_json(const Place &place, const Json &command, const Json &error) {
+  const bool in_script = place.line > 0;
+  return object_line({{"command", command},
+                      {"file", in_script ? Json(place.file) : Json()},
+                      {"line", in_script ? Json(place.line) : Json()},
+                      {"error", error}});
 }
 
 Json register_json(const char *command, const Register &reg) {

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kel_asic_intf.h"
@@ -16,6 +17,12 @@ namespace mrvctl {
 
 // Keys in the order in which they are set.
 using Json = nlohmann::ordered_json;
+
+// Where a command stands: a line of a script, or no script.
+struct Place {
+  std::string file;
+  int line = 0;
+};
 
 class Report {
  public:
@@ -29,12 +36,16 @@ class Report {
   bool dim_zeros() const;
   bool on_terminal() const;
 
+  // Holds back objects, or no more: a command that has to fail comes to one, its own. Tells
+  // whether they were held back before.
+  bool hold_json(bool hold) { return std::exchange(held_, hold); }
+
   // One command's result, in the form that was asked for.
   void result(const Json &object, const std::string &text);
 
-  // One command's failure: on standard error with its position, "FILE:LINE: " or nothing.
-  void failure(const std::string &position, const std::string &command_line,
-               const std::string &command, const Json &error);
+  // One command's failure: on standard error behind its place, "FILE:LINE: " or nothing.
+  void failure(const Place &place, const std::string &command_line, const Json &command,
+               const Json &error);
 
   // False where a result could not be written.
   bool close();
@@ -44,11 +55,15 @@ class Report {
 
   std::FILE *out_ = stdout;
   bool json_ = false;
+  bool held_ = false;
   bool failed_ = false;
 };
 
 // {"code":...,"name":...,"text":...}; the code is null where it was not the library that failed.
 Json error_json(std::optional<syserr_t> code, const std::string &name, const std::string &text);
+
+// {"command":...,"file":...,"line":...,"error":...}; file and line are null outside a script.
+std::string failure_json(const Place &place, const Json &command, const Json &error);
 
 // {"command":...,"block":...,"instance":...,"register":...,"vreg":...}
 Json register_json(const char *command, const Register &reg);

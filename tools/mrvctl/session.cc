@@ -122,12 +122,24 @@ const RegisterMap &Session::map() {
   return *map_;
 }
 
-std::string Session::refusal_hint(const Register &reg) {
+std::string Session::place_hint() {
   if (module > 3)
     return "modules are 0 to 3";
   if (asic > map().limits().max_asic)
     return format("ASIC numbers are 0 to %u", map().limits().max_asic);
-  return map().missing(reg);
+  return "";
+}
+
+void Session::check_result(syserr_t result, const std::string &hint) {
+  if (result == 0)
+    return;
+  const std::string place = place_hint();
+  throw OperationFailed(result, place.empty() ? hint : place);
+}
+
+std::string Session::refusal_hint(const Register &reg) {
+  const std::string place = place_hint();
+  return place.empty() ? map().missing(reg) : place;
 }
 
 }  // namespace mrvctl

@@ -59,6 +59,10 @@ class Session {
 
   const RegisterMap &map();
 
+  // Throws OperationFailed for any result but 0; a module or ASIC that does not exist is named
+  // before the hint.
+  void check_result(syserr_t result, const std::string &hint = "");
+
   // Why the library may have refused a register.
   std::string refusal_hint(const Register &reg);
 
@@ -74,6 +78,9 @@ class Session {
   std::vector<std::function<void(double)>> meanwhile;
 
  private:
+  // Why the module or ASIC does not exist; empty where both do.
+  std::string place_hint();
+
   std::string file_ = "mrvctl";
   std::string command_ = "mrvctl";
   int line_ = 0;

@@ -94,6 +94,7 @@ Words read_run(Session &session, const Register &reg, const Table &table, uint32
       static_cast<int>(session.module), session.asic, reg.block, reg.instance, reg.vreg, index,
       answer.data(), count, who.context, who.file, who.line, who.func);
   session.transaction.after_read(result);
+  check_sent();
   if (result != 0)
     throw OperationFailed(result, index_hint(session, reg, table, index));
   return answer.words();
@@ -178,6 +179,7 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
         words.data() + static_cast<size_t>(done) * table.entry_size, part, who.context, who.file,
         who.line, who.func);
     if (result != 0) {
+      check_sent();
       const std::string before =
           done == 0 ? "" : format(" (%u entries before it are %s)", done, written_text(session));
       throw OperationFailed(result, index_hint(session, reg, table, index) + before);
@@ -187,6 +189,7 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
     done += part;
     show_progress(done, count);
   }
+  check_sent();
   Json object = register_json("dhs-write", reg);
   object["index"] = args.index;
   object["entries"] = count;
@@ -210,7 +213,9 @@ void add_table_read(CLI::App &app, Command &chosen) {
   add_number(command, "INDEX", args->index, "First entry")->required();
   const std::function<std::optional<uint32_t>(const std::string &)> parse_count =
       [](const std::string &text) { return parse_number<uint32_t>(text, 0, kMostWordsRead); };
-  add_parsed(command, "COUNT", args->count, parse_count, "Number of entries; 1 if left out");
+  add_parsed(command, "COUNT", args->count, parse_count,
+             format("Number of entries (0 to %u, and at most as many words in all); 1 if left out",
+                    kMostWordsRead));
   command->add_flag("--addresses", args->addresses, "Show the address of each entry");
   add_word(command, "--expect-from", args->expected_path,
            "Fail unless these entries are read; COUNT is then their number")
@@ -228,7 +233,8 @@ void add_table_write(CLI::App &app, Command &chosen) {
       args, run_table_write);
   add_register(command, args->reg);
   add_number(command, "INDEX", args->index, "First entry")->required();
-  command->add_option("WORDS", args->words, "Words of one or more entries")->type_name("");
+  command->add_option("WORDS", args->words, "Words of one or more entries (0 to 0xFFFFFFFF each)")
+      ->type_name("");
   add_word(command, "--from", args->path, "Take the entries from a file; in a script, beside it")
       ->type_name("FILE");
 }
