@@ -34,6 +34,12 @@ endfunction()
 run(${CMAKE_COMMAND} -E env DESTDIR=${work}/stage
   ${CMAKE_COMMAND} --install ${BUILD} --prefix /opt/morvane)
 
+foreach(file share/man/man1/mrvctl.1 share/bash-completion/completions/mrvctl)
+  if(NOT EXISTS ${root}/${file})
+    message(FATAL_ERROR "${file} is not installed")
+  endif()
+endforeach()
+
 # Nothing in it leads back to the build.
 file(GLOB_RECURSE texts ${root}/*.pc ${root}/*.cmake ${root}/*.h)
 foreach(file IN LISTS texts)
