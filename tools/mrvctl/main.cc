@@ -54,7 +54,7 @@ class HelpFormatter : public CLI::Formatter {
   }
 
   std::string make_usage(const CLI::App *app, std::string name) const override {
-    const std::string usage = CLI::Formatter::make_usage(app, std::move(name));
+    std::string usage = CLI::Formatter::make_usage(app, std::move(name));
     if (!app->get_prefix_command())
       return usage;
     return usage.substr(0, usage.find_last_not_of('\n') + 1) + " COMMAND\n";
