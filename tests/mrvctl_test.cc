@@ -178,44 +178,6 @@ TEST_F(Mrvctl, LongLoadGoesInPartsAndSaysHowFarItCame) {
   expect_case(beyond, {1, "", {"Bad address", "(256 entries before it are written)"}});
 }
 
-TEST_F(Mrvctl, EntrySizesAreTheLibrarysAndTouchNothing) {
-  const Outcome result = run("--calls --json dhs");
-  ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.err, "");
-  const Json tables = Json::parse(result.out)["tables"];
-  EXPECT_EQ(tables.size(), 137U);
-  const auto has = [&](const char *name, unsigned size, unsigned highest) {
-    return std::any_of(tables.begin(), tables.end(), [&](const Json &table) {
-      return table["register"] == name && table["entry_size"] == size &&
-             table["highest_index"] == highest;
-    });
-  };
-  EXPECT_TRUE(has("HF_DHS_TCAM_OFFSET", 16, 2047));
-  EXPECT_TRUE(has("HF_DHS_POL_OFFSET", 8, 63));
-  EXPECT_TRUE(has("SS_DHS_ARB9_HI_OFFSET", 2, 1023));
-  EXPECT_TRUE(has("QS_DHS_ARB_CI_OFFSET", 1, 31));
-  EXPECT_TRUE(has("HF_DHS_RESULT_00_OFFSET", 4, 1023));  // the register map's to tell
-  EXPECT_EQ(result.out.find("SS_DHS_STATS_RAM"), std::string::npos);
-}
-
-TEST_F(Mrvctl, CallsAreDecoded) {
-  const Outcome result = run_script(
-      "begin boot --reorder\nwrite HI.2 5 7\npause on hif 3\ncommit\nread HI.2 5 2\n"
-      "fail EPERM\nexpect-fail qos clear nif 3\ntraffic nif 3 --class 0 --frames 5\n"
-      "qos show nif 3 --opts 9\nsp-timer 77\n",
-      "--calls --module 2");
-  ASSERT_EQ(result.status, 0) << result.err;
-  for (const char *part :
-       {"sse_call2(SYSSRV_MEM_WRITE_CASE, 236, 10280, {name=\"boot\", reorder=1, num=2, [{2, 0x0, ",
-        "0x7, 0xffffffff}, {2, 0x303, KEL_ASIC_CMD_LINK_PAUSE_ENABLE, 0x0, 0xffffffff}]}) = 0\n",
-        "sse_call2(SYSSRV_REG_READ_CASE, 236, 204, {TYPE_READ_DHS, module=2, asic=0x0, addr=0x10",
-        "num=2, context=5, read ", "s.mrv:5}) = 0 {num=2, words=[00000007 00000000]}\n",
-        "{QOS_STATS_CLEAR, module=2, asic=0, port_type=nif, port=3, opts=0x0}) = -1 EPERM (Op",
-        "opts=0x9}) = 0 {writes=5, reads=5, n2h_drops=0, h2n_drops=0}\n",
-        "sse_call2(SYSSRV_SP_TIME_CONFIGURE, 236, 196, {module=2, asic=0, time=77}) = 0\n"})
-    expect_part(result.err, part);
-}
-
 TEST_F(Mrvctl, JsonIsOneObjectACommand) {
   const Outcome result = run_script(
       "write HI.2 HI_DHS_LVIF 5\nread HI.2 5 3\ndhs-read HF.0 HF_DHS_POL 2 1 --addresses\n"

@@ -7,7 +7,6 @@
 #include <array>
 #include <cerrno>
 #include <numeric>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -18,7 +17,6 @@
 
 namespace {
 
-constexpr cardcfg_port_type_t kHif = CARDCFG_PORT_TYPE_HIF, kNif = CARDCFG_PORT_TYPE_NIF;
 constexpr uint32_t kAll = 0xFFFFFFFF;
 
 uint32_t address(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg) {
@@ -50,23 +48,6 @@ uint32_t word_at(uint32_t addr, uint32_t module = 0) {
   Request request = {TYPE_READ, module, 0, addr};
   EXPECT_EQ(read(request), 0);
   return request[kData];
-}
-
-int write_word(uint32_t addr, uint32_t data, uint32_t asic = 0) {
-  return write({TYPE_WRITE, 0, asic, addr, data, kAll});
-}
-
-int qos(uint32_t type, cardcfg_port_type_t port_type, uint8_t port,
-        kel_asic_qos_stats_t *stats = nullptr, uint8_t module = 0) {
-  kel_asic_qos_stats_params_t request = {type, module, 0, port_type, port, {}, 0};
-  const int refusal = send(SYSSRV_MEM_READ_CASE, &request, sizeof request);
-  if (stats != nullptr)
-    *stats = request.stats;
-  return refusal;
-}
-
-std::string bytes_of(const kel_asic_qos_stats_t &stats) {
-  return {reinterpret_cast<const char *>(&stats), sizeof stats};
 }
 
 // Words of a table register, or 0 for any other register.
@@ -131,16 +112,6 @@ TEST(VirtualPlatform, shows_the_asic_of_the_card_that_is_plugged_in) {
   EXPECT_EQ(type, 3U);
 }
 
-TEST(VirtualPlatform, keeps_words_by_module_and_changes_only_the_bits_under_a_field_mask) {
-  const uint32_t addr = address(KEL_ASIC_BLK_HI, 2, 7);
-  EXPECT_EQ(write_word(addr, 0xAABBCCDD), 0);
-  EXPECT_EQ(write({TYPE_WRITE_FIELD, 0, 0, addr, 0x11223344, 0x00FF0FF0}), 0);
-  EXPECT_EQ(word_at(addr), 0xAA22C34DU);
-  EXPECT_EQ(word_at(addr, 1), 0U);
-  vp_reset();
-  EXPECT_EQ(word_at(addr), 0U);
-}
-
 TEST(VirtualPlatform, moves_as_many_words_of_a_run_as_num_says) {
   const uint32_t addr = address(KEL_ASIC_BLK_HI, 0, 100);
   Request request = {TYPE_WRITE_DHS, 0, 0, addr, 0, kAll, 3};
@@ -158,6 +129,8 @@ TEST(VirtualPlatform, moves_as_many_words_of_a_run_as_num_says) {
   request[kNum] = 5;
   EXPECT_EQ(read(request, 5), 0);
   EXPECT_EQ(request[kNum], 5U);
+  EXPECT_EQ(word_at(addr), 1U);
+  EXPECT_EQ(word_at(addr, 1), 0U);  // another module
 
   const uint32_t before_a_hole = address(KEL_ASIC_BLK_HR, 0, 25);
   request = {TYPE_WRITE_DHS, 0, 0, before_a_hole, 0, kAll, 3};
@@ -197,12 +170,8 @@ TEST(VirtualPlatform, refuses_a_bad_request_with_the_errno_of_its_fault) {
     EXPECT_EQ(send(c.case_code, request.data(), c.length), c.expected) << c.fault;
   }
   EXPECT_EQ(send(reads, nullptr, 196), EFAULT);
-  EXPECT_EQ(qos(3, kHif, 0), EINVAL);
-  EXPECT_EQ(qos(QOS_STATS_CLEAR, kNif, 8), ENXIO);
-  const vp_traffic class_8 = {VP_N2H, 8, 1, 0}, too_much = {VP_N2H, 0, 1, 2};
-  EXPECT_EQ(vp_add_traffic(0, 0, kHif, 0, &class_8), EINVAL);
-  EXPECT_EQ(vp_add_traffic(0, 0, kHif, 0, &too_much), EINVAL);
-  EXPECT_EQ(vp_add_traffic(0, 0, CARDCFG_PORT_TYPE_BIF, 0, &too_much), ENXIO);
+  const vp_traffic class_8 = {VP_N2H, 8, 1, 0};
+  EXPECT_EQ(vp_add_traffic(0, 0, CARDCFG_PORT_TYPE_HIF, 0, &class_8), EINVAL);
 }
 
 TEST(VirtualPlatform, applies_a_transaction_in_order_up_to_its_number_or_not_at_all) {
@@ -225,57 +194,6 @@ TEST(VirtualPlatform, applies_a_transaction_in_order_up_to_its_number_or_not_at_
   vp_asic_state state{};
   EXPECT_EQ(vp_asic_show(2, 0, &state), 0);
   EXPECT_TRUE(state.sfp_failures == 1 && state.last_sfp_port_type == 3 && state.last_sfp_port == 5);
-}
-
-TEST(VirtualPlatform, holds_excess_back_by_pfc_before_pause_and_drops_it_otherwise) {
-  const vp_traffic n2h = {VP_N2H, 3, 100, 10}, h2n = {VP_H2N, 3, 50, 50};
-  EXPECT_EQ(write_word(KEL_ASIC_CMD_NODROP_CLASS_MAP, 0, 0xF7), 0);
-  EXPECT_EQ(vp_add_traffic(0, 0, kHif, 31, &n2h), 0);
-  EXPECT_EQ(vp_add_traffic(0, 0, kHif, 31, &h2n), 0);
-  EXPECT_EQ(write_word(KEL_ASIC_CMD_LINK_PAUSE_ENABLE, 0, 0x31F), 0);
-  EXPECT_EQ(vp_add_traffic(0, 0, kHif, 31, &n2h), 0);
-  EXPECT_EQ(write_word(KEL_ASIC_CMD_NODROP_CLASS_MAP, 0, 0x08), 0);
-  EXPECT_EQ(vp_add_traffic(0, 0, kHif, 31, &n2h), 0);
-  kel_asic_qos_stats_t stats{}, expected{};
-  expected.pause.flow_ctrl = 1;
-  expected.pause.tx_xoff_cnt = expected.pause.tx_xon_cnt = 1;
-  expected.pause.tx_pfc_xoff_cnt[3] = 1;
-  expected.pause.tx_pfc_cnt = 2;
-  expected.ss_dhs.wr_rcvd_cnt[3] = 350;
-  expected.ss_dhs.rd_sent_cnt[3] = 290;
-  expected.ss_dhs.wr_discard_cnt = 60;
-  expected.drops.n2h_drops[0][3] = 10;
-  expected.drops.h2n_drops[0][3] = 50;
-  EXPECT_EQ(qos(QOS_STATS_GET, kHif, 31, &stats), 0);
-  EXPECT_EQ(bytes_of(stats), bytes_of(expected));
-
-  EXPECT_EQ(write_word(KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, 0), 0);
-  expected.drops = {};
-  EXPECT_EQ(qos(QOS_STATS_GET, kHif, 31, &stats), 0);
-  EXPECT_EQ(bytes_of(stats), bytes_of(expected));
-}
-
-TEST(VirtualPlatform, clears_the_statistics_of_one_port_or_of_all_ports_and_keeps_their_pause) {
-  const vp_traffic traffic = {VP_N2H, 1, 5, 0};
-  using FlowAndFrames = std::pair<uint32_t, uint64_t>;  // of port 7
-  const auto seen = [](cardcfg_port_type_t type, uint8_t module = 0) {
-    kel_asic_qos_stats_t stats{};
-    EXPECT_EQ(qos(QOS_STATS_GET, type, 7, &stats, module), 0);
-    return FlowAndFrames(stats.pause.flow_ctrl, uint64_t{stats.ss_dhs.wr_rcvd_cnt[1]});
-  };
-  for (const uint32_t module : {0U, 1U}) {
-    EXPECT_EQ(vp_add_traffic(module, 0, kHif, 7, &traffic), 0);
-    EXPECT_EQ(vp_add_traffic(module, 0, kNif, 7, &traffic), 0);
-  }
-  EXPECT_EQ(write_word(KEL_ASIC_CMD_LINK_PAUSE_ENABLE, 0, 0x207), 0);
-  EXPECT_EQ(qos(QOS_STATS_CLEAR, kNif, 7), 0);
-  EXPECT_EQ(seen(kNif), FlowAndFrames(1, 0));
-  EXPECT_EQ(seen(kHif), FlowAndFrames(0, 5));
-  EXPECT_EQ(qos(QOS_STATS_CLEAR_ALL, CARDCFG_PORT_TYPE_CIF, 0), 0);  // names no port
-  EXPECT_EQ(write_word(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, 0, 0x207), 0);
-  EXPECT_EQ(seen(kNif), FlowAndFrames(0, 0));
-  EXPECT_EQ(seen(kHif), FlowAndFrames(0, 0));
-  EXPECT_EQ(seen(kNif, 1), FlowAndFrames(0, 5));
 }
 
 TEST(VirtualPlatform, tells_the_watcher_of_every_call_and_lets_calls_go_wrong_in_turn) {
