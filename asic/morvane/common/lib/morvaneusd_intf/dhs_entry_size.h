@@ -2,25 +2,23 @@
 #ifndef DHS_ENTRY_SIZE_H
 #define DHS_ENTRY_SIZE_H
 
+#include "kel_asic_dhs_tables.h"
 #include "kel_asic_lib_private.h"
 #include "trace_log.h"
 
 #pragma GCC visibility push(hidden)
 
+// The published rows in less room, with an index by block: a lookup is on the way of every access to a
+// table.
 struct dhs_row {
-  uint8_t block;
-  uint8_t words;           // in each entry, or dhs_by_hook
+  uint8_t words;           // in each entry, or KEL_ASIC_DHS_BY_HOOK
   uint16_t highest_index;  // of the entries
   uint16_t first;          // registers first to last
   uint16_t last;
 };
 
-// The register map's hook knows the entry size.
-constexpr uint8_t dhs_by_hook = 0;
+constexpr std::size_t dhs_row_count = KEL_ASIC_DHS_ROWS;
 
-constexpr std::size_t dhs_row_count = 41;
-
-// All table registers, block by block.
 struct dhs_table {
   uint8_t begin[KEL_ASIC_NUM_BLK + 1];  // where the rows of each block begin, and the last ones end
   dhs_row rows[dhs_row_count];
@@ -47,9 +45,9 @@ KEL_INLINE int kel_asic_reg_dhs_entry_size(kel_asic_num_t asic_id, kel_asic_blk_
             static_cast<int>(dhs_index));
   const dhs_row *row = find_dhs_row(blk, vreg);
   const KEL_ASIC_fn &funcs = lib_ctx.asic_specific[asic_id].funcs;
-  if (row != nullptr && row->words != dhs_by_hook && dhs_index <= row->highest_index)
+  if (row != nullptr && row->words != KEL_ASIC_DHS_BY_HOOK && dhs_index <= row->highest_index)
     return row->words;
-  if (row != nullptr && row->words == dhs_by_hook && funcs.reg_dhs_entry_size != nullptr)
+  if (row != nullptr && row->words == KEL_ASIC_DHS_BY_HOOK && funcs.reg_dhs_entry_size != nullptr)
     return funcs.reg_dhs_entry_size(blk, vreg, dhs_index);
   KEL_TRACE('l', 0, "%s: Unrecognized DHS entry for block %d vreg %d dhs_index %d\n", function,
             static_cast<int>(blk), static_cast<int>(vreg), static_cast<int>(dhs_index));

@@ -1,0 +1,113 @@
+/**
+ * @file
+ * The shapes of the table (DHS) registers of the Morvane: which registers are tables, how many
+ * entries they have, and how many words an entry has. Whoever reads or writes entries sizes the
+ * array by it:
+ *
+ *     enum { ENTRIES = 4 };
+ *     int size = kel_asic_dhs_entry_size(KEL_ASIC_BLK_HF, HF_DHS_POL_OFFSET, 0);   // 8
+ *     uint32_t *words = malloc(ENTRIES * (size_t)size * sizeof *words);
+ *     err = lib_mrv_asic_read_dhs(0, 0, KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET, 0, words, ENTRIES,
+ *                                 0, __FILE__, __LINE__, __func__);
+ *
+ * The library's own checks are built from these rows. They are data: nothing here calls the library
+ * or the service, needs an initialisation, or touches an open transaction; any thread may read them
+ * at any time.
+ */
+#ifndef KEL_ASIC_DHS_TABLES_H
+#define KEL_ASIC_DHS_TABLES_H
+
+#include <stdint.h>
+
+#include "kel_asic_intf.h"
+
+/** In place of the words of an entry: the register map's hook decides, on the index as well. */
+#define KEL_ASIC_DHS_BY_HOOK 0
+
+/** One table register, or neighbours of one shape. 20 bytes. */
+typedef struct kel_asic_dhs_row_t {
+  kel_asic_blk_t block;   /**< 0: the block */
+  kel_asic_reg_t first;   /**< 4: the first register of the row */
+  kel_asic_reg_t last;    /**< 8: the last one; the first again where it is alone */
+  uint32_t highest_index; /**< 12: index of the last entry; 0 where the hook decides */
+  uint32_t words;         /**< 16: 32-bit words in an entry, or ::KEL_ASIC_DHS_BY_HOOK */
+} kel_asic_dhs_row_t;
+
+#ifdef __cplusplus
+#define KEL_ASIC_DHS_DATA static constexpr
+#else
+#define KEL_ASIC_DHS_DATA static const
+#endif
+
+/* clang-format off: one row a line */
+/** All table registers, block by block. */
+KEL_ASIC_DHS_DATA kel_asic_dhs_row_t kel_asic_dhs_rows[] = {
+  {KEL_ASIC_BLK_SS, SS_DHS_DD_OFFSET, SS_DHS_DD_OFFSET, 1023, 1},
+  {KEL_ASIC_BLK_SS, SS_DHS_ARB0_OFFSET, SS_DHS_ARB9_HI_OFFSET, 1023, 2},
+  {KEL_ASIC_BLK_HR, HR_DHS_OQ0_STATUS_OFFSET, HR_DHS_OQ0_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_HR, HR_DHS_OQ1_STATUS_OFFSET, HR_DHS_OQ1_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_HR, HR_DHS_OQ2_STATUS_OFFSET, HR_DHS_OQ2_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_HR, HR_DHS_OQ3_STATUS_OFFSET, HR_DHS_OQ3_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_HR, HR_DHS_OQ4_STATUS_OFFSET, HR_DHS_OQ4_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_HR, HR_DHS_OQ5_STATUS_OFFSET, HR_DHS_OQ5_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_HR, HR_DHS_ARB0_OFFSET, HR_DHS_ARB8_OFFSET, 31, 1},
+  {KEL_ASIC_BLK_NR, NR_DHS_OQ0_STATUS_OFFSET, NR_DHS_OQ0_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_NR, NR_DHS_OQ1_STATUS_OFFSET, NR_DHS_OQ1_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_NR, NR_DHS_OQ2_STATUS_OFFSET, NR_DHS_OQ2_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_NR, NR_DHS_OQ3_STATUS_OFFSET, NR_DHS_OQ3_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_NR, NR_DHS_OQ4_STATUS_OFFSET, NR_DHS_OQ4_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_NR, NR_DHS_OQ5_STATUS_OFFSET, NR_DHS_OQ5_STATUS_OFFSET, 402, 1},
+  {KEL_ASIC_BLK_NR, NR_DHS_ARB0_OFFSET, NR_DHS_ARB33_OFFSET, 31, 1},
+  {KEL_ASIC_BLK_NR, NR_DHS_ARB34_OFFSET, NR_DHS_ARB49_OFFSET, 31, 1},
+  {KEL_ASIC_BLK_HI, HI_DHS_LVIF_TCAM_OFFSET, HI_DHS_LVIF_TCAM_OFFSET, 1023, 1},
+  {KEL_ASIC_BLK_HI, HI_DHS_LVIF_OFFSET, HI_DHS_LVIF_OFFSET, 1023, 1},
+  {KEL_ASIC_BLK_HI, HI_HI0_DHS_LVIF_TCAM_OFFSET, HI_HI0_DHS_LVIF_TCAM_OFFSET, 0, KEL_ASIC_DHS_BY_HOOK},
+  {KEL_ASIC_BLK_HF, HF_DHS_SVIF_MEM_OFFSET, HF_DHS_SVIF_MEM_OFFSET, 16383, 1},
+  {KEL_ASIC_BLK_HF, HF_DHS_SVIF_MEM_LO_OFFSET, HF_DHS_SVIF_MEM_LO_OFFSET, 16383, 2},
+  {KEL_ASIC_BLK_HF, HF_DHS_LVIF_MEM_OFFSET, HF_DHS_LVIF_MEM_OFFSET, 4095, 1},
+  {KEL_ASIC_BLK_HF, HF_DHS_TCAM_OFFSET, HF_DHS_TCAM_OFFSET, 2047, 16},
+  {KEL_ASIC_BLK_HF, HF_DHS_RESULT_OFFSET, HF_DHS_RESULT_OFFSET, 1023, 1},
+  {KEL_ASIC_BLK_HF, HF_DHS_RESULT_00_OFFSET, HF_DHS_RESULT_00_OFFSET, 0, KEL_ASIC_DHS_BY_HOOK},
+  {KEL_ASIC_BLK_HF, HF_DHS_POL_OFFSET, HF_DHS_POL_OFFSET, 63, 8},
+  {KEL_ASIC_BLK_HF, HF_DHS_RESULT_LO_OFFSET, HF_DHS_RESULT_HI_OFFSET, 1023, 2},
+  {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEM_OFFSET, NF_DHS_MCAST_MEM_OFFSET, 16383, 1},
+  {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEM_00_OFFSET, NF_DHS_MCAST_MEM_00_OFFSET, 0, KEL_ASIC_DHS_BY_HOOK},
+  {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEM_OFFSET, NF_DHS_UCAST_MEM_00_OFFSET, 0, KEL_ASIC_DHS_BY_HOOK},
+  {KEL_ASIC_BLK_NF, NF_DHS_TCAM_OFFSET, NF_DHS_TCAM_OFFSET, 2047, 16},
+  {KEL_ASIC_BLK_NF, NF_DHS_RESULT_OFFSET, NF_DHS_RESULT_OFFSET, 1023, 2},
+  {KEL_ASIC_BLK_NF, NF_DHS_RESULT_00_OFFSET, NF_DHS_RESULT_00_OFFSET, 0, KEL_ASIC_DHS_BY_HOOK},
+  {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEMIF_DATA_OFFSET, NF_DHS_MCAST_MEMIF_DATA_OFFSET, 4095, 2},
+  {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEMIF_DATA_OFFSET, NF_DHS_UCAST_MEMIF_DATA_OFFSET, 0, KEL_ASIC_DHS_BY_HOOK},
+  {KEL_ASIC_BLK_NF, NF_DHS_TCAM_MASK_OFFSET, NF_DHS_TCAM_MASK_OFFSET, 2047, 16},
+  {KEL_ASIC_BLK_CI, CI_DHS_MCAST_MEMIF_DATA_OFFSET, CI_DHS_MCAST_MEMIF_DATA_OFFSET, 255, 2},
+  {KEL_ASIC_BLK_QS, QS_DHS_OQ0_STATUS_OFFSET, QS_DHS_OQ7_STATUS_OFFSET, 511, 1},
+  {KEL_ASIC_BLK_QS, QS_DHS_ARB_NI_OFFSET, QS_DHS_ARB_HI_OFFSET, 255, 1},
+  {KEL_ASIC_BLK_QS, QS_DHS_ARB_BI_OFFSET, QS_DHS_ARB_CI_OFFSET, 31, 1},
+};
+/* clang-format on */
+
+/** Number of rows. */
+#define KEL_ASIC_DHS_ROWS (sizeof kel_asic_dhs_rows / sizeof kel_asic_dhs_rows[0])
+
+/**
+ * Tells the words of a table entry.
+ *
+ * @param block the block of the register; a value that is no block has no table
+ * @param vreg  number of the register within its block
+ * @param index number of the entry, 0 to the table's highest index
+ *
+ * @return 1 to 16, the words of the entry; ::KEL_ASIC_DHS_BY_HOOK (0) where the register map's hook
+ *         decides, whatever the index; -1 where the register is no table or has no such entry
+ */
+static inline int kel_asic_dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg,
+                                          uint32_t index) {
+  for (uint32_t i = 0; i < KEL_ASIC_DHS_ROWS; ++i) {
+    const kel_asic_dhs_row_t *row = &kel_asic_dhs_rows[i];
+    if (row->block != block || vreg < row->first || vreg > row->last)
+      continue;
+    return row->words == KEL_ASIC_DHS_BY_HOOK || index <= row->highest_index ? (int)row->words : -1;
+  }
+  return -1;
+}
+
+#endif
