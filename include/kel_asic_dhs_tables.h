@@ -39,8 +39,8 @@ typedef struct kel_asic_dhs_row_t {
 #define KEL_ASIC_DHS_DATA static const
 #endif
 
-/* clang-format off: one row a line */
 /** All table registers, block by block. */
+/* clang-format off */
 KEL_ASIC_DHS_DATA kel_asic_dhs_row_t kel_asic_dhs_rows[] = {
   {KEL_ASIC_BLK_SS, SS_DHS_DD_OFFSET, SS_DHS_DD_OFFSET, 1023, 1},
   {KEL_ASIC_BLK_SS, SS_DHS_ARB0_OFFSET, SS_DHS_ARB9_HI_OFFSET, 1023, 2},

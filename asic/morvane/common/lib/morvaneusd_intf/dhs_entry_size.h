@@ -8,8 +8,8 @@
 
 #pragma GCC visibility push(hidden)
 
-// The published rows in less room, with an index by block: a lookup is on the way of every access to a
-// table.
+// The published rows in less room, with an index by block: a lookup is on the way of every access
+// to a table.
 struct dhs_row {
   uint8_t words;           // in each entry, or KEL_ASIC_DHS_BY_HOOK
   uint16_t highest_index;  // of the entries
