@@ -8,25 +8,9 @@
 #include <fstream>
 #include <iostream>
 
-#include "commands.h"
-#include "script.h"
-#include "text.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define MRVCTL_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define MRVCTL_ADDRESS_SANITIZER
-#endif
-#endif
-
-#ifdef MRVCTL_ADDRESS_SANITIZER
-// An allocation that is too large fails as it does without the sanitizer: the library is asked for
-// entry sizes by a run that no buffer can hold.
-extern "C" const char *__asan_default_options() {
-  return "allocator_may_return_null=1";
-}
-#endif
+#include "base/lines.h"
+#include "base/text.h"
+#include "commands/commands.h"
 
 namespace mrvctl {
 namespace {
@@ -44,47 +28,29 @@ struct Options {
   uint32_t asic = 0;
 };
 
-// Descriptions have a first line for the list of commands, and more for a command's own help.
-class HelpFormatter : public CLI::Formatter {
- public:
-  std::string make_subcommand(const CLI::App *command) const override {
-    const std::string help = command->get_description();
-    std::string text = format("  %-20s", command->get_name().c_str());
-    return text + help.substr(0, help.find('\n')) + "\n";
-  }
+constexpr char kDescription[] =
+    "Client of libmorvaneusd: registers, tables, transactions, programs, QoS and ports of a\n"
+    "Morvane ASIC";
 
-  std::string make_usage(const CLI::App *app, std::string name) const override {
-    std::string usage = CLI::Formatter::make_usage(app, std::move(name));
-    if (!app->get_prefix_command())
-      return usage;
-    return usage.substr(0, usage.find_last_not_of('\n') + 1) + " COMMAND\n";
-  }
-};
+constexpr char kFooter[] =
+    "Numbers are decimal, hexadecimal (0x) or binary (0b). The exit status is 0, 1 where a\n"
+    "command failed, or 2 where it could not be understood; with --keep-going that of the first\n"
+    "failure.";
 
-void add_options(CLI::App &app, Options &options) {
-  app.description(
-      "Client of libmorvaneusd: registers, tables, transactions, programs, QoS and ports of a\n"
-      "Morvane ASIC");
-  app.footer(
-      "Numbers are decimal, hexadecimal (0x) or binary (0b). The exit status is 0, 1 where a\n"
-      "command failed, or 2 where it could not be understood; with --keep-going that of the first\n"
-      "failure.");
-  app.formatter(std::make_shared<HelpFormatter>());
-  app.fallthrough();
-  app.set_version_flag("--version", std::string("mrvctl ") + MRVCTL_VERSION);
-  add_word(&app, "-f,--file", options.script,
-           "Run the commands of a script, one a line; - for standard input")
-      ->type_name("FILE");
-  app.add_flag("--keep-going", options.keep_going,
-               "Go on behind a command of a script that failed");
-  app.add_flag("--json", options.json, "Print results as JSON, one object a line");
-  app.add_flag("--trace", options.trace,
-               "Tell whether the library's trace is on, and how to "
-               "switch it on");
-  add_platform_options(app);
-  add_number<uint32_t>(&app, "--slot", options.slot, "Slot of the card; 0 if left out", 0, 255);
-  add_number<uint32_t>(&app, "--module", options.module, "Module; 0 if left out", 0, 3);
-  add_number<uint32_t>(&app, "--asic", options.asic, "ASIC number; 0 if left out", 0, 255);
+void describe_options(Arguments &arguments, Options &options) {
+  arguments
+      .word("-f,--file", options.script,
+            "Run the commands of a script, one a line; - for standard input")
+      .type_name("FILE");
+  arguments.flag("--keep-going", options.keep_going,
+                 "Go on behind a command of a script that failed");
+  arguments.flag("--json", options.json, "Print results as JSON, one object a line");
+  arguments.flag("--trace", options.trace,
+                 "Tell whether the library's trace is on, and how to switch it on");
+  add_platform_options(arguments);
+  arguments.number<uint32_t>("--slot", options.slot, "Slot of the card; 0 if left out", 0, 255);
+  arguments.number<uint32_t>("--module", options.module, "Module; 0 if left out", 0, 3);
+  arguments.number<uint32_t>("--asic", options.asic, "ASIC number; 0 if left out", 0, 255);
 }
 
 void show_trace_state(Session &session) {
@@ -139,7 +105,8 @@ void run_command(Session &session, const Command &command) {
 }
 
 // False if the line's command failed.
-bool run_line(Runner &runner, Session &session, const Place &place, const std::string &line) {
+bool run_line(Runner &runner, Parser &parser, Session &session, const Place &place,
+              const std::string &line) {
   std::string shown = line;
   return runner.run(place, shown, [&] {
     const std::vector<std::string> words = split_words(line);
@@ -147,12 +114,12 @@ bool run_line(Runner &runner, Session &session, const Place &place, const std::s
       return;
     shown = join(words, " ");
     session.set_command(words[0]);
-    run_command(session, parse_command(words));
+    run_command(session, parser.parse(words));
   });
 }
 
-void run_script(Runner &runner, Session &session, std::istream &input, const std::string &name,
-                bool keep_going) {
+void run_script(Runner &runner, Parser &parser, Session &session, std::istream &input,
+                const std::string &name, bool keep_going) {
   LineReader reader(input, name);
   session.in_script = true;
   bool more = true;
@@ -160,14 +127,14 @@ void run_script(Runner &runner, Session &session, std::istream &input, const std
     if (!runner.run({}, name, [&] { more = reader.next(); }) || !more)
       return;
     session.set_place(name, reader.number());
-    if (!run_line(runner, session, {name, reader.number()}, reader.line()) && !keep_going)
+    if (!run_line(runner, parser, session, {name, reader.number()}, reader.line()) && !keep_going)
       return;
   }
 }
 
-void run_script_file(Runner &runner, Session &session, const Options &options) {
+void run_script_file(Runner &runner, Parser &parser, Session &session, const Options &options) {
   if (options.script == "-")
-    return run_script(runner, session, std::cin, "stdin", options.keep_going);
+    return run_script(runner, parser, session, std::cin, "stdin", options.keep_going);
   session.set_command("script");
   const size_t slash = options.script.rfind('/');
   session.folder = slash == std::string::npos ? "" : options.script.substr(0, slash + 1);
@@ -177,17 +144,17 @@ void run_script_file(Runner &runner, Session &session, const Options &options) {
       throw UsageError(std::string("cannot open: ") + std::strerror(errno));
   });
   if (opened)
-    run_script(runner, session, input, options.script, options.keep_going);
+    run_script(runner, parser, session, input, options.script, options.keep_going);
 }
 
 // What the command line has from the command on.
-std::string shown_command(const CLI::App &app, int argc, char **argv) {
+std::string shown_command(const std::string &name, int argc, char **argv) {
   const std::vector<std::string> words(argv, argv + argc);
-  const std::string first = app.get_subcommands().at(0)->get_name();
+  const std::string first = name.substr(0, name.find(' '));
   return join({std::find(words.begin(), words.end(), first), words.end()}, " ");
 }
 
-int run(const CLI::App &app, const Options &options, const Command &chosen, int argc, char **argv) {
+int run(Parser &parser, const Options &options, const Command &chosen, int argc, char **argv) {
   Session session;
   session.module = options.module;
   session.asic = options.asic;
@@ -204,9 +171,9 @@ int run(const CLI::App &app, const Options &options, const Command &chosen, int 
   if (!ready)
     return runner.status();
   if (!options.script.empty())
-    run_script_file(runner, session, options);
+    run_script_file(runner, parser, session, options);
   else if (chosen.run)
-    runner.run({}, shown_command(app, argc, argv), [&] { run_command(session, chosen); });
+    runner.run({}, shown_command(chosen.name, argc, argv), [&] { run_command(session, chosen); });
   runner.run({}, "end", [&] {
     session.set_command("end");
     if (session.transaction.open())
@@ -221,19 +188,11 @@ int run(const CLI::App &app, const Options &options, const Command &chosen, int 
   return runner.status();
 }
 
-// The words of the command, as far as it was parsed; null without one.
-Json parsed_command(const CLI::App &app) {
-  std::vector<std::string> names;
-  for (const CLI::App *at = &app; !at->get_subcommands().empty();) {
-    at = at->get_subcommands()[0];
-    names.push_back(at->get_name());
-  }
-  return names.empty() ? Json() : Json(join(names, " "));
-}
-
-int refuse(const CLI::App &app, const std::string &text, const std::string &help, bool json) {
+int refuse(const std::string &text, const std::string &command, const std::string &help,
+           bool json) {
   if (json)
-    std::cout << failure_json({}, parsed_command(app), error_json(std::nullopt, "USAGE", text));
+    std::cout << failure_json({}, command.empty() ? Json() : Json(command),
+                              error_json(std::nullopt, "USAGE", text));
   std::cerr << "mrvctl: " << text << "\n" << help;
   return static_cast<int>(Status::kUsage);
 }
@@ -241,25 +200,26 @@ int refuse(const CLI::App &app, const std::string &text, const std::string &help
 int parse_and_run(int argc, char **argv) {
   constexpr const char kMore[] = "(mrvctl --help and mrvctl COMMAND --help say more)\n";
   Options options;
+  Parser parser;
+  add_commands(parser);
   Command chosen;
-  CLI::App app;
-  app.name("mrvctl");
-  add_options(app, options);
-  add_commands(app, chosen);
   try {
-    app.parse(argc, argv);
-  } catch (const CLI::Success &help) {
-    return app.exit(help);
-  } catch (const CLI::ParseError &error) {
+    chosen = parser.parse_command_line(
+        argc, argv, [&](Arguments &arguments) { describe_options(arguments, options); },
+        kDescription, kFooter, "mrvctl " MRVCTL_VERSION);
+  } catch (const TextAsked &asked) {
+    std::cout << asked.text << std::flush;
+    return static_cast<int>(std::cout ? Status::kDone : Status::kFailed);
+  } catch (const ArgumentsRefused &refusal) {
     // The parser may have stopped before it came to the option.
     const bool json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
-    return refuse(app, parse_error_text(app, error), kMore, json);
+    return refuse(refusal.what(), refusal.command(), kMore, json);
   }
   if (chosen.run && !options.script.empty())
-    return refuse(app, "give either a command or a script", kMore, options.json);
+    return refuse("give either a command or a script", chosen.name, kMore, options.json);
   if (!chosen.run && options.script.empty() && !options.trace)
-    return refuse(app, "no command", app.help(), options.json);
-  return run(app, options, chosen, argc, argv);
+    return refuse("no command", "", parser.help(), options.json);
+  return run(parser, options, chosen, argc, argv);
 }
 
 }  // namespace

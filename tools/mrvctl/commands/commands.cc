@@ -1,0 +1,130 @@
+// What the commands share: arguments that several of them take, what reads have in common, and the
+// command for scripts that show failures.
+#include "commands/commands.h"
+
+#include <random>
+
+#include "base/text.h"
+#include "registers/port_types.h"
+
+namespace mrvctl {
+namespace {
+
+// Holds back the objects of a command that has to fail.
+class HeldJson {
+ public:
+  explicit HeldJson(Report &report) : report_(report), before_(report.hold_json(true)) {}
+  ~HeldJson() { release(); }
+  HeldJson(const HeldJson &) = delete;
+  HeldJson &operator=(const HeldJson &) = delete;
+  void release() const { report_.hold_json(before_); }
+
+ private:
+  Report &report_;
+  bool before_;
+};
+
+struct ExpectFailArgs {
+  std::vector<std::string> words;
+};
+
+// Runs a command that has to fail.
+void run_expect_fail(Parser &parser, Session &session, const std::vector<std::string> &words) {
+  const Command command = parser.parse(words);
+  session.set_command(command.name);
+  const HeldJson held(session.report);
+  try {
+    command.run(session);
+  } catch (const OperationFailed &failure) {
+    held.release();
+    const std::string name = failure.code() ? result_name(*failure.code()) : "FAILED";
+    session.report.result({{"command", "expect-fail"},
+                           {"failed", command.name},
+                           {"error", error_json(failure.code(), name, failure.what())}},
+                          "failed as expected: " + join(words, " ") + ": " + failure.what() + "\n");
+    return;
+  }
+  session.set_command("expect-fail");
+  throw OperationFailed("the command succeeded, where a failure was expected");
+}
+
+}  // namespace
+
+void add_script_commands(Parser &parser) {
+  parser.add<ExpectFailArgs>(
+      {"expect-fail", "Scripts",
+       "Run the COMMAND behind it, which has to fail\n"
+       "A failure succeeds, and a success fails: for scripts that show or check failures."},
+      [](Arguments &arguments, ExpectFailArgs &args) { arguments.rest("COMMAND", args.words); },
+      [&parser](Session &session, const ExpectFailArgs &args) {
+        run_expect_fail(parser, session, args.words);
+      });
+}
+
+void add_commands(Parser &parser) {
+  add_register_commands(parser);
+  add_table_commands(parser);
+  add_transaction_commands(parser);
+  add_program_commands(parser);
+  add_qos_commands(parser);
+  add_port_commands(parser);
+  add_platform_commands(parser);
+  add_script_commands(parser);
+}
+
+void describe_register(Arguments &arguments, RegisterArgs &args) {
+  arguments.word("BLOCK.INST", args.place, "Block and instance, like HI.2").required();
+  arguments
+      .word("REGISTER", args.name,
+            "Name, with _OFFSET or without, in any case; or number (see regs)")
+      .required();
+}
+
+void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type) {
+  const auto parse = [highest_type](const std::string &text) {
+    return parse_port_type(text, highest_type);
+  };
+  arguments
+      .parsed("TYPE", args.type, parse,
+              format("Port type: hif, nif, cif, bif, or a number (0 to %u)", highest_type))
+      .required();
+  arguments.number<uint32_t>("PORT", args.port, "Port number within its type", 0, 255).required();
+}
+
+Answer::Answer(size_t words) : untouched_(std::random_device()()), words_(words + 1, untouched_) {
+}
+
+Words Answer::words() const {
+  Words read = {{words_.begin(), words_.end() - 1}, words_.size() - 1};
+  while (read.answered > 0 && read.words[read.answered - 1] == untouched_)
+    --read.answered;
+  return read;
+}
+
+void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry) {
+  if (expected.size() != run.words.size())
+    throw UsageError(
+        format("%zu words to read, but %zu expected", run.words.size(), expected.size()));
+  for (size_t i = 0; i < expected.size(); ++i) {
+    if (i < run.answered && run.words[i] == expected[i])
+      continue;
+    std::string text = per_entry == 0
+                           ? format("word %zu is ", i)
+                           : format("word %zu of entry %zu is ", i % per_entry, i / per_entry);
+    text += i < run.answered ? format("0x%08x", run.words[i]) : "not answered";
+    text += format(", expected 0x%08x", expected[i]);
+    throw OperationFailed(text);
+  }
+}
+
+std::string interruption_text(const Transaction &before) {
+  return before.open() ? "  (transaction \"" + before.name() +
+                             "\" was sent first: " + before.pending_text() + ")\n"
+                       : "";
+}
+
+const char *written_text(const Session &session) {
+  return session.transaction.open() ? "queued" : "written";
+}
+
+}  // namespace mrvctl

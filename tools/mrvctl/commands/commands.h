@@ -1,0 +1,92 @@
+// The commands: each file adds those of one noun to the parser.
+#ifndef MRVCTL_COMMANDS_H
+#define MRVCTL_COMMANDS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/arguments.h"
+#include "commands/session.h"
+#include "output/words.h"
+
+namespace mrvctl {
+
+// Words that one command reads at most: the tool holds them all.
+constexpr uint32_t kMostWordsRead = 1U << 20;
+
+void add_register_commands(Parser &parser);
+void add_table_commands(Parser &parser);
+void add_transaction_commands(Parser &parser);
+void add_program_commands(Parser &parser);
+void add_qos_commands(Parser &parser);
+void add_port_commands(Parser &parser);
+void add_script_commands(Parser &parser);
+
+#ifdef MRVCTL_VIRTUAL_PLATFORM
+void add_platform_commands(Parser &parser);
+void add_platform_options(Arguments &options);
+void watch_platform();
+
+// Throws OperationFailed if a transaction that was sent since the last check has failed. The
+// library tells nobody, but the virtual platform does; on another platform it stays unknown.
+void check_sent();
+#else
+inline void add_platform_commands(Parser &) {
+}
+inline void add_platform_options(Arguments &) {
+}
+inline void watch_platform() {
+}
+inline void check_sent() {
+}
+#endif
+
+// All of the above.
+void add_commands(Parser &parser);
+
+// The two words of a register.
+struct RegisterArgs {
+  std::string place;
+  std::string name;
+};
+
+void describe_register(Arguments &arguments, RegisterArgs &args);
+inline Register parse_register(const RegisterArgs &args) {
+  return parse_register(args.place, args.name);
+}
+
+struct PortArgs {
+  uint32_t type = 0;
+  uint32_t port = 0;
+};
+
+void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type);
+
+// An array for words to be read that can tell how many the service answered: it begins with a value
+// of chance in each, and words at its end that still have it were not answered. The library itself
+// does not tell.
+class Answer {
+ public:
+  explicit Answer(size_t words);
+  uint32_t *data() { return words_.data(); }  // never null
+  Words words() const;
+
+ private:
+  uint32_t untouched_;
+  std::vector<uint32_t> words_;  // one more than asked for
+};
+
+// Throws OperationFailed unless the words read are the expected ones; `per_entry` is 0 where they
+// are no table entries.
+void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry);
+
+// What a read says of a transaction that was open before it, and that it sent.
+std::string interruption_text(const Transaction &before);
+
+// "written", or "queued" where a transaction is open.
+const char *written_text(const Session &session);
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,132 @@
+// pause, nodrop, sfp-failed, sp-timer and clear-drops.
+#include "base/text.h"
+#include "commands/commands.h"
+#include "registers/port_types.h"
+
+namespace mrvctl {
+namespace {
+
+// What a port operation that goes through a write has done; inside a transaction it is queued.
+void finish_write(Session &session, syserr_t result, const std::string &hint, Json object,
+                  const std::string &text) {
+  session.check_result(result, hint);
+  if (session.transaction.open())
+    session.transaction.add(1);
+  check_sent();
+  object["queued"] = session.transaction.open();
+  session.report.result(object, text + (session.transaction.open() ? ": queued\n" : "\n"));
+}
+
+Json port_json(const char *command, const PortArgs &args) {
+  return {{"command", command}, {"port_type", port_type_text(args.type)}, {"port", args.port}};
+}
+
+std::string port_text(const PortArgs &args) {
+  return port_type_text(args.type) + " " + std::to_string(args.port);
+}
+
+struct PauseArgs {
+  std::string state;
+  PortArgs port;
+};
+
+void run_pause(Session &session, const PauseArgs &args) {
+  const std::string state = lower_case(args.state);
+  if (state != "on" && state != "off")
+    throw UsageError("'" + args.state + "' is neither on nor off");
+  const auto set = state == "on" ? lib_mrv_asic_link_pause_enable : lib_mrv_asic_link_pause_disable;
+  const syserr_t result = set(static_cast<int>(session.module), static_cast<int>(session.asic),
+                              static_cast<cardcfg_port_type_t>(args.port.type), args.port.port);
+  const kel_asic_limits_t &limits = session.map().limits();
+  const std::string hint = result == SYSERR_KEL_ASIC_INVALID_ARG
+                               ? format("link pause is for hif 0 to %u and nif 0 to %u",
+                                        limits.max_hi - 1, limits.max_ni - 1)
+                               : "";
+  Json object = port_json("pause", args.port);
+  object["state"] = state;
+  finish_write(session, result, hint, object,
+               "link pause " + state + " for " + port_text(args.port));
+}
+
+struct NumberArgs {
+  uint32_t number = 0;
+};
+
+void run_nodrop(Session &session, const NumberArgs &args) {
+  const syserr_t result = lib_mrv_asic_set_nodrop_class_map(
+      static_cast<int>(session.module), static_cast<int>(session.asic), args.number);
+  std::string classes;
+  for (uint32_t i = 0; i < 8; ++i)
+    classes += (args.number >> i & 1) != 0 ? " " + std::to_string(i) : "";
+  finish_write(session, result, "", {{"command", "nodrop"}, {"map", args.number}},
+               format("no-drop map 0x%02x, classes%s", args.number,
+                      classes.empty() ? ": none" : classes.c_str()));
+}
+
+void run_sfp_failed(Session &session, const PortArgs &args) {
+  const syserr_t result = lib_mrv_asic_sfp_validation_failed(
+      static_cast<int>(session.module), static_cast<int>(session.asic), args.type, args.port);
+  finish_write(session, result, "", port_json("sfp-failed", args),
+               "SFP of " + port_text(args) + " reported as failed");
+}
+
+void run_sp_timer(Session &session, const NumberArgs &args) {
+  session.check_result(lib_mrv_asic_prog_sp_timer(static_cast<cardcfg_module_id_t>(session.module),
+                                                  static_cast<cardcfg_dev_id_t>(session.asic),
+                                                  static_cast<uint16_t>(args.number)));
+  session.report.result({{"command", "sp-timer"}, {"time", args.number}},
+                        format("SP timer %u\n", args.number));
+}
+
+void run_clear_drops(Session &session) {
+  if (session.module != 0 || session.asic != 0)
+    throw UsageError("the library clears the drop counters of module 0, ASIC 0 only");
+  check(lib_mrv_asic_clear_all_drop_counters());
+  session.report.result({{"command", "clear-drops"}},
+                        "drop counters of module 0, ASIC 0 cleared\n");
+}
+
+void describe_pause(Arguments &arguments, PauseArgs &args) {
+  arguments.word("STATE", args.state, "on or off").required();
+  describe_port(arguments, args.port, 255);
+}
+
+void describe_sfp(Arguments &arguments, PortArgs &args) {
+  describe_port(arguments, args, 255);
+}
+
+void describe_map(Arguments &arguments, NumberArgs &args) {
+  arguments.number<uint32_t>("MAP", args.number, "A bit a class", 0, 255).required();
+}
+
+void describe_timer(Arguments &arguments, NumberArgs &args) {
+  arguments.number<uint32_t>("TIME", args.number, "Time in the service's unit", 0, UINT16_MAX)
+      .required();
+}
+
+}  // namespace
+
+void add_port_commands(Parser &parser) {
+  parser.add<PauseArgs>({"pause", "Ports",
+                         "Enable or disable link pause on a port\n"
+                         "Inside a transaction it is queued."},
+                        describe_pause, run_pause);
+  parser.add<NumberArgs>({"nodrop", "Ports",
+                          "Set the no-drop class map\n"
+                          "Inside a transaction it is queued."},
+                         describe_map, run_nodrop);
+  parser.add<PortArgs>({"sfp-failed", "Ports",
+                        "Report that the SFP of a port failed its validation\n"
+                        "Inside a transaction it is queued."},
+                       describe_sfp, run_sfp_failed);
+  parser.add<NumberArgs>({"sp-timer", "Ports",
+                          "Program the SP timer\n"
+                          "It is set at once, also inside a transaction."},
+                         describe_timer, run_sp_timer);
+  parser.add({"clear-drops", "Ports",
+              "Clear all drop counters of module 0, ASIC 0\n"
+              "They are cleared at once, also inside a transaction."},
+             run_clear_drops);
+}
+
+}  // namespace mrvctl

@@ -1,0 +1,103 @@
+// pgm: register programs.
+#include <algorithm>
+
+#include "base/text.h"
+#include "commands/commands.h"
+#include "commands/data_file.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr uint32_t kAsicMap = UINT32_C(1) << 31;
+constexpr uint32_t kHighestInMap = 30;
+
+struct ProgramArgs {
+  std::string path;
+  std::optional<std::vector<uint32_t>> asics;
+};
+
+std::vector<uint32_t> parse_asics(const std::string &text) {
+  std::vector<uint32_t> asics;
+  for (const std::string &part : split(text, ','))
+    asics.push_back(parse_number<uint32_t>(part, 0, kHighestInMap));
+  std::sort(asics.begin(), asics.end());
+  asics.erase(std::unique(asics.begin(), asics.end()), asics.end());
+  return asics;
+}
+
+// One ASIC is named by its number, several by a map.
+uint32_t selection(const std::vector<uint32_t> &asics) {
+  if (asics.size() == 1)
+    return asics[0];
+  uint32_t map = kAsicMap;
+  for (const uint32_t asic : asics)
+    map |= UINT32_C(1) << asic;
+  return map;
+}
+
+void run_program(Session &session, const ProgramArgs &args) {
+  std::vector<kel_asic_pgm_t> steps = read_program(session.resolve(args.path));
+  const std::vector<uint32_t> asics =
+      args.asics ? *args.asics : parse_asics(std::to_string(session.asic));
+  std::vector<std::string> existing, missing;
+  for (const uint32_t asic : asics) {
+    const bool exists = asic <= session.map().limits().max_asic;
+    (exists ? existing : missing).push_back(std::to_string(asic));
+  }
+  const Caller who = session.caller();
+  const syserr_t result =
+      lib_mrv_asic_pgm(static_cast<int>(session.module), selection(asics), steps.data(),
+                       static_cast<int>(steps.size()), who.context, who.file, who.line, who.func);
+  if (result != 0) {
+    session.transaction.add_some();
+    check_sent();
+    throw OperationFailed(
+        result, "the steps before the one that failed are " + std::string(written_text(session)));
+  }
+  if (session.transaction.open())
+    session.transaction.add(uint64_t{existing.size()} * steps.size());
+  check_sent();
+  std::string text = format("%zu %s", steps.size(), steps.size() == 1 ? "step" : "steps");
+  text += existing.empty() ? ": nothing written"
+                           : " for ASIC " + join(existing, ", ") + ": " + written_text(session);
+  if (!missing.empty())
+    text += "; there is no ASIC " + join(missing, ", ");
+  session.report.result({{"command", "pgm"},
+                         {"steps", steps.size()},
+                         {"asics", asics},
+                         {"existing_asics", existing.size()},
+                         {"queued", session.transaction.open()}},
+                        text + "\n");
+}
+
+void describe_program(Arguments &arguments, ProgramArgs &args) {
+  const auto parse_one = [](const std::string &text) {
+    return std::vector<uint32_t>{parse_number<uint32_t>(text, 0, kHighestInMap)};
+  };
+  arguments.word("FILE", args.path, "File with the steps; in a script, beside the script")
+      .required();
+  const Argument one = arguments
+                           .parsed("--asic", args.asics, parse_one,
+                                   format("Run it on this ASIC (0 to %u)", kHighestInMap))
+                           .type_name("N");
+  arguments
+      .parsed("--asics", args.asics, parse_asics,
+              format("Run it on these ASICs (0 to %u each)", kHighestInMap))
+      .type_name("N,...")
+      .excludes(one);
+}
+
+}  // namespace
+
+void add_program_commands(Parser &parser) {
+  parser.add<ProgramArgs>(
+      {"pgm", "Programs",
+       "Run a register program from a file\n"
+       "A step a line: BLOCK INSTANCE REGISTER DATA [MASK]; without a mask the whole register is\n"
+       "written. # starts a comment. Inside a transaction the writes are queued. ASICs that do "
+       "not\n"
+       "exist are passed over."},
+      describe_program, run_program);
+}
+
+}  // namespace mrvctl

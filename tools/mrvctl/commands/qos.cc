@@ -1,0 +1,170 @@
+// qos show, qos clear and qos clear-all.
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <ctime>
+
+#include "base/text.h"
+#include "commands/commands.h"
+#include "output/qos_tables.h"
+#include "registers/port_types.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr double kShortestWait = 0.1;
+constexpr double kLongestWait = 3600;
+
+struct ShowArgs {
+  PortArgs port;
+  uint32_t opts = 0;
+  double watch = 0;    // seconds between rounds; 0 for one round alone
+  uint32_t count = 0;  // rounds of a live view; 0 for no end
+};
+
+using Clock = std::chrono::steady_clock;
+
+// A reading and when it was taken.
+struct Reading {
+  kel_asic_qos_stats_t stats;
+  Clock::time_point at;
+};
+
+Reading take_reading(Session &session, const ShowArgs &args) {
+  Reading reading = {};
+  session.check_result(lib_mrv_asic_get_qos_stats(
+      static_cast<cardcfg_module_id_t>(session.module), static_cast<cardcfg_dev_id_t>(session.asic),
+      static_cast<cardcfg_port_type_t>(args.port.type),
+      static_cast<cardcfg_port_id_t>(args.port.port), &reading.stats, args.opts));
+  reading.at = Clock::now();
+  return reading;
+}
+
+// `before` is the reading of the round before, if there was one.
+void show_reading(Session &session, const ShowArgs &args, const Reading &now,
+                  const Reading *before) {
+  const std::string type = port_type_text(args.port.type);
+  Json object = {{"command", "qos show"},  {"module", session.module},
+                 {"asic", session.asic},   {"port_type", type},
+                 {"port", args.port.port}, {"stats", qos_json(now.stats)}};
+  std::string text = args.watch > 0 && session.report.on_terminal() ? "\033[H\033[J" : "";
+  text += format("%s %u, module %u, ASIC %u\n\n", type.c_str(), args.port.port, session.module,
+                 session.asic) +
+          qos_text(now.stats, session.report.dim_zeros());
+  if (before != nullptr) {
+    const double seconds = std::chrono::duration<double>(now.at - before->at).count();
+    object["seconds"] = seconds;
+    object["rates"] = rates_json(before->stats, now.stats, seconds);
+    text += "\n" + rates_text(before->stats, now.stats, seconds);
+  }
+  session.report.result(object, text);
+}
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void note_interrupt(int /*signal*/) {
+  interrupted = 1;
+}
+
+// Lets ^C end a live view instead of the tool.
+class InterruptEndsView {
+ public:
+  InterruptEndsView() {
+    interrupted = 0;
+    struct sigaction action = {};
+    action.sa_handler = note_interrupt;
+    sigaction(SIGINT, &action, &before_);
+  }
+  ~InterruptEndsView() { sigaction(SIGINT, &before_, nullptr); }
+  InterruptEndsView(const InterruptEndsView &) = delete;
+  InterruptEndsView &operator=(const InterruptEndsView &) = delete;
+
+ private:
+  struct sigaction before_ = {};
+};
+
+void wait_seconds(double seconds) {
+  timespec left = {};
+  left.tv_sec = static_cast<time_t>(seconds);
+  left.tv_nsec = static_cast<long>((seconds - static_cast<double>(left.tv_sec)) * 1e9);
+  while (interrupted == 0 && nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
+
+void watch(Session &session, const ShowArgs &args) {
+  const InterruptEndsView scope;
+  std::optional<Reading> before;
+  for (uint32_t round = 1; interrupted == 0; ++round) {
+    const Reading now = take_reading(session, args);
+    show_reading(session, args, now, before ? &*before : nullptr);
+    if (round == args.count)
+      return;
+    before = now;
+    wait_seconds(args.watch);
+    for (const auto &happen : session.meanwhile)
+      happen(args.watch);
+  }
+}
+
+void run_show(Session &session, const ShowArgs &args) {
+  if (args.watch > 0)
+    watch(session, args);
+  else if (args.count != 0)
+    throw UsageError("--count is for --watch");
+  else
+    show_reading(session, args, take_reading(session, args), nullptr);
+}
+
+void run_clear(Session &session, const ShowArgs &args) {
+  session.check_result(lib_mrv_asic_clear_qos_stats(
+      static_cast<cardcfg_module_id_t>(session.module), static_cast<cardcfg_dev_id_t>(session.asic),
+      static_cast<cardcfg_port_type_t>(args.port.type),
+      static_cast<cardcfg_port_id_t>(args.port.port), args.opts));
+  const std::string type = port_type_text(args.port.type);
+  session.report.result({{"command", "qos clear"}, {"port_type", type}, {"port", args.port.port}},
+                        format("QoS statistics of %s %u cleared\n", type.c_str(), args.port.port));
+}
+
+void run_clear_all(Session &session, const ShowArgs &args) {
+  session.check_result(
+      lib_mrv_asic_clear_all_qos_stats(static_cast<cardcfg_module_id_t>(session.module),
+                                       static_cast<cardcfg_dev_id_t>(session.asic), args.opts));
+  session.report.result({{"command", "qos clear-all"}}, "QoS statistics of all ports cleared\n");
+}
+
+void describe_options(Arguments &arguments, ShowArgs &args) {
+  arguments.number("--opts", args.opts, "Options that are passed to the service");
+}
+
+void describe_port_and_options(Arguments &arguments, ShowArgs &args) {
+  describe_port(arguments, args.port, UINT32_MAX);
+  describe_options(arguments, args);
+}
+
+void describe_show(Arguments &arguments, ShowArgs &args) {
+  describe_port_and_options(arguments, args);
+  const auto parse = [](const std::string &text) {
+    return parse_seconds(text, kShortestWait, kLongestWait);
+  };
+  arguments
+      .parsed("--watch", args.watch, parse,
+              "A live view, with so much time between two rounds (0.1 to 3600)")
+      .type_name("SECONDS");
+  arguments.number<uint32_t>("--count", args.count, "End the live view after so many rounds", 1);
+}
+
+}  // namespace
+
+void add_qos_commands(Parser &parser) {
+  parser.add_prefix({"qos", "Ports", "Show or clear the QoS statistics of a port"});
+  parser.add<ShowArgs>({"qos show", "Ports",
+                        "Show the QoS statistics of a port\n"
+                        "A live view shows also how fast each counter rises; ^C ends it."},
+                       describe_show, run_show);
+  parser.add<ShowArgs>({"qos clear", "Ports", "Clear the QoS statistics of a port"},
+                       describe_port_and_options, run_clear);
+  parser.add<ShowArgs>({"qos clear-all", "Ports", "Clear the QoS statistics of every port"},
+                       describe_options, run_clear_all);
+}
+
+}  // namespace mrvctl

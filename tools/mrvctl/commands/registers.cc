@@ -1,0 +1,255 @@
+// info, regs, read, write and write-field.
+#include "base/text.h"
+#include "commands/commands.h"
+#include "registers/register_names.h"
+
+namespace mrvctl {
+namespace {
+
+void run_info(Session &session) {
+  const RegisterMap &map = session.map();
+  const char *driver = kel_get_driver_string(KEL_ASIC_DRIVER_MORVANE);
+  Json blocks = Json::array();
+  std::string table = "block   registers  with a name  instances\n";
+  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
+    const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
+    const char *name = kel_asic_blk_names[i];
+    const size_t named = named_registers(info.block).size();
+    blocks.push_back({{"block", name},
+                      {"registers", info.registers},
+                      {"named", named},
+                      {"instances", map.instances(info.block)}});
+    table +=
+        format("%-7s %9u %12zu %10u\n", name, info.registers, named, map.instances(info.block));
+  }
+  const std::string head = format(
+      "driver               %s (%u)\nhighest ASIC number  %u\ntrace                %s\n\n", driver,
+      KEL_ASIC_DRIVER_MORVANE, map.limits().max_asic, session.trace_on ? "on" : "off");
+  session.report.result({{"command", "info"},
+                         {"driver", driver},
+                         {"driver_id", KEL_ASIC_DRIVER_MORVANE},
+                         {"max_asic", map.limits().max_asic},
+                         {"trace", session.trace_on},
+                         {"blocks", blocks}},
+                        head + table);
+}
+
+struct RegsArgs {
+  std::string block;
+};
+
+void run_regs(Session &session, const RegsArgs &args) {
+  const BlockInfo &info = block_info(parse_block(args.block));
+  const std::vector<RegisterName> names = named_registers(info.block);
+  Json registers = Json::array();
+  std::string text = format("block %s: %u registers, 0 to %u\n", kel_asic_blk_names[info.block],
+                            info.registers, info.registers - 1);
+  for (const RegisterName &named : names) {
+    registers.push_back({{"register", named.name}, {"vreg", named.vreg}});
+    text += format("%6u  0x%03x  %s\n", named.vreg, named.vreg, named.name);
+  }
+  text += names.empty() ? "none of them has a name\n"
+                        : format("%zu others have no name\n", info.registers - names.size());
+  session.report.result({{"command", "regs"},
+                         {"block", kel_asic_blk_names[info.block]},
+                         {"registers", info.registers},
+                         {"named", registers}},
+                        text);
+}
+
+struct ReadArgs {
+  RegisterArgs reg;
+  std::optional<uint32_t> count;
+  std::vector<uint32_t> expected;
+};
+
+void refuse_raw_read(const std::string & /*address*/) {
+  throw UsageError("the library reads no raw address; name a register, like HI.2 HI_DHS_LVIF");
+}
+
+std::vector<uint32_t> parse_numbers(const std::string &text) {
+  std::vector<uint32_t> numbers;
+  for (const std::string &part : split(text, ','))
+    numbers.push_back(parse_number(part));
+  return numbers;
+}
+
+Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count) {
+  Answer answer(count.value_or(1));
+  const Caller who = session.caller();
+  const int module = static_cast<int>(session.module);
+  const syserr_t result =
+      count ? lib_mrv_asic_n_read(module, session.asic, reg.block, reg.instance, reg.vreg,
+                                  answer.data(), *count, who.context, who.file, who.line, who.func)
+            : lib_mrv_asic_read(module, session.asic, reg.block, reg.instance, reg.vreg,
+                                answer.data(), who.context, who.file, who.line, who.func);
+  session.transaction.after_read(result);
+  check_sent();
+  if (result != 0)
+    throw OperationFailed(result, session.refusal_hint(reg));
+  return count ? answer.words() : Words{{*answer.data()}, 1};
+}
+
+void run_read(Session &session, const ReadArgs &args) {
+  const Register reg = parse_register(args.reg);
+  const Transaction before = session.transaction;
+  const Words run = read_run(session, reg, args.count);
+  if (!args.expected.empty())
+    expect_words(args.expected, run, 0);
+  const std::vector<uint32_t> answered(
+      run.words.begin(), run.words.begin() + static_cast<std::ptrdiff_t>(run.answered));
+  Json object = register_json("read", reg);
+  object["words"] = answered;
+  object["transaction_sent"] = before.open();
+  std::string text = register_text(reg);
+  if (!args.count)
+    text += format(" = 0x%08x (%u)\n", run.words[0], run.words[0]);
+  else if (run.answered == run.words.size())
+    text += format(": %zu words\n", run.answered) + run_text(run);
+  else
+    text += format(": %zu of %zu words answered\n", run.answered, run.words.size()) + run_text(run);
+  session.report.result(object, text + interruption_text(before));
+}
+
+struct WriteArgs {
+  std::vector<std::string> words;  // a register and the values; with a raw address the values alone
+  std::string raw;
+};
+
+// Where a write goes: a register, or a raw address.
+struct Target {
+  Register reg;
+  uint32_t code;
+};
+
+Target parse_target(const WriteArgs &args, size_t values) {
+  const size_t wanted = (args.raw.empty() ? 2 : 0) + values;
+  if (args.words.size() != wanted)
+    throw UsageError(format("%zu arguments given, where %zu are needed (see --help)",
+                            args.words.size(), wanted));
+  if (args.raw.empty())
+    return {parse_register(args.words[0], args.words[1]), KEL_ASIC_WR_SYMBOLIC};
+  return {{KEL_ASIC_NUM_BLK, 0, parse_number(args.raw)}, KEL_ASIC_WR_RAW};
+}
+
+std::string target_text(const Target &target) {
+  if (target.code == KEL_ASIC_WR_SYMBOLIC)
+    return register_text(target.reg);
+  const char *command = command_name(target.reg.vreg);
+  return format("address 0x%08x", target.reg.vreg) +
+         (command == nullptr ? "" : std::string(" (") + command + ")");
+}
+
+Json target_json(const char *command, const Target &target) {
+  if (target.code == KEL_ASIC_WR_SYMBOLIC)
+    return register_json(command, target.reg);
+  return {{"command", command}, {"address", target.reg.vreg}};
+}
+
+void finish_write(Session &session, const Target &target, syserr_t result, Json object,
+                  const std::string &text) {
+  if (result != 0)
+    throw OperationFailed(
+        result, target.code == KEL_ASIC_WR_SYMBOLIC ? session.refusal_hint(target.reg) : "");
+  if (session.transaction.open())
+    session.transaction.add(1);
+  check_sent();
+  object["queued"] = session.transaction.open();
+  session.report.result(object, target_text(target) + text + ": " + written_text(session) + "\n");
+}
+
+void run_write(Session &session, const WriteArgs &args) {
+  const Target target = parse_target(args, 1);
+  const uint32_t data = parse_number(args.words.back());
+  const Caller who = session.caller();
+  const syserr_t result = lib_mrv_asic_write(
+      static_cast<int>(session.module), session.asic, target.reg.block, target.reg.instance,
+      target.reg.vreg, data, target.code, who.context, who.file, who.line, who.func);
+  Json object = target_json("write", target);
+  object["data"] = data;
+  finish_write(session, target, result, object, format(" <- 0x%08x", data));
+}
+
+void run_write_field(Session &session, const WriteArgs &args) {
+  const Target target = parse_target(args, 2);
+  const uint32_t value = parse_number(args.words[args.words.size() - 2]);
+  const uint32_t mask = parse_number(args.words.back());
+  const Caller who = session.caller();
+  const syserr_t result = lib_mrv_asic_write_field(
+      static_cast<int>(session.module), session.asic, target.reg.block, target.reg.instance,
+      target.reg.vreg, value, mask, target.code, who.context, who.file, who.line, who.func);
+  if (result == SYSERR_KEL_ASIC_INVALID_ARG && mask == 0)
+    throw OperationFailed(result, "a mask of 0 selects no bit");
+  Json object = target_json("write-field", target);
+  object["data"] = value;
+  object["mask"] = mask;
+  finish_write(session, target, result, object, format(" <- 0x%08x mask 0x%08x", value, mask));
+}
+
+void describe_block(Arguments &arguments, RegsArgs &args) {
+  arguments.word("BLOCK", args.block, "Block, like HI").required();
+}
+
+void describe_read(Arguments &arguments, ReadArgs &args) {
+  describe_register(arguments, args.reg);
+  const auto parse_count = [](const std::string &text) {
+    return parse_number<uint32_t>(text, 0, kMostWordsRead);
+  };
+  arguments.parsed("COUNT", args.count, parse_count,
+                   format("Words of a run that starts at the register (0 to %u)", kMostWordsRead));
+  arguments
+      .parsed("--expect", args.expected, parse_numbers,
+              "Fail unless these are the values read (0 to 0xFFFFFFFF each)")
+      .type_name("VALUE,...");
+  arguments.taken("--raw", refuse_raw_read, "Refused: the library reads no raw address")
+      .type_name("ADDRESS");
+}
+
+void describe_target(Arguments &arguments, WriteArgs &args, const std::string &values) {
+  arguments
+      .word(
+          "--raw", args.raw,
+          "Write this register address, unchecked, or send this command address (0 to 0xFFFFFFFF)")
+      .type_name("ADDRESS");
+  arguments.words("WORDS", args.words,
+                  "BLOCK.INST REGISTER " + values + "; behind --raw ADDRESS only " + values +
+                      "; numbers from 0 to 0xFFFFFFFF");
+}
+
+void describe_write(Arguments &arguments, WriteArgs &args) {
+  describe_target(arguments, args, "DATA");
+}
+
+void describe_write_field(Arguments &arguments, WriteArgs &args) {
+  describe_target(arguments, args, "VALUE MASK");
+}
+
+}  // namespace
+
+void add_register_commands(Parser &parser) {
+  parser.add(
+      {"info", "Registers", "Show the driver, the ASICs, and the blocks with their registers"},
+      run_info);
+  parser.add<RegsArgs>({"regs", "Registers", "List the registers of a block that have a name"},
+                       describe_block, run_regs);
+  parser.add<ReadArgs>(
+      {"read", "Registers",
+       "Read a register, or a run of registers\n"
+       "Inside a transaction a read sends the writes made so far first; later ones are queued on."},
+      describe_read, run_read);
+  parser.add<WriteArgs>({"write", "Registers",
+                         "Write all bits of a register\n"
+                         "  write BLOCK.INST REGISTER DATA\n  write --raw ADDRESS DATA\n"
+                         "Inside a transaction the write is queued."},
+                        describe_write, run_write);
+  parser.add<WriteArgs>(
+      {"write-field", "Registers",
+       "Write the bits of a register under a mask\n"
+       "  write-field BLOCK.INST REGISTER VALUE MASK\n"
+       "  write-field --raw ADDRESS VALUE MASK\n"
+       "VALUE stands in its place in the register: it is not shifted. Inside a transaction\n"
+       "the write is queued."},
+      describe_write_field, run_write_field);
+}
+
+}  // namespace mrvctl

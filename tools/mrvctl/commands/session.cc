@@ -1,0 +1,145 @@
+// One run of the tool.
+#include "commands/session.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "base/errors.h"
+#include "base/text.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr char kTraceIsOff[] = "LIB debug disabled:";
+constexpr char kTraceIsOn[] = "LIB debug enabled:";
+constexpr size_t kLongestTransactionName = 31;
+
+// Collects what is printed on standard output, which is standard error by now.
+class Capture {
+ public:
+  Capture() : file_(memfd_create("mrvctl", MFD_CLOEXEC)) {
+    std::fflush(stdout);
+    if (file_ < 0 || dup2(file_, STDOUT_FILENO) < 0)
+      throw OperationFailed(std::string("no memory file: ") + std::strerror(errno));
+  }
+  ~Capture() {
+    close_stdout();
+    close(file_);
+  }
+  Capture(const Capture &) = delete;
+  Capture &operator=(const Capture &) = delete;
+
+  std::string text() const {
+    close_stdout();
+    std::string text;
+    char part[4096];
+    ssize_t length = 0;
+    while ((length = pread(file_, part, sizeof part, static_cast<off_t>(text.size()))) > 0)
+      text.append(part, static_cast<size_t>(length));
+    return text;
+  }
+
+ private:
+  static void close_stdout() {
+    std::fflush(stdout);
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+  }
+
+  int file_;
+};
+
+bool begins_with(const std::string &text, const char *beginning) {
+  return text.compare(0, std::strlen(beginning), beginning) == 0;
+}
+
+}  // namespace
+
+std::string Transaction::pending_text() const {
+  return format("%s%llu %s", exact_ ? "" : "at least ", static_cast<unsigned long long>(pending_),
+                pending_ == 1 ? "write" : "writes");
+}
+
+void Transaction::start(const std::string &name) {
+  *this = Transaction();
+  open_ = true;
+  name_ = name.substr(0, kLongestTransactionName);
+}
+
+void Transaction::add(uint64_t writes) {
+  pending_ += writes;
+  if (pending_ <= KEL_ASIC_XN_ENTRIES)
+    return;
+  pending_ = (pending_ - 1) % KEL_ASIC_XN_ENTRIES + 1;
+  name_ = "Contd XN..";
+}
+
+void Transaction::after_read(syserr_t result) {
+  const bool refused = result == SYSERR_KEL_ASIC_INVALID_ARG || result == SYSERR_KEL_ASIC_UNINIT;
+  if (open_ && !refused)
+    start("<Interrupted>");
+}
+
+void Session::initialise(uint8_t slot) {
+  set_command("init");
+  const Caller who = caller();
+  syserr_t result = 0;
+  std::string printed;
+  {
+    Capture capture;
+    result =
+        lib_mrv_asic_init(slot, KEL_ASIC_DRIVER_MORVANE, who.context, who.file, who.line, who.func);
+    printed = capture.text();
+  }
+  trace_on = begins_with(printed, kTraceIsOn);
+  if (begins_with(printed, kTraceIsOff))
+    printed.erase(0, std::strlen(kTraceIsOff));
+  std::fputs(printed.c_str(), stderr);
+  check(result, result == SYSERR_KEL_ASIC_INVALID_ARG
+                    ? format("the card in slot %u carries no Morvane", slot)
+                    : "");
+}
+
+void Session::set_place(const std::string &file, int line) {
+  file_ = file;
+  line_ = line;
+}
+
+Caller Session::caller() {
+  return {static_cast<uint32_t>(line_), file_.data(), line_, command_.c_str()};
+}
+
+std::string Session::resolve(const std::string &path) const {
+  return folder.empty() || path.empty() || path[0] == '/' ? path : folder + path;
+}
+
+const RegisterMap &Session::map() {
+  if (!map_)
+    map_.emplace(caller());
+  return *map_;
+}
+
+std::string Session::place_hint() {
+  if (module > 3)
+    return "modules are 0 to 3";
+  if (asic > map().limits().max_asic)
+    return format("ASIC numbers are 0 to %u", map().limits().max_asic);
+  return "";
+}
+
+void Session::check_result(syserr_t result, const std::string &hint) {
+  if (result == 0)
+    return;
+  const std::string place = place_hint();
+  throw OperationFailed(result, place.empty() ? hint : place);
+}
+
+std::string Session::refusal_hint(const Register &reg) {
+  const std::string place = place_hint();
+  return place.empty() ? map().missing(reg) : place;
+}
+
+}  // namespace mrvctl

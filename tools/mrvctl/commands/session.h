@@ -1,0 +1,90 @@
+// One run of the tool: the library it initialised, the ASIC it speaks to, the transaction it
+// opened.
+#ifndef MRVCTL_SESSION_H
+#define MRVCTL_SESSION_H
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/caller.h"
+#include "kel_asic_intf.h"
+#include "output/report.h"
+#include "registers/register_map.h"
+
+namespace mrvctl {
+
+// The write transaction as far as the tool's own commands have moved it: the library has no
+// operation that tells.
+class Transaction {
+ public:
+  bool open() const { return open_; }
+  const std::string &name() const { return name_; }
+  uint64_t pending() const { return pending_; }
+  // "3 writes", of those that wait for the commit.
+  std::string pending_text() const;
+
+  void start(const std::string &name);
+  void close() { *this = Transaction(); }
+  // Writes were added; a full transaction was sent and continued.
+  void add(uint64_t writes);
+  // Writes were added, nobody can tell how many.
+  void add_some() { exact_ = false; }
+  // A read, refused by the library or not: one that was not refused sent the transaction first.
+  void after_read(syserr_t result);
+
+ private:
+  bool open_ = false;
+  bool exact_ = true;
+  uint64_t pending_ = 0;
+  std::string name_;
+};
+
+class Session {
+ public:
+  // Sets up the library for a slot. Throws OperationFailed.
+  void initialise(uint8_t slot);
+
+  // Who asks from now on.
+  void set_place(const std::string &file, int line);
+  void set_command(const std::string &command) { command_ = command; }
+  const std::string &command() const { return command_; }
+  Caller caller();
+
+  // Path of a file that a command names: relative to the script's own folder.
+  std::string resolve(const std::string &path) const;
+
+  const RegisterMap &map();
+
+  // Throws OperationFailed for any result but 0; a module or ASIC that does not exist is named
+  // before the hint.
+  void check_result(syserr_t result, const std::string &hint = "");
+
+  // Why the library may have refused a register.
+  std::string refusal_hint(const Register &reg);
+
+  uint32_t module = 0;
+  uint32_t asic = 0;
+  bool in_script = false;
+  bool trace_on = false;
+  std::string folder;  // the script's, with a slash at its end; empty outside a script
+  Report report;
+  Transaction transaction;
+  // What happens on the ASIC while a live view waits that many seconds.
+  std::vector<std::function<void(double)>> meanwhile;
+
+ private:
+  // Why the module or ASIC does not exist; empty where both do.
+  std::string place_hint();
+
+  std::string file_ = "mrvctl";
+  std::string command_ = "mrvctl";
+  int line_ = 0;
+  std::optional<RegisterMap> map_;
+};
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,257 @@
+// dhs, dhs-read and dhs-write.
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "base/text.h"
+#include "commands/commands.h"
+#include "commands/data_file.h"
+#include "registers/tables.h"
+
+namespace mrvctl {
+namespace {
+
+// A load goes to the library in parts of so many entries.
+constexpr uint32_t kEntriesPerCall = 256;
+
+constexpr uint32_t kAnyIndex = UINT32_MAX;
+
+struct TablesArgs {
+  std::string block;
+};
+
+void run_tables(Session &session, const TablesArgs &args) {
+  const std::optional<kel_asic_blk_t> wanted =
+      args.block.empty() ? std::nullopt : std::make_optional(parse_block(args.block));
+  Json list = Json::array();
+  std::string text = "block   number  words  indices       register\n";
+  for (const Table &table : named_tables(session.map())) {
+    if (wanted && table.block != *wanted)
+      continue;
+    const char *block = kel_asic_blk_names[table.block];
+    const char *name = register_name(table.block, table.vreg);
+    list.push_back({{"block", block},
+                    {"register", name},
+                    {"vreg", table.vreg},
+                    {"entry_size", table.entry_size},
+                    {"highest_index", table.highest_index}});
+    const std::string indices =
+        table.highest_index == kAnyIndex ? "any" : format("0 to %u", table.highest_index);
+    text += format("%-7s %6u %6u  %-12s  %s\n", block, table.vreg, table.entry_size,
+                   indices.c_str(), name);
+  }
+  session.report.result({{"command", "dhs"}, {"tables", list}}, text);
+}
+
+Table table_of(Session &session, const Register &reg) {
+  const std::optional<Table> table = find_table(session.map(), reg.block, reg.vreg);
+  if (table)
+    return *table;
+  const std::string missing = session.map().missing(reg);
+  throw OperationFailed(
+      SYSERR_KEL_ASIC_INVALID_ARG,
+      missing.empty()
+          ? format("no table register with entries of up to %u words (see dhs)", kLargestEntry)
+          : missing);
+}
+
+// The arrays that the library fills or reads are as long as the entry size says, which is that of
+// entry 0: where the hook decides, it must not depend on the index.
+void check_entry_size(Session &session, const Table &table, uint32_t index) {
+  if (!table.by_hook)
+    return;
+  const int size = session.map().hook_entry_size(table.block, table.vreg, index);
+  if (size >= 1 && size != static_cast<int>(table.entry_size))
+    throw OperationFailed(
+        format("entry %u has %d words and entry 0 has %u: the tool handles no "
+               "table of unequal entries",
+               index, size, table.entry_size));
+}
+
+std::string index_hint(Session &session, const Register &reg, const Table &table, uint32_t index) {
+  if (index > table.highest_index)
+    return format("indices are 0 to %u", table.highest_index);
+  return session.refusal_hint(reg);
+}
+
+struct TableReadArgs {
+  RegisterArgs reg;
+  uint32_t index = 0;
+  std::optional<uint32_t> count;
+  std::string expected_path;
+  bool addresses = false;
+};
+
+Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
+               uint32_t count) {
+  if (static_cast<uint64_t>(table.entry_size) * count > kMostWordsRead)
+    throw UsageError(format("entries of %u words: at most %u of them at a time", table.entry_size,
+                            kMostWordsRead / table.entry_size));
+  check_entry_size(session, table, index);
+  Answer answer(static_cast<size_t>(table.entry_size) * count);
+  const Caller who = session.caller();
+  const syserr_t result = lib_mrv_asic_read_dhs(
+      static_cast<int>(session.module), session.asic, reg.block, reg.instance, reg.vreg, index,
+      answer.data(), count, who.context, who.file, who.line, who.func);
+  session.transaction.after_read(result);
+  check_sent();
+  if (result != 0)
+    throw OperationFailed(result, index_hint(session, reg, table, index));
+  return answer.words();
+}
+
+void run_table_read(Session &session, const TableReadArgs &args) {
+  const Register reg = parse_register(args.reg);
+  const Table table = table_of(session, reg);
+  std::vector<uint32_t> expected;
+  if (!args.expected_path.empty())
+    expected = read_entries(session.resolve(args.expected_path), table.entry_size);
+  const auto in_file = static_cast<uint32_t>(expected.size() / table.entry_size);
+  const uint32_t count = args.count.value_or(expected.empty() ? 1 : in_file);
+  if (!expected.empty() && count != in_file)
+    throw UsageError(format("%u entries to read, but the file has %u", count, in_file));
+
+  const Transaction before = session.transaction;
+  Entries entries = {args.index, table.entry_size, {}, std::nullopt};
+  entries.run = read_run(session, reg, table, args.index, count);
+  if (!expected.empty())
+    expect_words(expected, entries.run, table.entry_size);
+  if (args.addresses)
+    entries.address = session.map().address(reg) + 4 * table.entry_size * args.index;
+
+  Json object = register_json("dhs-read", reg);
+  object["entry_size"] = table.entry_size;
+  object["answered_words"] = entries.run.answered;
+  object["transaction_sent"] = before.open();
+  object["entries"] = entries_json(entries);
+  std::string text =
+      register_text(reg) + format(": %u %s of %u %s", count, count == 1 ? "entry" : "entries",
+                                  table.entry_size, table.entry_size == 1 ? "word" : "words");
+  if (entries.run.answered < entries.run.words.size())
+    text += format(", %zu of %zu words answered", entries.run.answered, entries.run.words.size());
+  if (!expected.empty())
+    text += ", as expected\n";
+  else
+    text += "\n" + entries_text(entries);
+  session.report.result(object, text + interruption_text(before));
+}
+
+struct TableWriteArgs {
+  RegisterArgs reg;
+  uint32_t index = 0;
+  std::vector<std::string> words;
+  std::string path;
+};
+
+std::vector<uint32_t> words_to_write(Session &session, const TableWriteArgs &args,
+                                     const Table &table) {
+  if (args.words.empty() == args.path.empty())
+    throw UsageError("give either the words or --from FILE");
+  if (!args.path.empty())
+    return read_entries(session.resolve(args.path), table.entry_size);
+  std::vector<uint32_t> words;
+  for (const std::string &word : args.words)
+    words.push_back(parse_number(word));
+  if (words.size() % table.entry_size != 0)
+    throw UsageError(
+        format("%zu words, but an entry of this table has %u", words.size(), table.entry_size));
+  return words;
+}
+
+// Shows on a terminal how far a long load is.
+void show_progress(uint32_t done, uint32_t count) {
+  if (count > kEntriesPerCall && isatty(STDERR_FILENO) != 0)
+    std::fprintf(stderr, "\r%u of %u entries%s", done, count, done == count ? "\n" : "");
+}
+
+void run_table_write(Session &session, const TableWriteArgs &args) {
+  const Register reg = parse_register(args.reg);
+  const Table table = table_of(session, reg);
+  std::vector<uint32_t> words = words_to_write(session, args, table);
+  const auto count = static_cast<uint32_t>(words.size() / table.entry_size);
+  const Caller who = session.caller();
+  for (uint32_t done = 0; done < count;) {
+    const uint32_t index = args.index + done;
+    const uint32_t part = std::min(kEntriesPerCall, count - done);
+    check_entry_size(session, table, index);
+    const syserr_t result = lib_mrv_asic_write_dhs(
+        static_cast<int>(session.module), session.asic, reg.block, reg.instance, reg.vreg, index,
+        words.data() + static_cast<size_t>(done) * table.entry_size, part, who.context, who.file,
+        who.line, who.func);
+    if (result != 0) {
+      check_sent();
+      const std::string before =
+          done == 0 ? "" : format(" (%u entries before it are %s)", done, written_text(session));
+      throw OperationFailed(result, index_hint(session, reg, table, index) + before);
+    }
+    if (session.transaction.open())
+      session.transaction.add(static_cast<uint64_t>(part) * table.entry_size);
+    done += part;
+    show_progress(done, count);
+  }
+  check_sent();
+  Json object = register_json("dhs-write", reg);
+  object["index"] = args.index;
+  object["entries"] = count;
+  object["entry_size"] = table.entry_size;
+  object["queued"] = session.transaction.open();
+  session.report.result(
+      object, register_text(reg) + format(": %u %s of %u %s from index %u: %s\n", count,
+                                          count == 1 ? "entry" : "entries", table.entry_size,
+                                          table.entry_size == 1 ? "word" : "words", args.index,
+                                          written_text(session)));
+}
+
+void describe_tables(Arguments &arguments, TablesArgs &args) {
+  arguments.word("BLOCK", args.block, "Only those of this block");
+}
+
+void describe_table_read(Arguments &arguments, TableReadArgs &args) {
+  describe_register(arguments, args.reg);
+  arguments.number("INDEX", args.index, "First entry").required();
+  const auto parse_count = [](const std::string &text) {
+    return parse_number<uint32_t>(text, 0, kMostWordsRead);
+  };
+  arguments.parsed(
+      "COUNT", args.count, parse_count,
+      format("Number of entries (0 to %u, and at most as many words in all); 1 if left out",
+             kMostWordsRead));
+  arguments.flag("--addresses", args.addresses, "Show the address of each entry");
+  arguments
+      .word("--expect-from", args.expected_path,
+            "Fail unless these entries are read; COUNT is then their number")
+      .type_name("FILE");
+}
+
+void describe_table_write(Arguments &arguments, TableWriteArgs &args) {
+  describe_register(arguments, args.reg);
+  arguments.number("INDEX", args.index, "First entry").required();
+  arguments.words("WORDS", args.words, "Words of one or more entries (0 to 0xFFFFFFFF each)");
+  arguments.word("--from", args.path, "Take the entries from a file; in a script, beside it")
+      .type_name("FILE");
+}
+
+}  // namespace
+
+void add_table_commands(Parser &parser) {
+  parser.add<TablesArgs>(
+      {"dhs", "Tables",
+       "List the table (DHS) registers\n"
+       "Entry sizes and index ranges are those that the library checks; no register is\n"
+       "touched."},
+      describe_tables, run_tables);
+  parser.add<TableReadArgs>(
+      {"dhs-read", "Tables",
+       "Read entries of a table register\n"
+       "Inside a transaction a read sends the writes made so far first; later ones are queued on."},
+      describe_table_read, run_table_read);
+  parser.add<TableWriteArgs>(
+      {"dhs-write", "Tables",
+       "Write entries of a table register\n"
+       "Inside a transaction the words are queued. A file has an entry a line, its words in\n"
+       "hexadecimal between blanks; if its name ends in .csv, between commas, the first column a\n"
+       "word like the others. # starts a comment. Nothing is written unless every line is right."},
+      describe_table_write, run_table_write);
+}
+
+}  // namespace mrvctl

@@ -1,0 +1,65 @@
+// begin and commit.
+#include "base/text.h"
+#include "commands/commands.h"
+
+namespace mrvctl {
+namespace {
+
+struct BeginArgs {
+  std::string name;
+  bool reorder = false;
+};
+
+void run_begin(Session &session, const BeginArgs &args) {
+  if (args.name.empty())
+    throw UsageError("an empty name opens no transaction");
+  if (session.transaction.open())
+    throw OperationFailed("transaction \"" + session.transaction.name() + "\" is open with " +
+                          session.transaction.pending_text() + "; commit it first");
+  std::string name = args.name;
+  mrv_asic_transaction_start(name.data(), args.reorder ? 1 : 0);
+  session.transaction.start(name);
+  session.report.result(
+      {{"command", "begin"}, {"name", session.transaction.name()}, {"reorder", args.reorder}},
+      "transaction \"" + session.transaction.name() + "\" is open" +
+          (args.reorder ? ", in any order\n" : "\n"));
+}
+
+void run_commit(Session &session) {
+  const Transaction sent = session.transaction;
+  mrv_asic_transaction_commit();
+  session.transaction.close();
+  check_sent();
+  const std::string text =
+      sent.open() ? "transaction \"" + sent.name() + "\" is sent: " + sent.pending_text() + "\n"
+                  : "no transaction is open: nothing is sent\n";
+  session.report.result({{"command", "commit"},
+                         {"name", sent.open() ? Json(sent.name()) : Json()},
+                         {"writes", sent.pending()}},
+                        text);
+}
+
+void describe_begin(Arguments &arguments, BeginArgs &args) {
+  arguments.word("NAME", args.name, "Name of the transaction, 31 characters of it").required();
+  arguments.flag("--reorder", args.reorder, "Let the service reorder the writes");
+}
+
+}  // namespace
+
+void add_transaction_commands(Parser &parser) {
+  parser.add<BeginArgs>(
+      {"begin", "Transactions",
+       "Open a write transaction\n"
+       "Writes are queued from now on and sent by the commit, or by 512 at a time. A\n"
+       "read sends them too, and leaves the transaction open under the name\n"
+       "\"<Interrupted>\"."},
+      describe_begin, run_begin);
+  parser.add(
+      {"commit", "Transactions",
+       "Send the open transaction\n"
+       "The library reports no failure of a commit. On the virtual platform the tool does, as\n"
+       "for a read or write that sends a transaction; on another the trace shows it."},
+      run_commit);
+}
+
+}  // namespace mrvctl

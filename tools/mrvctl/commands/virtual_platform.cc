@@ -1,0 +1,222 @@
+// Everything that needs the controls of the virtual platform: fail, card, traffic, state, --calls.
+#include "virtual_platform.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "base/text.h"
+#include "calls/service_call.h"
+#include "commands/commands.h"
+#include "registers/port_types.h"
+
+namespace mrvctl {
+namespace {
+
+struct Watch {
+  bool show = false;
+  std::string request;
+  // Transactions that failed: the first one's name and errno, and the writes of all.
+  std::string lost_name;
+  int lost_errno = 0;
+  uint64_t lost_writes = 0;
+};
+
+Watch watch;
+
+ServiceCall service_call(const vp_call &call) {
+  return {call.case_code, call.driver_id, call.record, call.length, call.result, call.error_number};
+}
+
+// The service answers in the record of the request, so that has to be read before.
+void show_call(vp_phase phase, const vp_call *call, std::string &request) {
+  if (phase == VP_CALL_SENT) {
+    request = request_text(service_call(*call));
+    return;
+  }
+  std::fflush(stdout);  // what the library has printed stands before the call
+  std::fprintf(stderr, "%s%s\n", request.c_str(), answer_text(service_call(*call)).c_str());
+}
+
+void note_lost_transaction(const ServiceCall &call) {
+  if (call.result >= 0 || record_of(call) != Record::kTransaction)
+    return;
+  const auto transaction = copy_of<kel_asic_xn_t>(call);
+  if (watch.lost_errno == 0) {
+    watch.lost_name = field_text(transaction.name);
+    watch.lost_errno = call.error_number;
+  }
+  watch.lost_writes += static_cast<uint64_t>(transaction.num);
+}
+
+void watch_call(vp_phase phase, const vp_call *call, void * /*user*/) {
+  if (phase == VP_CALL_ANSWERED)
+    note_lost_transaction(service_call(*call));
+  if (watch.show)
+    show_call(phase, call, watch.request);
+}
+
+// The commands.
+
+struct NumberArgs {
+  uint32_t number = 0;
+};
+
+void run_fail(Session &session, const NumberArgs &args) {
+  const auto error_number = static_cast<int>(args.number);
+  vp_fail_next_call(error_number);
+  const std::string name = errno_name(error_number);
+  session.report.result(
+      {{"command", "fail"}, {"errno", args.number}, {"name", name}},
+      "the next service call fails with " + name + " (" + std::strerror(error_number) + ")\n");
+}
+
+void run_card(Session &session, const NumberArgs &args) {
+  vp_set_card(CARDCFG_DEV_TYPE_MORVANE, static_cast<uint16_t>(args.number));
+  session.report.result({{"command", "card"}, {"sw_card_id", args.number}},
+                        format("software card identifier %u\n", args.number));
+}
+
+struct TrafficArgs {
+  PortArgs port;
+  uint32_t traffic_class = 0;
+  uint64_t frames = 0;
+  uint64_t excess = 0;
+  std::string direction = "n2h";
+  bool steady = false;
+};
+
+// What passes in that time, in thousandths of a second.
+void add_traffic(Session &session, const TrafficArgs &args, uint64_t milliseconds) {
+  const auto part = [milliseconds](uint64_t frames) {
+    return frames / 1000 * milliseconds + frames % 1000 * milliseconds / 1000;
+  };
+  const vp_direction direction = lower_case(args.direction) == "h2n" ? VP_H2N : VP_N2H;
+  const vp_traffic traffic = {direction, args.traffic_class, part(args.frames), part(args.excess)};
+  const int error =
+      vp_add_traffic(session.module, session.asic, static_cast<cardcfg_port_type_t>(args.port.type),
+                     args.port.port, &traffic);
+  if (error == ENXIO)
+    throw OperationFailed(format("module %u, ASIC %u has no port %s %u", session.module,
+                                 session.asic, port_type_text(args.port.type).c_str(),
+                                 args.port.port));
+  if (error != 0)
+    throw OperationFailed(std::strerror(error));
+}
+
+void run_traffic(Session &session, const TrafficArgs &args) {
+  const std::string direction = lower_case(args.direction);
+  if (direction != "n2h" && direction != "h2n")
+    throw UsageError("'" + args.direction + "' is no direction: n2h or h2n");
+  if (args.excess > args.frames)
+    throw UsageError("more excess than frames");
+  add_traffic(session, args, 1000);
+  if (args.steady)
+    session.meanwhile.emplace_back([&session, args](double seconds) {
+      add_traffic(session, args, static_cast<uint64_t>(seconds * 1000));
+    });
+  session.report.result({{"command", "traffic"},
+                         {"port_type", port_type_text(args.port.type)},
+                         {"port", args.port.port},
+                         {"direction", direction},
+                         {"class", args.traffic_class},
+                         {"frames", args.frames},
+                         {"excess", args.excess},
+                         {"steady", args.steady}},
+                        format("%s %u: %llu frames of class %u %s, %llu of them in excess%s\n",
+                               port_type_text(args.port.type).c_str(), args.port.port,
+                               static_cast<unsigned long long>(args.frames), args.traffic_class,
+                               direction.c_str(), static_cast<unsigned long long>(args.excess),
+                               args.steady ? ", again every second of a live view" : ""));
+}
+
+void run_state(Session &session) {
+  vp_asic_state state = {};
+  if (vp_asic_show(session.module, session.asic, &state) != 0)
+    throw OperationFailed(format("there is no module %u, ASIC %u", session.module, session.asic));
+  std::string text = format(
+      "software card identifier  %u\nno-drop class map         0x%02x\n"
+      "SP timer                  %u\nclears of drop counters   %u\n"
+      "SFP failures reported     %u",
+      vp_sw_card_id(), state.nodrop_class_map, state.sp_timer, state.drop_clears,
+      state.sfp_failures);
+  const bool failed = state.sfp_failures > 0;
+  const std::string last_type = port_type_text(state.last_sfp_port_type);
+  if (failed)
+    text += format(", the last on %s %u", last_type.c_str(), state.last_sfp_port);
+  session.report.result({{"command", "state"},
+                         {"sw_card_id", vp_sw_card_id()},
+                         {"nodrop_class_map", state.nodrop_class_map},
+                         {"sp_timer", state.sp_timer},
+                         {"drop_clears", state.drop_clears},
+                         {"sfp_failures", state.sfp_failures},
+                         {"last_sfp_port_type", failed ? Json(last_type) : Json()},
+                         {"last_sfp_port", failed ? Json(state.last_sfp_port) : Json()}},
+                        text + "\n");
+}
+
+uint32_t parse_errno(const std::string &text) {
+  const int named = errno_of_name(text);
+  return named != 0 ? static_cast<uint32_t>(named)
+                    : parse_number<uint32_t>(text, 1, KEL_ASIC_SYSERR_ERRNO_MASK);
+}
+
+void describe_fail(Arguments &arguments, NumberArgs &args) {
+  arguments.parsed("ERRNO", args.number, parse_errno, "Name, like ETIMEDOUT, or number (1 to 4095)")
+      .required();
+}
+
+void describe_card(Arguments &arguments, NumberArgs &args) {
+  arguments.number<uint32_t>("ID", args.number, "Identifier", 0, UINT16_MAX).required();
+}
+
+void describe_traffic(Arguments &arguments, TrafficArgs &args) {
+  describe_port(arguments, args.port, UINT32_MAX);
+  arguments.number<uint32_t>("--class", args.traffic_class, "Traffic class", 0, 7).required();
+  arguments.number<uint64_t>("--frames", args.frames, "Frames that arrive").required();
+  arguments.number<uint64_t>("--excess", args.excess,
+                             "How many of them find the queue full; at most all");
+  arguments.word("--direction", args.direction, "n2h (if left out) or h2n").type_name("DIRECTION");
+  arguments.flag("--steady", args.steady,
+                 "Let the same pass every second while qos show --watch waits");
+}
+
+}  // namespace
+
+void add_platform_options(Arguments &options) {
+  options.flag("--calls", watch.show, "Show each service call, decoded, on standard error");
+}
+
+void watch_platform() {
+  vp_watch(watch_call, nullptr);
+}
+
+void check_sent() {
+  if (watch.lost_errno == 0)
+    return;
+  const syserr_t code = KEL_ASIC_SYSERR_SERVICE | static_cast<syserr_t>(watch.lost_errno);
+  const std::string hint =
+      format("transaction \"%s\" failed: %llu %s lost", watch.lost_name.c_str(),
+             static_cast<unsigned long long>(watch.lost_writes),
+             watch.lost_writes == 1 ? "write" : "writes");
+  watch.lost_errno = 0;
+  watch.lost_writes = 0;
+  throw OperationFailed(code, hint);
+}
+
+void add_platform_commands(Parser &parser) {
+  parser.add<NumberArgs>(
+      {"fail", "Virtual platform", "Make the next service call fail, on the virtual platform"},
+      describe_fail, run_fail);
+  parser.add<NumberArgs>(
+      {"card", "Virtual platform", "Set the card's software identifier, on the virtual platform"},
+      describe_card, run_card);
+  parser.add<TrafficArgs>(
+      {"traffic", "Virtual platform", "Let traffic pass through a port of the virtual platform"},
+      describe_traffic, run_traffic);
+  parser.add({"state", "Virtual platform",
+              "Show what commands have left on the ASIC of the virtual platform"},
+             run_state);
+}
+
+}  // namespace mrvctl

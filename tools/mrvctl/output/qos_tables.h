@@ -1,0 +1,35 @@
+// The QoS statistics of a port as tables and as JSON.
+#ifndef MRVCTL_QOS_TABLES_H
+#define MRVCTL_QOS_TABLES_H
+
+#include <string>
+#include <vector>
+
+#include "kel_asic_intf.h"
+#include "output/json.h"
+
+namespace mrvctl {
+
+// One or more counters of the QoS record under their names.
+struct Counters {
+  const char *record;
+  const char *field;
+  const char *label;
+  const kel_asic_counter_t *values;
+  size_t count;  // 1, 8 or 48
+};
+
+std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats);
+
+std::string qos_text(const kel_asic_qos_stats_t &stats, bool dim_zeros);
+Json qos_json(const kel_asic_qos_stats_t &stats);
+
+// How fast each counter rose from one record to the next; a counter that fell was cleared between.
+std::string rates_text(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now,
+                       double seconds);
+Json rates_json(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now,
+                double seconds);
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,88 @@
+// What the tool prints.
+#include "output/report.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/errors.h"
+#include "base/text.h"
+
+namespace mrvctl {
+namespace {
+
+std::string object_line(const Json &object) {
+  return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace
+
+void Report::take_standard_output() {
+  const int results = dup(STDOUT_FILENO);
+  out_ = results < 0 ? nullptr : fdopen(results, "w");
+  if (out_ == nullptr || dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
+    throw OperationFailed(std::string("no standard output: ") + std::strerror(errno));
+}
+
+bool Report::on_terminal() const {
+  return isatty(fileno(out_)) != 0;
+}
+
+bool Report::dim_zeros() const {
+  const char *no_colour = std::getenv("NO_COLOR");
+  return on_terminal() && (no_colour == nullptr || no_colour[0] == '\0');
+}
+
+void Report::print(const std::string &text) {
+  if (std::fputs(text.c_str(), out_) < 0 || std::fflush(out_) != 0)
+    failed_ = true;
+}
+
+void Report::result(const Json &object, const std::string &text) {
+  std::fflush(stdout);  // what the library has printed stands before the result
+  if (json_ && held_)
+    return;
+  print(json_ ? object_line(object) : text);
+}
+
+void Report::failure(const Place &place, const std::string &command_line, const Json &command,
+                     const Json &error) {
+  std::fflush(stdout);
+  if (json_)
+    print(failure_json(place, command, error));
+  const std::string position =
+      place.line > 0 ? place.file + ":" + std::to_string(place.line) + ": " : "";
+  std::fprintf(stderr, "%s%s: %s\n", position.c_str(), command_line.c_str(),
+               error["text"].get<std::string>().c_str());
+}
+
+bool Report::close() {
+  if (std::fclose(out_) != 0)
+    failed_ = true;
+  return !failed_;
+}
+
+Json error_json(std::optional<syserr_t> code, const std::string &name, const std::string &text) {
+  return {{"code", code ? Json(*code) : Json()}, {"name", name}, {"text", text}};
+}
+
+std::string failure_json(const Place &place, const Json &command, const Json &error) {
+  const bool in_script = place.line > 0;
+  return object_line({{"command", command},
+                      {"file", in_script ? Json(place.file) : Json()},
+                      {"line", in_script ? Json(place.line) : Json()},
+                      {"error", error}});
+}
+
+Json register_json(const char *command, const Register &reg) {
+  const char *name = register_name(reg.block, reg.vreg);
+  return {{"command", command},
+          {"block", kel_asic_blk_names[reg.block]},
+          {"instance", reg.instance},
+          {"register", name == nullptr ? Json() : Json(name)},
+          {"vreg", reg.vreg}};
+}
+
+}  // namespace mrvctl

@@ -1,0 +1,68 @@
+// What the tool prints: results for people or as JSON, one object a line, and failures.
+#ifndef MRVCTL_REPORT_H
+#define MRVCTL_REPORT_H
+
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "kel_asic_syserr_def.h"
+#include "output/json.h"
+#include "registers/register_names.h"
+
+namespace mrvctl {
+
+// Where a command stands: a line of a script, or no script.
+struct Place {
+  std::string file;
+  int line = 0;
+};
+
+class Report {
+ public:
+  // Keeps the process's standard output for results alone: what the library prints from now on goes
+  // to standard error.
+  void take_standard_output();
+
+  void use_json() { json_ = true; }
+  bool json() const { return json_; }
+  // Whether people read along on a terminal that has colours, or at least dim letters.
+  bool dim_zeros() const;
+  bool on_terminal() const;
+
+  // Holds back objects, or no more: a command that has to fail comes to one, its own. Tells
+  // whether they were held back before.
+  bool hold_json(bool hold) { return std::exchange(held_, hold); }
+
+  // One command's result, in the form that was asked for.
+  void result(const Json &object, const std::string &text);
+
+  // One command's failure: on standard error behind its place, "FILE:LINE: " or nothing.
+  void failure(const Place &place, const std::string &command_line, const Json &command,
+               const Json &error);
+
+  // False where a result could not be written.
+  bool close();
+
+ private:
+  void print(const std::string &text);
+
+  std::FILE *out_ = stdout;
+  bool json_ = false;
+  bool held_ = false;
+  bool failed_ = false;
+};
+
+// {"code":...,"name":...,"text":...}; the code is null where it was not the library that failed.
+Json error_json(std::optional<syserr_t> code, const std::string &name, const std::string &text);
+
+// {"command":...,"file":...,"line":...,"error":...}; file and line are null outside a script.
+std::string failure_json(const Place &place, const Json &command, const Json &error);
+
+// {"command":...,"block":...,"instance":...,"register":...,"vreg":...}
+Json register_json(const char *command, const Register &reg);
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,33 @@
+// The port types by name.
+#include "registers/port_types.h"
+
+#include <iterator>
+
+#include "base/errors.h"
+#include "base/numbers.h"
+#include "base/text.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr const char *kPortTypes[] = {"cif", "bif", "nif", "hif"};  // by cardcfg_port_type_t
+
+}  // namespace
+
+uint32_t parse_port_type(const std::string &text, uint32_t highest) {
+  for (uint32_t type = 0; type < std::size(kPortTypes); ++type) {
+    if (lower_case(text) == kPortTypes[type])
+      return type;
+  }
+  try {
+    return parse_number<uint32_t>(text, 0, highest);
+  } catch (const UsageError &error) {
+    throw UsageError(std::string(error.what()) + ", and none of hif, nif, cif, bif");
+  }
+}
+
+std::string port_type_text(uint32_t port_type) {
+  return port_type < std::size(kPortTypes) ? kPortTypes[port_type] : std::to_string(port_type);
+}
+
+}  // namespace mrvctl

@@ -1,0 +1,39 @@
+// What the platform's register map tells any client: limits, addresses and the entry-size hook.
+#ifndef MRVCTL_REGISTER_MAP_H
+#define MRVCTL_REGISTER_MAP_H
+
+#include <string>
+
+#include "base/caller.h"
+#include "platform/register_map.h"
+#include "registers/register_names.h"
+
+namespace mrvctl {
+
+class RegisterMap {
+ public:
+  // Throws OperationFailed where the platform describes no Morvane.
+  explicit RegisterMap(const Caller &caller);
+
+  const kel_asic_limits_t &limits() const { return limits_; }
+  uint32_t instances(kel_asic_blk_t block) const { return limits_.*block_info(block).instances; }
+
+  // Address of a register that exists.
+  uint32_t address(const Register &reg) const;
+
+  // Why an address names no register; empty where it names one.
+  std::string missing(const Register &reg) const;
+
+  // What the hook says of a table's entry size; below 1 where it does not answer.
+  int hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) const;
+
+ private:
+  KEL_ASIC_fn hooks_ = {};
+  kel_asic_limits_t limits_ = {};
+  const kel_asic_reg_t **bases_ = nullptr;
+  const kel_asic_reg_t **offsets_ = nullptr;
+};
+
+}  // namespace mrvctl
+
+#endif
