@@ -1,0 +1,360 @@
+#include "reader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "kel_asic_lib_common.h"
+
+namespace recording {
+namespace {
+
+constexpr std::size_t kStep = sizeof(mrec_note_t);  // notes begin at its multiples
+constexpr std::size_t kChunk = 65536;
+constexpr std::size_t kRegisterHeader = sizeof(kel_asic_reg_access_params_t);
+constexpr std::size_t kRegisterAnswer = 8;  // data and num
+constexpr std::size_t kTransactionHeader = offsetof(kel_asic_xn_t, xn);
+constexpr std::size_t kQosRequest = 20;  // up to the statistics, and the options behind them
+constexpr std::size_t kQosStats = sizeof(kel_asic_qos_stats_t);
+
+using Bytes = std::vector<uint8_t>;
+
+// A recording that is open for reading.
+class File {
+ public:
+  explicit File(const std::string &path)
+      : path_(path), fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {
+    if (fd_ < 0)
+      throw Unreadable("cannot open " + path + ": " + std::strerror(errno));
+    if (fstat(fd_, &status_) != 0 || !S_ISREG(status_.st_mode)) {
+      close(fd_);
+      throw Unreadable(path + " is no recording: it is not a regular file");
+    }
+  }
+  ~File() { close(fd_); }
+  File(const File &) = delete;
+  File &operator=(const File &) = delete;
+
+  uint64_t device() const { return status_.st_dev; }
+  uint64_t inode() const { return status_.st_ino; }
+
+  // Gives how many bytes there were: fewer where the file ends.
+  std::size_t read(uint64_t offset, void *to, std::size_t size) const {
+    std::size_t done = 0;
+    while (done < size) {
+      const ssize_t got = pread(fd_, static_cast<char *>(to) + done, size - done,
+                                static_cast<off_t>(offset + done));
+      if (got < 0 && errno == EINTR)
+        continue;
+      if (got < 0)
+        throw Unreadable("cannot read " + path_ + ": " + std::strerror(errno));
+      if (got == 0)
+        break;
+      done += static_cast<std::size_t>(got);
+    }
+    return done;
+  }
+
+ private:
+  const std::string &path_;
+  int fd_;
+  struct stat status_ {};
+};
+
+template <typename Value>
+Value value_at(const uint8_t *bytes) {
+  Value value;
+  std::memcpy(&value, bytes, sizeof value);
+  return value;
+}
+
+// A text of a record: up to its NUL, what cannot be printed replaced.
+template <std::size_t size>
+std::string text_of(const char (&field)[size]) {
+  std::string text(field, strnlen(field, size));
+  std::replace_if(
+      text.begin(), text.end(), [](char letter) { return letter < ' ' || letter > '~'; }, '?');
+  return text;
+}
+
+Process process_of(const mrec_header_t &header) {
+  Process process;
+  process.program = text_of(header.program);
+  process.pid = header.pid;
+  process.parent_pid = header.parent_pid;
+  process.word_size = header.word_size;
+  process.wall_ns = header.wall_ns;
+  process.monotonic_ns = header.monotonic_ns;
+  process.boot_id = text_of(header.boot_id);
+  process.ring_size = header.ring_size;
+  return process;
+}
+
+// Says what is wrong with a header, or gives null.
+const char *fault_of(const mrec_header_t &header) {
+  if (std::memcmp(header.magic, MREC_MAGIC, sizeof header.magic) != 0)
+    return "is no recording";
+  if (header.version != MREC_VERSION || header.header_size != MREC_HEADER_SIZE)
+    return "is a recording of another version";
+  if (header.ring_size < MREC_RING_MIN || header.ring_size > MREC_RING_MAX ||
+      header.ring_size % MREC_HEADER_SIZE != 0) {
+    return "is a damaged recording: the size of its ring is impossible";
+  }
+  if (header.tail % kStep != 0 || header.head % kStep != 0 || header.tail > header.head ||
+      header.head - header.tail > header.ring_size) {
+    return "is a damaged recording: its ring begins or ends at an impossible place";
+  }
+  return nullptr;
+}
+
+// The header as it stands, all 0 where the process had not begun to record.
+mrec_header_t load_header(const File &file, const std::string &path) {
+  mrec_header_t header = {};
+  const std::size_t size = file.read(0, &header, sizeof header);
+  const mrec_header_t nothing = {};
+  if (std::memcmp(header.magic, nothing.magic, sizeof header.magic) == 0)
+    return nothing;
+  const char *fault = size < sizeof header ? "is no recording" : fault_of(header);
+  if (fault != nullptr)
+    throw Unreadable(path + ' ' + fault);
+  return header;
+}
+
+// The call under way is written while we may be reading; it is whole if its number stays.
+void load_call_under_way(const File &file, mrec_header_t *header) {
+  mrec_u64_t number = 0;
+  file.read(offsetof(mrec_header_t, begun.number), &number, sizeof number);
+  if (number != header->begun.number)
+    header->begun.number = 0;
+}
+
+// What was kept of a record, and of its answer, made into records again. False where the sizes are
+// not those of the shape.
+bool register_records(const Bytes &request, const Bytes &answer, Call *call) {
+  if (request.size() < kRegisterHeader || request.size() % 4 != 0)
+    return false;
+  const auto num = value_at<uint32_t>(&request[offsetof(kel_asic_reg_access_params_t, num)]);
+  const std::size_t words = (request.size() - kRegisterHeader) / 4;
+  if (words > MREC_WORDS_MAX || words > num)
+    return false;
+  call->request = request;
+  if (answer.empty())
+    return true;
+  if (answer.size() < kRegisterAnswer || answer.size() % 4 != 0)
+    return false;
+  const std::size_t answered = (answer.size() - kRegisterAnswer) / 4;
+  if (answered > MREC_WORDS_MAX || answered > value_at<uint32_t>(&answer[4]))
+    return false;
+  call->answer.assign(request.begin(), request.begin() + kRegisterHeader);
+  std::memcpy(&call->answer[offsetof(kel_asic_reg_access_params_t, data)], answer.data(), 4);
+  std::memcpy(&call->answer[offsetof(kel_asic_reg_access_params_t, num)], &answer[4], 4);
+  call->answer.insert(call->answer.end(), answer.begin() + kRegisterAnswer, answer.end());
+  return true;
+}
+
+// The one under way comes without its entries.
+bool transaction_records(const Bytes &request, const Bytes &answer, Call *call) {
+  if (request.size() < kTransactionHeader || !answer.empty())
+    return false;
+  const auto num = value_at<int32_t>(&request[offsetof(kel_asic_xn_t, num)]);
+  if (num < 0 || num > KEL_ASIC_XN_ENTRIES)
+    return false;
+  const std::size_t entries = call->returned ? static_cast<std::size_t>(num) : 0;
+  if (request.size() != kTransactionHeader + entries * sizeof(kel_asic_xn_entry_t))
+    return false;
+  call->request = request;
+  return true;
+}
+
+bool qos_records(const Bytes &request, const Bytes &answer, Call *call) {
+  if (request.size() != kQosRequest || (!answer.empty() && answer.size() != kQosStats))
+    return false;
+  constexpr std::size_t stats = offsetof(kel_asic_qos_stats_params_t, stats);
+  call->request.assign(sizeof(kel_asic_qos_stats_params_t), 0);
+  std::copy_n(request.begin(), stats, call->request.begin());
+  std::copy_n(request.begin() + stats, 4,
+              call->request.begin() + offsetof(kel_asic_qos_stats_params_t, opts));
+  if (answer.empty())
+    return true;
+  call->answer = call->request;
+  std::copy(answer.begin(), answer.end(), call->answer.begin() + stats);
+  return true;
+}
+
+bool other_records(const Bytes &request, const Bytes &answer, Call *call) {
+  if (request.size() > MREC_OTHER_MAX || answer.size() > MREC_OTHER_MAX)
+    return false;
+  call->request = request;
+  call->answer = answer;
+  return true;
+}
+
+bool make_records(const Bytes &request, const Bytes &answer, Call *call) {
+  if (request.size() > call->length || answer.size() > call->length)
+    return false;
+  switch (call->shape) {
+    case MREC_SHAPE_OTHER:
+      return other_records(request, answer, call);
+    case MREC_SHAPE_REGISTER:
+      return register_records(request, answer, call);
+    case MREC_SHAPE_TRANSACTION:
+      return transaction_records(request, answer, call);
+    case MREC_SHAPE_QOS:
+      return qos_records(request, answer, call);
+    default:
+      return false;
+  }
+}
+
+// Makes a call of a note; false where the note contradicts itself.
+bool make_call(const uint8_t *bytes, std::size_t size, Call *call) {
+  if (size < sizeof(mrec_call_t))
+    return false;
+  const auto note = value_at<mrec_call_t>(bytes);
+  const std::size_t room = size - sizeof note;
+  if (note.request_size > room || note.answer_size > room - note.request_size)
+    return false;
+  *call = Call();
+  call->number = note.number;
+  call->wall_ns = note.wall_ns;
+  call->monotonic_ns = note.monotonic_ns;
+  call->duration_ns = note.duration_ns;
+  call->case_code = note.case_code;
+  call->driver = note.driver;
+  call->length = note.length;
+  call->shape = note.shape;
+  call->returned = true;
+  call->request_cut = (note.flags & MREC_REQUEST_CUT) != 0;
+  call->answer_cut = (note.flags & MREC_ANSWER_CUT) != 0;
+  call->result = note.result;
+  call->error_number = note.error_number;
+  const uint8_t *const request = bytes + sizeof note;
+  const uint8_t *const answer = request + note.request_size;
+  return make_records(Bytes(request, answer), Bytes(answer, answer + note.answer_size), call);
+}
+
+}  // namespace
+
+Reader::Reader(std::string path) : path_(std::move(path)) {
+  refresh();
+}
+
+void Reader::check_same(uint64_t device, uint64_t inode) const {
+  if (device != device_ || inode != inode_)
+    throw Unreadable(path_ + " has been replaced by another file");
+}
+
+void Reader::refresh() {
+  const File file(path_);
+  if (inode_ == 0) {
+    device_ = file.device();
+    inode_ = file.inode();
+  }
+  check_same(file.device(), file.inode());
+  mrec_header_t header = load_header(file, path_);
+  if (header_.ring_size != 0 && header.ring_size != header_.ring_size)
+    throw Unreadable(path_ + " has been replaced by another recording");
+  load_call_under_way(file, &header);
+  if (header_.ring_size == 0) {
+    position_ = header.tail;
+    buffer_position_ = position_;
+  }
+  header_ = header;
+  process_ = process_of(header);
+}
+
+bool Reader::next(Call *call) {
+  while (position_ < header_.head) {
+    if (!fill(kStep))
+      continue;
+    const auto note = value_at<mrec_note_t>(next_bytes());
+    if (!is_note(note)) {
+      skip(kStep, &damaged_);
+      continue;
+    }
+    if (!fill(note.size))
+      continue;
+    if (note.kind == MREC_NOTE_CALL && !make_call(next_bytes(), note.size, call)) {
+      skip(kStep, &damaged_);
+      continue;
+    }
+    position_ += note.size;
+    if (note.kind == MREC_NOTE_CALL) {
+      last_number_ = call->number;
+      return true;
+    }
+    if (note.kind != MREC_NOTE_FILLER)
+      ++unknown_;
+  }
+  return false;
+}
+
+bool Reader::under_way(Call *call) const {
+  const mrec_begun_t &begun = header_.begun;
+  // A process may end between the note of a call and the end of its being under way.
+  if (begun.number == 0 || begun.number == last_number_ ||
+      begun.request_size > sizeof begun.request) {
+    return false;
+  }
+  *call = Call();
+  call->number = begun.number;
+  call->wall_ns = begun.wall_ns;
+  call->monotonic_ns = begun.monotonic_ns;
+  call->case_code = begun.case_code;
+  call->driver = begun.driver;
+  call->length = begun.length;
+  call->shape = begun.shape;
+  return make_records(Bytes(begun.request, begun.request + begun.request_size), Bytes(), call);
+}
+
+const uint8_t *Reader::next_bytes() const {
+  return buffer_.data() + static_cast<std::size_t>(position_ - buffer_position_);
+}
+
+// How much the ring holds in one piece from here on.
+uint64_t Reader::contiguous() const {
+  return std::min(header_.ring_size - position_ % header_.ring_size, header_.head - position_);
+}
+
+bool Reader::is_note(const mrec_note_t &note) const {
+  return (note.mark ^ static_cast<uint32_t>(position_)) == MREC_NOTE_MARK && note.size != 0 &&
+         note.size % kStep == 0 && note.size <= contiguous();
+}
+
+void Reader::skip(uint64_t size, uint64_t *count) {
+  position_ += size;
+  *count += size;
+}
+
+// Has `wanted` bytes from the next note on in the buffer; or passes over what cannot be had, and
+// gives false. The ring has them in one piece.
+bool Reader::fill(std::size_t wanted) {
+  if (position_ - buffer_position_ + wanted <= buffer_.size())
+    return true;
+  const File file(path_);
+  check_same(file.device(), file.inode());
+  buffer_.resize(static_cast<std::size_t>(
+      std::min<uint64_t>(std::max<std::size_t>(wanted, kChunk), contiguous())));
+  buffer_position_ = position_;
+  const std::size_t got =
+      file.read(MREC_HEADER_SIZE + position_ % header_.ring_size, buffer_.data(), buffer_.size());
+  buffer_.resize(got - got % kStep);
+  uint64_t tail = 0;
+  file.read(offsetof(mrec_header_t, tail), &tail, sizeof tail);
+  if (tail > position_) {
+    skip(std::min<uint64_t>(tail, header_.head) - position_, &overwritten_);
+    return false;
+  }
+  if (buffer_.size() < wanted) {  // the file ends early
+    skip(contiguous(), &damaged_);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace recording

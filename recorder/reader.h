@@ -1,0 +1,111 @@
+// Reads the recordings of processes, dead or alive, and trusts nothing that stands in them.
+#ifndef RECORDER_READER_H
+#define RECORDER_READER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "recording_format.h"
+
+namespace recording {
+
+// A file that cannot be read, or that is no recording: says which file, and why.
+struct Unreadable : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// Who was recorded. All empty or 0 where the process had not begun to record.
+struct Process {
+  std::string program;  // printable characters alone
+  uint32_t pid = 0;
+  uint32_t parent_pid = 0;
+  uint32_t word_size = 0;     // bytes of its pointers
+  uint64_t wall_ns = 0;       // when the recording began, by the wall clock since 1970
+  uint64_t monotonic_ns = 0;  // and by the monotonic clock, which runs since the machine booted
+  std::string boot_id;        // equal ids: monotonic times of two processes compare; may be empty
+  uint64_t ring_size = 0;     // bytes
+};
+
+// A service call. Both records are as kel_asic_lib_common.h and kel_asic_intf.h lay them out, up to
+// the last byte that means something; what follows, up to length, had no meaning. Whatever the file
+// says, their sizes are
+//   MREC_SHAPE_REGISTER     196 bytes, then at most num words: of a write in the request, of a read
+//   in
+//                           the answer
+//   MREC_SHAPE_TRANSACTION  40 bytes and num entries, num being 0 to 512; no answer
+//   MREC_SHAPE_QOS          1140 bytes
+//   MREC_SHAPE_OTHER        0 to 256 bytes
+// while every value in them is as untrusted as the file.
+struct Call {
+  uint64_t number = 0;        // which call of the process, from 1, in the order of beginning
+  uint64_t wall_ns = 0;       // when it began, by the wall clock since 1970
+  uint64_t monotonic_ns = 0;  // and by the monotonic clock
+  uint64_t duration_ns = 0;
+  uint32_t case_code = 0;
+  uint32_t driver = 0;
+  uint32_t length = 0;  // of the record as it was passed; not bounded
+  uint32_t shape = MREC_SHAPE_OTHER;
+  bool returned = false;     // false: it is the one under way
+  bool request_cut = false;  // words were left out
+  bool answer_cut = false;
+  int32_t result = 0;            // of sse_call2
+  int32_t error_number = 0;      // errno, where result is below 0
+  std::vector<uint8_t> request;  // the record as it was sent
+  std::vector<uint8_t> answer;   // as it was answered; empty where the call failed
+};
+
+// One recording, read forwards up to where it stood when it was looked at last. The file is open
+// only while it is looked at, so that any number of readers can stand side by side.
+class Reader {
+ public:
+  // Throws Unreadable. A file whose process had not yet begun to record has no calls.
+  explicit Reader(std::string path);
+
+  const std::string &path() const { return path_; }
+  const Process &process() const { return process_; }
+
+  // Gives the next call that has returned, in the order of returning; false behind the last one.
+  // Throws Unreadable where the file can no longer be read.
+  bool next(Call *call);
+
+  // Looks at the file again: next() goes on with what has come since. Throws Unreadable.
+  void refresh();
+
+  // Gives the call that was under way when the file was looked at, its request without words and
+  // entries; false where there was none. Meant for when next() has given the last one.
+  bool under_way(Call *call) const;
+
+  // What next() has passed over so far.
+  uint64_t overwritten_bytes() const {
+    return overwritten_;
+  }                                                    // by newer notes, while it was reading
+  uint64_t damaged_bytes() const { return damaged_; }  // which are no notes
+  uint64_t unknown_notes() const { return unknown_; }  // of kinds that it does not know
+  // Calls that the process could not note.
+  uint64_t missed_calls() const { return header_.missed; }
+
+ private:
+  void check_same(uint64_t device, uint64_t inode) const;
+  const uint8_t *next_bytes() const;
+  uint64_t contiguous() const;
+  bool is_note(const mrec_note_t &note) const;
+  void skip(uint64_t size, uint64_t *count);
+  bool fill(std::size_t wanted);
+
+  std::string path_;
+  Process process_;
+  mrec_header_t header_{};  // as it stood at the last look; all 0 where recording had not begun
+  uint64_t device_ = 0, inode_ = 0;
+  uint64_t position_ = 0;  // of the next note
+  std::vector<uint8_t> buffer_;
+  uint64_t buffer_position_ = 0;  // of its first byte
+  uint64_t last_number_ = 0;
+  uint64_t overwritten_ = 0, damaged_ = 0, unknown_ = 0;
+};
+
+}  // namespace recording
+
+#endif

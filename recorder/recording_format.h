@@ -1,0 +1,186 @@
+/**
+ * @file
+ * The file in which a process keeps its last service calls: a header page, then a ring of notes.
+ *
+ * The file is the interface between the process that wrote it, which may be dead or still at work,
+ * and whoever reads it. It is the same on 32-bit and 64-bit machines: little-endian, without gaps.
+ * A comment behind a field gives its offset in bytes. docs/recording.md tells it in prose.
+ *
+ * A position counts bytes since the recording began, and only grows; it stands in the file at
+ * ::MREC_HEADER_SIZE + position % ring_size. The notes from tail up to head are whole. Before old
+ * notes are overwritten tail passes them; after a note is written head passes it. So whoever reads
+ * tail and head, copies notes and then reads tail again, has got whole those that stand at or
+ * behind that tail, and a process that is killed at any instant leaves nothing but whole notes
+ * between the two.
+ */
+#ifndef RECORDING_FORMAT_H
+#define RECORDING_FORMAT_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+#include <cstddef>
+#endif
+
+/** Aligned to 8 bytes on every machine, so that it is read and written in one piece. */
+typedef uint64_t mrec_u64_t __attribute__((aligned(8)));
+
+/** First bytes of a recording. They are written last: a file that begins with zeros has no calls.
+ */
+#define MREC_MAGIC "MRVNREC\n"
+#define MREC_VERSION UINT32_C(1)
+
+/** Bytes in front of the ring. */
+#define MREC_HEADER_SIZE UINT32_C(4096)
+
+/** Limits of ring_size, which is a multiple of 4096. */
+#define MREC_RING_MIN UINT32_C(65536)
+#define MREC_RING_MAX UINT32_C(1073741824)
+#define MREC_RING_DEFAULT UINT32_C(4194304)
+
+/** At most so many data words of a register request, and of its answer, are kept. */
+#define MREC_WORDS_MAX UINT32_C(2048)
+
+/** At most so many bytes are kept of a record that is none of those in kel_asic_lib_common.h. */
+#define MREC_OTHER_MAX UINT32_C(256)
+
+/** Begins each note, exclusive-or'ed with the low 32 bits of its position. */
+#define MREC_NOTE_MARK UINT32_C(0xCA11CA11)
+
+/** What a note is. A reader skips kinds that it does not know. */
+enum {
+  MREC_NOTE_FILLER = 0, /**< nothing; fills the ring up to its end */
+  MREC_NOTE_CALL = 1    /**< ::mrec_call_t and what was kept of its record */
+};
+
+/** What is kept of a record, and how. */
+enum {
+  /** No record, or one that is none of the others: its first bytes, as sent and as answered. */
+  MREC_SHAPE_OTHER = 0,
+  /**
+   * kel_asic_reg_access_params_t. Request: its 196 bytes, then of a write of words the words.
+   * Answer: data, num, then of a read of words the words.
+   */
+  MREC_SHAPE_REGISTER = 1,
+  /** kel_asic_xn_t of 0 to 512 entries. Request: 40 bytes, then the num entries. Answer: none. */
+  MREC_SHAPE_TRANSACTION = 2,
+  /** kel_asic_qos_stats_params_t. Request: its first 16 bytes, then opts. Answer of a get: stats.
+   */
+  MREC_SHAPE_QOS = 3
+};
+
+/** Bits of mrec_call_t::flags: what was longer than what is kept. */
+enum { MREC_REQUEST_CUT = 1, MREC_ANSWER_CUT = 2 };
+
+/** Begins every note. 16 bytes; a note begins at a multiple of 16 and never wraps. */
+typedef struct mrec_note_t {
+  uint32_t mark;     /**< 0: ::MREC_NOTE_MARK ^ low 32 bits of the note's position */
+  uint32_t size;     /**< 4: bytes of the whole note, a multiple of 16, not 0 */
+  uint32_t kind;     /**< 8: what it is */
+  uint32_t reserved; /**< 12: 0 */
+} mrec_note_t;
+
+/** A call that has returned. 96 bytes, then request_size bytes of request, then of answer. */
+typedef struct mrec_call_t {
+  mrec_note_t note;        /**< 0: the beginning of every note */
+  mrec_u64_t number;       /**< 16: which call of the process, by when it began; from 1 */
+  mrec_u64_t wall_ns;      /**< 24: when it began: CLOCK_REALTIME in nanoseconds */
+  mrec_u64_t monotonic_ns; /**< 32: when it began: CLOCK_MONOTONIC in nanoseconds */
+  mrec_u64_t duration_ns;  /**< 40: how long it took */
+  uint32_t case_code;      /**< 48: case code */
+  uint32_t driver;         /**< 52: driver identifier */
+  uint32_t length;         /**< 56: length of the record as it was passed */
+  int32_t result;          /**< 60: what the call returned */
+  int32_t error_number;    /**< 64: errno where result is below 0; else 0 */
+  uint32_t shape;          /**< 68: what is kept of the record */
+  uint32_t flags;          /**< 72: what was cut */
+  uint32_t request_size;   /**< 76: bytes kept of the request */
+  uint32_t answer_size;    /**< 80: bytes kept of the answer, which follow; 0 if the call failed */
+  uint32_t reserved[3];    /**< 84: 0 */
+} mrec_call_t;
+
+/** The call that has begun and not yet returned. 240 bytes. */
+typedef struct mrec_begun_t {
+  mrec_u64_t number;       /**< 0: which call of the process; 0 while there is none */
+  mrec_u64_t wall_ns;      /**< 8: when it began, as in ::mrec_call_t */
+  mrec_u64_t monotonic_ns; /**< 16: when it began */
+  uint32_t case_code;      /**< 24: case code */
+  uint32_t driver;         /**< 28: driver identifier */
+  uint32_t length;         /**< 32: length of the record as it was passed */
+  uint32_t shape;          /**< 36: what is kept of the record */
+  uint32_t request_size;   /**< 40: bytes of the request */
+  uint8_t request[196];    /**< 44: its beginning: as in the note, without words and entries */
+} mrec_begun_t;
+
+/** Beginning of the file. 512 bytes; zeros up to ::MREC_HEADER_SIZE. */
+typedef struct mrec_header_t {
+  char magic[8];           /**< 0: ::MREC_MAGIC, without its NUL */
+  uint32_t version;        /**< 8: ::MREC_VERSION */
+  uint32_t header_size;    /**< 12: ::MREC_HEADER_SIZE */
+  mrec_u64_t ring_size;    /**< 16: bytes of the ring; the file is that and the header, no more */
+  mrec_u64_t tail;         /**< 24: position of the oldest note */
+  mrec_u64_t head;         /**< 32: position behind the newest note */
+  mrec_u64_t missed;       /**< 40: calls without a note: made by a signal handler amid one */
+  mrec_u64_t wall_ns;      /**< 48: when the recording began: CLOCK_REALTIME in nanoseconds */
+  mrec_u64_t monotonic_ns; /**< 56: when it began: CLOCK_MONOTONIC in nanoseconds */
+  uint32_t pid;            /**< 64: the process */
+  uint32_t parent_pid;     /**< 68: its parent */
+  uint32_t word_size;      /**< 72: bytes of its pointers */
+  uint32_t reserved;       /**< 76: 0 */
+  char boot_id[40];        /**< 80: boot of the machine, NUL-padded; empty where it is unknown */
+  char program[152];       /**< 120: name of the program, NUL-padded, byte 151 NUL */
+  mrec_begun_t begun;      /**< 272: the call under way */
+} mrec_header_t;
+
+#ifdef __cplusplus
+static_assert(sizeof(mrec_note_t) == 16);
+static_assert(offsetof(mrec_note_t, mark) == 0);
+static_assert(offsetof(mrec_note_t, size) == 4);
+static_assert(offsetof(mrec_note_t, kind) == 8);
+static_assert(offsetof(mrec_note_t, reserved) == 12);
+
+static_assert(sizeof(mrec_call_t) == 96);
+static_assert(offsetof(mrec_call_t, number) == 16);
+static_assert(offsetof(mrec_call_t, wall_ns) == 24);
+static_assert(offsetof(mrec_call_t, monotonic_ns) == 32);
+static_assert(offsetof(mrec_call_t, duration_ns) == 40);
+static_assert(offsetof(mrec_call_t, case_code) == 48);
+static_assert(offsetof(mrec_call_t, driver) == 52);
+static_assert(offsetof(mrec_call_t, length) == 56);
+static_assert(offsetof(mrec_call_t, result) == 60);
+static_assert(offsetof(mrec_call_t, error_number) == 64);
+static_assert(offsetof(mrec_call_t, shape) == 68);
+static_assert(offsetof(mrec_call_t, flags) == 72);
+static_assert(offsetof(mrec_call_t, request_size) == 76);
+static_assert(offsetof(mrec_call_t, answer_size) == 80);
+static_assert(offsetof(mrec_call_t, reserved) == 84);
+
+static_assert(sizeof(mrec_begun_t) == 240);
+static_assert(offsetof(mrec_begun_t, wall_ns) == 8);
+static_assert(offsetof(mrec_begun_t, monotonic_ns) == 16);
+static_assert(offsetof(mrec_begun_t, case_code) == 24);
+static_assert(offsetof(mrec_begun_t, driver) == 28);
+static_assert(offsetof(mrec_begun_t, length) == 32);
+static_assert(offsetof(mrec_begun_t, shape) == 36);
+static_assert(offsetof(mrec_begun_t, request_size) == 40);
+static_assert(offsetof(mrec_begun_t, request) == 44);
+
+static_assert(sizeof(mrec_header_t) == 512);
+static_assert(offsetof(mrec_header_t, version) == 8);
+static_assert(offsetof(mrec_header_t, header_size) == 12);
+static_assert(offsetof(mrec_header_t, ring_size) == 16);
+static_assert(offsetof(mrec_header_t, tail) == 24);
+static_assert(offsetof(mrec_header_t, head) == 32);
+static_assert(offsetof(mrec_header_t, missed) == 40);
+static_assert(offsetof(mrec_header_t, wall_ns) == 48);
+static_assert(offsetof(mrec_header_t, monotonic_ns) == 56);
+static_assert(offsetof(mrec_header_t, pid) == 64);
+static_assert(offsetof(mrec_header_t, parent_pid) == 68);
+static_assert(offsetof(mrec_header_t, word_size) == 72);
+static_assert(offsetof(mrec_header_t, reserved) == 76);
+static_assert(offsetof(mrec_header_t, boot_id) == 80);
+static_assert(offsetof(mrec_header_t, program) == 120);
+static_assert(offsetof(mrec_header_t, begun) == 272);
+#endif
+
+#endif
