@@ -15,6 +15,7 @@ namespace recording {
 namespace {
 
 constexpr std::size_t kStep = sizeof(mrec_note_t);  // notes begin at its multiples
+constexpr uint64_t kRingStep = 4096;
 constexpr std::size_t kChunk = 65536;
 constexpr std::size_t kRegisterHeader = sizeof(kel_asic_reg_access_params_t);
 constexpr std::size_t kRegisterAnswer = 8;  // data and num
@@ -102,7 +103,7 @@ const char *fault_of(const mrec_header_t &header) {
   if (header.version != MREC_VERSION || header.header_size != MREC_HEADER_SIZE)
     return "is a recording of another version";
   if (header.ring_size < MREC_RING_MIN || header.ring_size > MREC_RING_MAX ||
-      header.ring_size % MREC_HEADER_SIZE != 0) {
+      header.ring_size % kRingStep != 0) {
     return "is a damaged recording: the size of its ring is impossible";
   }
   if (header.tail % kStep != 0 || header.head % kStep != 0 || header.tail > header.head ||
@@ -157,15 +158,14 @@ bool register_records(const Bytes &request, const Bytes &answer, Call *call) {
   return true;
 }
 
-// The one under way comes without its entries.
 bool transaction_records(const Bytes &request, const Bytes &answer, Call *call) {
   if (request.size() < kTransactionHeader || !answer.empty())
     return false;
   const auto num = value_at<int32_t>(&request[offsetof(kel_asic_xn_t, num)]);
   if (num < 0 || num > KEL_ASIC_XN_ENTRIES)
     return false;
-  const std::size_t entries = call->returned ? static_cast<std::size_t>(num) : 0;
-  if (request.size() != kTransactionHeader + entries * sizeof(kel_asic_xn_entry_t))
+  const std::size_t entries = static_cast<std::size_t>(num) * sizeof(kel_asic_xn_entry_t);
+  if (request.size() != kTransactionHeader + entries)
     return false;
   call->request = request;
   return true;
@@ -309,6 +309,7 @@ bool Reader::under_way(Call *call) const {
   call->driver = begun.driver;
   call->length = begun.length;
   call->shape = begun.shape;
+  call->request_cut = (begun.flags & MREC_REQUEST_CUT) != 0;
   return make_records(Bytes(begun.request, begun.request + begun.request_size), Bytes(), call);
 }
 

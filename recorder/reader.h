@@ -74,8 +74,8 @@ class Reader {
   // Looks at the file again: next() goes on with what has come since. Throws Unreadable.
   void refresh();
 
-  // Gives the call that was under way when the file was looked at, its request without words and
-  // entries; false where there was none. Meant for when next() has given the last one.
+  // Gives the call that was under way when the file was looked at, false where there was none.
+  // Meant for when next() has given the last one.
   bool under_way(Call *call) const;
 
   // What next() has passed over so far.

@@ -1,6 +1,6 @@
 /**
  * @file
- * The file in which a process keeps its last service calls: a header page, then a ring of notes.
+ * The file in which a process keeps its last service calls: a header, then a ring of notes.
  *
  * The file is the interface between the process that wrote it, which may be dead or still at work,
  * and whoever reads it. It is the same on 32-bit and 64-bit machines: little-endian, without gaps.
@@ -31,9 +31,9 @@ typedef uint64_t mrec_u64_t __attribute__((aligned(8)));
 #define MREC_VERSION UINT32_C(1)
 
 /** Bytes in front of the ring. */
-#define MREC_HEADER_SIZE UINT32_C(4096)
+#define MREC_HEADER_SIZE UINT32_C(16384)
 
-/** Limits of ring_size, which is a multiple of 4096. */
+/** Limits of ring_size, which is a multiple of 4096, and what it is by default. */
 #define MREC_RING_MIN UINT32_C(65536)
 #define MREC_RING_MAX UINT32_C(1073741824)
 #define MREC_RING_DEFAULT UINT32_C(4194304)
@@ -43,6 +43,9 @@ typedef uint64_t mrec_u64_t __attribute__((aligned(8)));
 
 /** At most so many bytes are kept of a record that is none of those in kel_asic_lib_common.h. */
 #define MREC_OTHER_MAX UINT32_C(256)
+
+/** At most so many bytes are kept of any request: those of a transaction with all its entries. */
+#define MREC_REQUEST_MAX UINT32_C(10280)
 
 /** Begins each note, exclusive-or'ed with the low 32 bits of its position. */
 #define MREC_NOTE_MARK UINT32_C(0xCA11CA11)
@@ -99,28 +102,29 @@ typedef struct mrec_call_t {
   uint32_t reserved[3];    /**< 84: 0 */
 } mrec_call_t;
 
-/** The call that has begun and not yet returned. 240 bytes. */
+/** The call that has begun and not yet returned. 10328 bytes. */
 typedef struct mrec_begun_t {
-  mrec_u64_t number;       /**< 0: which call of the process; 0 while there is none */
-  mrec_u64_t wall_ns;      /**< 8: when it began, as in ::mrec_call_t */
-  mrec_u64_t monotonic_ns; /**< 16: when it began */
-  uint32_t case_code;      /**< 24: case code */
-  uint32_t driver;         /**< 28: driver identifier */
-  uint32_t length;         /**< 32: length of the record as it was passed */
-  uint32_t shape;          /**< 36: what is kept of the record */
-  uint32_t request_size;   /**< 40: bytes of the request */
-  uint8_t request[196];    /**< 44: its beginning: as in the note, without words and entries */
+  mrec_u64_t number;                 /**< 0: as in ::mrec_call_t; 0 while there is none */
+  mrec_u64_t wall_ns;                /**< 8: when it began, as there */
+  mrec_u64_t monotonic_ns;           /**< 16: when it began, as there */
+  uint32_t case_code;                /**< 24: case code */
+  uint32_t driver;                   /**< 28: driver identifier */
+  uint32_t length;                   /**< 32: length of the record as it was passed */
+  uint32_t shape;                    /**< 36: what is kept of the record */
+  uint32_t flags;                    /**< 40: what was cut */
+  uint32_t request_size;             /**< 44: bytes kept of the request */
+  uint8_t request[MREC_REQUEST_MAX]; /**< 48: they, and zeros or leftovers of other calls */
 } mrec_begun_t;
 
-/** Beginning of the file. 512 bytes; zeros up to ::MREC_HEADER_SIZE. */
+/** Beginning of the file. 10600 bytes, then zeros up to ::MREC_HEADER_SIZE. */
 typedef struct mrec_header_t {
   char magic[8];           /**< 0: ::MREC_MAGIC, without its NUL */
   uint32_t version;        /**< 8: ::MREC_VERSION */
   uint32_t header_size;    /**< 12: ::MREC_HEADER_SIZE */
-  mrec_u64_t ring_size;    /**< 16: bytes of the ring; the file is that and the header, no more */
+  mrec_u64_t ring_size;    /**< 16: bytes of the ring, which ends the file */
   mrec_u64_t tail;         /**< 24: position of the oldest note */
   mrec_u64_t head;         /**< 32: position behind the newest note */
-  mrec_u64_t missed;       /**< 40: calls without a note: made by a signal handler amid one */
+  mrec_u64_t missed;       /**< 40: calls without a note: of a signal handler that ran amid one */
   mrec_u64_t wall_ns;      /**< 48: when the recording began: CLOCK_REALTIME in nanoseconds */
   mrec_u64_t monotonic_ns; /**< 56: when it began: CLOCK_MONOTONIC in nanoseconds */
   uint32_t pid;            /**< 64: the process */
@@ -155,17 +159,18 @@ static_assert(offsetof(mrec_call_t, request_size) == 76);
 static_assert(offsetof(mrec_call_t, answer_size) == 80);
 static_assert(offsetof(mrec_call_t, reserved) == 84);
 
-static_assert(sizeof(mrec_begun_t) == 240);
+static_assert(sizeof(mrec_begun_t) == 10328);
 static_assert(offsetof(mrec_begun_t, wall_ns) == 8);
 static_assert(offsetof(mrec_begun_t, monotonic_ns) == 16);
 static_assert(offsetof(mrec_begun_t, case_code) == 24);
 static_assert(offsetof(mrec_begun_t, driver) == 28);
 static_assert(offsetof(mrec_begun_t, length) == 32);
 static_assert(offsetof(mrec_begun_t, shape) == 36);
-static_assert(offsetof(mrec_begun_t, request_size) == 40);
-static_assert(offsetof(mrec_begun_t, request) == 44);
+static_assert(offsetof(mrec_begun_t, flags) == 40);
+static_assert(offsetof(mrec_begun_t, request_size) == 44);
+static_assert(offsetof(mrec_begun_t, request) == 48);
 
-static_assert(sizeof(mrec_header_t) == 512);
+static_assert(sizeof(mrec_header_t) == 10600);
 static_assert(offsetof(mrec_header_t, version) == 8);
 static_assert(offsetof(mrec_header_t, header_size) == 12);
 static_assert(offsetof(mrec_header_t, ring_size) == 16);

@@ -1,0 +1,125 @@
+#include "kept_record.h"
+
+#include <cstddef>
+#include <cstring>
+
+#include "kel_asic_lib_common.h"
+#include "platform/system_service.h"
+
+namespace {
+
+constexpr uint32_t register_header = sizeof(kel_asic_reg_access_params_t);
+constexpr uint32_t transaction_header = offsetof(kel_asic_xn_t, xn);
+constexpr uint32_t stats_offset = offsetof(kel_asic_qos_stats_params_t, stats);
+
+uint32_t smaller(uint32_t one, uint32_t other) {
+  return one < other ? one : other;
+}
+
+// A field of a record, wherever the record stands.
+uint32_t field(const uint8_t *record, std::size_t offset) {
+  uint32_t value;
+  std::memcpy(&value, record + offset, sizeof value);
+  return value;
+}
+
+uint32_t shape_of(const carried_record &record) {
+  if (record.bytes == nullptr)
+    return MREC_SHAPE_OTHER;
+  switch (record.case_code) {
+    case SYSSRV_REG_READ_CASE:
+    case SYSSRV_REG_WRITE_CASE:
+    case SYSSRV_SP_TIME_CONFIGURE:
+      return record.length >= register_header ? MREC_SHAPE_REGISTER : MREC_SHAPE_OTHER;
+    case SYSSRV_MEM_WRITE_CASE:
+      return record.length == sizeof(kel_asic_xn_t) &&
+                     field(record.bytes, offsetof(kel_asic_xn_t, num)) <= KEL_ASIC_XN_ENTRIES
+                 ? MREC_SHAPE_TRANSACTION
+                 : MREC_SHAPE_OTHER;
+    case SYSSRV_MEM_READ_CASE:
+      return record.length == sizeof(kel_asic_qos_stats_params_t) ? MREC_SHAPE_QOS
+                                                                  : MREC_SHAPE_OTHER;
+    default:
+      return MREC_SHAPE_OTHER;
+  }
+}
+
+// The words of a register record: no more than it has room for.
+uint32_t word_count(const carried_record &record) {
+  return smaller(field(record.bytes, offsetof(kel_asic_reg_access_params_t, num)),
+                 (record.length - register_header) / 4);
+}
+
+kept_record measure_words(uint32_t header, uint32_t words, uint32_t cut_flag) {
+  return {MREC_SHAPE_REGISTER, words > MREC_WORDS_MAX ? cut_flag : 0,
+          header + 4 * smaller(words, MREC_WORDS_MAX)};
+}
+
+kept_record measure_other(const carried_record &record, uint32_t cut_flag) {
+  if (record.bytes == nullptr)
+    return {MREC_SHAPE_OTHER, 0, 0};
+  return {MREC_SHAPE_OTHER, record.length > MREC_OTHER_MAX ? cut_flag : 0,
+          smaller(record.length, MREC_OTHER_MAX)};
+}
+
+kept_record keep_qos_request(const carried_record &record, uint8_t *to) {
+  constexpr uint32_t opts_offset = offsetof(kel_asic_qos_stats_params_t, opts);
+  std::memcpy(to, record.bytes, stats_offset);
+  std::memcpy(to + stats_offset, record.bytes + opts_offset, sizeof(uint32_t));
+  return {MREC_SHAPE_QOS, 0, stats_offset + sizeof(uint32_t)};
+}
+
+kept_record measure_request(const carried_record &record, uint32_t shape) {
+  if (shape == MREC_SHAPE_REGISTER) {
+    const uint32_t words = field(record.bytes, 0) == TYPE_WRITE_DHS ? word_count(record) : 0;
+    return measure_words(register_header, words, MREC_REQUEST_CUT);
+  }
+  if (shape == MREC_SHAPE_OTHER)
+    return measure_other(record, MREC_REQUEST_CUT);
+  const uint32_t entries = field(record.bytes, offsetof(kel_asic_xn_t, num));
+  return {shape, 0,
+          transaction_header + entries * static_cast<uint32_t>(sizeof(kel_asic_xn_entry_t))};
+}
+
+}  // namespace
+
+kept_record keep_request(const carried_record &record, uint8_t *to) {
+  const uint32_t shape = shape_of(record);
+  if (shape == MREC_SHAPE_QOS)
+    return keep_qos_request(record, to);
+  const kept_record kept = measure_request(record, shape);
+  if (kept.size != 0)
+    std::memcpy(to, record.bytes, kept.size);
+  return kept;
+}
+
+// The service may have overwritten the type: the request tells it.
+kept_record measure_answer(const carried_record &record, uint32_t shape, const uint8_t *request) {
+  switch (shape) {
+    case MREC_SHAPE_REGISTER:
+      return measure_words(8, field(request, 0) == TYPE_READ_DHS ? word_count(record) : 0,
+                           MREC_ANSWER_CUT);
+    case MREC_SHAPE_TRANSACTION:
+      return {shape, 0, 0};
+    case MREC_SHAPE_QOS:
+      return {shape, 0, field(request, 0) == QOS_STATS_GET ? sizeof(kel_asic_qos_stats_t) : 0};
+    default:
+      return measure_other(record, MREC_ANSWER_CUT);
+  }
+}
+
+void keep_answer(const carried_record &record, const kept_record &answer, uint8_t *to) {
+  if (answer.size == 0)
+    return;
+  if (answer.shape == MREC_SHAPE_QOS) {
+    std::memcpy(to, record.bytes + stats_offset, answer.size);
+    return;
+  }
+  if (answer.shape == MREC_SHAPE_OTHER) {
+    std::memcpy(to, record.bytes, answer.size);
+    return;
+  }
+  std::memcpy(to, record.bytes + offsetof(kel_asic_reg_access_params_t, data), 4);
+  std::memcpy(to + 4, record.bytes + offsetof(kel_asic_reg_access_params_t, num), 4);
+  std::memcpy(to + 8, record.bytes + register_header, answer.size - 8);
+}

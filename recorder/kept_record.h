@@ -1,0 +1,35 @@
+// What a note keeps of a record: as much of it as means something.
+#ifndef RECORDER_KEPT_RECORD_H
+#define RECORDER_KEPT_RECORD_H
+
+#include <cstdint>
+
+#include "recording_format.h"
+
+#pragma GCC visibility push(hidden)
+
+// What a call carries.
+struct carried_record {
+  uint32_t case_code;
+  const uint8_t *bytes;  // null: none
+  uint32_t length;
+};
+
+struct kept_record {
+  uint32_t shape;
+  uint32_t flags;
+  uint32_t size;
+};
+
+// Copies what is kept of a request, at most MREC_REQUEST_MAX bytes.
+kept_record keep_request(const carried_record &record, uint8_t *to);
+
+// How many bytes are kept of the answer to a kept request, and whether it is cut.
+kept_record measure_answer(const carried_record &record, uint32_t shape, const uint8_t *request);
+
+// Copies them.
+void keep_answer(const carried_record &record, const kept_record &answer, uint8_t *to);
+
+#pragma GCC visibility pop
+
+#endif

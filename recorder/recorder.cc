@@ -1,0 +1,241 @@
+// Stands between a program and its platform: notes each service call and hands it on unchanged.
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sched.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "kept_record.h"
+#include "platform/system_service.h"
+#include "recording_file.h"
+#include "ring.h"
+
+namespace {
+
+using service_call = int (*)(uint32_t, sys_srvc_case_params_t *, uint32_t);
+
+enum class stage : uint8_t {
+  loaded,     // the environment has not been read
+  ready,      // to record from the first call on
+  recording,  // into the ring
+  off         // nothing is asked for, or it has failed
+};
+
+// Changed by the thread alone that holds the lock. Nobody holds it during a service call.
+struct recorder_state {
+  std::atomic<stage> now;
+  recording_settings settings;
+  ring notes;
+  uint64_t calls;       // that have begun in this recording
+  bool room_taken;      // the header's, for the call under way
+  uint32_t recordings;  // that have begun in this process and those that it was forked from
+};
+
+recorder_state recorder;
+std::atomic<uintptr_t> lock_owner;
+
+// A call on its way, and what is known of it.
+struct noted_call {
+  mrec_call_t note;
+  carried_record record;
+  uint8_t *request;  // what is kept of it
+  uint32_t recording;
+};
+
+// False where this very thread has it: a signal handler makes a call amid a note.
+bool lock() {
+  const auto self = static_cast<uintptr_t>(pthread_self());
+  uintptr_t owner = 0;
+  while (!lock_owner.compare_exchange_weak(owner, self, std::memory_order_acquire)) {
+    if (owner == self)
+      return false;
+    owner = 0;
+    sched_yield();
+  }
+  return true;
+}
+
+void unlock() {
+  lock_owner.store(0, std::memory_order_release);
+}
+
+// The child of a fork has a recording of its own, from its first call on. What its parent has
+// mapped is mapped here too, and the lock may be held by a thread that the child does not have.
+void leave_recording_to_parent() {
+  lock_owner = 0;
+  if (recorder.now != stage::recording)
+    return;
+  unmap_recording(recorder.notes);
+  recorder.now = stage::ready;
+}
+
+// At load, while the environment and the working directory are those that the program was given.
+__attribute__((constructor)) void get_ready() {
+  if (recorder.now != stage::loaded)
+    return;
+  read_settings(&recorder.settings);
+  const bool wanted = recorder.settings.directory[0] != '\0';
+  if (wanted)
+    pthread_atfork(nullptr, nullptr, leave_recording_to_parent);
+  recorder.now = wanted ? stage::ready : stage::off;
+}
+
+void start_recording() {
+  const int error_number = errno;
+  get_ready();
+  if (recorder.now == stage::ready) {
+    const bool created = create_recording(recorder.settings, &recorder.notes);
+    recorder.calls = 0;
+    recorder.room_taken = false;
+    ++recorder.recordings;
+    recorder.now = created ? stage::recording : stage::off;
+  }
+  errno = error_number;
+}
+
+// Null where no library behind this one has it.
+service_call next_service_call() {
+  static std::atomic<service_call> next;
+  if (next.load(std::memory_order_relaxed) == nullptr) {
+    const int error_number = errno;
+    next.store(reinterpret_cast<service_call>(dlsym(RTLD_NEXT, "sse_call2")),
+               std::memory_order_relaxed);
+    errno = error_number;
+  }
+  return next.load(std::memory_order_relaxed);
+}
+
+// Takes a number for a call, and the header's room for its request where that is free. False where
+// the call is not to be noted.
+bool begin_note(noted_call *call) {
+  if (!lock()) {
+    if (recorder.now == stage::recording)
+      __atomic_add_fetch(&recorder.notes.header->missed, 1, __ATOMIC_RELAXED);
+    return false;
+  }
+  if (recorder.now != stage::recording)
+    start_recording();
+  const bool recording = recorder.now == stage::recording;
+  if (recording) {
+    call->note = {};
+    call->note.number = ++recorder.calls;
+    call->recording = recorder.recordings;
+    call->request = recorder.room_taken ? nullptr : recorder.notes.header->begun.request;
+    recorder.room_taken = true;
+  }
+  unlock();
+  return recording;
+}
+
+bool in_header(const noted_call &call) {
+  return call.request == recorder.notes.header->begun.request;
+}
+
+// The number goes in last, and out first: a reader takes the rest for whole while it stays the
+// same.
+void show_under_way(const mrec_call_t &note) {
+  mrec_begun_t &begun = recorder.notes.header->begun;
+  begun.wall_ns = note.wall_ns;
+  begun.monotonic_ns = note.monotonic_ns;
+  begun.case_code = note.case_code;
+  begun.driver = note.driver;
+  begun.length = note.length;
+  begun.shape = note.shape;
+  begun.flags = note.flags;
+  begun.request_size = note.request_size;
+  __atomic_store_n(&begun.number, note.number, __ATOMIC_RELEASE);
+}
+
+void clear_under_way() {
+  __atomic_store_n(&recorder.notes.header->begun.number, 0, __ATOMIC_RELAXED);
+  __atomic_thread_fence(__ATOMIC_RELEASE);
+  recorder.room_taken = false;
+}
+
+void note_request(noted_call *call, uint32_t driver) {
+  const kept_record kept = keep_request(call->record, call->request);
+  call->note.case_code = call->record.case_code;
+  call->note.driver = driver;
+  call->note.length = call->record.length;
+  call->note.shape = kept.shape;
+  call->note.flags = kept.flags;
+  call->note.request_size = kept.size;
+  call->note.wall_ns = clock_ns(CLOCK_REALTIME);
+  call->note.monotonic_ns = clock_ns(CLOCK_MONOTONIC);
+  if (in_header(*call))
+    show_under_way(call->note);
+}
+
+void write_note(const noted_call &call, const kept_record &answer) {
+  constexpr uint32_t step = sizeof(mrec_note_t);
+  const uint32_t used =
+      static_cast<uint32_t>(sizeof call.note) + call.note.request_size + answer.size;
+  const uint32_t size = (used + step - 1) / step * step;
+  uint8_t *const room = ring_reserve(&recorder.notes, size);
+  uint8_t *const request = room + sizeof call.note;
+  std::memcpy(room, &call.note, sizeof call.note);
+  std::memcpy(request, call.request, call.note.request_size);
+  keep_answer(call.record, answer, request + call.note.request_size);
+  ring_publish(&recorder.notes, MREC_NOTE_CALL, size);
+}
+
+void note_answer(noted_call *call, int result, int error_number) {
+  call->note.duration_ns = clock_ns(CLOCK_MONOTONIC) - call->note.monotonic_ns;
+  call->note.result = result;
+  call->note.error_number = result < 0 ? error_number : 0;
+  // Below the platform the process may have forked, and this be the child.
+  if (!lock())
+    return;
+  if (recorder.now == stage::recording && call->recording == recorder.recordings) {
+    kept_record answer = {call->note.shape, 0, 0};
+    if (result == 0)
+      answer = measure_answer(call->record, call->note.shape, call->request);
+    call->note.flags |= answer.flags;
+    call->note.answer_size = answer.size;
+    write_note(*call, answer);
+    if (in_header(*call))
+      clear_under_way();
+  }
+  unlock();
+}
+
+int carry_out(noted_call *call, service_call next, sys_srvc_case_params_t *case_params) {
+  note_request(call, case_params == nullptr ? 0 : case_params->caseId);
+  const int result = next(call->record.case_code, case_params, call->record.length);
+  const int error_number = errno;
+  note_answer(call, result, error_number);
+  errno = error_number;
+  return result;
+}
+
+// Beside a call of another thread. The library that is recorded has no such calls, so that none but
+// they pay for the room on the stack.
+__attribute__((noinline)) int carry_out_beside(noted_call *call, service_call next,
+                                               sys_srvc_case_params_t *case_params) {
+  uint8_t request[MREC_REQUEST_MAX];
+  call->request = request;
+  return carry_out(call, next, case_params);
+}
+
+}  // namespace
+
+__attribute__((visibility("default"))) int sse_call2(uint32_t case_code,
+                                                     sys_srvc_case_params_t *case_params,
+                                                     uint32_t length) {
+  const service_call next = next_service_call();
+  if (next == nullptr) {
+    errno = ENOSYS;
+    return -1;
+  }
+  noted_call call;
+  if (recorder.now.load(std::memory_order_relaxed) == stage::off || !begin_note(&call))
+    return next(case_code, case_params, length);
+  call.record = {case_code, nullptr, length};
+  if (case_params != nullptr)
+    call.record.bytes = static_cast<const uint8_t *>(case_params->params);
+  return call.request == nullptr ? carry_out_beside(&call, next, case_params)
+                                 : carry_out(&call, next, case_params);
+}
