@@ -3,7 +3,7 @@
 #   libmorvaneusd1       the library, for whoever has a platform
 #   libmorvaneplatform1  the virtual platform
 #   libmorvaneusd-dev    headers, links, pkg-config files, CMake package, man pages, docs, examples
-#   mrvctl               the tool, on the virtual platform
+#   mrvctl               the tool, which takes its platform at run time
 set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(generated ${PROJECT_BINARY_DIR}/debian)
 set(revision 1)
@@ -81,11 +81,12 @@ examples of libmorvaneusd and of its virtual platform.")
 debian_package(tool mrvctl utils
   "Command-line client of libmorvaneusd"
   "mrvctl reads and writes registers and tables of a Morvane switching ASIC,
-runs transactions and programs, and shows and controls its ports. This one
-works on the virtual platform.")
+runs transactions and programs, and shows and controls its ports. It opens
+the platform at its start, if not told otherwise the virtual one.")
 set(same "(= ${full_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmorvaneusd1 ${same}, libmorvaneplatform1 ${same}")
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmorvaneusd1 (>= ${PROJECT_VERSION}), libmorvaneplatform1 ${same}")
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmorvaneusd1 (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libmorvaneplatform1")
 
 # Manual pages of a package are compressed.
 foreach(component development tool)

@@ -45,6 +45,7 @@ class Mrvctl : public testing::Test {
     char name[] = "/tmp/mrvctl_test_XXXXXX";
     ASSERT_NE(mkdtemp(name), nullptr);
     folder_ = name;
+    setenv("PLATFORMS", MRVCTL_PLATFORMS, 1);
   }
   void TearDown() override { std::filesystem::remove_all(folder_); }
 

@@ -6,6 +6,9 @@ mrvctl=$1 root=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
+# Durations differ from run to run.
+timeless() { sed 's/ <[0-9]*\.[0-9]*>$/ <time>/'; }
+
 # block KIND: the text of the fenced blocks of a kind.
 block() { awk -v begin="\`\`\`$1" '$0 == begin { on = 1; next } /^```$/ { on = 0 } on' "$root/README.md"; }
 
@@ -18,8 +21,8 @@ echo "== examples/session.mrv"
 exec "$mrvctl" -f "$root/examples/session.mrv"
 END
 chmod +x "$work/scripts_run"
-block console >"$work/shown"
+block console | timeless >"$work/shown"
 awk '/^\$ / { print; more = /<</; next } more { print; more = $0 != "END" }' "$work/shown" |
   sed 's/^\$ scripts\/run/scripts_run/' >"$work/session"
-PATH=$work:$PATH sh -v "$work/session" 2>&1 | sed 's/^scripts_run/$ scripts\/run/' |
+PATH=$work:$PATH sh -v "$work/session" 2>&1 | sed 's/^scripts_run/$ scripts\/run/' | timeless |
   diff "$work/shown" -

@@ -11,6 +11,7 @@
 #include "base/lines.h"
 #include "base/text.h"
 #include "commands/commands.h"
+#include "platform/platform.h"
 
 namespace mrvctl {
 namespace {
@@ -20,7 +21,9 @@ constexpr const char kTraceHelp[] =
 
 struct Options {
   std::string script;
+  std::string platform;
   bool keep_going = false;
+  bool calls = false;
   bool trace = false;
   bool json = false;
   uint32_t slot = 0;
@@ -47,7 +50,12 @@ void describe_options(Arguments &arguments, Options &options) {
   arguments.flag("--json", options.json, "Print results as JSON, one object a line");
   arguments.flag("--trace", options.trace,
                  "Tell whether the library's trace is on, and how to switch it on");
-  add_platform_options(arguments);
+  arguments.flag("--calls", options.calls,
+                 "Show each service call, decoded, with its duration, on standard error");
+  arguments
+      .word("--platform", options.platform,
+            "Take the platform from this library; if left out, the one that the tool was built for")
+      .type_name("FILE");
   arguments.number<uint32_t>("--slot", options.slot, "Slot of the card; 0 if left out", 0, 255);
   arguments.number<uint32_t>("--module", options.module, "Module; 0 if left out", 0, 3);
   arguments.number<uint32_t>("--asic", options.asic, "ASIC number; 0 if left out", 0, 255);
@@ -161,9 +169,11 @@ int run(Parser &parser, const Options &options, const Command &chosen, int argc,
   if (options.json)
     session.report.use_json();
   session.report.take_standard_output();
-  watch_platform();
+  watch_calls(options.calls);
   Runner runner(session);
   const bool ready = runner.run({}, "init", [&] {
+    session.set_command("init");
+    open_platform(options.platform);
     session.initialise(static_cast<uint8_t>(options.slot));
     if (options.trace)
       show_trace_state(session);

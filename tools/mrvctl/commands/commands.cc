@@ -2,8 +2,6 @@
 // command for scripts that show failures.
 #include "commands/commands.h"
 
-#include <random>
-
 #include "base/text.h"
 #include "registers/port_types.h"
 
@@ -89,16 +87,6 @@ void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type) 
               format("Port type: hif, nif, cif, bif, or a number (0 to %u)", highest_type))
       .required();
   arguments.number<uint32_t>("PORT", args.port, "Port number within its type", 0, 255).required();
-}
-
-Answer::Answer(size_t words) : untouched_(std::random_device()()), words_(words + 1, untouched_) {
-}
-
-Words Answer::words() const {
-  Words read = {{words_.begin(), words_.end() - 1}, words_.size() - 1};
-  while (read.answered > 0 && read.words[read.answered - 1] == untouched_)
-    --read.answered;
-  return read;
 }
 
 void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/arguments.h"
+#include "commands/sent_calls.h"
 #include "commands/session.h"
 #include "output/words.h"
 
@@ -22,25 +23,7 @@ void add_program_commands(Parser &parser);
 void add_qos_commands(Parser &parser);
 void add_port_commands(Parser &parser);
 void add_script_commands(Parser &parser);
-
-#ifdef MRVCTL_VIRTUAL_PLATFORM
 void add_platform_commands(Parser &parser);
-void add_platform_options(Arguments &options);
-void watch_platform();
-
-// Throws OperationFailed if a transaction that was sent since the last check has failed. The
-// library tells nobody, but the virtual platform does; on another platform it stays unknown.
-void check_sent();
-#else
-inline void add_platform_commands(Parser &) {
-}
-inline void add_platform_options(Arguments &) {
-}
-inline void watch_platform() {
-}
-inline void check_sent() {
-}
-#endif
 
 // All of the above.
 void add_commands(Parser &parser);
@@ -62,20 +45,6 @@ struct PortArgs {
 };
 
 void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type);
-
-// An array for words to be read that can tell how many the service answered: it begins with a value
-// of chance in each, and words at its end that still have it were not answered. The library itself
-// does not tell.
-class Answer {
- public:
-  explicit Answer(size_t words);
-  uint32_t *data() { return words_.data(); }  // never null
-  Words words() const;
-
- private:
-  uint32_t untouched_;
-  std::vector<uint32_t> words_;  // one more than asked for
-};
 
 // Throws OperationFailed unless the words read are the expected ones; `per_entry` is 0 where they
 // are no table entries.

@@ -75,19 +75,21 @@ std::vector<uint32_t> parse_numbers(const std::string &text) {
 }
 
 Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count) {
-  Answer answer(count.value_or(1));
+  Words run = room_for_words(count.value_or(1));
   const Caller who = session.caller();
   const int module = static_cast<int>(session.module);
   const syserr_t result =
-      count ? lib_mrv_asic_n_read(module, session.asic, reg.block, reg.instance, reg.vreg,
-                                  answer.data(), *count, who.context, who.file, who.line, who.func)
-            : lib_mrv_asic_read(module, session.asic, reg.block, reg.instance, reg.vreg,
-                                answer.data(), who.context, who.file, who.line, who.func);
+      count
+          ? lib_mrv_asic_n_read(module, session.asic, reg.block, reg.instance, reg.vreg,
+                                run.words.data(), *count, who.context, who.file, who.line, who.func)
+          : lib_mrv_asic_read(module, session.asic, reg.block, reg.instance, reg.vreg,
+                              run.words.data(), who.context, who.file, who.line, who.func);
   session.transaction.after_read(result);
   check_sent();
   if (result != 0)
     throw OperationFailed(result, session.refusal_hint(reg));
-  return count ? answer.words() : Words{{*answer.data()}, 1};
+  run.answered = count ? answered_words(run.words.size()) : 1;
+  return run;
 }
 
 void run_read(Session &session, const ReadArgs &args) {

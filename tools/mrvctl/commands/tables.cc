@@ -88,16 +88,17 @@ Words read_run(Session &session, const Register &reg, const Table &table, uint32
     throw UsageError(format("entries of %u words: at most %u of them at a time", table.entry_size,
                             kMostWordsRead / table.entry_size));
   check_entry_size(session, table, index);
-  Answer answer(static_cast<size_t>(table.entry_size) * count);
+  Words run = room_for_words(static_cast<size_t>(table.entry_size) * count);
   const Caller who = session.caller();
   const syserr_t result = lib_mrv_asic_read_dhs(
       static_cast<int>(session.module), session.asic, reg.block, reg.instance, reg.vreg, index,
-      answer.data(), count, who.context, who.file, who.line, who.func);
+      run.words.data(), count, who.context, who.file, who.line, who.func);
   session.transaction.after_read(result);
   check_sent();
   if (result != 0)
     throw OperationFailed(result, index_hint(session, reg, table, index));
-  return answer.words();
+  run.answered = answered_words(run.words.size());
+  return run;
 }
 
 void run_table_read(Session &session, const TableReadArgs &args) {

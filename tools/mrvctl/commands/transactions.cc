@@ -57,8 +57,8 @@ void add_transaction_commands(Parser &parser) {
   parser.add(
       {"commit", "Transactions",
        "Send the open transaction\n"
-       "The library reports no failure of a commit. On the virtual platform the tool does, as\n"
-       "for a read or write that sends a transaction; on another the trace shows it."},
+       "The library reports no failure of a commit; the tool does, as for a read or write that\n"
+       "sends a transaction."},
       run_commit);
 }
 

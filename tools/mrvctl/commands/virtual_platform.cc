@@ -1,62 +1,16 @@
-// Everything that needs the controls of the virtual platform: fail, card, traffic, state, --calls.
+// fail, card, traffic and state: the controls of the virtual platform, where that is the platform.
 #include "virtual_platform.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "base/text.h"
-#include "calls/service_call.h"
 #include "commands/commands.h"
+#include "platform/platform.h"
 #include "registers/port_types.h"
 
 namespace mrvctl {
 namespace {
-
-struct Watch {
-  bool show = false;
-  std::string request;
-  // Transactions that failed: the first one's name and errno, and the writes of all.
-  std::string lost_name;
-  int lost_errno = 0;
-  uint64_t lost_writes = 0;
-};
-
-Watch watch;
-
-ServiceCall service_call(const vp_call &call) {
-  return {call.case_code, call.driver_id, call.record, call.length, call.result, call.error_number};
-}
-
-// The service answers in the record of the request, so that has to be read before.
-void show_call(vp_phase phase, const vp_call *call, std::string &request) {
-  if (phase == VP_CALL_SENT) {
-    request = request_text(service_call(*call));
-    return;
-  }
-  std::fflush(stdout);  // what the library has printed stands before the call
-  std::fprintf(stderr, "%s%s\n", request.c_str(), answer_text(service_call(*call)).c_str());
-}
-
-void note_lost_transaction(const ServiceCall &call) {
-  if (call.result >= 0 || record_of(call) != Record::kTransaction)
-    return;
-  const auto transaction = copy_of<kel_asic_xn_t>(call);
-  if (watch.lost_errno == 0) {
-    watch.lost_name = field_text(transaction.name);
-    watch.lost_errno = call.error_number;
-  }
-  watch.lost_writes += static_cast<uint64_t>(transaction.num);
-}
-
-void watch_call(vp_phase phase, const vp_call *call, void * /*user*/) {
-  if (phase == VP_CALL_ANSWERED)
-    note_lost_transaction(service_call(*call));
-  if (watch.show)
-    show_call(phase, call, watch.request);
-}
-
-// The commands.
 
 struct NumberArgs {
   uint32_t number = 0;
@@ -64,7 +18,7 @@ struct NumberArgs {
 
 void run_fail(Session &session, const NumberArgs &args) {
   const auto error_number = static_cast<int>(args.number);
-  vp_fail_next_call(error_number);
+  control<decltype(vp_fail_next_call)>("vp_fail_next_call")(error_number);
   const std::string name = errno_name(error_number);
   session.report.result(
       {{"command", "fail"}, {"errno", args.number}, {"name", name}},
@@ -72,7 +26,8 @@ void run_fail(Session &session, const NumberArgs &args) {
 }
 
 void run_card(Session &session, const NumberArgs &args) {
-  vp_set_card(CARDCFG_DEV_TYPE_MORVANE, static_cast<uint16_t>(args.number));
+  control<decltype(vp_set_card)>("vp_set_card")(CARDCFG_DEV_TYPE_MORVANE,
+                                                static_cast<uint16_t>(args.number));
   session.report.result({{"command", "card"}, {"sw_card_id", args.number}},
                         format("software card identifier %u\n", args.number));
 }
@@ -93,9 +48,9 @@ void add_traffic(Session &session, const TrafficArgs &args, uint64_t millisecond
   };
   const vp_direction direction = lower_case(args.direction) == "h2n" ? VP_H2N : VP_N2H;
   const vp_traffic traffic = {direction, args.traffic_class, part(args.frames), part(args.excess)};
-  const int error =
-      vp_add_traffic(session.module, session.asic, static_cast<cardcfg_port_type_t>(args.port.type),
-                     args.port.port, &traffic);
+  const int error = control<decltype(vp_add_traffic)>("vp_add_traffic")(
+      session.module, session.asic, static_cast<cardcfg_port_type_t>(args.port.type),
+      args.port.port, &traffic);
   if (error == ENXIO)
     throw OperationFailed(format("module %u, ASIC %u has no port %s %u", session.module,
                                  session.asic, port_type_text(args.port.type).c_str(),
@@ -132,20 +87,21 @@ void run_traffic(Session &session, const TrafficArgs &args) {
 
 void run_state(Session &session) {
   vp_asic_state state = {};
-  if (vp_asic_show(session.module, session.asic, &state) != 0)
+  const auto show = control<decltype(vp_asic_show)>("vp_asic_show");
+  const uint16_t sw_card_id = control<decltype(vp_sw_card_id)>("vp_sw_card_id")();
+  if (show(session.module, session.asic, &state) != 0)
     throw OperationFailed(format("there is no module %u, ASIC %u", session.module, session.asic));
   std::string text = format(
       "software card identifier  %u\nno-drop class map         0x%02x\n"
       "SP timer                  %u\nclears of drop counters   %u\n"
       "SFP failures reported     %u",
-      vp_sw_card_id(), state.nodrop_class_map, state.sp_timer, state.drop_clears,
-      state.sfp_failures);
+      sw_card_id, state.nodrop_class_map, state.sp_timer, state.drop_clears, state.sfp_failures);
   const bool failed = state.sfp_failures > 0;
   const std::string last_type = port_type_text(state.last_sfp_port_type);
   if (failed)
     text += format(", the last on %s %u", last_type.c_str(), state.last_sfp_port);
   session.report.result({{"command", "state"},
-                         {"sw_card_id", vp_sw_card_id()},
+                         {"sw_card_id", sw_card_id},
                          {"nodrop_class_map", state.nodrop_class_map},
                          {"sp_timer", state.sp_timer},
                          {"drop_clears", state.drop_clears},
@@ -182,27 +138,6 @@ void describe_traffic(Arguments &arguments, TrafficArgs &args) {
 }
 
 }  // namespace
-
-void add_platform_options(Arguments &options) {
-  options.flag("--calls", watch.show, "Show each service call, decoded, on standard error");
-}
-
-void watch_platform() {
-  vp_watch(watch_call, nullptr);
-}
-
-void check_sent() {
-  if (watch.lost_errno == 0)
-    return;
-  const syserr_t code = KEL_ASIC_SYSERR_SERVICE | static_cast<syserr_t>(watch.lost_errno);
-  const std::string hint =
-      format("transaction \"%s\" failed: %llu %s lost", watch.lost_name.c_str(),
-             static_cast<unsigned long long>(watch.lost_writes),
-             watch.lost_writes == 1 ? "write" : "writes");
-  watch.lost_errno = 0;
-  watch.lost_writes = 0;
-  throw OperationFailed(code, hint);
-}
 
 void add_platform_commands(Parser &parser) {
   parser.add<NumberArgs>(

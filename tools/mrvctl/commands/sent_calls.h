@@ -1,0 +1,22 @@
+// What the tool itself wants to know of the service calls that its commands come to.
+#ifndef MRVCTL_SENT_CALLS_H
+#define MRVCTL_SENT_CALLS_H
+
+#include <cstddef>
+
+namespace mrvctl {
+
+// From now on; with `show` each call is shown on standard error, as it goes and as it comes back.
+void watch_calls(bool show);
+
+// Throws OperationFailed if a transaction that was sent since the last check has failed, which the
+// library tells nobody.
+void check_sent();
+
+// How many words the service answered to the last read of a run, at most `wanted`. The library
+// copies that many and does not tell.
+size_t answered_words(size_t wanted);
+
+}  // namespace mrvctl
+
+#endif
