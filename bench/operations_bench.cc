@@ -33,7 +33,7 @@ void move_array(uint32_t repetition) {
 
 template <typename Operation>
 void add(const std::string &name, double items, Operation operation) {
-  benchmark::RegisterBenchmark(name.c_str(), [=, repetition = 0u](benchmark::State &state) mutable {
+  benchmark::RegisterBenchmark(name.c_str(), [=, repetition = 0U](benchmark::State &state) mutable {
     move_array(repetition++);
     for (auto _ : state)
       operation();

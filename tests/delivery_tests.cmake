@@ -6,13 +6,15 @@ set_tests_properties(symbol_version PROPERTIES
   PASS_REGULAR_EXPRESSION "must be MORVANEUSD_1.999")
 
 if(MORVANE_PLATFORM STREQUAL "virtual")
-  foreach(client client_c client_cc client_own_platform)
+  foreach(client client_c client_cc table_c client_own_platform)
     add_test(NAME example.${client} COMMAND ${client})
   endforeach()
   set_tests_properties(example.client_c PROPERTIES
     PASS_REGULAR_EXPRESSION "HI_DHS_LVIF = 0x00001234\n$")
   set_tests_properties(example.client_cc PROPERTIES
     PASS_REGULAR_EXPRESSION "flow control 1, 0 writes discarded\n$")
+  set_tests_properties(example.table_c PROPERTIES
+    PASS_REGULAR_EXPRESSION "(\n0000000[0 ]+){4}\n$")
   set_tests_properties(example.client_own_platform PROPERTIES
     PASS_REGULAR_EXPRESSION "HI_DHS_LVIF = 0x00000000\n$")
 
