@@ -22,6 +22,8 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
   add_test(NAME man_page_of_mrvctl COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in)
+  add_test(NAME metrics COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/metrics_test.sh
+    $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR})
   add_test(NAME readme COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/readme_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR})
 endif()

@@ -21,6 +21,7 @@ void add_table_commands(Parser &parser);
 void add_transaction_commands(Parser &parser);
 void add_program_commands(Parser &parser);
 void add_qos_commands(Parser &parser);
+void add_qos_metrics_command(Parser &parser);
 void add_port_commands(Parser &parser);
 void add_script_commands(Parser &parser);
 void add_platform_commands(Parser &parser);

@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "commands/commands.h"
+#include "commands/port_readings.h"
 #include "output/qos_tables.h"
 #include "registers/port_types.h"
 
@@ -31,13 +32,9 @@ struct Reading {
 };
 
 Reading take_reading(Session &session, const ShowArgs &args) {
-  Reading reading = {};
-  session.check_result(lib_mrv_asic_get_qos_stats(
-      static_cast<cardcfg_module_id_t>(session.module), static_cast<cardcfg_dev_id_t>(session.asic),
-      static_cast<cardcfg_port_type_t>(args.port.type),
-      static_cast<cardcfg_port_id_t>(args.port.port), &reading.stats, args.opts));
-  reading.at = Clock::now();
-  return reading;
+  const PortReading reading = read_port(session, args.port.type, args.port.port, args.opts);
+  session.check_result(reading.result);
+  return {reading.stats, Clock::now()};
 }
 
 // `before` is the reading of the round before, if there was one.
@@ -165,6 +162,7 @@ void add_qos_commands(Parser &parser) {
                        describe_port_and_options, run_clear);
   parser.add<ShowArgs>({"qos clear-all", "Ports", "Clear the QoS statistics of every port"},
                        describe_options, run_clear_all);
+  add_qos_metrics_command(parser);
 }
 
 }  // namespace mrvctl
