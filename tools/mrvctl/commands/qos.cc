@@ -103,11 +103,14 @@ void watch(Session &session, const ShowArgs &args) {
   }
 }
 
+void check_show(const ShowArgs &args) {
+  if (args.watch <= 0 && args.count != 0)
+    throw UsageError("--count is for --watch");
+}
+
 void run_show(Session &session, const ShowArgs &args) {
   if (args.watch > 0)
     watch(session, args);
-  else if (args.count != 0)
-    throw UsageError("--count is for --watch");
   else
     show_reading(session, args, take_reading(session, args), nullptr);
 }
@@ -157,7 +160,7 @@ void add_qos_commands(Parser &parser) {
   parser.add<ShowArgs>({"qos show", "Ports",
                         "Show the QoS statistics of a port\n"
                         "A live view shows also how fast each counter rises; ^C ends it."},
-                       describe_show, run_show);
+                       describe_show, check_show, run_show);
   parser.add<ShowArgs>({"qos clear", "Ports", "Clear the QoS statistics of a port"},
                        describe_port_and_options, run_clear);
   parser.add<ShowArgs>({"qos clear-all", "Ports", "Clear the QoS statistics of every port"},
