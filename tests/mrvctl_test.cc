@@ -221,9 +221,9 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
   const std::string open = MRVCTL_PATH " -f " + write_file("open.mrv",
                                                            "begin x\nwrite HI.2 5 1\n"
                                                            "qos show hif 1 --watch 0.1\n");
-  const std::string lost = "mrvctl: transaction \"x\" was never committed: 1 write lost\n";
+  const std::string lost = "mrvctl: transaction \"x\" was never committed: ";
   expect_case(shell("timeout --preserve-status 1 " + open), {143, "SIGTERM", {lost}});
-  expect_case(shell("(" + open + ") | true"), {0, "a closed pipe", {lost}});
+  expect_case(shell("(" + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
 }
 
 TEST_F(Mrvctl, ExamplesRunFromAnywhere) {

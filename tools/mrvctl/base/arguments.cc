@@ -185,7 +185,7 @@ Command Parser::parse(const std::vector<std::string> &words) {
   } catch (const CLI::ParseError &error) {
     throw UsageError(refusal_text(tree.app, error));
   }
-  const Command chosen = std::exchange(tree.chosen, {});
+  Command chosen = std::exchange(tree.chosen, {});
   chosen.check();
   return chosen;
 }

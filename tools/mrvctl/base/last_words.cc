@@ -12,7 +12,7 @@ namespace {
 
 // Two texts by turns, so that a signal finds a whole one at any moment.
 std::array<std::string, 2> texts;
-std::atomic<const std::string *> current = &texts[0];
+std::atomic<const std::string *> current = texts.data();
 
 void say(const char *text, size_t length) {
   // A handler that cannot write has nobody to tell.
@@ -40,7 +40,7 @@ void watch_signals() {
 }
 
 void set_last_words(const std::string &text) {
-  std::string &next = current == &texts[0] ? texts[1] : texts[0];
+  std::string &next = texts[current == texts.data() ? 1 : 0];
   next = text.empty() ? "" : "mrvctl: " + text + "\n";
   current = &next;
 }
