@@ -73,7 +73,13 @@ constexpr std::pair<uint32_t Limits::*, uint32_t> kBlocks[KEL_ASIC_NUM_BLK] = {
     {&Limits::max_ch, 651},      {&Limits::max_mb, 43},       {&Limits::max_qs, 289},
     {&Limits::max_xl, 184}};
 
-TEST(VirtualPlatform, gives_every_register_and_table_entry_an_address_of_its_own) {
+// Also run on a switch that morvaned serves, where all tests share one.
+class VirtualPlatform : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(vp_reset(), 0); }
+};
+
+TEST_F(VirtualPlatform, gives_every_register_and_table_entry_an_address_of_its_own) {
   KEL_ASIC_fn funcs{};
   Limits limits{};
   kel_asic_ver_t version{};
@@ -105,14 +111,14 @@ TEST(VirtualPlatform, gives_every_register_and_table_entry_an_address_of_its_own
   EXPECT_LT(windows.back().second, KEL_ASIC_CMD_CLEAR_DROP_COUNTERS);
 }
 
-TEST(VirtualPlatform, shows_the_asic_of_the_card_that_is_plugged_in) {
+TEST_F(VirtualPlatform, shows_the_asic_of_the_card_that_is_plugged_in) {
   uint32_t type = 0;
   vp_set_card(3, 1);
   EXPECT_EQ(cardcfg_get_real_asic_type(9, 0, &type), 0);
   EXPECT_EQ(type, 3U);
 }
 
-TEST(VirtualPlatform, moves_as_many_words_of_a_run_as_num_says) {
+TEST_F(VirtualPlatform, moves_as_many_words_of_a_run_as_num_says) {
   const uint32_t addr = address(KEL_ASIC_BLK_HI, 0, 100);
   Request request = {TYPE_WRITE_DHS, 0, 0, addr, 0, kAll, 3};
   std::iota(&request[kWords], request.end(), 1U);
@@ -139,7 +145,7 @@ TEST(VirtualPlatform, moves_as_many_words_of_a_run_as_num_says) {
   EXPECT_EQ(word_at(before_a_hole), 0U);
 }
 
-TEST(VirtualPlatform, refuses_a_bad_request_with_the_errno_of_its_fault) {
+TEST_F(VirtualPlatform, refuses_a_bad_request_with_the_errno_of_its_fault) {
   const uint32_t good = address(KEL_ASIC_BLK_HI, 0, 7), table = address(KEL_ASIC_BLK_HI, 0, 1461);
   const uint32_t reads = SYSSRV_REG_READ_CASE, writes = SYSSRV_REG_WRITE_CASE;
   const struct {
@@ -174,7 +180,7 @@ TEST(VirtualPlatform, refuses_a_bad_request_with_the_errno_of_its_fault) {
   EXPECT_EQ(vp_add_traffic(0, 0, CARDCFG_PORT_TYPE_HIF, 0, &class_8), EINVAL);
 }
 
-TEST(VirtualPlatform, applies_a_transaction_in_order_up_to_its_number_or_not_at_all) {
+TEST_F(VirtualPlatform, applies_a_transaction_in_order_up_to_its_number_or_not_at_all) {
   const uint32_t addr = address(KEL_ASIC_BLK_NI, 1, 20);
   static kel_asic_xn_t xn;
   xn.xn[0] = {2, 0, addr, 0x12345678, kAll};
@@ -196,7 +202,7 @@ TEST(VirtualPlatform, applies_a_transaction_in_order_up_to_its_number_or_not_at_
   EXPECT_TRUE(state.sfp_failures == 1 && state.last_sfp_port_type == 3 && state.last_sfp_port == 5);
 }
 
-TEST(VirtualPlatform, tells_the_watcher_of_every_call_and_lets_calls_go_wrong_in_turn) {
+TEST_F(VirtualPlatform, tells_the_watcher_of_every_call_and_lets_calls_go_wrong_in_turn) {
   std::vector<vp_call> seen;
   vp_watch(
       [](vp_phase phase, const vp_call *call, void *user) {

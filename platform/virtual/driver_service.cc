@@ -9,6 +9,7 @@
 namespace {
 
 constexpr uint32_t kRequestHeader = sizeof(kel_asic_reg_access_params_t);
+constexpr uint32_t kFirstCommand = KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
 constexpr uint32_t kWholeRegister = 0xFFFFFFFF;
 
 // What a command has in place of the ASIC number.
@@ -27,7 +28,7 @@ enum class Target { kRegister, kAsic, kPort };
 
 // A command takes no mask: under one, its address is that of a register that does not exist.
 Target target_of(const kel_asic_xn_entry_t &write) {
-  if (write.mask != kWholeRegister)
+  if (write.reg < kFirstCommand || write.mask != kWholeRegister)
     return Target::kRegister;
   switch (write.reg) {
     case KEL_ASIC_CMD_NODROP_CLASS_MAP:
@@ -39,32 +40,6 @@ Target target_of(const kel_asic_xn_entry_t &write) {
       return Target::kPort;
     default:
       return Target::kRegister;
-  }
-}
-
-void apply_command(VirtualAsic &asic, uint32_t command, const PortWord &word) {
-  switch (command) {
-    case KEL_ASIC_CMD_NODROP_CLASS_MAP:
-      asic.commands.nodrop_class_map = word.low;
-      break;
-    case KEL_ASIC_CMD_LINK_PAUSE_ENABLE:
-    case KEL_ASIC_CMD_LINK_PAUSE_DISABLE:
-      asic.find_port(word.port_type, word.low)->pause.flow_ctrl =
-          command == KEL_ASIC_CMD_LINK_PAUSE_ENABLE;
-      break;
-    case KEL_ASIC_CMD_SFP_VALIDATION_FAILED:
-      ++asic.commands.sfp_failures;
-      asic.commands.last_sfp_port_type = word.port_type;
-      asic.commands.last_sfp_port = word.low;
-      break;
-    case KEL_ASIC_CMD_CLEAR_DROP_COUNTERS:
-      ++asic.commands.drop_clears;
-      for (kel_asic_qos_stats_t &port : asic.ports) {
-        port.drops = {};
-      }
-      break;
-    default:
-      break;
   }
 }
 
@@ -83,18 +58,9 @@ kel_asic_qos_stats_t *VirtualAsic::find_port(cardcfg_port_type_t port_type, uint
   return &ports[port_type == CARDCFG_PORT_TYPE_HIF ? port : virtual_asic::kHostPorts + port];
 }
 
-uint32_t VirtualAsic::word(uint32_t address) const {
-  const auto found = words.find(address);
-  return found == words.end() ? 0 : found->second;
-}
-
-VirtualAsic *DriverService::find_asic(uint32_t module, uint32_t asic) {
-  return module < virtual_asic::kModules && asic <= virtual_asic::kHighestAsic
-             ? &asics_[module][asic]
-             : nullptr;
-}
-
-int DriverService::handle(uint32_t case_code, void *record, uint32_t length) {
+int DriverService::handle(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length) {
+  if (driver_id != KEL_ASIC_DRIVER_MORVANE)
+    return ENODEV;
   switch (case_code) {
     case SYSSRV_REG_READ_CASE:
       return length < kRequestHeader
@@ -130,7 +96,8 @@ int DriverService::read_registers(kel_asic_reg_access_params_t &request, uint32_
     return EMSGSIZE;
   if (const int refusal = check_words(request, 1))
     return refusal;
-  request.data = find_asic(static_cast<uint32_t>(request.module), request.asic)->word(request.addr);
+  request.data =
+      find_asic(static_cast<uint32_t>(request.module), request.asic)->words.read(request.addr);
   return 0;
 }
 
@@ -155,9 +122,7 @@ int DriverService::read_run(kel_asic_reg_access_params_t &request, uint32_t leng
     return refusal;
   const VirtualAsic &asic = *find_asic(static_cast<uint32_t>(request.module), request.asic);
   for (uint32_t i = 0; i < request.num; ++i)
-    request.pdata[i] = asic.word(request.addr + 4 * i);
-  request.num = next_num_.value_or(request.num);
-  next_num_.reset();
+    request.pdata[i] = asic.words.read(request.addr + 4 * i);
   return 0;
 }
 
@@ -166,7 +131,7 @@ int DriverService::write_run(const kel_asic_reg_access_params_t &request, uint32
     return refusal;
   VirtualAsic &asic = *find_asic(static_cast<uint32_t>(request.module), request.asic);
   for (uint32_t i = 0; i < request.num; ++i)
-    asic.words[request.addr + 4 * i] = request.pdata[i];
+    asic.words.at(request.addr + 4 * i) = request.pdata[i];
   return 0;
 }
 
@@ -203,17 +168,20 @@ int DriverService::write_transaction(const kel_asic_xn_t &transaction) {
 }
 
 int DriverService::check_write(const kel_asic_xn_entry_t &write) {
-  const auto module = static_cast<uint32_t>(write.module);
-  const Target target = target_of(write);
-  if (target == Target::kRegister) {
-    if (find_asic(module, static_cast<uint32_t>(write.asic_map)) == nullptr)
-      return ENXIO;
-    return virtual_asic::has_word(write.reg) ? 0 : EFAULT;
+  if (target_of(write) != Target::kRegister)
+    return check_command(write);
+  if (find_asic(static_cast<uint32_t>(write.module), static_cast<uint32_t>(write.asic_map)) ==
+      nullptr) {
+    return ENXIO;
   }
-  const PortWord word(write.asic_map);
-  VirtualAsic *const asic = find_asic(module, word.asic);
-  if (asic == nullptr ||
-      (target == Target::kPort && asic->find_port(word.port_type, word.low) == nullptr)) {
+  return virtual_asic::has_word(write.reg) ? 0 : EFAULT;
+}
+
+int DriverService::check_command(const kel_asic_xn_entry_t &command) {
+  const PortWord word(command.asic_map);
+  VirtualAsic *const asic = find_asic(static_cast<uint32_t>(command.module), word.asic);
+  if (asic == nullptr || (target_of(command) == Target::kPort &&
+                          asic->find_port(word.port_type, word.low) == nullptr)) {
     return ENXIO;
   }
   return 0;
@@ -221,14 +189,43 @@ int DriverService::check_write(const kel_asic_xn_entry_t &write) {
 
 // The write has passed check_write.
 void DriverService::apply_write(const kel_asic_xn_entry_t &write) {
-  const auto module = static_cast<uint32_t>(write.module);
   if (target_of(write) != Target::kRegister) {
-    const PortWord word(write.asic_map);
-    apply_command(*find_asic(module, word.asic), write.reg, word);
+    apply_command(write);
     return;
   }
-  uint32_t &stored = find_asic(module, static_cast<uint32_t>(write.asic_map))->words[write.reg];
+  VirtualAsic &asic =
+      *find_asic(static_cast<uint32_t>(write.module), static_cast<uint32_t>(write.asic_map));
+  uint32_t &stored = asic.words.at(write.reg);
   stored = (stored & ~write.mask) | (write.data & write.mask);
+}
+
+// The command has passed check_command.
+void DriverService::apply_command(const kel_asic_xn_entry_t &command) {
+  const PortWord word(command.asic_map);
+  VirtualAsic &asic = *find_asic(static_cast<uint32_t>(command.module), word.asic);
+  switch (command.reg) {
+    case KEL_ASIC_CMD_NODROP_CLASS_MAP:
+      asic.commands.nodrop_class_map = word.low;
+      break;
+    case KEL_ASIC_CMD_LINK_PAUSE_ENABLE:
+    case KEL_ASIC_CMD_LINK_PAUSE_DISABLE:
+      asic.find_port(word.port_type, word.low)->pause.flow_ctrl =
+          command.reg == KEL_ASIC_CMD_LINK_PAUSE_ENABLE;
+      break;
+    case KEL_ASIC_CMD_SFP_VALIDATION_FAILED:
+      ++asic.commands.sfp_failures;
+      asic.commands.last_sfp_port_type = word.port_type;
+      asic.commands.last_sfp_port = word.low;
+      break;
+    case KEL_ASIC_CMD_CLEAR_DROP_COUNTERS:
+      ++asic.commands.drop_clears;
+      for (kel_asic_qos_stats_t &port : asic.ports) {
+        port.drops = {};
+      }
+      break;
+    default:
+      break;
+  }
 }
 
 int DriverService::configure_sp_timer(const kel_asic_reg_access_params_t &request) {
@@ -289,32 +286,6 @@ int DriverService::add_traffic(uint32_t module, uint32_t asic_number, cardcfg_po
     (traffic.direction == VP_N2H ? stats->drops.n2h_drops
                                  : stats->drops.h2n_drops)[0][traffic_class] += traffic.excess;
   }
-  return 0;
-}
-
-// Never destroyed: calls may come as long as the process lives.
-DriverService &driver_service() {
-  static auto *const service = new DriverService;
-  return *service;
-}
-
-void vp_answer_next_num(uint32_t num) {
-  driver_service().answer_next_num(num);
-}
-
-int vp_add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
-                   const vp_traffic *traffic) {
-  return traffic == nullptr ? EFAULT
-                            : driver_service().add_traffic(module, asic, port_type, port, *traffic);
-}
-
-int vp_asic_show(uint32_t module, uint32_t asic, vp_asic_state *state) {
-  if (state == nullptr)
-    return EFAULT;
-  const VirtualAsic *const found = driver_service().find_asic(module, asic);
-  if (found == nullptr)
-    return ENXIO;
-  *state = found->commands;
   return 0;
 }
 

@@ -6,7 +6,6 @@
 // of the tables, with room for every entry.
 #include "platform/register_map.h"
 
-#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -123,26 +122,36 @@ constexpr uint32_t kWindowAlignment = 0x100;
 // The only revision of the virtual ASIC: not 0, so that a forgotten revision is noticed.
 constexpr kel_asic_ver_t kRevision = KEL_ASIC_VER_B0;
 
-// Part of an instance that holds one table, from begin up to end.
-struct Window {
-  uint32_t begin;
-  uint32_t end;
-};
+using virtual_asic::Window;
 
 struct RegisterMap {
   std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> bases;
   std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> offsets;
-  std::array<std::vector<Window>, KEL_ASIC_NUM_BLK> windows;
+  std::array<std::vector<Window>, KEL_ASIC_NUM_BLK> windows;  // by their place in an instance
   std::array<const kel_asic_reg_t *, KEL_ASIC_NUM_BLK> base_rows;
   std::array<const kel_asic_reg_t *, KEL_ASIC_NUM_BLK> offset_rows;
 };
 
 // A gap before each window lets a run past the last entry of a table meet no register.
 uint32_t add_window(std::vector<Window> &windows, uint32_t registers, uint32_t size) {
-  const uint32_t used = windows.empty() ? 4 * registers : windows.back().end;
+  const uint32_t used =
+      windows.empty() ? 4 * registers : windows.back().begin + windows.back().size;
   const uint32_t begin = (used / kWindowAlignment + 1) * kWindowAlignment;
-  windows.push_back({begin, begin + size});
+  windows.push_back({begin, size});
   return begin;
+}
+
+// Registers that stand in their place are the windows between holes and tables.
+void add_registers(std::vector<Window> &windows, const std::vector<kel_asic_reg_t> &offsets) {
+  const std::size_t tables = windows.size();
+  for (uint32_t place = 0; place < 4 * offsets.size(); place += 4) {
+    if (offsets[place / 4] != place)
+      continue;
+    if (windows.size() > tables && windows.back().begin + windows.back().size == place)
+      windows.back().size += 4;
+    else
+      windows.push_back({place, 4});
+  }
 }
 
 RegisterMap *build_register_map() {
@@ -164,6 +173,8 @@ RegisterMap *build_register_map() {
                      4 * table.words * table.entries);
     }
   }
+  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block)
+    add_registers(map->windows[block], map->offsets[block]);
   return map;
 }
 
@@ -188,18 +199,21 @@ int dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t dhs_index
 
 namespace virtual_asic {
 
-bool has_word(uint32_t address) {
+Window window_at_hand;
+
+bool find_window(uint32_t address) {
   const uint32_t block = address / kBlockSpan - 1;
   const uint32_t instance = address % kBlockSpan / kInstanceSpan;
-  if (address % 4 != 0 || block >= KEL_ASIC_NUM_BLK || instance >= kBlocks[block].instances)
+  if (block >= KEL_ASIC_NUM_BLK || instance >= kBlocks[block].instances)
     return false;
-  const RegisterMap &map = register_map();
-  const uint32_t offset = address % kInstanceSpan;
-  if (offset / 4 < kBlocks[block].registers)
-    return map.offsets[block][offset / 4] == offset;
-  return std::any_of(
-      map.windows[block].begin(), map.windows[block].end(),
-      [offset](const Window &window) { return window.begin <= offset && offset < window.end; });
+  const uint32_t place = address % kInstanceSpan;
+  for (const Window &window : register_map().windows[block]) {
+    if (!window.has(place))
+      continue;
+    window_at_hand = {address - place + window.begin, window.size};
+    return true;
+  }
+  return false;
 }
 
 }  // namespace virtual_asic

@@ -1,22 +1,24 @@
-// The system-service transport of the virtual switch: it carries a record to the driver service, or
-// lets the call go wrong as the controls ask, and tells the watcher.
+// The system-service transport of the virtual switch: it carries a record to the driver service, in
+// this process or in another, or lets the call go wrong as the controls ask, and tells the watcher.
 #include "platform/system_service.h"
 
 #include <cerrno>
 #include <deque>
+#include <optional>
 
-#include "driver_service.h"
+#include "kel_asic_lib_common.h"
+#include "remote/client.h"
+#include "virtual_platform.h"
+#include "virtual_switch.h"
 
 namespace {
 
-// How a call ends.
-struct Outcome {
-  int result;
-  int error_number;  // where the result is negative
-};
+using remote::Outcome;
 
+// What the controls ask of the calls of this process.
 struct Transport {
   std::deque<Outcome> faults;  // of the calls to come, first come first served
+  std::optional<uint32_t> next_num;
   vp_watcher watcher = nullptr;
   void *user = nullptr;
 };
@@ -32,6 +34,22 @@ void tell_watcher(vp_phase phase, const vp_call &call) {
     transport().watcher(phase, &call, transport().user);
 }
 
+Outcome carry(uint32_t case_code, const sys_srvc_case_params_t &params, uint32_t length) {
+  if (remote::is_remote())
+    return remote::call(case_code, params.caseId, params.params, length);
+  const int refusal = own_switch().driver.handle(case_code, params.caseId, params.params, length);
+  return {refusal == 0 ? 0 : -1, refusal};
+}
+
+// An answer to a run of words carries the number that the controls ask for.
+void change_num(uint32_t case_code, void *record) {
+  auto &request = *static_cast<kel_asic_reg_access_params_t *>(record);
+  if (!transport().next_num || case_code != SYSSRV_REG_READ_CASE || request.type != TYPE_READ_DHS)
+    return;
+  request.num = *transport().next_num;
+  transport().next_num.reset();
+}
+
 Outcome deliver(uint32_t case_code, const sys_srvc_case_params_t *case_params, uint32_t length) {
   if (!transport().faults.empty()) {
     const Outcome fault = transport().faults.front();
@@ -40,10 +58,10 @@ Outcome deliver(uint32_t case_code, const sys_srvc_case_params_t *case_params, u
   }
   if (case_params == nullptr || case_params->params == nullptr)
     return {-1, EFAULT};
-  if (case_params->caseId != KEL_ASIC_DRIVER_MORVANE)
-    return {-1, ENODEV};
-  const int refusal = driver_service().handle(case_code, case_params->params, length);
-  return {refusal == 0 ? 0 : -1, refusal};
+  const Outcome outcome = carry(case_code, *case_params, length);
+  if (outcome.result == 0)
+    change_num(case_code, case_params->params);
+  return outcome;
 }
 
 }  // namespace
@@ -78,8 +96,14 @@ void vp_watch(vp_watcher watcher, void *user) {
   transport().user = user;
 }
 
-void vp_reset(void) {
+void vp_answer_next_num(uint32_t num) {
+  transport().next_num = num;
+}
+
+int vp_reset(void) {
   transport() = Transport();
-  driver_service() = DriverService();
-  vp_set_card(CARDCFG_DEV_TYPE_MORVANE, virtual_asic::kPlainCard);
+  if (remote::is_remote())
+    return remote::ask(remote::kReset, nullptr, 0, nullptr, 0);
+  own_switch() = VirtualSwitch();
+  return 0;
 }

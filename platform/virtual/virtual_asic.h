@@ -14,8 +14,24 @@ constexpr uint32_t kNetworkPorts = 8;
 // Software identifier of the card that is plugged in at the start.
 constexpr uint16_t kPlainCard = 1;
 
+// A run of words without a gap: a table, or neighbouring registers.
+struct Window {
+  uint32_t begin;
+  uint32_t size;
+
+  bool has(uint32_t address) const { return address - begin < size; }
+};
+
+// The one that was found last. Neighbours are mostly asked for together.
+extern Window window_at_hand;
+
+// Finds the window that an address is in, if there is one.
+bool find_window(uint32_t address);
+
 // Whether a register, or an entry of a table register, has a word at this address.
-bool has_word(uint32_t address);
+inline bool has_word(uint32_t address) {
+  return address % 4 == 0 && (window_at_hand.has(address) || find_window(address));
+}
 
 }  // namespace virtual_asic
 

@@ -11,8 +11,11 @@
  *     syserr_t err = lib_mrv_asic_read(...);   // 0x82230000 | ETIMEDOUT
  *
  * The virtual switch has one module's worth of state for each module 0 to 3, one ASIC (number 0) on
- * each, 32 host ports (type HIF) and 8 network ports (type NIF). Its state is one per process,
- * starts empty, and belongs to one thread at a time.
+ * each, 32 host ports (type HIF) and 8 network ports (type NIF). Its state starts empty. It is one
+ * per process, and belongs to one thread at a time, unless the environment variable MORVANE_SWITCH
+ * or
+ * ::vp_connect names the switch that morvaned serves: then service calls and the card are that
+ * one's, which many processes share. The register map stays in the process either way.
  *
  * A call that the switch refuses returns -1 with one of these in errno, and changes nothing; a
  * transaction with one entry to refuse is not applied at all.
@@ -31,6 +34,25 @@
  * entry; anything else at such an address is refused. Each table register has an address range of
  * its own with room for all its entries, and a run that leaves it meets an address without a
  * register.
+ *
+ * Of a switch that morvaned serves, a call or a control can also fail with these:
+ *
+ * | errno        | What has happened                                                          |
+ * |--------------|----------------------------------------------------------------------------|
+ * | ENOENT,      | no service has come up within MORVANE_SWITCH_WAIT milliseconds (2000);     |
+ * | ECONNREFUSED | any other errno of connect() likewise                                      |
+ * | EACCES       | the service serves its owner, root and perhaps a group, and not this user  |
+ * | EAGAIN       | it has as many clients as it takes                                         |
+ * | ECONNRESET   | it went away during the call, whose outcome is unknown                     |
+ * | ETIMEDOUT    | no answer came within MORVANE_SWITCH_TIMEOUT milliseconds (no limit); the  |
+ * |              | outcome is unknown                                                         |
+ * | EMSGSIZE     | the record is longer than the service takes; it was not sent               |
+ * | EPERM        | a control of the switch, for whoever is neither root nor the service's user|
+ * | EPROTO,      | what answers is no morvaned, or one of another version                     |
+ * | EPROTONOSUPPORT |                                                                         |
+ * | EINVAL       | one of the variables is no number of milliseconds or no address            |
+ *
+ * Nothing is sent twice. The call behind a failed one connects again.
  */
 #ifndef VIRTUAL_PLATFORM_H
 #define VIRTUAL_PLATFORM_H
@@ -44,39 +66,88 @@
 extern "C" {
 #endif
 
-/** Puts everything back: the plain card, an empty ASIC, no fault pending, nobody watching. */
-void vp_reset(void);
+/**
+ * Connects to the switch that morvaned serves at an address, and sends service calls, card
+ * configuration and controls there from now on.
+ *
+ * @param address path of its socket, or `@name` for an abstract one; null for the switch in this
+ *                process
+ * @retval 0            connected
+ * @retval EINVAL       the address is empty
+ * @retval ENAMETOOLONG it has no room in a socket's address
+ * @return or another errno of the table above; a failure leaves all as it was
+ */
+int vp_connect(const char *address);
+
+/** A client of morvaned, at one moment. 64 bytes. */
+typedef struct vp_client {
+  int32_t process;    /**< 0: its process; 0 where that is in a process namespace of its own */
+  uint32_t user;      /**< 4: its user */
+  uint64_t calls;     /**< 8: service calls that it has made */
+  uint64_t failures;  /**< 16: how many of them were refused */
+  uint32_t last_case; /**< 24: case code of the last call; 0 where it has made none */
+  int32_t last_error; /**< 28: errno of the last call, or 0 */
+  uint64_t
+      last_age_ms;  /**< 32: milliseconds since the last call; since it came where it made none */
+  uint64_t age_ms;  /**< 40: milliseconds since it came */
+  char program[16]; /**< 48: name of its program, NUL-padded; byte 15 is NUL */
+} vp_client;
+
+/**
+ * Lists who is connected to morvaned, this process included, in the order of their coming.
+ *
+ * @param clients receives the list; valid until the next call or control
+ * @param count   receives the number of clients in it
+ * @retval 0        listed
+ * @retval EFAULT   clients or count is null
+ * @retval ENOTCONN the switch is in this process
+ * @return or an errno of the table above
+ */
+int vp_clients(const vp_client **clients, uint32_t *count);
+
+/**
+ * Puts everything back: the plain card, an empty ASIC, and in this process no fault pending and
+ * nobody watching.
+ *
+ * @return 0; of a switch that morvaned serves, also an errno of the table above
+ */
+int vp_reset(void);
 
 /**
  * Plugs in another card.
  *
  * @param device_type what cardcfg_get_real_asic_type answers; at the start 7, a Morvane
  * @param sw_card_id  what cardcfg_card_get_sw_card_id answers; at the start 1
+ * @return 0; of a switch that morvaned serves, also an errno of the table above
  */
-void vp_set_card(uint32_t device_type, uint16_t sw_card_id);
+int vp_set_card(uint32_t device_type, uint16_t sw_card_id);
 
-/** @return the software identifier of the card that is plugged in */
+/**
+ * @return the software identifier of the card that is plugged in; 0, and an errno of the table
+ * above, where a switch that morvaned serves cannot be asked
+ */
 uint16_t vp_sw_card_id(void);
 
 /**
- * Makes the next service call fail: it returns -1 and reaches no driver. Where failures and answers
- * wait already, it is the first call behind those, each of which takes one call.
+ * Makes the next service call of this process fail: it returns -1 and reaches no driver. Where
+ * failures and answers wait already, it is the first call behind those, each of which takes one
+ * call.
  *
  * @param error_number what errno is then
  */
 void vp_fail_next_call(int error_number);
 
 /**
- * Makes the next service call return a result of its own, and reach no driver. It waits its turn
- * like ::vp_fail_next_call.
+ * Makes the next service call of this process return a result of its own, and reach no driver. It
+ * waits its turn like ::vp_fail_next_call.
  *
  * @param result the result; 0 claims a success that did not happen, below 0 comes with errno EIO
  */
 void vp_answer_next_call(int result);
 
 /**
- * Makes the next successful answer to a read of a run of words carry another number of words than
- * it has. The words themselves stay as they are.
+ * Makes this process's next successful answer to a read of a run of words carry another number of
+ * words than it has. The words themselves stay as they are.
  *
  * @param num the number in the answer
  */
@@ -152,6 +223,7 @@ typedef struct vp_traffic {
  * @retval ENXIO  the ASIC lacks the port
  * @retval EINVAL the traffic has no such class or direction, or more excess than frames
  * @retval EFAULT traffic is null
+ * @return of a switch that morvaned serves, also an errno of the table above
  */
 int vp_add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
                    const vp_traffic *traffic);
@@ -175,6 +247,7 @@ typedef struct vp_asic_state {
  * @retval 0      shown
  * @retval ENXIO  there is no such ASIC
  * @retval EFAULT state is null
+ * @return of a switch that morvaned serves, also an errno of the table above
  */
 int vp_asic_show(uint32_t module, uint32_t asic, vp_asic_state *state);
 

@@ -1,0 +1,23 @@
+// Where a service listens: the path of a socket, or @name for an abstract address.
+#ifndef REMOTE_ADDRESS_H
+#define REMOTE_ADDRESS_H
+
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace remote {
+
+struct Address {
+  sockaddr_un name;
+  socklen_t length;
+
+  const sockaddr *get() const { return reinterpret_cast<const sockaddr *>(&name); }
+  bool is_abstract() const { return name.sun_path[0] == '\0'; }
+};
+
+// 0, or the errno of what is wrong with the text: EINVAL for an empty one, ENAMETOOLONG.
+int parse_address(const char *text, Address *address);
+
+}  // namespace remote
+
+#endif

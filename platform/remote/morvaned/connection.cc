@@ -1,0 +1,122 @@
+#include "connection.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace morvaned {
+namespace {
+
+using remote::Header;
+using remote::Hello;
+
+// At least so much is read at a time, which a transaction fits in, and of a long record at most so
+// much, as others have their turn.
+constexpr std::size_t kLeastRoom = 16384;
+constexpr std::size_t kMostRoom = 65536;
+
+// A buffer that a long message has needed is not kept.
+constexpr std::size_t kKeptCapacity = 65536;
+
+constexpr const char *kTooLong = "a record that is too long";
+
+template <typename Message>
+Message front(const Bytes &bytes) {
+  Message message;
+  std::memcpy(&message, bytes.data(), sizeof message);
+  return message;
+}
+
+void release(Bytes &buffer) {
+  if (buffer.capacity() > kKeptCapacity)
+    Bytes().swap(buffer);
+}
+
+}  // namespace
+
+Hello service_hello(const Service &service, int error_number) {
+  return {remote::kMagic, remote::kVersion, remote::kFeatures, service.max_record(), error_number};
+}
+
+Connection::Connection(Service &service, Peer &peer) : service_(service), peer_(peer) {
+  const Hello hello = service_hello(service, 0);
+  append(out_, &hello, sizeof hello);
+}
+
+// Why a request is not taken; null where it is.
+const char *Connection::fault_of_request(const Header &request) const {
+  const char *const fault = remote::fault_of(request);
+  return fault == nullptr && request.length > service_.max_record() ? kTooLong : fault;
+}
+
+// Bytes of the message at hand, as far as is known of it.
+std::size_t Connection::length_at_hand() const {
+  if (!greeted_)
+    return sizeof(Hello);
+  if (have_ < sizeof(Header))
+    return sizeof(Header);
+  const auto header = front<Header>(in_);
+  return sizeof header + (fault_of_request(header) == nullptr ? header.length : 0);
+}
+
+bool Connection::is_ready() const {
+  return fault_ == nullptr && !has_output() && have_ >= length_at_hand();
+}
+
+Part Connection::room() {
+  const std::size_t whole = length_at_hand(), missing = whole > have_ ? whole - have_ : 0;
+  const std::size_t count = std::clamp(missing, kLeastRoom, kMostRoom);
+  if (in_.size() < have_ + count)
+    in_.resize(std::max(have_ + count, std::min(in_.size() * 2, whole)));
+  return {in_.data() + have_, count};
+}
+
+void Connection::received(std::size_t count) {
+  have_ += count;
+}
+
+void Connection::sent(std::size_t count) {
+  sent_ += count;
+  if (sent_ < out_.size())
+    return;
+  out_.clear();
+  sent_ = 0;
+  release(out_);
+}
+
+void Connection::serve_one() {
+  if (greeted_)
+    serve_request();
+  else
+    serve_hello();
+}
+
+void Connection::serve_hello() {
+  fault_ = remote::fault_of(front<Hello>(in_));
+  greeted_ = fault_ == nullptr;
+  drop_front(sizeof(Hello));
+}
+
+void Connection::serve_request() {
+  const auto header = front<Header>(in_);
+  fault_ = fault_of_request(header);
+  if (fault_ == kTooLong) {
+    const Header answer = answer_to(header, EMSGSIZE, 0);
+    append(out_, &answer, sizeof answer);
+  }
+  if (fault_ != nullptr)
+    return;
+  service_.serve(peer_, header, in_.data() + sizeof header, out_);
+  drop_front(sizeof header + header.length);
+}
+
+void Connection::drop_front(std::size_t count) {
+  have_ -= count;
+  std::memmove(in_.data(), in_.data() + count, have_);
+  if (in_.capacity() > kKeptCapacity) {
+    in_.resize(have_);
+    in_.shrink_to_fit();
+  }
+}
+
+}  // namespace morvaned

@@ -1,0 +1,19 @@
+// One virtual switch: the ASICs behind their driver service, and the card. There is one in a
+// process, or one in morvaned for all its clients.
+#ifndef VIRTUAL_SWITCH_H
+#define VIRTUAL_SWITCH_H
+
+#include <cstdint>
+
+#include "driver_service.h"
+
+struct VirtualSwitch {
+  DriverService driver;
+  uint32_t device_type = CARDCFG_DEV_TYPE_MORVANE;
+  uint16_t sw_card_id = virtual_asic::kPlainCard;
+};
+
+// That of this process, for calls that do not go to another.
+VirtualSwitch &own_switch();
+
+#endif
