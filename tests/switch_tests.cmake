@@ -1,0 +1,21 @@
+# The switch in a process of its own.
+
+# The cases of the tool and of the virtual platform once more, on a switch that morvaned serves; the
+# register map, which stays in the process, is left out.
+function(served_test name morvaned folder)
+  add_test(NAME ${name}.mrvctl COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
+    ${folder}/mrvctl_test --gtest_brief=1)
+  add_test(NAME ${name}.virtual_platform
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
+    ${folder}/virtual_platform_test --gtest_brief=1 --gtest_filter=-*address_of_its_own)
+  set_tests_properties(${name}.mrvctl ${name}.virtual_platform PROPERTIES TIMEOUT 120)
+endfunction()
+
+served_test(served $<TARGET_FILE:morvaned> ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+
+# The client side links as C, with nothing left undefined: it needs the C library alone.
+if(NOT MORVANE_SANITIZE)
+  add_library(switch_client_alone MODULE $<TARGET_OBJECTS:switch_client>)
+  set_target_properties(switch_client_alone PROPERTIES LINKER_LANGUAGE C)
+  target_link_options(switch_client_alone PRIVATE -Wl,-z,defs)
+endif()

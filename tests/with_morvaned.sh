@@ -1,0 +1,19 @@
+#!/bin/sh
+# Runs a command whose switch is served by a morvaned of its own: with_morvaned.sh MORVANED COMMAND...
+# Fails where the command does, and where the service does not end cleanly.
+set -eu
+morvaned=$1
+shift
+folder=$(mktemp -d)
+"$morvaned" --socket "$folder/socket" 2>"$folder/log" &
+service=$!
+trap 'kill -KILL "$service" 2>/dev/null || true; rm -rf "$folder"' EXIT
+status=0
+MORVANE_SWITCH=$folder/socket MORVANE_SWITCH_WAIT=20000 "$@" || status=$?
+kill "$service"
+if ! wait "$service" || [ -e "$folder/socket" ]; then
+  echo "$0: morvaned did not end cleanly:" >&2
+  cat "$folder/log" >&2
+  status=1
+fi
+exit "$status"
