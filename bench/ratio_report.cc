@@ -38,7 +38,9 @@ class ratio_reporter : public benchmark::BenchmarkReporter {
       order_.emplace(run.family_index, pair);
       const auto items = run.counters.find("items");
       const double per_item = items != run.counters.end() ? items->second.value : 1;
-      const double nanoseconds = run.GetAdjustedCPUTime() / per_item;
+      const bool in_real_time = !run.run_name.time_type.empty();  // what other processes do counts
+      const double nanoseconds =
+          (in_real_time ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime()) / per_item;
       const bool is_library = name.substr(slash + 1) == "library";
       (is_library ? times_[pair].library : times_[pair].baseline).push_back(nanoseconds);
     }

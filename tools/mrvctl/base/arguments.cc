@@ -137,7 +137,9 @@ void Parser::attach(Tree &tree, const Definition &definition) const {
   Arguments arguments(*command);
   const Attached attached = definition.attach(arguments);
   tree.resets.push_back(attached.reset);
-  command->callback([&tree, take = attached.take] { tree.chosen = take(); });
+  command->callback([&tree, name = text.name, take = attached.take] {
+    tree.chosen = {name, take()};
+  });
 }
 
 Parser::Tree &Parser::tree_of(const std::string &first) {
@@ -163,12 +165,6 @@ std::string Parser::no_command_text(const std::string &word) const {
   return "no command '" + word + "'; nearest: " + join(nearest(word, names), ", ");
 }
 
-void Parser::refuse_unknown_command(const CLI::App &app) const {
-  const std::vector<std::string> extra = app.remaining();
-  if (app.get_subcommands().empty() && !extra.empty() && extra[0][0] != '-')
-    throw ArgumentsRefused(no_command_text(extra[0]), "");
-}
-
 Command Parser::parse(const std::vector<std::string> &words) {
   if (words.empty())
     throw UsageError("no command");
@@ -178,6 +174,7 @@ Command Parser::parse(const std::vector<std::string> &words) {
   if (std::none_of(definitions_.begin(), definitions_.end(), is_first))
     throw UsageError(no_command_text(words[0]));
   Tree &tree = tree_of(words[0]);
+  tree.chosen = {};
   for (const auto &reset : tree.resets)
     reset();
   try {
@@ -185,9 +182,7 @@ Command Parser::parse(const std::vector<std::string> &words) {
   } catch (const CLI::ParseError &error) {
     throw UsageError(refusal_text(tree.app, error));
   }
-  Command chosen = std::exchange(tree.chosen, {});
-  chosen.check();
-  return chosen;
+  return tree.chosen;
 }
 
 Command Parser::parse_command_line(int argc, char **argv,
@@ -212,10 +207,11 @@ Command Parser::parse_command_line(int argc, char **argv,
   } catch (const CLI::CallForVersion &) {
     throw TextAsked{version + "\n"};
   } catch (const CLI::Success &) {
-    refuse_unknown_command(app);  // of a word that is no command there is no help
     throw TextAsked{app.help()};
   } catch (const CLI::ParseError &error) {
-    refuse_unknown_command(app);
+    const std::vector<std::string> extra = app.remaining();
+    if (app.get_subcommands().empty() && !extra.empty() && extra[0][0] != '-')
+      throw ArgumentsRefused(no_command_text(extra[0]), "");
     throw ArgumentsRefused(refusal_text(app, error), parsed_command(app));
   }
   return whole_->chosen;

@@ -25,15 +25,13 @@ class Transaction {
   uint64_t pending() const { return pending_; }
   // "3 writes", of those that wait for the commit.
   std::string pending_text() const;
-  // What is lost where the transaction, which is open, is never committed.
-  std::string loss_text() const;
 
   void start(const std::string &name);
-  void close();
+  void close() { *this = Transaction(); }
   // Writes were added; a full transaction was sent and continued.
   void add(uint64_t writes);
   // Writes were added, nobody can tell how many.
-  void add_some();
+  void add_some() { exact_ = false; }
   // A read, refused by the library or not: one that was not refused sent the transaction first.
   void after_read(syserr_t result);
 
@@ -69,6 +67,7 @@ class Session {
 
   uint32_t module = 0;
   uint32_t asic = 0;
+  bool in_script = false;
   bool trace_on = false;
   std::string folder;  // the script's, with a slash at its end; empty outside a script
   Report report;
