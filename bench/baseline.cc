@@ -50,8 +50,9 @@ int baseline_access(kel_asic_access_type_t type, uint32_t addr, uint32_t *data, 
   return rc;
 }
 
-int baseline_read_words(uint32_t addr, uint32_t *words, uint32_t num, uint32_t context,
-                        const char *file, int line, const char *func) {
+template <uint32_t num>
+int baseline_run<num>::read(uint32_t addr, uint32_t *words, uint32_t context, const char *file,
+                            int line, const char *func) {
   kel_asic_reg_access_params_t *request = run_buffer;
   fill(request, TYPE_READ_DHS, addr, 0, 0xFFFFFFFF, num, context, file, line, func);
   const int rc = call(SYSSRV_REG_READ_CASE, request, header_size + 4 * num);
@@ -60,13 +61,19 @@ int baseline_read_words(uint32_t addr, uint32_t *words, uint32_t num, uint32_t c
   return rc;
 }
 
-int baseline_write_words(uint32_t addr, const uint32_t *words, uint32_t num, uint32_t context,
-                         const char *file, int line, const char *func) {
+template <uint32_t num>
+int baseline_run<num>::write(uint32_t addr, const uint32_t *words, uint32_t context,
+                             const char *file, int line, const char *func) {
   kel_asic_reg_access_params_t *request = run_buffer;
   fill(request, TYPE_WRITE_DHS, addr, 0, 0xFFFFFFFF, num, context, file, line, func);
   std::memcpy(request->pdata, words, 4 * num);
   return call(SYSSRV_REG_WRITE_CASE, request, header_size + 4 * num);
 }
+
+template struct baseline_run<1>;
+template struct baseline_run<16>;
+template struct baseline_run<256>;
+template struct baseline_run<2048>;
 
 int baseline_stats(uint8_t module, uint8_t asic, cardcfg_port_type_t port_type, uint8_t port,
                    kel_asic_qos_stats_t *stats, uint32_t opts) {

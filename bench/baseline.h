@@ -14,11 +14,15 @@ bool baseline_init();
 int baseline_access(kel_asic_access_type_t type, uint32_t addr, uint32_t *data, uint32_t mask,
                     uint32_t context, const char *file, int line, const char *func);
 
-int baseline_read_words(uint32_t addr, uint32_t *words, uint32_t num, uint32_t context,
-                        const char *file, int line, const char *func);
-
-int baseline_write_words(uint32_t addr, const uint32_t *words, uint32_t num, uint32_t context,
-                         const char *file, int line, const char *func);
+// Runs of 1, 16, 256 and 2048 words. A client with a table of its own knows the length where it is
+// compiled, and so does the baseline.
+template <uint32_t num>
+struct baseline_run {
+  static int read(uint32_t addr, uint32_t *words, uint32_t context, const char *file, int line,
+                  const char *func);
+  static int write(uint32_t addr, const uint32_t *words, uint32_t context, const char *file,
+                   int line, const char *func);
+};
 
 // A null stats asks for no answer.
 int baseline_stats(uint8_t module, uint8_t asic, cardcfg_port_type_t port_type, uint8_t port,

@@ -59,7 +59,7 @@ install(
         ${PROJECT_BINARY_DIR}/morvaneusdConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-install(FILES docs/call-path.md docs/limits.md docs/porting.md docs/records.md docs/trace.md
+install(FILES docs/call-path.md docs/limits.md docs/metrics.md docs/porting.md docs/records.md docs/trace.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 install(FILES docs/figures/call-path.svg
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/figures COMPONENT development)
@@ -75,4 +75,9 @@ if(TARGET mrvctl)
   install(TARGETS mrvctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
   install(FILES tools/mrvctl/completion/mrvctl
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+  # What others read: the same place for every architecture.
+  install(FILES share/systemd/mrvctl-metrics@.service share/systemd/mrvctl-metrics@.timer
+    DESTINATION lib/systemd/system COMPONENT tool)
+  install(DIRECTORY share/grafana share/prometheus
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/mrvctl COMPONENT tool)
 endif()

@@ -33,6 +33,7 @@ typedef struct kel_asic_dhs_row_t {
   uint32_t words;         /**< 16: 32-bit words in an entry, or ::KEL_ASIC_DHS_BY_HOOK */
 } kel_asic_dhs_row_t;
 
+/** How the rows are declared: in C++ they are constant expressions. */
 #ifdef __cplusplus
 #define KEL_ASIC_DHS_DATA static constexpr
 #else

@@ -24,7 +24,8 @@ offers "--help --version --file *--asic" -
 offers "read" --calls --slot 3 rea
 offers "HR. HI. HF." read h
 offers "read" expect-fail rea
-offers "show clear clear-all" qos ""
+offers "show clear clear-all metrics*" qos ""
+offers "hif nif" qos metrics hif ""
 offers "--help --opts *" qos show --
 offers "hif nif" qos show ""
 offers "on off" pause ""

@@ -6,13 +6,15 @@ set_tests_properties(symbol_version PROPERTIES
   PASS_REGULAR_EXPRESSION "must be MORVANEUSD_1.999")
 
 if(MORVANE_PLATFORM STREQUAL "virtual")
-  foreach(client client_c client_cc client_own_platform)
+  foreach(client client_c client_cc table_c client_own_platform)
     add_test(NAME example.${client} COMMAND ${client})
   endforeach()
   set_tests_properties(example.client_c PROPERTIES
     PASS_REGULAR_EXPRESSION "HI_DHS_LVIF = 0x00001234\n$")
   set_tests_properties(example.client_cc PROPERTIES
     PASS_REGULAR_EXPRESSION "flow control 1, 0 writes discarded\n$")
+  set_tests_properties(example.table_c PROPERTIES
+    PASS_REGULAR_EXPRESSION "disabled:(\n00000000( 00000000)+)+\n$")
   set_tests_properties(example.client_own_platform PROPERTIES
     PASS_REGULAR_EXPRESSION "HI_DHS_LVIF = 0x00000000\n$")
 
@@ -20,6 +22,8 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
   add_test(NAME man_page_of_mrvctl COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in)
+  add_test(NAME metrics COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/metrics_test.sh
+    $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR})
   add_test(NAME readme COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/readme_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR})
 endif()

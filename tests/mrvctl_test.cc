@@ -62,7 +62,7 @@ class Mrvctl : public testing::Test {
   Outcome shell(const std::string &command) {
     EXPECT_EQ(vp_reset(), 0);
     const std::string err_path = folder_ + "/err";
-    const std::string line = "cd / && " + command + " 2>" + err_path;
+    const std::string line = "cd / && { " + command + "; } 2>" + err_path;
     std::FILE *pipe = popen(line.c_str(), "r");  // NOLINT(cert-env33-c): our own command
     if (pipe == nullptr)
       return {-1, "", "popen failed"};
@@ -185,7 +185,7 @@ TEST_F(Mrvctl, JsonIsOneObjectACommand) {
   const Outcome result = run_script(
       "write HI.2 HI_DHS_LVIF 5\nread HI.2 5 3\ndhs-read HF.0 HF_DHS_POL 2 1 --addresses\n"
       "traffic hif 1 --class 2 --frames 18446744073709551615\nqos show hif 1\nfail ETIMEDOUT\n"
-      "read HI.2 5\nread HI.2 5x\nsfp-failed nif 3\nstate\n",
+      "read HI.2 5\npgm x\nsfp-failed nif 3\nstate\n",
       "--json --keep-going");
   EXPECT_EQ(result.status, 1);
   const std::vector<Json> objects = json_lines(result.out);
@@ -222,6 +222,12 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
   const Outcome ended =
       shell("timeout --preserve-status -s INT 1 " MRVCTL_PATH " qos show hif 1 --watch 30");
   expect_case(ended, {0, "^C ends the view", {"hif 1, module 0"}});
+  const std::string open = MRVCTL_PATH " -f " + write_file("open.mrv",
+                                                           "begin x\nwrite HI.2 5 1\n"
+                                                           "qos show hif 1 --watch 0.1\n");
+  const std::string lost = "mrvctl: transaction \"x\" was never committed: ";
+  expect_case(shell("timeout --preserve-status 1 " + open), {143, "SIGTERM", {lost}});
+  expect_case(shell("(" + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
 }
 
 TEST_F(Mrvctl, ExamplesRunFromAnywhere) {

@@ -9,8 +9,6 @@
 
 namespace {
 
-using namespace std::string_literals;
-
 using words = std::vector<uint32_t>;
 using lines = std::vector<std::string>;
 
@@ -140,23 +138,28 @@ TEST(RequestBuffer, grows_to_the_exact_size_and_keeps_what_it_holds) {
 TEST(RequestBuffer, stays_as_it_was_when_it_cannot_grow) {
   initialise_with_trace();
   faults().fail_realloc = 1;
-  const std::string sizes = growth_text + "cur_size 8388 new_size 12196"s,
-                    failure = ": Failed to re-allocate DHS data buffer: errno = 12 (c)";
-  words data(3000);
-  for (const operation &op : operations) {
-    if (op.reads)
-      open_transaction();
-    fake().calls.clear();
-    faults().arm();
-    EXPECT_EQ(op.call(table, data.data(), 3000), 12U);
-    faults().disarm();
-    const lines trace = trace_lines();
-    EXPECT_EQ(lines(trace.end() - 2, trace.end()),
-              (lines{detail_line(0, op.name + sizes), detail_line(0, op.name + failure)}));
-    // A read has sent its transaction before.
-    EXPECT_EQ(fake().calls.size(), op.reads ? 1U : 0U);
-    EXPECT_STREQ(commit().name, op.reads ? "<Interrupted>" : "");
-    EXPECT_EQ(op.call(table, data.data(), 2048), 0U);
-    EXPECT_EQ(fake().calls.back().length, 8388U);
+  const std::string failure = ": Failed to re-allocate DHS data buffer: errno = 12 (c)";
+  words data(2048);
+  const std::pair<uint32_t, const char *> runs[] = {
+      {3000, "cur_size 8388 new_size 12196"},
+      {1073741774, "cur_size 8388 new_size -4"}};  // the longest that has a 32-bit size
+  for (const auto &[num_entries, sizes] : runs) {
+    for (const operation &op : operations) {
+      if (op.reads)
+        open_transaction();
+      fake().calls.clear();
+      faults().arm();
+      EXPECT_EQ(op.call(table, data.data(), num_entries), 12U);
+      faults().disarm();
+      const lines trace = trace_lines();
+      EXPECT_EQ(lines(trace.end() - 2, trace.end()),
+                (lines{detail_line(0, op.name + (growth_text + std::string(sizes))),
+                       detail_line(0, op.name + failure)}));
+      // A read has sent its transaction before.
+      EXPECT_EQ(fake().calls.size(), op.reads ? 1U : 0U);
+      EXPECT_STREQ(commit().name, op.reads ? "<Interrupted>" : "");
+      EXPECT_EQ(op.call(table, data.data(), 2048), 0U);
+      EXPECT_EQ(fake().calls.back().length, 8388U);
+    }
   }
 }

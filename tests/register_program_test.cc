@@ -29,6 +29,8 @@ TEST(RegisterProgram, writes_its_steps_in_order_or_adds_them_to_an_open_transact
   EXPECT_EQ(fake().calls[0].header(), request_header(TYPE_WRITE, 3, 0, 0x13020038, 0xCAFE, ~0U, 0));
   EXPECT_EQ(fake().calls[1].header(),
             request_header(TYPE_WRITE_FIELD, 3, 0, 0x14010018, 0x1122, 0xFF00, 0));
+  EXPECT_EQ(run({field}), 0U);  // the shortest
+  EXPECT_EQ(fake().calls.size(), 1U);
   open_transaction();
   EXPECT_EQ(run({whole, field}, 0, 3), 0U);
   EXPECT_TRUE(fake().calls.empty());

@@ -1,17 +1,16 @@
-// mrvctl: arguments, scripts and exit status.
+// mrvctl: options, and what they ask for.
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <fstream>
 #include <iostream>
 
-#include "base/lines.h"
+#include "base/last_words.h"
 #include "base/text.h"
 #include "commands/commands.h"
 #include "platform/platform.h"
+#include "runner.h"
+#include "scripts.h"
 
 namespace mrvctl {
 namespace {
@@ -23,6 +22,7 @@ struct Options {
   std::string script;
   std::string platform;
   bool keep_going = false;
+  bool dry_run = false;
   bool calls = false;
   bool trace = false;
   bool json = false;
@@ -43,10 +43,14 @@ constexpr char kFooter[] =
 void describe_options(Arguments &arguments, Options &options) {
   arguments
       .word("-f,--file", options.script,
-            "Run the commands of a script, one a line; - for standard input")
+            "Run the commands of a script, one a line; - for standard input. It is read whole\n"
+            "and does not start unless every line is understood. At a terminal - runs each\n"
+            "line as it is typed, and goes on behind a failure")
       .type_name("FILE");
   arguments.flag("--keep-going", options.keep_going,
                  "Go on behind a command of a script that failed");
+  arguments.flag("--dry-run", options.dry_run,
+                 "Tell whether the command or the script is understood, and run nothing");
   arguments.flag("--json", options.json, "Print results as JSON, one object a line");
   arguments.flag("--trace", options.trace,
                  "Tell whether the library's trace is on, and how to switch it on");
@@ -71,88 +75,11 @@ void show_trace_state(Session &session) {
                                          : std::string("the trace is off; ") + kTraceHelp + "\n");
 }
 
-// Runs commands, reports their failures and keeps the status of the first.
-class Runner {
- public:
-  explicit Runner(Session &session) : session_(session) {}
-
-  int status() const { return static_cast<int>(status_); }
-
-  // Runs one step; a message shows its place and `shown`, which the step may improve. False if the
-  // step failed.
-  bool run(const Place &place, const std::string &shown, const std::function<void()> &step) {
-    try {
-      step();
-      std::fflush(stdout);
-      return true;
-    } catch (const UsageError &error) {
-      fail(Status::kUsage, place, shown, error_json(std::nullopt, "USAGE", error.what()));
-    } catch (const OperationFailed &error) {
-      const std::string name = error.code() ? result_name(*error.code()) : "FAILED";
-      fail(Status::kFailed, place, shown, error_json(error.code(), name, error.what()));
-    } catch (const std::exception &error) {
-      fail(Status::kFailed, place, shown, error_json(std::nullopt, "FAILED", error.what()));
-    }
-    return false;
-  }
-
- private:
-  void fail(Status status, const Place &place, const std::string &shown, const Json &error) {
-    if (status_ == Status::kDone)
-      status_ = status;
-    session_.report.failure(place, shown, session_.command(), error);
-  }
-
-  Session &session_;
-  Status status_ = Status::kDone;
-};
-
-void run_command(Session &session, const Command &command) {
-  session.set_command(command.name);
-  command.run(session);
-}
-
-// False if the line's command failed.
-bool run_line(Runner &runner, Parser &parser, Session &session, const Place &place,
-              const std::string &line) {
-  std::string shown = line;
-  return runner.run(place, shown, [&] {
-    const std::vector<std::string> words = split_words(line);
-    if (words.empty())
-      return;
-    shown = join(words, " ");
-    session.set_command(words[0]);
-    run_command(session, parser.parse(words));
-  });
-}
-
-void run_script(Runner &runner, Parser &parser, Session &session, std::istream &input,
-                const std::string &name, bool keep_going) {
-  LineReader reader(input, name);
-  session.in_script = true;
-  bool more = true;
-  while (true) {
-    if (!runner.run({}, name, [&] { more = reader.next(); }) || !more)
-      return;
-    session.set_place(name, reader.number());
-    if (!run_line(runner, parser, session, {name, reader.number()}, reader.line()) && !keep_going)
-      return;
-  }
-}
-
-void run_script_file(Runner &runner, Parser &parser, Session &session, const Options &options) {
-  if (options.script == "-")
-    return run_script(runner, parser, session, std::cin, "stdin", options.keep_going);
-  session.set_command("script");
-  const size_t slash = options.script.rfind('/');
-  session.folder = slash == std::string::npos ? "" : options.script.substr(0, slash + 1);
-  std::ifstream input(options.script);
-  const bool opened = runner.run({}, options.script, [&] {
-    if (!input)
-      throw UsageError(std::string("cannot open: ") + std::strerror(errno));
-  });
-  if (opened)
-    run_script(runner, parser, session, input, options.script, options.keep_going);
+// The script as far as it is read before anything runs.
+Script script_of(Runner &runner, Parser &parser, Session &session, const Options &options) {
+  if (options.script.empty() || is_typed(options.script))
+    return {options.script, {}};
+  return read_script(runner, parser, session, options.script);
 }
 
 // What the command line has from the command on.
@@ -162,35 +89,75 @@ std::string shown_command(const std::string &name, int argc, char **argv) {
   return join({std::find(words.begin(), words.end(), first), words.end()}, " ");
 }
 
-int run(Parser &parser, const Options &options, const Command &chosen, int argc, char **argv) {
+void show_dry_run(Session &session, const std::string &name, size_t commands) {
+  session.report.result({{"command", "dry-run"}, {"script", name}, {"commands", commands}},
+                        format("%s: %zu %s, nothing is run\n", name.c_str(), commands,
+                               commands == 1 ? "command" : "commands"));
+}
+
+void run_command(Runner &runner, Session &session, const Command &command,
+                 const std::string &shown) {
+  runner.run({}, shown, [&] {
+    session.set_command(command.name);
+    command.run(session);
+  });
+}
+
+void initialise(Runner &runner, Session &session, const Options &options) {
+  runner.run({}, "init", [&] {
+    session.set_command("init");
+    watch_calls(options.calls);
+    open_platform(options.platform);
+    session.initialise(static_cast<uint8_t>(options.slot));
+    if (options.trace)
+      show_trace_state(session);
+  });
+}
+
+void end(Runner &runner, Session &session) {
+  runner.run({}, "end", [&] {
+    session.set_command("end");
+    if (session.transaction.open())
+      throw OperationFailed(session.transaction.loss_text());
+  });
+}
+
+// What the options ask for, once it is understood as far as it can be before it runs.
+void run(Runner &runner, Parser &parser, Session &session, const Options &options,
+         const Command &chosen, const std::string &shown) {
+  if (chosen.check) {
+    session.set_command(chosen.name);
+    runner.run({}, shown, chosen.check);
+  }
+  const Script script = script_of(runner, parser, session, options);
+  if (runner.failed())
+    return;
+  if (options.dry_run)
+    return show_dry_run(session, chosen.run ? shown : script.name,
+                        chosen.run ? 1 : script.lines.size());
+  initialise(runner, session, options);
+  if (runner.failed())
+    return;
+  if (chosen.run)
+    run_command(runner, session, chosen, shown);
+  else if (is_typed(options.script))
+    run_typed_lines(runner, parser, session);
+  else
+    run_script(runner, session, script, options.keep_going);
+  end(runner, session);
+}
+
+int run_and_close(Parser &parser, const Options &options, const Command &chosen,
+                  const std::string &shown) {
   Session session;
   session.module = options.module;
   session.asic = options.asic;
   if (options.json)
     session.report.use_json();
   session.report.take_standard_output();
-  watch_calls(options.calls);
+  watch_signals();
   Runner runner(session);
-  const bool ready = runner.run({}, "init", [&] {
-    session.set_command("init");
-    open_platform(options.platform);
-    session.initialise(static_cast<uint8_t>(options.slot));
-    if (options.trace)
-      show_trace_state(session);
-  });
-  if (!ready)
-    return runner.status();
-  if (!options.script.empty())
-    run_script_file(runner, parser, session, options);
-  else if (chosen.run)
-    runner.run({}, shown_command(chosen.name, argc, argv), [&] { run_command(session, chosen); });
-  runner.run({}, "end", [&] {
-    session.set_command("end");
-    if (session.transaction.open())
-      throw OperationFailed("transaction \"" + session.transaction.name() +
-                            "\" was never committed: " + session.transaction.pending_text() +
-                            " lost");
-  });
+  run(runner, parser, session, options, chosen, shown);
   runner.run({}, "output", [&] {
     if (!session.report.close())
       throw OperationFailed("the results could not be written");
@@ -203,12 +170,14 @@ int refuse(const std::string &text, const std::string &command, const std::strin
   if (json)
     std::cout << failure_json({}, command.empty() ? Json() : Json(command),
                               error_json(std::nullopt, "USAGE", text));
-  std::cerr << "mrvctl: " << text << "\n" << help;
+  else
+    std::cerr << "mrvctl: " << text << "\n" << help;
   return static_cast<int>(Status::kUsage);
 }
 
 int parse_and_run(int argc, char **argv) {
   constexpr const char kMore[] = "(mrvctl --help and mrvctl COMMAND --help say more)\n";
+  std::ios::sync_with_stdio(false);  // so that std::cin tells an error from the end
   Options options;
   Parser parser;
   add_commands(parser);
@@ -229,7 +198,7 @@ int parse_and_run(int argc, char **argv) {
     return refuse("give either a command or a script", chosen.name, kMore, options.json);
   if (!chosen.run && options.script.empty() && !options.trace)
     return refuse("no command", "", parser.help(), options.json);
-  return run(parser, options, chosen, argc, argv);
+  return run_and_close(parser, options, chosen, shown_command(chosen.name, argc, argv));
 }
 
 }  // namespace

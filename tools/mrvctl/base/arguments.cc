@@ -137,9 +137,7 @@ void Parser::attach(Tree &tree, const Definition &definition) const {
   Arguments arguments(*command);
   const Attached attached = definition.attach(arguments);
   tree.resets.push_back(attached.reset);
-  command->callback([&tree, name = text.name, take = attached.take] {
-    tree.chosen = {name, take()};
-  });
+  command->callback([&tree, take = attached.take] { tree.chosen = take(); });
 }
 
 Parser::Tree &Parser::tree_of(const std::string &first) {
@@ -165,6 +163,12 @@ std::string Parser::no_command_text(const std::string &word) const {
   return "no command '" + word + "'; nearest: " + join(nearest(word, names), ", ");
 }
 
+void Parser::refuse_unknown_command(const CLI::App &app) const {
+  const std::vector<std::string> extra = app.remaining();
+  if (app.get_subcommands().empty() && !extra.empty() && extra[0][0] != '-')
+    throw ArgumentsRefused(no_command_text(extra[0]), "");
+}
+
 Command Parser::parse(const std::vector<std::string> &words) {
   if (words.empty())
     throw UsageError("no command");
@@ -174,7 +178,6 @@ Command Parser::parse(const std::vector<std::string> &words) {
   if (std::none_of(definitions_.begin(), definitions_.end(), is_first))
     throw UsageError(no_command_text(words[0]));
   Tree &tree = tree_of(words[0]);
-  tree.chosen = {};
   for (const auto &reset : tree.resets)
     reset();
   try {
@@ -182,7 +185,9 @@ Command Parser::parse(const std::vector<std::string> &words) {
   } catch (const CLI::ParseError &error) {
     throw UsageError(refusal_text(tree.app, error));
   }
-  return tree.chosen;
+  Command chosen = std::exchange(tree.chosen, {});
+  chosen.check();
+  return chosen;
 }
 
 Command Parser::parse_command_line(int argc, char **argv,
@@ -207,11 +212,10 @@ Command Parser::parse_command_line(int argc, char **argv,
   } catch (const CLI::CallForVersion &) {
     throw TextAsked{version + "\n"};
   } catch (const CLI::Success &) {
+    refuse_unknown_command(app);  // of a word that is no command there is no help
     throw TextAsked{app.help()};
   } catch (const CLI::ParseError &error) {
-    const std::vector<std::string> extra = app.remaining();
-    if (app.get_subcommands().empty() && !extra.empty() && extra[0][0] != '-')
-      throw ArgumentsRefused(no_command_text(extra[0]), "");
+    refuse_unknown_command(app);
     throw ArgumentsRefused(refusal_text(app, error), parsed_command(app));
   }
   return whole_->chosen;

@@ -36,9 +36,10 @@ class Session;  // what a command acts in; nothing here looks inside
 
 struct NoArgs {};
 
-// A command that was parsed, ready to run.
+// A command that was parsed.
 struct Command {
   std::string name;
+  std::function<void()> check;  // to be called once, before run; throws UsageError
   std::function<void(Session &)> run;
 };
 
@@ -134,18 +135,29 @@ class Parser {
   // Adds a word that stands before several commands, like qos.
   void add_prefix(const CommandText &text);
 
-  // describe(Arguments &, Args &) and run(Session &, const Args &).
+  // describe(Arguments &, Args &), check(Args &) and run(Session &, const Args &). The check sees
+  // all arguments together, makes of them what run needs, and throws UsageError: what it finds
+  // wrong in a line keeps the whole script from running.
+  template <typename Args, typename Describe, typename Check, typename Run>
+  void add(const CommandText &text, Describe describe, Check check, Run run) {
+    add_definition(
+        {text, [name = text.name, describe, check, run](Arguments &arguments) -> Attached {
+           auto args = std::make_shared<Args>();
+           describe(arguments, *args);
+           const auto take = [name, args, check, run]() -> Command {
+             auto taken = std::make_shared<Args>(*args);
+             return {name, [taken, check] { check(*taken); },
+                     [taken, run](Session &session) { run(session, *taken); }};
+           };
+           return {[args] { *args = Args(); }, take};
+         }});
+  }
+
+  // A command whose arguments can be checked one by one.
   template <typename Args, typename Describe, typename Run>
   void add(const CommandText &text, Describe describe, Run run) {
-    add_definition({text, [describe, run](Arguments &arguments) -> Attached {
-                      auto args = std::make_shared<Args>();
-                      describe(arguments, *args);
-                      return {[args] { *args = Args(); },
-                              [args, run]() -> std::function<void(Session &)> {
-                                return
-                                    [run, taken = *args](Session &session) { run(session, taken); };
-                              }};
-                    }});
+    add<Args>(
+        text, describe, [](const Args &) {}, run);
   }
 
   // A command without arguments.
@@ -156,11 +168,11 @@ class Parser {
         [run](Session &session, const NoArgs &) { run(session); });
   }
 
-  // Parses one command of a script. Throws UsageError.
+  // Parses and checks one command of a script. Throws UsageError.
   Command parse(const std::vector<std::string> &words);
 
-  // Parses the command line of the tool: options, and perhaps a command, which has no run where
-  // there is none. Throws TextAsked and ArgumentsRefused.
+  // Parses the command line of the tool: options, and perhaps a command, which is not checked and
+  // has no run where there is none. Throws TextAsked and ArgumentsRefused.
   Command parse_command_line(int argc, char **argv,
                              const std::function<void(Arguments &)> &describe_options,
                              const std::string &description, const std::string &footer,
@@ -174,7 +186,7 @@ class Parser {
   // take those of this one.
   struct Attached {
     std::function<void()> reset;
-    std::function<std::function<void(Session &)>()> take;
+    std::function<Command()> take;
   };
   struct Definition {
     CommandText text;
@@ -186,6 +198,7 @@ class Parser {
   void attach(Tree &tree, const Definition &definition) const;
   Tree &tree_of(const std::string &first_word);
   std::string no_command_text(const std::string &word) const;
+  void refuse_unknown_command(const CLI::App &app) const;
 
   std::vector<CommandText> prefixes_;
   std::vector<Definition> definitions_;

@@ -24,11 +24,12 @@ class HeldJson {
 
 struct ExpectFailArgs {
   std::vector<std::string> words;
+  Command command;
 };
 
 // Runs a command that has to fail.
-void run_expect_fail(Parser &parser, Session &session, const std::vector<std::string> &words) {
-  const Command command = parser.parse(words);
+void run_expect_fail(Session &session, const ExpectFailArgs &args) {
+  const Command &command = args.command;
   session.set_command(command.name);
   const HeldJson held(session.report);
   try {
@@ -36,10 +37,11 @@ void run_expect_fail(Parser &parser, Session &session, const std::vector<std::st
   } catch (const OperationFailed &failure) {
     held.release();
     const std::string name = failure.code() ? result_name(*failure.code()) : "FAILED";
-    session.report.result({{"command", "expect-fail"},
-                           {"failed", command.name},
-                           {"error", error_json(failure.code(), name, failure.what())}},
-                          "failed as expected: " + join(words, " ") + ": " + failure.what() + "\n");
+    session.report.result(
+        {{"command", "expect-fail"},
+         {"failed", command.name},
+         {"error", error_json(failure.code(), name, failure.what())}},
+        "failed as expected: " + join(args.words, " ") + ": " + failure.what() + "\n");
     return;
   }
   session.set_command("expect-fail");
@@ -54,9 +56,8 @@ void add_script_commands(Parser &parser) {
        "Run the COMMAND behind it, which has to fail\n"
        "A failure succeeds, and a success fails: for scripts that show or check failures."},
       [](Arguments &arguments, ExpectFailArgs &args) { arguments.rest("COMMAND", args.words); },
-      [&parser](Session &session, const ExpectFailArgs &args) {
-        run_expect_fail(parser, session, args.words);
-      });
+      [&parser](ExpectFailArgs &args) { args.command = parser.parse(args.words); },
+      run_expect_fail);
 }
 
 void add_commands(Parser &parser) {
@@ -76,6 +77,10 @@ void describe_register(Arguments &arguments, RegisterArgs &args) {
       .word("REGISTER", args.name,
             "Name, with _OFFSET or without, in any case; or number (see regs)")
       .required();
+}
+
+void check_register(RegisterArgs &args) {
+  args.reg = parse_register(args.place, args.name);
 }
 
 void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type) {

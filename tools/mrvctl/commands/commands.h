@@ -21,6 +21,7 @@ void add_table_commands(Parser &parser);
 void add_transaction_commands(Parser &parser);
 void add_program_commands(Parser &parser);
 void add_qos_commands(Parser &parser);
+void add_qos_metrics_command(Parser &parser);
 void add_port_commands(Parser &parser);
 void add_script_commands(Parser &parser);
 void add_platform_commands(Parser &parser);
@@ -28,16 +29,15 @@ void add_platform_commands(Parser &parser);
 // All of the above.
 void add_commands(Parser &parser);
 
-// The two words of a register.
+// The two words of a register, and the register, once they are checked.
 struct RegisterArgs {
   std::string place;
   std::string name;
+  Register reg = {};
 };
 
 void describe_register(Arguments &arguments, RegisterArgs &args);
-inline Register parse_register(const RegisterArgs &args) {
-  return parse_register(args.place, args.name);
-}
+void check_register(RegisterArgs &args);
 
 struct PortArgs {
   uint32_t type = 0;

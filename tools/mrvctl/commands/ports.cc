@@ -30,10 +30,14 @@ struct PauseArgs {
   PortArgs port;
 };
 
-void run_pause(Session &session, const PauseArgs &args) {
-  const std::string state = lower_case(args.state);
-  if (state != "on" && state != "off")
+void check_pause(PauseArgs &args) {
+  args.state = lower_case(args.state);
+  if (args.state != "on" && args.state != "off")
     throw UsageError("'" + args.state + "' is neither on nor off");
+}
+
+void run_pause(Session &session, const PauseArgs &args) {
+  const std::string &state = args.state;
   const auto set = state == "on" ? lib_mrv_asic_link_pause_enable : lib_mrv_asic_link_pause_disable;
   const syserr_t result = set(static_cast<int>(session.module), static_cast<int>(session.asic),
                               static_cast<cardcfg_port_type_t>(args.port.type), args.port.port);
@@ -110,7 +114,7 @@ void add_port_commands(Parser &parser) {
   parser.add<PauseArgs>({"pause", "Ports",
                          "Enable or disable link pause on a port\n"
                          "Inside a transaction it is queued."},
-                        describe_pause, run_pause);
+                        describe_pause, check_pause, run_pause);
   parser.add<NumberArgs>({"nodrop", "Ports",
                           "Set the no-drop class map\n"
                           "Inside a transaction it is queued."},

@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "commands/commands.h"
+#include "commands/port_readings.h"
 #include "output/qos_tables.h"
 #include "registers/port_types.h"
 
@@ -31,13 +32,9 @@ struct Reading {
 };
 
 Reading take_reading(Session &session, const ShowArgs &args) {
-  Reading reading = {};
-  session.check_result(lib_mrv_asic_get_qos_stats(
-      static_cast<cardcfg_module_id_t>(session.module), static_cast<cardcfg_dev_id_t>(session.asic),
-      static_cast<cardcfg_port_type_t>(args.port.type),
-      static_cast<cardcfg_port_id_t>(args.port.port), &reading.stats, args.opts));
-  reading.at = Clock::now();
-  return reading;
+  const PortReading reading = read_port(session, args.port.type, args.port.port, args.opts);
+  session.check_result(reading.result);
+  return {reading.stats, Clock::now()};
 }
 
 // `before` is the reading of the round before, if there was one.
@@ -106,11 +103,14 @@ void watch(Session &session, const ShowArgs &args) {
   }
 }
 
+void check_show(const ShowArgs &args) {
+  if (args.watch <= 0 && args.count != 0)
+    throw UsageError("--count is for --watch");
+}
+
 void run_show(Session &session, const ShowArgs &args) {
   if (args.watch > 0)
     watch(session, args);
-  else if (args.count != 0)
-    throw UsageError("--count is for --watch");
   else
     show_reading(session, args, take_reading(session, args), nullptr);
 }
@@ -160,11 +160,12 @@ void add_qos_commands(Parser &parser) {
   parser.add<ShowArgs>({"qos show", "Ports",
                         "Show the QoS statistics of a port\n"
                         "A live view shows also how fast each counter rises; ^C ends it."},
-                       describe_show, run_show);
+                       describe_show, check_show, run_show);
   parser.add<ShowArgs>({"qos clear", "Ports", "Clear the QoS statistics of a port"},
                        describe_port_and_options, run_clear);
   parser.add<ShowArgs>({"qos clear-all", "Ports", "Clear the QoS statistics of every port"},
                        describe_options, run_clear_all);
+  add_qos_metrics_command(parser);
 }
 
 }  // namespace mrvctl

@@ -35,11 +35,16 @@ void run_info(Session &session) {
 }
 
 struct RegsArgs {
-  std::string block;
+  std::string name;
+  kel_asic_blk_t block = {};
 };
 
+void check_block(RegsArgs &args) {
+  args.block = parse_block(args.name);
+}
+
 void run_regs(Session &session, const RegsArgs &args) {
-  const BlockInfo &info = block_info(parse_block(args.block));
+  const BlockInfo &info = block_info(args.block);
   const std::vector<RegisterName> names = named_registers(info.block);
   Json registers = Json::array();
   std::string text = format("block %s: %u registers, 0 to %u\n", kel_asic_blk_names[info.block],
@@ -74,6 +79,13 @@ std::vector<uint32_t> parse_numbers(const std::string &text) {
   return numbers;
 }
 
+void check_read(ReadArgs &args) {
+  check_register(args.reg);
+  const size_t words = args.count.value_or(1);
+  if (!args.expected.empty() && args.expected.size() != words)
+    throw UsageError(format("%zu words to read, but %zu expected", words, args.expected.size()));
+}
+
 Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count) {
   Words run = room_for_words(count.value_or(1));
   const Caller who = session.caller();
@@ -93,7 +105,7 @@ Words read_run(Session &session, const Register &reg, std::optional<uint32_t> co
 }
 
 void run_read(Session &session, const ReadArgs &args) {
-  const Register reg = parse_register(args.reg);
+  const Register &reg = args.reg.reg;
   const Transaction before = session.transaction;
   const Words run = read_run(session, reg, args.count);
   if (!args.expected.empty())
@@ -113,25 +125,37 @@ void run_read(Session &session, const ReadArgs &args) {
   session.report.result(object, text + interruption_text(before));
 }
 
+// Where a write goes: a register, or a raw address.
+struct Target {
+  Register reg = {};
+  uint32_t code = 0;
+};
+
 struct WriteArgs {
   std::vector<std::string> words;  // a register and the values; with a raw address the values alone
   std::string raw;
+  Target target;
+  std::vector<uint32_t> values;
 };
 
-// Where a write goes: a register, or a raw address.
-struct Target {
-  Register reg;
-  uint32_t code;
-};
-
-Target parse_target(const WriteArgs &args, size_t values) {
-  const size_t wanted = (args.raw.empty() ? 2 : 0) + values;
-  if (args.words.size() != wanted)
+void check_words(WriteArgs &args, size_t values) {
+  const size_t before = args.raw.empty() ? 2 : 0;
+  if (args.words.size() != before + values)
     throw UsageError(format("%zu arguments given, where %zu are needed (see --help)",
-                            args.words.size(), wanted));
-  if (args.raw.empty())
-    return {parse_register(args.words[0], args.words[1]), KEL_ASIC_WR_SYMBOLIC};
-  return {{KEL_ASIC_NUM_BLK, 0, parse_number(args.raw)}, KEL_ASIC_WR_RAW};
+                            args.words.size(), before + values));
+  args.target = args.raw.empty()
+                    ? Target{parse_register(args.words[0], args.words[1]), KEL_ASIC_WR_SYMBOLIC}
+                    : Target{{KEL_ASIC_NUM_BLK, 0, parse_number(args.raw)}, KEL_ASIC_WR_RAW};
+  for (size_t i = before; i < args.words.size(); ++i)
+    args.values.push_back(parse_number(args.words[i]));
+}
+
+void check_write(WriteArgs &args) {
+  check_words(args, 1);
+}
+
+void check_write_field(WriteArgs &args) {
+  check_words(args, 2);
 }
 
 std::string target_text(const Target &target) {
@@ -161,8 +185,8 @@ void finish_write(Session &session, const Target &target, syserr_t result, Json 
 }
 
 void run_write(Session &session, const WriteArgs &args) {
-  const Target target = parse_target(args, 1);
-  const uint32_t data = parse_number(args.words.back());
+  const Target &target = args.target;
+  const uint32_t data = args.values[0];
   const Caller who = session.caller();
   const syserr_t result = lib_mrv_asic_write(
       static_cast<int>(session.module), session.asic, target.reg.block, target.reg.instance,
@@ -173,9 +197,9 @@ void run_write(Session &session, const WriteArgs &args) {
 }
 
 void run_write_field(Session &session, const WriteArgs &args) {
-  const Target target = parse_target(args, 2);
-  const uint32_t value = parse_number(args.words[args.words.size() - 2]);
-  const uint32_t mask = parse_number(args.words.back());
+  const Target &target = args.target;
+  const uint32_t value = args.values[0];
+  const uint32_t mask = args.values[1];
   const Caller who = session.caller();
   const syserr_t result = lib_mrv_asic_write_field(
       static_cast<int>(session.module), session.asic, target.reg.block, target.reg.instance,
@@ -189,7 +213,7 @@ void run_write_field(Session &session, const WriteArgs &args) {
 }
 
 void describe_block(Arguments &arguments, RegsArgs &args) {
-  arguments.word("BLOCK", args.block, "Block, like HI").required();
+  arguments.word("BLOCK", args.name, "Block, like HI").required();
 }
 
 void describe_read(Arguments &arguments, ReadArgs &args) {
@@ -233,17 +257,17 @@ void add_register_commands(Parser &parser) {
       {"info", "Registers", "Show the driver, the ASICs, and the blocks with their registers"},
       run_info);
   parser.add<RegsArgs>({"regs", "Registers", "List the registers of a block that have a name"},
-                       describe_block, run_regs);
+                       describe_block, check_block, run_regs);
   parser.add<ReadArgs>(
       {"read", "Registers",
        "Read a register, or a run of registers\n"
        "Inside a transaction a read sends the writes made so far first; later ones are queued on."},
-      describe_read, run_read);
+      describe_read, check_read, run_read);
   parser.add<WriteArgs>({"write", "Registers",
                          "Write all bits of a register\n"
                          "  write BLOCK.INST REGISTER DATA\n  write --raw ADDRESS DATA\n"
                          "Inside a transaction the write is queued."},
-                        describe_write, run_write);
+                        describe_write, check_write, run_write);
   parser.add<WriteArgs>(
       {"write-field", "Registers",
        "Write the bits of a register under a mask\n"
@@ -251,7 +275,7 @@ void add_register_commands(Parser &parser) {
        "  write-field --raw ADDRESS VALUE MASK\n"
        "VALUE stands in its place in the register: it is not shifted. Inside a transaction\n"
        "the write is queued."},
-      describe_write_field, run_write_field);
+      describe_write_field, check_write_field, run_write_field);
 }
 
 }  // namespace mrvctl

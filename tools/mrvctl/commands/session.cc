@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "base/errors.h"
+#include "base/last_words.h"
 #include "base/text.h"
 
 namespace mrvctl {
@@ -63,18 +64,34 @@ std::string Transaction::pending_text() const {
                 pending_ == 1 ? "write" : "writes");
 }
 
+std::string Transaction::loss_text() const {
+  return "transaction \"" + name_ + "\" was never committed: " + pending_text() + " lost";
+}
+
 void Transaction::start(const std::string &name) {
   *this = Transaction();
   open_ = true;
   name_ = name.substr(0, kLongestTransactionName);
+  set_last_words(loss_text());
+}
+
+void Transaction::close() {
+  *this = Transaction();
+  set_last_words("");
 }
 
 void Transaction::add(uint64_t writes) {
   pending_ += writes;
-  if (pending_ <= KEL_ASIC_XN_ENTRIES)
-    return;
-  pending_ = (pending_ - 1) % KEL_ASIC_XN_ENTRIES + 1;
-  name_ = "Contd XN..";
+  if (pending_ > KEL_ASIC_XN_ENTRIES) {
+    pending_ = (pending_ - 1) % KEL_ASIC_XN_ENTRIES + 1;
+    name_ = "Contd XN..";
+  }
+  set_last_words(loss_text());
+}
+
+void Transaction::add_some() {
+  exact_ = false;
+  set_last_words(loss_text());
 }
 
 void Transaction::after_read(syserr_t result) {

@@ -25,13 +25,15 @@ class Transaction {
   uint64_t pending() const { return pending_; }
   // "3 writes", of those that wait for the commit.
   std::string pending_text() const;
+  // What is lost where the transaction, which is open, is never committed.
+  std::string loss_text() const;
 
   void start(const std::string &name);
-  void close() { *this = Transaction(); }
+  void close();
   // Writes were added; a full transaction was sent and continued.
   void add(uint64_t writes);
   // Writes were added, nobody can tell how many.
-  void add_some() { exact_ = false; }
+  void add_some();
   // A read, refused by the library or not: one that was not refused sent the transaction first.
   void after_read(syserr_t result);
 
@@ -67,7 +69,6 @@ class Session {
 
   uint32_t module = 0;
   uint32_t asic = 0;
-  bool in_script = false;
   bool trace_on = false;
   std::string folder;  // the script's, with a slash at its end; empty outside a script
   Report report;

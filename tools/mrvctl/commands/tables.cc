@@ -17,16 +17,20 @@ constexpr uint32_t kEntriesPerCall = 256;
 constexpr uint32_t kAnyIndex = UINT32_MAX;
 
 struct TablesArgs {
-  std::string block;
+  std::string name;
+  std::optional<kel_asic_blk_t> block;
 };
 
+void check_block(TablesArgs &args) {
+  if (!args.name.empty())
+    args.block = parse_block(args.name);
+}
+
 void run_tables(Session &session, const TablesArgs &args) {
-  const std::optional<kel_asic_blk_t> wanted =
-      args.block.empty() ? std::nullopt : std::make_optional(parse_block(args.block));
   Json list = Json::array();
   std::string text = "block   number  words  indices       register\n";
   for (const Table &table : named_tables(session.map())) {
-    if (wanted && table.block != *wanted)
+    if (args.block && table.block != *args.block)
       continue;
     const char *block = kel_asic_blk_names[table.block];
     const char *name = register_name(table.block, table.vreg);
@@ -82,6 +86,10 @@ struct TableReadArgs {
   bool addresses = false;
 };
 
+void check_table_read(TableReadArgs &args) {
+  check_register(args.reg);
+}
+
 Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
                uint32_t count) {
   if (static_cast<uint64_t>(table.entry_size) * count > kMostWordsRead)
@@ -102,7 +110,7 @@ Words read_run(Session &session, const Register &reg, const Table &table, uint32
 }
 
 void run_table_read(Session &session, const TableReadArgs &args) {
-  const Register reg = parse_register(args.reg);
+  const Register &reg = args.reg.reg;
   const Table table = table_of(session, reg);
   std::vector<uint32_t> expected;
   if (!args.expected_path.empty())
@@ -141,22 +149,26 @@ struct TableWriteArgs {
   RegisterArgs reg;
   uint32_t index = 0;
   std::vector<std::string> words;
+  std::vector<uint32_t> numbers;
   std::string path;
 };
 
-std::vector<uint32_t> words_to_write(Session &session, const TableWriteArgs &args,
-                                     const Table &table) {
+void check_table_write(TableWriteArgs &args) {
+  check_register(args.reg);
   if (args.words.empty() == args.path.empty())
     throw UsageError("give either the words or --from FILE");
+  for (const std::string &word : args.words)
+    args.numbers.push_back(parse_number(word));
+}
+
+std::vector<uint32_t> words_to_write(Session &session, const TableWriteArgs &args,
+                                     const Table &table) {
   if (!args.path.empty())
     return read_entries(session.resolve(args.path), table.entry_size);
-  std::vector<uint32_t> words;
-  for (const std::string &word : args.words)
-    words.push_back(parse_number(word));
-  if (words.size() % table.entry_size != 0)
-    throw UsageError(
-        format("%zu words, but an entry of this table has %u", words.size(), table.entry_size));
-  return words;
+  if (args.numbers.size() % table.entry_size != 0)
+    throw UsageError(format("%zu words, but an entry of this table has %u", args.numbers.size(),
+                            table.entry_size));
+  return args.numbers;
 }
 
 // Shows on a terminal how far a long load is.
@@ -166,7 +178,7 @@ void show_progress(uint32_t done, uint32_t count) {
 }
 
 void run_table_write(Session &session, const TableWriteArgs &args) {
-  const Register reg = parse_register(args.reg);
+  const Register &reg = args.reg.reg;
   const Table table = table_of(session, reg);
   std::vector<uint32_t> words = words_to_write(session, args, table);
   const auto count = static_cast<uint32_t>(words.size() / table.entry_size);
@@ -204,7 +216,7 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
 }
 
 void describe_tables(Arguments &arguments, TablesArgs &args) {
-  arguments.word("BLOCK", args.block, "Only those of this block");
+  arguments.word("BLOCK", args.name, "Only those of this block");
 }
 
 void describe_table_read(Arguments &arguments, TableReadArgs &args) {
@@ -240,19 +252,19 @@ void add_table_commands(Parser &parser) {
        "List the table (DHS) registers\n"
        "Entry sizes and index ranges are those that the library checks; no register is\n"
        "touched."},
-      describe_tables, run_tables);
+      describe_tables, check_block, run_tables);
   parser.add<TableReadArgs>(
       {"dhs-read", "Tables",
        "Read entries of a table register\n"
        "Inside a transaction a read sends the writes made so far first; later ones are queued on."},
-      describe_table_read, run_table_read);
+      describe_table_read, check_table_read, run_table_read);
   parser.add<TableWriteArgs>(
       {"dhs-write", "Tables",
        "Write entries of a table register\n"
        "Inside a transaction the words are queued. A file has an entry a line, its words in\n"
        "hexadecimal between blanks; if its name ends in .csv, between commas, the first column a\n"
        "word like the others. # starts a comment. Nothing is written unless every line is right."},
-      describe_table_write, run_table_write);
+      describe_table_write, check_table_write, run_table_write);
 }
 
 }  // namespace mrvctl

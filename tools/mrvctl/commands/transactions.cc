@@ -10,9 +10,12 @@ struct BeginArgs {
   bool reorder = false;
 };
 
-void run_begin(Session &session, const BeginArgs &args) {
+void check_begin(const BeginArgs &args) {
   if (args.name.empty())
     throw UsageError("an empty name opens no transaction");
+}
+
+void run_begin(Session &session, const BeginArgs &args) {
   if (session.transaction.open())
     throw OperationFailed("transaction \"" + session.transaction.name() + "\" is open with " +
                           session.transaction.pending_text() + "; commit it first");
@@ -53,7 +56,7 @@ void add_transaction_commands(Parser &parser) {
        "Writes are queued from now on and sent by the commit, or by 512 at a time. A\n"
        "read sends them too, and leaves the transaction open under the name\n"
        "\"<Interrupted>\"."},
-      describe_begin, run_begin);
+      describe_begin, check_begin, run_begin);
   parser.add(
       {"commit", "Transactions",
        "Send the open transaction\n"

@@ -41,12 +41,20 @@ struct TrafficArgs {
   bool steady = false;
 };
 
+void check_traffic(TrafficArgs &args) {
+  args.direction = lower_case(args.direction);
+  if (args.direction != "n2h" && args.direction != "h2n")
+    throw UsageError("'" + args.direction + "' is no direction: n2h or h2n");
+  if (args.excess > args.frames)
+    throw UsageError("more excess than frames");
+}
+
 // What passes in that time, in thousandths of a second.
 void add_traffic(Session &session, const TrafficArgs &args, uint64_t milliseconds) {
   const auto part = [milliseconds](uint64_t frames) {
     return frames / 1000 * milliseconds + frames % 1000 * milliseconds / 1000;
   };
-  const vp_direction direction = lower_case(args.direction) == "h2n" ? VP_H2N : VP_N2H;
+  const vp_direction direction = args.direction == "h2n" ? VP_H2N : VP_N2H;
   const vp_traffic traffic = {direction, args.traffic_class, part(args.frames), part(args.excess)};
   const int error = control<decltype(vp_add_traffic)>("vp_add_traffic")(
       session.module, session.asic, static_cast<cardcfg_port_type_t>(args.port.type),
@@ -60,11 +68,6 @@ void add_traffic(Session &session, const TrafficArgs &args, uint64_t millisecond
 }
 
 void run_traffic(Session &session, const TrafficArgs &args) {
-  const std::string direction = lower_case(args.direction);
-  if (direction != "n2h" && direction != "h2n")
-    throw UsageError("'" + args.direction + "' is no direction: n2h or h2n");
-  if (args.excess > args.frames)
-    throw UsageError("more excess than frames");
   add_traffic(session, args, 1000);
   if (args.steady)
     session.meanwhile.emplace_back([&session, args](double seconds) {
@@ -73,7 +76,7 @@ void run_traffic(Session &session, const TrafficArgs &args) {
   session.report.result({{"command", "traffic"},
                          {"port_type", port_type_text(args.port.type)},
                          {"port", args.port.port},
-                         {"direction", direction},
+                         {"direction", args.direction},
                          {"class", args.traffic_class},
                          {"frames", args.frames},
                          {"excess", args.excess},
@@ -81,7 +84,7 @@ void run_traffic(Session &session, const TrafficArgs &args) {
                         format("%s %u: %llu frames of class %u %s, %llu of them in excess%s\n",
                                port_type_text(args.port.type).c_str(), args.port.port,
                                static_cast<unsigned long long>(args.frames), args.traffic_class,
-                               direction.c_str(), static_cast<unsigned long long>(args.excess),
+                               args.direction.c_str(), static_cast<unsigned long long>(args.excess),
                                args.steady ? ", again every second of a live view" : ""));
 }
 
@@ -148,7 +151,7 @@ void add_platform_commands(Parser &parser) {
       describe_card, run_card);
   parser.add<TrafficArgs>(
       {"traffic", "Virtual platform", "Let traffic pass through a port of the virtual platform"},
-      describe_traffic, run_traffic);
+      describe_traffic, check_traffic, run_traffic);
   parser.add({"state", "Virtual platform",
               "Show what commands have left on the ASIC of the virtual platform"},
              run_state);

@@ -14,9 +14,11 @@ namespace mrvctl {
 struct Counters {
   const char *record;
   const char *field;
+  const char *metric;  // its name where counters are collected; others' dashboards rely on it
   const char *label;
   const kel_asic_counter_t *values;
-  size_t count;  // 1, 8 or 48
+  size_t count;       // 1, 8 or 48
+  const char *index;  // what tells eight of them apart
 };
 
 std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats);

@@ -51,7 +51,7 @@ void Report::failure(const Place &place, const std::string &command_line, const 
                      const Json &error) {
   std::fflush(stdout);
   if (json_)
-    print(failure_json(place, command, error));
+    return print(failure_json(place, command, error));
   const std::string position =
       place.line > 0 ? place.file + ":" + std::to_string(place.line) + ": " : "";
   std::fprintf(stderr, "%s%s: %s\n", position.c_str(), command_line.c_str(),

@@ -38,7 +38,8 @@ class Report {
   // One command's result, in the form that was asked for.
   void result(const Json &object, const std::string &text);
 
-  // One command's failure: on standard error behind its place, "FILE:LINE: " or nothing.
+  // One command's failure: on standard error behind its place, "FILE:LINE: " or nothing; an object
+  // is a result like the others.
   void failure(const Place &place, const std::string &command_line, const Json &command,
                const Json &error);
 

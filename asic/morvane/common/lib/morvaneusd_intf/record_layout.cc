@@ -2,6 +2,7 @@
 // platform and the driver service are built apart and agree on bytes alone.
 #include <cstddef>
 
+#include "kel_asic_dhs_tables.h"
 #include "kel_asic_intf.h"
 #include "kel_asic_lib_common.h"
 #include "platform/system_service.h"
@@ -16,6 +17,13 @@ EXPECT_OFFSET(kel_asic_pgm_t, instance, 8);
 EXPECT_OFFSET(kel_asic_pgm_t, vreg, 12);
 EXPECT_OFFSET(kel_asic_pgm_t, data, 16);
 EXPECT_OFFSET(kel_asic_pgm_t, mask, 20);
+
+static_assert(sizeof(kel_asic_dhs_row_t) == 20);
+EXPECT_OFFSET(kel_asic_dhs_row_t, block, 0);
+EXPECT_OFFSET(kel_asic_dhs_row_t, first, 4);
+EXPECT_OFFSET(kel_asic_dhs_row_t, last, 8);
+EXPECT_OFFSET(kel_asic_dhs_row_t, highest_index, 12);
+EXPECT_OFFSET(kel_asic_dhs_row_t, words, 16);
 
 static_assert(sizeof(kel_asic_qos_pause_stats_t) == 184);
 EXPECT_OFFSET(kel_asic_qos_pause_stats_t, flow_ctrl, 0);

@@ -1,0 +1,17 @@
+// What the tool still says where a signal ends it: ^C, a closed pipe.
+#ifndef MRVCTL_LAST_WORDS_H
+#define MRVCTL_LAST_WORDS_H
+
+#include <string>
+
+namespace mrvctl {
+
+// From now on a signal that ends the tool prints the last words first, if there are any.
+void watch_signals();
+
+// Sets them; an empty text for none.
+void set_last_words(const std::string &text);
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,145 @@
+// Reads the statistics of ports.
+#include "commands/port_readings.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "base/errors.h"
+#include "base/numbers.h"
+#include "base/text.h"
+#include "registers/port_types.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr uint32_t kPortNumbers = 256;  // what the record has room for
+
+bool is_service_errno(syserr_t result, int error_number) {
+  return result == (KEL_ASIC_SYSERR_SERVICE | static_cast<syserr_t>(error_number));
+}
+
+// A service may also take a port of a type that it does not know for a bad argument.
+bool ends_type(syserr_t result) {
+  return lacks_port(result) || is_service_errno(result, EINVAL);
+}
+
+// A word that names ports.
+struct PortChoice {
+  uint32_t type;
+  std::optional<uint32_t> port;  // or all of the type
+};
+
+PortChoice parse_choice(const std::string &word) {
+  const std::vector<std::string> parts = split(word, ':');
+  if (parts.size() > 2)
+    throw UsageError("'" + word + "' is neither TYPE nor TYPE:PORT");
+  const uint32_t type = parse_port_type(parts[0], UINT32_MAX);
+  if (parts.size() == 1)
+    return {type, std::nullopt};
+  return {type, parse_number<uint32_t>(parts[1], 0, kPortNumbers - 1)};
+}
+
+class PortReader {
+ public:
+  PortReader(Session &session, uint32_t opts) : session_(session), opts_(opts) {}
+
+  std::vector<PortReading> take() { return std::move(readings_); }
+
+  // All ports of a type that the ASIC has; false if it has none.
+  bool read_type(uint32_t type) {
+    if (has(type))
+      return true;
+    const std::optional<uint32_t> limit = limit_of(type);
+    for (uint32_t port = 0; port < limit.value_or(kPortNumbers); ++port) {
+      const PortReading reading = read(type, port);
+      if (!limit && ends_type(reading.result))
+        break;
+      if (!lacks_port(reading.result))
+        readings_.push_back(reading);
+      if (!limit && reading.result != 0)
+        break;
+    }
+    return has(type);
+  }
+
+  void read_named(uint32_t type, uint32_t port) {
+    const bool known = std::any_of(
+        readings_.begin(), readings_.end(),
+        [&](const PortReading &reading) { return reading.type == type && reading.port == port; });
+    if (!known)
+      readings_.push_back(read(type, port));
+  }
+
+ private:
+  bool has(uint32_t type) const {
+    return std::any_of(readings_.begin(), readings_.end(),
+                       [type](const PortReading &reading) { return reading.type == type; });
+  }
+
+  // How many ports of a type there may be, where the register map tells.
+  std::optional<uint32_t> limit_of(uint32_t type) const {
+    const kel_asic_limits_t &limits = session_.map().limits();
+    if (type == CARDCFG_PORT_TYPE_HIF)
+      return std::min(limits.max_hi, kPortNumbers);
+    if (type == CARDCFG_PORT_TYPE_NIF)
+      return std::min(limits.max_ni, kPortNumbers);
+    return std::nullopt;
+  }
+
+  // A service that fails at once is not asked for every port, with a time-out each.
+  PortReading read(uint32_t type, uint32_t port) {
+    const PortReading reading = read_port(session_, type, port, opts_);
+    answered_ = answered_ || reading.result == 0 || lacks_port(reading.result);
+    if (!answered_)
+      session_.check_result(reading.result, port_text(reading));
+    return reading;
+  }
+
+  Session &session_;
+  uint32_t opts_;
+  bool answered_ = false;
+  std::vector<PortReading> readings_;
+};
+
+}  // namespace
+
+PortReading read_port(Session &session, uint32_t type, uint32_t port, uint32_t opts) {
+  PortReading reading = {type, port, 0, {}};
+  reading.result = lib_mrv_asic_get_qos_stats(
+      static_cast<cardcfg_module_id_t>(session.module), static_cast<cardcfg_dev_id_t>(session.asic),
+      static_cast<cardcfg_port_type_t>(type), static_cast<cardcfg_port_id_t>(port), &reading.stats,
+      opts);
+  return reading;
+}
+
+bool lacks_port(syserr_t result) {
+  return is_service_errno(result, ENXIO) || is_service_errno(result, ENODEV);
+}
+
+std::vector<PortReading> read_ports(Session &session, const std::vector<std::string> &words,
+                                    uint32_t opts) {
+  std::vector<PortChoice> choices;
+  std::transform(words.begin(), words.end(), std::back_inserter(choices), parse_choice);
+  PortReader reader(session, opts);
+  if (choices.empty()) {
+    for (const cardcfg_port_type_t type : {CARDCFG_PORT_TYPE_HIF, CARDCFG_PORT_TYPE_NIF,
+                                           CARDCFG_PORT_TYPE_BIF, CARDCFG_PORT_TYPE_CIF})
+      reader.read_type(type);
+    return reader.take();
+  }
+  for (const PortChoice &choice : choices) {
+    if (!choice.port && !reader.read_type(choice.type))
+      throw OperationFailed("the ASIC has no port of type " + port_type_text(choice.type));
+  }
+  for (const PortChoice &choice : choices) {
+    if (choice.port)
+      reader.read_named(choice.type, *choice.port);
+  }
+  return reader.take();
+}
+
+std::string port_text(const PortReading &reading) {
+  return port_type_text(reading.type) + " " + std::to_string(reading.port);
+}
+
+}  // namespace mrvctl

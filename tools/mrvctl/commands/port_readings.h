@@ -1,0 +1,34 @@
+// Reads the statistics of ports: of one, of those that were named, or of all that the ASIC has.
+#ifndef MRVCTL_PORT_READINGS_H
+#define MRVCTL_PORT_READINGS_H
+
+#include <string>
+#include <vector>
+
+#include "commands/session.h"
+#include "output/port_reading.h"
+
+namespace mrvctl {
+
+// One service call.
+PortReading read_port(Session &session, uint32_t type, uint32_t port, uint32_t opts);
+
+// Whether the service has answered that the ASIC lacks the port.
+bool lacks_port(syserr_t result);
+
+// Reads the ports that the words name, TYPE or TYPE:PORT, or where there are none every port of the
+// ASIC: each once, and those that a type stands for only where the ASIC has them. Nothing counts
+// ports, so they are asked for: host and network ports as far as the limits of the register map
+// reach, others until the service says that the ASIC lacks one.
+//
+// Throws UsageError, and OperationFailed where the service fails before it has answered once, or
+// where the ASIC has no port of a type that was named; a port that fails later has its result.
+std::vector<PortReading> read_ports(Session &session, const std::vector<std::string> &words,
+                                    uint32_t opts);
+
+// "hif 3"
+std::string port_text(const PortReading &reading);
+
+}  // namespace mrvctl
+
+#endif

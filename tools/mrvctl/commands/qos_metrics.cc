@@ -1,0 +1,95 @@
+// qos metrics.
+#include <algorithm>
+
+#include "base/text.h"
+#include "commands/commands.h"
+#include "commands/port_readings.h"
+#include "output/metrics.h"
+#include "output/qos_tables.h"
+#include "output/whole_file.h"
+#include "registers/port_types.h"
+
+namespace mrvctl {
+namespace {
+
+struct MetricsArgs {
+  std::vector<std::string> ports;
+  std::string output;
+  bool nonzero = false;
+  uint32_t opts = 0;
+};
+
+Json metrics_json(const AsicMetrics &metrics) {
+  Json ports = Json::array();
+  for (const PortReading &reading : metrics.ports) {
+    const bool up = reading.result == 0;
+    ports.push_back({{"port_type", port_type_text(reading.type)},
+                     {"port", reading.port},
+                     {"up", up},
+                     {"stats", up ? qos_json(reading.stats) : Json()}});
+  }
+  return {{"command", "qos metrics"},
+          {"module", metrics.module},
+          {"asic", metrics.asic},
+          {"ports", ports}};
+}
+
+void write_metrics(Session &session, const MetricsArgs &args, const AsicMetrics &metrics) {
+  std::string text = metrics_text(metrics, !args.nonzero);
+  Json object = metrics_json(metrics);
+  if (!args.output.empty()) {
+    const std::string path = session.resolve(args.output);
+    replace_file(path, text);
+    object["output"] = path;
+    text = format("%s: metrics of %zu ports\n", path.c_str(), metrics.ports.size());
+  }
+  session.report.result(object, text);
+}
+
+void check_ports(Session &session, const std::vector<PortReading> &ports) {
+  const auto failed = [](const PortReading &reading) { return reading.result != 0; };
+  const auto first = std::find_if(ports.begin(), ports.end(), failed);
+  if (first == ports.end())
+    return;
+  const auto more = std::count_if(first + 1, ports.end(), failed);
+  session.check_result(first->result,
+                       port_text(*first) + (more == 0 ? "" : format(" (and %td more)", more)));
+}
+
+void run_metrics(Session &session, const MetricsArgs &args) {
+  AsicMetrics metrics = {session.module, session.asic, false, {}};
+  try {
+    metrics.ports = read_ports(session, args.ports, args.opts);
+    metrics.up = true;
+  } catch (const OperationFailed &failure) {
+    // Whoever collects from a pipe learns that the service is down; a file keeps what it had.
+    if (failure.code() && args.output.empty() && !session.report.json())
+      session.report.result({}, metrics_text(metrics, false));
+    throw;
+  }
+  write_metrics(session, args, metrics);
+  check_ports(session, metrics.ports);
+}
+
+void describe_metrics(Arguments &arguments, MetricsArgs &args) {
+  arguments.words("PORTS", args.ports,
+                  "TYPE or TYPE:PORT, like hif or nif:3; all ports if left out");
+  arguments
+      .word("--output", args.output,
+            "Replace this file when all is read, and keep it where the service fails")
+      .type_name("FILE");
+  arguments.flag("--nonzero", args.nonzero, "Leave out the cells of the drop grids that are zero");
+  arguments.number("--opts", args.opts, "Options that are passed to the service");
+}
+
+}  // namespace
+
+void add_qos_metrics_command(Parser &parser) {
+  parser.add<MetricsArgs>({"qos metrics", "Ports",
+                           "Print the counters of all ports for Prometheus\n"
+                           "One service call a port. A port that the ASIC lacks fails the command "
+                           "where it was named."},
+                          describe_metrics, run_metrics);
+}
+
+}  // namespace mrvctl

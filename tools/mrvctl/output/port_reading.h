@@ -1,0 +1,20 @@
+// What the service answered for one port of the ASIC, for whatever shows several of them.
+#ifndef MRVCTL_PORT_READING_H
+#define MRVCTL_PORT_READING_H
+
+#include <cstdint>
+
+#include "kel_asic_intf.h"
+
+namespace mrvctl {
+
+struct PortReading {
+  uint32_t type;
+  uint32_t port;
+  syserr_t result;
+  kel_asic_qos_stats_t stats;  // zero unless the result is 0
+};
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,92 @@
+// Scripts: a command a line.
+#include "scripts.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+
+#include "base/lines.h"
+#include "base/text.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr const char kStandardInput[] = "stdin";
+
+// The command of the line where the reader stands, which has no run where the line has none; false
+// if it cannot be understood.
+bool parse_line(Runner &runner, Parser &parser, Session &session, const LineReader &reader,
+                const std::string &name, ScriptLine &line) {
+  line = {reader.number(), reader.line(), {}};
+  return runner.run({name, line.number}, line.shown, [&] {
+    const std::vector<std::string> words = split_words(reader.line());
+    if (words.empty())
+      return;
+    line.shown = join(words, " ");
+    session.set_command(words[0]);
+    line.command = parser.parse(words);
+  });
+}
+
+bool run_line(Runner &runner, Session &session, const std::string &name, const ScriptLine &line) {
+  session.set_place(name, line.number);
+  return runner.run({name, line.number}, line.shown, [&] {
+    session.set_command(line.command.name);
+    line.command.run(session);
+  });
+}
+
+Script parse_lines(Runner &runner, Parser &parser, Session &session, std::istream &input,
+                   const std::string &name) {
+  LineReader reader(input, name);
+  Script script = {name, {}};
+  bool more = true;
+  while (runner.run({}, name, [&] { more = reader.next(); }) && more) {
+    ScriptLine line;
+    if (parse_line(runner, parser, session, reader, name, line) && line.command.run)
+      script.lines.push_back(std::move(line));
+  }
+  return script;
+}
+
+}  // namespace
+
+bool is_typed(const std::string &path) {
+  return path == "-" && isatty(STDIN_FILENO) != 0;
+}
+
+Script read_script(Runner &runner, Parser &parser, Session &session, const std::string &path) {
+  session.set_command("script");
+  if (path == "-")
+    return parse_lines(runner, parser, session, std::cin, kStandardInput);
+  const size_t slash = path.rfind('/');
+  session.folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+  std::ifstream input(path);
+  const bool opened = runner.run({}, path, [&] {
+    if (!input)
+      throw UsageError(std::string("cannot open: ") + std::strerror(errno));
+  });
+  return opened ? parse_lines(runner, parser, session, input, path) : Script{path, {}};
+}
+
+void run_script(Runner &runner, Session &session, const Script &script, bool keep_going) {
+  for (const ScriptLine &line : script.lines) {
+    if (!run_line(runner, session, script.name, line) && !keep_going)
+      return;
+  }
+}
+
+void run_typed_lines(Runner &runner, Parser &parser, Session &session) {
+  LineReader reader(std::cin, kStandardInput);
+  bool more = true;
+  while (runner.run({}, kStandardInput, [&] { more = reader.next(); }) && more) {
+    ScriptLine line;
+    if (parse_line(runner, parser, session, reader, kStandardInput, line) && line.command.run)
+      run_line(runner, session, kStandardInput, line);
+  }
+}
+
+}  // namespace mrvctl

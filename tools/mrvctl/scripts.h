@@ -1,0 +1,39 @@
+// Scripts: a command a line.
+#ifndef MRVCTL_SCRIPTS_H
+#define MRVCTL_SCRIPTS_H
+
+#include <string>
+#include <vector>
+
+#include "base/arguments.h"
+#include "runner.h"
+
+namespace mrvctl {
+
+struct ScriptLine {
+  int number;
+  std::string shown;  // the line, without comments
+  Command command;
+};
+
+struct Script {
+  std::string name;  // what messages call it
+  std::vector<ScriptLine> lines;
+};
+
+// Whether a person types the script: each line runs as it comes.
+bool is_typed(const std::string &path);
+
+// Reads a script, "-" for standard input, and parses it whole. Every line that cannot be understood
+// is reported. Commands look for their files beside the script from now on.
+Script read_script(Runner &runner, Parser &parser, Session &session, const std::string &path);
+
+// Runs the lines in order, up to the first that fails, or all of them.
+void run_script(Runner &runner, Session &session, const Script &script, bool keep_going);
+
+// Reads lines from standard input and runs each before the next is read; a failure ends nothing.
+void run_typed_lines(Runner &runner, Parser &parser, Session &session);
+
+}  // namespace mrvctl
+
+#endif
