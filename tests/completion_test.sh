@@ -31,6 +31,7 @@ offers "hif nif" qos show ""
 offers "on off" pause ""
 offers "hif" pause on h
 offers "SS HR * XL" regs ""
+offers "SS HR * XL" dump ""
 offers "" nodrop ""
 offers "n2h h2n" traffic hif 3 --direction ""
 exit $failed

@@ -48,6 +48,7 @@ class Mrvctl : public testing::Test {
     ASSERT_NE(mkdtemp(name), nullptr);
     folder_ = name;
     setenv("PLATFORMS", MRVCTL_PLATFORMS, 1);
+    setenv("MRVCTL", MRVCTL_PATH, 1);
   }
   void TearDown() override { std::filesystem::remove_all(folder_); }
 

@@ -10,6 +10,7 @@
 #include "commands/sent_calls.h"
 #include "commands/session.h"
 #include "output/words.h"
+#include "registers/tables.h"
 
 namespace mrvctl {
 
@@ -17,6 +18,7 @@ namespace mrvctl {
 constexpr uint32_t kMostWordsRead = 1U << 20;
 
 void add_register_commands(Parser &parser);
+void add_dump_command(Parser &parser);
 void add_table_commands(Parser &parser);
 void add_transaction_commands(Parser &parser);
 void add_program_commands(Parser &parser);
@@ -45,6 +47,16 @@ struct PortArgs {
 };
 
 void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type);
+
+// Reads a register, or a run of them where there is a count. Throws OperationFailed.
+Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count);
+
+// The table that a register is. Throws OperationFailed where it is none.
+Table table_of(Session &session, const Register &reg);
+
+// Reads entries of a table. Throws OperationFailed.
+Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
+               uint32_t count);
 
 // Throws OperationFailed unless the words read are the expected ones; `per_entry` is 0 where they
 // are no table entries.

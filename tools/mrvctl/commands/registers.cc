@@ -86,6 +86,8 @@ void check_read(ReadArgs &args) {
     throw UsageError(format("%zu words to read, but %zu expected", words, args.expected.size()));
 }
 
+}  // namespace
+
 Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count) {
   Words run = room_for_words(count.value_or(1));
   const Caller who = session.caller();
@@ -103,6 +105,8 @@ Words read_run(Session &session, const Register &reg, std::optional<uint32_t> co
   run.answered = count ? answered_words(run.words.size()) : 1;
   return run;
 }
+
+namespace {
 
 void run_read(Session &session, const ReadArgs &args) {
   const Register &reg = args.reg.reg;

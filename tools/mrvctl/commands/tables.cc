@@ -47,6 +47,8 @@ void run_tables(Session &session, const TablesArgs &args) {
   session.report.result({{"command", "dhs"}, {"tables", list}}, text);
 }
 
+}  // namespace
+
 Table table_of(Session &session, const Register &reg) {
   const std::optional<Table> table = find_table(session.map(), reg.block, reg.vreg);
   if (table)
@@ -58,6 +60,8 @@ Table table_of(Session &session, const Register &reg) {
           ? format("no table register with entries of up to %u words (see dhs)", kLargestEntry)
           : missing);
 }
+
+namespace {
 
 // The arrays that the library fills or reads are as long as the entry size says, which is that of
 // entry 0: where the hook decides, it must not depend on the index.
@@ -90,6 +94,8 @@ void check_table_read(TableReadArgs &args) {
   check_register(args.reg);
 }
 
+}  // namespace
+
 Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
                uint32_t count) {
   if (static_cast<uint64_t>(table.entry_size) * count > kMostWordsRead)
@@ -108,6 +114,8 @@ Words read_run(Session &session, const Register &reg, const Table &table, uint32
   run.answered = answered_words(run.words.size());
   return run;
 }
+
+namespace {
 
 void run_table_read(Session &session, const TableReadArgs &args) {
   const Register &reg = args.reg.reg;

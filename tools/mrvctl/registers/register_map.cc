@@ -32,6 +32,23 @@ std::string RegisterMap::missing(const Register &reg) const {
   return "";
 }
 
+std::vector<RegisterRun> RegisterMap::runs(kel_asic_blk_t block, uint32_t instance,
+                                           const std::vector<kel_asic_reg_t> &numbers) const {
+  std::vector<RegisterRun> runs;
+  for (const kel_asic_reg_t vreg : numbers) {
+    if (offsets_[block][vreg] == KEL_ASIC_NO_REGISTER)
+      continue;
+    const Register reg = {block, instance, vreg};
+    const bool follows = !runs.empty() && vreg == runs.back().first.vreg + runs.back().count &&
+                         address(reg) == address(runs.back().first) + 4 * runs.back().count;
+    if (follows)
+      ++runs.back().count;
+    else
+      runs.push_back({reg, 1});
+  }
+  return runs;
+}
+
 int RegisterMap::hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) const {
   return hooks_.reg_dhs_entry_size == nullptr ? -1 : hooks_.reg_dhs_entry_size(block, vreg, index);
 }

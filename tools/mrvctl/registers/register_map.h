@@ -3,12 +3,19 @@
 #define MRVCTL_REGISTER_MAP_H
 
 #include <string>
+#include <vector>
 
 #include "base/caller.h"
 #include "platform/register_map.h"
 #include "registers/register_names.h"
 
 namespace mrvctl {
+
+// Registers of which each stands behind the one before, so that one read takes them all.
+struct RegisterRun {
+  Register first;
+  uint32_t count;
+};
 
 class RegisterMap {
  public:
@@ -23,6 +30,11 @@ class RegisterMap {
 
   // Why an address names no register; empty where it names one.
   std::string missing(const Register &reg) const;
+
+  // Registers of an instance that exists, given by their numbers in order, in as few runs as they
+  // allow: a hole is left out, and a run ends where the map does not put the next number behind.
+  std::vector<RegisterRun> runs(kel_asic_blk_t block, uint32_t instance,
+                                const std::vector<kel_asic_reg_t> &numbers) const;
 
   // What the hook says of a table's entry size; below 1 where it does not answer.
   int hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) const;
