@@ -14,7 +14,7 @@ namespace mrvctl {
 namespace {
 
 std::string object_line(const Json &object) {
-  return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+  return object.dump() + "\n";
 }
 
 }  // namespace
@@ -55,7 +55,7 @@ void Report::failure(const Place &place, const std::string &command_line, const 
   const std::string position =
       place.line > 0 ? place.file + ":" + std::to_string(place.line) + ": " : "";
   std::fprintf(stderr, "%s%s: %s\n", position.c_str(), command_line.c_str(),
-               error["text"].get<std::string>().c_str());
+               error.text_at("text").c_str());
 }
 
 bool Report::close() {
