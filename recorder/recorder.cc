@@ -96,16 +96,31 @@ void start_recording() {
   errno = error_number;
 }
 
-// Null where no library behind this one has it.
-service_call next_service_call() {
-  static std::atomic<service_call> next;
-  if (next.load(std::memory_order_relaxed) == nullptr) {
-    const int error_number = errno;
-    next.store(reinterpret_cast<service_call>(dlsym(RTLD_NEXT, "sse_call2")),
-               std::memory_order_relaxed);
-    errno = error_number;
+int no_service_call(uint32_t, sys_srvc_case_params_t *, uint32_t) {
+  errno = ENOSYS;
+  return -1;
+}
+
+// That of the platform: the next library's.
+service_call find_service_call() {
+  const int error_number = errno;
+  auto next = reinterpret_cast<service_call>(dlsym(RTLD_NEXT, "sse_call2"));
+  if (next == nullptr) {
+    complain("no service call: no library behind this one defines sse_call2");
+    next = no_service_call;
   }
-  return next.load(std::memory_order_relaxed);
+  errno = error_number;
+  return next;
+}
+
+service_call next_service_call() {
+  static std::atomic<service_call> found;
+  service_call next = found.load(std::memory_order_relaxed);
+  if (next == nullptr) {
+    next = find_service_call();
+    found.store(next, std::memory_order_relaxed);
+  }
+  return next;
 }
 
 // Takes a number for a call, and the header's room for its request where that is free. False where
@@ -226,10 +241,6 @@ __attribute__((visibility("default"))) int sse_call2(uint32_t case_code,
                                                      sys_srvc_case_params_t *case_params,
                                                      uint32_t length) {
   const service_call next = next_service_call();
-  if (next == nullptr) {
-    errno = ENOSYS;
-    return -1;
-  }
   noted_call call;
   if (recorder.now.load(std::memory_order_relaxed) == stage::off || !begin_note(&call))
     return next(case_code, case_params, length);

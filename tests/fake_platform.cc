@@ -245,7 +245,8 @@ std::string detail_line(uint32_t number, const std::string &message) {
 
 extern "C" {
 
-int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t length) {
+// What sse_call2 of the library behind the program does.
+int fake_service_call(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t length) {
   const auto *bytes = static_cast<const uint8_t *>(case_params->params);
   fake().calls.push_back({case_code, case_params->caseId, length, {bytes, bytes + length}});
   return fake().answer ? fake().answer(case_code, case_params->params, length) : 0;
