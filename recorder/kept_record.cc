@@ -10,6 +10,8 @@ namespace {
 
 constexpr uint32_t register_header = sizeof(kel_asic_reg_access_params_t);
 constexpr uint32_t transaction_header = offsetof(kel_asic_xn_t, xn);
+constexpr uint32_t entry_size = sizeof(kel_asic_xn_entry_t);
+constexpr uint32_t stats_size = sizeof(kel_asic_qos_stats_t);
 constexpr uint32_t stats_offset = offsetof(kel_asic_qos_stats_params_t, stats);
 
 uint32_t smaller(uint32_t one, uint32_t other) {
@@ -77,8 +79,7 @@ kept_record measure_request(const carried_record &record, uint32_t shape) {
   if (shape == MREC_SHAPE_OTHER)
     return measure_other(record, MREC_REQUEST_CUT);
   const uint32_t entries = field(record.bytes, offsetof(kel_asic_xn_t, num));
-  return {shape, 0,
-          transaction_header + entries * static_cast<uint32_t>(sizeof(kel_asic_xn_entry_t))};
+  return {shape, 0, transaction_header + entries * entry_size};
 }
 
 }  // namespace
@@ -102,7 +103,7 @@ kept_record measure_answer(const carried_record &record, uint32_t shape, const u
     case MREC_SHAPE_TRANSACTION:
       return {shape, 0, 0};
     case MREC_SHAPE_QOS:
-      return {shape, 0, field(request, 0) == QOS_STATS_GET ? sizeof(kel_asic_qos_stats_t) : 0};
+      return {shape, 0, field(request, 0) == QOS_STATS_GET ? stats_size : 0};
     default:
       return measure_other(record, MREC_ANSWER_CUT);
   }

@@ -1,5 +1,6 @@
-# What the shared object shows and needs. Run as
-#   cmake -DLIBRARY=FILE -DNM=PROGRAM -DREADELF=PROGRAM -DINSTRUMENTED=BOOL -P exports_test.cmake
+# What the shared objects of the library and the recorder show and need. Run as
+#   cmake -DLIBRARY=FILE -DRECORDER=FILE -DNM=PROGRAM -DREADELF=PROGRAM -DINSTRUMENTED=BOOL
+#     -P exports_test.cmake
 
 # The interface, for good: a name that leaves this list breaks its callers.
 set(interface
@@ -61,3 +62,16 @@ expect_same("Undefined, but for the C library" "${undefined}" "${platform}")
 list(FILTER allocators INCLUDE REGEX "alloc|free|memalign")
 list(TRANSFORM allocators REPLACE "^ +U ([a-z_]+)@.*" "\\1")
 expect_same("Allocators" "${allocators}" "calloc;realloc")
+
+# The recorder stands in for one function, and a call of it allocates nothing.
+set(LIBRARY ${RECORDER})
+inspect(defined ${NM} -D --defined-only)
+list(TRANSFORM defined REPLACE "^[0-9a-f]+ [A-Z] " "")
+expect_same("Exported by the recorder" "${defined}" "sse_call2")
+inspect(needed ${READELF} -dW)
+list(FILTER needed INCLUDE REGEX "\\(NEEDED\\)")
+list(TRANSFORM needed REPLACE ".*\\[(.*)\\].*" "\\1")
+expect_same("NEEDED by the recorder" "${needed}" "libc.so.6")
+inspect(undefined ${NM} -D --undefined-only)
+list(FILTER undefined INCLUDE REGEX " [a-z_]*([mce]alloc|memalign|free)@")
+expect_same("Allocators of the recorder" "${undefined}" "")
