@@ -33,11 +33,14 @@ typedef struct kel_asic_dhs_row_t {
   uint32_t words;         /**< 16: 32-bit words in an entry, or ::KEL_ASIC_DHS_BY_HOOK */
 } kel_asic_dhs_row_t;
 
-/** How the rows are declared: in C++ they are constant expressions. */
 #ifdef __cplusplus
-#define KEL_ASIC_DHS_DATA static constexpr
+/** How the rows are declared: one constant of the whole program, which C++ computes with. */
+#define KEL_ASIC_DHS_DATA inline constexpr
+/** How the function is declared: in C++ it tells a constant's size at compile time. */
+#define KEL_ASIC_DHS_FUNCTION constexpr
 #else
 #define KEL_ASIC_DHS_DATA static const
+#define KEL_ASIC_DHS_FUNCTION static inline
 #endif
 
 /** All table registers, block by block. */
@@ -100,8 +103,8 @@ KEL_ASIC_DHS_DATA kel_asic_dhs_row_t kel_asic_dhs_rows[] = {
  * @return 1 to 16, the words of the entry; ::KEL_ASIC_DHS_BY_HOOK (0) where the register map's hook
  *         decides, whatever the index; -1 where the register is no table or has no such entry
  */
-static inline int kel_asic_dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg,
-                                          uint32_t index) {
+KEL_ASIC_DHS_FUNCTION int kel_asic_dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg,
+                                                  uint32_t index) {
   for (uint32_t i = 0; i < KEL_ASIC_DHS_ROWS; ++i) {
     const kel_asic_dhs_row_t *row = &kel_asic_dhs_rows[i];
     if (row->block != block || vreg < row->first || vreg > row->last)

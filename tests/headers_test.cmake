@@ -14,3 +14,7 @@ foreach(header ${headers})
   add_test(NAME headers.${name}.c++17 COMMAND ${CMAKE_CXX_COMPILER} ${cxx_flags}
     ${warnings} -std=c++17 -fsyntax-only -I${PROJECT_SOURCE_DIR}/include -x c++ ${header})
 endforeach()
+
+# The C++ header, and what it refuses; .ci/run does so with each compiler, word size and standard.
+add_test(NAME headers.morvaneusd.hpp COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/cxx_snippets_test.sh
+  ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER} ${cxx_flags} -std=c++17)

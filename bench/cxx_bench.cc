@@ -1,0 +1,195 @@
+// What each operation of morvaneusd.hpp costs beside the call of the C interface that it wraps.
+// Both say who asks, with texts of the same length, and look at the result.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include "morvaneusd.hpp"
+#include "ratio_report.h"
+
+namespace {
+
+constexpr auto reg = morvane::at(static_cast<kel_asic_hi_reg_t>(7), 1);
+constexpr morvane::table_of<HF_DHS_POL_OFFSET> policers(1);
+constexpr morvane::port port = morvane::hif(1);
+
+std::array<uint32_t, 16> words;
+std::array<kel_asic_pgm_t, 16> steps;
+char file[] = __FILE__;
+
+using operation = void (*)();
+
+void add_pair(const std::string &name, operation cxx, operation c) {
+  for (const auto &[suffix, run] : {std::pair{"/library", cxx}, std::pair{"/baseline", c}})
+    benchmark::RegisterBenchmark((name + "@1.02" + suffix).c_str(),
+                                 [run = run](benchmark::State &state) {
+                                   for (auto _ : state)
+                                     run();
+                                 });
+}
+
+void check(syserr_t result) {
+  if (result != 0)
+    std::abort();
+}
+
+uint32_t read(const char *func) {
+  uint32_t value = 0;
+  check(lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, &value, 0, file, __LINE__, func));
+  return value;
+}
+
+void write(const char *func) {
+  check(lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 1, 7, 5, KEL_ASIC_WR_SYMBOLIC, 0, file, __LINE__,
+                           func));
+}
+
+void add_single_register_pairs() {
+  add_pair(
+      "read", [] { benchmark::DoNotOptimize(morvane::read(reg)); },
+      [] { benchmark::DoNotOptimize(read(__func__)); });
+  add_pair(
+      "read, error code",
+      [] {
+        std::error_code ec;
+        benchmark::DoNotOptimize(morvane::read(reg, ec));
+        if (ec)
+          std::abort();
+      },
+      [] { benchmark::DoNotOptimize(read(__func__)); });
+  add_pair(
+      "write", [] { morvane::write(reg, 5); }, [] { write(__func__); });
+  add_pair(
+      "write, raw", [] { morvane::write(morvane::raw(28), 5); },
+      [] {
+        check(lib_mrv_asic_write(0, 0, KEL_ASIC_NUM_BLK, 0, 28, 5, KEL_ASIC_WR_RAW, 0, file,
+                                 __LINE__, __func__));
+      });
+  add_pair(
+      "write_field", [] { morvane::write_field(reg, 5, 0xFF); },
+      [] {
+        check(lib_mrv_asic_write_field(0, 0, KEL_ASIC_BLK_HI, 1, 7, 5, 0xFF, KEL_ASIC_WR_SYMBOLIC,
+                                       0, file, __LINE__, __func__));
+      });
+}
+
+void add_run_and_table_pairs() {
+  add_pair(
+      "read_run 16", [] { morvane::read_run(reg, words); },
+      [] {
+        check(lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, words.data(), 16, 0, file, __LINE__,
+                                  __func__));
+      });
+  add_pair(
+      "read_entries 2", [] { morvane::read_entries(policers, 3, words); },
+      [] {
+        check(lib_mrv_asic_read_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_POL_OFFSET, 3, words.data(), 2,
+                                    0, file, __LINE__, __func__));
+      });
+  add_pair(
+      "read_row", [] { benchmark::DoNotOptimize(morvane::read_row(policers, 3)); },
+      [] {
+        std::array<uint32_t, 8> row = {};
+        check(lib_mrv_asic_read_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_POL_OFFSET, 3, row.data(), 1,
+                                    0, file, __LINE__, __func__));
+        benchmark::DoNotOptimize(row);
+      });
+  add_pair(
+      "write_entries 2", [] { morvane::write_entries(policers, 3, words); },
+      [] {
+        check(lib_mrv_asic_write_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_POL_OFFSET, 3, words.data(),
+                                     2, 0, file, __LINE__, __func__));
+      });
+}
+
+void add_batch_pairs() {
+  add_pair(
+      "batch", [] { const morvane::batch empty("bench"); },
+      [] {
+        mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
+        mrv_asic_transaction_commit();
+      });
+  add_pair(
+      "batch of a write",
+      [] {
+        const morvane::batch one("bench");
+        morvane::write(reg, 5);
+      },
+      [] {
+        mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
+        write(__func__);
+        mrv_asic_transaction_commit();
+      });
+  add_pair(
+      "batch, commit_and_verify",
+      [] {
+        morvane::batch one("bench");
+        morvane::write(reg, 0);
+        one.commit_and_verify(reg, 0);
+      },
+      [] {
+        mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
+        write(__func__);
+        mrv_asic_transaction_commit();
+        check(read(__func__));
+      });
+  add_pair(
+      "run 16 steps", [] { morvane::run(steps); },
+      [] {
+        check(lib_mrv_asic_pgm(0, 0, steps.data(), steps.size(), 0, file, __LINE__, __func__));
+      });
+}
+
+void add_qos_pairs() {
+  add_pair(
+      "get_qos_stats", [] { benchmark::DoNotOptimize(morvane::get_qos_stats(port)); },
+      [] {
+        kel_asic_qos_stats_t record;
+        check(lib_mrv_asic_get_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, &record, 0));
+        benchmark::DoNotOptimize(record);
+      });
+  add_pair(
+      "clear_qos_stats", [] { morvane::clear_qos_stats(port); },
+      [] { check(lib_mrv_asic_clear_qos_stats(0, 0, CARDCFG_PORT_TYPE_HIF, 1, 0)); });
+  add_pair(
+      "clear_all_qos_stats", [] { morvane::clear_all_qos_stats(); },
+      [] { check(lib_mrv_asic_clear_all_qos_stats(0, 0, 0)); });
+}
+
+void add_port_pairs() {
+  add_pair(
+      "link_pause_enable", [] { morvane::link_pause_enable(port); },
+      [] { check(lib_mrv_asic_link_pause_enable(0, 0, CARDCFG_PORT_TYPE_HIF, 1)); });
+  add_pair(
+      "link_pause_disable", [] { morvane::link_pause_disable(port); },
+      [] { check(lib_mrv_asic_link_pause_disable(0, 0, CARDCFG_PORT_TYPE_HIF, 1)); });
+  add_pair(
+      "set_nodrop_class_map", [] { morvane::set_nodrop_class_map(1); },
+      [] { check(lib_mrv_asic_set_nodrop_class_map(0, 0, 1)); });
+  add_pair(
+      "sfp_validation_failed", [] { morvane::sfp_validation_failed(port); },
+      [] { check(lib_mrv_asic_sfp_validation_failed(0, 0, CARDCFG_PORT_TYPE_HIF, 1)); });
+  add_pair(
+      "prog_sp_timer", [] { morvane::prog_sp_timer(1); },
+      [] { check(lib_mrv_asic_prog_sp_timer(0, 0, 1)); });
+  add_pair(
+      "clear_all_drop_counters", [] { morvane::clear_all_drop_counters(); },
+      [] { check(lib_mrv_asic_clear_all_drop_counters()); });
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  FILE *out = take_standard_output();
+  morvane::init();
+  steps.fill(morvane::step(reg, 5));
+  add_single_register_pairs();
+  add_run_and_table_pairs();
+  add_batch_pairs();
+  add_qos_pairs();
+  add_port_pairs();
+  return run_ratio_benchmarks(out, argc, argv);
+}

@@ -1,0 +1,2099 @@
+/**
+ * @file
+ * libmorvaneusd for C++17: the C interface of kel_asic_intf.h with registers that have a type,
+ * errors as the standard library has them, and scopes for what must end. A header alone, over the C
+ * interface and nothing else.
+ *
+ *     morvane::init();
+ *     constexpr auto offset = morvane::at(HI_DHS_LVIF_OFFSET, 2);  // block HI, by its type
+ *     morvane::write(offset, 0x1234);
+ *     const uint32_t value = morvane::read(offset);
+ *
+ * Each operation comes twice. One throws std::system_error with the operation and the register in
+ * its text; the other takes a std::error_code, is noexcept, and clears it on success. Built with
+ * -fno-exceptions, the header leaves the throwing ones out. It needs no RTTI.
+ *
+ * Who asked goes along by itself: the last argument takes file, line and function of the call.
+ *
+ * What an operation does, which service call it makes and what an open batch does to it stands with
+ * the function of the C interface that each one names. Nothing here costs more than that function,
+ * and nothing allocates but what returns a vector (and a morvane::program, as it grows).
+ *
+ * Threads: as the library, from one thread at a time; in a program with threads a morvane::session
+ * makes the calls take turns.
+ */
+#ifndef MORVANEUSD_HPP
+#define MORVANEUSD_HPP
+
+#include <array>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+#include <iterator>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "kel_asic_dhs_tables.h"
+#include "kel_asic_intf.h"
+#include "kel_asic_syserr_def.h"
+
+/* One error category, one session and one batch a program, also where shared objects of it are
+   built with hidden visibility. */
+#pragma GCC visibility push(default)
+
+/** The C interface for C++. */
+namespace morvane {
+
+/**
+ * @defgroup cxx_registers C++: registers
+ * @{
+ */
+
+/** The block whose registers an enumeration names; ::KEL_ASIC_NUM_BLK for any other type. */
+template <typename Enumeration>
+inline constexpr kel_asic_blk_t block_of = KEL_ASIC_NUM_BLK;
+/** @cond */
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_ss_reg_t> = KEL_ASIC_BLK_SS;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_hr_reg_t> = KEL_ASIC_BLK_HR;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_nr_reg_t> = KEL_ASIC_BLK_NR;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_hi_reg_t> = KEL_ASIC_BLK_HI;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_ni_reg_t> = KEL_ASIC_BLK_NI;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_si_reg_t> = KEL_ASIC_BLK_SI;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_hf_reg_t> = KEL_ASIC_BLK_HF;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_nf_reg_t> = KEL_ASIC_BLK_NF;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_ci_reg_t> = KEL_ASIC_BLK_CI;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_bi_reg_t> = KEL_ASIC_BLK_BI;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_cc_reg_t> = KEL_ASIC_BLK_CC;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_pc_reg_t> = KEL_ASIC_BLK_PC;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_rs_edma_reg_t> = KEL_ASIC_BLK_RS_EDMA;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_rs_pcie_reg_t> = KEL_ASIC_BLK_RS_PCIE;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_misc_reg_t> = KEL_ASIC_BLK_MISC;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_ch_reg_t> = KEL_ASIC_BLK_CH;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_mb_reg_t> = KEL_ASIC_BLK_MB;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_qs_reg_t> = KEL_ASIC_BLK_QS;
+template <>
+inline constexpr kel_asic_blk_t block_of<kel_asic_xl_reg_t> = KEL_ASIC_BLK_XL;
+/** @endcond */
+
+/** An ASIC of the switch. */
+struct asic {
+  int module = 0;            /**< module number, 0 to 3 */
+  kel_asic_num_t number = 0; /**< ASIC number, as far as the ASIC limits reach (0) */
+};
+
+class asic_reg;
+
+/** A register of an ASIC, made by at(): block, instance and number. */
+class reg {
+ public:
+  /** @return the block */
+  [[nodiscard]] constexpr kel_asic_blk_t block() const noexcept { return block_; }
+  /** @return the instance of the block */
+  [[nodiscard]] constexpr uint32_t instance() const noexcept { return instance_; }
+  /** @return the virtual register, its number in the block */
+  [[nodiscard]] constexpr kel_asic_reg_t vreg() const noexcept { return vreg_; }
+
+  /**
+   * The register on an ASIC other than ASIC 0 of module 0, which is where operations look
+   * otherwise.
+   *
+   * @param where the ASIC
+   * @return the register there
+   */
+  [[nodiscard]] constexpr asic_reg on(asic where) const noexcept;
+
+ protected:
+  constexpr reg(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg) noexcept
+      : block_(block), instance_(instance), vreg_(vreg) {}
+
+ private:
+  friend constexpr reg at(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg) noexcept;
+
+  kel_asic_blk_t block_;
+  uint32_t instance_;
+  kel_asic_reg_t vreg_;
+};
+
+/** A register whose block the compiler knows: an argument that takes no register of another. */
+template <kel_asic_blk_t Block>
+class reg_in : public reg {
+ public:
+  /**
+   * @param vreg     virtual register, a value of the block's enumeration
+   * @param instance instance of the block
+   */
+  template <typename Enumeration>
+  constexpr reg_in(Enumeration vreg, uint32_t instance) noexcept : reg(Block, instance, vreg) {
+    static_assert(block_of<Enumeration> == Block, "a register of another block");
+  }
+};
+
+/**
+ * Names a register; its block follows from its type. A register without a name is one of its
+ * block's enumeration too: at(static_cast<kel_asic_hi_reg_t>(40), 2).
+ *
+ * @param vreg     virtual register, a value of a block's enumeration (HI_DHS_LVIF_OFFSET)
+ * @param instance instance of the block
+ * @return the register
+ */
+template <typename Enumeration>
+[[nodiscard]] constexpr auto at(Enumeration vreg, uint32_t instance) noexcept {
+  static_assert(block_of<Enumeration> != KEL_ASIC_NUM_BLK,
+                "not a register of a block's enumeration: say at(block, instance, number)");
+  return reg_in<block_of<Enumeration>>(vreg, instance);
+}
+
+/**
+ * Names a register by its number, for those without a name and where the block is a value.
+ *
+ * @param block    block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
+ * @param instance instance of the block
+ * @param vreg     virtual register, its number in the block
+ * @return the register
+ */
+[[nodiscard]] constexpr reg at(kel_asic_blk_t block, uint32_t instance,
+                               kel_asic_reg_t vreg) noexcept {
+  return {block, instance, vreg};
+}
+
+/** @cond */
+/* An enumerator has its block in its type: beside a block it could be another one's. */
+template <typename Enumeration, typename = std::enable_if_t<std::is_enum_v<Enumeration>>>
+reg at(kel_asic_blk_t the_block_follows_from_the_register, uint32_t instance,
+       Enumeration vreg) = delete;
+/** @endcond */
+
+/** A register on a certain ASIC; any register is one, on ASIC 0 of module 0. */
+class asic_reg {
+ public:
+  /**
+   * @param where the register
+   * @param on    its ASIC
+   */
+  constexpr asic_reg(const reg &where, asic on = {}) noexcept : where_(where), on_(on) {}
+
+  /** @return the register */
+  [[nodiscard]] constexpr const reg &where() const noexcept { return where_; }
+  /** @return the ASIC */
+  [[nodiscard]] constexpr asic on() const noexcept { return on_; }
+
+ private:
+  reg where_;
+  asic on_;
+};
+
+constexpr asic_reg reg::on(asic where) const noexcept {
+  return {*this, where};
+}
+
+/** A port of an ASIC. */
+struct port {
+  cardcfg_port_type_t type; /**< port type */
+  uint32_t number;          /**< port number within its type */
+  asic on = {};             /**< the ASIC */
+};
+
+/**
+ * Names a host interface.
+ *
+ * @param number port number
+ * @param on     its ASIC
+ * @return the port
+ */
+[[nodiscard]] constexpr port hif(uint32_t number, asic on = {}) noexcept {
+  return {CARDCFG_PORT_TYPE_HIF, number, on};
+}
+
+/**
+ * Names a network interface.
+ *
+ * @param number port number
+ * @param on     its ASIC
+ * @return the port
+ */
+[[nodiscard]] constexpr port nif(uint32_t number, asic on = {}) noexcept {
+  return {CARDCFG_PORT_TYPE_NIF, number, on};
+}
+
+/** An address that is sent as it is, unchecked, or a command. Only writes take it. */
+struct raw_address {
+  uint32_t address; /**< register address, or command address */
+  asic on = {};     /**< the ASIC; its number is not checked, and is the port word of a command */
+};
+
+/**
+ * Names a register by its address.
+ *
+ * @param address register address, any
+ * @param on      the ASIC
+ * @return the address as a write takes it
+ */
+[[nodiscard]] constexpr raw_address raw(uint32_t address, asic on = {}) noexcept {
+  return {address, on};
+}
+
+/**
+ * Names a command to a port.
+ *
+ * @param address command address (KEL_ASIC_CMD_...)
+ * @param to      the port; type and number below 256, ASIC number below 65536
+ * @return the command as a write takes it
+ */
+[[nodiscard]] constexpr raw_address command(uint32_t address, const port &to) noexcept {
+  return {address, {to.on.module, to.on.number << 16 | uint32_t{to.type} << 8 | to.number}};
+}
+
+/** Where a write goes: to a register, or to a raw address. */
+class target {
+ public:
+  /** @param to the register */
+  constexpr target(const asic_reg &to) noexcept : to_(to), code_(KEL_ASIC_WR_SYMBOLIC) {}
+  /** @param to the register, on ASIC 0 of module 0 */
+  constexpr target(const reg &to) noexcept : target(asic_reg(to)) {}
+  /** @param to the raw address */
+  constexpr target(const raw_address &to) noexcept
+      : to_(at(KEL_ASIC_NUM_BLK, 0, to.address), to.on), code_(KEL_ASIC_WR_RAW) {}
+
+  /** @return the register; of a raw address that of no block, with the address as its number */
+  [[nodiscard]] constexpr const asic_reg &to() const noexcept { return to_; }
+  /** @return the code argument of the C interface: KEL_ASIC_WR_SYMBOLIC or KEL_ASIC_WR_RAW */
+  [[nodiscard]] constexpr uint32_t code() const noexcept { return code_; }
+
+ private:
+  asic_reg to_;
+  uint32_t code_;
+};
+
+/** A table (DHS) register, with the words of its entries by kel_asic_dhs_tables.h. */
+class table : public asic_reg {
+ public:
+  /**
+   * Looks the entry size up. A register that is no table, or whose entry size the register map
+   * decides, has 0 words, and operations on its entries are refused.
+   *
+   * @param where the register
+   */
+  constexpr table(const asic_reg &where) noexcept : table(where, 0) {}
+
+  /** @param where the register, on ASIC 0 of module 0 */
+  constexpr table(const reg &where) noexcept : table(where, 0) {}
+
+  /**
+   * @param where the register
+   * @param words words of an entry, for a table whose entry size the register map decides. They
+   * must be the map's, for the library moves as many. Of any other register no other size than the
+   * published one is taken
+   */
+  constexpr table(const asic_reg &where, uint32_t words) noexcept
+      : asic_reg(where), words_(entry_words(where.where(), words)) {}
+
+  /** @return 32-bit words of an entry; 0 where it is not known */
+  [[nodiscard]] constexpr uint32_t words() const noexcept { return words_; }
+
+ private:
+  static constexpr uint32_t entry_words(const reg &where, uint32_t words) noexcept {
+    const int published = kel_asic_dhs_entry_size(where.block(), where.vreg(), 0);
+    if (published == KEL_ASIC_DHS_BY_HOOK)
+      return words;
+    const auto size = static_cast<uint32_t>(published < 0 ? 0 : published);
+    return words == 0 || words == size ? size : 0;
+  }
+
+  uint32_t words_;
+};
+
+/**
+ * A table register that the compiler knows, and so the words of its entries:
+ *
+ *     constexpr morvane::table_of<HF_DHS_POL_OFFSET> policers(0);
+ *     const auto row = morvane::read_row(policers, 3);  // std::array<uint32_t, 8>
+ *
+ * Where the register map decides the entry size, it is named: table_of<HF_DHS_RESULT_00_OFFSET, 4>.
+ */
+template <auto Register, uint32_t Words = 0>
+class table_of : public table {
+  static constexpr int published =
+      kel_asic_dhs_entry_size(block_of<std::remove_const_t<decltype(Register)>>, Register, 0);
+  static_assert(published >= 0, "not a table (DHS) register");
+  static_assert(published != KEL_ASIC_DHS_BY_HOOK || Words != 0,
+                "the register map decides this entry size: say table_of<REGISTER, WORDS>");
+  static_assert(published <= 0 || Words == 0 || Words == static_cast<uint32_t>(published),
+                "the entries of this table have another size");
+
+ public:
+  /** Words of an entry. */
+  static constexpr std::size_t entry_size = published > 0 ? static_cast<std::size_t>(published)
+                                                          : Words;
+
+  /** An entry. */
+  using row = std::array<uint32_t, entry_size>;
+
+  /**
+   * @param instance instance of the block
+   * @param on       the ASIC
+   */
+  explicit constexpr table_of(uint32_t instance, asic on = {}) noexcept
+      : table(at(Register, instance).on(on), entry_size) {}
+};
+/** @} */
+
+/**
+ * @defgroup cxx_caller C++: who asked
+ * @{
+ */
+
+/** Who asked: what travels with a request so that the service can tell. */
+struct caller {
+  const char *file;     /**< source file; sent up to 127 characters */
+  int line;             /**< line in it */
+  const char *func;     /**< plain name of the function; sent up to 31 characters */
+  uint32_t context = 0; /**< a number of the caller's own */
+
+  /**
+   * The place of the call; as a default argument, the place where the function with that argument
+   * is called. Its arguments are left to their defaults.
+   *
+   * @param file source file
+   * @param line line in it
+   * @param func function
+   * @return the place
+   */
+  [[nodiscard]] static constexpr caller here(const char *file = __builtin_FILE(),
+                                             int line = __builtin_LINE(),
+                                             const char *func = __builtin_FUNCTION()) noexcept {
+    return {file, line, func};
+  }
+
+  /**
+   * @param number the caller's own number
+   * @return this place with the number: caller::here().with_context(7)
+   */
+  [[nodiscard]] constexpr caller with_context(uint32_t number) const noexcept {
+    return {file, line, func, number};
+  }
+};
+/** @} */
+
+/**
+ * @defgroup cxx_errors C++: errors
+ *
+ * A code of the library is an error code of error_category(), compared with the enumerators of
+ * kel_asic_syserr_t or with morvane::errc. A service call that failed compares with std::errc too:
+ *
+ *     if (err == std::errc::timed_out) ...
+ *     if (err == SYSERR_KEL_ASIC_UNINIT) ...
+ * @{
+ */
+
+/** Codes without an enumerator of the C interface: two plain numbers of it, and this header's. */
+enum class errc : syserr_t {
+  no_buffer =
+      KEL_ASIC_SYSERR_NO_BUFFER, /**< no memory for the words; std::errc::not_enough_memory */
+  no_trace_log = KEL_ASIC_SYSERR_NO_TRACE_LOG, /**< the trace log cannot be used */
+  /** Words that are no whole number of entries, or rows of another size than the table's; refused
+      before the library sees them. std::errc::invalid_argument */
+  wrong_size = 0x43230001,
+  /** A batch while another of this program is open; the library would take no notice of it.
+      std::errc::device_or_resource_busy */
+  already_open = 0x43230002,
+  /** A register does not hold what a commit should have written. std::errc::io_error */
+  not_verified = 0x43230003
+};
+
+namespace detail {
+
+constexpr bool is_service_failure(syserr_t result) noexcept {
+  return (result & KEL_ASIC_SYSERR_KIND_MASK) == KEL_ASIC_SYSERR_SERVICE;
+}
+
+constexpr int service_errno(syserr_t result) noexcept {
+  return static_cast<int>(result & KEL_ASIC_SYSERR_ERRNO_MASK);
+}
+
+/** The names of the library codes, by their number. */
+inline constexpr std::array<const char *, 47> code_names = {
+    "UNKNOWN",
+    "FAILURE",
+    "MALLOC",
+    "INVALID_ARG",
+    "NO_DATA_IN_QUEUE",
+    "WR_CALL",
+    "RD_CALL",
+    "USD_INIT_FAILED",
+    "GENERAL_ERROR",
+    "INVALID_MTS_OPCODE",
+    "ASIC_INST_NOT_FOUND",
+    "PORT_NOT_FOUND",
+    "COMMAND_UNSUPPORTED",
+    "SSE_NOT_IMPLEMENTED",
+    "ASIC_INST_INIT_FAILED",
+    "XCVR_UNKNOWN",
+    "XCVR_FAILURE",
+    "XCVR_INVALID_ARG",
+    "XCVR_INVALID_TIMER_HDL",
+    "XCVR_CRT_TMR_FLD",
+    "XCVR_LNKUP_TIMER_END",
+    "XCVR_RESET_FAILED",
+    "XCVR_UNKNOWN_XCVR",
+    "XCVR_PORT_ENABLE_FAILED",
+    "XCVR_PORT_DISABLE_FAILED",
+    "XCVR_PORT_LOOPBACK_FAILED",
+    "XCVR_PORT_NOT_PRESENT",
+    "XCVR_INTR_ENABLE_FAILED",
+    "XCVR_PORT_NOT_OPERATIONAL",
+    "XCVR_CANNOT_DETECT_PMA",
+    "XCVR_CANNOT_DETERMINE_PMA_10G_CAP",
+    "XCVR_CANNOT_DETERMINE_PMA_LOW_PWR_MODE",
+    "XCVR_CANNOT_DETECT_PCS",
+    "XCVR_CANNOT_DETERMINE_PCS_10G_CAP",
+    "XCVR_CANNOT_DETERMINE_PCS_LOW_PWR_MODE",
+    "XCVR_CANNOT_DETECT_PHYXS",
+    "XCVR_CANNOT_DETERMINE_PHYXS_10G_CAP",
+    "XCVR_CANNOT_DETERMINE_PHYXS_LOW_PWR_MODE",
+    "XCVR_CANNOT_READ_NVR_SERIAL_ID",
+    "XCVR_CANNOT_READ_NVR_SERIAL_ID_CHKSUM_FAILED",
+    "XCVR_CANNOT_READ_NVR_VENDOR_SPECIFIC_CRC_FAILED",
+    "XCVR_SPEED_UNSUPPORTED",
+    "XCVR_INTR_DISABLE_FAILED",
+    "XCVR_INTR_HANDLE_FAILED",
+    "XCVR_PORT_UPDATE_FAILED",
+    "XCVR_COMMAND_UNSUPPORTED",
+    "UNINIT"};
+
+/** The name of a code and what to do about it. */
+inline std::string code_text(syserr_t result) {
+  if (result == KEL_ASIC_SYSERR_SERVICE_ANSWER)
+    return "service call failed with an input/output error or a positive answer: the driver "
+           "service's log tells more";
+  if (is_service_failure(result))
+    return "service call failed: " + std::generic_category().message(service_errno(result)) +
+           ": nothing is tried again by itself";
+  switch (result) {
+    case 0:
+      return "success";
+    case SYSERR_KEL_ASIC_INVALID_ARG:
+      return "SYSERR_KEL_ASIC_INVALID_ARG: a bad argument: check module, ASIC, block, instance, "
+             "register, index, mask and length; or init() was not called";
+    case SYSERR_KEL_ASIC_UNINIT:
+      return "SYSERR_KEL_ASIC_UNINIT: the library is not initialised: call init() first";
+    case KEL_ASIC_SYSERR_NO_BUFFER:
+      return "KEL_ASIC_SYSERR_NO_BUFFER: no memory for the words: move fewer at a time";
+    case KEL_ASIC_SYSERR_NO_TRACE_LOG:
+      return "KEL_ASIC_SYSERR_NO_TRACE_LOG: the trace log cannot be opened or positioned: make "
+             "/tmp "
+             "writable, or take the marker file away";
+    case static_cast<syserr_t>(errc::wrong_size):
+      return "wrong_size: the words are no whole entries of this table: size them by its shape";
+    case static_cast<syserr_t>(errc::already_open):
+      return "already_open: this program has a batch open: leave it first";
+    case static_cast<syserr_t>(errc::not_verified):
+      return "not_verified: the register does not hold what was written: the commit was lost, or "
+             "the register keeps other bits; write again";
+    default:
+      break;
+  }
+  const syserr_t number = result - SYSERR_KEL_ASIC_UNKNOWN;
+  if (number < code_names.size())
+    return std::string("SYSERR_KEL_ASIC_") + code_names[number] +
+           ": from the register map or other software of the ASIC family: its log tells more";
+  return "a code of the register map: its documentation tells more";
+}
+
+class category final : public std::error_category {
+ public:
+  const char *name() const noexcept override { return "morvane"; }
+
+  std::string message(int value) const override {
+    const auto result = static_cast<syserr_t>(value);
+    std::array<char, 16> number = {};
+    std::snprintf(number.data(), number.size(), " (0x%08X)", static_cast<unsigned>(result));
+    return code_text(result) + number.data();
+  }
+
+  std::error_condition default_error_condition(int value) const noexcept override {
+    const auto result = static_cast<syserr_t>(value);
+    if (is_service_failure(result) && service_errno(result) != 0)
+      return {service_errno(result), std::generic_category()};
+    switch (result) {
+      case SYSERR_KEL_ASIC_INVALID_ARG:
+      case static_cast<syserr_t>(errc::wrong_size):
+        return std::errc::invalid_argument;
+      case SYSERR_KEL_ASIC_MALLOC:
+      case KEL_ASIC_SYSERR_NO_BUFFER:
+        return std::errc::not_enough_memory;
+      case static_cast<syserr_t>(errc::already_open):
+        return std::errc::device_or_resource_busy;
+      case static_cast<syserr_t>(errc::not_verified):
+        return std::errc::io_error;
+      default:
+        return {value, *this};
+    }
+  }
+};
+
+}  // namespace detail
+
+/** @return the category of the codes of this interface; the same object in the whole program */
+inline const std::error_category &error_category() noexcept {
+  static const detail::category object;
+  return object;
+}
+
+/**
+ * The result of a function of the C interface as an error code.
+ *
+ * @param result what it returned, any value; 0 is success
+ * @return the error code
+ */
+[[nodiscard]] inline std::error_code to_error_code(syserr_t result) noexcept {
+  if (result == 0)
+    return {};
+  return {static_cast<int>(result), error_category()};
+}
+
+/**
+ * @param code the code
+ * @return the error code that compares equal to it
+ */
+[[nodiscard]] inline std::error_code make_error_code(errc code) noexcept {
+  return to_error_code(static_cast<syserr_t>(code));
+}
+/** @} */
+
+}  // namespace morvane
+
+/**
+ * @param code the code
+ * @return the error code that compares equal to it
+ */
+[[nodiscard]] inline std::error_code make_error_code(kel_asic_syserr_t code) noexcept {
+  return morvane::to_error_code(code);
+}
+
+/** @cond */
+template <>
+struct std::is_error_code_enum<kel_asic_syserr_t> : std::true_type {};
+template <>
+struct std::is_error_code_enum<morvane::errc> : std::true_type {};
+/** @endcond */
+
+namespace morvane {
+
+/**
+ * @defgroup cxx_words C++: words and rows
+ * @{
+ */
+
+/** Words of the longest run that the library takes. */
+inline constexpr uint32_t most_words = 1073741774;
+
+namespace detail {
+
+/** Words of an element of an array: 0 of a plain word, N of a row of N. */
+template <typename Element>
+inline constexpr std::size_t row_size = SIZE_MAX;
+template <>
+inline constexpr std::size_t row_size<uint32_t> = 0;
+template <std::size_t N>
+inline constexpr std::size_t row_size<std::array<uint32_t, N>> = N;
+
+/** The elements of what has data() and size(). */
+template <typename Container>
+using element_of = std::remove_pointer_t<decltype(std::data(std::declval<Container &>()))>;
+
+}  // namespace detail
+
+/**
+ * Words in the caller's memory: of anything with data() and size(), with elements of uint32_t or
+ * with rows, std::array<uint32_t, N>. It keeps a pointer, for the call that it is an argument of.
+ */
+template <typename Word>
+class word_span {
+ public:
+  /** @param container the words; writable where they are read into */
+  template <typename Container, typename Element = detail::element_of<Container>>
+  word_span(Container &&container) noexcept
+      : first_(reinterpret_cast<Word *>(std::data(container))),
+        row_(detail::row_size<std::remove_const_t<Element>>),
+        count_(std::size(container) * (row_ == 0 ? 1 : row_)) {
+    static_assert(detail::row_size<std::remove_const_t<Element>> != SIZE_MAX,
+                  "words are uint32_t, and rows std::array<uint32_t, N>");
+    static_assert(std::is_const_v<Word> || !std::is_const_v<Element>,
+                  "what is read needs an array that can be written");
+  }
+
+  /** @param words words to write */
+  word_span(std::initializer_list<uint32_t> words) noexcept
+      : word_span(words.begin(), words.size()) {}
+
+  /** @return the first word */
+  [[nodiscard]] Word *first() const noexcept { return first_; }
+  /** @return number of words */
+  [[nodiscard]] std::size_t count() const noexcept { return count_; }
+  /** @return words of a row; 0 where the words are no rows */
+  [[nodiscard]] std::size_t row() const noexcept { return row_; }
+
+ private:
+  word_span(Word *first, std::size_t count) noexcept : first_(first), row_(0), count_(count) {}
+
+  Word *first_;
+  std::size_t row_;
+  std::size_t count_;
+};
+
+/** Words that are read into. */
+using word_buffer = word_span<uint32_t>;
+
+/** Words to write. */
+using word_view = word_span<const uint32_t>;
+/** @} */
+
+namespace detail {
+
+inline void report(syserr_t result, std::error_code &ec) noexcept {
+  if (result != 0 || ec.value() != 0)
+    ec = to_error_code(result);
+}
+
+#ifdef __cpp_exceptions
+[[noreturn]] inline void fail(syserr_t result, const char *operation, const std::string &subject) {
+  throw std::system_error(to_error_code(result), operation + (' ' + subject));
+}
+
+inline std::string describe(int module, kel_asic_num_t number) {
+  return "module " + std::to_string(module) + ", ASIC " + std::to_string(number);
+}
+
+/* What is described goes as single values, which stand in registers until something fails. */
+[[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
+                                                           int module, kel_asic_num_t number) {
+  fail(result, operation, describe(module, number));
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
+                                                           int module, kel_asic_num_t number,
+                                                           kel_asic_blk_t block, uint32_t instance,
+                                                           kel_asic_reg_t vreg) {
+  if (block < KEL_ASIC_NUM_BLK)
+    fail(result, operation,
+         kel_asic_blk_names[block] + ('.' + std::to_string(instance)) + ' ' + std::to_string(vreg) +
+             " of " + describe(module, number));
+  std::array<char, 24> address = {};
+  std::snprintf(address.data(), address.size(), "0x%08X of ", static_cast<unsigned>(vreg));
+  fail(result, operation, address.data() + describe(module, number));
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
+                                                           int module, kel_asic_num_t number,
+                                                           cardcfg_port_type_t type,
+                                                           uint32_t port) {
+  fail(result, operation,
+       "port " + std::to_string(port) + " of type " + std::to_string(type) + " of " +
+           describe(module, number));
+}
+
+[[gnu::always_inline]] inline void check(syserr_t result, const char *operation, const asic &on) {
+  if (result != 0)
+    fail_at(result, operation, on.module, on.number);
+}
+
+[[gnu::always_inline]] inline void check(syserr_t result, const char *operation,
+                                         const asic_reg &at) {
+  if (result != 0)
+    fail_at(result, operation, at.on().module, at.on().number, at.where().block(),
+            at.where().instance(), at.where().vreg());
+}
+
+[[gnu::always_inline]] inline void check(syserr_t result, const char *operation, const port &at) {
+  if (result != 0)
+    fail_at(result, operation, at.on.module, at.on.number, at.type, at.number);
+}
+
+[[gnu::always_inline]] inline void check(syserr_t result, const char *operation,
+                                         const char *subject) {
+  if (result != 0)
+    fail(result, operation, subject == nullptr ? "" : subject);
+}
+#endif
+
+/* The operations once, with the result of the C interface. */
+
+/** The interface takes a char * and only reads it. */
+inline char *text(const char *constant) noexcept {
+  return const_cast<char *>(constant);
+}
+
+inline syserr_t init(slot_num_t slot, const caller &who) noexcept {
+  return lib_mrv_asic_init(slot, KEL_ASIC_DRIVER_MORVANE, who.context, text(who.file), who.line,
+                           who.func);
+}
+
+inline syserr_t read(const asic_reg &from, uint32_t *value, const caller &who) noexcept {
+  return lib_mrv_asic_read(from.on().module, from.on().number, from.where().block(),
+                           from.where().instance(), from.where().vreg(), value, who.context,
+                           text(who.file), who.line, who.func);
+}
+
+inline syserr_t write(const target &at, uint32_t value, const caller &who) noexcept {
+  const reg &to = at.to().where();
+  return lib_mrv_asic_write(at.to().on().module, at.to().on().number, to.block(), to.instance(),
+                            to.vreg(), value, at.code(), who.context, text(who.file), who.line,
+                            who.func);
+}
+
+inline syserr_t write_field(const target &at, uint32_t value, uint32_t mask,
+                            const caller &who) noexcept {
+  const reg &to = at.to().where();
+  return lib_mrv_asic_write_field(at.to().on().module, at.to().on().number, to.block(),
+                                  to.instance(), to.vreg(), value, mask, at.code(), who.context,
+                                  text(who.file), who.line, who.func);
+}
+
+inline syserr_t read_run(const asic_reg &from, const word_buffer &out, const caller &who) noexcept {
+  if (out.count() > most_words)
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  return lib_mrv_asic_n_read(from.on().module, from.on().number, from.where().block(),
+                             from.where().instance(), from.where().vreg(), out.first(),
+                             static_cast<uint32_t>(out.count()), who.context, text(who.file),
+                             who.line, who.func);
+}
+
+/** Whether words are whole entries of a table, and as rows have its size. */
+template <typename Word>
+syserr_t check_entries(const table &in, const word_span<Word> &words) noexcept {
+  if (in.words() == 0 || words.count() > most_words)
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  const bool fit = (words.row() == 0 || words.row() == in.words()) &&
+                   static_cast<uint32_t>(words.count()) % in.words() == 0;
+  return fit ? 0 : static_cast<syserr_t>(errc::wrong_size);
+}
+
+inline syserr_t read_entries(const table &from, uint32_t index, const word_buffer &out,
+                             const caller &who) noexcept {
+  const syserr_t refusal = check_entries(from, out);
+  if (refusal != 0)
+    return refusal;
+  return lib_mrv_asic_read_dhs(from.on().module, from.on().number, from.where().block(),
+                               from.where().instance(), from.where().vreg(), index, out.first(),
+                               static_cast<uint32_t>(out.count()) / from.words(), who.context,
+                               text(who.file), who.line, who.func);
+}
+
+inline syserr_t write_entries(const table &to, uint32_t index, const word_view &in,
+                              const caller &who) noexcept {
+  const syserr_t refusal = check_entries(to, in);
+  if (refusal != 0)
+    return refusal;
+  return lib_mrv_asic_write_dhs(
+      to.on().module, to.on().number, to.where().block(), to.where().instance(), to.where().vreg(),
+      index, const_cast<uint32_t *>(in.first()), static_cast<uint32_t>(in.count()) / to.words(),
+      who.context, text(who.file), who.line, who.func);
+}
+
+/** Makes room; a vector's own failure is one of memory. */
+template <typename Element>
+syserr_t resize(std::vector<Element> *elements, std::size_t count) noexcept {
+#ifdef __cpp_exceptions
+  try {
+    elements->resize(count);
+  } catch (const std::exception &) {
+    return KEL_ASIC_SYSERR_NO_BUFFER;
+  }
+#else
+  elements->resize(count);
+#endif
+  return 0;
+}
+
+inline syserr_t read_run(const asic_reg &from, std::size_t count, std::vector<uint32_t> *out,
+                         const caller &who) noexcept {
+  const syserr_t refusal = count > most_words ? SYSERR_KEL_ASIC_INVALID_ARG : resize(out, count);
+  return refusal != 0 ? refusal : read_run(from, word_buffer(*out), who);
+}
+
+/** Into words or into rows. */
+template <typename Element>
+syserr_t read_entries(const table &from, uint32_t index, std::size_t count,
+                      std::vector<Element> *out, const caller &who) noexcept {
+  if (from.words() == 0 || count > most_words / from.words())
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  const syserr_t refusal = resize(out, row_size<Element> == 0 ? count * from.words() : count);
+  return refusal != 0 ? refusal : detail::read_entries(from, index, word_buffer(*out), who);
+}
+
+}  // namespace detail
+
+/**
+ * @defgroup cxx_access C++: register access
+ * @{
+ */
+
+#ifdef __cpp_exceptions
+/**
+ * Initialises the library: lib_mrv_asic_init. Call it once, before anything else.
+ *
+ * @param slot  slot of the card that carries the ASIC
+ * @param where who asks
+ * @throws std::system_error the library's code
+ */
+inline void init(slot_num_t slot = 0, caller where = caller::here()) {
+  detail::check(detail::init(slot, where), "init", "of the library");
+}
+
+/**
+ * Reads one register: lib_mrv_asic_read.
+ *
+ * @param from  the register
+ * @param where who asks
+ * @return its value
+ * @throws std::system_error the library's code
+ */
+[[nodiscard]] inline uint32_t read(const asic_reg &from, caller where = caller::here()) {
+  uint32_t value = 0;
+  detail::check(detail::read(from, &value, where), "read", from);
+  return value;
+}
+
+/**
+ * Writes all bits of one register, or sends a command: lib_mrv_asic_write. While a batch is open it
+ * joins the batch.
+ *
+ * @param to    the register, raw address or command
+ * @param value its value
+ * @param where who asks
+ * @throws std::system_error the library's code
+ */
+inline void write(const target &to, uint32_t value, caller where = caller::here()) {
+  detail::check(detail::write(to, value, where), "write", to.to());
+}
+
+/**
+ * Writes the bits of one register that a mask selects: lib_mrv_asic_write_field. While a batch is
+ * open it joins the batch.
+ *
+ * @param to    the register, raw address or command
+ * @param value value of the field, in its place in the register
+ * @param mask  bits of the register to write; not 0 of a register
+ * @param where who asks
+ * @throws std::system_error the library's code
+ */
+inline void write_field(const target &to, uint32_t value, uint32_t mask,
+                        caller where = caller::here()) {
+  detail::check(detail::write_field(to, value, mask, where), "write_field", to.to());
+}
+
+/**
+ * Reads a run of consecutive registers: lib_mrv_asic_n_read.
+ *
+ * @param from  the first register
+ * @param out   receives as many words as it has room for, or as the service answers
+ * @param where who asks
+ * @throws std::system_error the library's code
+ */
+inline void read_run(const asic_reg &from, word_buffer out, caller where = caller::here()) {
+  detail::check(detail::read_run(from, out, where), "read_run", from);
+}
+
+/**
+ * Reads a run of consecutive registers: lib_mrv_asic_n_read.
+ *
+ * @param from  the first register
+ * @param count number of words, up to morvane::most_words
+ * @param where who asks
+ * @return the words; 0 where the service answers fewer
+ * @throws std::system_error the library's code, or morvane::errc::no_buffer
+ */
+[[nodiscard]] inline std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count,
+                                                    caller where = caller::here()) {
+  std::vector<uint32_t> words;
+  detail::check(detail::read_run(from, count, &words, where), "read_run", from);
+  return words;
+}
+
+/**
+ * Reads consecutive entries of a table: lib_mrv_asic_read_dhs.
+ *
+ * @param from  the table
+ * @param index the first entry
+ * @param out   receives as many entries as it has room for, or as the service answers: words of
+ *              whole entries, or rows of the table's size
+ * @param where who asks
+ * @throws std::system_error the library's code, or morvane::errc::wrong_size
+ */
+inline void read_entries(const table &from, uint32_t index, word_buffer out,
+                         caller where = caller::here()) {
+  detail::check(detail::read_entries(from, index, out, where), "read_entries", from);
+}
+
+/**
+ * Reads consecutive entries of a table: lib_mrv_asic_read_dhs.
+ *
+ * @param from  the table; one whose entry size is known, by morvane::table::words
+ * @param index the first entry
+ * @param count number of entries; of at most morvane::most_words in all
+ * @param where who asks
+ * @return the words of the entries; 0 where the service answers fewer
+ * @throws std::system_error the library's code, or morvane::errc::no_buffer
+ */
+[[nodiscard]] inline std::vector<uint32_t> read_entries(const table &from, uint32_t index,
+                                                        std::size_t count,
+                                                        caller where = caller::here()) {
+  std::vector<uint32_t> words;
+  detail::check(detail::read_entries(from, index, count, &words, where), "read_entries", from);
+  return words;
+}
+
+/**
+ * Reads consecutive entries of a table as rows: lib_mrv_asic_read_dhs.
+ *
+ * @param from  the table
+ * @param index the first entry
+ * @param count number of entries; of at most morvane::most_words in all
+ * @param where who asks
+ * @return a row an entry; 0 where the service answers fewer words
+ * @throws std::system_error the library's code, or morvane::errc::no_buffer
+ */
+template <auto Register, uint32_t Words>
+[[nodiscard]] auto read_rows(const table_of<Register, Words> &from, uint32_t index,
+                             std::size_t count, caller where = caller::here()) {
+  std::vector<typename table_of<Register, Words>::row> rows;
+  detail::check(detail::read_entries(from, index, count, &rows, where), "read_rows", from);
+  return rows;
+}
+
+/**
+ * Reads one entry of a table: lib_mrv_asic_read_dhs.
+ *
+ * @param from  the table
+ * @param index the entry
+ * @param where who asks
+ * @return its words; 0 where the service answers fewer
+ * @throws std::system_error the library's code
+ */
+template <auto Register, uint32_t Words>
+[[nodiscard]] auto read_row(const table_of<Register, Words> &from, uint32_t index,
+                            caller where = caller::here()) {
+  typename table_of<Register, Words>::row row = {};
+  detail::check(detail::read_entries(from, index, row, where), "read_row", from);
+  return row;
+}
+
+/**
+ * Writes consecutive entries of a table: lib_mrv_asic_write_dhs. While a batch is open each word
+ * joins the batch.
+ *
+ * @param to    the table
+ * @param index the first entry
+ * @param in    words of whole entries, or rows of the table's size
+ * @param where who asks
+ * @throws std::system_error the library's code, or morvane::errc::wrong_size
+ */
+inline void write_entries(const table &to, uint32_t index, word_view in,
+                          caller where = caller::here()) {
+  detail::check(detail::write_entries(to, index, in, where), "write_entries", to);
+}
+#endif
+
+/**
+ * @copydoc init(slot_num_t, caller)
+ * @param ec receives the error; clear on success
+ */
+inline void init(slot_num_t slot, std::error_code &ec, caller where = caller::here()) noexcept {
+  detail::report(detail::init(slot, where), ec);
+}
+
+/**
+ * @copydoc read(const asic_reg &, caller)
+ * @param ec receives the error; clear on success
+ */
+inline uint32_t read(const asic_reg &from, std::error_code &ec,
+                     caller where = caller::here()) noexcept {
+  uint32_t value = 0;
+  detail::report(detail::read(from, &value, where), ec);
+  return value;
+}
+
+/**
+ * @copydoc write(const target &, uint32_t, caller)
+ * @param ec receives the error; clear on success
+ */
+inline void write(const target &to, uint32_t value, std::error_code &ec,
+                  caller where = caller::here()) noexcept {
+  detail::report(detail::write(to, value, where), ec);
+}
+
+/**
+ * @copydoc write_field(const target &, uint32_t, uint32_t, caller)
+ * @param ec receives the error; clear on success
+ */
+inline void write_field(const target &to, uint32_t value, uint32_t mask, std::error_code &ec,
+                        caller where = caller::here()) noexcept {
+  detail::report(detail::write_field(to, value, mask, where), ec);
+}
+
+/**
+ * @copydoc read_run(const asic_reg &, word_buffer, caller)
+ * @param ec receives the error; clear on success
+ */
+inline void read_run(const asic_reg &from, word_buffer out, std::error_code &ec,
+                     caller where = caller::here()) noexcept {
+  detail::report(detail::read_run(from, out, where), ec);
+}
+
+/**
+ * @copydoc read_run(const asic_reg &, std::size_t, caller)
+ * @param ec receives the error; clear on success
+ */
+inline std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count, std::error_code &ec,
+                                      caller where = caller::here()) noexcept {
+  std::vector<uint32_t> words;
+  detail::report(detail::read_run(from, count, &words, where), ec);
+  if (ec)
+    words.clear();
+  return words;
+}
+
+/**
+ * @copydoc read_entries(const table &, uint32_t, word_buffer, caller)
+ * @param ec receives the error; clear on success
+ */
+inline void read_entries(const table &from, uint32_t index, word_buffer out, std::error_code &ec,
+                         caller where = caller::here()) noexcept {
+  detail::report(detail::read_entries(from, index, out, where), ec);
+}
+
+/**
+ * @copydoc read_entries(const table &, uint32_t, std::size_t, caller)
+ * @param ec receives the error; clear on success
+ */
+inline std::vector<uint32_t> read_entries(const table &from, uint32_t index, std::size_t count,
+                                          std::error_code &ec,
+                                          caller where = caller::here()) noexcept {
+  std::vector<uint32_t> words;
+  detail::report(detail::read_entries(from, index, count, &words, where), ec);
+  if (ec)
+    words.clear();
+  return words;
+}
+
+/**
+ * @copydoc read_rows(const table_of<Register, Words> &, uint32_t, std::size_t, caller)
+ * @param ec receives the error; clear on success
+ */
+template <auto Register, uint32_t Words>
+auto read_rows(const table_of<Register, Words> &from, uint32_t index, std::size_t count,
+               std::error_code &ec, caller where = caller::here()) noexcept {
+  std::vector<typename table_of<Register, Words>::row> rows;
+  detail::report(detail::read_entries(from, index, count, &rows, where), ec);
+  if (ec)
+    rows.clear();
+  return rows;
+}
+
+/**
+ * @copydoc read_row(const table_of<Register, Words> &, uint32_t, caller)
+ * @param ec receives the error; clear on success
+ */
+template <auto Register, uint32_t Words>
+auto read_row(const table_of<Register, Words> &from, uint32_t index, std::error_code &ec,
+              caller where = caller::here()) noexcept {
+  typename table_of<Register, Words>::row row = {};
+  detail::report(detail::read_entries(from, index, row, where), ec);
+  return row;
+}
+
+/**
+ * @copydoc write_entries(const table &, uint32_t, word_view, caller)
+ * @param ec receives the error; clear on success
+ */
+inline void write_entries(const table &to, uint32_t index, word_view in, std::error_code &ec,
+                          caller where = caller::here()) noexcept {
+  detail::report(detail::write_entries(to, index, in, where), ec);
+}
+/** @} */
+
+/**
+ * @defgroup cxx_batch C++: batches and programs
+ * @{
+ */
+
+namespace detail {
+
+/** A morvane::batch of this program is open. */
+inline bool batch_open = false;
+
+}  // namespace detail
+
+/** Whether the service may reorder the writes of a batch. */
+enum class reorder {
+  forbidden, /**< as they were written */
+  allowed    /**< in any order */
+};
+
+/**
+ * A scope whose writes are sent together when it is left, also by an exception. It is no database
+ * transaction: nothing is rolled back, for the library has no way to drop what was written; that is
+ * why it is called a batch.
+ *
+ *     {
+ *       morvane::batch port_2("port 2", morvane::reorder::allowed);
+ *       morvane::write(morvane::at(HI_DHS_LVIF_OFFSET, 2), 1);
+ *       morvane::write_entries(policers, 0, rows);
+ *     }
+ *
+ * It is the open transaction of the library (mrv_asic_transaction_start), with what belongs to it:
+ * a read sends what was written so far, and the writes behind it go in another call, as does each
+ * 513th word; both without reordering. A commit reports no failure: commit_and_verify() reads back.
+ *
+ * One at a time is open in a program; in one with threads it is a morvane::session::batch.
+ */
+class [[nodiscard]] batch {
+ public:
+#ifdef __cpp_exceptions
+  /**
+   * Opens it.
+   *
+   * @param name  its name, which the service gets, up to 31 characters; not empty
+   * @param order whether its writes may be reordered
+   * @throws std::system_error morvane::errc::already_open, or ::SYSERR_KEL_ASIC_INVALID_ARG of a
+   *         null or empty name
+   */
+  [[nodiscard]] explicit batch(const char *name, reorder order = reorder::forbidden) {
+    detail::check(open(name, order), "batch", name);
+  }
+#endif
+  /**
+   * Opens it. Where that fails it is no batch: writes go out at once.
+   *
+   * @param name  its name, which the service gets, up to 31 characters; not empty
+   * @param order whether its writes may be reordered
+   * @param ec    receives morvane::errc::already_open, or ::SYSERR_KEL_ASIC_INVALID_ARG of a null
+   * or empty name; clear on success
+   */
+  [[nodiscard]] batch(const char *name, reorder order, std::error_code &ec) noexcept {
+    detail::report(open(name, order), ec);
+  }
+
+  batch(const batch &) = delete;
+  batch &operator=(const batch &) = delete;
+
+  ~batch() {
+    commit();
+  }
+
+  /** Sends the writes now and ends the batch. Whether they have arrived nothing tells. */
+  void commit() noexcept {
+    if (!open_)
+      return;
+    mrv_asic_transaction_commit();
+    detail::batch_open = open_ = false;
+  }
+
+#ifdef __cpp_exceptions
+  /**
+   * Sends the writes now, ends the batch, and reads a register back: the last one written is a good
+   * one, for what a batch writes arrives whole or not at all.
+   *
+   * @param at       the register
+   * @param expected the value that it must have
+   * @param where    who asks
+   * @throws std::system_error morvane::errc::not_verified, or the code of the read
+   */
+  void commit_and_verify(const asic_reg &at, uint32_t expected, caller where = caller::here()) {
+    detail::check(verify(at, expected, where), "commit_and_verify", at);
+  }
+#endif
+
+  /**
+   * Sends the writes now, ends the batch, and reads a register back.
+   *
+   * @param at       the register
+   * @param expected the value that it must have
+   * @param ec       receives morvane::errc::not_verified, or the code of the read; clear on success
+   * @param where    who asks
+   */
+  void commit_and_verify(const asic_reg &at, uint32_t expected, std::error_code &ec,
+                         caller where = caller::here()) noexcept {
+    detail::report(verify(at, expected, where), ec);
+  }
+
+ private:
+  syserr_t open(const char *name, reorder order) noexcept {
+    if (name == nullptr || *name == '\0')
+      return SYSERR_KEL_ASIC_INVALID_ARG;  // the library would open none
+    if (detail::batch_open)
+      return static_cast<syserr_t>(errc::already_open);
+    mrv_asic_transaction_start(detail::text(name), order == reorder::allowed);
+    detail::batch_open = open_ = true;
+    return 0;
+  }
+
+  syserr_t verify(const asic_reg &at, uint32_t expected, const caller &who) noexcept {
+    commit();
+    uint32_t value = 0;
+    const syserr_t result = detail::read(at, &value, who);
+    if (result != 0)
+      return result;
+    return value == expected ? 0 : static_cast<syserr_t>(errc::not_verified);
+  }
+
+  bool open_ = false;
+};
+
+/** On which ASICs of a module a program runs: one, or those of a map. */
+class asic_set {
+ public:
+  /** @param one the ASIC */
+  constexpr asic_set(asic one = {}) noexcept : on_(one) {}
+
+  /**
+   * @param bits   a bit an ASIC number, bits 0 to 30; those that do not exist are passed over
+   * @param module module number
+   * @return the ASICs of the map
+   */
+  [[nodiscard]] static constexpr asic_set map(uint32_t bits, int module = 0) noexcept {
+    return asic_set({module, bits | UINT32_C(1) << 31});
+  }
+
+  /** @return module and selection as lib_mrv_asic_pgm takes them */
+  [[nodiscard]] constexpr asic selection() const noexcept { return on_; }
+
+ private:
+  asic on_;
+};
+
+/**
+ * A step of a register program.
+ *
+ * @param to    the register; on which ASICs the run of the program says
+ * @param value its value, or that of the field in its place
+ * @param mask  bits to write; all of them if left out
+ * @return the step, its magic filled in
+ */
+[[nodiscard]] constexpr kel_asic_pgm_t step(const reg &to, uint32_t value,
+                                            uint32_t mask = UINT32_MAX) noexcept {
+  return {KEL_ASIC_PGM_MAGIC, to.block(), to.instance(), to.vreg(), value, mask};
+}
+
+/**
+ * Builds a register program. One that does not grow is an array of steps too:
+ *
+ *     constexpr std::array reset = {morvane::step(first, 0), morvane::step(second, 1, 0xFF)};
+ *     morvane::run(reset);
+ */
+class program {
+ public:
+  /**
+   * Adds a write of a whole register.
+   *
+   * @param to    the register
+   * @param value its value
+   * @return this program
+   */
+  program &write(const reg &to, uint32_t value) {
+    steps_.push_back(step(to, value));
+    return *this;
+  }
+
+  /**
+   * Adds a write of the bits that a mask selects.
+   *
+   * @param to    the register
+   * @param value value of the field, in its place
+   * @param mask  bits to write; not 0
+   * @return this program
+   */
+  program &write_field(const reg &to, uint32_t value, uint32_t mask) {
+    steps_.push_back(step(to, value, mask));
+    return *this;
+  }
+
+  /** @return the steps */
+  [[nodiscard]] const kel_asic_pgm_t *data() const noexcept { return steps_.data(); }
+  /** @return number of steps */
+  [[nodiscard]] std::size_t size() const noexcept { return steps_.size(); }
+
+ private:
+  std::vector<kel_asic_pgm_t> steps_ = {};
+};
+
+namespace detail {
+
+template <typename Program>
+syserr_t run(const Program &steps, const asic &on, const caller &who) noexcept {
+  static_assert(std::is_same_v<element_of<const Program>, const kel_asic_pgm_t>,
+                "a program is made of steps: say step(register, value)");
+  if (std::size(steps) > INT_MAX)
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  return lib_mrv_asic_pgm(on.module, on.number, const_cast<kel_asic_pgm_t *>(std::data(steps)),
+                          static_cast<int>(std::size(steps)), who.context, text(who.file), who.line,
+                          who.func);
+}
+
+}  // namespace detail
+
+#ifdef __cpp_exceptions
+/**
+ * Runs a register program: lib_mrv_asic_pgm. While a batch is open its writes join the batch.
+ *
+ * @param steps a morvane::program, or anything with data() and size() of steps; at least one
+ * @param on    the ASICs
+ * @param where who asks
+ * @throws std::system_error the library's code: of the first step that failed; those before it stay
+ *         written
+ */
+template <typename Program>
+void run(const Program &steps, asic_set on = {}, caller where = caller::here()) {
+  detail::check(detail::run(steps, on.selection(), where), "run", on.selection());
+}
+#endif
+
+/**
+ * @copydoc run(const Program &, asic_set, caller)
+ * @param ec receives the error; clear on success
+ */
+template <typename Program>
+void run(const Program &steps, asic_set on, std::error_code &ec,
+         caller where = caller::here()) noexcept {
+  detail::report(detail::run(steps, on.selection(), where), ec);
+}
+/** @} */
+
+/**
+ * @defgroup cxx_qos C++: QoS statistics
+ * @{
+ */
+
+class qos_stats;
+
+namespace detail {
+
+/** Some arguments of the C interface are bytes: what they would cut off is refused. */
+constexpr bool is_byte(uint32_t number) noexcept {
+  return number <= UINT8_MAX;
+}
+
+constexpr bool has_bytes(const asic &on) noexcept {
+  return is_byte(static_cast<uint32_t>(on.module)) && is_byte(on.number);
+}
+
+inline syserr_t get_qos_stats(const port &of, kel_asic_qos_stats_t *stats, uint32_t opts) noexcept {
+  if (!has_bytes(of.on) || !is_byte(of.number))
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  return lib_mrv_asic_get_qos_stats(static_cast<uint8_t>(of.on.module),
+                                    static_cast<uint8_t>(of.on.number), of.type,
+                                    static_cast<uint8_t>(of.number), stats, opts);
+}
+
+inline syserr_t clear_qos_stats(const port &of, uint32_t opts) noexcept {
+  if (!has_bytes(of.on) || !is_byte(of.number))
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  return lib_mrv_asic_clear_qos_stats(static_cast<uint8_t>(of.on.module),
+                                      static_cast<uint8_t>(of.on.number), of.type,
+                                      static_cast<uint8_t>(of.number), opts);
+}
+
+inline syserr_t clear_all_qos_stats(const asic &on, uint32_t opts) noexcept {
+  if (!has_bytes(on))
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  return lib_mrv_asic_clear_all_qos_stats(static_cast<uint8_t>(on.module),
+                                          static_cast<uint8_t>(on.number), opts);
+}
+
+}  // namespace detail
+
+/**
+ * The QoS statistics of a port, by value: the counters of a record are aligned to 4 bytes, so no
+ * reference to one leaves. Counters by priority or class are arrays that a range-for goes over.
+ */
+class qos_stats {
+ public:
+  /** Eight counters, by priority or class. */
+  using by_class = std::array<uint64_t, 8>;
+  /** Six rows of eight drop counters; the service defines the rows. */
+  using drops = std::array<by_class, 6>;
+
+  /** Statistics that hold nothing yet; initialise them with {} to hold zeros. */
+  qos_stats() = default;
+  /** @param record statistics of the C interface */
+  explicit qos_stats(const kel_asic_qos_stats_t &record) noexcept : record_(record) {}
+  /** @return them as the C interface has them */
+  [[nodiscard]] kel_asic_qos_stats_t record() const noexcept { return record_; }
+
+  /** @return flow-control setting */
+  [[nodiscard]] port_flow_ctrl_t flow_ctrl() const noexcept { return record_.pause.flow_ctrl; }
+  /** @return XOFF pause frames received */
+  [[nodiscard]] uint64_t rx_xoff() const noexcept { return record_.pause.rx_xoff_cnt; }
+  /** @return XON pause frames received */
+  [[nodiscard]] uint64_t rx_xon() const noexcept { return record_.pause.rx_xon_cnt; }
+  /** @return XOFF pause frames sent */
+  [[nodiscard]] uint64_t tx_xoff() const noexcept { return record_.pause.tx_xoff_cnt; }
+  /** @return XON pause frames sent */
+  [[nodiscard]] uint64_t tx_xon() const noexcept { return record_.pause.tx_xon_cnt; }
+  /** @return PFC XOFF sent, by priority */
+  [[nodiscard]] by_class tx_pfc_xoff() const noexcept {
+    return copy<by_class>(&record_.pause.tx_pfc_xoff_cnt);
+  }
+  /** @return PFC XOFF received, by priority */
+  [[nodiscard]] by_class rx_pfc_xoff() const noexcept {
+    return copy<by_class>(&record_.pause.rx_pfc_xoff_cnt);
+  }
+  /** @return PFC frames sent */
+  [[nodiscard]] uint64_t tx_pfc() const noexcept { return record_.pause.tx_pfc_cnt; }
+  /** @return PFC frames received */
+  [[nodiscard]] uint64_t rx_pfc() const noexcept { return record_.pause.rx_pfc_cnt; }
+  /** @return whether the receive side is in XOFF state */
+  [[nodiscard]] bool rx_in_xoff() const noexcept { return record_.pause.rx_xoff_status != 0; }
+  /** @return whether the transmit side is in XOFF state */
+  [[nodiscard]] bool tx_in_xoff() const noexcept { return record_.pause.tx_xoff_status != 0; }
+  /** @return writes received, by class */
+  [[nodiscard]] by_class writes_received() const noexcept {
+    return copy<by_class>(&record_.ss_dhs.wr_rcvd_cnt);
+  }
+  /** @return writes discarded */
+  [[nodiscard]] uint64_t writes_discarded() const noexcept { return record_.ss_dhs.wr_discard_cnt; }
+  /** @return multicast writes discarded */
+  [[nodiscard]] uint64_t multicast_writes_discarded() const noexcept {
+    return record_.ss_dhs.wr_discard_mcast_cnt;
+  }
+  /** @return writes received with an error */
+  [[nodiscard]] uint64_t write_errors() const noexcept { return record_.ss_dhs.wr_rcvd_err_cnt; }
+  /** @return reads sent, by class */
+  [[nodiscard]] by_class reads_sent() const noexcept {
+    return copy<by_class>(&record_.ss_dhs.rd_sent_cnt);
+  }
+  /** @return queue flushes */
+  [[nodiscard]] uint64_t queue_flushes() const noexcept { return record_.oq.flush_cnt; }
+  /** @return queue time-outs */
+  [[nodiscard]] uint64_t queue_timeouts() const noexcept { return record_.oq.tout_cnt; }
+  /** @return drops in the n2h direction */
+  [[nodiscard]] drops n2h_drops() const noexcept { return copy<drops>(&record_.drops.n2h_drops); }
+  /** @return drops in the h2n direction */
+  [[nodiscard]] drops h2n_drops() const noexcept { return copy<drops>(&record_.drops.h2n_drops); }
+
+ private:
+#ifdef __cpp_exceptions
+  friend qos_stats get_qos_stats(const port &of, uint32_t opts);
+#endif
+  friend qos_stats get_qos_stats(const port &of, std::error_code &ec, uint32_t opts) noexcept;
+
+  template <typename Counters>
+  static Counters copy(const void *from) noexcept {
+    Counters counters = {};
+    std::memcpy(&counters, from, sizeof counters);
+    return counters;
+  }
+
+  kel_asic_qos_stats_t record_;
+};
+
+#ifdef __cpp_exceptions
+/**
+ * Reads the QoS statistics of a port: lib_mrv_asic_get_qos_stats.
+ *
+ * @param of   the port; the service judges it
+ * @param opts options, passed through to the service
+ * @return the statistics
+ * @throws std::system_error the library's code
+ */
+[[nodiscard]] inline qos_stats get_qos_stats(const port &of, uint32_t opts = 0) {
+  qos_stats stats;
+  detail::check(detail::get_qos_stats(of, &stats.record_, opts), "get_qos_stats", of);
+  return stats;
+}
+
+/**
+ * Clears the QoS statistics of a port: lib_mrv_asic_clear_qos_stats.
+ *
+ * @param of   the port; the service judges it
+ * @param opts options, passed through to the service
+ * @throws std::system_error the library's code
+ */
+inline void clear_qos_stats(const port &of, uint32_t opts = 0) {
+  detail::check(detail::clear_qos_stats(of, opts), "clear_qos_stats", of);
+}
+
+/**
+ * Clears the QoS statistics of every port of an ASIC: lib_mrv_asic_clear_all_qos_stats.
+ *
+ * @param on   the ASIC
+ * @param opts options, passed through to the service
+ * @throws std::system_error the library's code
+ */
+inline void clear_all_qos_stats(asic on = {}, uint32_t opts = 0) {
+  detail::check(detail::clear_all_qos_stats(on, opts), "clear_all_qos_stats", on);
+}
+#endif
+
+/**
+ * @copydoc get_qos_stats(const port &, uint32_t)
+ * @param ec receives the error; clear on success
+ */
+inline qos_stats get_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
+  qos_stats stats;
+  detail::report(detail::get_qos_stats(of, &stats.record_, opts), ec);
+  if (ec)
+    stats = qos_stats{};
+  return stats;
+}
+
+/**
+ * @copydoc clear_qos_stats(const port &, uint32_t)
+ * @param ec receives the error; clear on success
+ */
+inline void clear_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
+  detail::report(detail::clear_qos_stats(of, opts), ec);
+}
+
+/**
+ * @copydoc clear_all_qos_stats(asic, uint32_t)
+ * @param ec receives the error; clear on success
+ */
+inline void clear_all_qos_stats(asic on, std::error_code &ec, uint32_t opts = 0) noexcept {
+  detail::report(detail::clear_all_qos_stats(on, opts), ec);
+}
+/** @} */
+
+/**
+ * @defgroup cxx_port C++: ports and queues
+ * @{
+ */
+
+namespace detail {
+
+inline syserr_t link_pause_enable(const port &of) noexcept {
+  return lib_mrv_asic_link_pause_enable(of.on.module, static_cast<int>(of.on.number), of.type,
+                                        of.number);
+}
+
+inline syserr_t link_pause_disable(const port &of) noexcept {
+  return lib_mrv_asic_link_pause_disable(of.on.module, static_cast<int>(of.on.number), of.type,
+                                         of.number);
+}
+
+inline syserr_t set_nodrop_class_map(uint32_t map, const asic &on) noexcept {
+  return lib_mrv_asic_set_nodrop_class_map(on.module, static_cast<int>(on.number), map);
+}
+
+inline syserr_t sfp_validation_failed(const port &of) noexcept {
+  if (!is_byte(of.type) || !is_byte(of.number))
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  return lib_mrv_asic_sfp_validation_failed(of.on.module, static_cast<int>(of.on.number), of.type,
+                                            of.number);
+}
+
+inline syserr_t prog_sp_timer(uint16_t time, const asic &on) noexcept {
+  if (!has_bytes(on))
+    return SYSERR_KEL_ASIC_INVALID_ARG;
+  return lib_mrv_asic_prog_sp_timer(static_cast<uint8_t>(on.module),
+                                    static_cast<uint8_t>(on.number), time);
+}
+
+inline syserr_t clear_all_drop_counters() noexcept {
+  return lib_mrv_asic_clear_all_drop_counters();
+}
+
+}  // namespace detail
+
+#ifdef __cpp_exceptions
+/**
+ * Enables link pause on a port: lib_mrv_asic_link_pause_enable. While a batch is open it joins
+ * the batch.
+ *
+ * @param of the port
+ * @throws std::system_error the library's code
+ */
+inline void link_pause_enable(const port &of) {
+  detail::check(detail::link_pause_enable(of), "link_pause_enable", of);
+}
+
+/**
+ * Disables link pause on a port: lib_mrv_asic_link_pause_disable. While a batch is open it joins
+ * the batch.
+ *
+ * @param of the port
+ * @throws std::system_error the library's code
+ */
+inline void link_pause_disable(const port &of) {
+  detail::check(detail::link_pause_disable(of), "link_pause_disable", of);
+}
+
+/**
+ * Sets the no-drop class-of-service map of an ASIC: lib_mrv_asic_set_nodrop_class_map. While a
+ * batch is open it joins the batch.
+ *
+ * @param map the map, a bit a class; only bits 0 to 7 are sent
+ * @param on  the ASIC
+ * @throws std::system_error the library's code
+ */
+inline void set_nodrop_class_map(uint32_t map, asic on = {}) {
+  detail::check(detail::set_nodrop_class_map(map, on), "set_nodrop_class_map", on);
+}
+
+/**
+ * Reports that the SFP transceiver of a port failed its validation:
+ * lib_mrv_asic_sfp_validation_failed. While a batch is open it joins the batch.
+ *
+ * @param of the port; type and number below 256
+ * @throws std::system_error the library's code
+ */
+inline void sfp_validation_failed(const port &of) {
+  detail::check(detail::sfp_validation_failed(of), "sfp_validation_failed", of);
+}
+
+/**
+ * Programs the SP timer: lib_mrv_asic_prog_sp_timer.
+ *
+ * @param time time to program, in the service's unit
+ * @param on   the ASIC
+ * @throws std::system_error the library's code
+ */
+inline void prog_sp_timer(uint16_t time, asic on = {}) {
+  detail::check(detail::prog_sp_timer(time, on), "prog_sp_timer", on);
+}
+
+/**
+ * Clears all drop counters of module 0, ASIC 0: lib_mrv_asic_clear_all_drop_counters.
+ *
+ * @throws std::system_error the library's code
+ */
+inline void clear_all_drop_counters() {
+  detail::check(detail::clear_all_drop_counters(), "clear_all_drop_counters", asic{});
+}
+#endif
+
+/**
+ * @copydoc link_pause_enable(const port &)
+ * @param ec receives the error; clear on success
+ */
+inline void link_pause_enable(const port &of, std::error_code &ec) noexcept {
+  detail::report(detail::link_pause_enable(of), ec);
+}
+
+/**
+ * @copydoc link_pause_disable(const port &)
+ * @param ec receives the error; clear on success
+ */
+inline void link_pause_disable(const port &of, std::error_code &ec) noexcept {
+  detail::report(detail::link_pause_disable(of), ec);
+}
+
+/**
+ * @copydoc set_nodrop_class_map(uint32_t, asic)
+ * @param ec receives the error; clear on success
+ */
+inline void set_nodrop_class_map(uint32_t map, asic on, std::error_code &ec) noexcept {
+  detail::report(detail::set_nodrop_class_map(map, on), ec);
+}
+
+/**
+ * @copydoc sfp_validation_failed(const port &)
+ * @param ec receives the error; clear on success
+ */
+inline void sfp_validation_failed(const port &of, std::error_code &ec) noexcept {
+  detail::report(detail::sfp_validation_failed(of), ec);
+}
+
+/**
+ * @copydoc prog_sp_timer(uint16_t, asic)
+ * @param ec receives the error; clear on success
+ */
+inline void prog_sp_timer(uint16_t time, asic on, std::error_code &ec) noexcept {
+  detail::report(detail::prog_sp_timer(time, on), ec);
+}
+
+/**
+ * @copydoc clear_all_drop_counters()
+ * @param ec receives the error; clear on success
+ */
+inline void clear_all_drop_counters(std::error_code &ec) noexcept {
+  detail::report(detail::clear_all_drop_counters(), ec);
+}
+/** @} */
+
+/**
+ * @defgroup cxx_session C++: threads
+ * @{
+ */
+
+/**
+ * The operations for a program with threads: each of this header is a member, with the same
+ * arguments, and takes one lock around its call. A session::batch keeps the lock as long as it is
+ * there, so that no other thread's write gets into it and no other thread's read sends it early.
+ *
+ * The lock is one a program, as the library's state is: any number of sessions share it. Threads
+ * that use the library without a session are not kept off. A session is itself a lock, for several
+ * operations as one (a read and the write that depends on it) and for calls of the C interface:
+ *
+ *     morvane::session card;
+ *     {
+ *       const std::lock_guard turn(card);
+ *       card.write(counter, card.read(counter) + 1);
+ *     }
+ *
+ * The same thread may take the lock again. A thread that waits for another while it holds it may
+ * wait for ever. Not for signal handlers.
+ */
+class session {
+ public:
+  class batch;
+
+  /** Waits for the turn. */
+  void lock() { mutex().lock(); }
+  /** @return whether the turn was free, and now is taken */
+  bool try_lock() { return mutex().try_lock(); }
+  /** Ends the turn. */
+  void unlock() { mutex().unlock(); }
+
+#ifdef __cpp_exceptions
+  /** @copydoc morvane::init(slot_num_t, caller) */
+  void init(slot_num_t slot = 0, caller where = caller::here()) {
+    const turn mine(mutex());
+    morvane::init(slot, where);
+  }
+
+  /** @copydoc morvane::read(const asic_reg &, caller) */
+  [[nodiscard]] uint32_t read(const asic_reg &from, caller where = caller::here()) {
+    const turn mine(mutex());
+    return morvane::read(from, where);
+  }
+
+  /** @copydoc morvane::write(const target &, uint32_t, caller) */
+  void write(const target &to, uint32_t value, caller where = caller::here()) {
+    const turn mine(mutex());
+    morvane::write(to, value, where);
+  }
+
+  /** @copydoc morvane::write_field(const target &, uint32_t, uint32_t, caller) */
+  void write_field(const target &to, uint32_t value, uint32_t mask, caller where = caller::here()) {
+    const turn mine(mutex());
+    morvane::write_field(to, value, mask, where);
+  }
+
+  /** @copydoc morvane::read_run(const asic_reg &, word_buffer, caller) */
+  void read_run(const asic_reg &from, word_buffer out, caller where = caller::here()) {
+    const turn mine(mutex());
+    morvane::read_run(from, out, where);
+  }
+
+  /** @copydoc morvane::read_run(const asic_reg &, std::size_t, caller) */
+  [[nodiscard]] std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count,
+                                               caller where = caller::here()) {
+    const turn mine(mutex());
+    return morvane::read_run(from, count, where);
+  }
+
+  /** @copydoc morvane::read_entries(const table &, uint32_t, word_buffer, caller) */
+  void read_entries(const table &from, uint32_t index, word_buffer out,
+                    caller where = caller::here()) {
+    const turn mine(mutex());
+    morvane::read_entries(from, index, out, where);
+  }
+
+  /** @copydoc morvane::read_entries(const table &, uint32_t, std::size_t, caller) */
+  [[nodiscard]] std::vector<uint32_t> read_entries(const table &from, uint32_t index,
+                                                   std::size_t count,
+                                                   caller where = caller::here()) {
+    const turn mine(mutex());
+    return morvane::read_entries(from, index, count, where);
+  }
+
+  /** @copydoc morvane::read_rows(const table_of<Register, Words> &, uint32_t, std::size_t, caller)
+   */
+  template <auto Register, uint32_t Words>
+  [[nodiscard]] auto read_rows(const table_of<Register, Words> &from, uint32_t index,
+                               std::size_t count, caller where = caller::here()) {
+    const turn mine(mutex());
+    return morvane::read_rows(from, index, count, where);
+  }
+
+  /** @copydoc morvane::read_row(const table_of<Register, Words> &, uint32_t, caller) */
+  template <auto Register, uint32_t Words>
+  [[nodiscard]] auto read_row(const table_of<Register, Words> &from, uint32_t index,
+                              caller where = caller::here()) {
+    const turn mine(mutex());
+    return morvane::read_row(from, index, where);
+  }
+
+  /** @copydoc morvane::write_entries(const table &, uint32_t, word_view, caller) */
+  void write_entries(const table &to, uint32_t index, word_view in, caller where = caller::here()) {
+    const turn mine(mutex());
+    morvane::write_entries(to, index, in, where);
+  }
+
+  /** @copydoc morvane::run(const Program &, asic_set, caller) */
+  template <typename Program>
+  void run(const Program &steps, asic_set on = {}, caller where = caller::here()) {
+    const turn mine(mutex());
+    morvane::run(steps, on, where);
+  }
+
+  /** @copydoc morvane::get_qos_stats(const port &, uint32_t) */
+  [[nodiscard]] qos_stats get_qos_stats(const port &of, uint32_t opts = 0) {
+    const turn mine(mutex());
+    return morvane::get_qos_stats(of, opts);
+  }
+
+  /** @copydoc morvane::clear_qos_stats(const port &, uint32_t) */
+  void clear_qos_stats(const port &of, uint32_t opts = 0) {
+    const turn mine(mutex());
+    morvane::clear_qos_stats(of, opts);
+  }
+
+  /** @copydoc morvane::clear_all_qos_stats(asic, uint32_t) */
+  void clear_all_qos_stats(asic on = {}, uint32_t opts = 0) {
+    const turn mine(mutex());
+    morvane::clear_all_qos_stats(on, opts);
+  }
+
+  /** @copydoc morvane::link_pause_enable(const port &) */
+  void link_pause_enable(const port &of) {
+    const turn mine(mutex());
+    morvane::link_pause_enable(of);
+  }
+
+  /** @copydoc morvane::link_pause_disable(const port &) */
+  void link_pause_disable(const port &of) {
+    const turn mine(mutex());
+    morvane::link_pause_disable(of);
+  }
+
+  /** @copydoc morvane::set_nodrop_class_map(uint32_t, asic) */
+  void set_nodrop_class_map(uint32_t map, asic on = {}) {
+    const turn mine(mutex());
+    morvane::set_nodrop_class_map(map, on);
+  }
+
+  /** @copydoc morvane::sfp_validation_failed(const port &) */
+  void sfp_validation_failed(const port &of) {
+    const turn mine(mutex());
+    morvane::sfp_validation_failed(of);
+  }
+
+  /** @copydoc morvane::prog_sp_timer(uint16_t, asic) */
+  void prog_sp_timer(uint16_t time, asic on = {}) {
+    const turn mine(mutex());
+    morvane::prog_sp_timer(time, on);
+  }
+
+  /** @copydoc morvane::clear_all_drop_counters() */
+  void clear_all_drop_counters() {
+    const turn mine(mutex());
+    morvane::clear_all_drop_counters();
+  }
+#endif
+
+  /** @copydoc morvane::init(slot_num_t, std::error_code &, caller) */
+  void init(slot_num_t slot, std::error_code &ec, caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    morvane::init(slot, ec, where);
+  }
+
+  /** @copydoc morvane::read(const asic_reg &, std::error_code &, caller) */
+  uint32_t read(const asic_reg &from, std::error_code &ec, caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    return morvane::read(from, ec, where);
+  }
+
+  /** @copydoc morvane::write(const target &, uint32_t, std::error_code &, caller) */
+  void write(const target &to, uint32_t value, std::error_code &ec,
+             caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    morvane::write(to, value, ec, where);
+  }
+
+  /** @copydoc morvane::write_field(const target &, uint32_t, uint32_t, std::error_code &, caller)
+   */
+  void write_field(const target &to, uint32_t value, uint32_t mask, std::error_code &ec,
+                   caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    morvane::write_field(to, value, mask, ec, where);
+  }
+
+  /** @copydoc morvane::read_run(const asic_reg &, word_buffer, std::error_code &, caller) */
+  void read_run(const asic_reg &from, word_buffer out, std::error_code &ec,
+                caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    morvane::read_run(from, out, ec, where);
+  }
+
+  /** @copydoc morvane::read_run(const asic_reg &, std::size_t, std::error_code &, caller) */
+  std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count, std::error_code &ec,
+                                 caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    return morvane::read_run(from, count, ec, where);
+  }
+
+  /** @copydoc morvane::read_entries(const table &, uint32_t, word_buffer, std::error_code &,
+   * caller) */
+  void read_entries(const table &from, uint32_t index, word_buffer out, std::error_code &ec,
+                    caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    morvane::read_entries(from, index, out, ec, where);
+  }
+
+  /** @copydoc morvane::read_entries(const table &, uint32_t, std::size_t, std::error_code &,
+   * caller) */
+  std::vector<uint32_t> read_entries(const table &from, uint32_t index, std::size_t count,
+                                     std::error_code &ec, caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    return morvane::read_entries(from, index, count, ec, where);
+  }
+
+  /** @copydoc morvane::read_rows(const table_of<Register, Words> &, uint32_t, std::size_t,
+   * std::error_code &, caller) */
+  template <auto Register, uint32_t Words>
+  auto read_rows(const table_of<Register, Words> &from, uint32_t index, std::size_t count,
+                 std::error_code &ec, caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    return morvane::read_rows(from, index, count, ec, where);
+  }
+
+  /** @copydoc morvane::read_row(const table_of<Register, Words> &, uint32_t, std::error_code &,
+   * caller) */
+  template <auto Register, uint32_t Words>
+  auto read_row(const table_of<Register, Words> &from, uint32_t index, std::error_code &ec,
+                caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    return morvane::read_row(from, index, ec, where);
+  }
+
+  /** @copydoc morvane::write_entries(const table &, uint32_t, word_view, std::error_code &, caller)
+   */
+  void write_entries(const table &to, uint32_t index, word_view in, std::error_code &ec,
+                     caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    morvane::write_entries(to, index, in, ec, where);
+  }
+
+  /** @copydoc morvane::run(const Program &, asic_set, std::error_code &, caller) */
+  template <typename Program>
+  void run(const Program &steps, asic_set on, std::error_code &ec,
+           caller where = caller::here()) noexcept {
+    const turn mine(mutex());
+    morvane::run(steps, on, ec, where);
+  }
+
+  /** @copydoc morvane::get_qos_stats(const port &, std::error_code &, uint32_t) */
+  qos_stats get_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
+    const turn mine(mutex());
+    return morvane::get_qos_stats(of, ec, opts);
+  }
+
+  /** @copydoc morvane::clear_qos_stats(const port &, std::error_code &, uint32_t) */
+  void clear_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
+    const turn mine(mutex());
+    morvane::clear_qos_stats(of, ec, opts);
+  }
+
+  /** @copydoc morvane::clear_all_qos_stats(asic, std::error_code &, uint32_t) */
+  void clear_all_qos_stats(asic on, std::error_code &ec, uint32_t opts = 0) noexcept {
+    const turn mine(mutex());
+    morvane::clear_all_qos_stats(on, ec, opts);
+  }
+
+  /** @copydoc morvane::link_pause_enable(const port &, std::error_code &) */
+  void link_pause_enable(const port &of, std::error_code &ec) noexcept {
+    const turn mine(mutex());
+    morvane::link_pause_enable(of, ec);
+  }
+
+  /** @copydoc morvane::link_pause_disable(const port &, std::error_code &) */
+  void link_pause_disable(const port &of, std::error_code &ec) noexcept {
+    const turn mine(mutex());
+    morvane::link_pause_disable(of, ec);
+  }
+
+  /** @copydoc morvane::set_nodrop_class_map(uint32_t, asic, std::error_code &) */
+  void set_nodrop_class_map(uint32_t map, asic on, std::error_code &ec) noexcept {
+    const turn mine(mutex());
+    morvane::set_nodrop_class_map(map, on, ec);
+  }
+
+  /** @copydoc morvane::sfp_validation_failed(const port &, std::error_code &) */
+  void sfp_validation_failed(const port &of, std::error_code &ec) noexcept {
+    const turn mine(mutex());
+    morvane::sfp_validation_failed(of, ec);
+  }
+
+  /** @copydoc morvane::prog_sp_timer(uint16_t, asic, std::error_code &) */
+  void prog_sp_timer(uint16_t time, asic on, std::error_code &ec) noexcept {
+    const turn mine(mutex());
+    morvane::prog_sp_timer(time, on, ec);
+  }
+
+  /** @copydoc morvane::clear_all_drop_counters(std::error_code &) */
+  void clear_all_drop_counters(std::error_code &ec) noexcept {
+    const turn mine(mutex());
+    morvane::clear_all_drop_counters(ec);
+  }
+
+ private:
+  using turn = std::lock_guard<std::recursive_mutex>;
+
+  static std::recursive_mutex &mutex() noexcept {
+    static std::recursive_mutex one;
+    return one;
+  }
+};
+
+/** A batch that is one turn, from where it is opened to where it is left, also by commit(). */
+class [[nodiscard]] session::batch : session::turn, public morvane::batch {
+ public:
+#ifdef __cpp_exceptions
+  /**
+   * Waits for the turn and opens it.
+   *
+   * @param name  its name, which the service gets, up to 31 characters; not empty
+   * @param order whether its writes may be reordered
+   * @throws std::system_error morvane::errc::already_open: this thread has one open; or
+   *         ::SYSERR_KEL_ASIC_INVALID_ARG of a null or empty name
+   */
+  [[nodiscard]] explicit batch(const char *name, reorder order = reorder::forbidden)
+      : turn(mutex()), morvane::batch(name, order) {
+  }
+#endif
+  /**
+   * Waits for the turn and opens it.
+   *
+   * @param name  its name, which the service gets, up to 31 characters; not empty
+   * @param order whether its writes may be reordered
+   * @param ec    receives morvane::errc::already_open: this thread has one open; or
+   *              ::SYSERR_KEL_ASIC_INVALID_ARG of a null or empty name; clear on success
+   */
+  [[nodiscard]] batch(const char *name, reorder order, std::error_code &ec) noexcept
+      : turn(mutex()), morvane::batch(name, order, ec) {
+  }
+};
+/** @} */
+
+}  // namespace morvane
+
+#pragma GCC visibility pop
+
+#endif

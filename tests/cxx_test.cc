@@ -1,0 +1,491 @@
+// morvaneusd.hpp on the virtual platform.
+#include "morvaneusd.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <new>
+#include <regex>
+#include <thread>
+
+#include "kel_asic_lib_common.h"
+#include "platform/system_service.h"
+#include "virtual_platform.h"
+
+namespace {
+
+std::atomic<int> allocations = 0;
+
+}  // namespace
+
+[[gnu::noinline]] void *operator new(std::size_t size) {
+  ++allocations;
+  void *block = std::malloc(size);
+  return block == nullptr ? throw std::bad_alloc() : block;
+}
+
+[[gnu::noinline]] void operator delete(void *block) noexcept {
+  std::free(block);
+}
+
+[[gnu::noinline]] void operator delete(void *block, std::size_t) noexcept {
+  std::free(block);
+}
+
+namespace {
+
+using namespace std::string_literals;
+using morvane::at;
+
+constexpr morvane::asic second = {1, 0};  // of the second module
+constexpr auto plain = at(static_cast<kel_asic_hi_reg_t>(40), 2);
+constexpr auto there = plain.on(second);
+constexpr morvane::table_of<HF_DHS_POL_OFFSET> policers(3, second);
+constexpr morvane::port host = morvane::hif(5, second);
+
+// What reached the service: the records, without the caller of a request and without the words that
+// a read only has room for.
+std::vector<std::string> calls;
+
+void keep_call(vp_phase phase, const vp_call *call, void *) {
+  if (phase != VP_CALL_SENT)
+    return;
+  std::string record(static_cast<const char *>(call->record), call->length);
+  if (call->case_code == SYSSRV_REG_READ_CASE || call->case_code == SYSSRV_REG_WRITE_CASE)
+    record.erase(offsetof(kel_asic_reg_access_params_t, info),
+                 call->case_code == SYSSRV_REG_READ_CASE ? std::string::npos
+                                                         : sizeof(kel_asic_lib_debug_info_t));
+  calls.push_back(std::to_string(call->case_code) + record);
+}
+
+template <typename Operation>
+std::vector<std::string> calls_of(Operation operation) {
+  calls.clear();
+  operation();
+  return calls;
+}
+
+template <typename Operation>
+std::error_code thrown_by(Operation operation, const std::string &text = "") {
+  try {
+    operation();
+  } catch (const std::system_error &error) {
+    EXPECT_NE(std::string(error.what()).find(text), std::string::npos) << error.what();
+    return error.code();
+  }
+  return {};
+}
+
+class Cxx : public testing::Test {
+ protected:
+  Cxx() {
+    morvane::init();
+    vp_watch(keep_call, nullptr);
+  }
+};
+
+// An operation in all its forms, beside the call of the C interface.
+struct Operation {
+  std::string name;
+  int allocated;  // by each call of it
+  std::function<syserr_t()> c;
+  std::function<void()> throwing[2];  // the function, and the member of a session
+  std::function<void(std::error_code &)> coded[2];
+};
+
+morvane::session card;
+uint32_t values[16] = {1, 2, 3};
+const std::vector<kel_asic_pgm_t> steps = {morvane::step(plain, 3), morvane::step(plain, 2, 6)};
+kel_asic_qos_stats_t record;
+
+#define AT_PLAIN 1, 0, KEL_ASIC_BLK_HI, 2, 40
+#define AT_POLICERS 1, 0, KEL_ASIC_BLK_HF, 3, HF_DHS_POL_OFFSET
+#define WHO 0, nullptr, 0, nullptr
+#define OPERATION(allocated, c, operation, ...)                               \
+  {                                                                           \
+#operation, allocated, [] { return c; },                                    \
+   {[] { (void)morvane::operation(__VA_ARGS__); }, [] { (void)card.operation(__VA_ARGS__); }}, \
+   { \
+      [](std::error_code &ec) {                                               \
+        static_assert(noexcept(morvane::operation(__VA_ARGS__, ec)));         \
+        (void)morvane::operation(__VA_ARGS__, ec);                            \
+      },                                                                      \
+          [](std::error_code &ec) { (void)card.operation(__VA_ARGS__, ec); }  \
+    }                                                                         \
+  }
+
+const Operation operations[] = {
+    OPERATION(0, lib_mrv_asic_read(AT_PLAIN, values, WHO), read, there),
+    OPERATION(0, lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, WHO), write, there, 7),
+    OPERATION(0, lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW, WHO),
+              write, morvane::raw(0x102000A0, second), 7),
+    OPERATION(0, lib_mrv_asic_link_pause_disable(1, 0, CARDCFG_PORT_TYPE_HIF, 5), write,
+              morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0),
+    OPERATION(0, lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, WHO), write_field,
+              there, 6, 15),
+    OPERATION(0, lib_mrv_asic_n_read(AT_PLAIN, values, 16, WHO), read_run, there, values),
+    OPERATION(1, lib_mrv_asic_n_read(AT_PLAIN, values, 3, WHO), read_run, there, 3),
+    OPERATION(0, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
+              values),
+    OPERATION(1, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
+              2),
+    OPERATION(1, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_rows, policers, 4, 2),
+    OPERATION(0, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 1, WHO), read_row, policers, 4),
+    OPERATION(0, lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, WHO), write_entries, policers, 4,
+              values),
+    OPERATION(0, lib_mrv_asic_pgm(1, 0, const_cast<kel_asic_pgm_t *>(steps.data()), 2, WHO), run,
+              steps, second),
+    OPERATION(0, lib_mrv_asic_get_qos_stats(1, 0, CARDCFG_PORT_TYPE_HIF, 5, &record, 0),
+              get_qos_stats, host),
+    OPERATION(0, lib_mrv_asic_clear_qos_stats(1, 0, CARDCFG_PORT_TYPE_HIF, 5, 0), clear_qos_stats,
+              host),
+    OPERATION(0, lib_mrv_asic_clear_all_qos_stats(1, 0, 0), clear_all_qos_stats, second),
+    OPERATION(0, lib_mrv_asic_link_pause_enable(1, 0, CARDCFG_PORT_TYPE_HIF, 5), link_pause_enable,
+              host),
+    OPERATION(0, lib_mrv_asic_link_pause_disable(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
+              link_pause_disable, host),
+    OPERATION(0, lib_mrv_asic_set_nodrop_class_map(1, 0, 9), set_nodrop_class_map, 9, second),
+    OPERATION(0, lib_mrv_asic_sfp_validation_failed(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
+              sfp_validation_failed, host),
+    OPERATION(0, lib_mrv_asic_prog_sp_timer(1, 0, 77), prog_sp_timer, 77, second),
+};
+
+template <typename Run>
+int allocations_of(Run run) {
+  const int before = allocations;
+  run();
+  return allocations - before;
+}
+
+TEST_F(Cxx, makes_the_call_of_the_c_interface_and_tells_its_failure) {
+  for (const Operation &operation : operations) {
+    SCOPED_TRACE(operation.name);
+    const auto wanted = calls_of([&] { EXPECT_EQ(operation.c(), 0U); });
+    ASSERT_FALSE(wanted.empty());
+    for (const auto &run : operation.throwing) {
+      EXPECT_EQ(calls_of(run), wanted);
+      vp_fail_next_call(ETIMEDOUT);
+      EXPECT_EQ(thrown_by(run, operation.name + " "), std::errc::timed_out);
+    }
+    for (const auto &run : operation.coded) {
+      std::error_code ec = morvane::errc::wrong_size;
+      EXPECT_EQ(calls_of([&] { run(ec); }), wanted);
+      EXPECT_EQ(ec, std::error_code());
+      vp_fail_next_call(ETIMEDOUT);
+      run(ec);
+      EXPECT_EQ(ec, std::errc::timed_out);
+      EXPECT_EQ(ec.value(), static_cast<int>(KEL_ASIC_SYSERR_SERVICE | ETIMEDOUT));
+    }
+    vp_watch(nullptr, nullptr);  // which allocates itself
+    const int by_c = allocations_of(operation.c);
+    std::error_code ec;
+    for (const int way : {0, 1}) {
+      EXPECT_EQ(allocations_of(operation.throwing[way]) - by_c, operation.allocated);
+      EXPECT_EQ(allocations_of([&] { operation.coded[way](ec); }) - by_c, operation.allocated);
+    }
+    vp_watch(keep_call, nullptr);
+  }
+}
+
+TEST_F(Cxx, names_each_code_and_says_what_to_do) {
+  std::ifstream header(SYSERR_HEADER);
+  int names = 0;
+  for (std::string line; std::getline(header, line);) {
+    std::smatch found;
+    if (!std::regex_search(line, found, std::regex("^  (SYSERR_KEL_ASIC_\\w+) = 0x(\\w+)")))
+      continue;
+    const auto code = static_cast<syserr_t>(std::stoul(found[2], nullptr, 16));
+    const std::string name = code == SYSERR_KEL_ASIC_UNINIT ? "SYSERR_KEL_ASIC_UNINIT"s : found[1];
+    EXPECT_EQ(morvane::to_error_code(code).message().find(name + ": "), 0U) << code;
+    ++names;
+  }
+  EXPECT_EQ(names, 47);
+  const std::error_code no_such = morvane::to_error_code(KEL_ASIC_SYSERR_SERVICE | ENXIO);
+  EXPECT_EQ(no_such, std::errc::no_such_device_or_address);
+  EXPECT_NE(no_such, std::errc::io_error);
+  EXPECT_NE(no_such.message().find(std::strerror(ENXIO)), std::string::npos);
+  EXPECT_EQ(morvane::to_error_code(KEL_ASIC_SYSERR_SERVICE_ANSWER), std::errc::io_error);
+  EXPECT_EQ(morvane::to_error_code(12), morvane::errc::no_buffer);
+  EXPECT_EQ(morvane::to_error_code(12), std::errc::not_enough_memory);
+  EXPECT_EQ(morvane::to_error_code(SYSERR_KEL_ASIC_INVALID_ARG), SYSERR_KEL_ASIC_INVALID_ARG);
+  EXPECT_EQ(morvane::to_error_code(SYSERR_KEL_ASIC_INVALID_ARG), std::errc::invalid_argument);
+  EXPECT_FALSE(morvane::to_error_code(0));
+}
+
+TEST(CxxUninitialised, refuses_and_says_so) {
+  std::error_code ec;
+  EXPECT_EQ(morvane::read(plain, ec), 0U);
+  EXPECT_EQ(ec, SYSERR_KEL_ASIC_UNINIT);
+  vp_set_card(3, 1);
+  EXPECT_EQ(thrown_by([] { morvane::init(); }, "init of the library"), std::errc::invalid_argument);
+}
+
+// The enumeration belongs to the block that has as many registers, the last of which may be a hole.
+template <typename Enumeration>
+void expect_block(Enumeration end) {
+  std::error_code last, beyond;
+  morvane::write(at(static_cast<Enumeration>(end - 2), 0), 0, last);
+  morvane::write(at(end, 0), 0, beyond);
+  EXPECT_FALSE(last) << end;
+  EXPECT_TRUE(beyond) << end;
+}
+
+template <typename... Enumeration>
+void expect_blocks(Enumeration... end) {
+  (expect_block(end), ...);
+}
+
+TEST_F(Cxx, takes_the_block_from_the_type_of_the_register) {
+  expect_blocks(
+      KEL_ASIC_SS_NUM_ENUM, KEL_ASIC_HR_NUM_ENUM, KEL_ASIC_NR_NUM_ENUM, KEL_ASIC_HI_NUM_ENUM,
+      KEL_ASIC_NI_NUM_ENUM, KEL_ASIC_SI_NUM_ENUM, KEL_ASIC_HF_NUM_ENUM, KEL_ASIC_NF_NUM_ENUM,
+      KEL_ASIC_CI_NUM_ENUM, KEL_ASIC_BI_NUM_ENUM, KEL_ASIC_CC_NUM_ENUM, KEL_ASIC_PC_NUM_ENUM,
+      KEL_ASIC_RS_EDMA_NUM_ENUM, KEL_ASIC_RS_PCIE_NUM_ENUM, KEL_ASIC_MISC_NUM_ENUM,
+      KEL_ASIC_CH_NUM_ENUM, KEL_ASIC_MB_NUM_ENUM, KEL_ASIC_QS_NUM_ENUM, KEL_ASIC_XL_NUM_ENUM);
+  morvane::write(at(KEL_ASIC_BLK_HI, 2, 40), 0x1234);
+  morvane::write_field(plain, 0xF000, 0xF000);
+  EXPECT_EQ(morvane::read(plain), 0xF234U);
+  const auto refused = [] { (void)morvane::read(at(KEL_ASIC_BLK_HR, 1, 26).on(second)); };
+  EXPECT_EQ(thrown_by(refused, "read HR.1 26 of module 1, ASIC 0: SYSERR_KEL_ASIC_INVALID_ARG"),
+            SYSERR_KEL_ASIC_INVALID_ARG);
+  vp_fail_next_call(EIO);
+  EXPECT_TRUE(thrown_by([] { morvane::write(morvane::raw(0xAB), 0); }, "write 0x000000AB of"));
+}
+
+TEST_F(Cxx, sends_who_asked) {
+  static kel_asic_lib_debug_info_t asked;
+  vp_watch(
+      [](vp_phase, const vp_call *call, void *) {
+        asked = static_cast<const kel_asic_reg_access_params_t *>(call->record)->info;
+      },
+      nullptr);
+  std::error_code ec;
+  const auto expect_asked = [](uint32_t line, uint32_t context) {
+    EXPECT_EQ(asked.file, std::string(__FILE__).substr(0, 127));
+    EXPECT_EQ(asked.func, "TestBody"s);
+    EXPECT_EQ(asked.line, line);
+    EXPECT_EQ(asked.userdata, context);
+  };
+  morvane::write(plain, 1), expect_asked(__LINE__, 0);
+  morvane::run(steps, {}, ec), expect_asked(__LINE__, 0);
+  card.write_entries(policers, 0, values), expect_asked(__LINE__, 0);
+  (void)morvane::read_row(policers, 0, ec), expect_asked(__LINE__, 0);
+  morvane::write(plain, 1, morvane::caller::here().with_context(7)), expect_asked(__LINE__, 7);
+}
+
+TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
+  std::vector<std::array<uint32_t, 8>> rows(2);
+  rows[0].fill(5);
+  rows[1].fill(6);
+  morvane::write_entries(policers, 1, rows);
+  EXPECT_EQ(morvane::read_rows(policers, 1, 2), rows);
+  EXPECT_EQ(morvane::read_row(policers, 2), rows[1]);
+  EXPECT_EQ(morvane::read_entries(policers, 1, 1), std::vector<uint32_t>(8, 5));
+  morvane::write_entries(at(HF_DHS_SVIF_MEM_LO_OFFSET, 0), 3, {7, 8});
+  EXPECT_EQ(morvane::read_entries(at(HF_DHS_SVIF_MEM_LO_OFFSET, 0), 3, 1),
+            (std::vector<uint32_t>{7, 8}));
+  const morvane::table_of<HF_DHS_RESULT_00_OFFSET, 4> by_map(0);
+  morvane::write_entries(by_map, 0, {1, 2, 3, 4});
+  EXPECT_EQ(morvane::read_row(by_map, 0)[3], 4U);
+
+  const morvane::table runtime(at(KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET + 0U));
+  std::vector<uint32_t> nine(9), out(9, 77);
+  std::array<std::array<uint32_t, 4>, 2> narrow = {};
+  std::error_code ec;
+  const auto refused = calls_of([&] {
+    for (const auto &refuse : std::vector<std::function<void()>>{
+             [&] { morvane::write_entries(runtime, 0, nine, ec); },
+             [&] { morvane::read_entries(policers, 0, out, ec); },
+             [&] { morvane::read_entries(policers, 0, narrow, ec); }}) {
+      refuse();
+      EXPECT_EQ(ec, morvane::errc::wrong_size);
+      EXPECT_EQ(ec, std::errc::invalid_argument);
+    }
+    for (const auto &refuse : std::vector<std::function<void()>>{
+             [&] { morvane::read_entries(morvane::table(plain), 0, out, ec); },
+             [&] { (void)morvane::read_entries(at(HF_DHS_RESULT_00_OFFSET, 0), 0, 1, ec); },
+             [&] {
+               morvane::read_entries(morvane::table(at(HF_DHS_POL_OFFSET, 0), 4), 0, out, ec);
+             },
+             [&] { (void)morvane::read_run(plain, morvane::most_words + 1, ec); },
+             [&] { (void)morvane::read_rows(policers, 0, morvane::most_words / 8 + 1, ec); },
+             [&] { (void)morvane::get_qos_stats(morvane::hif(256), ec); },
+             [&] { morvane::clear_all_qos_stats({256}, ec); },
+             [&] {
+               morvane::prog_sp_timer(1, {0, 256}, ec);
+             },
+             [&] { morvane::sfp_validation_failed(morvane::nif(256), ec); }}) {
+      ec.clear();
+      refuse();
+      EXPECT_EQ(ec, SYSERR_KEL_ASIC_INVALID_ARG);
+    }
+  });
+  EXPECT_TRUE(refused.empty());
+  EXPECT_EQ(out, std::vector<uint32_t>(9, 77));
+}
+
+const kel_asic_xn_t &transaction(const std::string &call) {
+  EXPECT_EQ(call.compare(0, 10, std::to_string(SYSSRV_MEM_WRITE_CASE)), 0);
+  return *reinterpret_cast<const kel_asic_xn_t *>(call.data() + 10);
+}
+
+TEST_F(Cxx, sends_a_batch_where_it_is_left) {
+  const auto sent = calls_of([] {
+    try {
+      morvane::batch port_2("port 2", morvane::reorder::allowed);
+      morvane::write(plain, 5);
+      morvane::write_entries(policers, 0, {1, 2, 3, 4, 5, 6, 7, 8});
+      EXPECT_TRUE(calls.empty());
+      EXPECT_EQ(thrown_by([] { morvane::batch inner("inner"); }, "batch inner"),
+                morvane::errc::already_open);
+      std::error_code ec;
+      morvane::batch inner("inner", morvane::reorder::forbidden, ec);
+      EXPECT_EQ(ec, std::errc::device_or_resource_busy);
+      inner.commit();
+      EXPECT_TRUE(calls.empty());
+      throw std::runtime_error("out of it");
+    } catch (const std::runtime_error &) {
+    }
+  });
+  ASSERT_EQ(sent.size(), 1U);
+  EXPECT_EQ(transaction(sent[0]).name, "port 2"s);
+  EXPECT_EQ(transaction(sent[0]).num, 9);
+  EXPECT_EQ(transaction(sent[0]).reorder_allowed, 1);
+  EXPECT_EQ(morvane::read(plain), 5U);
+
+  const auto early = calls_of([] {
+    morvane::session::batch batch("early");
+    morvane::write(plain, 6);
+    batch.commit();
+    morvane::write(plain, 7);
+  });
+  EXPECT_EQ(early.size(), 2U);
+  EXPECT_EQ(transaction(early[0]).reorder_allowed, 0);
+  for (const char *name : {"", static_cast<const char *>(nullptr)})
+    EXPECT_EQ(thrown_by([&] { morvane::batch unnamed(name); }), SYSERR_KEL_ASIC_INVALID_ARG);
+}
+
+TEST_F(Cxx, verifies_a_commit) {
+  const auto commit = [](uint32_t expected) {
+    morvane::batch batch("verified");
+    morvane::write(there, 9);
+    batch.commit_and_verify(there, expected);
+  };
+  EXPECT_FALSE(thrown_by([&] { commit(9); }));
+  morvane::write(there, 0);
+  vp_answer_next_call(0);  // the commit is lost, and nothing says so
+  EXPECT_EQ(thrown_by([&] { commit(9); }, "commit_and_verify HI.2 40"), std::errc::io_error);
+  vp_answer_next_call(0);
+  vp_fail_next_call(ENODEV);
+  EXPECT_EQ(thrown_by([&] { commit(9); }), std::errc::no_such_device);
+  std::error_code ec;
+  morvane::batch batch("verified", morvane::reorder::forbidden, ec);
+  morvane::write(there, 10);
+  batch.commit_and_verify(there, 11, ec);
+  EXPECT_EQ(ec, morvane::errc::not_verified);
+}
+
+TEST_F(Cxx, builds_programs) {
+  morvane::program program;
+  program.write(plain, 0x10).write_field(plain, 0x200, 0xF00);
+  morvane::run(program, second);
+  EXPECT_EQ(morvane::read(there), 0x210U);
+  EXPECT_EQ(morvane::read(plain), 0U);
+  morvane::run(program, morvane::asic_set::map(3));
+  EXPECT_EQ(morvane::read(plain), 0x210U);
+  EXPECT_EQ(thrown_by([] { morvane::run(morvane::program()); }, "run module 0, ASIC 0"),
+            SYSERR_KEL_ASIC_INVALID_ARG);
+}
+
+TEST_F(Cxx, shows_statistics_by_value) {
+  const vp_traffic traffic = {VP_N2H, 3, 100, 40};
+  ASSERT_EQ(vp_add_traffic(1, 0, CARDCFG_PORT_TYPE_HIF, 5, &traffic), 0);
+  const morvane::qos_stats stats = morvane::get_qos_stats(host);
+  uint64_t drops = 0, received = 0;
+  for (const auto &row : stats.n2h_drops())
+    for (const uint64_t count : row)
+      drops += count;
+  for (const uint64_t count : morvane::get_qos_stats(host).writes_received())
+    received += count;
+  EXPECT_EQ(drops, 40U);
+  EXPECT_EQ(received, 100U);
+  EXPECT_EQ(stats.reads_sent()[3], 60U);
+  EXPECT_EQ(stats.writes_discarded(), 40U);
+
+  // Each counter is another one of the record.
+  std::array<unsigned char, sizeof(kel_asic_qos_stats_t)> bytes;
+  for (std::size_t i = 0; i < bytes.size(); ++i)
+    bytes[i] = static_cast<unsigned char>(i % 251);
+  kel_asic_qos_stats_t filled;
+  std::memcpy(&filled, bytes.data(), sizeof filled);
+  const morvane::qos_stats all(filled);
+  const auto &[pause, ss_dhs, oq, by_direction] = filled;
+  const std::pair<uint64_t, uint64_t> scalars[] = {
+      {all.flow_ctrl(), pause.flow_ctrl},
+      {all.rx_xoff(), pause.rx_xoff_cnt},
+      {all.rx_xon(), pause.rx_xon_cnt},
+      {all.tx_xoff(), pause.tx_xoff_cnt},
+      {all.tx_xon(), pause.tx_xon_cnt},
+      {all.tx_pfc(), pause.tx_pfc_cnt},
+      {all.rx_pfc(), pause.rx_pfc_cnt},
+      {all.rx_in_xoff(), pause.rx_xoff_status != 0},
+      {all.tx_in_xoff(), pause.tx_xoff_status != 0},
+      {all.tx_pfc_xoff()[7], pause.tx_pfc_xoff_cnt[7]},
+      {all.rx_pfc_xoff()[7], pause.rx_pfc_xoff_cnt[7]},
+      {all.writes_received()[7], ss_dhs.wr_rcvd_cnt[7]},
+      {all.writes_discarded(), ss_dhs.wr_discard_cnt},
+      {all.multicast_writes_discarded(), ss_dhs.wr_discard_mcast_cnt},
+      {all.write_errors(), ss_dhs.wr_rcvd_err_cnt},
+      {all.reads_sent()[7], ss_dhs.rd_sent_cnt[7]},
+      {all.queue_flushes(), oq.flush_cnt},
+      {all.queue_timeouts(), oq.tout_cnt},
+      {all.n2h_drops()[5][7], by_direction.n2h_drops[5][7]},
+      {all.h2n_drops()[5][7], by_direction.h2n_drops[5][7]}};
+  for (const auto &[shown, counter] : scalars)
+    EXPECT_EQ(shown, counter) << &shown - &scalars[0].first;
+
+  vp_asic_state state;
+  morvane::clear_all_drop_counters();
+  card.clear_all_drop_counters();
+  ASSERT_EQ(vp_asic_show(0, 0, &state), 0);
+  EXPECT_EQ(state.drop_clears, 2U);
+}
+
+TEST_F(Cxx, lets_threads_take_turns) {
+  constexpr uint32_t kThreads = 4, kRounds = 200;
+  std::vector<std::thread> threads;
+  calls.clear();
+  for (uint32_t id = 1; id <= kThreads; ++id)
+    threads.emplace_back([id] {
+      for (uint32_t round = 0; round < kRounds; ++round) {
+        {
+          morvane::session::batch mine(std::to_string(id).c_str());
+          for (int write = 0; write < 3; ++write)
+            card.write(plain, id);
+        }
+        const std::lock_guard<morvane::session> turn(card);
+        card.write(there, card.read(there) + 1);
+      }
+    });
+  for (std::thread &thread : threads)
+    thread.join();
+  EXPECT_EQ(card.read(there), kThreads * kRounds);
+  uint32_t batches = 0;
+  for (const std::string &call : calls) {
+    if (call.size() < sizeof(kel_asic_xn_t))
+      continue;
+    const kel_asic_xn_t &sent = transaction(call);
+    ASSERT_EQ(sent.num, 3);
+    for (int i = 0; i < sent.num; ++i)
+      ASSERT_EQ(std::to_string(sent.xn[i].data), sent.name);
+    ++batches;
+  }
+  EXPECT_EQ(batches, kThreads * kRounds);
+}
+
+}  // namespace
