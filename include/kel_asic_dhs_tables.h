@@ -33,14 +33,14 @@ typedef struct kel_asic_dhs_row_t {
   uint32_t words;         /**< 16: 32-bit words in an entry, or ::KEL_ASIC_DHS_BY_HOOK */
 } kel_asic_dhs_row_t;
 
-#ifdef __cplusplus
-/** How the rows are declared: one constant of the whole program, which C++ computes with. */
-#define KEL_ASIC_DHS_DATA inline constexpr
-/** How the function is declared: in C++ it tells a constant's size at compile time. */
-#define KEL_ASIC_DHS_FUNCTION constexpr
-#else
+#ifndef __cplusplus
+/** How the rows are declared: in C++ as one constant of the program, which it computes with. */
 #define KEL_ASIC_DHS_DATA static const
+/** How the lookup is declared: in C++ it is a constant expression. */
 #define KEL_ASIC_DHS_FUNCTION static inline
+#else
+#define KEL_ASIC_DHS_DATA inline constexpr
+#define KEL_ASIC_DHS_FUNCTION constexpr
 #endif
 
 /** All table registers, block by block. */

@@ -128,6 +128,11 @@ class reg {
   [[nodiscard]] constexpr asic_reg on(asic where) const noexcept;
 
  protected:
+  /**
+   * @param block    the block
+   * @param instance the instance of the block
+   * @param vreg     the virtual register
+   */
   constexpr reg(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg) noexcept
       : block_(block), instance_(instance), vreg_(vreg) {}
 
@@ -636,7 +641,9 @@ template <typename Word>
 class word_span {
  public:
   /** @param container the words; writable where they are read into */
-  template <typename Container, typename Element = detail::element_of<Container>>
+  template <typename Container,
+            typename = std::enable_if_t<!std::is_same_v<std::decay_t<Container>, word_span>>,
+            typename Element = detail::element_of<Container>>
   word_span(Container &&container) noexcept
       : first_(reinterpret_cast<Word *>(std::data(container))),
         row_(detail::row_size<std::remove_const_t<Element>>),
@@ -1216,15 +1223,16 @@ class [[nodiscard]] batch {
 
 #ifdef __cpp_exceptions
   /**
-   * Sends the writes now, ends the batch, and reads a register back: the last one written is a good
-   * one, for what a batch writes arrives whole or not at all.
+   * Sends the writes now, ends the batch, and reads a register back: best the last one that the
+   * batch wrote, for a commit that is lost is lost whole.
    *
    * @param at       the register
    * @param expected the value that it must have
    * @param where    who asks
    * @throws std::system_error morvane::errc::not_verified, or the code of the read
    */
-  void commit_and_verify(const asic_reg &at, uint32_t expected, caller where = caller::here()) {
+  void commit_and_verify(const asic_reg &at, uint32_t expected,
+                         const caller &where = caller::here()) {
     detail::check(verify(at, expected, where), "commit_and_verify", at);
   }
 #endif
@@ -1238,7 +1246,7 @@ class [[nodiscard]] batch {
    * @param where    who asks
    */
   void commit_and_verify(const asic_reg &at, uint32_t expected, std::error_code &ec,
-                         caller where = caller::here()) noexcept {
+                         const caller &where = caller::here()) noexcept {
     detail::report(verify(at, expected, where), ec);
   }
 
@@ -1439,6 +1447,7 @@ class qos_stats {
   using drops = std::array<by_class, 6>;
 
   /** Statistics that hold nothing yet; initialise them with {} to hold zeros. */
+  // cppcheck-suppress uninitMemberVar  ; a kilobyte that the service fills
   qos_stats() = default;
   /** @param record statistics of the C interface */
   explicit qos_stats(const kel_asic_qos_stats_t &record) noexcept : record_(record) {}
@@ -1764,54 +1773,54 @@ class session {
   class batch;
 
   /** Waits for the turn. */
-  void lock() { mutex().lock(); }
+  void lock() { mutex_.lock(); }
   /** @return whether the turn was free, and now is taken */
-  bool try_lock() { return mutex().try_lock(); }
+  bool try_lock() { return mutex_.try_lock(); }
   /** Ends the turn. */
-  void unlock() { mutex().unlock(); }
+  void unlock() { mutex_.unlock(); }
 
 #ifdef __cpp_exceptions
   /** @copydoc morvane::init(slot_num_t, caller) */
   void init(slot_num_t slot = 0, caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::init(slot, where);
   }
 
   /** @copydoc morvane::read(const asic_reg &, caller) */
   [[nodiscard]] uint32_t read(const asic_reg &from, caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read(from, where);
   }
 
   /** @copydoc morvane::write(const target &, uint32_t, caller) */
   void write(const target &to, uint32_t value, caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::write(to, value, where);
   }
 
   /** @copydoc morvane::write_field(const target &, uint32_t, uint32_t, caller) */
   void write_field(const target &to, uint32_t value, uint32_t mask, caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::write_field(to, value, mask, where);
   }
 
   /** @copydoc morvane::read_run(const asic_reg &, word_buffer, caller) */
   void read_run(const asic_reg &from, word_buffer out, caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::read_run(from, out, where);
   }
 
   /** @copydoc morvane::read_run(const asic_reg &, std::size_t, caller) */
   [[nodiscard]] std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count,
                                                caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read_run(from, count, where);
   }
 
   /** @copydoc morvane::read_entries(const table &, uint32_t, word_buffer, caller) */
   void read_entries(const table &from, uint32_t index, word_buffer out,
                     caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::read_entries(from, index, out, where);
   }
 
@@ -1819,7 +1828,7 @@ class session {
   [[nodiscard]] std::vector<uint32_t> read_entries(const table &from, uint32_t index,
                                                    std::size_t count,
                                                    caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read_entries(from, index, count, where);
   }
 
@@ -1828,7 +1837,7 @@ class session {
   template <auto Register, uint32_t Words>
   [[nodiscard]] auto read_rows(const table_of<Register, Words> &from, uint32_t index,
                                std::size_t count, caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read_rows(from, index, count, where);
   }
 
@@ -1836,94 +1845,94 @@ class session {
   template <auto Register, uint32_t Words>
   [[nodiscard]] auto read_row(const table_of<Register, Words> &from, uint32_t index,
                               caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read_row(from, index, where);
   }
 
   /** @copydoc morvane::write_entries(const table &, uint32_t, word_view, caller) */
   void write_entries(const table &to, uint32_t index, word_view in, caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::write_entries(to, index, in, where);
   }
 
   /** @copydoc morvane::run(const Program &, asic_set, caller) */
   template <typename Program>
   void run(const Program &steps, asic_set on = {}, caller where = caller::here()) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::run(steps, on, where);
   }
 
   /** @copydoc morvane::get_qos_stats(const port &, uint32_t) */
   [[nodiscard]] qos_stats get_qos_stats(const port &of, uint32_t opts = 0) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::get_qos_stats(of, opts);
   }
 
   /** @copydoc morvane::clear_qos_stats(const port &, uint32_t) */
   void clear_qos_stats(const port &of, uint32_t opts = 0) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::clear_qos_stats(of, opts);
   }
 
   /** @copydoc morvane::clear_all_qos_stats(asic, uint32_t) */
   void clear_all_qos_stats(asic on = {}, uint32_t opts = 0) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::clear_all_qos_stats(on, opts);
   }
 
   /** @copydoc morvane::link_pause_enable(const port &) */
   void link_pause_enable(const port &of) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::link_pause_enable(of);
   }
 
   /** @copydoc morvane::link_pause_disable(const port &) */
   void link_pause_disable(const port &of) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::link_pause_disable(of);
   }
 
   /** @copydoc morvane::set_nodrop_class_map(uint32_t, asic) */
   void set_nodrop_class_map(uint32_t map, asic on = {}) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::set_nodrop_class_map(map, on);
   }
 
   /** @copydoc morvane::sfp_validation_failed(const port &) */
   void sfp_validation_failed(const port &of) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::sfp_validation_failed(of);
   }
 
   /** @copydoc morvane::prog_sp_timer(uint16_t, asic) */
   void prog_sp_timer(uint16_t time, asic on = {}) {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::prog_sp_timer(time, on);
   }
 
   /** @copydoc morvane::clear_all_drop_counters() */
   void clear_all_drop_counters() {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::clear_all_drop_counters();
   }
 #endif
 
   /** @copydoc morvane::init(slot_num_t, std::error_code &, caller) */
   void init(slot_num_t slot, std::error_code &ec, caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::init(slot, ec, where);
   }
 
   /** @copydoc morvane::read(const asic_reg &, std::error_code &, caller) */
   uint32_t read(const asic_reg &from, std::error_code &ec, caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read(from, ec, where);
   }
 
   /** @copydoc morvane::write(const target &, uint32_t, std::error_code &, caller) */
   void write(const target &to, uint32_t value, std::error_code &ec,
              caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::write(to, value, ec, where);
   }
 
@@ -1931,21 +1940,21 @@ class session {
    */
   void write_field(const target &to, uint32_t value, uint32_t mask, std::error_code &ec,
                    caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::write_field(to, value, mask, ec, where);
   }
 
   /** @copydoc morvane::read_run(const asic_reg &, word_buffer, std::error_code &, caller) */
   void read_run(const asic_reg &from, word_buffer out, std::error_code &ec,
                 caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::read_run(from, out, ec, where);
   }
 
   /** @copydoc morvane::read_run(const asic_reg &, std::size_t, std::error_code &, caller) */
   std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count, std::error_code &ec,
                                  caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read_run(from, count, ec, where);
   }
 
@@ -1953,7 +1962,7 @@ class session {
    * caller) */
   void read_entries(const table &from, uint32_t index, word_buffer out, std::error_code &ec,
                     caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::read_entries(from, index, out, ec, where);
   }
 
@@ -1961,7 +1970,7 @@ class session {
    * caller) */
   std::vector<uint32_t> read_entries(const table &from, uint32_t index, std::size_t count,
                                      std::error_code &ec, caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read_entries(from, index, count, ec, where);
   }
 
@@ -1970,7 +1979,7 @@ class session {
   template <auto Register, uint32_t Words>
   auto read_rows(const table_of<Register, Words> &from, uint32_t index, std::size_t count,
                  std::error_code &ec, caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read_rows(from, index, count, ec, where);
   }
 
@@ -1979,7 +1988,7 @@ class session {
   template <auto Register, uint32_t Words>
   auto read_row(const table_of<Register, Words> &from, uint32_t index, std::error_code &ec,
                 caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::read_row(from, index, ec, where);
   }
 
@@ -1987,7 +1996,7 @@ class session {
    */
   void write_entries(const table &to, uint32_t index, word_view in, std::error_code &ec,
                      caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::write_entries(to, index, in, ec, where);
   }
 
@@ -1995,71 +2004,73 @@ class session {
   template <typename Program>
   void run(const Program &steps, asic_set on, std::error_code &ec,
            caller where = caller::here()) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::run(steps, on, ec, where);
   }
 
   /** @copydoc morvane::get_qos_stats(const port &, std::error_code &, uint32_t) */
   qos_stats get_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     return morvane::get_qos_stats(of, ec, opts);
   }
 
   /** @copydoc morvane::clear_qos_stats(const port &, std::error_code &, uint32_t) */
   void clear_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::clear_qos_stats(of, ec, opts);
   }
 
   /** @copydoc morvane::clear_all_qos_stats(asic, std::error_code &, uint32_t) */
   void clear_all_qos_stats(asic on, std::error_code &ec, uint32_t opts = 0) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::clear_all_qos_stats(on, ec, opts);
   }
 
   /** @copydoc morvane::link_pause_enable(const port &, std::error_code &) */
   void link_pause_enable(const port &of, std::error_code &ec) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::link_pause_enable(of, ec);
   }
 
   /** @copydoc morvane::link_pause_disable(const port &, std::error_code &) */
   void link_pause_disable(const port &of, std::error_code &ec) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::link_pause_disable(of, ec);
   }
 
   /** @copydoc morvane::set_nodrop_class_map(uint32_t, asic, std::error_code &) */
   void set_nodrop_class_map(uint32_t map, asic on, std::error_code &ec) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::set_nodrop_class_map(map, on, ec);
   }
 
   /** @copydoc morvane::sfp_validation_failed(const port &, std::error_code &) */
   void sfp_validation_failed(const port &of, std::error_code &ec) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::sfp_validation_failed(of, ec);
   }
 
   /** @copydoc morvane::prog_sp_timer(uint16_t, asic, std::error_code &) */
   void prog_sp_timer(uint16_t time, asic on, std::error_code &ec) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::prog_sp_timer(time, on, ec);
   }
 
   /** @copydoc morvane::clear_all_drop_counters(std::error_code &) */
   void clear_all_drop_counters(std::error_code &ec) noexcept {
-    const turn mine(mutex());
+    const turn mine(mutex_);
     morvane::clear_all_drop_counters(ec);
   }
 
  private:
   using turn = std::lock_guard<std::recursive_mutex>;
 
-  static std::recursive_mutex &mutex() noexcept {
+  static std::recursive_mutex &of_the_program() noexcept {
     static std::recursive_mutex one;
     return one;
   }
+
+  std::recursive_mutex &mutex_ = of_the_program();
 };
 
 /** A batch that is one turn, from where it is opened to where it is left, also by commit(). */
@@ -2069,25 +2080,27 @@ class [[nodiscard]] session::batch : session::turn, public morvane::batch {
   /**
    * Waits for the turn and opens it.
    *
+   * @param of    the session
    * @param name  its name, which the service gets, up to 31 characters; not empty
    * @param order whether its writes may be reordered
    * @throws std::system_error morvane::errc::already_open: this thread has one open; or
    *         ::SYSERR_KEL_ASIC_INVALID_ARG of a null or empty name
    */
-  [[nodiscard]] explicit batch(const char *name, reorder order = reorder::forbidden)
-      : turn(mutex()), morvane::batch(name, order) {
+  [[nodiscard]] batch(session &of, const char *name, reorder order = reorder::forbidden)
+      : turn(of.mutex_), morvane::batch(name, order) {
   }
 #endif
   /**
    * Waits for the turn and opens it.
    *
+   * @param of    the session
    * @param name  its name, which the service gets, up to 31 characters; not empty
    * @param order whether its writes may be reordered
    * @param ec    receives morvane::errc::already_open: this thread has one open; or
    *              ::SYSERR_KEL_ASIC_INVALID_ARG of a null or empty name; clear on success
    */
-  [[nodiscard]] batch(const char *name, reorder order, std::error_code &ec) noexcept
-      : turn(mutex()), morvane::batch(name, order, ec) {
+  [[nodiscard]] batch(session &of, const char *name, reorder order, std::error_code &ec) noexcept
+      : turn(of.mutex_), morvane::batch(name, order, ec) {
   }
 };
 /** @} */

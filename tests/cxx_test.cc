@@ -100,60 +100,62 @@ struct Operation {
 
 morvane::session card;
 uint32_t values[16] = {1, 2, 3};
-const std::vector<kel_asic_pgm_t> steps = {morvane::step(plain, 3), morvane::step(plain, 2, 6)};
+std::array steps = {morvane::step(plain, 3), morvane::step(plain, 2, 6)};
 kel_asic_qos_stats_t record;
 
+// clang-format off
 #define AT_PLAIN 1, 0, KEL_ASIC_BLK_HI, 2, 40
 #define AT_POLICERS 1, 0, KEL_ASIC_BLK_HF, 3, HF_DHS_POL_OFFSET
 #define WHO 0, nullptr, 0, nullptr
-#define OPERATION(allocated, c, operation, ...)                               \
-  {                                                                           \
-#operation, allocated, [] { return c; },                                    \
-   {[] { (void)morvane::operation(__VA_ARGS__); }, [] { (void)card.operation(__VA_ARGS__); }}, \
-   { \
-      [](std::error_code &ec) {                                               \
-        static_assert(noexcept(morvane::operation(__VA_ARGS__, ec)));         \
-        (void)morvane::operation(__VA_ARGS__, ec);                            \
-      },                                                                      \
-          [](std::error_code &ec) { (void)card.operation(__VA_ARGS__, ec); }  \
-    }                                                                         \
-  }
+#define OPERATION(allocated, c, operation, ...)                          \
+  {#operation, allocated, [] { return c; },                              \
+   {[] { (void)morvane::operation(__VA_ARGS__); },                       \
+    [] { (void)card.operation(__VA_ARGS__); }},                          \
+   {[](std::error_code &ec) {                                            \
+      static_assert(noexcept(morvane::operation(__VA_ARGS__, ec)));      \
+      (void)morvane::operation(__VA_ARGS__, ec);                         \
+    },                                                                   \
+    [](std::error_code &ec) { (void)card.operation(__VA_ARGS__, ec); }}}
+// clang-format on
 
-const Operation operations[] = {
-    OPERATION(0, lib_mrv_asic_read(AT_PLAIN, values, WHO), read, there),
-    OPERATION(0, lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, WHO), write, there, 7),
-    OPERATION(0, lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW, WHO),
-              write, morvane::raw(0x102000A0, second), 7),
-    OPERATION(0, lib_mrv_asic_link_pause_disable(1, 0, CARDCFG_PORT_TYPE_HIF, 5), write,
-              morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0),
-    OPERATION(0, lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, WHO), write_field,
-              there, 6, 15),
-    OPERATION(0, lib_mrv_asic_n_read(AT_PLAIN, values, 16, WHO), read_run, there, values),
-    OPERATION(1, lib_mrv_asic_n_read(AT_PLAIN, values, 3, WHO), read_run, there, 3),
-    OPERATION(0, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
-              values),
-    OPERATION(1, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
-              2),
-    OPERATION(1, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_rows, policers, 4, 2),
-    OPERATION(0, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 1, WHO), read_row, policers, 4),
-    OPERATION(0, lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, WHO), write_entries, policers, 4,
-              values),
-    OPERATION(0, lib_mrv_asic_pgm(1, 0, const_cast<kel_asic_pgm_t *>(steps.data()), 2, WHO), run,
-              steps, second),
-    OPERATION(0, lib_mrv_asic_get_qos_stats(1, 0, CARDCFG_PORT_TYPE_HIF, 5, &record, 0),
-              get_qos_stats, host),
-    OPERATION(0, lib_mrv_asic_clear_qos_stats(1, 0, CARDCFG_PORT_TYPE_HIF, 5, 0), clear_qos_stats,
-              host),
-    OPERATION(0, lib_mrv_asic_clear_all_qos_stats(1, 0, 0), clear_all_qos_stats, second),
-    OPERATION(0, lib_mrv_asic_link_pause_enable(1, 0, CARDCFG_PORT_TYPE_HIF, 5), link_pause_enable,
-              host),
-    OPERATION(0, lib_mrv_asic_link_pause_disable(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
-              link_pause_disable, host),
-    OPERATION(0, lib_mrv_asic_set_nodrop_class_map(1, 0, 9), set_nodrop_class_map, 9, second),
-    OPERATION(0, lib_mrv_asic_sfp_validation_failed(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
-              sfp_validation_failed, host),
-    OPERATION(0, lib_mrv_asic_prog_sp_timer(1, 0, 77), prog_sp_timer, 77, second),
-};
+std::vector<Operation> operations() {
+  return {
+      OPERATION(0, lib_mrv_asic_read(AT_PLAIN, values, WHO), read, there),
+      OPERATION(0, lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, WHO), write, there, 7),
+      OPERATION(0,
+                lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW, WHO),
+                write, morvane::raw(0x102000A0, second), 7),
+      OPERATION(0, lib_mrv_asic_link_pause_disable(1, 0, CARDCFG_PORT_TYPE_HIF, 5), write,
+                morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0),
+      OPERATION(0, lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, WHO),
+                write_field, there, 6, 15),
+      OPERATION(0, lib_mrv_asic_n_read(AT_PLAIN, values, 16, WHO), read_run, there, values),
+      OPERATION(1, lib_mrv_asic_n_read(AT_PLAIN, values, 3, WHO), read_run, there, 3),
+      OPERATION(0, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
+                values),
+      OPERATION(1, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
+                2),
+      OPERATION(1, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_rows, policers, 4,
+                2),
+      OPERATION(0, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 1, WHO), read_row, policers, 4),
+      OPERATION(0, lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, WHO), write_entries, policers,
+                4, values),
+      OPERATION(0, lib_mrv_asic_pgm(1, 0, steps.data(), 2, WHO), run, steps, second),
+      OPERATION(0, lib_mrv_asic_get_qos_stats(1, 0, CARDCFG_PORT_TYPE_HIF, 5, &record, 0),
+                get_qos_stats, host),
+      OPERATION(0, lib_mrv_asic_clear_qos_stats(1, 0, CARDCFG_PORT_TYPE_HIF, 5, 0), clear_qos_stats,
+                host),
+      OPERATION(0, lib_mrv_asic_clear_all_qos_stats(1, 0, 0), clear_all_qos_stats, second),
+      OPERATION(0, lib_mrv_asic_link_pause_enable(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
+                link_pause_enable, host),
+      OPERATION(0, lib_mrv_asic_link_pause_disable(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
+                link_pause_disable, host),
+      OPERATION(0, lib_mrv_asic_set_nodrop_class_map(1, 0, 9), set_nodrop_class_map, 9, second),
+      OPERATION(0, lib_mrv_asic_sfp_validation_failed(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
+                sfp_validation_failed, host),
+      OPERATION(0, lib_mrv_asic_prog_sp_timer(1, 0, 77), prog_sp_timer, 77, second),
+  };
+}
 
 template <typename Run>
 int allocations_of(Run run) {
@@ -163,7 +165,7 @@ int allocations_of(Run run) {
 }
 
 TEST_F(Cxx, makes_the_call_of_the_c_interface_and_tells_its_failure) {
-  for (const Operation &operation : operations) {
+  for (const Operation &operation : operations()) {
     SCOPED_TRACE(operation.name);
     const auto wanted = calls_of([&] { EXPECT_EQ(operation.c(), 0U); });
     ASSERT_FALSE(wanted.empty());
@@ -359,7 +361,7 @@ TEST_F(Cxx, sends_a_batch_where_it_is_left) {
   EXPECT_EQ(morvane::read(plain), 5U);
 
   const auto early = calls_of([] {
-    morvane::session::batch batch("early");
+    morvane::session::batch batch(card, "early");
     morvane::write(plain, 6);
     batch.commit();
     morvane::write(plain, 7);
@@ -464,7 +466,7 @@ TEST_F(Cxx, lets_threads_take_turns) {
     threads.emplace_back([id] {
       for (uint32_t round = 0; round < kRounds; ++round) {
         {
-          morvane::session::batch mine(std::to_string(id).c_str());
+          morvane::session::batch mine(card, std::to_string(id).c_str());
           for (int write = 0; write < 3; ++write)
             card.write(plain, id);
         }

@@ -41,7 +41,8 @@ foreach(file share/man/man1/mrvctl.1 share/bash-completion/completions/mrvctl)
 endforeach()
 
 # Nothing in it leads back to the build.
-file(GLOB_RECURSE texts ${root}/*.pc ${root}/*.cmake ${root}/*.h)
+file(GLOB_RECURSE texts ${root}/*.pc ${root}/*.cmake ${root}/*.h
+     ${root}/*.hpp)
 foreach(file IN LISTS texts)
   file(READ ${file} text)
   if(text MATCHES "${SOURCE}|${work}")

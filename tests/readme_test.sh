@@ -1,6 +1,6 @@
 #!/bin/sh
-# The front page tells the truth: its client is examples/client.c, and each of its sessions prints what
-# it shows. Arguments: mrvctl, the project's folder.
+# The front page tells the truth: its client is examples/client.c, its C++ is of examples/client.cc, and
+# each of its sessions prints what it shows. Arguments: mrvctl, the project's folder.
 set -eu
 mrvctl=$1 root=$2
 work=$(mktemp -d)
@@ -13,6 +13,11 @@ timeless() { sed 's/ <[0-9]*\.[0-9]*>$/ <time>/'; }
 block() { awk -v begin="\`\`\`$1" '$0 == begin { on = 1; next } /^```$/ { on = 0 } on' "$root/README.md"; }
 
 block c | diff - "$root/examples/client.c"
+block cpp >"$work/cpp"
+sed 's/^    //' "$root/examples/client.cc" |
+  awk 'NR == FNR { shown[++lines] = $0; next }
+       found < lines && $0 == shown[found + 1] { print; ++found; next }
+       found { exit }' "$work/cpp" - | diff "$work/cpp" -
 
 cat >"$work/scripts_run" <<END
 #!/bin/sh
