@@ -19,3 +19,7 @@ if(NOT MORVANE_SANITIZE)
   set_target_properties(switch_client_alone PROPERTIES LINKER_LANGUAGE C)
   target_link_options(switch_client_alone PRIVATE -Wl,-z,defs)
 endif()
+
+morvane_test(switch_service_test morvaneplatform switch_client)
+target_compile_definitions(switch_service_test PRIVATE MORVANED_PATH="$<TARGET_FILE:morvaned>")
+add_dependencies(switch_service_test morvaned)

@@ -1,0 +1,429 @@
+// The switch in a process of its own: morvaned against hostile clients, the client side against
+// hostile services, and what each does when the other goes away.
+#include <fcntl.h>
+#include <grp.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "kel_asic_lib_common.h"
+#include "platform/register_map.h"
+#include "platform/system_service.h"
+#include "remote/address.h"
+#include "remote/messages.h"
+#include "virtual_platform.h"
+
+namespace {
+
+using remote::Header;
+using remote::Hello;
+
+constexpr Hello kGoodHello = {remote::kMagic, remote::kVersion, 0, 0, 0};
+constexpr Hello kServiceHello = {remote::kMagic, remote::kVersion, 0, 1 << 24, 0};
+constexpr uint32_t kRecord = sizeof(kel_asic_reg_access_params_t);
+using Record = std::array<uint32_t, kRecord / 4>;
+
+template <typename... Messages>
+std::string bytes_of(const Messages &...messages) {
+  std::string bytes;
+  (bytes.append(reinterpret_cast<const char *>(&messages), sizeof messages), ...);
+  return bytes;
+}
+
+std::string receive(int socket, size_t count) {
+  std::string bytes(count, '\0');
+  const ssize_t got = recv(socket, bytes.data(), count, MSG_WAITALL);
+  return bytes.substr(0, got > 0 ? static_cast<size_t>(got) : 0);
+}
+
+// Reads or writes a register; 0 or an errno.
+int access_register(uint32_t case_code, uint32_t &value) {
+  Record record = {case_code == SYSSRV_REG_READ_CASE ? TYPE_READ : TYPE_WRITE, 0, 0,
+                   kel_asic_get_all_base_table(KEL_ASIC_VER_B0)[KEL_ASIC_BLK_HI][2], value};
+  const Record before = record;
+  sys_srvc_case_params_t params = {KEL_ASIC_DRIVER_MORVANE, record.data()};
+  errno = 0;
+  const int result = sse_call2(case_code, &params, kRecord);
+  const int error = result == 0 ? 0 : errno;
+  EXPECT_TRUE(result == 0 || record == before);  // a failure leaves the record alone
+  value = record[4];
+  return error;
+}
+
+int write_register(uint32_t value) {
+  return access_register(SYSSRV_REG_WRITE_CASE, value);
+}
+
+int read_register(uint32_t &value) {
+  value = 0;
+  return access_register(SYSSRV_REG_READ_CASE, value);
+}
+
+void expect_register(uint32_t expected) {
+  uint32_t value = 0;
+  EXPECT_EQ(read_register(value), 0);
+  EXPECT_EQ(value, expected);
+}
+
+// In a child: gives what the function gives.
+int in_child(const std::function<int()> &run) {
+  const pid_t child = fork();
+  if (child == 0)
+    _exit(run());
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class SwitchService : public testing::Test {
+ protected:
+  void SetUp() override {
+    char name[] = "/tmp/switch_test_XXXXXX";
+    ASSERT_NE(mkdtemp(name), nullptr);
+    folder_ = name;
+    address_ = folder_ + "/socket";
+  }
+
+  void TearDown() override {
+    if (service_ > 0) {
+      kill(service_, SIGCONT);
+      EXPECT_EQ(stop(SIGTERM), 0) << log();
+      EXPECT_FALSE(std::filesystem::exists(address_));
+    }
+    std::filesystem::remove_all(folder_);
+  }
+
+  pid_t spawn(
+      std::vector<std::string> options, const std::function<void()> &prepare = [] {}) {
+    options.insert(options.begin(), {"morvaned", "--socket", address_});
+    std::vector<char *> arguments;
+    for (std::string &option : options)
+      arguments.push_back(option.data());
+    arguments.push_back(nullptr);
+    const pid_t child = fork();
+    if (child != 0)
+      return child;
+    dup2(open((folder_ + "/log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO);
+    prepare();
+    execv(MORVANED_PATH, arguments.data());
+    _exit(127);
+  }
+
+  void start(const std::vector<std::string> &options = {}) {
+    service_ = spawn(options);
+    ASSERT_EQ(vp_connect(address_.c_str()), 0);
+  }
+
+  int stop(int signal) {
+    kill(service_, signal);
+    return wait_for(std::exchange(service_, -1));
+  }
+
+  static int wait_for(pid_t process) {
+    int status = 0;
+    waitpid(process, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  std::string log() const {
+    std::ifstream file(folder_ + "/log");
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  void expect_log(const std::string &part) const {
+    for (int i = 0; i < 500 && log().find(part) == std::string::npos; ++i)
+      usleep(10000);
+    EXPECT_NE(log().find(part), std::string::npos) << part << " is not in: " << log();
+  }
+
+  int connect_raw() const {
+    remote::Address address;
+    EXPECT_EQ(remote::parse_address(address_.c_str(), &address), 0);
+    const int raw = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(connect(raw, address.get(), address.length), 0) << std::strerror(errno);
+    return raw;
+  }
+
+  std::string folder_, address_;
+  pid_t service_ = -1;
+};
+
+TEST_F(SwitchService, ends_the_connection_that_brings_a_bad_message_and_nothing_else) {
+  start();
+  ASSERT_EQ(write_register(7), 0);
+  const auto request = [](uint32_t kind, uint32_t length, int32_t result = 0, uint32_t driver = 0) {
+    return bytes_of(kGoodHello, Header{9, kind, 0, driver, result, 0, length});
+  };
+  const uint32_t too_long = (16 << 20) + 1;
+  const struct {
+    std::string sent, answer, logged;
+  } cases[] = {
+      {std::string(100, 'x'), "", "does not speak this protocol"},
+      {bytes_of(Hello{remote::kMagic, 2, 0, 0, 0}), "", "another version of the protocol"},
+      {bytes_of(Hello{remote::kMagic, 1, 0, 0, EAGAIN}), "", "its hello is malformed"},
+      {request(0, 0), "", "a request of an unknown kind"},
+      {request(remote::kEndOfKinds, 0), "", "a request of an unknown kind"},
+      {request(remote::kReset, 0, -1), "", "a request with a result"},
+      {request(remote::kReset, 0, 0, 236), "", "a case or a driver in a request"},
+      {request(remote::kReset, 4), "", "a request of another length"},
+      {request(remote::kSetCard, UINT32_MAX), "", "a request of another length"},
+      {request(remote::kCall, too_long), bytes_of(Header{9, remote::kCall, 0, 0, -1, EMSGSIZE, 0}),
+       "a record that is too long"},
+      {request(remote::kReset, 0).substr(0, 30), "", "ended within a message"},
+      {request(remote::kCall, 196) + "cut", "", "ended within a message"},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.logged);
+    std::filesystem::resize_file(folder_ + "/log", 0);
+    const int raw = connect_raw();
+    EXPECT_EQ(receive(raw, sizeof(Hello)), bytes_of(kServiceHello));
+    for (const char byte : c.sent)  // the rest of a message that is refused finds nobody
+      send(raw, &byte, 1, MSG_NOSIGNAL);
+    shutdown(raw, SHUT_WR);
+    EXPECT_EQ(receive(raw, 1000), c.answer);
+    close(raw);
+    expect_log("process " + std::to_string(getpid()) + " (switch_service_, user ");
+    expect_log(c.logged);
+    const std::string lines = log();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1) << lines;
+    expect_register(7);
+  }
+  const vp_client *clients = nullptr;
+  uint32_t count = 0;
+  ASSERT_EQ(vp_clients(&clients, &count), 0);
+  ASSERT_EQ(count, 1U);
+  EXPECT_TRUE(clients->process == getpid() && clients->user == geteuid());
+  EXPECT_TRUE(clients->calls == std::size(cases) + 1 && clients->failures == 0);
+  EXPECT_EQ(clients->last_case, SYSSRV_REG_READ_CASE);
+}
+
+TEST_F(SwitchService, serves_requests_that_come_together_one_by_one_and_answers_nothing_twice) {
+  start();
+  const Record record = {};
+  std::string sent = bytes_of(kGoodHello), expected = bytes_of(kServiceHello);
+  for (uint32_t i = 0; i < 100; ++i) {
+    Header header = {i, remote::kCall, SYSSRV_REG_READ_CASE, KEL_ASIC_DRIVER_MORVANE, 0,
+                     0, kRecord};
+    sent += bytes_of(header, record);
+    header.result = -1, header.error_number = EFAULT, header.length = 0;
+    expected += bytes_of(header);
+  }
+  const int raw = connect_raw();
+  EXPECT_EQ(send(raw, sent.data(), sent.size(), 0), static_cast<ssize_t>(sent.size()));
+  shutdown(raw, SHUT_WR);
+  EXPECT_EQ(receive(raw, expected.size() + 1), expected);
+  close(raw);
+}
+
+TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
+  remote::Address address;
+  ASSERT_EQ(remote::parse_address(address_.c_str(), &address), 0);
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(bind(listener, address.get(), address.length), 0);
+  ASSERT_EQ(listen(listener, 8), 0);
+  // What is added to the header of a good answer, and what the body is.
+  const struct {
+    int expected;
+    Hello hello;
+    Header added;
+    uint32_t body;
+  } cases[] = {
+      {0, kServiceHello, {}, kRecord},
+      {EPROTO, kServiceHello, {1, 0, 0, 0, 0, 0, 0}, kRecord},
+      {EPROTO, kServiceHello, {0, 1, 0, 0, 0, 0, 0}, kRecord},
+      {EPROTO, kServiceHello, {0, 0, 1, 0, 0, 0, 0}, kRecord},
+      {EPROTO, kServiceHello, {0, 0, 0, 1, 0, 0, 0}, kRecord},
+      {EPROTO, kServiceHello, {0, 0, 0, 0, 0, EIO, 0}, kRecord},
+      {EPROTO, kServiceHello, {0, 0, 0, 0, -1, 0, 0}, 0},
+      {EPROTO, kServiceHello, {0, 0, 0, 0, -1, 4096, 0}, 0},
+      {EPROTO, kServiceHello, {0, 0, 0, 0, 0, 0, 4}, kRecord + 4},
+      {EPROTO, kServiceHello, {0, 0, 0, 0, -1, EIO, 0}, kRecord},
+      {EBADMSG, kServiceHello, {0, 0, 0, 0, -1, EBADMSG, 0}, 0},
+      {EPROTO, kServiceHello, {0, 0, 0, 0, 0, 0, 4 - kRecord}, 4},
+      {ECONNRESET, kServiceHello, {}, 0},
+      {ECONNRESET, kServiceHello, {}, kRecord - 1},
+      {EAGAIN, {remote::kMagic, 1, 0, 1 << 24, EAGAIN}, {}, 0},
+      {EPROTONOSUPPORT, {remote::kMagic, 2, 0, 1 << 24, 0}, {}, 0},
+      {EPROTO, {}, {}, 0},
+      {EMSGSIZE, {remote::kMagic, 1, 0, kRecord - 1, 0}, {}, 0},
+  };
+  setenv("MORVANE_SWITCH", address_.c_str(), 1);
+  for (const auto &c : cases) {
+    std::thread service([&] {
+      const int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+      send(socket, &c.hello, sizeof c.hello, 0);
+      const std::string request = receive(socket, sizeof(Hello) + sizeof(Header) + kRecord);
+      if (request.size() == sizeof(Hello) + sizeof(Header) + kRecord) {
+        std::array<uint32_t, 7> words = {};
+        std::memcpy(words.data(), &request[sizeof(Hello)], sizeof words);
+        const std::array<uint32_t, 7> added = {c.added.sequence,
+                                               c.added.kind,
+                                               c.added.case_code,
+                                               c.added.driver_id,
+                                               static_cast<uint32_t>(c.added.result),
+                                               static_cast<uint32_t>(c.added.error_number),
+                                               c.added.length};
+        for (size_t i = 0; i < words.size(); ++i)
+          words[i] += added[i];
+        words[6] = c.added.result < 0 && c.body == 0 ? 0 : words[6];
+        const std::string answer = bytes_of(words) + std::string(c.body, 'a');
+        send(socket, answer.data(), answer.size(), MSG_NOSIGNAL);
+      }
+      close(socket);
+    });
+    uint32_t value = 0;
+    EXPECT_EQ(read_register(value), c.expected) << &c - cases;
+    EXPECT_EQ(c.expected == EMSGSIZE ? vp_connect(nullptr) : 0, 0);  // nothing was sent
+    service.join();
+  }
+  close(listener);
+  unlink(address_.c_str());
+}
+
+TEST_F(SwitchService, late_answers_and_lost_services_are_reported_once) {
+  setenv("MORVANE_SWITCH_TIMEOUT", "200", 1);
+  // Interrupted all the while, and never told.
+  struct sigaction action = {};
+  action.sa_handler = [](int) {};
+  sigaction(SIGALRM, &action, nullptr);
+  const itimerval often = {{0, 5000}, {0, 5000}};
+  setitimer(ITIMER_REAL, &often, nullptr);
+  start();
+  ASSERT_EQ(write_register(1), 0);
+  kill(service_, SIGSTOP);
+  EXPECT_EQ(write_register(2), ETIMEDOUT);
+  kill(service_, SIGCONT);
+  for (uint32_t i = 3; i < 50; ++i) {
+    EXPECT_EQ(write_register(i), 0);
+    expect_register(i);
+  }
+  static kel_asic_xn_t transaction;
+  sys_srvc_case_params_t params = {KEL_ASIC_DRIVER_MORVANE, &transaction};
+  kill(service_, SIGSTOP);
+  std::thread killer([this] {
+    usleep(50000);
+    kill(service_, SIGKILL);
+  });
+  EXPECT_EQ(sse_call2(SYSSRV_MEM_WRITE_CASE, &params, sizeof transaction), -1);
+  EXPECT_EQ(errno, ECONNRESET);
+  killer.join();
+  stop(SIGKILL);
+  EXPECT_EQ(write_register(1), ECONNREFUSED);  // the socket that was left
+  std::filesystem::resize_file(folder_ + "/log", 0);
+  service_ = spawn({});
+  expect_log("ready");
+  expect_register(0);  // a new switch, without a failure between
+  // A child has a connection of its own, and does not touch its parent's.
+  EXPECT_EQ(in_child([] {
+              const vp_client *clients = nullptr;
+              uint32_t count = 0;
+              return vp_clients(&clients, &count) != 0 || count != 2 ||
+                     clients[1].process != getpid();
+            }),
+            0);
+  EXPECT_EQ(write_register(5), 0);
+  expect_register(5);
+}
+
+TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_what_is_not_its_own) {
+  start({"--max-clients", "2", "--verbose"});
+  EXPECT_EQ(wait_for(spawn({})), 1);
+  expect_log(address_ + " is already served by process " + std::to_string(service_));
+  const int second = connect_raw(), third = connect_raw();
+  EXPECT_EQ(receive(second, sizeof(Hello)), bytes_of(kServiceHello));
+  Hello refusal = kServiceHello;
+  refusal.error_number = EAGAIN;
+  EXPECT_EQ(receive(third, 1000), bytes_of(refusal));
+  close(third);
+  close(second);
+  expect_log("leaves");
+  stop(SIGKILL);
+  EXPECT_TRUE(std::filesystem::exists(address_));
+  start();
+  std::filesystem::rename(address_, address_ + ".ours");
+  std::ofstream(address_) << "somebody's file";
+  EXPECT_EQ(wait_for(spawn({})), 1);
+  expect_log("there already, and no socket");
+  EXPECT_EQ(stop(SIGINT), 0);
+  EXPECT_TRUE(std::filesystem::remove(address_));
+  const std::pair<std::vector<std::string>, int> wrong[] = {{{"--max-clients", "0"}, 2},
+                                                            {{"--max-record", "10279"}, 2},
+                                                            {{"--group", "no such group"}, 1},
+                                                            {{"--verbos"}, 2}};
+  for (const auto &[options, status] : wrong)
+    EXPECT_EQ(wait_for(spawn(options)), status) << options[0];
+  address_ = folder_ + "/none/socket";
+  EXPECT_EQ(wait_for(spawn({})), 1);
+  EXPECT_EQ(vp_connect(""), EINVAL);
+  EXPECT_EQ(vp_connect(std::string(200, 'x').c_str()), ENAMETOOLONG);
+}
+
+TEST_F(SwitchService, takes_a_socket_that_was_handed_over_and_tells_when_it_is_ready) {
+  remote::Address address, notified;
+  const std::string notify_path = folder_ + "/notify";
+  ASSERT_EQ(remote::parse_address(address_.c_str(), &address), 0);
+  ASSERT_EQ(remote::parse_address(notify_path.c_str(), &notified), 0);
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int notify = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(bind(listener, address.get(), address.length), 0);
+  ASSERT_EQ(bind(notify, notified.get(), notified.length), 0);
+  ASSERT_EQ(listen(listener, 8), 0);
+  service_ = spawn({}, [&] {
+    dup2(listener, 3);
+    setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
+    setenv("LISTEN_FDS", "1", 1);
+    setenv("NOTIFY_SOCKET", notify_path.c_str(), 1);
+  });
+  std::string state(1000, '\0');
+  state.resize(static_cast<size_t>(recv(notify, state.data(), state.size(), 0)));
+  EXPECT_EQ(state, "READY=1\nSTATUS=Serving at " + address_);
+  EXPECT_EQ(vp_connect(address_.c_str()), 0);
+  EXPECT_EQ(write_register(5), 0);
+  EXPECT_EQ(stop(SIGTERM), 0);
+  EXPECT_TRUE(std::filesystem::exists(address_));  // whoever made it removes it
+  close(listener);
+  close(notify);
+}
+
+TEST_F(SwitchService, leaves_the_controls_to_its_owner_and_serves_the_group_alone) {
+  if (geteuid() != 0)
+    GTEST_SKIP() << "needs root, to become somebody else";
+  address_ = "@switch_test_" + std::to_string(getpid());
+  const auto as_nobody = [this](gid_t more, const std::function<int()> &run) {
+    return in_child([&] {
+      const bool changed = setgroups(1, &more) == 0 && setgid(65534) == 0 && setuid(65534) == 0;
+      const int error = changed ? vp_connect(address_.c_str()) : -1;
+      return error != 0 ? error : run();
+    });
+  };
+  const group *const tty = getgrnam("tty");
+  ASSERT_NE(tty, nullptr);
+  start({"--group", "tty", "--max-clients", "2"});
+  EXPECT_EQ(as_nobody(65534, [] { return 0; }), EACCES);
+  EXPECT_EQ(as_nobody(tty->gr_gid, [] { return write_register(5); }), 0);
+  expect_register(5);
+  EXPECT_EQ(as_nobody(tty->gr_gid, [] { return vp_reset(); }), EPERM);
+  EXPECT_EQ(as_nobody(tty->gr_gid, [] { return vp_set_card(1, 1); }), EPERM);
+  vp_asic_state state = {};
+  EXPECT_EQ(as_nobody(tty->gr_gid, [&] { return vp_asic_show(0, 0, &state); }), EPERM);
+  EXPECT_EQ(as_nobody(tty->gr_gid, [] { return vp_sw_card_id() == 1 ? 0 : -1; }), 0);
+  expect_register(5);
+}
+
+}  // namespace
