@@ -2,6 +2,7 @@
 #   library      libmorvaneusd.so.*
 #   platform     libmorvaneplatform.so.*, the virtual platform
 #   development  headers, .so links, pkg-config files, the CMake package, docs, examples
+#   service      morvaned, its man page and its units
 #   tool         mrvctl, its man page and its completion
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -80,4 +81,10 @@ if(TARGET mrvctl)
     DESTINATION lib/systemd/system COMPONENT tool)
   install(DIRECTORY share/grafana share/prometheus
     DESTINATION ${CMAKE_INSTALL_DATADIR}/mrvctl COMPONENT tool)
+endif()
+
+if(TARGET morvaned)
+  install(TARGETS morvaned RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
+  install(FILES share/systemd/morvaned.service share/systemd/morvaned.socket
+    DESTINATION lib/systemd/system COMPONENT service)
 endif()

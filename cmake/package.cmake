@@ -3,6 +3,7 @@
 #   libmorvaneusd1       the library, for whoever has a platform
 #   libmorvaneplatform1  the virtual platform
 #   libmorvaneusd-dev    headers, links, pkg-config files, CMake package, man pages, docs, examples
+#   morvaned             the virtual switch in a process of its own
 #   mrvctl               the tool, which takes its platform at run time
 set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(generated ${PROJECT_BINARY_DIR}/debian)
@@ -83,13 +84,18 @@ debian_package(tool mrvctl utils
   "mrvctl reads and writes registers and tables of a Morvane switching ASIC,
 runs transactions and programs, and shows and controls its ports. It opens
 the platform at its start, if not told otherwise the virtual one.")
+debian_package(service morvaned utils
+  "Virtual Morvane switch in a process of its own"
+  "morvaned owns one virtual switch and serves it to any number of processes
+over a Unix socket, as the driver service of a switch does. With it a whole
+control plane runs on any Linux machine.")
 set(same "(= ${full_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmorvaneusd1 ${same}, libmorvaneplatform1 ${same}")
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmorvaneusd1 (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libmorvaneplatform1")
 
 # Manual pages of a package are compressed.
-foreach(component development tool)
+foreach(component development service tool)
   install(CODE [[
     file(GLOB pages "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man?/*.[1-9]")
     execute_process(COMMAND gzip -9nf ${pages} COMMAND_ERROR_IS_FATAL ANY)]] COMPONENT ${component})
@@ -108,10 +114,11 @@ set(CPACK_DEBIAN_PACKAGE_SOURCE libmorvaneusd)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${MORVANE_PACKAGE})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL library platform development tool)
+set(CPACK_COMPONENTS_ALL library platform development service tool)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PLATFORM_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_SERVICE_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
 set(CPACK_STRIP_FILES ON)
