@@ -112,10 +112,9 @@ class SwitchService : public testing::Test {
   pid_t spawn(
       std::vector<std::string> options, const std::function<void()> &prepare = [] {}) {
     options.insert(options.begin(), {"morvaned", "--socket", address_});
-    std::vector<char *> arguments;
-    for (std::string &option : options)
-      arguments.push_back(option.data());
-    arguments.push_back(nullptr);
+    std::vector<char *> arguments(options.size() + 1);
+    std::transform(options.begin(), options.end(), arguments.begin(),
+                   [](std::string &option) { return option.data(); });
     const pid_t child = fork();
     if (child != 0)
       return child;
