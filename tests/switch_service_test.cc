@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -118,6 +119,7 @@ class SwitchService : public testing::Test {
     const pid_t child = fork();
     if (child != 0)
       return child;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     dup2(open((folder_ + "/log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO);
     prepare();
     execv(MORVANED_PATH, arguments.data());

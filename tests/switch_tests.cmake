@@ -25,3 +25,16 @@ target_compile_definitions(switch_service_test PRIVATE MORVANED_PATH="$<TARGET_F
 add_dependencies(switch_service_test morvaned)
 add_test(NAME man_page_of_morvaned COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
   $<TARGET_FILE:morvaned> ${PROJECT_SOURCE_DIR}/docs/man/morvaned.1.in)
+
+# Shorter here than by hand, or in CI.
+add_executable(switch_stress switch_stress.cc)
+target_link_libraries(switch_stress PRIVATE morvaneplatform switch_client morvane_build_flags)
+add_test(NAME switch_stress COMMAND switch_stress $<TARGET_FILE:morvaned> 2)
+set_tests_properties(switch_stress PROPERTIES TIMEOUT 60)
+
+# Both word sizes across, where the 32-bit build is there beside the 64-bit one.
+set(target_bin ${PROJECT_SOURCE_DIR}/build/target/bin)
+if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT MORVANE_SANITIZE AND EXISTS ${target_bin}/mrvctl_test)
+  served_test(served_by_32_bit ${target_bin}/morvaned ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  served_test(served_to_32_bit $<TARGET_FILE:morvaned> ${target_bin})
+endif()
