@@ -3,6 +3,7 @@
 #include "platform/system_service.h"
 
 #include <cerrno>
+#include <ctime>
 #include <deque>
 #include <optional>
 
@@ -19,6 +20,8 @@ using remote::Outcome;
 struct Transport {
   std::deque<Outcome> faults;  // of the calls to come, first come first served
   std::optional<uint32_t> next_num;
+  uint32_t delay = 0;  // milliseconds, of so many calls to come
+  uint32_t delayed_calls = 0;
   vp_watcher watcher = nullptr;
   void *user = nullptr;
 };
@@ -50,6 +53,17 @@ void change_num(uint32_t case_code, void *record) {
   transport().next_num.reset();
 }
 
+// A service that takes its time cannot be interrupted by a signal.
+void wait_as_asked() {
+  if (transport().delayed_calls == 0)
+    return;
+  --transport().delayed_calls;
+  const uint32_t delay = transport().delay;
+  timespec left = {static_cast<time_t>(delay / 1000), static_cast<long>(delay % 1000) * 1000000};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
+
 Outcome deliver(uint32_t case_code, const sys_srvc_case_params_t *case_params, uint32_t length) {
   if (!transport().faults.empty()) {
     const Outcome fault = transport().faults.front();
@@ -73,6 +87,7 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
     call.record = case_params->params;
   }
   tell_watcher(VP_CALL_SENT, call);
+  wait_as_asked();
   const Outcome outcome = deliver(case_code, case_params, length);
   call.result = outcome.result;
   call.error_number = outcome.error_number;
@@ -89,6 +104,11 @@ void vp_fail_next_call(int error_number) {
 
 void vp_answer_next_call(int result) {
   transport().faults.push_back({result, result < 0 ? EIO : 0});
+}
+
+void vp_delay_calls(uint32_t milliseconds, uint32_t calls) {
+  transport().delay = milliseconds;
+  transport().delayed_calls = calls;
 }
 
 void vp_watch(vp_watcher watcher, void *user) {

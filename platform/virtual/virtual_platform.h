@@ -153,6 +153,15 @@ void vp_answer_next_call(int result);
  */
 void vp_answer_next_num(uint32_t num);
 
+/**
+ * Makes the service slow: each of the next calls takes so much longer. What was asked for before is
+ * forgotten.
+ *
+ * @param milliseconds how much longer; 0 for as quick as ever
+ * @param calls        how many calls
+ */
+void vp_delay_calls(uint32_t milliseconds, uint32_t calls);
+
 /** A service call as a watcher sees it. */
 typedef struct vp_call {
   uint32_t case_code; /**< the case code */
