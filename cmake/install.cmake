@@ -66,7 +66,15 @@ install(FILES docs/figures/call-path.svg
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/figures COMPONENT development)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
+# What an installation needs to have been built.
+add_custom_target(delivered)
+add_dependencies(delivered morvaneusd)
+if(TARGET morvaneplatform)
+  add_dependencies(delivered morvaneplatform)
+endif()
+
 if(TARGET mrvctl)
+  add_dependencies(delivered mrvctl)
   # A tree of its own finds its libraries wherever it stands; the system's needs no help.
   if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     relative_prefix(${CMAKE_INSTALL_BINDIR} root)

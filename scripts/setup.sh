@@ -55,15 +55,36 @@ install_i386_packages() {
   install_packages "$@"
 }
 
-# build_preset PRESET [CMAKE-ARGUMENT...]: configures once and builds; says nothing unless it fails.
-build_preset() {
+# Shows the last of its lines on a terminal, as long as they come; nothing elsewhere.
+show_progress() {
+  [ -t 2 ] || exec cat >/dev/null
+  while IFS= read -r line; do
+    printf '\r%-79.79s' "$line" >&2
+  done
+  printf '\r%79s\r' '' >&2
+}
+
+# configure_and_build PRESET [TARGET...]
+configure_and_build() {
   preset=$1
   shift
-  log=$root/build/$preset.log
+  [ $# -eq 0 ] || set -- --target "$@"
+  cmake --preset "$preset" && cmake --build --preset "$preset" "$@"
+}
+
+# build_preset PRESET [TARGET...]: configures once and builds; says nothing unless it fails, but shows
+# on a terminal how far it is.
+build_preset() {
+  log=$root/build/$1.log
   mkdir -p "$root/build"
-  (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset") >"$log" 2>&1 || {
+  built=$(cd "$root" && {
+    {
+      if configure_and_build "$@" 2>&1; then echo yes >&3; fi
+    } | tee "$log" | show_progress
+  } 3>&1)
+  [ "$built" = yes ] || {
     cat "$log" >&2
-    echo "$0: building preset $preset failed" >&2
+    echo "$0: building preset $1 failed" >&2
     exit 1
   }
 }

@@ -40,6 +40,12 @@ foreach(file share/man/man1/mrvctl.1 share/man/man1/morvaned.1 lib/systemd/syste
   endif()
 endforeach()
 
+# Its manual refers to no page that is not there.
+file(READ ${root}/share/man/man7/libmorvaneusd.7 overview)
+if(overview MATCHES " \\(3\\)" AND NOT EXISTS ${root}/share/man/man3)
+  message(FATAL_ERROR "libmorvaneusd(7) refers to pages (3), and none is installed")
+endif()
+
 # Nothing in it leads back to the build.
 file(GLOB_RECURSE texts ${root}/*.pc ${root}/*.cmake ${root}/*.h
      ${root}/*.hpp)
