@@ -651,11 +651,13 @@ syserr_t lib_mrv_asic_write_field(int module, kel_asic_num_t asic, kel_asic_blk_
  */
 
 /**
- * Reads a run of consecutive registers.
+ * Reads a run of words: word i is what stands at the register's address + 4 * i.
  *
- * Only the first register is checked: a run that reaches past the block's last register is the
- * service's to judge. Makes one service call (::SYSSRV_REG_READ_CASE). An open transaction is
- * committed first, and an empty one named "<Interrupted>" is left open; a refused read leaves it
+ * That is register vreg + i where the register map puts registers with successive numbers one
+ * behind the other, as it mostly does, but not across a hole or behind a register that is followed
+ * by a table. Only the first register is checked: a run that reaches past the block's last register
+ * is the service's to judge. Makes one service call (::SYSSRV_REG_READ_CASE). An open transaction
+ * is committed first, and an empty one named "<Interrupted>" is left open; a refused read leaves it
  * alone. Runs of up to 2048 words need no allocation; a longer one grows the library's buffer for
  * good.
  *
