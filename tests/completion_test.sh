@@ -27,11 +27,16 @@ offers "read" expect-fail rea
 offers "show clear clear-all metrics*" qos ""
 offers "hif nif" qos metrics hif ""
 offers "--help --opts *" qos show --
-offers "hif nif" qos show ""
+offers "hif nif cif bif" qos show ""
+offers "HI.3 HI.30 HI.31" read hi.3
+offers "HI_DHS_LVIF_TCAM_OFFSET HI_DHS_LVIF_OFFSET" write hi.2 hi_dhs_lv
+offers "HF_DHS_POL_OFFSET" dhs-read HF.0 HF_DHS_PO
+offers "ETIMEDOUT" fail etimed
+offers "SYSERR_KEL_ASIC_UNKNOWN *ETIMEDOUT*" --calls error ""
 offers "on off" pause ""
 offers "hif" pause on h
 offers "SS HR * XL" regs ""
-offers "SS HR * XL" dump ""
+offers "SS. HR. * XL." dump ""
 offers "" nodrop ""
 offers "n2h h2n" traffic hif 3 --direction ""
 exit $failed

@@ -130,12 +130,14 @@ Case parse_case(const std::string &line) {
 }
 
 TEST_F(Mrvctl, CasesOfTheFile) {
-  write_file("two.dhs", "# TCAM results\n0x1 a  # first\n\nB 2\n");
-  write_file("two.CSV", "1, a\nB,0x2\n");
+  write_file("two.dhs", "# TCAM results\n0x1 10  # first\n\n0xB 2\n");
+  write_file("two.CSV", "\xEF\xBB\xBFkey, \"word 1\"\n1, 0xa\n11,0x2\n");
   write_file("ragged.dhs", "1 2\n1 2 3\n");
   write_file("gap.csv", "1,2\n1,\n");
-  write_file("long.dhs", "1 2\n123456789 2\n");
+  write_file("long.dhs", "1 2\n0x123456789 2\n");
   write_file("empty.dhs", "# none\n");
+  write_file("dump.dhs", "0000000a 00000002\n");
+  write_file("mask.pgm", "HI 2 5 1\nHI 2 6 1 0\n");
   write_file("good.pgm", "HI 2 5 0xff\nhf 0 HF_DHS_POL_00 3 0x1 # field\n");
   write_file("block.pgm", "HI 2 5 1\nHX 2 5 1\n");
   write_file("short.pgm", "HI 2 5\n");
@@ -179,7 +181,7 @@ TEST_F(Mrvctl, LongLoadGoesInPartsAndSaysHowFarItCame) {
                             {"\"load\" failed: 512 writes lost", "num=512",
                              "\"Contd XN..\" is sent: 88 writes", "num=88"}});
   const Outcome beyond = run_script("dhs-write HI.0 HI_DHS_LVIF 700 --from load.dhs\n");
-  expect_case(beyond, {1, "", {"Bad address", "(256 entries before it are written)"}});
+  expect_case(beyond, {1, "", {"entries 700 to 1299, but indices are 0 to 1023"}});
 }
 
 TEST_F(Mrvctl, JsonIsOneObjectACommand) {

@@ -36,7 +36,8 @@ constexpr char kDescription[] =
     "Morvane ASIC";
 
 constexpr char kFooter[] =
-    "Numbers are decimal, hexadecimal (0x) or binary (0b). The exit status is 0, 1 where a\n"
+    "Numbers are decimal, hexadecimal (0x) or binary (0b), in files too. The exit status is 0, 1 "
+    "where a\n"
     "command failed, or 2 where it could not be understood; with --keep-going that of the first\n"
     "failure.";
 

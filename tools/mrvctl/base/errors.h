@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "kel_asic_syserr_def.h"
 
@@ -24,6 +25,9 @@ class OperationFailed : public std::runtime_error {
  public:
   explicit OperationFailed(const std::string &text) : std::runtime_error(text) {}
   OperationFailed(syserr_t code, const std::string &hint);
+  // The same failure, with where it was.
+  OperationFailed(const std::string &place, const OperationFailed &failure)
+      : std::runtime_error(place + ": " + failure.what()), code_(failure.code_) {}
   // The library's result, where it was the library that failed.
   std::optional<syserr_t> code() const { return code_; }
 
@@ -34,14 +38,28 @@ class OperationFailed : public std::runtime_error {
 // Name of a result: an enumerator, an errno, or a constant of the headers.
 std::string result_name(syserr_t code);
 
-// What a result means, with its name and value.
+// The results that have a name of their own: all but those of failed service calls.
+std::vector<syserr_t> named_results();
+
+// What a result means.
+std::string result_meaning(syserr_t code);
+
+// A result in a message, with its value.
 std::string result_text(syserr_t code);
 
 // Name of an error number, or its digits where it has none.
 std::string errno_name(int error_number);
 
-// The error number of a name like "ETIMEDOUT", in any case; 0 where there is none.
-int errno_of_name(const std::string &name);
+// The names of all error numbers, in the order of these.
+std::vector<std::string> errno_names();
+
+// Reads an error number, by a name like "ETIMEDOUT", in any case, or as a number from 1 to 4095.
+// Throws UsageError.
+int parse_errno(const std::string &text);
+
+// Reads a result: a number, the name of an enumerator or constant, or that of an error number, for
+// the service call that fails with it. Throws UsageError.
+syserr_t parse_result(const std::string &text);
 
 // Throws OperationFailed for any result but 0.
 inline void check(syserr_t result, const std::string &hint = "") {

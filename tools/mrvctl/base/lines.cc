@@ -9,6 +9,8 @@
 namespace mrvctl {
 namespace {
 
+constexpr const char kByteOrderMark[] = "\xEF\xBB\xBF";  // of UTF-8
+
 bool is_blank(char c) {
   return c == ' ' || c == '\t';
 }
@@ -55,6 +57,8 @@ bool LineReader::next() {
     return false;
   }
   ++number_;
+  if (number_ == 1 && line_.rfind(kByteOrderMark, 0) == 0)
+    line_.erase(0, std::strlen(kByteOrderMark));
   if (!line_.empty() && line_.back() == '\r')
     line_.pop_back();
   return true;

@@ -13,7 +13,7 @@ namespace mrvctl {
 // comment. Throws UsageError where a quote is not closed.
 std::vector<std::string> split_words(const std::string &line);
 
-// Reads a text line by line and counts the lines.
+// Reads a text line by line and counts the lines. A byte-order mark at its beginning is none of it.
 class LineReader {
  public:
   // `name` is what messages call the input.

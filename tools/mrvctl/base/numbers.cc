@@ -53,14 +53,10 @@ uint64_t parse_u64(const std::string &text, uint64_t low, uint64_t high) {
                    ", in decimal, hexadecimal (0x) or binary (0b)");
 }
 
-uint32_t parse_hex_word(const std::string &text) {
-  Digits digits = digits_of(text);
-  if (digits.base != 16)
-    digits = {text.data(), text.data() + text.size(), 16};
-  uint32_t value = 0;
-  if (in_range(digits, uint32_t{0}, UINT32_MAX, value))
-    return value;
-  throw UsageError("'" + text + "' is no word of hexadecimal digits from 0 to FFFFFFFF");
+uint32_t parse_word(const std::string &text) {
+  if (text.size() > 1 && text[0] == '0' && digits_of(text).base == 10)
+    throw UsageError("'" + text + "' begins with 0: hexadecimal is written 0x" + text);
+  return parse_number(text);
 }
 
 double parse_seconds(const std::string &text, double low, double high) {

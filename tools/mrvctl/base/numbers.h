@@ -17,8 +17,9 @@ T parse_number(const std::string &text, T low = 0, T high = std::numeric_limits<
   return static_cast<T>(parse_u64(text, low, high));
 }
 
-// Reads one word in hexadecimal digits, with 0x or without.
-uint32_t parse_hex_word(const std::string &text);
+// Reads a word of data, on the command line and in files alike: a number, but not one that begins
+// with a 0, as the words of a dump in hexadecimal do.
+uint32_t parse_word(const std::string &text);
 
 // Reads seconds with a fraction, from low to high.
 double parse_seconds(const std::string &text, double low, double high);

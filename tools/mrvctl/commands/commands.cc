@@ -69,6 +69,7 @@ void add_commands(Parser &parser) {
   add_qos_commands(parser);
   add_port_commands(parser);
   add_platform_commands(parser);
+  add_result_commands(parser);
   add_script_commands(parser);
 }
 
@@ -111,10 +112,22 @@ void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_
   }
 }
 
+void finish_read(Session &session, syserr_t result, const std::string &refusal) {
+  const Transaction before = session.transaction;
+  session.transaction.after_read(result);
+  check_sent();
+  const bool sent = refusal.empty() && before.open();
+  if (result != 0)
+    throw OperationFailed(result, sent ? "transaction \"" + before.name() +
+                                             "\" was sent first: " + before.pending_text()
+                                       : refusal);
+}
+
 std::string interruption_text(const Transaction &before) {
-  return before.open() ? "  (transaction \"" + before.name() +
-                             "\" was sent first: " + before.pending_text() + ")\n"
-                       : "";
+  const bool sent = before.open() && !(before.interrupted() && before.pending() == 0);
+  return sent ? "  (transaction \"" + before.name() +
+                    "\" was sent first: " + before.pending_text() + ")\n"
+              : "";
 }
 
 const char *written_text(const Session &session) {

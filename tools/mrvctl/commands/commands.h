@@ -22,6 +22,7 @@ void add_dump_command(Parser &parser);
 void add_table_commands(Parser &parser);
 void add_transaction_commands(Parser &parser);
 void add_program_commands(Parser &parser);
+void add_result_commands(Parser &parser);
 void add_qos_commands(Parser &parser);
 void add_qos_metrics_command(Parser &parser);
 void add_port_commands(Parser &parser);
@@ -61,6 +62,10 @@ Words read_run(Session &session, const Register &reg, const Table &table, uint32
 // Throws OperationFailed unless the words read are the expected ones; `per_entry` is 0 where they
 // are no table entries.
 void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry);
+
+// Notes that a read was made; throws OperationFailed if it failed, or if the transaction that was
+// open before it did. `refusal` is why the library may have refused it; empty if it had no reason.
+void finish_read(Session &session, syserr_t result, const std::string &refusal);
 
 // What a read says of a transaction that was open before it, and that it sent.
 std::string interruption_text(const Transaction &before);

@@ -1,9 +1,12 @@
 // Files of table entries and of register program steps.
 #include "commands/data_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <iostream>
+#include <utility>
 
 #include "base/errors.h"
 #include "base/lines.h"
@@ -14,12 +17,10 @@
 namespace mrvctl {
 namespace {
 
-// Reads a file line by line; `take` gets the lines that are not empty, without their comments.
-void read_lines(const std::string &path, const std::function<void(const std::string &)> &take) {
-  std::ifstream input(path);
-  if (!input)
-    throw UsageError("cannot open " + path + ": " + std::strerror(errno));
-  LineReader reader(input, path);
+constexpr const char kStandardInput[] = "-";
+
+// Takes the lines of an input that are not empty, without their comments.
+void read_lines(LineReader &reader, const std::function<void(const std::string &)> &take) {
   while (reader.next()) {
     const std::string line = reader.line().substr(0, reader.line().find('#'));
     if (line.find_first_not_of(" \t") == std::string::npos)
@@ -32,7 +33,23 @@ void read_lines(const std::string &path, const std::function<void(const std::str
   }
 }
 
-bool is_csv(const std::string &path) {
+// Calls `read` with a reader of the file, or of standard input.
+void with_reader(const std::string &path, const std::function<void(LineReader &)> &read) {
+  std::ifstream file;
+  if (path != kStandardInput) {
+    file.open(path);
+    if (!file)
+      throw UsageError("cannot open " + path + ": " + std::strerror(errno));
+  }
+  LineReader reader(path == kStandardInput ? std::cin : file,
+                    path == kStandardInput ? "stdin" : path);
+  read(reader);
+}
+
+// Standard input has no name that tells: there a comma does.
+bool is_csv(const std::string &path, const std::string &line) {
+  if (path == kStandardInput)
+    return line.find(',') != std::string::npos;
   return path.size() > 4 && lower_case(path.substr(path.size() - 4)) == ".csv";
 }
 
@@ -51,6 +68,13 @@ std::vector<std::string> columns(const std::string &line, bool csv) {
   return cells;
 }
 
+// The first line of a file of columns may name them.
+bool is_header(const std::vector<std::string> &cells) {
+  return std::none_of(cells.begin(), cells.end(), [](const std::string &cell) {
+    return !cell.empty() && cell[0] >= '0' && cell[0] <= '9';
+  });
+}
+
 kel_asic_pgm_t parse_step(const std::string &line) {
   const std::vector<std::string> words = split_words(line);
   if (words.size() != 4 && words.size() != 5)
@@ -58,33 +82,43 @@ kel_asic_pgm_t parse_step(const std::string &line) {
   const kel_asic_blk_t block = parse_block(words[0]);
   return {KEL_ASIC_PGM_MAGIC,     block,
           parse_number(words[1]), parse_vreg(block, words[2]),
-          parse_number(words[3]), words.size() == 5 ? parse_number(words[4]) : UINT32_MAX};
+          parse_word(words[3]),   words.size() == 5 ? parse_word(words[4]) : UINT32_MAX};
 }
 
 }  // namespace
 
 std::vector<uint32_t> read_entries(const std::string &path, uint32_t entry_size) {
   std::vector<uint32_t> words;
-  const bool csv = is_csv(path);
-  read_lines(path, [&](const std::string &line) {
+  bool first = true;
+  const auto take = [&](const std::string &line) {
+    const bool csv = is_csv(path, line);
     const std::vector<std::string> cells = columns(line, csv);
+    const bool header = std::exchange(first, false) && csv && is_header(cells);
+    if (header)
+      return;
     if (cells.size() != entry_size)
       throw UsageError(
           format("%zu words, but an entry of this table has %u", cells.size(), entry_size));
     for (const std::string &cell : cells)
-      words.push_back(parse_hex_word(cell));
-  });
+      words.push_back(parse_word(cell));
+  };
+  with_reader(path, [&](LineReader &reader) { read_lines(reader, take); });
   if (words.empty())
     throw UsageError(path + " has no entry");
   return words;
 }
 
-std::vector<kel_asic_pgm_t> read_program(const std::string &path) {
-  std::vector<kel_asic_pgm_t> steps;
-  read_lines(path, [&](const std::string &line) { steps.push_back(parse_step(line)); });
-  if (steps.empty())
+Program read_program(const std::string &path) {
+  Program program;
+  with_reader(path, [&](LineReader &reader) {
+    read_lines(reader, [&](const std::string &line) {
+      program.steps.push_back(parse_step(line));
+      program.positions.push_back(reader.position());
+    });
+  });
+  if (program.steps.empty())
     throw UsageError(path + " has no step");
-  return steps;
+  return program;
 }
 
 }  // namespace mrvctl

@@ -15,7 +15,7 @@ struct IndexRange {
 };
 
 struct DumpArgs {
-  std::string place;  // BLOCK or BLOCK.INST
+  std::string place;  // BLOCK, BLOCK.* or BLOCK.INST
   std::string table;  // register, where entries are dumped
   bool named = false;
   std::string from;
@@ -74,9 +74,10 @@ void check_dump(DumpArgs &args) {
   }
   if (args.entries)
     throw UsageError("--entries is for the entries of a table: name its register");
-  args.all_instances = args.place.find('.') == std::string::npos;
-  args.reg = args.all_instances ? Register{parse_block(args.place), 0, 0}
-                                : parse_block_instance(args.place);
+  const bool block_alone = args.place.find('.') == std::string::npos;
+  const Instances instances = parse_instances(args.place + (block_alone ? ".*" : ""));
+  args.all_instances = instances.all;
+  args.reg = {instances.block, instances.first, 0};
   args.numbers = numbers_to_dump(args.reg.block, args);
 }
 
@@ -166,7 +167,7 @@ void run_dump(Session &session, const DumpArgs &args) {
 
 void describe_dump(Arguments &arguments, DumpArgs &args) {
   arguments
-      .word("BLOCK[.INST]", args.place, "Block and instance, like HI.2; the block alone for all")
+      .word("BLOCK[.INST]", args.place, "Block and instance, like HI.2; the block alone, or HI.*, for all")
       .required();
   arguments.word("REGISTER", args.table, "Table register whose entries are dumped (see dhs)");
   arguments.flag("--named", args.named, "Only the registers that have a name");

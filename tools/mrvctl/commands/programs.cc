@@ -35,8 +35,33 @@ uint32_t selection(const std::vector<uint32_t> &asics) {
   return map;
 }
 
+// Refuses a program with a step that names no register, or that selects no bit, before any of it
+// runs.
+void check_steps(Session &session, const Program &program) {
+  for (size_t i = 0; i < program.steps.size(); ++i) {
+    const kel_asic_pgm_t &step = program.steps[i];
+    std::string wrong = session.map().missing({step.block, step.instance, step.vreg});
+    if (wrong.empty() && step.mask == 0)
+      wrong = "a mask of 0 selects no bit";
+    if (!wrong.empty())
+      throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG,
+                            program.positions[i] + wrong + "; nothing is written");
+  }
+}
+
+// The step whose service call failed: each made as many calls as there are ASICs.
+std::string failed_step_text(const Program &program, uint64_t calls, size_t asics) {
+  const size_t step = (static_cast<size_t>(calls) - 1) / asics;
+  if (calls == 0 || step >= program.steps.size())
+    return "";
+  const kel_asic_pgm_t &failed = program.steps[step];
+  return program.positions[step] + register_text({failed.block, failed.instance, failed.vreg}) +
+         "; ";
+}
+
 void run_program(Session &session, const ProgramArgs &args) {
-  std::vector<kel_asic_pgm_t> steps = read_program(session.resolve(args.path));
+  Program program = read_program(session.resolve(args.path));
+  std::vector<kel_asic_pgm_t> &steps = program.steps;
   const std::vector<uint32_t> asics =
       args.asics ? *args.asics : parse_asics(std::to_string(session.asic));
   std::vector<std::string> existing, missing;
@@ -44,6 +69,10 @@ void run_program(Session &session, const ProgramArgs &args) {
     const bool exists = asic <= session.map().limits().max_asic;
     (exists ? existing : missing).push_back(std::to_string(asic));
   }
+  if (existing.empty())
+    throw OperationFailed("there is no ASIC " + join(missing, ", ") + ": nothing is written");
+  check_steps(session, program);
+  const uint64_t calls_before = calls_so_far();
   const Caller who = session.caller();
   const syserr_t result =
       lib_mrv_asic_pgm(static_cast<int>(session.module), selection(asics), steps.data(),
@@ -52,14 +81,15 @@ void run_program(Session &session, const ProgramArgs &args) {
     session.transaction.add_some();
     check_sent();
     throw OperationFailed(
-        result, "the steps before the one that failed are " + std::string(written_text(session)));
+        result, failed_step_text(program, calls_so_far() - calls_before, existing.size()) +
+                    "the steps before the one that failed are " + written_text(session));
   }
   if (session.transaction.open())
     session.transaction.add(uint64_t{existing.size()} * steps.size());
   check_sent();
-  std::string text = format("%zu %s", steps.size(), steps.size() == 1 ? "step" : "steps");
-  text += existing.empty() ? ": nothing written"
-                           : " for ASIC " + join(existing, ", ") + ": " + written_text(session);
+  std::string text =
+      format("%zu %s for ASIC ", steps.size(), steps.size() == 1 ? "step" : "steps") +
+      join(existing, ", ") + ": " + written_text(session);
   if (!missing.empty())
     text += "; there is no ASIC " + join(missing, ", ");
   session.report.result({{"command", "pgm"},
@@ -94,9 +124,9 @@ void add_program_commands(Parser &parser) {
       {"pgm", "Programs",
        "Run a register program from a file\n"
        "A step a line: BLOCK INSTANCE REGISTER DATA [MASK]; without a mask the whole register is\n"
-       "written. # starts a comment. Inside a transaction the writes are queued. ASICs that do "
-       "not\n"
-       "exist are passed over."},
+       "written. # starts a comment, and - is standard input. Inside a transaction the writes are\n"
+       "queued. ASICs that do not exist are passed over; where none does, and where a step names\n"
+       "no register, the program does not start."},
       describe_program, run_program);
 }
 

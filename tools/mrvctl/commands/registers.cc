@@ -64,6 +64,7 @@ void run_regs(Session &session, const RegsArgs &args) {
 
 struct ReadArgs {
   RegisterArgs reg;
+  bool all_instances = false;
   std::optional<uint32_t> count;
   std::vector<uint32_t> expected;
 };
@@ -80,7 +81,9 @@ std::vector<uint32_t> parse_numbers(const std::string &text) {
 }
 
 void check_read(ReadArgs &args) {
-  check_register(args.reg);
+  const Instances instances = parse_instances(args.reg.place);
+  args.all_instances = instances.all;
+  args.reg.reg = {instances.block, instances.first, parse_vreg(instances.block, args.reg.name)};
   const size_t words = args.count.value_or(1);
   if (!args.expected.empty() && args.expected.size() != words)
     throw UsageError(format("%zu words to read, but %zu expected", words, args.expected.size()));
@@ -98,35 +101,72 @@ Words read_run(Session &session, const Register &reg, std::optional<uint32_t> co
                                 run.words.data(), *count, who.context, who.file, who.line, who.func)
           : lib_mrv_asic_read(module, session.asic, reg.block, reg.instance, reg.vreg,
                               run.words.data(), who.context, who.file, who.line, who.func);
-  session.transaction.after_read(result);
-  check_sent();
-  if (result != 0)
-    throw OperationFailed(result, session.refusal_hint(reg));
+  finish_read(session, result, session.refusal_hint(reg));
   run.answered = count ? answered_words(run.words.size()) : 1;
   return run;
 }
 
 namespace {
 
-void run_read(Session &session, const ReadArgs &args) {
-  const Register &reg = args.reg.reg;
+// The words of registers with successive numbers, in as many runs as the map makes of them.
+Words read_registers(Session &session, const Register &first, uint32_t count) {
+  const RegisterMap &map = session.map();
+  std::vector<kel_asic_reg_t> numbers;
+  for (uint32_t i = 0; i < count; ++i) {
+    const Register reg = {first.block, first.instance, first.vreg + i};
+    const std::string missing = map.missing(reg);
+    if (i == 0 && !missing.empty())
+      return read_run(session, first, count);  // the library refuses it
+    if (!missing.empty())
+      throw OperationFailed(format("word %u of the run: ", i) + missing);
+    numbers.push_back(reg.vreg);
+  }
+  if (numbers.empty())
+    return read_run(session, first, count);
+  Words words;
+  for (const RegisterRun &run : map.runs(first.block, first.instance, numbers)) {
+    const Words more = read_run(session, run.first, run.count);
+    if (words.answered == words.words.size())
+      words.answered += more.answered;
+    words.words.insert(words.words.end(), more.words.begin(), more.words.end());
+  }
+  return words;
+}
+
+void read_one(Session &session, const Register &reg, const ReadArgs &args) {
   const Transaction before = session.transaction;
-  const Words run = read_run(session, reg, args.count);
+  const Words run =
+      args.count ? read_registers(session, reg, *args.count) : read_run(session, reg, std::nullopt);
   if (!args.expected.empty())
     expect_words(args.expected, run, 0);
   const std::vector<uint32_t> answered(
       run.words.begin(), run.words.begin() + static_cast<std::ptrdiff_t>(run.answered));
   Json object = register_json("read", reg);
+  object["address"] = session.map().address(reg);
   object["words"] = answered;
   object["transaction_sent"] = before.open();
   std::string text = register_text(reg);
   if (!args.count)
     text += format(" = 0x%08x (%u)\n", run.words[0], run.words[0]);
   else if (run.answered == run.words.size())
-    text += format(": %zu words\n", run.answered) + run_text(run);
+    text +=
+        format(": %zu %s\n", run.answered, run.answered == 1 ? "word" : "words") + run_text(run);
   else
     text += format(": %zu of %zu words answered\n", run.answered, run.words.size()) + run_text(run);
   session.report.result(object, text + interruption_text(before));
+}
+
+void run_read(Session &session, const ReadArgs &args) {
+  Register reg = args.reg.reg;
+  if (!args.all_instances)
+    return read_one(session, reg, args);
+  for (; reg.instance < session.map().instances(reg.block); ++reg.instance) {
+    try {
+      read_one(session, reg, args);
+    } catch (const OperationFailed &failure) {
+      throw OperationFailed(register_text(reg), failure);
+    }
+  }
 }
 
 // Where a write goes: a register, or a raw address.
@@ -151,7 +191,7 @@ void check_words(WriteArgs &args, size_t values) {
                     ? Target{parse_register(args.words[0], args.words[1]), KEL_ASIC_WR_SYMBOLIC}
                     : Target{{KEL_ASIC_NUM_BLK, 0, parse_number(args.raw)}, KEL_ASIC_WR_RAW};
   for (size_t i = before; i < args.words.size(); ++i)
-    args.values.push_back(parse_number(args.words[i]));
+    args.values.push_back(parse_word(args.words[i]));
 }
 
 void check_write(WriteArgs &args) {
@@ -213,7 +253,11 @@ void run_write_field(Session &session, const WriteArgs &args) {
   Json object = target_json("write-field", target);
   object["data"] = value;
   object["mask"] = mask;
-  finish_write(session, target, result, object, format(" <- 0x%08x mask 0x%08x", value, mask));
+  object["outside_mask"] = value & ~mask;
+  std::string text = format(" <- 0x%08x mask 0x%08x", value, mask);
+  if ((value & ~mask) != 0)
+    text += format(" (bits 0x%08x of the value are outside the mask)", value & ~mask);
+  finish_write(session, target, result, object, text);
 }
 
 void describe_block(Arguments &arguments, RegsArgs &args) {
@@ -225,8 +269,9 @@ void describe_read(Arguments &arguments, ReadArgs &args) {
   const auto parse_count = [](const std::string &text) {
     return parse_number<uint32_t>(text, 0, kMostWordsRead);
   };
-  arguments.parsed("COUNT", args.count, parse_count,
-                   format("Words of a run that starts at the register (0 to %u)", kMostWordsRead));
+  arguments.parsed(
+      "COUNT", args.count, parse_count,
+      format("Registers of a run that starts with this one (0 to %u)", kMostWordsRead));
   arguments
       .parsed("--expect", args.expected, parse_numbers,
               "Fail unless these are the values read (0 to 0xFFFFFFFF each)")
@@ -265,6 +310,9 @@ void add_register_commands(Parser &parser) {
   parser.add<ReadArgs>(
       {"read", "Registers",
        "Read a register, or a run of registers\n"
+       "A run is registers with successive numbers. Where the map does not put one behind the "
+       "other\n"
+       "the tool reads it in parts. HI.* reads the register of every instance of the block.\n"
        "Inside a transaction a read sends the writes made so far first; later ones are queued on."},
       describe_read, check_read, run_read);
   parser.add<WriteArgs>({"write", "Registers",
@@ -272,14 +320,14 @@ void add_register_commands(Parser &parser) {
                          "  write BLOCK.INST REGISTER DATA\n  write --raw ADDRESS DATA\n"
                          "Inside a transaction the write is queued."},
                         describe_write, check_write, run_write);
-  parser.add<WriteArgs>(
-      {"write-field", "Registers",
-       "Write the bits of a register under a mask\n"
-       "  write-field BLOCK.INST REGISTER VALUE MASK\n"
-       "  write-field --raw ADDRESS VALUE MASK\n"
-       "VALUE stands in its place in the register: it is not shifted. Inside a transaction\n"
-       "the write is queued."},
-      describe_write_field, check_write_field, run_write_field);
+  parser.add<WriteArgs>({"write-field", "Registers",
+                         "Write the bits of a register under a mask\n"
+                         "  write-field BLOCK.INST REGISTER VALUE MASK\n"
+                         "  write-field --raw ADDRESS VALUE MASK\n"
+                         "VALUE stands in its place in the register: it is not shifted, and its "
+                         "bits outside the mask\n"
+                         "are not written. Inside a transaction the write is queued."},
+                        describe_write_field, check_write_field, run_write_field);
 }
 
 }  // namespace mrvctl

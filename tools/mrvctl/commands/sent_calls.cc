@@ -20,6 +20,7 @@ struct Lost {
 
 Lost lost;
 size_t last_answered = 0;
+uint64_t calls = 0;
 
 void show_request(const ServiceCall &request) {
   std::fflush(stdout);  // what the library has printed stands before the call
@@ -47,6 +48,7 @@ void note_lost_transaction(const ObservedCall &call) {
 
 void note_answer(const ObservedCall &call) {
   const Record record = record_of(call.request);
+  ++calls;
   if (record == Record::kTransaction && call.answer.result != 0)
     note_lost_transaction(call);
   if (record == Record::kRegister)
@@ -70,6 +72,10 @@ void check_sent() {
                         format("transaction \"%s\" failed: %llu %s lost", noted.name.c_str(),
                                static_cast<unsigned long long>(noted.writes),
                                noted.writes == 1 ? "write" : "writes"));
+}
+
+uint64_t calls_so_far() {
+  return calls;
 }
 
 size_t answered_words(size_t wanted) {

@@ -3,6 +3,7 @@
 #define MRVCTL_SENT_CALLS_H
 
 #include <cstddef>
+#include <cstdint>
 
 namespace mrvctl {
 
@@ -12,6 +13,9 @@ void watch_calls(bool show);
 // Throws OperationFailed if a transaction that was sent since the last check has failed, which the
 // library tells nobody.
 void check_sent();
+
+// How many calls there were so far.
+uint64_t calls_so_far();
 
 // How many words the service answered to the last read of a run, at most `wanted`. The library
 // copies that many and does not tell.

@@ -17,6 +17,7 @@ namespace {
 
 constexpr char kTraceIsOff[] = "LIB debug disabled:";
 constexpr char kTraceIsOn[] = "LIB debug enabled:";
+constexpr char kInterrupted[] = "<Interrupted>";  // as the library names it
 constexpr size_t kLongestTransactionName = 31;
 
 // Collects what is printed on standard output, which is standard error by now.
@@ -59,6 +60,10 @@ bool begins_with(const std::string &text, const char *beginning) {
 
 }  // namespace
 
+bool Transaction::interrupted() const {
+  return name_ == kInterrupted;
+}
+
 std::string Transaction::pending_text() const {
   return format("%s%llu %s", exact_ ? "" : "at least ", static_cast<unsigned long long>(pending_),
                 pending_ == 1 ? "write" : "writes");
@@ -97,7 +102,7 @@ void Transaction::add_some() {
 void Transaction::after_read(syserr_t result) {
   const bool refused = result == SYSERR_KEL_ASIC_INVALID_ARG || result == SYSERR_KEL_ASIC_UNINIT;
   if (open_ && !refused)
-    start("<Interrupted>");
+    start(kInterrupted);
 }
 
 void Session::initialise(uint8_t slot) {
@@ -130,7 +135,8 @@ Caller Session::caller() {
 }
 
 std::string Session::resolve(const std::string &path) const {
-  return folder.empty() || path.empty() || path[0] == '/' ? path : folder + path;
+  const bool stays = folder.empty() || path.empty() || path[0] == '/' || path == "-";
+  return stays ? path : folder + path;
 }
 
 const RegisterMap &Session::map() {

@@ -23,6 +23,8 @@ class Transaction {
   bool open() const { return open_; }
   const std::string &name() const { return name_; }
   uint64_t pending() const { return pending_; }
+  // Whether a read has sent what was there before.
+  bool interrupted() const;
   // "3 writes", of those that wait for the commit.
   std::string pending_text() const;
   // What is lost where the transaction, which is open, is never committed.
@@ -55,7 +57,7 @@ class Session {
   const std::string &command() const { return command_; }
   Caller caller();
 
-  // Path of a file that a command names: relative to the script's own folder.
+  // Path of a file that a command names: relative to the script's own folder; "-" is none.
   std::string resolve(const std::string &path) const;
 
   const RegisterMap &map();

@@ -76,6 +76,15 @@ void check_entry_size(Session &session, const Table &table, uint32_t index) {
                index, size, table.entry_size));
 }
 
+// Entries beyond the last, behind one that exists, are refused here: the library looks at the first
+// alone, and the service would meet whatever stands behind the table.
+void check_range(const Table &table, uint32_t index, uint32_t count) {
+  const uint64_t end = uint64_t{index} + count;
+  if (index <= table.highest_index && end > uint64_t{table.highest_index} + 1)
+    throw OperationFailed(format("entries %u to %llu, but indices are 0 to %u", index,
+                                 static_cast<unsigned long long>(end - 1), table.highest_index));
+}
+
 std::string index_hint(Session &session, const Register &reg, const Table &table, uint32_t index) {
   if (index > table.highest_index)
     return format("indices are 0 to %u", table.highest_index);
@@ -101,16 +110,14 @@ Words read_run(Session &session, const Register &reg, const Table &table, uint32
   if (static_cast<uint64_t>(table.entry_size) * count > kMostWordsRead)
     throw UsageError(format("entries of %u words: at most %u of them at a time", table.entry_size,
                             kMostWordsRead / table.entry_size));
+  check_range(table, index, count);
   check_entry_size(session, table, index);
   Words run = room_for_words(static_cast<size_t>(table.entry_size) * count);
   const Caller who = session.caller();
   const syserr_t result = lib_mrv_asic_read_dhs(
       static_cast<int>(session.module), session.asic, reg.block, reg.instance, reg.vreg, index,
       run.words.data(), count, who.context, who.file, who.line, who.func);
-  session.transaction.after_read(result);
-  check_sent();
-  if (result != 0)
-    throw OperationFailed(result, index_hint(session, reg, table, index));
+  finish_read(session, result, index_hint(session, reg, table, index));
   run.answered = answered_words(run.words.size());
   return run;
 }
@@ -166,7 +173,7 @@ void check_table_write(TableWriteArgs &args) {
   if (args.words.empty() == args.path.empty())
     throw UsageError("give either the words or --from FILE");
   for (const std::string &word : args.words)
-    args.numbers.push_back(parse_number(word));
+    args.numbers.push_back(parse_word(word));
 }
 
 std::vector<uint32_t> words_to_write(Session &session, const TableWriteArgs &args,
@@ -190,6 +197,7 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
   const Table table = table_of(session, reg);
   std::vector<uint32_t> words = words_to_write(session, args, table);
   const auto count = static_cast<uint32_t>(words.size() / table.entry_size);
+  check_range(table, args.index, count);
   const Caller who = session.caller();
   for (uint32_t done = 0; done < count;) {
     const uint32_t index = args.index + done;
@@ -248,7 +256,9 @@ void describe_table_write(Arguments &arguments, TableWriteArgs &args) {
   describe_register(arguments, args.reg);
   arguments.number("INDEX", args.index, "First entry").required();
   arguments.words("WORDS", args.words, "Words of one or more entries (0 to 0xFFFFFFFF each)");
-  arguments.word("--from", args.path, "Take the entries from a file; in a script, beside it")
+  arguments
+      .word("--from", args.path,
+            "Take the entries from a file; in a script, beside it; - for standard input")
       .type_name("FILE");
 }
 
@@ -269,9 +279,12 @@ void add_table_commands(Parser &parser) {
   parser.add<TableWriteArgs>(
       {"dhs-write", "Tables",
        "Write entries of a table register\n"
-       "Inside a transaction the words are queued. A file has an entry a line, its words in\n"
-       "hexadecimal between blanks; if its name ends in .csv, between commas, the first column a\n"
-       "word like the others. # starts a comment. Nothing is written unless every line is right."},
+       "Inside a transaction the words are queued. A file has an entry a line, its words between\n"
+       "blanks; if its name ends in .csv, between commas, the first column a word like the "
+       "others,\n"
+       "and the first line may name the columns. Words are numbers as on the command line. # "
+       "starts\n"
+       "a comment. Nothing is written unless every line is right."},
       describe_table_write, check_table_write, run_table_write);
 }
 

@@ -28,18 +28,23 @@ void run_begin(Session &session, const BeginArgs &args) {
           (args.reorder ? ", in any order\n" : "\n"));
 }
 
+std::string commit_text(const Transaction &sent) {
+  if (!sent.open())
+    return "no transaction is open: nothing is sent\n";
+  if (sent.interrupted() && sent.pending() == 0)
+    return "nothing is left to send: a read has sent the transaction\n";
+  return "transaction \"" + sent.name() + "\" is sent: " + sent.pending_text() + "\n";
+}
+
 void run_commit(Session &session) {
   const Transaction sent = session.transaction;
   mrv_asic_transaction_commit();
   session.transaction.close();
   check_sent();
-  const std::string text =
-      sent.open() ? "transaction \"" + sent.name() + "\" is sent: " + sent.pending_text() + "\n"
-                  : "no transaction is open: nothing is sent\n";
   session.report.result({{"command", "commit"},
                          {"name", sent.open() ? Json(sent.name()) : Json()},
                          {"writes", sent.pending()}},
-                        text);
+                        commit_text(sent));
 }
 
 void describe_begin(Arguments &arguments, BeginArgs &args) {

@@ -12,6 +12,8 @@
 namespace mrvctl {
 namespace {
 
+constexpr uint32_t kLongestDelay = 24 * 3600 * 1000;  // milliseconds
+
 struct NumberArgs {
   uint32_t number = 0;
 };
@@ -23,6 +25,21 @@ void run_fail(Session &session, const NumberArgs &args) {
   session.report.result(
       {{"command", "fail"}, {"errno", args.number}, {"name", name}},
       "the next service call fails with " + name + " (" + std::strerror(error_number) + ")\n");
+}
+
+struct DelayArgs {
+  uint32_t milliseconds = 0;
+  uint32_t calls = 1;
+};
+
+void run_delay(Session &session, const DelayArgs &args) {
+  control<decltype(vp_delay_calls)>("vp_delay_calls")(args.milliseconds, args.calls);
+  session.report.result(
+      {{"command", "delay"}, {"milliseconds", args.milliseconds}, {"calls", args.calls}},
+      format("%s %u ms longer\n",
+             args.calls == 1 ? "the next service call takes"
+                             : format("the next %u service calls take", args.calls).c_str(),
+             args.milliseconds));
 }
 
 void run_card(Session &session, const NumberArgs &args) {
@@ -114,15 +131,20 @@ void run_state(Session &session) {
                         text + "\n");
 }
 
-uint32_t parse_errno(const std::string &text) {
-  const int named = errno_of_name(text);
-  return named != 0 ? static_cast<uint32_t>(named)
-                    : parse_number<uint32_t>(text, 1, KEL_ASIC_SYSERR_ERRNO_MASK);
+void describe_fail(Arguments &arguments, NumberArgs &args) {
+  const auto parse = [](const std::string &text) {
+    return static_cast<uint32_t>(parse_errno(text));
+  };
+  arguments.parsed("ERRNO", args.number, parse, "Name, like ETIMEDOUT, or number (1 to 4095)")
+      .required();
 }
 
-void describe_fail(Arguments &arguments, NumberArgs &args) {
-  arguments.parsed("ERRNO", args.number, parse_errno, "Name, like ETIMEDOUT, or number (1 to 4095)")
+void describe_delay(Arguments &arguments, DelayArgs &args) {
+  arguments
+      .number<uint32_t>("MILLISECONDS", args.milliseconds, "How much longer a call takes", 0,
+                        kLongestDelay)
       .required();
+  arguments.number<uint32_t>("CALLS", args.calls, "Of so many calls; 1 if left out");
 }
 
 void describe_card(Arguments &arguments, NumberArgs &args) {
@@ -146,6 +168,9 @@ void add_platform_commands(Parser &parser) {
   parser.add<NumberArgs>(
       {"fail", "Virtual platform", "Make the next service call fail, on the virtual platform"},
       describe_fail, run_fail);
+  parser.add<DelayArgs>(
+      {"delay", "Virtual platform", "Make the next service calls slow, on the virtual platform"},
+      describe_delay, run_delay);
   parser.add<NumberArgs>(
       {"card", "Virtual platform", "Set the card's software identifier, on the virtual platform"},
       describe_card, run_card);

@@ -77,6 +77,14 @@ Register parse_block_instance(const std::string &text) {
   return {parse_block(text.substr(0, dot)), parse_number(text.substr(dot + 1)), 0};
 }
 
+Instances parse_instances(const std::string &text) {
+  const size_t dot = text.find('.');
+  if (dot != std::string::npos && text.substr(dot) == ".*")
+    return {parse_block(text.substr(0, dot)), 0, true};
+  const Register one = parse_block_instance(text);
+  return {one.block, one.instance, false};
+}
+
 kel_asic_reg_t parse_vreg(kel_asic_blk_t block, const std::string &text) {
   if (!text.empty() && std::isdigit(static_cast<unsigned char>(text[0])) != 0)
     return parse_number(text);

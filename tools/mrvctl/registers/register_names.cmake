@@ -1,40 +1,34 @@
-# Writes the names of the public headers as C++ tables, so that no name is written twice: run with
-# -DHEADERS=a.h;b.h -DFOLDER=generated. register_names.cc includes names.inc, errors.cc codes.inc.
+# Writes the names of the public header as C++ tables, so that no name is written twice: run with
+# -DHEADER=kel_asic_intf.h -DFOLDER=generated. register_names.cc includes names.inc.
 set(blocks "")
 set(registers "")
-set(codes "")
 set(commands "")
-foreach(header IN LISTS HEADERS)
-  file(STRINGS ${header} lines)
-  set(block "")
-  foreach(line IN LISTS lines)
-    if(line MATCHES "^  KEL_ASIC_BLK_([A-Z0-9_]+) = [0-9]+")
-      string(TOLOWER "${CMAKE_MATCH_1}" field)
-      string(APPEND blocks
-        "    {KEL_ASIC_BLK_${CMAKE_MATCH_1}, \"${CMAKE_MATCH_1}\", "
-        "KEL_ASIC_${CMAKE_MATCH_1}_NUM_ENUM, &kel_asic_limits_t::max_${field}},\n")
-    elseif(line MATCHES "^  KEL_ASIC_([A-Z0-9_]+)_FIRST_ENUM = ")
-      set(block "KEL_ASIC_BLK_${CMAKE_MATCH_1}")
-    elseif(line MATCHES "^  KEL_ASIC_[A-Z0-9_]+_NUM_ENUM = ")
-      set(block "")
-    elseif(block AND line MATCHES "^  ([A-Z0-9_]+) = [0-9]+")
-      string(APPEND registers "    {${block}, ${CMAKE_MATCH_1}, \"${CMAKE_MATCH_1}\"},\n")
-    elseif(line MATCHES "^  (SYSERR_[A-Z0-9_]+) = ")
-      string(APPEND codes "    {${CMAKE_MATCH_1}, \"${CMAKE_MATCH_1}\"},\n")
-    elseif(line MATCHES "^#define (KEL_ASIC_CMD_[A-Z0-9_]+) ")
-      string(APPEND commands "    {${CMAKE_MATCH_1}, \"${CMAKE_MATCH_1}\"},\n")
-    endif()
-  endforeach()
+file(STRINGS ${HEADER} lines)
+set(block "")
+foreach(line IN LISTS lines)
+  if(line MATCHES "^  KEL_ASIC_BLK_([A-Z0-9_]+) = [0-9]+")
+    string(TOLOWER "${CMAKE_MATCH_1}" field)
+    string(APPEND blocks
+      "    {KEL_ASIC_BLK_${CMAKE_MATCH_1}, \"${CMAKE_MATCH_1}\", "
+      "KEL_ASIC_${CMAKE_MATCH_1}_NUM_ENUM, &kel_asic_limits_t::max_${field}},\n")
+  elseif(line MATCHES "^  KEL_ASIC_([A-Z0-9_]+)_FIRST_ENUM = ")
+    set(block "KEL_ASIC_BLK_${CMAKE_MATCH_1}")
+  elseif(line MATCHES "^  KEL_ASIC_[A-Z0-9_]+_NUM_ENUM = ")
+    set(block "")
+  elseif(block AND line MATCHES "^  ([A-Z0-9_]+) = [0-9]+")
+    string(APPEND registers "    {${block}, ${CMAKE_MATCH_1}, \"${CMAKE_MATCH_1}\"},\n")
+  elseif(line MATCHES "^#define (KEL_ASIC_CMD_[A-Z0-9_]+) ")
+    string(APPEND commands "    {${CMAKE_MATCH_1}, \"${CMAKE_MATCH_1}\"},\n")
+  endif()
 endforeach()
-foreach(table blocks registers codes commands)
+foreach(table blocks registers commands)
   if("${${table}}" STREQUAL "")
-    message(FATAL_ERROR "No ${table} found in ${HEADERS}")
+    message(FATAL_ERROR "No ${table} found in ${HEADER}")
   endif()
 endforeach()
 
-set(origin "// Written by register_names.cmake from the public headers.\n")
+set(origin "// Written by register_names.cmake from the public header.\n")
 file(WRITE ${FOLDER}/names.inc ${origin}
   "constexpr BlockInfo kBlocks[] = {\n${blocks}};\n"
   "constexpr RegisterName kRegisters[] = {\n${registers}};\n"
   "constexpr NamedValue kCommandAddresses[] = {\n${commands}};\n")
-file(WRITE ${FOLDER}/codes.inc ${origin} "constexpr NamedValue kCodes[] = {\n${codes}};\n")

@@ -42,6 +42,16 @@ kel_asic_blk_t parse_block(const std::string &text);
 // Reads a block instance, "HI.2".
 Register parse_block_instance(const std::string &text);
 
+// Instances of a block: one, or all of them.
+struct Instances {
+  kel_asic_blk_t block;
+  uint32_t first;
+  bool all;
+};
+
+// Reads block instances, "HI.2", or "HI.*" for all.
+Instances parse_instances(const std::string &text);
+
 // Reads a register's name, with _OFFSET or without, in any case; or its number.
 kel_asic_reg_t parse_vreg(kel_asic_blk_t block, const std::string &text);
 
