@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdlib>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include "morvaneusd.hpp"
 #include "ratio_report.h"
@@ -20,15 +20,18 @@ std::array<uint32_t, 16> words;
 std::array<kel_asic_pgm_t, 16> steps;
 char file[] = __FILE__;
 
-using operation = void (*)();
+template <typename Operation>
+void add(const std::string &name, Operation operation) {
+  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
+    for (auto _ : state)
+      operation();
+  });
+}
 
-void add_pair(const std::string &name, operation cxx, operation c) {
-  for (const auto &[suffix, run] : {std::pair{"/library", cxx}, std::pair{"/baseline", c}})
-    benchmark::RegisterBenchmark((name + "@1.02" + suffix).c_str(),
-                                 [run = run](benchmark::State &state) {
-                                   for (auto _ : state)
-                                     run();
-                                 });
+template <typename Cxx, typename C>
+void add_pair(const std::string &name, Cxx cxx, C c) {
+  add(name + "@1.02/library", cxx);
+  add(name + "@1.02/baseline", c);
 }
 
 void check(syserr_t result) {
@@ -82,6 +85,14 @@ void add_run_and_table_pairs() {
       [] {
         check(lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, words.data(), 16, 0, file, __LINE__,
                                   __func__));
+      });
+  add_pair(
+      "read_run 16, a vector", [] { benchmark::DoNotOptimize(morvane::read_run(reg, 16)); },
+      [] {
+        std::vector<uint32_t> run(16);
+        check(lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, run.data(), 16, 0, file, __LINE__,
+                                  __func__));
+        benchmark::DoNotOptimize(run);
       });
   add_pair(
       "read_entries 2", [] { morvane::read_entries(policers, 3, words); },

@@ -698,6 +698,11 @@ inline std::string describe(int module, kel_asic_num_t number) {
 
 /* What is described goes as single values, which stand in registers until something fails. */
 [[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
+                                                           const char *subject) {
+  fail(result, operation, subject == nullptr ? "" : subject);
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
                                                            int module, kel_asic_num_t number) {
   fail(result, operation, describe(module, number));
 }
@@ -744,7 +749,7 @@ inline std::string describe(int module, kel_asic_num_t number) {
 [[gnu::always_inline]] inline void check(syserr_t result, const char *operation,
                                          const char *subject) {
   if (result != 0)
-    fail(result, operation, subject == nullptr ? "" : subject);
+    fail_at(result, operation, subject);
 }
 #endif
 
