@@ -104,12 +104,13 @@ void run_command(Runner &runner, Session &session, const Command &command,
   });
 }
 
-void initialise(Runner &runner, Session &session, const Options &options) {
+void initialise(Runner &runner, Session &session, const Options &options, bool library) {
   runner.run({}, "init", [&] {
     session.set_command("init");
     watch_calls(options.calls);
     open_platform(options.platform);
-    session.initialise(static_cast<uint8_t>(options.slot));
+    if (library)
+      session.initialise(static_cast<uint8_t>(options.slot));
     if (options.trace)
       show_trace_state(session);
   });
@@ -136,7 +137,7 @@ void run(Runner &runner, Parser &parser, Session &session, const Options &option
   if (options.dry_run)
     return show_dry_run(session, chosen.run ? shown : script.name,
                         chosen.run ? 1 : script.lines.size());
-  initialise(runner, session, options);
+  initialise(runner, session, options, chosen.needs_library || options.trace);
   if (runner.failed())
     return;
   if (chosen.run)
@@ -151,6 +152,7 @@ void run(Runner &runner, Parser &parser, Session &session, const Options &option
 int run_and_close(Parser &parser, const Options &options, const Command &chosen,
                   const std::string &shown) {
   Session session;
+  session.slot = options.slot;
   session.module = options.module;
   session.asic = options.asic;
   if (options.json)

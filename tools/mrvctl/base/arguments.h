@@ -41,6 +41,7 @@ struct Command {
   std::string name;
   std::function<void()> check;  // to be called once, before run; throws UsageError
   std::function<void(Session &)> run;
+  bool needs_library = true;
 };
 
 // A command of the tool, as its help shows it.
@@ -48,6 +49,9 @@ struct CommandText {
   std::string name;   // all its words, as in "qos show"
   std::string group;  // the heading that it stands under
   std::string help;   // the first line is for the list of commands, all of it for its own help
+  // Whether the library is initialised for it: not for commands that read files, which do so also
+  // where the card does not answer.
+  bool needs_library = true;
 };
 
 // One argument that is being described.
@@ -140,17 +144,17 @@ class Parser {
   // wrong in a line keeps the whole script from running.
   template <typename Args, typename Describe, typename Check, typename Run>
   void add(const CommandText &text, Describe describe, Check check, Run run) {
-    add_definition(
-        {text, [name = text.name, describe, check, run](Arguments &arguments) -> Attached {
-           auto args = std::make_shared<Args>();
-           describe(arguments, *args);
-           const auto take = [name, args, check, run]() -> Command {
-             auto taken = std::make_shared<Args>(*args);
-             return {name, [taken, check] { check(*taken); },
-                     [taken, run](Session &session) { run(session, *taken); }};
-           };
-           return {[args] { *args = Args(); }, take};
-         }});
+    add_definition({text, [text, describe, check, run](Arguments &arguments) -> Attached {
+                      auto args = std::make_shared<Args>();
+                      describe(arguments, *args);
+                      const auto take = [text, args, check, run]() -> Command {
+                        auto taken = std::make_shared<Args>(*args);
+                        return {text.name, [taken, check] { check(*taken); },
+                                [taken, run](Session &session) { run(session, *taken); },
+                                text.needs_library};
+                      };
+                      return {[args] { *args = Args(); }, take};
+                    }});
   }
 
   // A command whose arguments can be checked one by one.

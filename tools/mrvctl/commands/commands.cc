@@ -70,6 +70,7 @@ void add_commands(Parser &parser) {
   add_port_commands(parser);
   add_platform_commands(parser);
   add_result_commands(parser);
+  add_check_commands(parser);
   add_script_commands(parser);
 }
 

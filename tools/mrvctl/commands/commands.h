@@ -28,6 +28,7 @@ void add_qos_metrics_command(Parser &parser);
 void add_port_commands(Parser &parser);
 void add_script_commands(Parser &parser);
 void add_platform_commands(Parser &parser);
+void add_check_commands(Parser &parser);
 
 // All of the above.
 void add_commands(Parser &parser);

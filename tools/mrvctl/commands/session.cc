@@ -105,15 +105,15 @@ void Transaction::after_read(syserr_t result) {
     start(kInterrupted);
 }
 
-void Session::initialise(uint8_t slot) {
+void Session::initialise(uint8_t card_slot) {
   set_command("init");
   const Caller who = caller();
   syserr_t result = 0;
   std::string printed;
   {
     Capture capture;
-    result =
-        lib_mrv_asic_init(slot, KEL_ASIC_DRIVER_MORVANE, who.context, who.file, who.line, who.func);
+    result = lib_mrv_asic_init(card_slot, KEL_ASIC_DRIVER_MORVANE, who.context, who.file, who.line,
+                               who.func);
     printed = capture.text();
   }
   trace_on = begins_with(printed, kTraceIsOn);
@@ -121,7 +121,7 @@ void Session::initialise(uint8_t slot) {
     printed.erase(0, std::strlen(kTraceIsOff));
   std::fputs(printed.c_str(), stderr);
   check(result, result == SYSERR_KEL_ASIC_INVALID_ARG
-                    ? format("the card in slot %u carries no Morvane", slot)
+                    ? format("the card in slot %u carries no Morvane", card_slot)
                     : "");
 }
 

@@ -49,7 +49,7 @@ class Transaction {
 class Session {
  public:
   // Sets up the library for a slot. Throws OperationFailed.
-  void initialise(uint8_t slot);
+  void initialise(uint8_t card_slot);
 
   // Who asks from now on.
   void set_place(const std::string &file, int line);
@@ -69,6 +69,7 @@ class Session {
   // Why the library may have refused a register.
   std::string refusal_hint(const Register &reg);
 
+  uint32_t slot = 0;
   uint32_t module = 0;
   uint32_t asic = 0;
   bool trace_on = false;

@@ -1,0 +1,323 @@
+// The virtual platform with one promise broken: MORVANE_WRONG names the breach, which begins with
+// the clauses of docs/porting.md that a check has to find broken, and no others.
+#include <dlfcn.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "kel_asic_intf.h"
+#include "platform/register_map.h"
+#include "platform/system_service.h"
+
+namespace {
+
+bool wrong(const char *breach) {
+  static const char *const chosen = std::getenv("MORVANE_WRONG");
+  return chosen != nullptr && std::strcmp(chosen, breach) == 0;
+}
+
+template <typename Function>
+Function *right(Function * /*function*/, const char *name) {
+  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+#define RIGHT(function) right(&(function), #function)
+
+constexpr uint32_t kAll = 0xFFFFFFFF;
+
+int fail(int error) {
+  errno = error;
+  return -1;
+}
+
+using Request = kel_asic_reg_access_params_t;
+
+uint32_t *words(Request *request) {
+  return reinterpret_cast<uint32_t *>(request + 1);
+}
+
+bool has_room(const Request *request, uint32_t length) {
+  return request->num <= (length - sizeof *request) / 4;
+}
+
+int send(uint32_t case_code, void *record, uint32_t length) {
+  sys_srvc_case_params_t params = {KEL_ASIC_DRIVER_MORVANE, record};
+  return RIGHT(sse_call2)(case_code, &params, length);
+}
+
+int read(Request *request, uint32_t length) {
+  if (request->type == 99 && wrong("P23_takes_any_type"))
+    return 0;
+  if (request->module == 99 && wrong("P23_takes_any_module"))
+    request->module = 0;
+  if (request->type == TYPE_READ_DHS && has_room(request, length) &&
+      wrong("P24_P27_reads_in_steps_of_8")) {
+    for (uint32_t i = 0; i < request->num; ++i) {
+      Request one = {TYPE_READ, request->module, request->asic, request->addr + 8 * i, 0, 0, 0, {}};
+      if (send(SYSSRV_REG_READ_CASE, &one, sizeof one) != 0)
+        return -1;
+      words(request)[i] = one.data;
+    }
+    return 0;
+  }
+  const int result = send(SYSSRV_REG_READ_CASE, request, length);
+  if (result != 0 || length < sizeof *request)
+    return result;
+  if (request->type == TYPE_READ_DHS) {
+    if (wrong("P6_counts_one_more"))
+      ++request->num;
+    if (wrong("P6_P22_P27_counts_one_less") && request->num > 0)
+      --request->num;
+    if (wrong("P5_writes_behind_the_record"))
+      reinterpret_cast<uint8_t *>(request)[length] = 0;
+    return 0;
+  }
+  if (wrong("P5_writes_before_the_record"))
+    reinterpret_cast<uint8_t *>(request)[-1] ^= 1;
+  if (wrong("P2_P4_answers_again_later"))
+    std::thread([request] {
+      usleep(5000);
+      ++request->data;
+    }).detach();
+  return 0;
+}
+
+int write(Request *request, uint32_t length) {
+  const bool command = request->addr >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
+  if (request->type == TYPE_WRITE && command && wrong("P25_drops_commands"))
+    return 0;
+  if (request->type == TYPE_WRITE_FIELD && wrong("P22_P25_P26_crashes"))
+    std::raise(SIGSEGV);
+  if (request->type == TYPE_WRITE_FIELD && !command && wrong("P22_P26_writes_the_whole_register"))
+    request->type = TYPE_WRITE;
+  if (request->type == TYPE_WRITE_FIELD && wrong("P26_shifts_the_value"))
+    request->data <<= __builtin_ctz(request->mask);
+  if (request->type == TYPE_WRITE_FIELD && command && wrong("P25_takes_masked_commands"))
+    request->type = TYPE_WRITE;
+  if (request->type == TYPE_WRITE_DHS && has_room(request, length) && wrong("P27_writes_backwards"))
+    std::reverse(words(request), words(request) + request->num);
+  if (request->type == 99 && wrong("P23_writes_what_it_refuses")) {
+    request->type = TYPE_WRITE;
+    send(SYSSRV_REG_WRITE_CASE, request, length);
+    return fail(EINVAL);
+  }
+  return send(SYSSRV_REG_WRITE_CASE, request, length);
+}
+
+int commit(kel_asic_xn_t transaction) {
+  kel_asic_xn_entry_t *const begin = transaction.xn;
+  kel_asic_xn_entry_t *const end = begin + std::clamp(transaction.num, 0, KEL_ASIC_XN_ENTRIES);
+  if (transaction.num == KEL_ASIC_XN_ENTRIES && wrong("P1_P24_cuts_a_transaction"))
+    transaction.num = 256;
+  if (wrong("P23_takes_any_number_of_entries"))
+    transaction.num = std::clamp(transaction.num, 0, KEL_ASIC_XN_ENTRIES);
+  if (wrong("P24_P26_applies_backwards"))
+    std::reverse(begin, end);
+  if (wrong("P24_applies_one_more") && transaction.num >= 0 && transaction.num < 4 &&
+      begin[transaction.num].reg != 0)
+    ++transaction.num;
+  for (kel_asic_xn_entry_t *entry = begin; entry != end; ++entry) {
+    const bool command = entry->reg >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
+    if (command ? wrong("P25_takes_masked_commands_in_transactions")
+                : wrong("P1_P26_writes_whole_registers_in_transactions"))
+      entry->mask = kAll;
+    if (command && entry->mask == kAll && wrong("P25_drops_commands_in_transactions"))
+      *entry = {0, 0, 0x18000000, 0, 0x1};
+  }
+  const int result = send(SYSSRV_MEM_WRITE_CASE, &transaction, sizeof transaction);
+  if (result != 0 && transaction.num == 2 && wrong("P23_applies_half_a_refused_transaction")) {
+    transaction.num = 1;
+    send(SYSSRV_MEM_WRITE_CASE, &transaction, sizeof transaction);
+    return fail(ENXIO);
+  }
+  return result;
+}
+
+int statistics(kel_asic_qos_stats_params_t *request, uint32_t length) {
+  if (request->type == QOS_STATS_CLEAR && wrong("P22_clears_no_port"))
+    return 0;
+  if (request->type == QOS_STATS_CLEAR_ALL && wrong("P22_clears_no_ports"))
+    return 0;
+  if (request->port_type == 200 && wrong("P23_takes_any_port_type"))
+    return 0;
+  const kel_asic_qos_drops_t before = request->stats.drops;
+  const int result = send(SYSSRV_MEM_READ_CASE, request, length);
+  if (wrong("P22_answers_no_drops"))
+    request->stats.drops = before;
+  return result;
+}
+
+int serve(uint32_t case_code, void *record, uint32_t length) {
+  if (length % 100 == 92 && wrong("P23_takes_any_length"))
+    return 0;
+  switch (case_code) {
+    case SYSSRV_REG_READ_CASE:
+      return length < sizeof(Request) ? send(case_code, record, length)
+                                      : read(static_cast<Request *>(record), length);
+    case SYSSRV_REG_WRITE_CASE:
+      return write(static_cast<Request *>(record), length);
+    case SYSSRV_MEM_WRITE_CASE:
+      return commit(*static_cast<kel_asic_xn_t *>(record));
+    case SYSSRV_MEM_READ_CASE:
+      return length != sizeof(kel_asic_qos_stats_params_t)
+                 ? send(case_code, record, length)
+                 : statistics(static_cast<kel_asic_qos_stats_params_t *>(record), length);
+    case SYSSRV_SP_TIME_CONFIGURE:
+      return wrong("P22_has_no_sp_timer") ? fail(ENOSYS) : send(case_code, record, length);
+    default:
+      if (wrong("P23_hangs"))
+        pause();
+      if (wrong("P23_exits"))
+        std::exit(0);
+      return wrong("P23_takes_any_case") ? 0 : fail(ENOSYS);
+  }
+}
+
+int hook(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
+  if (vreg == NF_DHS_UCAST_MEM_OFFSET && wrong("P14_knows_one_register_less"))
+    return 0;
+  if (vreg == 700 && wrong("P14_answers_for_others"))
+    return 1;
+  if (index == kAll && wrong("P14_P20_has_no_last_entry"))
+    index = 0;
+  KEL_ASIC_fn hooks = {};
+  kel_asic_limits_t limits = {};
+  kel_asic_ver_t revision = {};
+  RIGHT(morvane_lib_init)(&hooks, &limits, &revision, 0, nullptr, 0, nullptr);
+  return hooks.reg_dhs_entry_size(block, vreg, index);
+}
+
+// A copy whose end is the end of a page, with nothing behind it.
+const kel_asic_reg_t *at_the_end_of_memory(const kel_asic_reg_t *array, uint32_t length) {
+  const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  auto *const memory = static_cast<uint8_t *>(
+      mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  munmap(memory + page, page);
+  return static_cast<const kel_asic_reg_t *>(
+      std::memcpy(memory + page - 4 * length, array, 4 * length));
+}
+
+// A table of which one array is another.
+struct ChangedTable {
+  const kel_asic_reg_t *arrays[KEL_ASIC_NUM_BLK];
+
+  const kel_asic_reg_t **with_array(const kel_asic_reg_t **table, kel_asic_blk_t block,
+                                    const kel_asic_reg_t *array) {
+    std::copy_n(table, KEL_ASIC_NUM_BLK, arrays);
+    arrays[block] = array;
+    return arrays;
+  }
+};
+
+constexpr uint32_t kInstances = 8;  // of the block that addresses are wrong in
+
+}  // namespace
+
+int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t length) {
+  if (wrong("P4_uses_an_earlier_address")) {
+    static volatile uint32_t *earlier = nullptr;
+    if (earlier != nullptr)
+      (void)*earlier;
+    auto *const request = static_cast<Request *>(params->params);
+    earlier = case_code == SYSSRV_REG_READ_CASE && request->data != 0 ? &request->data : nullptr;
+  }
+  if (params->caseId != KEL_ASIC_DRIVER_MORVANE && !wrong("P1_P23_serves_every_driver"))
+    return fail(ENODEV);
+  const int result = serve(case_code, params->params, length);
+  if (result < 0 && wrong("P3_sets_no_errno"))
+    errno = 0;
+  if (result < 0 && wrong("P3_sets_a_large_errno"))
+    errno = 5000;
+  return result;
+}
+
+int cardcfg_get_real_asic_type(uint32_t slot, uint32_t asic_index, uint32_t *dev_type) {
+  const int result = RIGHT(cardcfg_get_real_asic_type)(slot, asic_index, dev_type);
+  if (result != 0 && wrong("P9_writes_and_fails"))
+    *dev_type = 0;
+  if (result == 0 && wrong("P7_P16_tells_another_type"))
+    *dev_type = 3;
+  return result;
+}
+
+int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
+  static uint16_t asked = 0;
+  if (wrong("P10_takes_its_time"))
+    usleep(2000);
+  if (wrong("P21_calls_the_library")) {
+    char file[] = "wrong";
+    uint32_t data = 0;
+    decltype(&lib_mrv_asic_read) library_read = nullptr;
+    *reinterpret_cast<void **>(&library_read) = dlsym(RTLD_DEFAULT, "lib_mrv_asic_read");
+    library_read(0, 0, KEL_ASIC_BLK_HI, 0, 0, &data, 0, file, 0, "wrong");
+  }
+  const int result = RIGHT(cardcfg_card_get_sw_card_id)(slot, sw_card_id);
+  if (wrong("P8_tells_another_each_time"))
+    *sw_card_id = ++asked;
+  return result;
+}
+
+syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asic_ver_t *asic_ver,
+                          uint32_t context, char *file, int line, const char *func) {
+  const KEL_ASIC_fn funcs_before = *funcs;
+  const kel_asic_limits_t limits_before = *limits;
+  const kel_asic_ver_t version_before = *asic_ver;
+  const syserr_t result =
+      RIGHT(morvane_lib_init)(funcs, limits, asic_ver, context, file, line, func);
+  funcs->reg_dhs_entry_size = hook;
+  if (wrong("P11_leaves_a_limit"))
+    limits->max_xl = limits_before.max_xl;
+  if (wrong("P11_has_nine_modules"))
+    limits->max_modules = 9;
+  if (wrong("P12_has_two_asics"))
+    limits->max_asic = 1;
+  if (wrong("P13_has_no_hook"))
+    funcs->reg_dhs_entry_size = nullptr;
+  if (wrong("P13_leaves_the_hook"))
+    *funcs = funcs_before;
+  if (wrong("P15_leaves_the_revision"))
+    *asic_ver = version_before;
+  return wrong("P16_refuses") ? 5 : result;
+}
+
+const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) {
+  static uint32_t calls = 0;
+  static ChangedTable changed;
+  static kel_asic_reg_t bases[kInstances];
+  const kel_asic_reg_t **table = RIGHT(kel_asic_get_all_base_table)(KEL_ASIC_VER_B0);
+  std::copy_n(table[KEL_ASIC_BLK_XL], kInstances, bases);
+  if (wrong("P17_lacks_an_array"))
+    return changed.with_array(table, KEL_ASIC_BLK_XL, nullptr);
+  if (wrong("P19_has_a_short_array"))
+    return changed.with_array(table, KEL_ASIC_BLK_XL, at_the_end_of_memory(bases, kInstances - 1));
+  if (wrong("P19_changes_a_base"))
+    bases[0] += 0x8000 * ++calls;
+  if (wrong("P20_runs_into_the_commands"))
+    bases[0] = 0xFFFFFF00;
+  return changed.with_array(table, KEL_ASIC_BLK_XL, bases);
+}
+
+const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t /*asic_ver*/) {
+  static ChangedTable changed;
+  static kel_asic_reg_t offsets[KEL_ASIC_HF_NUM_ENUM];
+  const kel_asic_reg_t **table = RIGHT(kel_asic_get_all_reg_table)(KEL_ASIC_VER_B0);
+  std::copy_n(table[KEL_ASIC_BLK_HF], KEL_ASIC_HF_NUM_ENUM, offsets);
+  if (wrong("P18_lacks_an_array"))
+    return changed.with_array(table, KEL_ASIC_BLK_HF, nullptr);
+  if (wrong("P18_has_only_holes")) {
+    std::fill_n(offsets, KEL_ASIC_HF_NUM_ENUM, KEL_ASIC_NO_REGISTER);
+    return changed.with_array(table, KEL_ASIC_BLK_XL, offsets);
+  }
+  if (wrong("P20_has_an_odd_address"))
+    offsets[10] += 2;
+  if (wrong("P20_shares_an_address"))
+    offsets[10] = offsets[11];
+  if (wrong("P20_lacks_room_for_a_table"))
+    offsets[HF_DHS_LVIF_MEM_OFFSET] = offsets[HF_DHS_SVIF_MEM_OFFSET] + 400;
+  return changed.with_array(table, KEL_ASIC_BLK_HF, offsets);
+}

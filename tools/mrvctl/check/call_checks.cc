@@ -1,0 +1,210 @@
+// Checks of service calls that only look.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "base/text.h"
+#include "calls/service_call.h"
+#include "check/check.h"
+#include "check/described_asic.h"
+#include "check/isolation.h"
+#include "check/library.h"
+#include "check/requests.h"
+#include "platform/observed_calls.h"
+#include "registers/tables.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr uint32_t kUnknownDriver = KEL_ASIC_DRIVER_MORVANE + 1;
+constexpr uint32_t kUnknownCase = 0x40000004;
+constexpr auto kUnknownType = static_cast<kel_asic_access_type_t>(99);
+constexpr int32_t kNoModule = 99;
+constexpr uint32_t kLate = 20000;  // microseconds that something late may take
+
+// A register for requests that are to be refused: the one to read, or the first plain one.
+uint32_t any_address(const Subject &subject) {
+  const RegisterMap map = described_map();
+  if (subject.read)
+    return map.address(*subject.read);
+  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
+    const auto block = static_cast<kel_asic_blk_t>(i);
+    for (kel_asic_reg_t vreg = 0; vreg < block_info(block).registers; ++vreg) {
+      const Register reg = {block, 0, vreg};
+      if (map.missing(reg).empty() && !find_table(map, block, vreg))
+        return map.address(reg);
+    }
+  }
+  throw NotApplicable{"the map has no plain register"};
+}
+
+uint32_t read_address(const Subject &subject) {
+  return described_map().address(*subject.read);
+}
+
+Request read_request(const Subject &subject) {
+  return Request(TYPE_READ, Registers(subject).entry(any_address(subject)));
+}
+
+void initialises_the_library(const Subject &subject) {
+  const Library library(subject);
+}
+
+CallResult send_for_unknown_driver(const Request &request) {
+  return send_record(SYSSRV_REG_READ_CASE, request.memory(), request.memory().length(),
+                     kUnknownDriver);
+}
+
+void refuses_unknown_driver(const Subject &subject) {
+  expect_refusal(send_for_unknown_driver(read_request(subject)),
+                 format("a call for driver %u", kUnknownDriver));
+}
+
+void refuses_unknown_case(const Subject &subject) {
+  expect_refusal(read_request(subject).send(kUnknownCase), format("case 0x%08x", kUnknownCase));
+}
+
+void refuses_unknown_type(const Subject &subject) {
+  const Request request = read_request(subject);
+  request->type = kUnknownType;
+  expect_refusal(request.send(SYSSRV_REG_READ_CASE), format("a read of type %u", kUnknownType));
+}
+
+void refuses_wrong_lengths(const Subject &subject) {
+  const auto entry = Registers(subject).entry(any_address(subject));
+  const auto header = static_cast<uint32_t>(sizeof(kel_asic_reg_access_params_t));
+  const auto expect_refused = [](uint32_t case_code, const GuardedMemory &memory) {
+    expect_refusal(send_record(case_code, memory, memory.length()),
+                   format("a record of %u bytes for case 0x%08x", memory.length(), case_code));
+  };
+  const Request whole(TYPE_READ, entry);
+  const GuardedMemory cut(header - 4);
+  std::copy_n(static_cast<const uint8_t *>(whole.memory().data()), cut.length(),
+              static_cast<uint8_t *>(cut.data()));
+  expect_refused(SYSSRV_REG_READ_CASE, cut);
+  const Request run(TYPE_READ_DHS, entry, 1);
+  run->num = 2;
+  expect_refused(SYSSRV_REG_READ_CASE, run.memory());
+  const GuardedMemory statistics(sizeof(kel_asic_qos_stats_params_t) - 4);
+  std::fill_n(static_cast<uint8_t *>(statistics.data()), statistics.length(), uint8_t{0});
+  expect_refused(SYSSRV_MEM_READ_CASE, statistics);
+}
+
+// A read commits an open transaction: that shows a platform that calls the library.
+void calls_no_library(const Subject &subject) {
+  const Library library(subject);
+  const Request unknown = read_request(subject);
+  bool sent = false;
+  observe_calls({[&sent](const ServiceCall &request) {
+                   sent = sent || request.case_code == SYSSRV_MEM_WRITE_CASE;
+                 },
+                 nullptr});
+  char name[] = "check";
+  mrv_asic_transaction_start(name, 0);
+  uint32_t type = 0;
+  uint16_t identifier = 0;
+  cardcfg_get_real_asic_type(subject.slot, 0, &type);
+  cardcfg_card_get_sw_card_id(subject.slot, &identifier);
+  ask_tables(ask_description(0));
+  send_for_unknown_driver(unknown);
+  if (sent)
+    throw Breach{"no operation of the library called by the platform",
+                 "an open transaction was sent"};
+}
+
+void answers_in_the_record(const Subject &subject) {
+  const auto entry = Registers(subject).entry(read_address(subject));
+  const auto unanswered = [&entry](uint32_t filling) {
+    const Request request(TYPE_READ, entry, 0, filling);
+    expect_success(request.send(SYSSRV_REG_READ_CASE), "a read");
+    return request->data == filling;
+  };
+  if (unanswered(Request::kFilling) && unanswered(~Request::kFilling))
+    throw Breach{"the value in the record", "the record as it was sent"};
+}
+
+void answers_before_it_returns(const Subject &subject) {
+  const auto entry = Registers(subject).entry(read_address(subject));
+  const Request single(TYPE_READ, entry);
+  const Request run(TYPE_READ_DHS, entry, 1);
+  expect_success(single.send(SYSSRV_REG_READ_CASE), "a read");
+  expect_success(run.send(SYSSRV_REG_READ_CASE), "a read of one word");
+  const uint32_t answers[] = {single->data, run->num, run.words()[0]};
+  usleep(kLate);
+  if (single->data != answers[0] || run->num != answers[1] || run.words()[0] != answers[2])
+    throw Breach{"the record left alone once the call has returned", "it has changed"};
+}
+
+void forgets_the_addresses(const Subject &subject) {
+  const auto entry = Registers(subject).entry(read_address(subject));
+  const Request first(TYPE_READ, entry);
+  const GuardedMemory params(sizeof(sys_srvc_case_params_t));
+  auto *const case_params = static_cast<sys_srvc_case_params_t *>(params.data());
+  *case_params = {KEL_ASIC_DRIVER_MORVANE, first.memory().data()};
+  const int result = sse_call2(SYSSRV_REG_READ_CASE, case_params, first.memory().length());
+  expect_success({result, errno}, "a read");
+  first.memory().retire();
+  params.retire();
+  usleep(kLate);
+  expect_success(Request(TYPE_READ, entry).send(SYSSRV_REG_READ_CASE), "the next read");
+}
+
+// The pages beside each record watch; these are all kinds of it that only look.
+void stays_within_the_record(const Subject &subject) {
+  const Registers registers(subject);
+  const uint32_t address = read_address(subject);
+  registers.read(address);
+  registers.read_run(address, 1);
+  registers.read_run(address, 0);
+}
+
+// Words behind those that were asked for, and those that the answer does not count, stay as sent.
+void counts_the_words_of_a_run(const Subject &subject) {
+  constexpr uint32_t kRoom = 4;
+  const Request request(TYPE_READ_DHS, Registers(subject).entry(read_address(subject)), kRoom);
+  request->num = 1;
+  expect_success(request.send(SYSSRV_REG_READ_CASE), "a read of one word, with room for more");
+  if (request->num > 1)
+    throw Breach{"num at most the 1 word that was asked for", std::to_string(request->num)};
+  const auto written =
+      static_cast<uint32_t>(std::count_if(request.words(), request.words() + kRoom,
+                                          [](uint32_t word) { return word != Request::kFilling; }));
+  if (written != request->num)
+    throw Breach{format("%u words of answer, as num says", request->num), std::to_string(written)};
+}
+
+void refuses_unknown_module(const Subject &subject) {
+  const Request request = read_request(subject);
+  request->module = kNoModule;
+  expect_refusal(request.send(SYSSRV_REG_READ_CASE), format("a read from module %d", kNoModule));
+}
+
+void answers_the_library(const Subject &subject) {
+  const Library library(subject);
+  described_map();
+  library.read(*subject.read);
+  library.read_run(*subject.read, 1);
+}
+
+}  // namespace
+
+std::vector<Check> call_checks() {
+  return {
+      {"the library initialises over it", "P16", kNothing, initialises_the_library},
+      {"a call for another driver is refused", "P1", kNothing, refuses_unknown_driver},
+      {"an unknown case is refused", "P23", kNothing, refuses_unknown_case},
+      {"an unknown type of request is refused", "P23", kNothing, refuses_unknown_type},
+      {"a record of a wrong length is refused", "P23", kNothing, refuses_wrong_lengths},
+      {"a module that the switch lacks is refused", "P23", kNothing, refuses_unknown_module},
+      {"no function of the platform calls the library", "P21", kNothing, calls_no_library},
+      {"a read is answered in its record", "P22", kRead, answers_in_the_record},
+      {"the answer stands there when the call returns", "P2", kRead, answers_before_it_returns},
+      {"no address of a call is used after it", "P4", kRead, forgets_the_addresses},
+      {"nothing is touched beyond the length of a record", "P5", kRead, stays_within_the_record},
+      {"the answer to a run counts its words", "P6", kRead, counts_the_words_of_a_run},
+      {"the library reads through it", "P22", kRead, answers_the_library},
+  };
+}
+
+}  // namespace mrvctl

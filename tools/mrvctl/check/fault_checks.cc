@@ -1,0 +1,97 @@
+// Checks of failures, on platforms that can be told to fail.
+#include <array>
+#include <cerrno>
+
+#include "base/errors.h"
+#include "base/text.h"
+#include "check/check.h"
+#include "check/described_asic.h"
+#include "check/isolation.h"
+#include "check/library.h"
+#include "check/requests.h"
+#include "platform/platform.h"
+#include "virtual_platform.h"
+
+namespace mrvctl {
+namespace {
+
+template <typename Function>
+Function *fault_control(const char *name) {
+  void *const found = find_in_platform(name);
+  if (found == nullptr)
+    throw NotApplicable{"this platform has no controls for failures"};
+  return reinterpret_cast<Function *>(found);
+}
+
+// What a call is told to end with, and what the library makes of it.
+struct Fault {
+  CallResult result;
+  syserr_t code;
+};
+
+constexpr syserr_t service_code(int error_number) {
+  return KEL_ASIC_SYSERR_SERVICE | static_cast<syserr_t>(error_number);
+}
+
+std::vector<Fault> all_faults() {
+  std::vector<Fault> faults = {{{4, 0}, KEL_ASIC_SYSERR_SERVICE_ANSWER},
+                               {{-2, EIO}, service_code(EIO)}};
+  for (const int error : {EPERM, EIO, ENXIO, EFAULT, EBUSY, ENODEV, EINVAL, ENOSYS, EMSGSIZE,
+                          ETIMEDOUT, ECONNRESET, 4095})
+    faults.push_back({{-1, error}, service_code(error)});
+  return faults;
+}
+
+void order(const Fault &fault) {
+  if (fault.result.result == -1)
+    fault_control<decltype(vp_fail_next_call)>("vp_fail_next_call")(fault.result.error_number);
+  else
+    fault_control<decltype(vp_answer_next_call)>("vp_answer_next_call")(fault.result.result);
+}
+
+void fails_as_it_is_told(const Subject &subject) {
+  const Registers registers(subject);
+  const uint32_t address = described_map().address(*subject.read);
+  for (const Fault &fault : all_faults()) {
+    order(fault);
+    const CallResult seen = Request(TYPE_READ, registers.entry(address)).send(SYSSRV_REG_READ_CASE);
+    if (seen.result != fault.result.result || seen.error_number != fault.result.error_number)
+      throw Breach{result_text(fault.result), result_text(seen)};
+    registers.read(address);
+  }
+}
+
+void fails_the_library_as_it_is_told(const Subject &subject) {
+  const Library library(subject);
+  for (const Fault &fault : all_faults()) {
+    order(fault);
+    const syserr_t seen = library.try_read(*subject.read);
+    if (seen != fault.code)
+      throw Breach{
+          format("0x%08x of lib_mrv_asic_read after ", fault.code) + result_text(fault.result),
+          format("0x%08x", seen)};
+    library.read(*subject.read);
+  }
+}
+
+void takes_no_word_too_many(const Subject &subject) {
+  const Library library(subject);
+  fault_control<decltype(vp_answer_next_num)>("vp_answer_next_num")(1000);
+  library.read_run(*subject.read, 1);
+  library.read_run(*subject.read, 1);
+}
+
+}  // namespace
+
+std::vector<Check> fault_checks() {
+  return {
+      {"a call fails as it is told, and the next one works", "P3", kRead | kFaults,
+       fails_as_it_is_told},
+      {"the library tells each failure, and the next call works", "P3", kRead | kFaults,
+       fails_the_library_as_it_is_told},
+      {"the library takes no word too many from an answer", "P6", kRead | kFaults,
+       takes_no_word_too_many},
+  };
+}
+
+}  // namespace mrvctl

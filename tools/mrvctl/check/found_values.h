@@ -1,0 +1,45 @@
+// What checks have found in registers before they wrote to them, in memory that parent and child
+// share: the values can be put back although the process that wrote is dead.
+#ifndef MRVCTL_FOUND_VALUES_H
+#define MRVCTL_FOUND_VALUES_H
+
+#include <cstdint>
+#include <string>
+
+#include "kel_asic_lib_common.h"
+
+namespace mrvctl {
+
+class FoundValues {
+ public:
+  // Throws OperationFailed.
+  FoundValues();
+  ~FoundValues();
+  FoundValues(const FoundValues &) = delete;
+  FoundValues &operator=(const FoundValues &) = delete;
+
+  // Notes a write that puts something back, before anything is written over it.
+  void keep(const kel_asic_xn_entry_t &write);
+
+  // Notes this write in place of all others.
+  void keep_only(const kel_asic_xn_entry_t &write);
+
+  // Sends the writes, the latest first, and forgets them. Throws Breach.
+  void put_back();
+
+  bool empty() const { return shared_->count == 0; }
+  // The writes that are still to be sent, "0x10200014 <- 0x5, ...".
+  std::string text() const;
+
+ private:
+  static constexpr uint32_t kMost = 4096;
+  struct Shared {
+    uint32_t count;
+    kel_asic_xn_entry_t writes[kMost];
+  };
+  Shared *shared_;
+};
+
+}  // namespace mrvctl
+
+#endif

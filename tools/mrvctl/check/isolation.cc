@@ -1,0 +1,209 @@
+// A check in a process of its own.
+#include "check/isolation.h"
+
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+
+#include "base/text.h"
+
+namespace mrvctl {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A message of the child: the verdict, then three texts that each end in NUL.
+constexpr char kRightMessage = '+';
+constexpr char kWrongMessage = '-';
+constexpr char kSkippedMessage = '/';
+constexpr int kTexts = 3;
+
+int message_pipe = -1;
+
+void write_bytes(const char *bytes, size_t length) {
+  while (length > 0) {
+    const ssize_t written = write(message_pipe, bytes, length);
+    if (written < 0 && errno == EINTR)
+      continue;
+    if (written <= 0)
+      return;  // the parent notices that the message has no end
+    bytes += written;
+    length -= static_cast<size_t>(written);
+  }
+}
+
+// Called by a signal handler too.
+void send_message(char kind, const char *clause, const char *expected, const char *seen) {
+  write_bytes(&kind, 1);
+  for (const char *text : {clause, expected, seen})
+    write_bytes(text, std::strlen(text) + 1);
+}
+
+// The latest pieces of memory that nobody may touch.
+constexpr size_t kMostForbidden = 1024;
+std::array<Forbidden, kMostForbidden> forbidden;
+size_t forbidden_count = 0;
+
+const Forbidden *find_forbidden(uintptr_t address) {
+  const size_t kept = forbidden_count < kMostForbidden ? forbidden_count : kMostForbidden;
+  for (size_t back = 1; back <= kept; ++back) {
+    const Forbidden &memory = forbidden[(forbidden_count - back) % kMostForbidden];
+    if (memory.begin <= address && address < memory.end)
+      return &memory;
+  }
+  return nullptr;
+}
+
+void end_by_bad_address(int signal_number, siginfo_t *info, void * /*context*/) {
+  const Forbidden *memory = find_forbidden(reinterpret_cast<uintptr_t>(info->si_addr));
+  if (memory != nullptr) {
+    send_message(kWrongMessage, memory->clause, memory->expected, memory->seen);
+    _exit(0);
+  }
+  signal(signal_number, SIG_DFL);
+  raise(signal_number);  // ends the process as soon as this returns
+}
+
+void catch_bad_addresses() {
+  static std::array<char, 64 * 1024> stack;
+  stack_t alternate = {};
+  alternate.ss_sp = stack.data();
+  alternate.ss_size = stack.size();
+  sigaltstack(&alternate, nullptr);
+  struct sigaction action = {};
+  action.sa_sigaction = end_by_bad_address;
+  action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+  sigaction(SIGSEGV, &action, nullptr);
+  sigaction(SIGBUS, &action, nullptr);
+}
+
+[[noreturn]] void run_child(const std::function<void()> &work) {
+  const rlimit no_core = {0, 0};
+  setrlimit(RLIMIT_CORE, &no_core);
+  setpgid(0, 0);
+  catch_bad_addresses();
+  try {
+    work();
+    send_message(kRightMessage, "", "", "");
+  } catch (const Breach &breach) {
+    send_message(kWrongMessage, breach.clause.c_str(), breach.expected.c_str(),
+                 breach.seen.c_str());
+  } catch (const NotApplicable &skipped) {
+    send_message(kSkippedMessage, "", "", skipped.why.c_str());
+  } catch (const std::exception &error) {
+    send_message(kWrongMessage, "", "no failure", error.what());
+  }
+  std::fflush(nullptr);
+  _exit(0);
+}
+
+bool whole(const std::string &message) {
+  int ends = 0;
+  for (const char c : message)
+    ends += c == '\0' ? 1 : 0;
+  return ends == kTexts;
+}
+
+// Reads the message until it is whole, the child has closed it, or time is up.
+std::string read_message(int pipe, Clock::time_point deadline,
+                         const volatile std::sig_atomic_t &stop) {
+  std::string message;
+  while (!whole(message) && stop == 0) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    pollfd readable = {pipe, POLLIN, 0};
+    const int ready = left <= 0 ? 0 : poll(&readable, 1, static_cast<int>(left));
+    if (ready < 0 && errno == EINTR)
+      continue;
+    if (ready <= 0)
+      break;
+    std::array<char, 4096> part{};
+    const ssize_t length = read(pipe, part.data(), part.size());
+    if (length < 0 && errno == EINTR)
+      continue;
+    if (length <= 0)
+      break;
+    message.append(part.data(), static_cast<size_t>(length));
+  }
+  return message;
+}
+
+Outcome parse_message(const std::string &message) {
+  const std::vector<std::string> texts = split(message.substr(1), '\0');
+  const Verdict verdict = message[0] == kRightMessage     ? Verdict::kRight
+                          : message[0] == kSkippedMessage ? Verdict::kSkipped
+                                                          : Verdict::kWrong;
+  return {verdict, texts[0], texts[1], texts[2], {}};
+}
+
+Outcome wrong(const std::string &expected, const std::string &seen) {
+  return {Verdict::kWrong, "", expected, seen, {}};
+}
+
+// How a child ended that has not said its whole message.
+Outcome judge_end(int status, bool in_time, std::chrono::seconds limit, bool stopped) {
+  if (stopped)
+    return wrong("to be left alone", "interrupted");
+  if (!in_time)
+    return wrong(format("an answer within %lld s", static_cast<long long>(limit.count())), "none");
+  if (WIFSIGNALED(status))
+    return wrong("the process to live on", format("it was ended by signal %d (%s)",
+                                                  WTERMSIG(status), strsignal(WTERMSIG(status))));
+  return wrong("the process to live on",
+               format("it ended itself with status %d", WEXITSTATUS(status)));
+}
+
+}  // namespace
+
+Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds limit,
+                     const volatile std::sig_atomic_t &stop) {
+  int ends[2];
+  if (pipe(ends) != 0)
+    return wrong("a pipe", std::strerror(errno));
+  std::fflush(nullptr);  // or the child would write it again
+  const Clock::time_point begin = Clock::now();
+  const pid_t child = fork();
+  if (child == 0) {
+    close(ends[0]);
+    message_pipe = ends[1];
+    run_child(work);
+  }
+  close(ends[1]);
+  if (child < 0) {
+    close(ends[0]);
+    return wrong("a process", std::strerror(errno));
+  }
+  setpgid(child, child);
+  const std::string message = read_message(ends[0], begin + limit, stop);
+  close(ends[0]);
+  const bool in_time = Clock::now() < begin + limit;
+  kill(-child, SIGKILL);  // and whatever it has started
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  Outcome outcome =
+      whole(message) ? parse_message(message) : judge_end(status, in_time, limit, stop != 0);
+  outcome.duration = Clock::now() - begin;
+  return outcome;
+}
+
+void forbid(const Forbidden &memory) {
+  forbidden[forbidden_count++ % kMostForbidden] = memory;
+}
+
+BlameCrash::BlameCrash(const char *clause, const char *expected, const char *seen) {
+  forbid({0, UINTPTR_MAX, clause, expected, seen});
+}
+
+BlameCrash::~BlameCrash() {
+  --forbidden_count;
+}
+
+}  // namespace mrvctl

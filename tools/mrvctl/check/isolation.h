@@ -1,0 +1,62 @@
+// Runs a check in a process of its own, so that a platform that crashes or hangs ends nothing else.
+#ifndef MRVCTL_ISOLATION_H
+#define MRVCTL_ISOLATION_H
+
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace mrvctl {
+
+// Thrown by a check: the platform does not keep its promise.
+struct Breach {
+  std::string expected;
+  std::string seen;
+  std::string clause{};  // where it is not the check's own that is broken
+};
+
+// Thrown by a check that has nothing to look at on this platform.
+struct NotApplicable {
+  std::string why;
+};
+
+enum class Verdict { kRight, kWrong, kSkipped };
+
+struct Outcome {
+  Verdict verdict = Verdict::kWrong;
+  std::string clause;    // of a breach, where it is not the check's own
+  std::string expected;  // of a breach
+  std::string seen;      // of a breach; else why the check was skipped
+  std::chrono::duration<double> duration{};
+};
+
+// Runs the work in a child process and ends that at the limit, or as soon as `stop` is set.
+Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds limit,
+                     const volatile std::sig_atomic_t &stop);
+
+// Memory that nobody may touch, and which clause is broken when the process ends because somebody
+// has. The texts live as long as the process.
+struct Forbidden {
+  uintptr_t begin;
+  uintptr_t end;
+  const char *clause;
+  const char *expected;
+  const char *seen;
+};
+
+void forbid(const Forbidden &memory);
+
+// While it lives, whichever bad address ends the process is a breach of its clause.
+class BlameCrash {
+ public:
+  BlameCrash(const char *clause, const char *expected, const char *seen);
+  ~BlameCrash();
+  BlameCrash(const BlameCrash &) = delete;
+  BlameCrash &operator=(const BlameCrash &) = delete;
+};
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,261 @@
+// Checks of the register map: limits, hook, revision, and the addresses of all registers.
+#include <algorithm>
+#include <cstring>
+
+#include "base/text.h"
+#include "check/check.h"
+#include "check/described_asic.h"
+#include "check/isolation.h"
+#include "kel_asic_dhs_tables.h"
+#include "registers/tables.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr uint8_t kOneFilling = 0x5A;
+constexpr uint8_t kOtherFilling = 0xA5;
+constexpr uint32_t kMostInstances = 4096;
+constexpr uint32_t kMostPorts = 256;  // a port number is a byte
+
+void describes_an_asic(const Subject & /*subject*/) {
+  const Description description = ask_description(0);
+  if (description.result != 0)
+    throw Breach{"result 0 of morvane_lib_init", format("0x%08x", description.result)};
+}
+
+// A field that the platform leaves alone keeps what it was filled with.
+template <typename Field>
+void expect_filled(Field field, const std::string &name) {
+  if (field(ask_description(kOneFilling)) != field(ask_description(kOtherFilling)))
+    throw Breach{name + " set", "it keeps what it held"};
+}
+
+void fills_the_limits(const Subject & /*subject*/) {
+  const auto limit = [](uint32_t kel_asic_limits_t::*member) {
+    return [member](const Description &description) { return description.limits.*member; };
+  };
+  expect_filled(limit(&kel_asic_limits_t::max_modules), "max_modules");
+  expect_filled(limit(&kel_asic_limits_t::max_asic), "max_asic");
+  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
+    const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
+    expect_filled(limit(info.instances), std::string("the limit of block ") + info.enumerator);
+  }
+}
+
+void has_plausible_limits(const Subject & /*subject*/) {
+  const kel_asic_limits_t limits = ask_description(0).limits;
+  if (limits.max_modules < 1 || limits.max_modules > 4)
+    throw Breach{"1 to 4 modules", std::to_string(limits.max_modules)};
+  uint32_t blocks = 0;
+  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
+    const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
+    const bool has_ports = info.block == KEL_ASIC_BLK_HI || info.block == KEL_ASIC_BLK_NI;
+    const uint32_t most = has_ports ? kMostPorts : kMostInstances;
+    const uint32_t instances = limits.*info.instances;
+    if (instances > most)
+      throw Breach{format("at most %u instances of block %s", most, info.enumerator),
+                   std::to_string(instances)};
+    blocks += instances > 0 ? 1 : 0;
+  }
+  if (blocks == 0)
+    throw Breach{"a block with an instance", "none has one"};
+}
+
+void has_one_asic(const Subject & /*subject*/) {
+  const uint32_t highest = ask_description(0).limits.max_asic;
+  if (highest != 0)
+    throw Breach{"max_asic 0", std::to_string(highest)};
+}
+
+template <typename Use>
+void for_each_hook_register(Use use) {
+  for (const kel_asic_dhs_row_t &row : kel_asic_dhs_rows) {
+    for (kel_asic_reg_t vreg = row.first; row.words == KEL_ASIC_DHS_BY_HOOK && vreg <= row.last;
+         ++vreg)
+      use(Register{row.block, 0, vreg});
+  }
+}
+
+void sets_the_hook(const Subject & /*subject*/) {
+  expect_filled([](const Description &description) { return description.hooks.reg_dhs_entry_size; },
+                "reg_dhs_entry_size");
+  if (ask_description(0).hooks.reg_dhs_entry_size != nullptr)
+    return;
+  const RegisterMap map = described_map();
+  for_each_hook_register([&](const Register &reg) {
+    if (map.missing(reg).empty())
+      throw Breach{"a hook, as the map has " + register_text(reg), "reg_dhs_entry_size is null"};
+  });
+}
+
+// The hook, where there is one to ask.
+decltype(KEL_ASIC_fn::reg_dhs_entry_size) hook() {
+  const Description description = ask_description(0);
+  if (description.hooks.reg_dhs_entry_size == nullptr)
+    throw NotApplicable{"reg_dhs_entry_size is null"};
+  return description.hooks.reg_dhs_entry_size;
+}
+
+void hook_knows_its_registers(const Subject & /*subject*/) {
+  const auto entry_size = hook();
+  const RegisterMap map = described_map();
+  for_each_hook_register([&](const Register &reg) {
+    if (!map.missing(reg).empty())
+      return;
+    const int size = entry_size(reg.block, reg.vreg, 0);
+    if (size < 1 || size > static_cast<int>(kLargestEntry) ||
+        size != entry_size(reg.block, reg.vreg, 0))
+      throw Breach{format("1 to %u words in entry 0 of ", kLargestEntry) + register_text(reg),
+                   std::to_string(size)};
+    const int beyond = entry_size(reg.block, reg.vreg, UINT32_MAX);
+    if (beyond >= 1)
+      throw Breach{"below 1 for entry 4294967295 of " + register_text(reg), std::to_string(beyond)};
+  });
+}
+
+void hook_refuses_other_registers(const Subject & /*subject*/) {
+  const auto entry_size = hook();
+  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
+    const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
+    for (kel_asic_reg_t vreg = 0; vreg <= info.registers; ++vreg) {
+      if (kel_asic_dhs_entry_size(info.block, vreg, 0) == KEL_ASIC_DHS_BY_HOOK)
+        continue;
+      const int size = entry_size(info.block, vreg, 0);
+      if (size >= 1)
+        throw Breach{"below 1 for " + register_text({info.block, 0, vreg}), std::to_string(size)};
+    }
+  }
+}
+
+void gives_a_revision(const Subject & /*subject*/) {
+  expect_filled([](const Description &description) { return description.revision; },
+                "the revision");
+}
+
+void has_bases(const Subject & /*subject*/) {
+  const AddressTables tables = ask_tables(ask_description(0));
+  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
+    const auto &bases = tables.bases[block];
+    if (std::find(bases.begin(), bases.end(), KEL_ASIC_NO_REGISTER) != bases.end())
+      throw Breach{format("a base address for each instance of %s", kel_asic_blk_names[block]),
+                   "0xFFFFFFFF"};
+  }
+}
+
+void has_offsets(const Subject & /*subject*/) {
+  const AddressTables tables = ask_tables(ask_description(0));
+  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
+    const auto &offsets = tables.offsets[block];
+    if (!offsets.empty() && std::all_of(offsets.begin(), offsets.end(), [](kel_asic_reg_t offset) {
+          return offset == KEL_ASIC_NO_REGISTER;
+        }))
+      throw Breach{format("a register in block %s", kel_asic_blk_names[block]), "only holes"};
+  }
+}
+
+// The addresses of one register, from begin up to end: a word, or all entries of a table.
+struct Window {
+  uint64_t begin;
+  uint64_t end;
+  Register reg;
+};
+
+std::string window_text(const Window &window) {
+  return register_text(window.reg) + format(" at 0x%08llx to 0x%08llx",
+                                            static_cast<unsigned long long>(window.begin),
+                                            static_cast<unsigned long long>(window.end - 1));
+}
+
+uint64_t window_size(const RegisterMap &map, kel_asic_blk_t block, kel_asic_reg_t vreg) {
+  const std::optional<Table> table = find_table(map, block, vreg);
+  return table ? 4 * uint64_t{table->entry_size} * (uint64_t{table->highest_index} + 1) : 4;
+}
+
+// The windows of all registers of the ASIC by address.
+std::vector<Window> all_windows() {
+  const RegisterMap map = described_map();
+  const AddressTables tables = ask_tables(ask_description(0));
+  std::vector<Window> windows;
+  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
+    const auto block = static_cast<kel_asic_blk_t>(i);
+    for (kel_asic_reg_t vreg = 0; vreg < tables.offsets[i].size(); ++vreg) {
+      const uint32_t offset = tables.offsets[i][vreg];
+      if (offset == KEL_ASIC_NO_REGISTER)
+        continue;
+      const uint64_t size = window_size(map, block, vreg);
+      for (uint32_t instance = 0; instance < tables.bases[i].size(); ++instance) {
+        const uint64_t begin = uint64_t{tables.bases[i][instance]} + offset;
+        windows.push_back({begin, begin + size, {block, instance, vreg}});
+      }
+    }
+  }
+  std::sort(windows.begin(), windows.end(),
+            [](const Window &a, const Window &b) { return a.begin < b.begin; });
+  return windows;
+}
+
+void has_aligned_addresses(const Subject & /*subject*/) {
+  for (const Window &window : all_windows()) {
+    if (window.begin % 4 != 0)
+      throw Breach{"a multiple of 4", window_text(window)};
+  }
+}
+
+// Throws Breach for the first two neighbours that are in each other's way.
+template <typename Clash>
+void expect_no_clash(const std::string &expected, Clash clash) {
+  const std::vector<Window> windows = all_windows();
+  const auto found = std::adjacent_find(windows.begin(), windows.end(), clash);
+  if (found != windows.end())
+    throw Breach{expected, window_text(found[0]) + ", " + window_text(found[1])};
+}
+
+void shares_no_address(const Subject & /*subject*/) {
+  expect_no_clash("an address of its own for each register",
+                  [](const Window &a, const Window &b) { return a.begin == b.begin; });
+}
+
+void has_room_for_tables(const Subject & /*subject*/) {
+  expect_no_clash("no register among the entries of a table", [](const Window &a, const Window &b) {
+    return a.begin != b.begin && a.end > b.begin;
+  });
+}
+
+void keeps_off_the_commands(const Subject & /*subject*/) {
+  for (const Window &window : all_windows()) {
+    if (window.end > KEL_ASIC_CMD_CLEAR_DROP_COUNTERS)
+      throw Breach{"addresses below 0xffffffe4", window_text(window)};
+  }
+}
+
+void keeps_its_tables(const Subject & /*subject*/) {
+  const AddressTables before = ask_tables(ask_description(0));
+  const AddressTables after = ask_tables(ask_description(0));
+  if (before.bases != after.bases || before.offsets != after.offsets)
+    throw Breach{"the same addresses at each call", "others"};
+}
+
+}  // namespace
+
+std::vector<Check> map_checks() {
+  return {
+      {"the register map describes an ASIC", "P16", kNothing, describes_an_asic},
+      {"every field of the limits is set", "P11", kNothing, fills_the_limits},
+      {"the numbers of modules and instances are plausible", "P11", kNothing, has_plausible_limits},
+      {"the highest ASIC number is 0", "P12", kNothing, has_one_asic},
+      {"the hook is set, or null where no register needs it", "P13", kNothing, sets_the_hook},
+      {"the hook tells the entry sizes of its registers", "P14", kNothing,
+       hook_knows_its_registers},
+      {"the hook refuses every other register", "P14", kNothing, hook_refuses_other_registers},
+      {"a revision is given", "P15", kNothing, gives_a_revision},
+      {"every instance has a base address", "P17", kNothing, has_bases},
+      {"every block has offsets", "P18", kNothing, has_offsets},
+      {"the tables of addresses stay as they are", "P19", kNothing, keeps_its_tables},
+      {"every address is a multiple of 4", "P20", kNothing, has_aligned_addresses},
+      {"no two registers share an address", "P20", kNothing, shares_no_address},
+      {"every table has room for its entries", "P20", kNothing, has_room_for_tables},
+      {"no register has the address of a command", "P20", kNothing, keeps_off_the_commands},
+  };
+}
+
+}  // namespace mrvctl

@@ -1,0 +1,227 @@
+// Checks of the port operations: QoS statistics, link pause, and what has to be asked for by name.
+#include <array>
+#include <cstddef>
+#include <numeric>
+
+#include "base/text.h"
+#include "check/check.h"
+#include "check/isolation.h"
+#include "check/requests.h"
+#include "platform/platform.h"
+#include "virtual_platform.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr auto kNoPortType = static_cast<cardcfg_port_type_t>(200);
+
+struct QosAnswer {
+  CallResult result;
+  kel_asic_qos_stats_t stats;
+};
+
+// Asks for the statistics of a port, in a record whose statistics are full of one byte.
+QosAnswer ask_qos(const Subject &subject, kel_asic_qos_stats_type_t type,
+                  cardcfg_port_type_t port_type, uint8_t filling = 0) {
+  const GuardedMemory memory(sizeof(kel_asic_qos_stats_params_t));
+  auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
+  std::fill_n(static_cast<uint8_t *>(memory.data()), memory.length(), uint8_t{0});
+  request.type = type;
+  request.module = static_cast<cardcfg_module_id_t>(subject.module);
+  request.asic = static_cast<cardcfg_dev_id_t>(subject.asic);
+  request.port_type = port_type;
+  request.port = subject.port->number;
+  std::fill_n(reinterpret_cast<uint8_t *>(&request.stats), sizeof request.stats, filling);
+  const CallResult result = send_record(SYSSRV_MEM_READ_CASE, memory, memory.length());
+  return {result, request.stats};
+}
+
+kel_asic_qos_stats_t statistics(const Subject &subject, uint8_t filling = 0) {
+  const QosAnswer answer = ask_qos(subject, QOS_STATS_GET, subject.port->type, filling);
+  expect_success(answer.result, "a request for the statistics of the port");
+  return answer.stats;
+}
+
+using StatisticsBytes = std::array<uint8_t, sizeof(kel_asic_qos_stats_t)>;
+
+StatisticsBytes bytes_of(const kel_asic_qos_stats_t &stats) {
+  StatisticsBytes bytes;
+  std::copy_n(reinterpret_cast<const uint8_t *>(&stats), bytes.size(), bytes.begin());
+  // Padding, which the service need not answer.
+  constexpr size_t kPadding[] = {
+      offsetof(kel_asic_qos_pause_stats_t, flow_ctrl) + 2,
+      offsetof(kel_asic_qos_pause_stats_t, flow_ctrl) + 3,
+      offsetof(kel_asic_qos_pause_stats_t, tx_xoff_status) + 1,
+      offsetof(kel_asic_qos_pause_stats_t, tx_xoff_status) + 2,
+  };
+  for (const size_t offset : kPadding)
+    bytes[offsetof(kel_asic_qos_stats_t, pause) + offset] = 0;
+  return bytes;
+}
+
+void answers_all_statistics(const Subject &subject) {
+  constexpr uint8_t kFillings[] = {0x5A, 0xA5};
+  const StatisticsBytes one = bytes_of(statistics(subject, kFillings[0]));
+  const StatisticsBytes other = bytes_of(statistics(subject, kFillings[1]));
+  for (size_t i = 0; i < one.size(); ++i) {
+    if (one[i] == kFillings[0] && other[i] == kFillings[1])
+      throw Breach{"every field of the statistics answered", format("byte %zu as it was sent", i)};
+  }
+}
+
+void refuses_unknown_port_type(const Subject &subject) {
+  expect_refusal(ask_qos(subject, QOS_STATS_GET, kNoPortType).result,
+                 format("statistics of port type %u", kNoPortType));
+}
+
+template <typename Counters>
+uint64_t sum(const Counters &counters) {
+  return std::accumulate(std::begin(counters), std::end(counters), uint64_t{0});
+}
+
+uint64_t counted_frames(const kel_asic_qos_stats_t &stats) {
+  return sum(stats.ss_dhs.wr_rcvd_cnt) + sum(stats.ss_dhs.rd_sent_cnt);
+}
+
+uint64_t counted_drops(const kel_asic_qos_stats_t &stats) {
+  uint64_t drops = 0;
+  for (const auto *const rows : {&stats.drops.n2h_drops, &stats.drops.h2n_drops}) {
+    for (const auto &row : *rows)
+      drops += sum(row);
+  }
+  return drops;
+}
+
+// Traffic may go on, but what was counted before is gone.
+void expect_fewer(uint64_t after, uint64_t before, const char *what) {
+  if (before > 0 && after >= before)
+    throw Breach{
+        format("fewer than %llu counted after ", static_cast<unsigned long long>(before)) + what,
+        format("%llu", static_cast<unsigned long long>(after))};
+}
+
+// Lets the port count something, where the platform can be told to.
+void make_traffic(const Subject &subject) {
+  void *const found = find_in_platform("vp_add_traffic");
+  const vp_traffic traffic = {VP_N2H, 0, 100, 10};
+  if (found != nullptr)
+    reinterpret_cast<decltype(vp_add_traffic) *>(found)(
+        subject.module, subject.asic, subject.port->type, subject.port->number, &traffic);
+}
+
+void expect_cleared(const Subject &subject, kel_asic_qos_stats_type_t type, const char *what) {
+  make_traffic(subject);
+  const uint64_t before = counted_frames(statistics(subject));
+  expect_success(ask_qos(subject, type, subject.port->type).result, what);
+  expect_fewer(counted_frames(statistics(subject)), before, what);
+}
+
+void clears_a_port(const Subject &subject) {
+  expect_cleared(subject, QOS_STATS_CLEAR, "a clear of the port");
+}
+
+void clears_every_port(const Subject &subject) {
+  expect_cleared(subject, QOS_STATS_CLEAR_ALL, "a clear of every port");
+}
+
+void send_request(kel_asic_access_type_t type, const kel_asic_xn_entry_t &command) {
+  expect_success(Request(type, command).send(SYSSRV_REG_WRITE_CASE), "a command");
+}
+
+void clears_drop_counters(const Subject &subject) {
+  make_traffic(subject);
+  const uint64_t before = counted_drops(statistics(subject));
+  const kel_asic_xn_entry_t command = {static_cast<int32_t>(subject.module),
+                                       static_cast<int32_t>(subject.asic << 16),
+                                       KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, 0, UINT32_MAX};
+  send_request(TYPE_WRITE, command);
+  expect_fewer(counted_drops(statistics(subject)), before, "a clear of all drop counters");
+}
+
+// Link pause of the port, whose setting shows in its statistics.
+class LinkPause {
+ public:
+  // How commands are sent.
+  using Send = void (*)(const kel_asic_xn_entry_t &command);
+
+  explicit LinkPause(const Subject &subject) : subject_(subject), found_(flow_control()) {
+    // The best guess until the two settings were seen.
+    subject_.found->keep_only(command(found_ != 0));
+  }
+
+  kel_asic_xn_entry_t command(bool enable) const {
+    const uint32_t word = subject_.asic << 16 | subject_.port->type << 8 | subject_.port->number;
+    return {static_cast<int32_t>(subject_.module), static_cast<int32_t>(word),
+            enable ? KEL_ASIC_CMD_LINK_PAUSE_ENABLE : KEL_ASIC_CMD_LINK_PAUSE_DISABLE, 0,
+            UINT32_MAX};
+  }
+
+  port_flow_ctrl_t flow_control() const { return statistics(subject_).pause.flow_ctrl; }
+
+  void expect_obeyed(Send send) const {
+    send(command(true));
+    const port_flow_ctrl_t enabled = flow_control();
+    send(command(false));
+    const port_flow_ctrl_t disabled = flow_control();
+    if (enabled == disabled)
+      throw Breach{"another flow control with link pause than without",
+                   format("0x%04x with and without", enabled)};
+    subject_.found->keep_only(command(found_ == enabled));
+  }
+
+ private:
+  const Subject &subject_;
+  port_flow_ctrl_t found_;
+};
+
+void takes_commands_in_requests(const Subject &subject) {
+  LinkPause(subject).expect_obeyed(
+      [](const kel_asic_xn_entry_t &command) { send_request(TYPE_WRITE, command); });
+}
+
+void takes_commands_in_transactions(const Subject &subject) {
+  LinkPause(subject).expect_obeyed(
+      [](const kel_asic_xn_entry_t &command) { commit({command}, "a transaction of a command"); });
+}
+
+void takes_no_masked_command(const Subject &subject) {
+  const LinkPause pause(subject);
+  send_request(TYPE_WRITE, pause.command(true));
+  const port_flow_ctrl_t enabled = pause.flow_control();
+  kel_asic_xn_entry_t masked = pause.command(false);
+  masked.mask = 0xFF;
+  const auto expect_no_command = [&](const CallResult &result, const char *what) {
+    expect_refusal(result, what);
+    if (pause.flow_control() != enabled)
+      throw Breach{std::string(what) + " taken as no command", "it was obeyed"};
+  };
+  expect_no_command(Request(TYPE_WRITE_FIELD, masked).send(SYSSRV_REG_WRITE_CASE),
+                    "a field write at the address of a command");
+  expect_no_command(send_transaction({masked}, 1), "an entry under a mask at such an address");
+  pause.expect_obeyed(
+      [](const kel_asic_xn_entry_t &command) { send_request(TYPE_WRITE, command); });
+}
+
+void programs_the_sp_timer(const Subject &subject) {
+  Request request(TYPE_READ, Registers(subject).entry(0, *subject.sp_timer, 0), 0,
+                  *subject.sp_timer);
+  expect_success(request.send(SYSSRV_SP_TIME_CONFIGURE), "the SP timer");
+}
+
+}  // namespace
+
+std::vector<Check> port_checks() {
+  return {
+      {"the statistics of a port are answered whole", "P22", kPort, answers_all_statistics},
+      {"a port type that does not exist is refused", "P23", kPort, refuses_unknown_port_type},
+      {"a clear clears the statistics of a port", "P22", kPort, clears_a_port},
+      {"link pause is a command in a request", "P25", kPort, takes_commands_in_requests},
+      {"link pause is a command in a transaction", "P25", kPort, takes_commands_in_transactions},
+      {"a field write at the address of a command is none", "P25", kPort, takes_no_masked_command},
+      {"a clear of every port clears this one", "P22", kPort | kAllPorts, clears_every_port},
+      {"a clear of the drop counters is a command", "P25", kPort | kAllPorts, clears_drop_counters},
+      {"the SP timer is programmed", "P22", kSpTimer, programs_the_sp_timer},
+  };
+}
+
+}  // namespace mrvctl

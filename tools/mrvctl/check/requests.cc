@@ -1,0 +1,177 @@
+// The service calls of the checks.
+#include "check/requests.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "base/errors.h"
+#include "base/text.h"
+#include "check/check.h"
+#include "check/isolation.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr uint8_t kBefore = 0xC3;  // what stands before a record
+constexpr char kWithinLength[] = "nothing touched beyond the length of the record";
+
+uint32_t page_size() {
+  return static_cast<uint32_t>(sysconf(_SC_PAGESIZE));
+}
+
+}  // namespace
+
+GuardedMemory::GuardedMemory(uint32_t length) : length_(length) {
+  const uint32_t page = page_size();
+  pages_length_ = (length / page + 1) * page;
+  void *all =
+      mmap(nullptr, pages_length_ + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (all == MAP_FAILED)
+    throw std::bad_alloc();
+  pages_ = static_cast<uint8_t *>(all) + page;
+  if (mprotect(pages_, pages_length_, PROT_READ | PROT_WRITE) != 0)
+    throw std::bad_alloc();
+  std::memset(pages_, kBefore, pages_length_);
+  data_ = pages_ + pages_length_ - length;
+  const auto begin = reinterpret_cast<uintptr_t>(pages_);
+  const uintptr_t end = begin + pages_length_;
+  forbid({begin - page, begin, "P5", kWithinLength, "the page before the record was touched"});
+  forbid({end, end + page, "P5", kWithinLength, "the page behind the record was touched"});
+}
+
+void GuardedMemory::expect_untouched_before() const {
+  const uint8_t *begin = static_cast<uint8_t *>(data_);
+  if (std::any_of(static_cast<const uint8_t *>(pages_), begin,
+                  [](uint8_t byte) { return byte != kBefore; }))
+    throw Breach{kWithinLength, "bytes before the record were written", "P5"};
+}
+
+void GuardedMemory::retire() const {
+  const auto begin = reinterpret_cast<uintptr_t>(pages_);
+  forbid({begin, begin + pages_length_, "P4", "no address of a call used after it",
+          "an address of an earlier call was used"});
+  mprotect(pages_, pages_length_, PROT_NONE);
+}
+
+std::string result_text(const CallResult &result) {
+  if (result.result >= 0)
+    return format("result %d", result.result);
+  return format("result %d, errno %d (%s)", result.result, result.error_number,
+                std::strerror(result.error_number));
+}
+
+CallResult send_record(uint32_t case_code, const GuardedMemory &record, uint32_t length,
+                       uint32_t driver_id) {
+  sys_srvc_case_params_t params = {driver_id, record.data()};
+  errno = 0;
+  const int result = sse_call2(case_code, &params, length);
+  const CallResult answer = {result, result < 0 ? errno : 0};
+  if (result < 0 && (answer.error_number < 1 ||
+                     answer.error_number > static_cast<int>(KEL_ASIC_SYSERR_ERRNO_MASK)))
+    throw Breach{"errno from 1 to 4095 with a result below 0", result_text(answer), "P3"};
+  record.expect_untouched_before();
+  return answer;
+}
+
+void expect_success(const CallResult &result, const std::string &call) {
+  if (result.result != 0)
+    throw Breach{"result 0 of " + call, result_text(result)};
+}
+
+void expect_refusal(const CallResult &result, const std::string &call) {
+  if (result.result == 0)
+    throw Breach{call + " refused", "result 0"};
+}
+
+void expect_word(uint32_t expected, uint32_t seen, const std::string &where) {
+  if (seen != expected)
+    throw Breach{format("0x%08x ", expected) + where, format("0x%08x", seen)};
+}
+
+Request::Request(kel_asic_access_type_t type, const kel_asic_xn_entry_t &access, uint32_t room,
+                 uint32_t filling)
+    : memory_(static_cast<uint32_t>(sizeof(kel_asic_reg_access_params_t)) + 4 * room),
+      fields_(static_cast<kel_asic_reg_access_params_t *>(memory_.data())) {
+  *fields_ = {};
+  fields_->type = type;
+  fields_->module = access.module;
+  fields_->asic = static_cast<kel_asic_num_t>(access.asic_map);
+  fields_->addr = access.reg;
+  fields_->data = type == TYPE_READ ? filling : access.data;
+  fields_->mask = access.mask;
+  fields_->num = room;
+  std::strcpy(fields_->info.func, "check");
+  std::strcpy(fields_->info.file, "mrvctl");
+  std::fill_n(words(), room, filling);
+}
+
+uint32_t *Request::words() const {
+  return reinterpret_cast<uint32_t *>(static_cast<uint8_t *>(memory_.data()) +
+                                      sizeof(kel_asic_reg_access_params_t));
+}
+
+CallResult Request::send(uint32_t case_code) const {
+  return send_record(case_code, memory_, memory_.length());
+}
+
+Registers::Registers(const Subject &subject) : module_(subject.module), asic_(subject.asic) {
+}
+
+kel_asic_xn_entry_t Registers::entry(uint32_t address, uint32_t data, uint32_t mask) const {
+  return {static_cast<int32_t>(module_), static_cast<int32_t>(asic_), address, data, mask};
+}
+
+uint32_t Registers::read(uint32_t address) const {
+  const Request request(TYPE_READ, entry(address));
+  expect_success(request.send(SYSSRV_REG_READ_CASE), format("a read of 0x%08x", address));
+  return request->data;
+}
+
+void Registers::write(uint32_t address, uint32_t data) const {
+  const Request request(TYPE_WRITE, entry(address, data));
+  expect_success(request.send(SYSSRV_REG_WRITE_CASE), format("a write to 0x%08x", address));
+}
+
+void Registers::write_field(uint32_t address, uint32_t data, uint32_t mask) const {
+  const Request request(TYPE_WRITE_FIELD, entry(address, data, mask));
+  expect_success(request.send(SYSSRV_REG_WRITE_CASE), format("a field write to 0x%08x", address));
+}
+
+std::vector<uint32_t> Registers::read_run(uint32_t address, uint32_t count) const {
+  const Request request(TYPE_READ_DHS, entry(address), count);
+  expect_success(request.send(SYSSRV_REG_READ_CASE),
+                 format("a read of %u words from 0x%08x", count, address));
+  return {request.words(), request.words() + count};
+}
+
+void Registers::write_run(uint32_t address, const std::vector<uint32_t> &words) const {
+  const Request request(TYPE_WRITE_DHS, entry(address), static_cast<uint32_t>(words.size()));
+  std::copy(words.begin(), words.end(), request.words());
+  expect_success(request.send(SYSSRV_REG_WRITE_CASE),
+                 format("a write of %zu words from 0x%08x", words.size(), address));
+}
+
+void Registers::expect(uint32_t address, uint32_t expected, const std::string &after) const {
+  expect_word(expected, read(address), format("at 0x%08x ", address) + after);
+}
+
+CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int32_t num) {
+  const GuardedMemory memory(sizeof(kel_asic_xn_t));
+  auto &transaction = *static_cast<kel_asic_xn_t *>(memory.data());
+  transaction = {};
+  std::strcpy(transaction.name, "check");
+  transaction.num = num;
+  std::copy(entries.begin(), entries.end(), transaction.xn);
+  return send_record(SYSSRV_MEM_WRITE_CASE, memory, memory.length());
+}
+
+void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &what) {
+  expect_success(send_transaction(entries, static_cast<int32_t>(entries.size())), what);
+}
+
+}  // namespace mrvctl

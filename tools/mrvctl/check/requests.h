@@ -1,0 +1,95 @@
+// Service calls as the checks make them: through the platform's own sse_call2, with each record
+// between pages that nobody may touch.
+#ifndef MRVCTL_REQUESTS_H
+#define MRVCTL_REQUESTS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "kel_asic_lib_common.h"
+#include "platform/system_service.h"
+
+namespace mrvctl {
+
+struct Subject;
+
+// Memory whose last byte stands before a page that nobody may touch, and another such page before
+// its own. It stays until the process ends: whoever writes into it late is noticed.
+class GuardedMemory {
+ public:
+  explicit GuardedMemory(uint32_t length);
+  void *data() const { return data_; }
+  uint32_t length() const { return length_; }
+  // Throws Breach if the bytes before it have changed.
+  void expect_untouched_before() const;
+  // From now on nobody may touch the whole of it.
+  void retire() const;
+
+ private:
+  uint8_t *pages_;  // those between the two that nobody may touch
+  uint32_t pages_length_;
+  uint32_t length_;
+  void *data_;
+};
+
+// How a call came back.
+struct CallResult {
+  int result;
+  int error_number;  // where the result is negative
+};
+
+std::string result_text(const CallResult &result);
+
+// Sends a record as it is, `length` bytes of it. Throws Breach where the answer breaks what holds
+// for every call: errno, and the bytes beside the record.
+CallResult send_record(uint32_t case_code, const GuardedMemory &record, uint32_t length,
+                       uint32_t driver_id = KEL_ASIC_DRIVER_MORVANE);
+
+// Throw Breach.
+void expect_success(const CallResult &result, const std::string &call);
+void expect_refusal(const CallResult &result, const std::string &call);
+void expect_word(uint32_t expected, uint32_t seen, const std::string &where);
+
+// A register request with room for so many data words. The answer's fields start as `filling`.
+class Request {
+ public:
+  static constexpr uint32_t kFilling = 0x5AA55AA5;
+
+  Request(kel_asic_access_type_t type, const kel_asic_xn_entry_t &access, uint32_t room = 0,
+          uint32_t filling = kFilling);
+  kel_asic_reg_access_params_t *operator->() const { return fields_; }
+  uint32_t *words() const;
+  const GuardedMemory &memory() const { return memory_; }
+  CallResult send(uint32_t case_code) const;
+
+ private:
+  GuardedMemory memory_;
+  kel_asic_reg_access_params_t *fields_;
+};
+
+// The registers of one ASIC, by address. Each throws Breach where the service fails.
+class Registers {
+ public:
+  explicit Registers(const Subject &subject);
+  kel_asic_xn_entry_t entry(uint32_t address, uint32_t data = 0, uint32_t mask = UINT32_MAX) const;
+  uint32_t read(uint32_t address) const;
+  void write(uint32_t address, uint32_t data) const;
+  void write_field(uint32_t address, uint32_t data, uint32_t mask) const;
+  std::vector<uint32_t> read_run(uint32_t address, uint32_t count) const;
+  void write_run(uint32_t address, const std::vector<uint32_t> &words) const;
+  void expect(uint32_t address, uint32_t expected, const std::string &after) const;
+
+ private:
+  uint32_t module_;
+  uint32_t asic_;
+};
+
+// A transaction of these entries. `num` is how many of them it claims.
+CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int32_t num);
+// Sends all of them. Throws Breach.
+void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &what);
+
+}  // namespace mrvctl
+
+#endif

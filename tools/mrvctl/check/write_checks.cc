@@ -1,0 +1,340 @@
+// Checks that write, to registers and tables that may be written. What they find there is kept
+// first, and put back when the check is over.
+#include <algorithm>
+
+#include "base/text.h"
+#include "check/check.h"
+#include "check/described_asic.h"
+#include "check/isolation.h"
+#include "check/library.h"
+#include "check/requests.h"
+#include "registers/tables.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr uint32_t kMasks[] = {0x00000001, 0x80000000, 0x000000F0, 0x00FF0FF0};
+
+// A value of its own for each number.
+uint32_t pattern(uint32_t number) {
+  return 0x9E3779B9 * (number + 1);
+}
+
+uint32_t merged(uint32_t word, uint32_t data, uint32_t mask) {
+  return (word & ~mask) | (data & mask);
+}
+
+void keep_word(const Subject &subject, uint32_t address, uint32_t word) {
+  subject.found->keep(Registers(subject).entry(address, word));
+}
+
+// The scratch registers of a check, with what was found in them kept.
+struct Scratch {
+  explicit Scratch(const Subject &subject) : registers(subject) {
+    const RegisterMap map = described_map();
+    for (const Register &reg : subject.scratch)
+      addresses.push_back(map.address(reg));
+    for (const uint32_t address : addresses)
+      keep_word(subject, address, registers.read(address));
+  }
+
+  uint32_t first() const { return addresses.front(); }
+  uint32_t last() const { return addresses.back(); }
+
+  Registers registers;
+  std::vector<uint32_t> addresses;
+};
+
+// Those of them, from the first on, whose addresses follow each other.
+std::vector<uint32_t> run_of(const Scratch &scratch) {
+  std::vector<uint32_t> run;
+  for (const uint32_t address : scratch.addresses) {
+    if (!run.empty() && address != run.back() + 4)
+      break;
+    run.push_back(address);
+  }
+  if (run.size() < 2)
+    throw NotApplicable{"needs two scratch registers whose addresses are neighbours"};
+  return run;
+}
+
+void reads_what_was_written(const Subject &subject) {
+  const Scratch scratch(subject);
+  for (const uint32_t flip : {0U, UINT32_MAX}) {
+    for (const uint32_t address : scratch.addresses)
+      scratch.registers.write(address, pattern(address) ^ flip);
+    for (const uint32_t address : scratch.addresses)
+      scratch.registers.expect(address, pattern(address) ^ flip, "after a write");
+  }
+}
+
+void changes_bits_under_the_mask(const Subject &subject) {
+  const Scratch scratch(subject);
+  const uint32_t address = scratch.first();
+  for (const uint32_t mask : kMasks) {
+    for (const uint32_t word : {0U, UINT32_MAX}) {
+      scratch.registers.write(address, word);
+      scratch.registers.write_field(address, ~word, mask);
+      scratch.registers.expect(address, merged(word, ~word, mask),
+                               format("after a field write under mask 0x%08x", mask));
+    }
+  }
+}
+
+void takes_a_field_in_its_place(const Subject &subject) {
+  const Scratch scratch(subject);
+  scratch.registers.write(scratch.first(), 0xAABBCCDD);
+  scratch.registers.write_field(scratch.first(), 0x11223344, 0x00FF0FF0);
+  scratch.registers.expect(scratch.first(), 0xAA22C34D, "after 0x11223344 under mask 0x00ff0ff0");
+}
+
+void reads_runs_in_order(const Subject &subject) {
+  const Scratch scratch(subject);
+  const std::vector<uint32_t> run = run_of(scratch);
+  for (const uint32_t address : run)
+    scratch.registers.write(address, pattern(address));
+  const auto words = scratch.registers.read_run(run[0], static_cast<uint32_t>(run.size()));
+  for (size_t i = 0; i < run.size(); ++i)
+    expect_word(pattern(run[i]), words[i], format("as word %zu of a run", i));
+}
+
+void writes_runs_in_order(const Subject &subject) {
+  const Scratch scratch(subject);
+  const std::vector<uint32_t> run = run_of(scratch);
+  const uint32_t behind = run.back();
+  scratch.registers.write(behind, pattern(behind));
+  std::vector<uint32_t> words;
+  for (size_t i = 0; i + 1 < run.size(); ++i)
+    words.push_back(~pattern(run[i]));
+  scratch.registers.write_run(run[0], words);
+  for (size_t i = 0; i < words.size(); ++i)
+    scratch.registers.expect(run[i], words[i], "after a run was written");
+  scratch.registers.expect(behind, pattern(behind), "behind a run that was written");
+}
+
+void applies_a_transaction_of_one(const Subject &subject) {
+  const Scratch scratch(subject);
+  commit({scratch.registers.entry(scratch.first(), pattern(1))}, "a transaction of 1 entry");
+  scratch.registers.expect(scratch.first(), pattern(1), "after a transaction of 1 entry");
+}
+
+// The last entry shows that it has come, in whatever order they are applied.
+void delivers_all_entries(const Subject &subject) {
+  const Scratch scratch(subject);
+  const uint32_t address = scratch.first();
+  std::vector<kel_asic_xn_entry_t> entries(KEL_ASIC_XN_ENTRIES,
+                                           scratch.registers.entry(address, 0, 0x0000FFFF));
+  scratch.registers.write(address, pattern(1));
+  entries.back() = scratch.registers.entry(address, ~pattern(1), 0xFFFF0000);
+  commit(entries, "a transaction of 512 entries");
+  scratch.registers.expect(address, ~pattern(1) & 0xFFFF0000, "after 512 entries");
+}
+
+void applies_entries_in_order(const Subject &subject) {
+  const Scratch scratch(subject);
+  const auto count = static_cast<uint32_t>(scratch.addresses.size());
+  std::vector<kel_asic_xn_entry_t> entries;
+  for (uint32_t i = 0; i < KEL_ASIC_XN_ENTRIES; ++i)
+    entries.push_back(scratch.registers.entry(scratch.addresses[i % count], pattern(i)));
+  commit(entries, "a transaction of 512 entries");
+  for (uint32_t i = KEL_ASIC_XN_ENTRIES - count; i < KEL_ASIC_XN_ENTRIES; ++i)
+    scratch.registers.expect(entries[i].reg, entries[i].data, "after 512 entries in order");
+}
+
+void leaves_entries_beyond_num(const Subject &subject) {
+  const Scratch scratch(subject);
+  const uint32_t address = scratch.first();
+  const kel_asic_xn_entry_t counts = scratch.registers.entry(address, pattern(1));
+  const kel_asic_xn_entry_t leftover = scratch.registers.entry(address, pattern(2));
+  expect_success(send_transaction({counts, leftover, leftover}, 1), "a transaction of 1 entry");
+  scratch.registers.expect(address, pattern(1), "after an entry with leftovers behind it");
+  expect_success(send_transaction({leftover}, 0), "a transaction of no entries");
+  scratch.registers.expect(address, pattern(1), "after no entry with leftovers behind it");
+}
+
+void changes_bits_under_the_mask_of_an_entry(const Subject &subject) {
+  const Scratch scratch(subject);
+  const uint32_t address = scratch.first();
+  for (const uint32_t mask : kMasks) {
+    commit({scratch.registers.entry(address, pattern(mask)),
+            scratch.registers.entry(address, ~pattern(mask), mask)},
+           "a transaction with a mask");
+    scratch.registers.expect(address, merged(pattern(mask), ~pattern(mask), mask),
+                             format("after an entry under mask 0x%08x", mask));
+  }
+}
+
+void applies_nothing_of_a_refused_transaction(const Subject &subject) {
+  const Scratch scratch(subject);
+  const uint32_t address = scratch.first();
+  scratch.registers.write(address, pattern(1));
+  const kel_asic_xn_entry_t good = scratch.registers.entry(address, pattern(2));
+  kel_asic_xn_entry_t bad = scratch.registers.entry(address, pattern(3));
+  bad.module = 99;
+  const struct {
+    const char *what;
+    std::vector<kel_asic_xn_entry_t> entries;
+    int32_t num;
+  } refused[] = {{"a transaction of -1 entries", {good}, -1},
+                 {"a transaction of 513 entries", {KEL_ASIC_XN_ENTRIES, good}, 513},
+                 {"a transaction with an entry for module 99", {good, bad}, 2}};
+  for (const auto &transaction : refused) {
+    expect_refusal(send_transaction(transaction.entries, transaction.num), transaction.what);
+    scratch.registers.expect(address, pattern(1), std::string("after ") + transaction.what);
+  }
+}
+
+void changes_nothing_by_refused_writes(const Subject &subject) {
+  const Scratch scratch(subject);
+  const uint32_t address = scratch.first();
+  scratch.registers.write(address, pattern(1));
+  const auto expect_refused = [&](const char *what, kel_asic_access_type_t type, uint32_t room,
+                                  uint32_t num, int32_t module) {
+    const Request request(type, scratch.registers.entry(address, pattern(2)), room);
+    request->num = num;
+    request->module += module;
+    expect_refusal(request.send(SYSSRV_REG_WRITE_CASE), what);
+    scratch.registers.expect(address, pattern(1), std::string("after ") + what);
+  };
+  expect_refused("a write of type 99", static_cast<kel_asic_access_type_t>(99), 0, 0, 0);
+  expect_refused("a read sent as a write", TYPE_READ, 0, 0, 0);
+  expect_refused("a write of one register with data words", TYPE_WRITE, 1, 0, 0);
+  expect_refused("a run of more words than its record has", TYPE_WRITE_DHS, 1, 2, 0);
+  expect_refused("a write to a module that the switch lacks", TYPE_WRITE, 0, 0, 99);
+  const Request other(TYPE_WRITE, scratch.registers.entry(address, pattern(2)));
+  expect_refusal(send_record(SYSSRV_REG_WRITE_CASE, other.memory(), other.memory().length(),
+                             KEL_ASIC_DRIVER_MORVANE + 1),
+                 "a write for another driver");
+  scratch.registers.expect(address, pattern(1), "after a write for another driver");
+}
+
+void writes_through_the_library(const Subject &subject) {
+  const Library library(subject);
+  const Scratch scratch(subject);
+  const Register &first = subject.scratch.front();
+  library.write(first, pattern(1));
+  expect_word(pattern(1), library.read(first), "after lib_mrv_asic_write");
+  library.write_field(first, ~pattern(1), 0xFF);
+  const uint32_t word = merged(pattern(1), ~pattern(1), 0xFF);
+  expect_word(word, library.read(first), "after lib_mrv_asic_write_field");
+  char name[] = "check";
+  mrv_asic_transaction_start(name, 0);
+  library.write(subject.scratch.back(), pattern(2));
+  library.write(first, pattern(3));
+  mrv_asic_transaction_commit();
+  expect_word(pattern(3), library.read(first), "after mrv_asic_transaction_commit");
+  expect_word(pattern(3), library.read_run(first, 1)[0], "from lib_mrv_asic_n_read");
+}
+
+// The first two entries and the last of the scratch table, with what was found in them kept.
+struct ScratchTable {
+  struct Entry {
+    uint32_t index;
+    uint32_t address;
+  };
+
+  explicit ScratchTable(const Subject &subject) : registers(subject), reg(*subject.scratch_table) {
+    const RegisterMap map = described_map();
+    const uint32_t begin = map.address(reg);
+    const std::optional<Table> table = find_table(map, reg.block, reg.vreg);
+    if (!table || table->highest_index == 0)
+      throw NotApplicable{register_text(reg) + " has no two entries"};
+    size = table->entry_size;
+    for (const uint32_t index : {0U, 1U, table->highest_index})
+      entries.push_back({index, begin + 4 * size * index});
+    for (const Entry &entry : entries) {
+      const std::vector<uint32_t> words = registers.read_run(entry.address, size);
+      for (uint32_t i = 0; i < size; ++i)
+        keep_word(subject, entry.address + 4 * i, words[i]);
+    }
+  }
+
+  std::vector<uint32_t> words(uint32_t number, uint32_t count) const {
+    std::vector<uint32_t> words;
+    for (uint32_t i = 0; i < count * size; ++i)
+      words.push_back(pattern(1000 * number + i));
+    return words;
+  }
+
+  Registers registers;
+  Register reg;
+  uint32_t size = 0;  // words in an entry
+  std::vector<Entry> entries;
+};
+
+void expect_entry(const std::vector<uint32_t> &expected, const std::vector<uint32_t> &seen,
+                  const char *where) {
+  for (size_t i = 0; i < expected.size(); ++i)
+    expect_word(expected[i], seen[i], format("as word %zu ", i) + where);
+}
+
+void places_entries_where_addresses_say(const Subject &subject) {
+  const ScratchTable table(subject);
+  const Registers &registers = table.registers;
+  const auto both = table.words(1, 2);
+  registers.write_run(table.entries[0].address, both);
+  expect_entry({both.end() - static_cast<std::ptrdiff_t>(table.size), both.end()},
+               registers.read_run(table.entries[1].address, table.size),
+               "of entry 1, written with entry 0");
+  for (const ScratchTable::Entry &entry : table.entries)
+    registers.write_run(entry.address, table.words(entry.index, 1));
+  for (const ScratchTable::Entry &entry : table.entries)
+    expect_entry(table.words(entry.index, 1), registers.read_run(entry.address, table.size),
+                 "of an entry, written by itself");
+}
+
+void takes_entries_in_transactions(const Subject &subject) {
+  const ScratchTable table(subject);
+  const auto words = table.words(7, 1);
+  std::vector<kel_asic_xn_entry_t> writes;
+  for (uint32_t i = 0; i < table.size; ++i)
+    writes.push_back(table.registers.entry(table.entries[1].address + 4 * i, words[i]));
+  commit(writes, "a transaction of the words of an entry");
+  expect_entry(words, table.registers.read_run(table.entries[1].address, table.size),
+               "of entry 1, written by a transaction");
+}
+
+void moves_entries_through_the_library(const Subject &subject) {
+  const Library library(subject);
+  const ScratchTable table(subject);
+  const auto both = table.words(3, 2);
+  library.write_entries(table.reg, 0, 2, both);
+  expect_entry(both, table.registers.read_run(table.entries[0].address, 2 * table.size),
+               "of two entries, from lib_mrv_asic_write_dhs");
+  const auto last = table.words(4, 1);
+  table.registers.write_run(table.entries[2].address, last);
+  expect_entry(last, library.read_entries(table.reg, table.entries[2].index, 1, table.size),
+               "of the last entry, from lib_mrv_asic_read_dhs");
+}
+
+}  // namespace
+
+std::vector<Check> write_checks() {
+  return {
+      {"a register reads as it was written", "P22", kScratch, reads_what_was_written},
+      {"a field write changes the bits under its mask alone", "P26", kScratch,
+       changes_bits_under_the_mask},
+      {"the value of a field write stands in its place", "P26", kScratch,
+       takes_a_field_in_its_place},
+      {"a run is read in order, in steps of 4", "P27", kScratch, reads_runs_in_order},
+      {"a run is written in order, in steps of 4", "P27", kScratch, writes_runs_in_order},
+      {"a transaction of 1 entry is applied", "P24", kScratch, applies_a_transaction_of_one},
+      {"a transaction of 512 entries arrives whole", "P1", kScratch, delivers_all_entries},
+      {"entries are applied in order", "P24", kScratch, applies_entries_in_order},
+      {"entries beyond num are not looked at", "P24", kScratch, leaves_entries_beyond_num},
+      {"an entry changes the bits under its mask alone", "P26", kScratch,
+       changes_bits_under_the_mask_of_an_entry},
+      {"nothing of a refused transaction is applied", "P23", kScratch,
+       applies_nothing_of_a_refused_transaction},
+      {"a refused write changes nothing", "P23", kScratch, changes_nothing_by_refused_writes},
+      {"the library writes through it", "P22", kScratch, writes_through_the_library},
+      {"the entries of a table stand where their addresses say", "P27", kScratchTable,
+       places_entries_where_addresses_say},
+      {"the words of an entry are taken in a transaction", "P24", kScratchTable,
+       takes_entries_in_transactions},
+      {"the library moves entries through it", "P27", kScratchTable,
+       moves_entries_through_the_library},
+  };
+}
+
+}  // namespace mrvctl

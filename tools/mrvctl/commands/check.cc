@@ -1,0 +1,245 @@
+// check: whether the platform keeps what docs/porting.md says that it owes.
+#include "check/check.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include "base/interrupt.h"
+#include "base/text.h"
+#include "check/described_asic.h"
+#include "check/results.h"
+#include "commands/commands.h"
+#include "kel_asic_dhs_tables.h"
+#include "registers/port_types.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr uint32_t kMostScratch = 512;
+
+struct CheckArgs {
+  Subject subject;
+  uint32_t time_limit = 10;  // seconds
+  std::string junit;
+};
+
+// Splits "A:B" into its two parts.
+std::pair<std::string, std::string> split_pair(const std::string &text, const char *example) {
+  const size_t colon = text.find(':');
+  if (colon == std::string::npos)
+    throw UsageError("'" + text + "' has no colon; write it like " + example);
+  return {text.substr(0, colon), text.substr(colon + 1)};
+}
+
+Register parse_checked_register(const std::string &text) {
+  const auto [place, name] = split_pair(text, "HI.2:40");
+  return parse_register(place, name);
+}
+
+Register parse_table(const std::string &text) {
+  const Register reg = parse_checked_register(text);
+  if (kel_asic_dhs_entry_size(reg.block, reg.vreg, 0) < 0)
+    throw UsageError(register_text(reg) + " is no table register (see dhs)");
+  return reg;
+}
+
+// Reads "HI.2:40..47", or several such ranges with commas between them.
+std::vector<Register> parse_registers(const std::string &text) {
+  std::vector<Register> registers;
+  for (const std::string &range : split(text, ',')) {
+    const auto [place, names] = split_pair(range, "HI.2:40..47");
+    const size_t dots = names.find("..");
+    Register reg = parse_register(place, names.substr(0, dots));
+    const kel_asic_reg_t last =
+        dots == std::string::npos ? reg.vreg : parse_vreg(reg.block, names.substr(dots + 2));
+    if (last < reg.vreg)
+      throw UsageError("'" + range + "' ends before it begins");
+    if (last - reg.vreg >= kMostScratch - registers.size())
+      throw UsageError(format("more than %u scratch registers", kMostScratch));
+    for (; reg.vreg <= last; ++reg.vreg)
+      registers.push_back(reg);
+  }
+  return registers;
+}
+
+PortName parse_port(const std::string &text) {
+  const auto [type, number] = split_pair(text, "hif:3");
+  return {static_cast<cardcfg_port_type_t>(parse_port_type(type, UINT32_MAX)),
+          parse_number<uint8_t>(number)};
+}
+
+// Refuses registers that the map lacks. A map that is wrong itself is for the checks to tell.
+void refuse_missing_registers(const Subject &subject, std::chrono::seconds limit) {
+  std::vector<Register> registers = subject.scratch;
+  for (const std::optional<Register> &reg : {subject.read, subject.scratch_table}) {
+    if (reg)
+      registers.push_back(*reg);
+  }
+  const auto work = [&registers] {
+    const RegisterMap map = described_map();
+    for (const Register &reg : registers) {
+      const std::string missing = map.missing(reg);
+      if (!missing.empty())
+        throw NotApplicable{register_text(reg) + ": " + missing};
+    }
+  };
+  const Outcome outcome = run_isolated(work, limit, interrupted);
+  if (outcome.verdict == Verdict::kSkipped)
+    throw UsageError(outcome.seen);
+}
+
+// Puts back what a check that has ended in the middle has left.
+void put_back_leftovers(FoundValues &found, std::chrono::seconds limit, Outcome &outcome) {
+  if (found.empty())
+    return;
+  constexpr std::sig_atomic_t kNeverStop = 0;
+  const Outcome restored = run_isolated([&found] { found.put_back(); }, limit, kNeverStop);
+  if (restored.verdict != Verdict::kRight)
+    outcome.seen += "; not put back: " + found.text();
+}
+
+Outcome run_one(const Check &check, const Subject &subject, std::chrono::seconds limit) {
+  const std::string missing = missing_options(check, subject);
+  if (!missing.empty())
+    return {Verdict::kSkipped, "", "", "needs " + missing, {}};
+  const auto work = [&] {
+    try {
+      check.run(subject);
+    } catch (...) {
+      subject.found->put_back();
+      throw;
+    }
+    subject.found->put_back();
+  };
+  Outcome outcome = run_isolated(work, limit, interrupted);
+  put_back_leftovers(*subject.found, limit, outcome);
+  return outcome;
+}
+
+Json result_json(size_t number, const CheckResult &result) {
+  constexpr const char *kVerdicts[] = {"ok", "not ok", "skipped"};  // by Verdict
+  const Outcome &outcome = result.outcome;
+  Json object = {{"number", number},
+                 {"name", result.check.name},
+                 {"clause", result.clause()},
+                 {"result", kVerdicts[static_cast<int>(outcome.verdict)]},
+                 {"seconds", outcome.duration.count()}};
+  if (outcome.verdict == Verdict::kWrong) {
+    object["expected"] = outcome.expected;
+    object["seen"] = outcome.seen;
+  } else if (outcome.verdict == Verdict::kSkipped) {
+    object["why"] = outcome.seen;
+  }
+  return object;
+}
+
+void write_junit(const std::string &path, const std::string &text) {
+  std::ofstream file(path);
+  file << text;
+  file.close();
+  if (!file)
+    throw OperationFailed("cannot write " + path + ": " + std::strerror(errno));
+}
+
+// Text goes out as it comes; the object of JSON once, at the end.
+void show(Session &session, const std::string &text) {
+  if (!session.report.json())
+    session.report.result({}, text);
+}
+
+std::vector<CheckResult> run_all(Session &session, const CheckArgs &args,
+                                 const std::vector<Check> &checks) {
+  FoundValues found;
+  Subject subject = args.subject;
+  subject.slot = session.slot;
+  subject.module = session.module;
+  subject.asic = session.asic;
+  subject.found = &found;
+  const Interrupt interrupts_are_noted;
+  const std::chrono::seconds limit(args.time_limit);
+  refuse_missing_registers(subject, limit);
+  std::vector<CheckResult> results;
+  show(session, tap_head(checks.size()));
+  for (const Check &check : checks) {
+    const Outcome outcome = run_one(check, subject, limit);
+    if (interrupted != 0) {
+      show(session, "Bail out! interrupted\n");
+      break;
+    }
+    results.push_back({check, outcome});
+    show(session, tap_lines(results.size(), results.back()));
+  }
+  return results;
+}
+
+void run_check(Session &session, const CheckArgs &args) {
+  if (session.transaction.open())
+    throw OperationFailed("a transaction is open: commit it first");
+  const std::vector<Check> checks = all_checks();
+  const std::vector<CheckResult> results = run_all(session, args, checks);
+  const size_t wrong = count(results, Verdict::kWrong);
+  if (!args.junit.empty())
+    write_junit(session.resolve(args.junit), junit_text(checks, results));
+  Json list = Json::array();
+  for (size_t i = 0; i < results.size(); ++i)
+    list.push_back(result_json(i + 1, results[i]));
+  session.report.result({{"command", "check"},
+                         {"planned", checks.size()},
+                         {"ran", results.size()},
+                         {"failed", wrong},
+                         {"skipped", count(results, Verdict::kSkipped)},
+                         {"checks", list}},
+                        "");
+  if (results.size() < checks.size())
+    throw OperationFailed(
+        format("%zu of %zu checks did not run", checks.size() - results.size(), checks.size()));
+  if (wrong > 0)
+    throw OperationFailed(format("%zu of %zu checks failed", wrong, checks.size()));
+}
+
+void describe_check(Arguments &arguments, CheckArgs &args) {
+  Subject &subject = args.subject;
+  arguments.parsed("--read", subject.read, parse_checked_register, "A register that may be read")
+      .type_name("BLOCK.INST:REG");
+  arguments
+      .parsed("--scratch", subject.scratch, parse_registers,
+              "Registers that may be written, best at least two with neighbouring addresses")
+      .type_name("BLOCK.INST:REG..REG,...");
+  arguments
+      .parsed("--scratch-table", subject.scratch_table, parse_table,
+              "A table whose entries may be written")
+      .type_name("BLOCK.INST:REG");
+  arguments
+      .parsed("--port", subject.port, parse_port,
+              "A port whose statistics may be cleared and whose link pause may be switched")
+      .type_name("TYPE:N");
+  arguments.flag("--all-ports", subject.all_ports,
+                 "The statistics and drop counters of every port may be cleared too");
+  arguments
+      .parsed(
+          "--sp-timer", subject.sp_timer,
+          [](const std::string &text) { return parse_number<uint16_t>(text); },
+          "The SP timer may be set to this, and stays so (0 to 65535)")
+      .type_name("TIME");
+  arguments.flag("--faults", subject.faults, "Let calls fail, on a platform that can be told to");
+  arguments.number<uint32_t>("--time-limit", args.time_limit,
+                             "Seconds that a check may take; 10 if left out", 1, 3600);
+  arguments.word("--junit", args.junit, "Write the results to this file as JUnit XML")
+      .type_name("FILE");
+}
+
+}  // namespace
+
+void add_check_commands(Parser &parser) {
+  parser.add<CheckArgs>(
+      {"check", "Platform",
+       "Check whether the platform keeps what it owes\n"
+       "The result is TAP; a check that fails names the clause of docs/porting.md that is broken.\n"
+       "Only what an option names is read or written. What was found in registers, tables and\n"
+       "link pause is put back.",
+       false},
+      describe_check, run_check);
+}
+
+}  // namespace mrvctl
