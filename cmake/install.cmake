@@ -60,7 +60,7 @@ install(
         ${PROJECT_BINARY_DIR}/morvaneusdConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-install(FILES docs/call-path.md docs/cxx.md docs/limits.md docs/metrics.md docs/porting.md docs/records.md docs/trace.md
+install(FILES docs/call-path.md docs/calls.md docs/cxx.md docs/limits.md docs/metrics.md docs/porting.md docs/records.md docs/trace.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 install(FILES docs/figures/call-path.svg
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/figures COMPONENT development)
@@ -87,7 +87,7 @@ if(TARGET mrvctl)
   # What others read: the same place for every architecture.
   install(FILES share/systemd/mrvctl-metrics@.service share/systemd/mrvctl-metrics@.timer
     DESTINATION lib/systemd/system COMPONENT tool)
-  install(DIRECTORY share/grafana share/prometheus
+  install(DIRECTORY share/grafana share/prometheus share/wireshark
     DESTINATION ${CMAKE_INSTALL_DATADIR}/mrvctl COMPONENT tool)
 endif()
 

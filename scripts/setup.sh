@@ -6,7 +6,7 @@ root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 build_packages="g++-multilib cmake ninja-build googletest libcli11-dev nlohmann-json3-dev pkg-config"
 docs_packages="doxygen graphviz man-db python3"
 # For the checks alone.
-check_packages="clang clang-format clang-tidy cppcheck libclang-rt-14-dev prometheus"
+check_packages="clang clang-format clang-tidy cppcheck libclang-rt-14-dev prometheus python3 tshark"
 
 # missing_packages PACKAGE...: those that are not installed.
 missing_packages() {

@@ -39,4 +39,6 @@ offers "SS HR * XL" regs ""
 offers "SS. HR. * XL." dump ""
 offers "" nodrop ""
 offers "n2h h2n" traffic hif 3 --direction ""
+offers "RECORDED FAST" replay --speed ""
+offers "HR. HI. HF." last-write h
 exit $failed

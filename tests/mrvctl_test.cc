@@ -84,6 +84,17 @@ class Mrvctl : public testing::Test {
     return run(options + " -f " + write_file("s.mrv", lines));
   }
 
+  // The tool, recorded into the folder of the test. A sanitizer need not be the first library.
+  std::string recorder() {
+    return "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" RECORDER_PATH
+           " MORVANE_RECORD_SIZE=65536 MORVANE_RECORD=" +
+           folder_ + " " MRVCTL_PATH;
+  }
+  void recorded(const std::string &lines) {
+    const Outcome result = shell(recorder() + " -f " + write_file("s.mrv", lines));
+    ASSERT_EQ(result.status, 0) << result.err;
+  }
+
   std::string folder_;
 };
 
@@ -142,6 +153,8 @@ TEST_F(Mrvctl, CasesOfTheFile) {
   write_file("block.pgm", "HI 2 5 1\nHX 2 5 1\n");
   write_file("short.pgm", "HI 2 5\n");
   write_file("hole.pgm", "HI 2 5 1\nHR 0 26 1\nHI 2 6 1\n");
+  std::filesystem::copy(EXAMPLES_DIR "/recordings", folder_);
+  std::filesystem::copy(TRACE_LOG, folder_ + "/kel_asic_log_77");
   std::ifstream file(MRVCTL_CASES);
   std::string mode;
   size_t cases = 0;
@@ -233,8 +246,44 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
   expect_case(shell("(" + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
 }
 
+TEST_F(Mrvctl, AddressesOfCallsLeadBackToTheirRegisters) {
+  std::string script;
+  std::vector<std::string> names;
+  const std::vector<Json> map = json_lines(run("--json info").out + run("--json dhs").out);
+  for (const Json &block : map.at(0)["blocks"]) {
+    names.push_back(block["block"].get<std::string>() + "." +
+                    std::to_string(block["instances"].get<int>() - 1) + " " +
+                    std::to_string(block["registers"].get<int>() - 2));
+    script += "read " + names.back() + "\n";
+  }
+  for (const Json &table : map.at(1)["tables"]) {
+    std::string name = table["block"].get<std::string>() + ".0 ";
+    name += table["register"].get<std::string>();
+    name.resize(name.size() - std::strlen("_OFFSET"));
+    const std::string highest = std::to_string(table["highest_index"].get<int>());
+    script += "dhs-read " + name + " " + highest + "\n";
+    names.push_back(name + " [" + highest + "]");
+  }
+  ASSERT_GT(names.size(), 70U);
+  recorded(script);
+  std::vector<std::string> shown;
+  for (const Json &call : json_lines(run("--json calls " + folder_ + "/*.mrec").out))
+    shown.push_back(call["register"]);
+  EXPECT_EQ(shown, names);
+}
+
+TEST_F(Mrvctl, CallsAreFollowedWhileTheyAreMade) {
+  const Outcome result = shell(
+      "cd " + folder_ + " && { " + recorder() +
+      " qos show hif 1 --watch 0.2 --count 4 >/dev/null & until ls *.mrec; do sleep 0.1; done;"
+      " " MRVCTL_PATH
+      " calls --follow *.mrec >shown & shown=$!; until [ $(grep -c qos-get shown) = 4 ];"
+      " do sleep 0.1; done; kill -INT $shown; wait $shown; } 2>/dev/null");
+  EXPECT_EQ(result.status, 0) << result.out;
+}
+
 TEST_F(Mrvctl, ExamplesRunFromAnywhere) {
-  for (const char *name : {"session", "bringup", "ports"}) {
+  for (const char *name : {"session", "bringup", "ports", "refusals"}) {
     for (const char *options : {"", "--json "}) {
       std::string arguments = options;
       arguments.append("-f " EXAMPLES_DIR "/").append(name).append(".mrv");

@@ -2,26 +2,29 @@
 #ifndef MRVCTL_INTERRUPT_H
 #define MRVCTL_INTERRUPT_H
 
-#include <array>
 #include <csignal>
+#include <utility>
+#include <vector>
 
 namespace mrvctl {
 
-// Not 0 once SIGINT, SIGTERM or SIGHUP has come to the last Interrupt.
+// Not 0 once a signal has come to the last Interrupt.
 extern volatile std::sig_atomic_t interrupted;
 
 // While it lives, these signals are noted and end nothing.
 class Interrupt {
  public:
-  Interrupt();
+  explicit Interrupt(const std::vector<int> &signals = {SIGINT, SIGTERM, SIGHUP});
   ~Interrupt();
   Interrupt(const Interrupt &) = delete;
   Interrupt &operator=(const Interrupt &) = delete;
 
  private:
-  static constexpr std::array<int, 3> kSignals = {SIGINT, SIGTERM, SIGHUP};
-  std::array<struct sigaction, kSignals.size()> before_{};
+  std::vector<std::pair<int, struct sigaction>> before_;
 };
+
+// Waits, or until one of them comes.
+void wait_uninterrupted(double seconds);
 
 }  // namespace mrvctl
 

@@ -53,6 +53,12 @@ std::string lower_case(std::string text) {
   return text;
 }
 
+std::string printable(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+  return text;
+}
+
 std::vector<std::string> split(const std::string &text, char separator) {
   std::vector<std::string> parts;
   size_t begin = 0;

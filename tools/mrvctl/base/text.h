@@ -13,6 +13,9 @@ namespace mrvctl {
 std::string upper_case(std::string text);
 std::string lower_case(std::string text);
 
+// A text that may hold anything, for a terminal: what is not printable is a question mark.
+std::string printable(std::string text);
+
 // The parts of a text between separators, empty ones too.
 std::vector<std::string> split(const std::string &text, char separator);
 

@@ -71,6 +71,8 @@ void add_commands(Parser &parser) {
   add_platform_commands(parser);
   add_result_commands(parser);
   add_check_commands(parser);
+  add_call_commands(parser);
+  add_replay_commands(parser);
   add_script_commands(parser);
 }
 

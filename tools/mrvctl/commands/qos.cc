@@ -1,9 +1,7 @@
 // qos show, qos clear and qos clear-all.
-#include <cerrno>
 #include <chrono>
-#include <csignal>
-#include <ctime>
 
+#include "base/interrupt.h"
 #include "base/text.h"
 #include "commands/commands.h"
 #include "commands/port_readings.h"
@@ -57,39 +55,8 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
   session.report.result(object, text);
 }
 
-volatile std::sig_atomic_t interrupted = 0;
-
-void note_interrupt(int /*signal*/) {
-  interrupted = 1;
-}
-
-// Lets ^C end a live view instead of the tool.
-class InterruptEndsView {
- public:
-  InterruptEndsView() {
-    interrupted = 0;
-    struct sigaction action = {};
-    action.sa_handler = note_interrupt;
-    sigaction(SIGINT, &action, &before_);
-  }
-  ~InterruptEndsView() { sigaction(SIGINT, &before_, nullptr); }
-  InterruptEndsView(const InterruptEndsView &) = delete;
-  InterruptEndsView &operator=(const InterruptEndsView &) = delete;
-
- private:
-  struct sigaction before_ = {};
-};
-
-void wait_seconds(double seconds) {
-  timespec left = {};
-  left.tv_sec = static_cast<time_t>(seconds);
-  left.tv_nsec = static_cast<long>((seconds - static_cast<double>(left.tv_sec)) * 1e9);
-  while (interrupted == 0 && nanosleep(&left, &left) != 0 && errno == EINTR) {
-  }
-}
-
 void watch(Session &session, const ShowArgs &args) {
-  const InterruptEndsView scope;
+  const Interrupt scope({SIGINT});
   std::optional<Reading> before;
   for (uint32_t round = 1; interrupted == 0; ++round) {
     const Reading now = take_reading(session, args);
@@ -97,7 +64,7 @@ void watch(Session &session, const ShowArgs &args) {
     if (round == args.count)
       return;
     before = now;
-    wait_seconds(args.watch);
+    wait_uninterrupted(args.watch);
     for (const auto &happen : session.meanwhile)
       happen(args.watch);
   }

@@ -116,6 +116,10 @@ std::string register_text(const Register &reg) {
          (name == nullptr ? std::to_string(reg.vreg) : name);
 }
 
+std::string short_register_text(const Register &reg) {
+  return without_suffix(register_text(reg));
+}
+
 const char *command_name(uint32_t address) {
   return name_of(kCommandAddresses, address);
 }

@@ -64,6 +64,9 @@ const char *register_name(kel_asic_blk_t block, kel_asic_reg_t vreg);
 // "HI.2 HI_DHS_LVIF_OFFSET", or with the number where there is no name.
 std::string register_text(const Register &reg);
 
+// The same without _OFFSET, where many stand in one line.
+std::string short_register_text(const Register &reg);
+
 // Name of a command address; null where it is an ordinary address.
 const char *command_name(uint32_t address);
 

@@ -1,0 +1,80 @@
+// Fuzzes what mrvctl reads of calls: recordings and trace logs, from their bytes to lines and
+// objects. The first byte tells which of the two the others are.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <sstream>
+
+#include "calls/trace_log.h"
+#include "commands/call_json.h"
+#include "commands/call_summary.h"
+#include "commands/recorded_calls.h"
+#include "platform/platform.h"
+
+using namespace mrvctl;
+
+namespace {
+
+const AddressIndex &address_index() {
+  static const AddressIndex index = [] {
+    open_platform("");
+    char file[] = "fuzz";
+    return AddressIndex(RegisterMap({0, file, 0, "fuzz"}));
+  }();
+  return index;
+}
+
+// All that the tool says of a call; a line is one line.
+void show(const NotedCall &call, CallSummary &summary) {
+  const AddressIndex &index = address_index();
+  const std::string line = call_line(call, index, 7);
+  if (line.find('\n') != line.size() - 1 || line.find('\033') != std::string::npos)
+    std::abort();
+  call_json(call, index).dump();
+  summary.add(call, index);
+}
+
+void read_recording(const std::string &bytes) {
+  static const int file = memfd_create("recording", MFD_CLOEXEC);
+  if (ftruncate(file, 0) != 0 ||
+      pwrite(file, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
+    std::abort();
+  CallSummary summary;
+  try {
+    RecordedCalls calls({"/proc/self/fd/" + std::to_string(file)});
+    while (const auto call = calls.next())
+      show(*call, summary);
+    for (const NotedCall &call : calls.under_way())
+      show(call, summary);
+    calls.losses();
+  } catch (const OperationFailed &) {
+    return;
+  }
+  summary.json();
+}
+
+void read_log(const std::string &bytes) {
+  static const NotedProcess process = {"", 1, "log"};
+  std::istringstream input(bytes);
+  CallSummary summary;
+  TraceLog log = read_trace_log(input, "log");
+  for (NotedCall &call : log.calls) {
+    call.process = &process;
+    show(call, summary);
+  }
+  summary.text();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  if (size == 0)
+    return 0;
+  const std::string bytes(reinterpret_cast<const char *>(data) + 1, size - 1);
+  if (data[0] == 'L')
+    read_log(bytes);
+  else
+    read_recording(bytes);
+  return 0;
+}

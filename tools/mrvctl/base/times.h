@@ -1,0 +1,34 @@
+// Moments and durations, as nanoseconds; moments count from 1970.
+#ifndef MRVCTL_TIMES_H
+#define MRVCTL_TIMES_H
+
+#include <cstdint>
+#include <string>
+
+namespace mrvctl {
+
+uint64_t now_ns();
+
+// "2026-11-25 09:42:13.123456", local time
+std::string local_time_text(uint64_t ns);
+
+// "2026-11-25T09:42:13.123456789Z"
+std::string utc_time_text(uint64_t ns);
+
+// "12.3us": microseconds in a column compare at a glance, and sort.
+std::string duration_text(uint64_t ns);
+
+// Nanoseconds of a local date and time, as it stands on a clock.
+struct Clock {
+  int year, month, day, hour, minute, second;
+};
+uint64_t local_moment(const Clock &clock);
+
+// Reads a moment of local time: "2026-11-25", "2026-11-25 03:00[:00[.5]]", with T in place of the
+// blank, "03:00[:00[.5]]" of today, "-10m" (s, m, h, d) before now, or "@1764060000.5", seconds
+// since 1970. Throws UsageError.
+uint64_t parse_moment(const std::string &text);
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,37 @@
+// Which calls of a recording or a trace log somebody wants to see.
+#ifndef MRVCTL_CALL_CHOICE_H
+#define MRVCTL_CALL_CHOICE_H
+
+#include <optional>
+#include <string>
+
+#include "base/arguments.h"
+#include "calls/noted_call.h"
+
+namespace mrvctl {
+
+struct CallChoice {
+  std::optional<RegisterChoice> reg;
+  bool writes = false;
+  bool failed = false;
+  std::optional<uint64_t> slower_ns;
+  std::string caller;
+  uint64_t since_ns = 0;
+  uint64_t until_ns = UINT64_MAX;
+};
+
+void describe_choice(Arguments &arguments, CallChoice &choice);
+
+bool is_chosen(const CallChoice &choice, const NotedCall &call, const AddressIndex &index);
+
+// The last word that a call writes into a register, and where it stands.
+struct WrittenWord {
+  Access access;
+  uint32_t word;  // of the access
+};
+std::optional<WrittenWord> last_written(const NotedCall &call, const RegisterChoice &reg,
+                                        const AddressIndex &index);
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,113 @@
+// Calls as objects.
+#include "commands/call_json.h"
+
+#include "base/times.h"
+#include "output/qos_tables.h"
+#include "registers/port_types.h"
+
+namespace mrvctl {
+namespace {
+
+template <typename Value>
+Json known(const std::optional<Value> &value) {
+  return value ? Json(*value) : Json();
+}
+
+Json register_name_json(uint32_t address, const AddressIndex &index) {
+  const std::optional<Location> location = index.find(address);
+  if (location)
+    return location_text(*location);
+  const char *command = command_name(address);
+  return command == nullptr ? Json() : Json(command);
+}
+
+void add_register(Json &object, const NotedCall &call, const RegisterFields &request,
+                  const AddressIndex &index) {
+  const auto *answer = std::get_if<RegisterFields>(&call.answer);
+  const bool run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
+  const bool read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
+  object["module"] = request.module;
+  object["asic"] = request.asic;
+  object["address"] = request.address;
+  object["register"] = register_name_json(request.address, index);
+  const RegisterFields *values = read ? answer : &request;
+  if (run) {
+    object["num"] = request.num;
+    object["answered"] = answer == nullptr || !read ? Json() : Json(answer->num);
+    object["words"] = values == nullptr ? Json() : Json(values->words);
+    object["cut"] = read ? call.answer_cut : call.request_cut;
+  } else {
+    object["data"] = values == nullptr ? Json() : Json(values->data);
+    object["mask"] = request.mask;
+  }
+  object["context"] = request.context;
+  object["func"] = request.func;
+  object["file"] = request.file;
+  object["line"] = request.line;
+}
+
+void add_transaction(Json &object, const TransactionFields &request, const AddressIndex &index) {
+  object["name"] = request.name;
+  object["reorder"] = request.reorder;
+  object["num"] = request.num;
+  Json entries = Json::array();
+  for (const kel_asic_xn_entry_t &entry : request.entries)
+    entries.push_back({{"module", entry.module},
+                       {"asic", static_cast<uint32_t>(entry.asic_map)},
+                       {"address", entry.reg},
+                       {"register", register_name_json(entry.reg, index)},
+                       {"data", entry.data},
+                       {"mask", entry.mask}});
+  object["entries"] = std::move(entries);
+}
+
+void add_timer(Json &object, const TimerFields &request) {
+  object["module"] = request.module;
+  object["asic"] = request.asic;
+  object["data"] = request.time;
+}
+
+void add_qos(Json &object, const NotedCall &call, const QosFields &request) {
+  object["module"] = request.module;
+  object["asic"] = request.asic;
+  object["port_type"] = port_type_text(request.port_type);
+  object["port"] = request.port;
+  object["opts"] = request.opts;
+  if (request.type != QOS_STATS_GET)
+    return;
+  const auto *answer = std::get_if<QosFields>(&call.answer);
+  object["stats"] = answer == nullptr ? Json() : qos_json(*answer->stats);
+}
+
+}  // namespace
+
+Json call_json(const NotedCall &call, const AddressIndex &index) {
+  Json object = {{"command", "calls"},
+                 {"time", utc_time_text(call.wall_ns)},
+                 {"time_ns", call.wall_ns},
+                 {"program", call.process->program},
+                 {"pid", call.process->pid},
+                 {"number", call.number},
+                 {"duration_ns", known(call.duration_ns)},
+                 {"operation", call.operation},
+                 {"case", call.case_code},
+                 {"driver", call.driver},
+                 {"length", call.length}};
+  if (const auto *reg = std::get_if<RegisterFields>(&call.request))
+    add_register(object, call, *reg, index);
+  else if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
+    add_transaction(object, *transaction, index);
+  else if (const auto *qos = std::get_if<QosFields>(&call.request))
+    add_qos(object, call, *qos);
+  else if (const auto *timer = std::get_if<TimerFields>(&call.request))
+    add_timer(object, *timer);
+  else if (!call.place.empty())
+    object["register"] = call.place;
+  object["result"] = known(call.result);
+  object["errno"] = call.result.value_or(0) < 0 ? Json(call.error_number) : Json();
+  object["outcome"] = call.outcome;
+  object["failed"] = call.failed;
+  return object;
+}
+
+}  // namespace mrvctl

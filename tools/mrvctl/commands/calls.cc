@@ -1,0 +1,311 @@
+// calls and last-write.
+#include <algorithm>
+#include <cstdio>
+#include <deque>
+#include <fstream>
+
+#include "base/interrupt.h"
+#include "base/text.h"
+#include "base/times.h"
+#include "calls/pcapng.h"
+#include "calls/trace_log.h"
+#include "commands/call_choice.h"
+#include "commands/call_json.h"
+#include "commands/call_summary.h"
+#include "commands/commands.h"
+#include "commands/recorded_calls.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr double kSecondsBetweenLooks = 0.2;
+
+struct CallsArgs {
+  std::vector<std::string> files;
+  CallChoice choice;
+  uint32_t last = 0;  // 0 for all
+  bool follow = false;
+  bool summary = false;
+  bool trace = false;
+  std::string pcap;
+};
+
+std::vector<std::string> resolved(const Session &session, std::vector<std::string> paths) {
+  for (std::string &path : paths)
+    path = session.resolve(path);
+  return paths;
+}
+
+// The calls of trace logs, those of several processes in the order in which they began.
+class TraceLogs {
+ public:
+  explicit TraceLogs(const std::vector<std::string> &paths) {
+    for (const std::string &path : paths)
+      read(path);
+    std::stable_sort(calls_.begin(), calls_.end(), [](const NotedCall &a, const NotedCall &b) {
+      return a.order_ns < b.order_ns;
+    });
+  }
+
+  std::optional<NotedCall> next() {
+    if (next_ == calls_.size())
+      return std::nullopt;
+    return std::move(calls_[next_++]);
+  }
+  static std::vector<NotedCall> under_way() { return {}; }
+  const std::vector<std::string> &losses() const { return losses_; }
+  size_t label_width() const { return label_width_; }
+
+ private:
+  void read(const std::string &path) {
+    std::ifstream input(path);
+    if (!input)
+      throw OperationFailed("cannot open " + path + ": " + std::strerror(errno));
+    TraceLog log = read_trace_log(input, path);
+    const NotedProcess &process = name_process(path);
+    for (NotedCall &call : log.calls) {
+      call.process = &process;
+      calls_.push_back(std::move(call));
+    }
+    if (log.unplaced_lines > 0)
+      losses_.push_back(path + format(": %llu lines that belong to no operation",
+                                      static_cast<unsigned long long>(log.unplaced_lines)));
+  }
+
+  // A log has the number of its process in its name, and nothing else of it.
+  const NotedProcess &name_process(const std::string &path) {
+    const std::string name = path.substr(path.rfind('/') + 1);
+    uint32_t pid = 0;
+    for (const char c : name.substr(name.find_last_not_of("0123456789") + 1))
+      pid = pid * 10 + static_cast<uint32_t>(c - '0');
+    processes_.push_back({"", pid, name});
+    label_width_ = std::max(label_width_, name.size());
+    return processes_.back();
+  }
+
+  std::deque<NotedProcess> processes_;
+  std::vector<NotedCall> calls_;
+  std::vector<std::string> losses_;
+  size_t next_ = 0;
+  size_t label_width_ = 7;
+};
+
+// Shows calls, a line each, behind a heading.
+class CallTable {
+ public:
+  CallTable(Session &session, const AddressIndex &index, size_t process_width)
+      : report_(session.report), index_(index), process_width_(process_width) {
+    if (!report_.json())
+      report_.result({}, call_heading(process_width));
+  }
+
+  void show(const NotedCall &call) const {
+    if (report_.json())
+      report_.result(call_json(call, index_), "");
+    else
+      report_.result({}, call_line(call, index_, process_width_));
+  }
+
+ private:
+  Report &report_;
+  const AddressIndex &index_;
+  size_t process_width_;
+};
+
+// Hands on the calls that are there and chosen.
+template <typename Source, typename Take>
+void take_calls(Source &source, const CallsArgs &args, const AddressIndex &index, Take take) {
+  while (const std::optional<NotedCall> call = source.next()) {
+    if (is_chosen(args.choice, *call, index))
+      take(*call);
+  }
+  if (args.follow)
+    return;
+  for (const NotedCall &call : source.under_way()) {
+    if (is_chosen(args.choice, call, index))
+      take(call);
+  }
+}
+
+template <typename Source>
+void show_summary(Session &session, Source &source, const CallsArgs &args,
+                  const AddressIndex &index) {
+  CallSummary summary;
+  take_calls(source, args, index, [&](const NotedCall &call) { summary.add(call, index); });
+  session.report.result(summary.json(), summary.text());
+}
+
+template <typename Source>
+void show_calls(const CallTable &table, Source &source, const CallsArgs &args,
+                const AddressIndex &index) {
+  std::deque<NotedCall> last;
+  take_calls(source, args, index, [&](const NotedCall &call) {
+    if (args.last == 0)
+      return table.show(call);
+    last.push_back(call);
+    if (last.size() > args.last)
+      last.pop_front();
+  });
+  for (const NotedCall &call : last)
+    table.show(call);
+}
+
+void tell_losses(Session &session, const std::vector<std::string> &losses) {
+  if (losses.empty())
+    return;
+  for (const std::string &loss : losses)
+    std::fprintf(stderr, "%s\n", loss.c_str());
+  session.report.result({{"command", "calls"}, {"losses", losses}}, "");
+}
+
+void follow(RecordedCalls &source, const CallTable &table, const CallsArgs &args,
+            const AddressIndex &index) {
+  for (const Interrupt scope({SIGINT}); interrupted == 0; wait_uninterrupted(kSecondsBetweenLooks)) {
+    source.refresh();
+    take_calls(source, args, index, [&](const NotedCall &call) { table.show(call); });
+  }
+}
+
+void write_pcapng(Session &session, RecordedCalls &source, const CallsArgs &args,
+                  const AddressIndex &index) {
+  std::vector<std::string> interfaces;
+  for (size_t file = 0; file < source.files(); ++file)
+    interfaces.push_back(source.process(file).label);
+  const std::string path = session.resolve(args.pcap);
+  PcapngWriter writer(path, interfaces);
+  take_calls(source, args, index, [&](const NotedCall &call) { writer.add(call, index); });
+  writer.close();
+  session.report.result({{"command", "calls"}, {"pcap", path}, {"packets", writer.packets()}},
+                        format("%llu packets written to %s\n",
+                               static_cast<unsigned long long>(writer.packets()), path.c_str()));
+}
+
+void run_on_recordings(Session &session, const CallsArgs &args, const AddressIndex &index) {
+  RecordedCalls source(resolved(session, args.files));
+  if (!args.pcap.empty()) {
+    write_pcapng(session, source, args, index);
+  } else if (args.summary) {
+    show_summary(session, source, args, index);
+  } else {
+    const CallTable table(session, index, source.label_width());
+    show_calls(table, source, args, index);
+    if (args.follow)
+      follow(source, table, args, index);
+  }
+  tell_losses(session, source.losses());
+}
+
+void run_on_trace_logs(Session &session, const CallsArgs &args, const AddressIndex &index) {
+  TraceLogs source(resolved(session, args.files));
+  if (args.summary)
+    show_summary(session, source, args, index);
+  else
+    show_calls(CallTable(session, index, source.label_width()), source, args, index);
+  tell_losses(session, source.losses());
+}
+
+void check_calls(const CallsArgs &args) {
+  if (args.trace && (args.follow || !args.pcap.empty()))
+    throw UsageError("a trace log has no records: --trace goes with neither --pcap nor --follow");
+  if (args.follow + args.summary + !args.pcap.empty() > 1)
+    throw UsageError("--follow, --summary and --pcap exclude each other");
+  if (args.last > 0 && (args.summary || !args.pcap.empty()))
+    throw UsageError("--last is for the table of calls");
+}
+
+void run_calls(Session &session, const CallsArgs &args) {
+  const AddressIndex index(session.map());
+  if (args.trace)
+    run_on_trace_logs(session, args, index);
+  else
+    run_on_recordings(session, args, index);
+}
+
+struct LastWriteArgs {
+  RegisterArgs reg;
+  std::vector<std::string> files;
+  RegisterChoice choice;
+};
+
+void check_last_write(LastWriteArgs &args) {
+  args.choice = parse_register_choice(args.reg.place, args.reg.name);
+}
+
+void run_last_write(Session &session, const LastWriteArgs &args) {
+  const AddressIndex index(session.map());
+  RecordedCalls source(resolved(session, args.files));
+  std::optional<NotedCall> last;
+  CallsArgs all;
+  take_calls(source, all, index, [&](const NotedCall &call) {
+    if (last_written(call, args.choice, index))
+      last = call;
+  });
+  tell_losses(session, source.losses());
+  if (!last)
+    throw OperationFailed("nobody wrote it, as far as the recordings reach back");
+  const WrittenWord written = *last_written(*last, args.choice, index);
+  const uint32_t address = written.access.address + 4 * written.word;
+  const std::vector<uint32_t> &values = written.access.values;
+  const bool known = written.word < values.size();
+  const std::string value = known ? format("0x%08x", values[written.word]) : "a word that was cut";
+  const std::string mask =
+      written.access.mask == UINT32_MAX ? "" : format(" mask 0x%08x", written.access.mask);
+  const std::string caller = caller_text(*last);
+  const std::string who = caller.empty() ? target_text(*last, index) : caller;
+  Json object = call_json(*last, index);
+  object["command"] = "last-write";
+  object["written"] = {{"register", index.text(address)},
+                       {"data", known ? Json(values[written.word]) : Json()},
+                       {"mask", written.access.mask}};
+  session.report.result(object, index.text(address) + " <- " + value + mask + "  " +
+                                    local_time_text(last->wall_ns) + "  " + last->process->label +
+                                    "  " + last->operation + "  " + last->outcome + "  " + who +
+                                    "\n");
+}
+
+void describe_files(Arguments &arguments, std::vector<std::string> &files) {
+  arguments.words("FILE", files, "Recordings, of one or more processes").required();
+}
+
+void describe_calls(Arguments &arguments, CallsArgs &args) {
+  arguments.words("FILE", args.files, "Recordings, or with --trace trace logs; one or more")
+      .required();
+  describe_choice(arguments, args.choice);
+  arguments.number<uint32_t>("--last", args.last, "Only the last N of these calls", 1);
+  arguments.flag("--follow", args.follow, "Go on with the calls to come, until ^C");
+  arguments.flag("--summary", args.summary,
+                 "A table by operation: calls, failures, durations, the slowest with its caller");
+  arguments.flag("--trace", args.trace,
+                 "The files are trace logs of the library, /tmp/kel_asic_log_PID");
+  arguments
+      .word("--pcap", args.pcap,
+            "Write the calls as packets to a new file, for Wireshark and tshark; there\n"
+            "morvane.lua shows them")
+      .type_name("OUT");
+}
+
+void describe_last_write(Arguments &arguments, LastWriteArgs &args) {
+  describe_register(arguments, args.reg);
+  describe_files(arguments, args.files);
+}
+
+}  // namespace
+
+void add_call_commands(Parser &parser) {
+  parser.add<CallsArgs>({"calls", "Recordings",
+                         "Show the service calls that processes have recorded\n"
+                         "One line a call: when, who, how long, what, which register, its value,\n"
+                         "the service's result, and where in the source it was made. The calls of\n"
+                         "several processes are merged in time. No register is touched.",
+                         false},
+                        describe_calls, check_calls, run_calls);
+  parser.add<LastWriteArgs>(
+      {"last-write", "Recordings",
+       "Tell who wrote a register last, when, and what the service said\n"
+       "REGISTER may be one entry of a table: HI_DHS_LVIF[5]. A write that failed counts too, and\n"
+       "its result stands there. It fails where nobody wrote the register.",
+       false},
+      describe_last_write, check_last_write, run_last_write);
+}
+
+}  // namespace mrvctl

@@ -1,0 +1,140 @@
+// The calls of recordings.
+#include "commands/recorded_calls.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/errors.h"
+#include "base/text.h"
+
+namespace mrvctl {
+namespace {
+
+// Runs a step on a file; what is wrong with the file is a failure of the command.
+template <typename Step>
+auto reading(Step step) {
+  try {
+    return step();
+  } catch (const recording::Unreadable &error) {
+    throw OperationFailed(error.what());
+  }
+}
+
+std::string count_text(uint64_t count, const char *what) {
+  return count == 0 ? "" : format("%llu %s", static_cast<unsigned long long>(count), what);
+}
+
+}  // namespace
+
+RecordedCalls::RecordedCalls(const std::vector<std::string> &paths) {
+  for (const std::string &path : paths) {
+    reading([&] { sources_.emplace_back(path); });
+    identify(sources_.back());
+  }
+}
+
+// A process may have begun to record since the file was looked at last.
+void RecordedCalls::identify(Source &source) {
+  const recording::Process &process = source.reader.process();
+  const std::string &path = source.reader.path();
+  source.process = {process.program, process.pid,
+                    process.program.empty() ? path.substr(path.rfind('/') + 1)
+                                            : process.program + format(".%u", process.pid)};
+  const uint64_t own = process.wall_ns - process.monotonic_ns;
+  source.offset_ns =
+      process.boot_id.empty() ? own : boots_.emplace(process.boot_id, own).first->second;
+}
+
+NotedCall RecordedCalls::noted(size_t file, recording::Call &&call) const {
+  NotedCall noted;
+  noted.process = &sources_[file].process;
+  noted.file = file;
+  noted.number = call.number;
+  noted.wall_ns = call.wall_ns;
+  noted.order_ns = call.monotonic_ns + sources_[file].offset_ns;
+  noted.case_code = call.case_code;
+  noted.driver = call.driver;
+  noted.length = call.length;
+  noted.request_bytes = std::move(call.request);
+  noted.answer_bytes = std::move(call.answer);
+  noted.request_cut = call.request_cut;
+  noted.answer_cut = call.answer_cut;
+  if (call.returned) {
+    noted.duration_ns = call.duration_ns;
+    noted.result = call.result;
+    noted.error_number = call.error_number;
+  }
+  decode(noted);
+  return noted;
+}
+
+void RecordedCalls::advance(size_t file) {
+  Source &source = sources_[file];
+  recording::Call call;
+  source.head.reset();
+  if (reading([&] { return source.reader.next(&call); }))
+    source.head = noted(file, std::move(call));
+}
+
+std::optional<NotedCall> RecordedCalls::next() {
+  std::optional<size_t> first;
+  for (size_t file = 0; file < sources_.size(); ++file) {
+    if (!sources_[file].head)
+      advance(file);
+    const std::optional<NotedCall> &head = sources_[file].head;
+    if (head && (!first || head->order_ns < sources_[*first].head->order_ns))
+      first = file;
+  }
+  return first ? std::exchange(sources_[*first].head, std::nullopt) : std::nullopt;
+}
+
+std::vector<NotedCall> RecordedCalls::under_way() const {
+  std::vector<NotedCall> all;
+  for (size_t file = 0; file < sources_.size(); ++file) {
+    recording::Call call;
+    if (sources_[file].reader.under_way(&call))
+      all.push_back(noted(file, std::move(call)));
+  }
+  std::stable_sort(all.begin(), all.end(),
+                   [](const NotedCall &a, const NotedCall &b) { return a.order_ns < b.order_ns; });
+  return all;
+}
+
+void RecordedCalls::refresh() {
+  for (Source &source : sources_) {
+    reading([&] { source.reader.refresh(); });
+    identify(source);
+  }
+}
+
+size_t RecordedCalls::label_width() const {
+  size_t width = 7;
+  for (const Source &source : sources_)
+    width = std::max(width, source.process.label.size());
+  return width;
+}
+
+uint64_t RecordedCalls::unknown_notes() const {
+  uint64_t count = 0;
+  for (const Source &source : sources_)
+    count += source.reader.unknown_notes();
+  return count;
+}
+
+std::vector<std::string> RecordedCalls::losses() const {
+  std::vector<std::string> lines;
+  for (const Source &source : sources_) {
+    const recording::Reader &reader = source.reader;
+    std::vector<std::string> parts = {
+        count_text(reader.overwritten_bytes(), "bytes overwritten while they were read"),
+        count_text(reader.damaged_bytes(), "bytes damaged"),
+        count_text(reader.unknown_notes(), "notes of a kind that is not known"),
+        count_text(reader.missed_calls(), "calls that the process could not note")};
+    parts.erase(std::remove(parts.begin(), parts.end(), ""), parts.end());
+    if (!parts.empty())
+      lines.push_back(reader.path() + ": " + join(parts, ", "));
+  }
+  return lines;
+}
+
+}  // namespace mrvctl

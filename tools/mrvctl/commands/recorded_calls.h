@@ -1,0 +1,61 @@
+// The calls of recordings: those of several processes, in the order in which they began.
+#ifndef MRVCTL_RECORDED_CALLS_H
+#define MRVCTL_RECORDED_CALLS_H
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "calls/noted_call.h"
+#include "reader.h"
+
+namespace mrvctl {
+
+class RecordedCalls {
+ public:
+  // Throws OperationFailed where one cannot be read.
+  explicit RecordedCalls(const std::vector<std::string> &paths);
+
+  // The next call of all files that has returned; empty behind the last. Within a process they come
+  // as the process made them; processes of one boot of the machine compare by its monotonic clock,
+  // so that a wall clock that was set confuses nothing.
+  std::optional<NotedCall> next();
+
+  // The calls that were under way when the files were looked at. For when next() is through.
+  std::vector<NotedCall> under_way() const;
+
+  // Looks at the files again: next() goes on with what has come since.
+  void refresh();
+
+  const NotedProcess &process(size_t file) const { return sources_[file].process; }
+  size_t files() const { return sources_.size(); }
+  size_t label_width() const;
+
+  // Notes of a kind that is not known.
+  uint64_t unknown_notes() const;
+
+  // What next() could not give, a line a file; empty where it gave all.
+  std::vector<std::string> losses() const;
+
+ private:
+  struct Source {
+    explicit Source(const std::string &path) : reader(path) {}
+    recording::Reader reader;
+    NotedProcess process;
+    uint64_t offset_ns = 0;  // what makes a wall clock of the boot's monotonic clock
+    std::optional<NotedCall> head;
+  };
+
+  void identify(Source &source);
+  void advance(size_t file);
+  NotedCall noted(size_t file, recording::Call &&call) const;
+
+  std::deque<Source> sources_;
+  std::map<std::string, uint64_t> boots_;  // the offset of each boot of the machine
+};
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,256 @@
+// replay.
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "base/interrupt.h"
+#include "base/text.h"
+#include "calls/noted_call.h"
+#include "commands/commands.h"
+#include "commands/recorded_calls.h"
+#include "output/qos_tables.h"
+#include "platform/system_service.h"
+
+namespace mrvctl {
+namespace {
+
+// A longer record is none that a platform takes; a recording may claim it all the same.
+constexpr uint32_t kLongestRecord = 1U << 24;
+constexpr size_t kDifferencesShown = 10;
+
+struct ReplayArgs {
+  std::string file;
+  bool check = false;
+  bool at_recorded_speed = false;
+  bool ignore_qos = false;
+};
+
+// A value that came back otherwise than it was recorded.
+struct Difference {
+  uint64_t number;        // of the call
+  std::string operation;  // of the call
+  std::string place;      // the register, or what the call is about
+  std::string field;
+  std::string recorded;
+  std::string now;
+};
+
+// What happened to the calls of the recording.
+struct Outcome {
+  uint64_t sent = 0;
+  uint64_t skipped = 0;  // whose record is not whole
+  uint64_t differences = 0;
+  std::vector<Difference> first;
+};
+
+// One field of an answer, and where it belongs.
+struct AnswerField {
+  std::string place;
+  std::string name;
+  std::string value;
+};
+
+std::vector<AnswerField> register_fields(const RegisterFields &answer, const std::string &target,
+                                         const AddressIndex &index) {
+  if (answer.type == TYPE_READ)
+    return {{target, "data", format("0x%08x", answer.data)}};
+  if (answer.type != TYPE_READ_DHS)
+    return {};
+  std::vector<AnswerField> fields = {{target, "num", std::to_string(answer.num)}};
+  for (size_t i = 0; i < answer.words.size(); ++i)
+    fields.push_back({index.text(answer.address + static_cast<uint32_t>(4 * i)),
+                      format("word %zu", i), format("0x%08x", answer.words[i])});
+  return fields;
+}
+
+std::vector<AnswerField> qos_fields(const kel_asic_qos_stats_t &stats, const std::string &target) {
+  const kel_asic_qos_pause_stats_t &pause = stats.pause;
+  std::vector<AnswerField> fields = {
+      {target, "pause.flow_ctrl", std::to_string(pause.flow_ctrl)},
+      {target, "pause.rx_xoff_status", std::to_string(pause.rx_xoff_status)},
+      {target, "pause.tx_xoff_status", std::to_string(pause.tx_xoff_status)}};
+  for (const Counters &counters : qos_counters(stats)) {
+    const std::string name = std::string(counters.record) + "." + counters.field;
+    for (size_t i = 0; i < counters.count; ++i)
+      fields.push_back({target, counters.count == 1 ? name : name + format("[%zu]", i),
+                        std::to_string(counters.values[i])});
+  }
+  return fields;
+}
+
+// What the service answered, field by field: first how the call went.
+std::vector<AnswerField> answer_fields(const NotedCall &call, bool with_qos,
+                                       const AddressIndex &index) {
+  const std::string target = target_text(call, index);
+  std::vector<AnswerField> fields = {{target, "result", call.outcome}};
+  std::vector<AnswerField> more;
+  if (const auto *reg = std::get_if<RegisterFields>(&call.answer))
+    more = register_fields(*reg, target, index);
+  const auto *qos = std::get_if<QosFields>(&call.answer);
+  if (qos != nullptr && with_qos && qos->type == QOS_STATS_GET)
+    more = qos_fields(*qos->stats, target);
+  fields.insert(fields.end(), more.begin(), more.end());
+  return fields;
+}
+
+void compare(const NotedCall &recorded, const NotedCall &now, const ReplayArgs &args,
+             const AddressIndex &index, Outcome &outcome) {
+  const std::vector<AnswerField> before = answer_fields(recorded, !args.ignore_qos, index);
+  const std::vector<AnswerField> after = answer_fields(now, !args.ignore_qos, index);
+  // Of an answer of which words were left out, those that were kept.
+  const size_t count = recorded.answer_cut ? before.size() : std::max(before.size(), after.size());
+  for (size_t i = 0; i < count; ++i) {
+    const AnswerField &field = i < before.size() ? before[i] : after[i];
+    const std::string old_value = i < before.size() ? before[i].value : "nothing";
+    const std::string new_value = i < after.size() ? after[i].value : "nothing";
+    if (old_value == new_value)
+      continue;
+    if (++outcome.differences <= kDifferencesShown)
+      outcome.first.push_back(
+          {recorded.number, recorded.operation, field.place, field.name, old_value, new_value});
+  }
+}
+
+// Whether all that the service was given is there, to be given again.
+bool is_whole(const NotedCall &call) {
+  if (call.request_cut || call.length > kLongestRecord)
+    return false;
+  const bool known = !std::holds_alternative<std::monostate>(call.request);
+  return known || call.request_bytes.empty() || call.request_bytes.size() == call.length;
+}
+
+// Sends the request of a recorded call, and gives it with the answer of now.
+NotedCall send_again(const NotedCall &recorded) {
+  NotedCall now = recorded;
+  std::vector<uint8_t> record = recorded.request_bytes;
+  record.resize(recorded.length);
+  // Without a byte that was kept there was no record.
+  sys_srvc_case_params_t params = {recorded.driver,
+                                   recorded.request_bytes.empty() ? nullptr : record.data()};
+  errno = 0;
+  now.result = sse_call2(recorded.case_code, &params, recorded.length);
+  now.error_number = *now.result < 0 ? errno : 0;
+  now.answer_bytes.clear();
+  now.answer = {};
+  if (*now.result == 0)
+    now.answer_bytes = std::move(record);
+  decode(now);
+  return now;
+}
+
+void wait_for(const NotedCall &call, const std::optional<NotedCall> &before) {
+  if (before && call.order_ns > before->order_ns)
+    wait_uninterrupted(static_cast<double>(call.order_ns - before->order_ns) / 1e9);
+}
+
+Outcome replay(RecordedCalls &source, const ReplayArgs &args, const AddressIndex &index) {
+  Outcome outcome;
+  const Interrupt scope({SIGINT});
+  std::optional<NotedCall> before;
+  while (std::optional<NotedCall> call = source.next()) {
+    if (args.at_recorded_speed)
+      wait_for(*call, before);
+    if (interrupted != 0)
+      throw OperationFailed(
+          format("interrupted behind %llu calls", static_cast<unsigned long long>(outcome.sent)));
+    if (!is_whole(*call)) {
+      ++outcome.skipped;
+      continue;
+    }
+    const NotedCall now = send_again(*call);
+    ++outcome.sent;
+    if (args.check)
+      compare(*call, now, args, index, outcome);
+    before = std::move(call);
+  }
+  return outcome;
+}
+
+Json differences_json(const std::vector<Difference> &differences) {
+  Json list = Json::array();
+  for (const Difference &one : differences)
+    list.push_back({{"number", one.number},
+                    {"operation", one.operation},
+                    {"register", one.place},
+                    {"field", one.field},
+                    {"recorded", one.recorded},
+                    {"now", one.now}});
+  return list;
+}
+
+std::string differences_text(const std::vector<Difference> &differences) {
+  std::string text;
+  for (const Difference &one : differences)
+    text += format("call %llu: %s %s: %s: recorded %s, now %s\n",
+                   static_cast<unsigned long long>(one.number), one.operation.c_str(),
+                   one.place.c_str(), one.field.c_str(), one.recorded.c_str(), one.now.c_str());
+  return text;
+}
+
+void run_replay(Session &session, const ReplayArgs &args) {
+  if (session.transaction.open())
+    throw OperationFailed("a transaction is open: commit it first");
+  const AddressIndex index(session.map());
+  RecordedCalls source({session.resolve(args.file)});
+  const Outcome outcome = replay(source, args, index);
+  const std::string text =
+      differences_text(outcome.first) +
+      format("%llu calls sent again", static_cast<unsigned long long>(outcome.sent)) +
+      (args.check
+           ? format(", %llu differences", static_cast<unsigned long long>(outcome.differences))
+           : "") +
+      format("; %llu skipped whose record is not whole, %llu notes of an unknown kind\n",
+             static_cast<unsigned long long>(outcome.skipped),
+             static_cast<unsigned long long>(source.unknown_notes()));
+  session.report.result({{"command", "replay"},
+                         {"file", args.file},
+                         {"sent", outcome.sent},
+                         {"skipped", outcome.skipped},
+                         {"unknown_notes", source.unknown_notes()},
+                         {"differences", args.check ? Json(outcome.differences) : Json()},
+                         {"first_differences", differences_json(outcome.first)}},
+                        text);
+  if (outcome.differences > 0)
+    throw OperationFailed("the platform answered otherwise than it was recorded");
+}
+
+bool parse_speed(const std::string &text) {
+  const std::string speed = upper_case(text);
+  if (speed != "RECORDED" && speed != "FAST")
+    throw UsageError("'" + text + "' is no speed: RECORDED or FAST");
+  return speed == "RECORDED";
+}
+
+bool parse_ignored(const std::string &text) {
+  if (lower_case(text) != "qos")
+    throw UsageError("'" + text + "' cannot be ignored: qos can");
+  return true;
+}
+
+void describe_replay(Arguments &arguments, ReplayArgs &args) {
+  arguments.word("FILE", args.file, "The recording of one process").required();
+  arguments.flag(
+      "--check", args.check,
+      "Compare results and answers with those recorded, show the first differences, and\n"
+      "fail if there are any");
+  arguments
+      .parsed("--speed", args.at_recorded_speed, parse_speed,
+              "RECORDED, with the pauses between the calls, or FAST (if left out)")
+      .type_name("SPEED");
+  arguments
+      .parsed("--ignore", args.ignore_qos, parse_ignored,
+              "qos: do not compare statistics, which traffic changes")
+      .type_name("WHAT");
+}
+
+}  // namespace
+
+void add_replay_commands(Parser &parser) {
+  parser.add<ReplayArgs>({"replay", "Recordings",
+                          "Send the requests of a recording again, in their order\n"
+                          "They go to the platform of the tool as they were recorded, writes and\n"
+                          "commands too. A request of which words were left out is skipped."},
+                         describe_replay, run_replay);
+}
+
+}  // namespace mrvctl
