@@ -43,6 +43,7 @@
 #include "kel_asic_dhs_tables.h"
 #include "kel_asic_intf.h"
 #include "kel_asic_syserr_def.h"
+#include "kel_asic_syserr_text.h"
 
 /* One error category, one session and one batch a program, also where shared objects of it are
    built with hidden visibility. */
@@ -440,78 +441,33 @@ constexpr int service_errno(syserr_t result) noexcept {
   return static_cast<int>(result & KEL_ASIC_SYSERR_ERRNO_MASK);
 }
 
-/** The names of the library codes, by their number. */
-inline constexpr std::array<const char *, 47> code_names = {
-    "UNKNOWN",
-    "FAILURE",
-    "MALLOC",
-    "INVALID_ARG",
-    "NO_DATA_IN_QUEUE",
-    "WR_CALL",
-    "RD_CALL",
-    "USD_INIT_FAILED",
-    "GENERAL_ERROR",
-    "INVALID_MTS_OPCODE",
-    "ASIC_INST_NOT_FOUND",
-    "PORT_NOT_FOUND",
-    "COMMAND_UNSUPPORTED",
-    "SSE_NOT_IMPLEMENTED",
-    "ASIC_INST_INIT_FAILED",
-    "XCVR_UNKNOWN",
-    "XCVR_FAILURE",
-    "XCVR_INVALID_ARG",
-    "XCVR_INVALID_TIMER_HDL",
-    "XCVR_CRT_TMR_FLD",
-    "XCVR_LNKUP_TIMER_END",
-    "XCVR_RESET_FAILED",
-    "XCVR_UNKNOWN_XCVR",
-    "XCVR_PORT_ENABLE_FAILED",
-    "XCVR_PORT_DISABLE_FAILED",
-    "XCVR_PORT_LOOPBACK_FAILED",
-    "XCVR_PORT_NOT_PRESENT",
-    "XCVR_INTR_ENABLE_FAILED",
-    "XCVR_PORT_NOT_OPERATIONAL",
-    "XCVR_CANNOT_DETECT_PMA",
-    "XCVR_CANNOT_DETERMINE_PMA_10G_CAP",
-    "XCVR_CANNOT_DETERMINE_PMA_LOW_PWR_MODE",
-    "XCVR_CANNOT_DETECT_PCS",
-    "XCVR_CANNOT_DETERMINE_PCS_10G_CAP",
-    "XCVR_CANNOT_DETERMINE_PCS_LOW_PWR_MODE",
-    "XCVR_CANNOT_DETECT_PHYXS",
-    "XCVR_CANNOT_DETERMINE_PHYXS_10G_CAP",
-    "XCVR_CANNOT_DETERMINE_PHYXS_LOW_PWR_MODE",
-    "XCVR_CANNOT_READ_NVR_SERIAL_ID",
-    "XCVR_CANNOT_READ_NVR_SERIAL_ID_CHKSUM_FAILED",
-    "XCVR_CANNOT_READ_NVR_VENDOR_SPECIFIC_CRC_FAILED",
-    "XCVR_SPEED_UNSUPPORTED",
-    "XCVR_INTR_DISABLE_FAILED",
-    "XCVR_INTR_HANDLE_FAILED",
-    "XCVR_PORT_UPDATE_FAILED",
-    "XCVR_COMMAND_UNSUPPORTED",
-    "UNINIT"};
-
-/** The name of a code and what to do about it. */
-inline std::string code_text(syserr_t result) {
+/** What to do about a result. */
+inline const char *advice(syserr_t result) noexcept {
   if (result == KEL_ASIC_SYSERR_SERVICE_ANSWER)
-    return "service call failed with an input/output error or a positive answer: the driver "
-           "service's log tells more";
+    return "the driver service's log tells more";
   if (is_service_failure(result))
-    return "service call failed: " + std::generic_category().message(service_errno(result)) +
-           ": nothing is tried again by itself";
+    return "nothing is tried again by itself";
+  switch (result) {
+    case SYSERR_KEL_ASIC_INVALID_ARG:
+      return "check module, ASIC, block, instance, register, index, mask and length, and that "
+             "init() "
+             "was called";
+    case SYSERR_KEL_ASIC_UNINIT:
+      return "call init() first";
+    case KEL_ASIC_SYSERR_NO_BUFFER:
+      return "move fewer words at a time";
+    case KEL_ASIC_SYSERR_NO_TRACE_LOG:
+      return "make /tmp writable, or take the marker file away";
+    default:
+      return "it comes from the register map or other software of the ASIC family: look there";
+  }
+}
+
+/** A code by its name, with what to do about it. */
+inline std::string code_text(syserr_t result) {
   switch (result) {
     case 0:
       return "success";
-    case SYSERR_KEL_ASIC_INVALID_ARG:
-      return "SYSERR_KEL_ASIC_INVALID_ARG: a bad argument: check module, ASIC, block, instance, "
-             "register, index, mask and length; or init() was not called";
-    case SYSERR_KEL_ASIC_UNINIT:
-      return "SYSERR_KEL_ASIC_UNINIT: the library is not initialised: call init() first";
-    case KEL_ASIC_SYSERR_NO_BUFFER:
-      return "KEL_ASIC_SYSERR_NO_BUFFER: no memory for the words: move fewer at a time";
-    case KEL_ASIC_SYSERR_NO_TRACE_LOG:
-      return "KEL_ASIC_SYSERR_NO_TRACE_LOG: the trace log cannot be opened or positioned: make "
-             "/tmp "
-             "writable, or take the marker file away";
     case static_cast<syserr_t>(errc::wrong_size):
       return "wrong_size: the words are no whole entries of this table: size them by its shape";
     case static_cast<syserr_t>(errc::already_open):
@@ -520,13 +476,9 @@ inline std::string code_text(syserr_t result) {
       return "not_verified: the register does not hold what was written: the commit was lost, or "
              "the register keeps other bits; write again";
     default:
-      break;
+      return std::string(kel_asic_syserr_name(result)) + ": " + kel_asic_syserr_meaning(result) +
+             ": " + advice(result);
   }
-  const syserr_t number = result - SYSERR_KEL_ASIC_UNKNOWN;
-  if (number < code_names.size())
-    return std::string("SYSERR_KEL_ASIC_") + code_names[number] +
-           ": from the register map or other software of the ASIC family: its log tells more";
-  return "a code of the register map: its documentation tells more";
 }
 
 class category final : public std::error_category {

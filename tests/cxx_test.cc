@@ -63,6 +63,17 @@ void keep_call(vp_phase phase, const vp_call *call, void *) {
   calls.push_back(std::to_string(call->case_code) + record);
 }
 
+morvane::session card;
+bool turn_taken;  // while the service was called
+
+void look_at_turn(vp_phase, const vp_call *, void *) {
+  std::thread([] {
+    turn_taken = !card.try_lock();
+    if (!turn_taken)
+      card.unlock();
+  }).join();
+}
+
 template <typename Operation>
 std::vector<std::string> calls_of(Operation operation) {
   calls.clear();
@@ -98,7 +109,6 @@ struct Operation {
   std::function<void(std::error_code &)> coded[2];
 };
 
-morvane::session card;
 uint32_t values[16] = {1, 2, 3};
 std::array steps = {morvane::step(plain, 3), morvane::step(plain, 2, 6)};
 kel_asic_qos_stats_t record;
@@ -183,12 +193,18 @@ TEST_F(Cxx, makes_the_call_of_the_c_interface_and_tells_its_failure) {
       EXPECT_EQ(ec, std::errc::timed_out);
       EXPECT_EQ(ec.value(), static_cast<int>(KEL_ASIC_SYSERR_SERVICE | ETIMEDOUT));
     }
-    vp_watch(nullptr, nullptr);  // which allocates itself
-    const int by_c = allocations_of(operation.c);
     std::error_code ec;
     for (const int way : {0, 1}) {
+      vp_watch(nullptr, nullptr);  // which allocates itself
+      const int by_c = allocations_of(operation.c);
       EXPECT_EQ(allocations_of(operation.throwing[way]) - by_c, operation.allocated);
       EXPECT_EQ(allocations_of([&] { operation.coded[way](ec); }) - by_c, operation.allocated);
+      vp_watch(look_at_turn, nullptr);
+      operation.throwing[way]();
+      EXPECT_EQ(turn_taken, way == 1);
+      turn_taken = way == 0;
+      operation.coded[way](ec);
+      EXPECT_EQ(turn_taken, way == 1);
     }
     vp_watch(keep_call, nullptr);
   }
@@ -331,9 +347,12 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   EXPECT_EQ(out, std::vector<uint32_t>(9, 77));
 }
 
-const kel_asic_xn_t &transaction(const std::string &call) {
-  EXPECT_EQ(call.compare(0, 10, std::to_string(SYSSRV_MEM_WRITE_CASE)), 0);
-  return *reinterpret_cast<const kel_asic_xn_t *>(call.data() + 10);
+kel_asic_xn_t transaction(const std::string &call) {
+  const std::string code = std::to_string(SYSSRV_MEM_WRITE_CASE);
+  kel_asic_xn_t sent = {};
+  EXPECT_EQ(call.compare(0, code.size(), code), 0);
+  call.copy(reinterpret_cast<char *>(&sent), sizeof sent, code.size());
+  return sent;
 }
 
 TEST_F(Cxx, sends_a_batch_where_it_is_left) {
@@ -365,6 +384,8 @@ TEST_F(Cxx, sends_a_batch_where_it_is_left) {
     morvane::write(plain, 6);
     batch.commit();
     morvane::write(plain, 7);
+    look_at_turn(VP_CALL_SENT, nullptr, nullptr);
+    EXPECT_TRUE(turn_taken);
   });
   EXPECT_EQ(early.size(), 2U);
   EXPECT_EQ(transaction(early[0]).reorder_allowed, 0);
@@ -453,9 +474,11 @@ TEST_F(Cxx, shows_statistics_by_value) {
 
   vp_asic_state state;
   morvane::clear_all_drop_counters();
+  vp_watch(look_at_turn, nullptr);
   card.clear_all_drop_counters();
   ASSERT_EQ(vp_asic_show(0, 0, &state), 0);
   EXPECT_EQ(state.drop_clears, 2U);
+  EXPECT_TRUE(turn_taken);
 }
 
 TEST_F(Cxx, lets_threads_take_turns) {
@@ -467,8 +490,10 @@ TEST_F(Cxx, lets_threads_take_turns) {
       for (uint32_t round = 0; round < kRounds; ++round) {
         {
           morvane::session::batch mine(card, std::to_string(id).c_str());
-          for (int write = 0; write < 3; ++write)
+          for (int write = 0; write < 3; ++write) {
             card.write(plain, id);
+            std::this_thread::yield();
+          }
         }
         const std::lock_guard<morvane::session> turn(card);
         card.write(there, card.read(there) + 1);
@@ -481,7 +506,7 @@ TEST_F(Cxx, lets_threads_take_turns) {
   for (const std::string &call : calls) {
     if (call.size() < sizeof(kel_asic_xn_t))
       continue;
-    const kel_asic_xn_t &sent = transaction(call);
+    const kel_asic_xn_t sent = transaction(call);
     ASSERT_EQ(sent.num, 3);
     for (int i = 0; i < sent.num; ++i)
       ASSERT_EQ(std::to_string(sent.xn[i].data), sent.name);
