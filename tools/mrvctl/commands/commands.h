@@ -19,6 +19,7 @@ constexpr uint32_t kMostWordsRead = 1U << 20;
 
 void add_register_commands(Parser &parser);
 void add_dump_command(Parser &parser);
+void add_find_command(Parser &parser);
 void add_table_commands(Parser &parser);
 void add_transaction_commands(Parser &parser);
 void add_program_commands(Parser &parser);

@@ -167,7 +167,8 @@ void run_dump(Session &session, const DumpArgs &args) {
 
 void describe_dump(Arguments &arguments, DumpArgs &args) {
   arguments
-      .word("BLOCK[.INST]", args.place, "Block and instance, like HI.2; the block alone, or HI.*, for all")
+      .word("BLOCK[.INST]", args.place,
+            "Block and instance, like HI.2; the block alone, or HI.*, for all")
       .required();
   arguments.word("REGISTER", args.table, "Table register whose entries are dumped (see dhs)");
   arguments.flag("--named", args.named, "Only the registers that have a name");

@@ -49,7 +49,8 @@ void describe_error(Arguments &arguments, ErrorArgs &args) {
 void add_result_commands(Parser &parser) {
   parser.add<ErrorArgs>({"error", "Registers",
                          "Tell what a result means\n"
-                         "Without a CODE, all results and what they mean."},
+                         "Without a CODE, all results and what they mean.",
+                         false},
                         describe_error, run_error);
 }
 
