@@ -63,7 +63,7 @@ class Mrvctl : public testing::Test {
   Outcome shell(const std::string &command) {
     EXPECT_EQ(vp_reset(), 0);
     const std::string err_path = folder_ + "/err";
-    const std::string line = "cd / && { " + command + "; } 2>" + err_path;
+    const std::string line = "cd / && { " + command + "\n} 2>" + err_path;
     std::FILE *pipe = popen(line.c_str(), "r");  // NOLINT(cert-env33-c): our own command
     if (pipe == nullptr)
       return {-1, "", "popen failed"};
