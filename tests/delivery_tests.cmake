@@ -29,9 +29,11 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
   target_include_directories(wrong_platform PRIVATE ${PROJECT_SOURCE_DIR}/include)
   target_link_options(wrong_platform PRIVATE -Wl,--no-as-needed)
   target_link_libraries(wrong_platform PRIVATE morvaneplatform ${CMAKE_DL_LIBS} morvane_build_flags)
-  add_test(NAME check COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/check_test.sh $<TARGET_FILE:mrvctl>
-    ${PROJECT_SOURCE_DIR} $<TARGET_FILE:morvaneplatform> $<TARGET_FILE:wrong_platform>
-    $<TARGET_FILE:example_platform>)
+  set(check_test ${CMAKE_CURRENT_SOURCE_DIR}/check_test.sh $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}
+    $<TARGET_FILE:morvaneplatform> $<TARGET_FILE:wrong_platform> $<TARGET_FILE:example_platform>)
+  add_test(NAME check COMMAND bash ${check_test})
+  add_test(NAME served.check COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh
+    $<TARGET_FILE:morvaned> bash ${check_test})
   add_test(NAME readme COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/readme_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR})
 endif()

@@ -91,6 +91,8 @@ int write(Request *request, uint32_t length) {
   const bool command = request->addr >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
   if (request->type == TYPE_WRITE && command && wrong("P25_drops_commands"))
     return 0;
+  if (request->type == TYPE_WRITE_FIELD && wrong("hangs_in_a_field_write"))
+    pause();
   if (request->type == TYPE_WRITE_FIELD && wrong("P22_P25_P26_crashes"))
     std::raise(SIGSEGV);
   if (request->type == TYPE_WRITE_FIELD && !command && wrong("P22_P26_writes_the_whole_register"))

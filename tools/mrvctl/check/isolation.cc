@@ -111,11 +111,14 @@ bool whole(const std::string &message) {
   return ends == kTexts;
 }
 
-// Reads the message until it is whole, the child has closed it, or time is up.
-std::string read_message(int pipe, Clock::time_point deadline,
-                         const volatile std::sig_atomic_t &stop) {
-  std::string message;
-  while (!whole(message) && stop == 0) {
+// What came of a child's message.
+enum class Reading { kWhole, kCutOff, kTimeIsUp, kStopped };
+
+Reading read_message(int pipe, Clock::time_point deadline, const volatile std::sig_atomic_t &stop,
+                     std::string &message) {
+  while (!whole(message)) {
+    if (stop != 0)
+      return Reading::kStopped;
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
     pollfd readable = {pipe, POLLIN, 0};
@@ -123,16 +126,16 @@ std::string read_message(int pipe, Clock::time_point deadline,
     if (ready < 0 && errno == EINTR)
       continue;
     if (ready <= 0)
-      break;
+      return Reading::kTimeIsUp;
     std::array<char, 4096> part{};
     const ssize_t length = read(pipe, part.data(), part.size());
     if (length < 0 && errno == EINTR)
       continue;
     if (length <= 0)
-      break;
+      return Reading::kCutOff;
     message.append(part.data(), static_cast<size_t>(length));
   }
-  return message;
+  return Reading::kWhole;
 }
 
 Outcome parse_message(const std::string &message) {
@@ -148,10 +151,10 @@ Outcome wrong(const std::string &expected, const std::string &seen) {
 }
 
 // How a child ended that has not said its whole message.
-Outcome judge_end(int status, bool in_time, std::chrono::seconds limit, bool stopped) {
-  if (stopped)
+Outcome judge_end(Reading reading, int status, std::chrono::seconds limit) {
+  if (reading == Reading::kStopped)
     return wrong("to be left alone", "interrupted");
-  if (!in_time)
+  if (reading == Reading::kTimeIsUp)
     return wrong(format("an answer within %lld s", static_cast<long long>(limit.count())), "none");
   if (WIFSIGNALED(status))
     return wrong("the process to live on", format("it was ended by signal %d (%s)",
@@ -181,15 +184,15 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
     return wrong("a process", std::strerror(errno));
   }
   setpgid(child, child);
-  const std::string message = read_message(ends[0], begin + limit, stop);
+  std::string message;
+  const Reading reading = read_message(ends[0], begin + limit, stop, message);
   close(ends[0]);
-  const bool in_time = Clock::now() < begin + limit;
   kill(-child, SIGKILL);  // and whatever it has started
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
   Outcome outcome =
-      whole(message) ? parse_message(message) : judge_end(status, in_time, limit, stop != 0);
+      reading == Reading::kWhole ? parse_message(message) : judge_end(reading, status, limit);
   outcome.duration = Clock::now() - begin;
   return outcome;
 }
