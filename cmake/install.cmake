@@ -3,7 +3,7 @@
 #   platform     libmorvaneplatform.so.*, the virtual platform
 #   development  headers, .so links, pkg-config files, the CMake package, docs, examples
 #   service      morvaned, its man page and its units
-#   tool         mrvctl, its man page and its completion
+#   tool         mrvctl, libmorvanerecord.so, its man page and its completion
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -60,7 +60,7 @@ install(
         ${PROJECT_BINARY_DIR}/morvaneusdConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-install(FILES docs/call-path.md docs/calls.md docs/cxx.md docs/limits.md docs/metrics.md docs/porting.md docs/records.md docs/trace.md
+install(FILES docs/call-path.md docs/calls.md docs/cxx.md docs/limits.md docs/metrics.md docs/porting.md docs/recording.md docs/records.md docs/trace.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 install(FILES docs/figures/call-path.svg
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/figures COMPONENT development)
@@ -82,6 +82,8 @@ if(TARGET mrvctl)
       INSTALL_RPATH "$ORIGIN/${root}/${CMAKE_INSTALL_LIBDIR}")
   endif()
   install(TARGETS mrvctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  # Programs are run with it; none is linked to a version of it.
+  install(TARGETS morvanerecord LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT tool)
   install(FILES tools/mrvctl/completion/mrvctl
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
   # What others read: the same place for every architecture.

@@ -29,6 +29,7 @@ void add_qos_metrics_command(Parser &parser);
 void add_port_commands(Parser &parser);
 void add_call_commands(Parser &parser);
 void add_replay_commands(Parser &parser);
+void add_record_command(Parser &parser);
 void add_script_commands(Parser &parser);
 void add_platform_commands(Parser &parser);
 void add_check_commands(Parser &parser);

@@ -53,6 +53,7 @@ class Session {
 
   // Who asks from now on.
   void set_place(const std::string &file, int line);
+  bool in_script() const { return line_ != 0; }
   void set_command(const std::string &command) { command_ = command; }
   const std::string &command() const { return command_; }
   Caller caller();

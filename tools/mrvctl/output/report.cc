@@ -1,6 +1,7 @@
 // What the tool prints.
 #include "output/report.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -20,9 +21,15 @@ std::string object_line(const Json &object) {
 }  // namespace
 
 void Report::take_standard_output() {
-  const int results = dup(STDOUT_FILENO);
+  const int results = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
   out_ = results < 0 ? nullptr : fdopen(results, "w");
   if (out_ == nullptr || dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
+    throw OperationFailed(std::string("no standard output: ") + std::strerror(errno));
+}
+
+void Report::return_standard_output() {
+  std::fflush(stdout);
+  if (dup2(fileno(out_), STDOUT_FILENO) < 0)
     throw OperationFailed(std::string("no standard output: ") + std::strerror(errno));
 }
 

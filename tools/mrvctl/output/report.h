@@ -24,6 +24,8 @@ class Report {
   // Keeps the process's standard output for results alone: what the library prints from now on goes
   // to standard error.
   void take_standard_output();
+  // Gives it back, to a program that takes the tool's place.
+  void return_standard_output();
 
   void use_json() { json_ = true; }
   bool json() const { return json_; }

@@ -20,17 +20,6 @@ void take_next(Function *&function, const char *name) {
     throw UsageError(format("the platform lacks the function %s", name));
 }
 
-// The virtual platform of the same build or install stands beside the library; elsewhere the system
-// finds it.
-std::string beside_library(const std::string &file) {
-  Dl_info library = {};
-  if (dladdr(dlsym(RTLD_NEXT, "lib_mrv_asic_init"), &library) == 0)
-    return file;
-  std::string path = library.dli_fname;
-  path = path.substr(0, path.rfind('/') + 1) + file;
-  return access(path.c_str(), F_OK) == 0 ? path : file;
-}
-
 void open_library(const std::string &path, const std::string &hint) {
   // Global, so that what was preloaded finds the functions too.
   if (dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)
@@ -40,6 +29,15 @@ void open_library(const std::string &path, const std::string &hint) {
 Forwarded functions;
 
 }  // namespace
+
+std::string beside_library(const std::string &file) {
+  Dl_info library = {};
+  if (dladdr(dlsym(RTLD_NEXT, "lib_mrv_asic_init"), &library) == 0)
+    return file;
+  std::string path = library.dli_fname;
+  path = path.substr(0, path.rfind('/') + 1) + file;
+  return access(path.c_str(), F_OK) == 0 ? path : file;
+}
 
 const Forwarded &forwarded() {
   return functions;
