@@ -38,6 +38,8 @@ offers "hif" pause on h
 offers "SS HR * XL" regs ""
 offers "SS. HR. * XL." dump ""
 offers "" nodrop ""
+offers "/etc" record /et
+offers "*basename*" record /tmp -- basenam
 offers "n2h h2n" traffic hif 3 --direction ""
 offers "RECORDED FAST" replay --speed ""
 offers "HR. HI. HF." last-write h

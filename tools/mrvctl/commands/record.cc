@@ -35,14 +35,7 @@ void describe_record(Arguments &arguments, RecordArgs &args) {
           format("Bytes of calls that each process keeps (%u to %u); %u if left out", MREC_RING_MIN,
                  MREC_RING_MAX, MREC_RING_DEFAULT))
       .type_name("N");
-  arguments.rest("PROGRAM", args.program);
-}
-
-void check_record(RecordArgs &args) {
-  if (args.program[0] == "--")
-    args.program.erase(args.program.begin());
-  if (args.program.empty())
-    throw UsageError("PROGRAM: there is none");
+  arguments.words("PROGRAM", args.program, "It and its arguments").required();
 }
 
 // The program may change its folder before it is recorded.
@@ -65,8 +58,8 @@ std::string find_recorder() {
   if (realpath(found.c_str(), path) == nullptr)
     throw OperationFailed("no recorder: there is no " + found);
   if (std::strpbrk(path, " :") != nullptr)
-    throw OperationFailed(std::string("no recorder: LD_PRELOAD takes no path with a space or a colon: ") +
-                          path);
+    throw OperationFailed(
+        std::string("no recorder: LD_PRELOAD takes no path with a space or a colon: ") + path);
   return path;
 }
 
@@ -79,7 +72,8 @@ void run_record(Session &session, const RecordArgs &args) {
   if (session.in_script())
     throw UsageError("record runs another program in place of the tool: not from a script");
   const char *const preloaded = getenv("LD_PRELOAD");
-  const std::string others = preloaded == nullptr || *preloaded == '\0' ? "" : std::string(":") + preloaded;
+  const std::string others =
+      preloaded == nullptr || *preloaded == '\0' ? "" : std::string(":") + preloaded;
   set_variable("MORVANE_RECORD", recordable_directory(args.directory));
   if (args.size)
     set_variable("MORVANE_RECORD_SIZE", std::to_string(*args.size));
@@ -96,13 +90,14 @@ void run_record(Session &session, const RecordArgs &args) {
 }  // namespace
 
 void add_record_command(Parser &parser) {
-  parser.add<RecordArgs>({"record", "Recordings",
-                          "Run the PROGRAM behind DIR with its service calls recorded\n"
-                          "Each of its processes that makes one has a file DIR/PROGRAM.PID.mrec with the\n"
-                          "newest of them, however it ends. -- may stand before PROGRAM. The exit status\n"
-                          "is the program's.",
-                          false},
-                         describe_record, check_record, run_record);
+  parser.add<RecordArgs>(
+      {"record", "Recordings",
+       "Run the PROGRAM behind DIR with its service calls recorded\n"
+       "Each of its processes that makes one has a file DIR/PROGRAM.PID.mrec with the\n"
+       "newest of them, however it ends. -- stands before a program that has options. The\n"
+       "exit status is the program's.",
+       false},
+      describe_record, run_record);
 }
 
 }  // namespace mrvctl
