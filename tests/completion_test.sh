@@ -24,8 +24,9 @@ offers "--help --version --file *--asic" -
 offers "read" --calls --slot 3 rea
 offers "HR. HI. HF." read h
 offers "read" expect-fail rea
-offers "show clear clear-all metrics*" qos ""
+offers "show clear clear-all metrics top" qos ""
 offers "hif nif" qos metrics hif ""
+offers "drops pause writes" qos top --sort ""
 offers "--help --opts *" qos show --
 offers "hif nif cif bif" qos show ""
 offers "HI.3 HI.30 HI.31" read hi.3

@@ -1,7 +1,13 @@
 // mrvctl from end to end: the built program on the virtual platform, run as a child process.
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <signal.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+#include <utmp.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -280,6 +286,67 @@ TEST_F(Mrvctl, CallsAreFollowedWhileTheyAreMade) {
       " calls --follow *.mrec >shown & shown=$!; until [ $(grep -c qos-get shown) = 4 ];"
       " do sleep 0.1; done; kill -INT $shown; wait $shown; } 2>/dev/null");
   EXPECT_EQ(result.status, 0) << result.out;
+}
+
+TEST_F(Mrvctl, DropsAreShadedOnATerminalAlone) {
+  write_file("s.mrv", "traffic hif 1 --class 2 --frames 999 --excess 99\nqos show hif 1\n");
+  const std::string line =
+      "TERM=xterm script -qec '" MRVCTL_PATH " -f " + folder_ + "/s.mrv' /dev/null";
+  expect_case(shell("NO_COLOR= " + line),
+              {0, "colours", {"\033[33m      99\033[0m", "\033[2m       0"}});
+  expect_case(shell("NO_COLOR=1 " + line), {0, "NO_COLOR", {"      99  ", "!\033"}});
+}
+
+// Reads a terminal until a part comes.
+std::string read_until(int terminal, const std::string &part) {
+  std::string text;
+  char next = 0;
+  while (text.find(part) == std::string::npos && read(terminal, &next, 1) == 1)
+    text += next;
+  return text;
+}
+
+TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
+  for (const int ending : {0, SIGINT, SIGTERM, SIGHUP, SIGSEGV, SIGABRT}) {
+    SCOPED_TRACE(ending);
+    int ours = -1, theirs = -1;
+    winsize size = {24, 80, 0, 0};
+    ASSERT_EQ(openpty(&ours, &theirs, nullptr, nullptr, &size), 0);
+    termios before = {}, during = {}, after = {};
+    tcgetattr(theirs, &before);
+    const pid_t child = fork();
+    if (child == 0) {
+      login_tty(theirs);
+      setenv("TERM", "xterm", 1);
+      unsetenv("NO_COLOR");
+      execl(MRVCTL_PATH, "mrvctl", "qos", "top", "--interval", "3600", nullptr);
+      _exit(127);
+    }
+    const auto press = [&](const char *keys) { return write(ours, keys, std::strlen(keys)) > 0; };
+    read_until(ours, "DROPPED\033[0m\033[K\r\r\n\033[7m> ");  // the first row is chosen
+    tcgetattr(theirs, &during);
+    EXPECT_EQ(during.c_lflag & (ICANON | ECHO), 0U);
+    EXPECT_TRUE(press("w\033[Bj"));
+    read_until(ours, "by writes");
+    read_until(ours, "DROPPED\033[0m\033[K\r\r\n  ");  // it no longer is
+    size = {50, 160, 0, 0};
+    ioctl(ours, TIOCSWINSZ, &size);
+    read_until(ours, "TIMEOUT");
+    EXPECT_TRUE(press("\032"));  // ^Z, where nobody could continue it
+    EXPECT_NE(read_until(ours, "\033[?1049h").find("\033[?1049l"), std::string::npos);
+    if (ending == 0 || ending == SIGINT)
+      EXPECT_TRUE(press(ending == 0 ? "q" : "\003"));
+    else
+      kill(child, ending);
+    read_until(ours, "\033[?1049l");
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(WIFSIGNALED(status) ? WTERMSIG(status) : 0, ending == SIGINT ? 0 : ending);
+    tcgetattr(theirs, &after);
+    EXPECT_EQ(after.c_lflag, before.c_lflag);
+    close(ours);
+    close(theirs);
+  }
 }
 
 TEST_F(Mrvctl, ExamplesRunFromAnywhere) {

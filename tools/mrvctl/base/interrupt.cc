@@ -1,17 +1,46 @@
-// Interruptions, noted.
+// ^C and its kin while a command is at work.
 #include "base/interrupt.h"
 
-#include <cerrno>
+#include <sys/select.h>
+
+#include <algorithm>
+#include <cmath>
 #include <ctime>
 
 namespace mrvctl {
 
 volatile std::sig_atomic_t interrupted = 0;
 
+namespace {
+
+void note(int signal_number) {
+  if (interrupted != 0) {
+    std::signal(signal_number, SIG_DFL);
+    raise(signal_number);
+  }
+  interrupted = 1;
+}
+
+double now() {
+  timespec time = {};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+timespec time_of(double seconds) {
+  timespec time = {};
+  time.tv_sec = static_cast<time_t>(seconds);
+  time.tv_nsec = static_cast<long>((seconds - std::floor(seconds)) * 1e9);
+  return time;
+}
+
+}  // namespace
+
 Interrupt::Interrupt(const std::vector<int> &signals) {
   interrupted = 0;
   struct sigaction action = {};
-  action.sa_handler = [](int /*signal*/) { interrupted = 1; };
+  action.sa_handler = note;
+  action.sa_flags = SA_RESTART;
   for (const int signal : signals) {
     before_.emplace_back(signal, action);
     sigaction(signal, &action, &before_.back().second);
@@ -23,12 +52,18 @@ Interrupt::~Interrupt() {
     sigaction(signal, &action, nullptr);
 }
 
+// All signals wait but while the process does, so that none is missed between the look at what it
+// sets and the wait.
 void wait_uninterrupted(double seconds) {
-  timespec left = {};
-  left.tv_sec = static_cast<time_t>(seconds);
-  left.tv_nsec = static_cast<long>((seconds - static_cast<double>(left.tv_sec)) * 1e9);
-  while (interrupted == 0 && nanosleep(&left, &left) != 0 && errno == EINTR) {
+  const double end = now() + seconds;
+  sigset_t all, before;
+  sigfillset(&all);
+  sigprocmask(SIG_BLOCK, &all, &before);
+  while (interrupted == 0 && now() < end) {
+    const timespec left = time_of(std::max(end - now(), 0.0));
+    pselect(0, nullptr, nullptr, nullptr, &left, &before);
   }
+  sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
 }  // namespace mrvctl

@@ -11,7 +11,8 @@ namespace mrvctl {
 // Not 0 once a signal has come to the last Interrupt.
 extern volatile std::sig_atomic_t interrupted;
 
-// While it lives, these signals are noted and end nothing.
+// While it lives, the first of these signals is noted and ends nothing, not even a service call; a
+// second one ends the tool, should what is done not come to its end.
 class Interrupt {
  public:
   explicit Interrupt(const std::vector<int> &signals = {SIGINT, SIGTERM, SIGHUP});

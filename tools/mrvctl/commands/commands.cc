@@ -8,6 +8,9 @@
 namespace mrvctl {
 namespace {
 
+constexpr double kShortestWait = 0.1;
+constexpr double kLongestWait = 3600;
+
 // Holds back the objects of a command that has to fail.
 class HeldJson {
  public:
@@ -99,6 +102,14 @@ void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type) 
               format("Port type: hif, nif, cif, bif, or a number (0 to %u)", highest_type))
       .required();
   arguments.number<uint32_t>("PORT", args.port, "Port number within its type", 0, 255).required();
+}
+
+void describe_interval(Arguments &arguments, const std::string &name, double &seconds,
+                       const std::string &help) {
+  const auto parse = [](const std::string &text) {
+    return parse_seconds(text, kShortestWait, kLongestWait);
+  };
+  arguments.parsed(name, seconds, parse, help + " (0.1 to 3600)").type_name("SECONDS");
 }
 
 void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry) {

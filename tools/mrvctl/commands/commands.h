@@ -26,6 +26,7 @@ void add_program_commands(Parser &parser);
 void add_result_commands(Parser &parser);
 void add_qos_commands(Parser &parser);
 void add_qos_metrics_command(Parser &parser);
+void add_qos_top_command(Parser &parser);
 void add_port_commands(Parser &parser);
 void add_call_commands(Parser &parser);
 void add_replay_commands(Parser &parser);
@@ -53,6 +54,10 @@ struct PortArgs {
 };
 
 void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type);
+
+// The time between two rounds of a live view.
+void describe_interval(Arguments &arguments, const std::string &name, double &seconds,
+                       const std::string &help);
 
 // Reads a register, or a run of them where there is a count. Throws OperationFailed.
 Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count);

@@ -1,5 +1,6 @@
 // qos show, qos clear and qos clear-all.
 #include <chrono>
+#include <optional>
 
 #include "base/interrupt.h"
 #include "base/text.h"
@@ -10,9 +11,6 @@
 
 namespace mrvctl {
 namespace {
-
-constexpr double kShortestWait = 0.1;
-constexpr double kLongestWait = 3600;
 
 struct ShowArgs {
   PortArgs port;
@@ -45,12 +43,13 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
   std::string text = args.watch > 0 && session.report.on_terminal() ? "\033[H\033[J" : "";
   text += format("%s %u, module %u, ASIC %u\n\n", type.c_str(), args.port.port, session.module,
                  session.asic) +
-          qos_text(now.stats, session.report.dim_zeros());
+          qos_text(now.stats, session.report.colours());
   if (before != nullptr) {
     const double seconds = std::chrono::duration<double>(now.at - before->at).count();
     object["seconds"] = seconds;
-    object["rates"] = rates_json(before->stats, now.stats, seconds);
-    text += "\n" + rates_text(before->stats, now.stats, seconds);
+    const kel_asic_qos_stats_t risen = qos_risen(before->stats, now.stats);
+    object["rates"] = rates_json(risen, seconds);
+    text += "\n" + rates_text(risen, seconds);
   }
   session.report.result(object, text);
 }
@@ -110,13 +109,8 @@ void describe_port_and_options(Arguments &arguments, ShowArgs &args) {
 
 void describe_show(Arguments &arguments, ShowArgs &args) {
   describe_port_and_options(arguments, args);
-  const auto parse = [](const std::string &text) {
-    return parse_seconds(text, kShortestWait, kLongestWait);
-  };
-  arguments
-      .parsed("--watch", args.watch, parse,
-              "A live view, with so much time between two rounds (0.1 to 3600)")
-      .type_name("SECONDS");
+  describe_interval(arguments, "--watch", args.watch,
+                    "A live view, with so much time between two rounds");
   arguments.number<uint32_t>("--count", args.count, "End the live view after so many rounds", 1);
 }
 
@@ -133,6 +127,7 @@ void add_qos_commands(Parser &parser) {
   parser.add<ShowArgs>({"qos clear-all", "Ports", "Clear the QoS statistics of every port"},
                        describe_options, run_clear_all);
   add_qos_metrics_command(parser);
+  add_qos_top_command(parser);
 }
 
 }  // namespace mrvctl

@@ -159,7 +159,7 @@ void describe_traffic(Arguments &arguments, TrafficArgs &args) {
                              "How many of them find the queue full; at most all");
   arguments.word("--direction", args.direction, "n2h (if left out) or h2n").type_name("DIRECTION");
   arguments.flag("--steady", args.steady,
-                 "Let the same pass every second while qos show --watch waits");
+                 "Let the same pass every second while qos top or qos show --watch waits");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "base/text.h"
+#include "output/cells.h"
 
 namespace mrvctl {
 namespace {
@@ -17,11 +18,8 @@ size_t digits(uint64_t value) {
   return std::to_string(value).size();
 }
 
-// A counter, right-aligned and dimmed where it is zero.
-std::string cell(uint64_t value, size_t width, bool dim_zeros) {
-  std::string text = std::to_string(value);
-  text.insert(0, width - std::min(width, text.size()), ' ');
-  return value == 0 && dim_zeros ? "\033[2m" + text + "\033[0m" : text;
+std::string counter_cell(uint64_t value, size_t width, Counts counts, bool colours) {
+  return cell(std::to_string(value), width, static_cast<double>(value), counts, colours);
 }
 
 // The widths of the eight class columns: what the largest counter of each needs, and room.
@@ -53,19 +51,19 @@ std::string class_heading(const char *label, const ClassWidths &widths) {
   return text + "\n";
 }
 
-std::string class_row(const std::string &label, const kel_asic_counter_t *values,
-                      const ClassWidths &widths, bool dim_zeros) {
+std::string class_row(const std::string &label, const kel_asic_counter_t *values, Counts counts,
+                      const ClassWidths &widths, bool colours) {
   std::string text = format("%-*s", kLabelWidth, label.c_str());
   for (size_t i = 0; i < kClasses; ++i)
-    text += cell(values[i], widths[i], dim_zeros);
+    text += counter_cell(values[i], widths[i], counts, colours);
   return text + "\n";
 }
 
 std::string drop_grid(const char *label, const kel_asic_counter_t (&drops)[6][8],
-                      const ClassWidths &widths, bool dim_zeros) {
+                      const ClassWidths &widths, bool colours) {
   std::string text = class_heading(label, widths);
   for (size_t row = 0; row < 6; ++row)
-    text += class_row(format("  row %zu", row), drops[row], widths, dim_zeros);
+    text += class_row(format("  row %zu", row), drops[row], Counts::kDrops, widths, colours);
   return text;
 }
 
@@ -93,13 +91,11 @@ std::vector<uint64_t> values_of(const Counters &counters) {
   return values;
 }
 
-std::vector<double> rates(const Counters &before, const Counters &now, double seconds) {
-  std::vector<double> per_second;
-  for (size_t i = 0; i < now.count; ++i) {
-    const uint64_t old_value = before.values[i] <= now.values[i] ? before.values[i] : 0;
-    per_second.push_back(static_cast<double>(now.values[i] - old_value) / seconds);
-  }
-  return per_second;
+std::vector<double> per_second(const Counters &risen, double seconds) {
+  std::vector<double> rates;
+  for (const uint64_t value : values_of(risen))
+    rates.push_back(static_cast<double>(value) / seconds);
+  return rates;
 }
 
 }  // namespace
@@ -144,16 +140,17 @@ std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats) {
   };
 }
 
-std::string qos_text(const kel_asic_qos_stats_t &stats, bool dim_zeros) {
+std::string qos_text(const kel_asic_qos_stats_t &stats, bool colours) {
   const auto &[pause, ss_dhs, oq, drops] = stats;
   const ClassWidths widths = class_widths(qos_counters(stats));
   const size_t width = single_width(qos_counters(stats));
   const auto pair = [&](const char *label, uint64_t received, uint64_t sent, const char *beside) {
-    return format("%-*s", kLabelWidth, label) + cell(received, width, dim_zeros) +
-           cell(sent, width, dim_zeros) + "    " + beside + "\n";
+    return format("%-*s", kLabelWidth, label) +
+           counter_cell(received, width, Counts::kFrames, colours) +
+           counter_cell(sent, width, Counts::kFrames, colours) + "    " + beside + "\n";
   };
-  const auto single = [&](const char *label, uint64_t value) {
-    return format("%-*s", kLabelWidth, label) + cell(value, width, dim_zeros) + "\n";
+  const auto single = [&](const char *label, uint64_t value, Counts counts) {
+    return format("%-*s", kLabelWidth, label) + counter_cell(value, width, counts, colours) + "\n";
   };
   const int wide = static_cast<int>(width);
 
@@ -168,21 +165,21 @@ std::string qos_text(const kel_asic_qos_stats_t &stats, bool dim_zeros) {
            format("transmit side in XOFF: %s", pause.tx_xoff_status != 0 ? "yes" : "no").c_str());
 
   text += class_heading("PFC by priority", widths);
-  text += class_row("  XOFF received", pause.rx_pfc_xoff_cnt, widths, dim_zeros);
-  text += class_row("  XOFF sent", pause.tx_pfc_xoff_cnt, widths, dim_zeros);
+  text += class_row("  XOFF received", pause.rx_pfc_xoff_cnt, Counts::kFrames, widths, colours);
+  text += class_row("  XOFF sent", pause.tx_pfc_xoff_cnt, Counts::kFrames, widths, colours);
 
   text += class_heading("by class", widths);
-  text += class_row("  writes received", ss_dhs.wr_rcvd_cnt, widths, dim_zeros);
-  text += class_row("  reads sent", ss_dhs.rd_sent_cnt, widths, dim_zeros);
+  text += class_row("  writes received", ss_dhs.wr_rcvd_cnt, Counts::kFrames, widths, colours);
+  text += class_row("  reads sent", ss_dhs.rd_sent_cnt, Counts::kFrames, widths, colours);
 
-  text += "\n" + single("writes discarded", ss_dhs.wr_discard_cnt);
-  text += single("multicast discarded", ss_dhs.wr_discard_mcast_cnt);
-  text += single("received with an error", ss_dhs.wr_rcvd_err_cnt);
-  text += single("queue flushes", oq.flush_cnt);
-  text += single("queue time-outs", oq.tout_cnt);
+  text += "\n" + single("writes discarded", ss_dhs.wr_discard_cnt, Counts::kDrops);
+  text += single("multicast discarded", ss_dhs.wr_discard_mcast_cnt, Counts::kDrops);
+  text += single("received with an error", ss_dhs.wr_rcvd_err_cnt, Counts::kFrames);
+  text += single("queue flushes", oq.flush_cnt, Counts::kFrames);
+  text += single("queue time-outs", oq.tout_cnt, Counts::kFrames);
 
-  text += drop_grid("drops n2h", drops.n2h_drops, widths, dim_zeros);
-  text += drop_grid("drops h2n", drops.h2n_drops, widths, dim_zeros);
+  text += drop_grid("drops n2h", drops.n2h_drops, widths, colours);
+  text += drop_grid("drops h2n", drops.h2n_drops, widths, colours);
   return text;
 }
 
@@ -196,35 +193,43 @@ Json qos_json(const kel_asic_qos_stats_t &stats) {
   return object;
 }
 
-std::string rates_text(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now,
-                       double seconds) {
+kel_asic_qos_stats_t qos_risen(const kel_asic_qos_stats_t &before,
+                               const kel_asic_qos_stats_t &now) {
+  kel_asic_qos_stats_t risen = now;
   const std::vector<Counters> old_counters = qos_counters(before);
-  const std::vector<Counters> counters = qos_counters(now);
-  std::string text;
+  const std::vector<Counters> counters = qos_counters(risen);
   for (size_t i = 0; i < counters.size(); ++i) {
-    const std::vector<double> per_second = rates(old_counters[i], counters[i], seconds);
-    for (size_t j = 0; j < per_second.size(); ++j) {
-      if (per_second[j] == 0)
+    auto *const values = const_cast<kel_asic_counter_t *>(counters[i].values);  // of risen
+    for (size_t j = 0; j < counters[i].count; ++j) {
+      if (old_counters[i].values[j] <= values[j])
+        values[j] -= old_counters[i].values[j];
+    }
+  }
+  return risen;
+}
+
+std::string rates_text(const kel_asic_qos_stats_t &risen, double seconds) {
+  std::string text;
+  for (const Counters &counters : qos_counters(risen)) {
+    const std::vector<double> rates = per_second(counters, seconds);
+    for (size_t i = 0; i < rates.size(); ++i) {
+      if (rates[i] == 0)
         continue;
-      std::string label = counters[i].label;
-      if (counters[i].count == 48)
-        label += format(" [%zu][%zu]", j / kClasses, j % kClasses);
-      else if (counters[i].count == kClasses)
-        label += format(" [%zu]", j);
-      text += format("  %-30s %14.1f\n", label.c_str(), per_second[j]);
+      std::string label = counters.label;
+      if (counters.count == 48)
+        label += format(" [%zu][%zu]", i / kClasses, i % kClasses);
+      else if (counters.count == kClasses)
+        label += format(" [%zu]", i);
+      text += format("  %-30s %14.1f\n", label.c_str(), rates[i]);
     }
   }
   return text.empty() ? "no counter moved\n" : "rising, per second\n" + text;
 }
 
-Json rates_json(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now,
-                double seconds) {
-  const std::vector<Counters> old_counters = qos_counters(before);
-  const std::vector<Counters> counters = qos_counters(now);
+Json rates_json(const kel_asic_qos_stats_t &risen, double seconds) {
   Json object;
-  for (size_t i = 0; i < counters.size(); ++i)
-    object[counters[i].record][counters[i].field] =
-        shaped(rates(old_counters[i], counters[i], seconds));
+  for (const Counters &counters : qos_counters(risen))
+    object[counters.record][counters.field] = shaped(per_second(counters, seconds));
   return object;
 }
 

@@ -23,14 +23,17 @@ struct Counters {
 
 std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats);
 
-std::string qos_text(const kel_asic_qos_stats_t &stats, bool dim_zeros);
+// With colours, zeros are dimmed and drops are shaded by how many they are.
+std::string qos_text(const kel_asic_qos_stats_t &stats, bool colours);
 Json qos_json(const kel_asic_qos_stats_t &stats);
 
-// How fast each counter rose from one record to the next; a counter that fell was cleared between.
-std::string rates_text(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now,
-                       double seconds);
-Json rates_json(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now,
-                double seconds);
+// How far each counter rose from one record to the next, and the states of the next; a counter that
+// fell was cleared between.
+kel_asic_qos_stats_t qos_risen(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now);
+
+// How fast counters rose that have risen so far in that time.
+std::string rates_text(const kel_asic_qos_stats_t &risen, double seconds);
+Json rates_json(const kel_asic_qos_stats_t &risen, double seconds);
 
 }  // namespace mrvctl
 

@@ -37,7 +37,7 @@ bool Report::on_terminal() const {
   return isatty(fileno(out_)) != 0;
 }
 
-bool Report::dim_zeros() const {
+bool Report::colours() const {
   const char *no_colour = std::getenv("NO_COLOR");
   return on_terminal() && (no_colour == nullptr || no_colour[0] == '\0');
 }

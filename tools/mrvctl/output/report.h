@@ -29,8 +29,8 @@ class Report {
 
   void use_json() { json_ = true; }
   bool json() const { return json_; }
-  // Whether people read along on a terminal that has colours, or at least dim letters.
-  bool dim_zeros() const;
+  // Whether people read along on a terminal and have not set NO_COLOR.
+  bool colours() const;
   bool on_terminal() const;
 
   // Holds back objects, or no more: a command that has to fail comes to one, its own. Tells

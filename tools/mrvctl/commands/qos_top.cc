@@ -1,0 +1,223 @@
+// qos top.
+#include <algorithm>
+#include <optional>
+
+#include "base/interrupt.h"
+#include "base/text.h"
+#include "commands/commands.h"
+#include "commands/port_readings.h"
+#include "output/qos_tables.h"
+#include "output/terminal.h"
+#include "output/top_view.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr size_t kPlainWidth = 80;
+constexpr size_t kPage = 10;  // rows that a page key passes
+
+struct TopArgs {
+  Interest interest = Interest::kDrops;
+  double interval = 1;
+  bool once = false;
+  uint32_t opts = 0;
+};
+
+// The ports between two paints: what was read of each, and what a person has chosen.
+class Top {
+ public:
+  Top(Session &session, const TopArgs &args)
+      : session_(session),
+        opts_(args.opts),
+        view_({session.module, session.asic, args.interval, args.interest, {}, 0}) {
+    for (const PortReading &reading : read_ports(session, {}, args.opts)) {
+      view_.rows.push_back({{reading.type, reading.port, 0, {}}, {}, 0, {}});
+      note(view_.rows.back(), reading);
+    }
+    sort();
+  }
+
+  const TopView &view() const { return view_; }
+
+  // Reads every port once more, or as many as there is time for before ^C.
+  void read() {
+    for (PortRow &row : view_.rows) {
+      if (interrupted != 0)
+        break;
+      note(row, read_port(session_, row.reading.type, row.reading.port, opts_));
+    }
+    sort();
+  }
+
+  void sort_by(Interest interest) {
+    view_.interest = interest;
+    sort();
+  }
+
+  // Moves the choice by so many rows; from the first row it no longer follows the order.
+  void move(std::ptrdiff_t rows) {
+    const auto last = static_cast<std::ptrdiff_t>(view_.rows.size()) - 1;
+    const auto wanted = static_cast<std::ptrdiff_t>(view_.chosen) + rows;
+    view_.chosen = static_cast<size_t>(
+        std::clamp<std::ptrdiff_t>(wanted, 0, std::max<std::ptrdiff_t>(last, 0)));
+    follows_first_ = false;
+  }
+
+  void follow_first() {
+    view_.chosen = 0;
+    follows_first_ = true;
+  }
+
+ private:
+  // A port that fails keeps what was last read of it, for the rates when it answers again.
+  static void note(PortRow &row, const PortReading &now) {
+    row.reading.result = now.result;
+    if (now.result != 0)
+      return;
+    const auto at = PortRow::Clock::now();
+    row.seconds = row.read_at ? std::chrono::duration<double>(at - *row.read_at).count() : 0;
+    row.risen = row.read_at ? qos_risen(row.reading.stats, now.stats) : now.stats;
+    row.reading = now;
+    row.read_at = at;
+  }
+
+  // The chosen port stays chosen, wherever it goes.
+  void sort() {
+    const std::optional<PortReading> chosen =
+        view_.rows.empty() ? std::nullopt : std::optional(view_.rows[view_.chosen].reading);
+    sort_rows(view_.rows, view_.interest);
+    if (follows_first_ || !chosen)
+      return;
+    const auto place = std::find_if(view_.rows.begin(), view_.rows.end(), [&](const PortRow &row) {
+      return row.reading.type == chosen->type && row.reading.port == chosen->port;
+    });
+    view_.chosen = static_cast<size_t>(place - view_.rows.begin());
+  }
+
+  Session &session_;
+  uint32_t opts_;
+  TopView view_;
+  bool follows_first_ = true;  // the chosen row is the first, whichever port that is
+};
+
+// False where the key quits.
+bool press(Top &top, int key) {
+  switch (key) {
+    case 'q':
+    case kEnd:
+      return false;
+    case 'd':
+      top.sort_by(Interest::kDrops);
+      break;
+    case 'p':
+      top.sort_by(Interest::kPause);
+      break;
+    case 'w':
+      top.sort_by(Interest::kWrites);
+      break;
+    case 'k':
+    case kUp:
+      top.move(-1);
+      break;
+    case 'j':
+    case kDown:
+      top.move(1);
+      break;
+    case kPageUp:
+      top.move(-static_cast<std::ptrdiff_t>(kPage));
+      break;
+    case kPageDown:
+      top.move(kPage);
+      break;
+    case kFirst:
+      top.follow_first();
+      break;
+    case kLast:
+      top.move(static_cast<std::ptrdiff_t>(top.view().rows.size()));
+      break;
+    default:
+      break;
+  }
+  return true;
+}
+
+// Reads the ports again after an interval, for whatever happens meanwhile.
+void read_again(Session &session, const TopArgs &args, Top &top) {
+  for (const auto &happen : session.meanwhile)
+    happen(args.interval);
+  top.read();
+}
+
+void run_on_screen(Session &session, const TopArgs &args, Top &top) {
+  const bool colours = session.report.colours();
+  Terminal terminal;
+  while (true) {
+    const auto began = PortRow::Clock::now();
+    int key = kRepaint;
+    while (key != kNoKey) {
+      if (!press(top, key))
+        return;
+      const Terminal::Size size = terminal.size();
+      terminal.paint(top_lines(top.view(), size.width, size.height, colours));
+      const std::chrono::duration<double> passed = PortRow::Clock::now() - began;
+      key = terminal.wait_key(args.interval - passed.count());
+    }
+    read_again(session, args, top);
+  }
+}
+
+void print_view(Session &session, const Top &top) {
+  const std::vector<std::string> lines =
+      top_lines(top.view(), kPlainWidth, 0, session.report.colours());
+  session.report.result(top_json(top.view()), join(lines, "\n") + "\n\n");
+}
+
+void run_in_lines(Session &session, const TopArgs &args, Top &top) {
+  if (!args.once)
+    print_view(session, top);
+  while (true) {
+    wait_uninterrupted(args.interval);
+    if (interrupted != 0)
+      return;
+    read_again(session, args, top);
+    if (interrupted != 0)
+      return;
+    print_view(session, top);
+    if (args.once)
+      return;
+  }
+}
+
+void run_top(Session &session, const TopArgs &args) {
+  const Interrupt ends_view({SIGINT});
+  Top top(session, args);
+  const Report &report = session.report;
+  if (!args.once && !report.json() && report.on_terminal() && Terminal::available())
+    run_on_screen(session, args, top);
+  else
+    run_in_lines(session, args, top);
+}
+
+void describe_top(Arguments &arguments, TopArgs &args) {
+  arguments
+      .parsed("--sort", args.interest, parse_interest,
+              "What comes first: drops (if left out), pause or writes")
+      .type_name("WHAT");
+  describe_interval(arguments, "--interval", args.interval,
+                    "Time between two paints; 1 if left out");
+  arguments.flag("--once", args.once, "Print the rates of one interval as lines, and end");
+  arguments.number("--opts", args.opts, "Options that are passed to the service");
+}
+
+}  // namespace
+
+void add_qos_top_command(Parser &parser) {
+  parser.add<TopArgs>({"qos top", "Ports",
+                       "Show what passes all ports, most interesting first\n"
+                       "A live view: d, p and w sort by drops, pause and writes; the arrows choose "
+                       "the port\nwhose classes are shown; q or ^C ends it. Lines where the output "
+                       "is no terminal."},
+                      describe_top, run_top);
+}
+
+}  // namespace mrvctl

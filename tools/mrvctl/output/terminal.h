@@ -1,0 +1,59 @@
+// The terminal of a view that takes all of it.
+#ifndef MRVCTL_TERMINAL_H
+#define MRVCTL_TERMINAL_H
+
+#include <string>
+#include <vector>
+
+namespace mrvctl {
+
+// What a view waits for: a character, or one of these.
+enum Key : int {
+  kNoKey = -1,    // the time has passed
+  kRepaint = -2,  // the terminal has another size, or shows something else
+  kEnd = -3,      // ^C, or the terminal is gone
+  kUp = 256,
+  kDown,
+  kPageUp,
+  kPageDown,
+  kFirst,
+  kLast
+};
+
+// A terminal in the hands of a view: another screen, no cursor, keys as they are pressed, and
+// nothing else printed on it. It is given back when the object goes, and before a signal ends or
+// stops the process; a process that goes on takes it again. At most one lives at a time.
+class Terminal {
+ public:
+  struct Size {
+    size_t width;
+    size_t height;
+  };
+
+  // Whether the process has a terminal that can show a view.
+  static bool available();
+
+  // Throws OperationFailed where it is not.
+  Terminal();
+  ~Terminal();
+  Terminal(const Terminal &) = delete;
+  Terminal &operator=(const Terminal &) = delete;
+
+  Size size() const;
+
+  // Shows the lines from the top on, in place of all that was there.
+  void paint(const std::vector<std::string> &lines) const;
+
+  // Waits at most so many seconds.
+  int wait_key(double seconds);
+
+ private:
+  int next_key();
+
+  int tty_;
+  std::string typed_;  // keys that were pressed and not asked for
+};
+
+}  // namespace mrvctl
+
+#endif
