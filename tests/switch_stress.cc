@@ -6,6 +6,7 @@
 // - what a service has confirmed is there for as long as that service runs;
 // - of dead clients nothing stays in the service.
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -37,6 +38,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kClients = 32, kVictims = 6, kLives = 3;
 constexpr uint32_t kRun = 3;            // words that a client writes in one transaction
+constexpr int kPatience = 7;            // seconds; the service has a little less
 constexpr long kMostGrowth = 4 * 1024;  // KiB that the service may keep in all
 
 [[noreturn]] void fail(const std::string &what) {
@@ -120,6 +122,21 @@ volatile std::sig_atomic_t told_to_end = 0;
     pause();
 }
 
+// One that asks and takes no answer: 0 once the service has let it go.
+[[noreturn]] void run_sleeper(const std::string &path) {
+  remote::Address where;
+  remote::parse_address(path.c_str(), &where);
+  const int raw = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
+  remote::Hello hello = {remote::kMagic, remote::kVersion, 0, 0, 0};
+  const remote::Header header = {1, remote::kListClients, 0, 0, 0, 0, 0};
+  if (connect(raw, where.get(), where.length) != 0 || send(raw, &hello, sizeof hello, 0) < 0)
+    std::exit(EXIT_FAILURE);
+  while (send(raw, &header, sizeof header, MSG_NOSIGNAL) > 0) {
+  }
+  pollfd gone = {raw, 0, 0};
+  std::exit(poll(&gone, 1, kPatience * 1000) == 1 ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
 // The child runs what never returns.
 template <typename Run>
 pid_t fork_child(Run run) {
@@ -186,6 +203,7 @@ int main(int argc, char **argv) {
   std::minstd_rand random(1);
   size_t files = 0;
   long memory = 0;
+  pid_t sleeper = 0;
   for (uint32_t number = 1; number <= kLives; ++number) {
     if (number > 1) {
       end(service, SIGKILL);
@@ -193,6 +211,8 @@ int main(int argc, char **argv) {
     }
     files = open_files(service);
     memory = resident_memory(service);
+    if (number == kLives && life_time > std::chrono::seconds(kPatience))
+      sleeper = fork_child([&] { run_sleeper(path); });
     while (Clock::now() - start < number * life_time) {
       const uint32_t one = static_cast<uint32_t>(random()) % kVictims;
       if (victims[one] != 0)
@@ -203,6 +223,8 @@ int main(int argc, char **argv) {
   }
   for (const pid_t victim : victims)
     end(victim, SIGKILL);
+  if (sleeper != 0 && end(sleeper, 0) != 0)
+    fail("a client that takes no answer is not let go");
   for (const pid_t client : clients) {
     if (end(client, SIGTERM) != 0)
       fail("a client ended badly, or never saw its own words");

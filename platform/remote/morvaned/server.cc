@@ -222,13 +222,18 @@ const char *Server::send(Client &client) {
 }
 
 // A socket that can be written is a turn of its own for a client whose next request is here
-// already.
+// already. It cannot where too many answers wait to be taken.
 void Server::wait_for_more(Client &client) {
   const Connection &connection = client.connection;
-  const bool is_awaited = !connection.is_greeted() || connection.has_output();
-  awaited_ += (is_awaited ? 1U : 0U) - (client.is_awaited ? 1U : 0U);
-  client.is_awaited = is_awaited;
   const uint32_t events = connection.has_output() || connection.is_ready() ? EPOLLOUT : EPOLLIN;
+  const bool is_awaited = events == EPOLLOUT || !connection.is_greeted();
+  if (is_awaited && !client.is_awaited) {
+    ++awaited_;
+    client.moved = Clock::now();
+  }
+  if (!is_awaited && client.is_awaited)
+    --awaited_;
+  client.is_awaited = is_awaited;
   if (events == client.events)
     return;
   client.events = events;
@@ -238,7 +243,7 @@ void Server::wait_for_more(Client &client) {
   epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, client.socket.get(), &event);
 }
 
-// Lets go who does not greet or does not take its answer, and listens again after a pause.
+// Lets go who does not greet or does not take its answers, and listens again after a pause.
 void Server::look_after_clients() {
   const Clock::time_point now = Clock::now();
   next_look_ = now + kLook;
@@ -247,14 +252,15 @@ void Server::look_after_clients() {
   for (auto next = clients_.begin(); next != clients_.end();) {
     Client &client = **next++;
     if (client.is_awaited && now - client.moved > kPatience)
-      end(client, client.connection.is_greeted() ? "does not take its answer" : "does not greet");
+      end(client, client.connection.is_greeted() ? "does not take its answers" : "does not greet");
   }
 }
 
 void Server::end(Client &client, const char *why) {
   if (*why != '\0' || verbose_)
     log(*client.peer, *why != '\0' ? why : "leaves");
-  awaited_ -= client.is_awaited ? 1U : 0U;
+  if (client.is_awaited)
+    --awaited_;
   service_.leave(client.peer);
   clients_.erase(client.self);
 }

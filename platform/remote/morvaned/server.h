@@ -39,7 +39,7 @@ class Server {
     Connection connection;
     std::list<std::unique_ptr<Client>>::iterator self;
     uint32_t events = 0;     // for which the loop waits
-    bool is_awaited = true;  // it owes its hello, or has an answer to take
+    bool is_awaited = true;  // it owes its hello, or has answers to take
     Clock::time_point moved = Clock::now();
   };
 
