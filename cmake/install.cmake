@@ -96,6 +96,7 @@ if(TARGET mrvctl)
 endif()
 
 if(TARGET morvaned)
+  add_dependencies(delivered morvaned)
   install(TARGETS morvaned RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
   install(FILES share/systemd/morvaned.service share/systemd/morvaned.socket
     DESTINATION lib/systemd/system COMPONENT service)

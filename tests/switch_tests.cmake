@@ -32,6 +32,13 @@ target_link_libraries(switch_stress PRIVATE morvaneplatform switch_client morvan
 add_test(NAME switch_stress COMMAND switch_stress $<TARGET_FILE:morvaned> 2)
 set_tests_properties(switch_stress PROPERTIES TIMEOUT 60)
 
+# Who writes and has gone is no client any more; who looks at the ports is one.
+add_test(NAME example.shared_switch COMMAND ${PROJECT_SOURCE_DIR}/examples/shared_switch.sh)
+set_tests_properties(example.shared_switch PROPERTIES
+  ENVIRONMENT_MODIFICATION PATH=path_list_prepend:${CMAKE_RUNTIME_OUTPUT_DIRECTORY} TIMEOUT 60
+  PASS_REGULAR_EXPRESSION
+    "last call\n +[0-9]+  mrvctl  [^\n]* 1 +0  QoS statistics, [0-9.]+ s ago\n +[0-9]+  mrvctl  [^\n]*none\n$")
+
 # Both word sizes across, where the 32-bit build is there beside the 64-bit one.
 set(target_bin ${PROJECT_SOURCE_DIR}/build/target/bin)
 if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT MORVANE_SANITIZE AND EXISTS ${target_bin}/mrvctl_test)

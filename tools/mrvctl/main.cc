@@ -21,6 +21,7 @@ constexpr const char kTraceHelp[] =
 struct Options {
   std::string script;
   std::string platform;
+  std::string service;  // address of morvaned
   bool keep_going = false;
   bool dry_run = false;
   bool calls = false;
@@ -61,6 +62,11 @@ void describe_options(Arguments &arguments, Options &options) {
       .word("--platform", options.platform,
             "Take the platform from this library; if left out, the one that the tool was built for")
       .type_name("FILE");
+  arguments
+      .word("--switch", options.service,
+            "Work on the switch that morvaned serves at this address; if left out, on that of\n"
+            "MORVANE_SWITCH, or one of its own")
+      .type_name("PATH");
   arguments.number<uint32_t>("--slot", options.slot, "Slot of the card; 0 if left out", 0, 255);
   arguments.number<uint32_t>("--module", options.module, "Module; 0 if left out", 0, 3);
   arguments.number<uint32_t>("--asic", options.asic, "ASIC number; 0 if left out", 0, 255);
@@ -109,6 +115,7 @@ void initialise(Runner &runner, Session &session, const Options &options, bool l
     session.set_command("init");
     watch_calls(options.calls);
     open_platform(options.platform);
+    connect_to_switch(options.service);
     if (library)
       session.initialise(static_cast<uint8_t>(options.slot));
     if (options.trace)

@@ -34,6 +34,7 @@ void add_record_command(Parser &parser);
 void add_script_commands(Parser &parser);
 void add_platform_commands(Parser &parser);
 void add_check_commands(Parser &parser);
+void add_clients_command(Parser &parser);
 
 // All of the above.
 void add_commands(Parser &parser);
@@ -58,6 +59,9 @@ void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type);
 // The time between two rounds of a live view.
 void describe_interval(Arguments &arguments, const std::string &name, double &seconds,
                        const std::string &help);
+// Connects the virtual platform to the switch that morvaned serves at an address, or without one to
+// that of MORVANE_SWITCH, if it is set. Throws OperationFailed.
+void connect_to_switch(const std::string &address);
 
 // Reads a register, or a run of them where there is a count. Throws OperationFailed.
 Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count);

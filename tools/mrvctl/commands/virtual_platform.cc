@@ -43,8 +43,10 @@ void run_delay(Session &session, const DelayArgs &args) {
 }
 
 void run_card(Session &session, const NumberArgs &args) {
-  control<decltype(vp_set_card)>("vp_set_card")(CARDCFG_DEV_TYPE_MORVANE,
-                                                static_cast<uint16_t>(args.number));
+  const int error = control<decltype(vp_set_card)>("vp_set_card")(
+      CARDCFG_DEV_TYPE_MORVANE, static_cast<uint16_t>(args.number));
+  if (error != 0)
+    throw OperationFailed(std::strerror(error));
   session.report.result({{"command", "card"}, {"sw_card_id", args.number}},
                         format("software card identifier %u\n", args.number));
 }
@@ -109,8 +111,11 @@ void run_state(Session &session) {
   vp_asic_state state = {};
   const auto show = control<decltype(vp_asic_show)>("vp_asic_show");
   const uint16_t sw_card_id = control<decltype(vp_sw_card_id)>("vp_sw_card_id")();
-  if (show(session.module, session.asic, &state) != 0)
+  const int error = show(session.module, session.asic, &state);
+  if (error == ENXIO)
     throw OperationFailed(format("there is no module %u, ASIC %u", session.module, session.asic));
+  if (error != 0)
+    throw OperationFailed(std::strerror(error));
   std::string text = format(
       "software card identifier  %u\nno-drop class map         0x%02x\n"
       "SP timer                  %u\nclears of drop counters   %u\n"
@@ -180,6 +185,7 @@ void add_platform_commands(Parser &parser) {
   parser.add({"state", "Virtual platform",
               "Show what commands have left on the ASIC of the virtual platform"},
              run_state);
+  add_clients_command(parser);
 }
 
 }  // namespace mrvctl

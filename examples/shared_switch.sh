@@ -1,0 +1,19 @@
+#!/bin/sh
+# A switch that many processes share: one writes, another reads, a third looks at the ports, a fourth
+# shows who is there. Needs morvaned and mrvctl in the path; leaves nothing behind.
+set -eu
+folder=$(mktemp -d)
+export MORVANE_SWITCH="$folder/socket"
+morvaned --socket "$MORVANE_SWITCH" 2>"$folder/log" &
+service=$!
+watcher=
+trap 'kill $watcher "$service"; wait; rm -r "$folder"' EXIT
+
+mrvctl write HI.2 HI_DHS_LVIF 7
+mrvctl read HI.2 HI_DHS_LVIF --expect 7
+mrvctl qos show hif 3 --watch 1 >/dev/null &
+watcher=$!
+until mrvctl clients | grep -q 'QoS statistics'; do
+  kill -0 "$watcher"
+done
+mrvctl clients
