@@ -110,13 +110,15 @@ void run_command(Runner &runner, Session &session, const Command &command,
   });
 }
 
-void initialise(Runner &runner, Session &session, const Options &options, bool library) {
+void initialise(Runner &runner, Session &session, const Options &options, Setup setup) {
   runner.run({}, "init", [&] {
     session.set_command("init");
     watch_calls(options.calls);
-    open_platform(options.platform);
-    connect_to_switch(options.service);
-    if (library)
+    if (setup != Setup::kNone) {
+      open_platform(options.platform);
+      connect_to_switch(options.service);
+    }
+    if (setup == Setup::kLibrary)
       session.initialise(static_cast<uint8_t>(options.slot));
     if (options.trace)
       show_trace_state(session);
@@ -144,7 +146,7 @@ void run(Runner &runner, Parser &parser, Session &session, const Options &option
   if (options.dry_run)
     return show_dry_run(session, chosen.run ? shown : script.name,
                         chosen.run ? 1 : script.lines.size());
-  initialise(runner, session, options, chosen.needs_library || options.trace);
+  initialise(runner, session, options, options.trace ? Setup::kLibrary : chosen.setup);
   if (runner.failed())
     return;
   if (chosen.run)

@@ -36,12 +36,16 @@ class Session;  // what a command acts in; nothing here looks inside
 
 struct NoArgs {};
 
+// What has to be there before a command runs: the library initialised for the card, the platform
+// alone, or neither.
+enum class Setup { kLibrary, kPlatform, kNone };
+
 // A command that was parsed.
 struct Command {
   std::string name;
   std::function<void()> check;  // to be called once, before run; throws UsageError
   std::function<void(Session &)> run;
-  bool needs_library = true;
+  Setup setup = Setup::kLibrary;
 };
 
 // A command of the tool, as its help shows it.
@@ -49,9 +53,7 @@ struct CommandText {
   std::string name;   // all its words, as in "qos show"
   std::string group;  // the heading that it stands under
   std::string help;   // the first line is for the list of commands, all of it for its own help
-  // Whether the library is initialised for it: not for commands that read files, which do so also
-  // where the card does not answer.
-  bool needs_library = true;
+  Setup setup = Setup::kLibrary;
 };
 
 // One argument that is being described.
@@ -151,7 +153,7 @@ class Parser {
                         auto taken = std::make_shared<Args>(*args);
                         return {text.name, [taken, check] { check(*taken); },
                                 [taken, run](Session &session) { run(session, *taken); },
-                                text.needs_library};
+                                text.setup};
                       };
                       return {[args] { *args = Args(); }, take};
                     }});

@@ -160,7 +160,8 @@ void tell_losses(Session &session, const std::vector<std::string> &losses) {
 
 void follow(RecordedCalls &source, const CallTable &table, const CallsArgs &args,
             const AddressIndex &index) {
-  for (const Interrupt scope({SIGINT}); interrupted == 0; wait_uninterrupted(kSecondsBetweenLooks)) {
+  for (const Interrupt scope({SIGINT}); interrupted == 0;
+       wait_uninterrupted(kSecondsBetweenLooks)) {
     source.refresh();
     take_calls(source, args, index, [&](const NotedCall &call) { table.show(call); });
   }
@@ -297,14 +298,14 @@ void add_call_commands(Parser &parser) {
                          "One line a call: when, who, how long, what, which register, its value,\n"
                          "the service's result, and where in the source it was made. The calls of\n"
                          "several processes are merged in time. No register is touched.",
-                         false},
+                         Setup::kPlatform},
                         describe_calls, check_calls, run_calls);
   parser.add<LastWriteArgs>(
       {"last-write", "Recordings",
        "Tell who wrote a register last, when, and what the service said\n"
        "REGISTER may be one entry of a table: HI_DHS_LVIF[5]. A write that failed counts too, and\n"
        "its result stands there. It fails where nobody wrote the register.",
-       false},
+       Setup::kPlatform},
       describe_last_write, check_last_write, run_last_write);
 }
 

@@ -238,7 +238,7 @@ void add_check_commands(Parser &parser) {
        "The result is TAP; a check that fails names the clause of docs/porting.md that is broken.\n"
        "Only what an option names is read or written. What was found in registers, tables and\n"
        "link pause is put back.",
-       false},
+       Setup::kPlatform},
       describe_check, run_check);
 }
 

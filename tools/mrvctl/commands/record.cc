@@ -96,7 +96,7 @@ void add_record_command(Parser &parser) {
        "Each of its processes that makes one has a file DIR/PROGRAM.PID.mrec with the\n"
        "newest of them, however it ends. -- stands before a program that has options. The\n"
        "exit status is the program's.",
-       false},
+       Setup::kNone},
       describe_record, run_record);
 }
 

@@ -327,7 +327,7 @@ Json top_json(const TopView &view) {
                  {"xoff_receive", row.reading.stats.pause.rx_xoff_status != 0},
                  {"xoff_transmit", row.reading.stats.pause.tx_xoff_status != 0},
                  {"dropped_share", rates ? Json(all.share()) : Json()},
-                 {"rates", nullptr}};
+                 {"rates", Json()}};
     if (rates)
       port["rates"] = {{"writes", all.writes},
                        {"reads", all.reads},
