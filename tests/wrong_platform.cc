@@ -2,6 +2,7 @@
 // the clauses of docs/porting.md that a check has to find broken, and no others.
 #include <dlfcn.h>
 #include <sys/mman.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -50,6 +51,16 @@ int send(uint32_t case_code, void *record, uint32_t length) {
   return RIGHT(sse_call2)(case_code, &params, length);
 }
 
+// Goes on answering, where the record still stands.
+void answer_again(uint32_t *data) {
+  for (uint32_t answer = 1; answer <= 200; ++answer) {
+    const iovec from = {&answer, sizeof answer};
+    const iovec to = {data, sizeof answer};
+    usleep(1000);
+    process_vm_writev(getpid(), &from, 1, &to, 1, 0);
+  }
+}
+
 int read(Request *request, uint32_t length) {
   if (request->type == 99 && wrong("P23_takes_any_type"))
     return 0;
@@ -79,11 +90,8 @@ int read(Request *request, uint32_t length) {
   }
   if (wrong("P5_writes_before_the_record"))
     reinterpret_cast<uint8_t *>(request)[-1] ^= 1;
-  if (wrong("P2_P4_answers_again_later"))
-    std::thread([request] {
-      usleep(5000);
-      ++request->data;
-    }).detach();
+  if (wrong("P2_answers_again_later"))
+    std::thread(answer_again, &request->data).detach();
   return 0;
 }
 

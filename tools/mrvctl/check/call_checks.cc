@@ -21,7 +21,7 @@ constexpr uint32_t kUnknownDriver = KEL_ASIC_DRIVER_MORVANE + 1;
 constexpr uint32_t kUnknownCase = 0x40000004;
 constexpr auto kUnknownType = static_cast<kel_asic_access_type_t>(99);
 constexpr int32_t kNoModule = 99;
-constexpr uint32_t kLate = 20000;  // microseconds that something late may take
+constexpr uint32_t kLate = 50000;  // microseconds that something late may take
 
 // A register for requests that are to be refused: the one to read, or the first plain one.
 uint32_t any_address(const Subject &subject) {
