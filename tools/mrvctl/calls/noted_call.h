@@ -39,7 +39,7 @@ struct NotedCall {
   bool answer_cut = false;
 
   Fields request;
-  Fields answer;  // none where there was none
+  Fields answer;      // none where there was none
   std::string place;  // what it is about, where no record tells
   std::string operation;
   std::string outcome;  // "ok", "ETIMEDOUT", "result=3", "under-way" ...

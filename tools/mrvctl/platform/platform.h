@@ -16,8 +16,8 @@ namespace mrvctl {
 // may be called.
 void open_platform(const std::string &file);
 
-// The path of a library of the same build or install, which stands beside libmorvaneusd; its plain name
-// where it does not, for the system to find.
+// The path of a library of the same build or install, which stands beside libmorvaneusd; its plain
+// name where it does not, for the system to find.
 std::string beside_library(const std::string &file);
 
 // A function of the platform by its name; null where the platform has none of that name.
