@@ -68,15 +68,7 @@ install(FILES docs/figures/call-path.svg
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/figures COMPONENT development)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
-# What an installation needs to have been built.
-add_custom_target(delivered)
-add_dependencies(delivered morvaneusd)
-if(TARGET morvaneplatform)
-  add_dependencies(delivered morvaneplatform)
-endif()
-
 if(TARGET mrvctl)
-  add_dependencies(delivered mrvctl)
   # A tree of its own finds its libraries wherever it stands; the system's needs no help.
   if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     relative_prefix(${CMAKE_INSTALL_BINDIR} root)
@@ -96,8 +88,15 @@ if(TARGET mrvctl)
 endif()
 
 if(TARGET morvaned)
-  add_dependencies(delivered morvaned)
   install(TARGETS morvaned RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
   install(FILES share/systemd/morvaned.service share/systemd/morvaned.socket
     DESTINATION lib/systemd/system COMPONENT service)
 endif()
+
+# What an installation needs to have been built.
+add_custom_target(delivered)
+foreach(target morvaneusd morvaneplatform morvanerecord mrvctl morvaned)
+  if(TARGET ${target})
+    add_dependencies(delivered ${target})
+  endif()
+endforeach()
