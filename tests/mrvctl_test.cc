@@ -26,6 +26,8 @@ namespace {
 
 using Json = nlohmann::json;
 
+constexpr int kFirstNote = 16384;  // of a recording
+
 struct Outcome {
   int status;
   std::string out;
@@ -161,6 +163,11 @@ TEST_F(Mrvctl, CasesOfTheFile) {
   write_file("hole.pgm", "HI 2 5 1\nHR 0 26 1\nHI 2 6 1\n");
   std::filesystem::copy(EXAMPLES_DIR "/recordings", folder_);
   std::filesystem::copy(TRACE_LOG, folder_ + "/kel_asic_log_77");
+  // The same recording with its first note of a kind that nobody knows.
+  std::filesystem::copy(EXAMPLES_DIR "/recordings/bringup.mrec", folder_ + "/kinds.mrec");
+  std::fstream(folder_ + "/kinds.mrec", std::ios::in | std::ios::out | std::ios::binary)
+      .seekp(kFirstNote + 8)
+      .put(9);
   std::ifstream file(MRVCTL_CASES);
   std::string mode;
   size_t cases = 0;
@@ -267,15 +274,27 @@ TEST_F(Mrvctl, AddressesOfCallsLeadBackToTheirRegisters) {
     name += table["register"].get<std::string>();
     name.resize(name.size() - std::strlen("_OFFSET"));
     const std::string highest = std::to_string(table["highest_index"].get<int>());
-    script += "dhs-read " + name + " " + highest + "\n";
-    names.push_back(name + " [" + highest + "]");
+    script.append("dhs-read ").append(name).append(" ").append(highest).append("\n");
+    names.push_back(name.append(" [").append(highest).append("]"));
   }
   ASSERT_GT(names.size(), 70U);
-  recorded(script);
+  // A request of which words are left out.
+  std::string entries;
+  for (int i = 0; i < 256; ++i)
+    entries += "1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16\n";
+  write_file("load.dhs", entries);
+  recorded(script + "dhs-write NF.0 NF_DHS_TCAM 0 --from load.dhs\n");
+  names.emplace_back("NF.0 NF_DHS_TCAM [0]");
+  const std::vector<Json> calls = json_lines(run("--json calls " + folder_ + "/*.mrec").out);
   std::vector<std::string> shown;
-  for (const Json &call : json_lines(run("--json calls " + folder_ + "/*.mrec").out))
+  for (const Json &call : calls)
     shown.push_back(call["register"]);
   EXPECT_EQ(shown, names);
+  EXPECT_EQ(calls.back()["num"], 4096);
+  EXPECT_EQ(calls.back()["words"].size(), 2048U);
+  EXPECT_EQ(calls.back()["cut"], true);
+  expect_case(run("replay --check " + folder_ + "/*.mrec"),
+              {0, "", {"0 differences; 1 skipped whose record is not whole"}});
 }
 
 TEST_F(Mrvctl, CallsAreFollowedWhileTheyAreMade) {
