@@ -44,4 +44,6 @@ offers "*basename*" record /tmp -- basenam
 offers "n2h h2n" traffic hif 3 --direction ""
 offers "RECORDED FAST" replay --speed ""
 offers "HR. HI. HF." last-write h
+offers "--help --read --scratch *--junit" check --
+offers "SS. HR. *XL." check --scratch ""
 exit $failed

@@ -2,7 +2,6 @@
 // the clauses of docs/porting.md that a check has to find broken, and no others.
 #include <dlfcn.h>
 #include <sys/mman.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -51,13 +50,16 @@ int send(uint32_t case_code, void *record, uint32_t length) {
   return RIGHT(sse_call2)(case_code, &params, length);
 }
 
-// Goes on answering, where the record still stands.
+// Goes on answering, through a pipe, which writes where the record still stands and else does
+// nothing.
 void answer_again(uint32_t *data) {
+  int ends[2];
+  if (pipe(ends) != 0)
+    return;
   for (uint32_t answer = 1; answer <= 200; ++answer) {
-    const iovec from = {&answer, sizeof answer};
-    const iovec to = {data, sizeof answer};
     usleep(1000);
-    process_vm_writev(getpid(), &from, 1, &to, 1, 0);
+    if (::write(ends[1], &answer, sizeof answer) < 0 || ::read(ends[0], data, sizeof answer) < 0)
+      return;
   }
 }
 

@@ -12,11 +12,13 @@ constexpr uint32_t kSlots = 256;
 constexpr uint32_t kAsicsAsked = 4;
 
 void carries_a_morvane(const Subject &subject) {
-  uint32_t type = UINT32_MAX;
-  const int result = cardcfg_get_real_asic_type(subject.slot, 0, &type);
-  if (result != 0 || type != CARDCFG_DEV_TYPE_MORVANE)
-    throw Breach{format("result 0 and device type 7 for the card in slot %u", subject.slot),
-                 format("result %d and device type %u", result, type)};
+  for (const uint32_t filling : {UINT32_MAX, 0U}) {
+    uint32_t type = filling;
+    const int result = cardcfg_get_real_asic_type(subject.slot, 0, &type);
+    if (result != 0 || type != CARDCFG_DEV_TYPE_MORVANE)
+      throw Breach{format("result 0 and device type 7 for the card in slot %u", subject.slot),
+                   format("result %d and device type %u", result, type)};
+  }
 }
 
 uint16_t identifier_of(uint32_t slot, uint16_t filling) {

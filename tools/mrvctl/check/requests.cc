@@ -146,6 +146,9 @@ std::vector<uint32_t> Registers::read_run(uint32_t address, uint32_t count) cons
   const Request request(TYPE_READ_DHS, entry(address), count);
   expect_success(request.send(SYSSRV_REG_READ_CASE),
                  format("a read of %u words from 0x%08x", count, address));
+  if (request->num > count)
+    throw Breach{format("num at most the %u words that were asked for", count),
+                 std::to_string(request->num), "P6"};
   return {request.words(), request.words() + count};
 }
 
