@@ -187,7 +187,8 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
   std::string message;
   const Reading reading = read_message(ends[0], begin + limit, stop, message);
   close(ends[0]);
-  kill(-child, SIGKILL);  // and whatever it has started
+  kill(child, SIGKILL);
+  kill(-child, SIGKILL);  // whatever it has started
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
