@@ -1,4 +1,5 @@
-// The register address: which ones the operations accept, and what they translate to.
+// The register address: which ones the operations accept, and what they translate to; and the
+// conversions of the ASIC type.
 #include <gtest/gtest.h>
 
 #include "fake_platform.h"
@@ -71,4 +72,12 @@ TEST(Address, is_checked_against_the_counts_of_each_block) {
     EXPECT_FALSE(accepted({0, 0, static_cast<kel_asic_blk_t>(block), 0, 0})) << block;
   EXPECT_FALSE(accepted({0, 0, KEL_ASIC_BLK_HR, 1, 26}));  // a hole
   EXPECT_TRUE(accepted({0, 0, KEL_ASIC_BLK_NR, 1, 26}));
+}
+
+TEST(AsicType, is_converted) {
+  for (uint32_t type : {0U, 7U, 10U, 235U, 236U, 237U, 0xFFFFFFFFU}) {
+    EXPECT_STREQ(kel_get_driver_string(type), type == 236 ? "Morvane" : "BAD ASIC type");
+    EXPECT_EQ(kel_get_asic_type(type), type == 7 ? 236U : 10U);
+    EXPECT_EQ(kel_get_cardcfg_asic_type(type), type == 236 ? 7U : 10U);
+  }
 }

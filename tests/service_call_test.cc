@@ -69,27 +69,3 @@ TEST(Request, holds_each_field_in_its_place) {
     expect_requests(text.c_str(), text.c_str());
   }
 }
-
-TEST(ServiceResult, becomes_the_result_of_the_operation) {
-  const struct {
-    int result, error_number;
-    syserr_t expected;
-  } rows[] = {{0, EINVAL, 0},          {-1, EINVAL, 0x82230016}, {-1, 0x1005, 0x82230005},
-              {-1, 0xFFF, 0x82230FFF}, {-1, 0, 0x82230000},      {INT_MIN, EPERM, 0x82230001},
-              {1, EINVAL, 0x82230005}, {7, 0, 0x82230005},       {INT_MAX, 1, 0x82230005}};
-  initialise();
-  for (const auto &row : rows) {
-    fake().answer = [&](uint32_t, void *record, uint32_t) {
-      std::memset(record, 0xEE, 196);
-      static_cast<kel_asic_reg_access_params_t *>(record)->data = 0x600D;
-      errno = row.error_number;
-      return row.result;
-    };
-    value = 0xBAD;
-    fake().calls.clear();
-    for (const auto &op : operations)
-      EXPECT_EQ(op.call_as(CALLER), row.expected) << row.result << " " << row.error_number;
-    EXPECT_EQ(fake().calls.size(), 3U);
-    EXPECT_EQ(value, row.result == 0 ? 0x600DU : 0xBADU);
-  }
-}
