@@ -17,6 +17,9 @@ namespace {
 constexpr std::size_t kStep = sizeof(mrec_note_t);  // notes begin at its multiples
 constexpr uint64_t kRingStep = 4096;
 constexpr std::size_t kChunk = 65536;
+// Bytes that the note of a call has at most: its request, its answer and what fills it up.
+constexpr std::size_t kMostOfCall =
+    sizeof(mrec_call_t) + MREC_REQUEST_MAX + 2 * sizeof(uint32_t) * MREC_WORDS_MAX;
 constexpr std::size_t kRegisterHeader = sizeof(kel_asic_reg_access_params_t);
 constexpr std::size_t kRegisterAnswer = 8;  // data and num
 constexpr std::size_t kTransactionHeader = offsetof(kel_asic_xn_t, xn);
@@ -113,17 +116,22 @@ const char *fault_of(const mrec_header_t &header) {
   return nullptr;
 }
 
-// The header as it stands, all 0 where the process had not begun to record.
+// The header as it stands, all 0 where the process had not begun to record. Its two positions may
+// move between the looks at them, and then it is looked at again.
 mrec_header_t load_header(const File &file, const std::string &path) {
-  mrec_header_t header = {};
-  const std::size_t size = file.read(0, &header, sizeof header);
-  const mrec_header_t nothing = {};
-  if (std::memcmp(header.magic, nothing.magic, sizeof header.magic) == 0)
-    return nothing;
-  const char *fault = size < sizeof header ? "is no recording" : fault_of(header);
-  if (fault != nullptr)
-    throw Unreadable(path + ' ' + fault);
-  return header;
+  constexpr int kLooks = 8;
+  const char *fault = nullptr;
+  for (int look = 0; look < kLooks; ++look) {
+    mrec_header_t header = {};
+    const std::size_t size = file.read(0, &header, sizeof header);
+    const mrec_header_t nothing = {};
+    if (std::memcmp(header.magic, nothing.magic, sizeof header.magic) == 0)
+      return nothing;
+    fault = size < sizeof header ? "is no recording" : fault_of(header);
+    if (fault == nullptr)
+      return header;
+  }
+  throw Unreadable(path + ' ' + fault);
 }
 
 // The call under way is written while we may be reading; it is whole if its number stays.
@@ -277,14 +285,15 @@ bool Reader::next(Call *call) {
       skip(kStep, &damaged_);
       continue;
     }
-    if (!fill(note.size))
+    const bool is_call = note.kind == MREC_NOTE_CALL;
+    if (is_call && note.size <= kMostOfCall && !fill(note.size))
       continue;
-    if (note.kind == MREC_NOTE_CALL && !make_call(next_bytes(), note.size, call)) {
+    if (is_call && (note.size > kMostOfCall || !make_call(next_bytes(), note.size, call))) {
       skip(kStep, &damaged_);
       continue;
     }
     position_ += note.size;
-    if (note.kind == MREC_NOTE_CALL) {
+    if (is_call) {
       last_number_ = call->number;
       return true;
     }

@@ -82,14 +82,19 @@ void expect_register(uint32_t expected) {
   EXPECT_EQ(value, expected);
 }
 
+int wait_for(pid_t process) {
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 // In a child: gives what the function gives.
 int in_child(const std::function<int()> &run) {
   const pid_t child = fork();
   if (child == 0)
     _exit(run());
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return wait_for(child);
 }
 
 class SwitchService : public testing::Test {
@@ -134,12 +139,6 @@ class SwitchService : public testing::Test {
   int stop(int signal) {
     kill(service_, signal);
     return wait_for(std::exchange(service_, -1));
-  }
-
-  static int wait_for(pid_t process) {
-    int status = 0;
-    waitpid(process, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
   std::string log() const {

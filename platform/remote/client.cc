@@ -224,7 +224,9 @@ int open_connection(int64_t hello_deadline, bool *again) {
 int connect_to_service() {
   const int64_t start = now();
   const int64_t deadline = start + (connection.was_open ? 0 : settings.wait);
-  const int hello_wait = settings.wait > kLeastHelloWait ? settings.wait : kLeastHelloWait;
+  int hello_wait = settings.wait > kLeastHelloWait ? settings.wait : kLeastHelloWait;
+  if (settings.timeout > 0 && settings.timeout < hello_wait)
+    hello_wait = settings.timeout;
   for (;;) {
     bool again = false;
     const int error = open_connection(now() + hello_wait, &again);

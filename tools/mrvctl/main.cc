@@ -114,10 +114,10 @@ void initialise(Runner &runner, Session &session, const Options &options, Setup 
   runner.run({}, "init", [&] {
     session.set_command("init");
     watch_calls(options.calls);
-    if (setup != Setup::kNone) {
+    if (setup != Setup::kNone)
       open_platform(options.platform);
+    if (setup == Setup::kLibrary || setup == Setup::kPlatform)
       connect_to_switch(options.service);
-    }
     if (setup == Setup::kLibrary)
       session.initialise(static_cast<uint8_t>(options.slot));
     if (options.trace)

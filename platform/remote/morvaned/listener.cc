@@ -1,6 +1,7 @@
 #include "listener.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -15,6 +16,8 @@ namespace morvaned {
 namespace {
 
 constexpr int kBacklog = 128;
+constexpr int kLockTries = 300;
+constexpr int kLockPause = 10;       // ms
 constexpr int kFirstHandedOver = 3;  // descriptor of the first socket of LISTEN_FDS
 
 [[noreturn]] void fail(const std::string &what, int error) {
@@ -49,13 +52,19 @@ void expect_unserved(const remote::Address &address, const std::string &text) {
                    (peer.pid > 0 ? " by process " + std::to_string(peer.pid) : ""));
 }
 
-// Only one service at a time looks for what is left in a folder and makes its own there.
+// Only one service at a time looks for what is left in a folder and makes its own there. Others may
+// lock the folder too, and are not waited for without end.
 Descriptor lock_folder(const std::string &path) {
   const std::size_t slash = path.rfind('/');
   const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
   Descriptor lock(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (lock.get() < 0 || flock(lock.get(), LOCK_EX) != 0)
+  if (lock.get() < 0)
     fail(folder, errno);
+  for (int tries = kLockTries; flock(lock.get(), LOCK_EX | LOCK_NB) != 0; --tries) {
+    if (errno != EWOULDBLOCK || tries == 0)
+      fail(folder + ": cannot be locked", errno);
+    poll(nullptr, 0, kLockPause);
+  }
   return lock;
 }
 

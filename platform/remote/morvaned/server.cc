@@ -109,15 +109,21 @@ void Server::pause_listening() {
 }
 
 void Server::resume_listening() {
-  watch(listener_, &listener_);
-  listening_ = true;
+  epoll_event event = {};
+  event.events = EPOLLIN;
+  event.data.ptr = &listener_;
+  listening_ = epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, listener_, &event) == 0;
 }
 
 void Server::accept_clients() {
   for (int i = 0; i < kAcceptsATurn; ++i) {
     Descriptor socket(accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (socket.get() >= 0) {
-      accept_client(std::move(socket));
+      try {
+        accept_client(std::move(socket));
+      } catch (const std::exception &error) {
+        std::fprintf(stderr, "morvaned: cannot take a client: %s\n", error.what());
+      }
     } else if (errno != EINTR && errno != ECONNABORTED) {
       if (errno != EAGAIN)
         pause_listening();
@@ -142,16 +148,25 @@ void Server::accept_client(Descriptor socket) {
     ::send(socket.get(), &hello, sizeof hello, MSG_NOSIGNAL);
     return;
   }
-  auto place = service_.enter(std::move(peer));
-  clients_.push_back(std::make_unique<Client>(service_, std::move(socket), place));
-  Client &client = *clients_.back();
-  client.self = std::prev(clients_.end());
-  ++awaited_;
+  const auto place = service_.enter(std::move(peer));
+  try {
+    take_client(std::move(socket), place);
+  } catch (const std::exception &) {
+    service_.leave(place);
+    throw;
+  }
   if (verbose_)
-    log(*client.peer, "connects");
-  watch(client.socket.get(), &client);
-  client.events = EPOLLIN;
-  turn(client, 0);
+    log(*place, "connects");
+  turn(*clients_.back(), 0);
+}
+
+void Server::take_client(Descriptor socket, std::list<Peer>::iterator place) {
+  auto client = std::make_unique<Client>(service_, std::move(socket), place);
+  watch(client->socket.get(), client.get());
+  client->events = EPOLLIN;
+  clients_.push_back(std::move(client));
+  clients_.back()->self = std::prev(clients_.end());
+  ++awaited_;
 }
 
 // 0, or what the service's hello says to a client that it does not take.

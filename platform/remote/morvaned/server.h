@@ -48,6 +48,7 @@ class Server {
   void resume_listening();
   void accept_clients();
   void accept_client(Descriptor socket);
+  void take_client(Descriptor socket, std::list<Peer>::iterator place);
   int refusal(int socket, const ucred &who, const Peer &peer) const;
   bool has_room_for(uid_t user) const;
   void turn(Client &client, uint32_t events);

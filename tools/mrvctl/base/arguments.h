@@ -36,9 +36,9 @@ class Session;  // what a command acts in; nothing here looks inside
 
 struct NoArgs {};
 
-// What has to be there before a command runs: the library initialised for the card, the platform
-// alone, or neither.
-enum class Setup { kLibrary, kPlatform, kNone };
+// What has to be there before a command runs: the library initialised for the card; the platform
+// alone; of it the register map alone, which is there also while no service is; or nothing.
+enum class Setup { kLibrary, kPlatform, kRegisterMap, kNone };
 
 // A command that was parsed.
 struct Command {

@@ -298,14 +298,14 @@ void add_call_commands(Parser &parser) {
                          "One line a call: when, who, how long, what, which register, its value,\n"
                          "the service's result, and where in the source it was made. The calls of\n"
                          "several processes are merged in time. No register is touched.",
-                         Setup::kPlatform},
+                         Setup::kRegisterMap},
                         describe_calls, check_calls, run_calls);
   parser.add<LastWriteArgs>(
       {"last-write", "Recordings",
        "Tell who wrote a register last, when, and what the service said\n"
        "REGISTER may be one entry of a table: HI_DHS_LVIF[5]. A write that failed counts too, and\n"
        "its result stands there. It fails where nobody wrote the register.",
-       Setup::kPlatform},
+       Setup::kRegisterMap},
       describe_last_write, check_last_write, run_last_write);
 }
 
