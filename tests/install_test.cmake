@@ -66,7 +66,11 @@ foreach(file IN LISTS binaries)
     message(FATAL_ERROR "${file} has an absolute search path:\n${output}")
   endif()
 endforeach()
-run(${root}/bin/mrvctl read HI.2 HI_DHS_LVIF)
+file(MAKE_DIRECTORY ${work}/recordings)
+run(${root}/bin/mrvctl record ${work}/recordings -- ${root}/bin/mrvctl read HI.2 HI_DHS_LVIF)
+file(GLOB recording ${work}/recordings/mrvctl.*.mrec)
+run(${root}/bin/mrvctl calls ${recording})
+expect_text("${output}" "HI.2 HI_DHS_LVIF" "mrvctl calls")
 
 # By pkg-config, with the project's own warnings.
 run(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${root}/${LIBDIR}/pkgconfig

@@ -2,9 +2,11 @@
 #include <pwd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
+#include "base/interrupt.h"
 #include "base/text.h"
 #include "commands/commands.h"
 #include "platform/platform.h"
@@ -13,6 +15,11 @@
 
 namespace mrvctl {
 namespace {
+
+struct ClientsArgs {
+  double watch = 0;    // seconds between rounds; 0 for one round alone
+  uint32_t count = 0;  // rounds of a live view; 0 for no end
+};
 
 std::string user_name(uint32_t user) {
   const passwd *const found = getpwuid(user);
@@ -59,7 +66,7 @@ Json client_json(const vp_client &client) {
           {"last_age", has_called ? Json(static_cast<double>(client.last_age_ms) / 1000) : Json()}};
 }
 
-void show_clients(Session &session) {
+void show_clients(Session &session, const ClientsArgs &args) {
   const vp_client *clients = nullptr;
   uint32_t count = 0;
   const int error = control<decltype(vp_clients)>("vp_clients")(&clients, &count);
@@ -68,7 +75,8 @@ void show_clients(Session &session) {
                               ? "no morvaned serves this switch: name one with --switch"
                               : std::strerror(error));
   std::vector<Json> objects;
-  std::string text = "process  program          user            calls  failures  last call\n";
+  std::string text = args.watch > 0 && session.report.on_terminal() ? "\033[H\033[J" : "";
+  text += "process  program          user            calls  failures  last call\n";
   for (const vp_client *client = clients; client != clients + count; ++client) {
     objects.push_back(client_json(*client));
     text +=
@@ -77,6 +85,29 @@ void show_clients(Session &session) {
                static_cast<unsigned long long>(client->failures), last_call_text(*client).c_str());
   }
   session.report.result({{"command", "clients"}, {"clients", objects}}, text);
+}
+
+void check_clients(const ClientsArgs &args) {
+  if (args.watch <= 0 && args.count != 0)
+    throw UsageError("--count is for --watch");
+}
+
+void run_clients(Session &session, const ClientsArgs &args) {
+  if (args.watch <= 0)
+    return show_clients(session, args);
+  const Interrupt scope({SIGINT});
+  for (uint32_t round = 1; interrupted == 0; ++round) {
+    show_clients(session, args);
+    if (round == args.count)
+      return;
+    wait_uninterrupted(args.watch);
+  }
+}
+
+void describe_clients(Arguments &arguments, ClientsArgs &args) {
+  describe_interval(arguments, "--watch", args.watch,
+                    "A live view, with so much time between two rounds");
+  arguments.number<uint32_t>("--count", args.count, "End the live view after so many rounds", 1);
 }
 
 }  // namespace
@@ -97,9 +128,11 @@ void connect_to_switch(const std::string &address) {
 }
 
 void add_clients_command(Parser &parser) {
-  parser.add(
-      {"clients", "Virtual platform", "Show who is connected to the switch that morvaned serves"},
-      show_clients);
+  parser.add<ClientsArgs>({"clients", "Virtual platform",
+                           "Show who is connected to the switch that morvaned serves\n"
+                           "^C ends a live view.",
+                           Setup::kPlatform},
+                          describe_clients, check_clients, run_clients);
 }
 
 }  // namespace mrvctl

@@ -59,6 +59,7 @@ void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type);
 // The time between two rounds of a live view.
 void describe_interval(Arguments &arguments, const std::string &name, double &seconds,
                        const std::string &help);
+
 // Connects the virtual platform to the switch that morvaned serves at an address, or without one to
 // that of MORVANE_SWITCH, if it is set. Throws OperationFailed.
 void connect_to_switch(const std::string &address);

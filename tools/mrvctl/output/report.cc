@@ -38,8 +38,10 @@ bool Report::on_terminal() const {
 }
 
 bool Report::colours() const {
-  const char *no_colour = std::getenv("NO_COLOR");
-  return on_terminal() && (no_colour == nullptr || no_colour[0] == '\0');
+  const char *const no_colour = std::getenv("NO_COLOR");
+  const char *const terminal = std::getenv("TERM");
+  const bool wanted = no_colour == nullptr || no_colour[0] == '\0';
+  return on_terminal() && wanted && (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
 }
 
 void Report::print(const std::string &text) {
