@@ -286,9 +286,9 @@ TEST_F(Mrvctl, AddressesOfCallsLeadBackToTheirRegisters) {
   recorded(script + "dhs-write NF.0 NF_DHS_TCAM 0 --from load.dhs\n");
   names.emplace_back("NF.0 NF_DHS_TCAM [0]");
   const std::vector<Json> calls = json_lines(run("--json calls " + folder_ + "/*.mrec").out);
-  std::vector<std::string> shown;
-  for (const Json &call : calls)
-    shown.push_back(call["register"]);
+  std::vector<std::string> shown(calls.size());
+  std::transform(calls.begin(), calls.end(), shown.begin(),
+                 [](const Json &call) { return call["register"].get<std::string>(); });
   EXPECT_EQ(shown, names);
   EXPECT_EQ(calls.back()["num"], 4096);
   EXPECT_EQ(calls.back()["words"].size(), 2048U);

@@ -105,8 +105,10 @@ volatile std::sig_atomic_t told_to_end = 0;
 
 // One that is killed: in the middle of a call, or of a message that is never whole.
 [[noreturn]] void run_victim(const std::string &path, uint32_t number) {
-  while (number % 2 == 0)
-    write_words(address(KEL_ASIC_BLK_NI, number), KEL_ASIC_XN_ENTRIES, 1);
+  if (number % 2 == 0) {
+    while (true)
+      write_words(address(KEL_ASIC_BLK_NI, number), KEL_ASIC_XN_ENTRIES, 1);
+  }
   remote::Address where;
   remote::parse_address(path.c_str(), &where);
   const int raw = socket(AF_UNIX, SOCK_STREAM, 0);
@@ -199,8 +201,9 @@ int main(int argc, char **argv) {
   for (uint32_t i = 0; i < kClients; ++i)
     clients[i] = fork_child([i] { run_client(i); });
   const auto start = Clock::now();
-  const auto life_time = std::chrono::milliseconds(std::atol(argv[2]) * 1000 / kLives);
-  std::minstd_rand random(1);
+  const auto life_time =
+      std::chrono::milliseconds(std::strtol(argv[2], nullptr, 10) * 1000 / long{kLives});
+  std::minstd_rand random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same course each time
   size_t files = 0;
   long memory = 0;
   pid_t sleeper = 0;
