@@ -250,7 +250,8 @@ bool reserve(uint32_t size) {
   void *bytes = realloc(buffer.bytes, size);
   if (bytes == nullptr)
     return false;
-  buffer = {bytes, size};
+  buffer.bytes = bytes;
+  buffer.size = size;
   return true;
 }
 

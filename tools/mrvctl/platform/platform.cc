@@ -35,7 +35,7 @@ std::string beside_library(const std::string &file) {
   if (dladdr(dlsym(RTLD_NEXT, "lib_mrv_asic_init"), &library) == 0)
     return file;
   std::string path = library.dli_fname;
-  path = path.substr(0, path.rfind('/') + 1) + file;
+  path.replace(path.rfind('/') + 1, std::string::npos, file);
   return access(path.c_str(), F_OK) == 0 ? path : file;
 }
 
