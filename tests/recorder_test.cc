@@ -40,7 +40,7 @@ using recording::Call;
 using recording::Reader;
 
 constexpr std::size_t kHeader = sizeof(kel_asic_reg_access_params_t);
-constexpr uint32_t kFails = 1, kAnswersOddly = 2, kOverwritesType = 3;  // drivers
+constexpr uint32_t kFails = 1, kAnswersOddly = 2, kOverwritesType = 3, kKills = 4;  // drivers
 
 Bytes register_record(uint32_t type, uint32_t num, std::size_t words, uint32_t value) {
   std::vector<uint32_t> fields(kHeader / 4 + words, value);
@@ -137,6 +137,8 @@ int fake_service_call(uint32_t case_code, sys_srvc_case_params_t *params, uint32
   auto *const record = static_cast<uint8_t *>(params->params);
   const bool is_register =
       case_code != 77 && length >= kHeader && case_code != SYSSRV_MEM_READ_CASE;
+  if (params->caseId == kKills)
+    raise(SIGKILL);
   if (params->caseId == kOverwritesType)
     record[0] = 99;
   if (case_code == SYSSRV_MEM_READ_CASE) {
@@ -172,11 +174,11 @@ bool same_as_without_recorder(const Sample &sample) {
 constexpr std::size_t kWords = 20;
 struct Write {
   uint32_t fields[kHeader / 4 + kWords];
-  void send(uint32_t value) {
+  void send(uint32_t value, uint32_t driver = 236) {
     std::fill(std::begin(fields), std::end(fields), value);
     fields[0] = TYPE_WRITE_DHS;
     fields[6] = kWords;
-    sys_srvc_case_params_t params = {236, fields};
+    sys_srvc_case_params_t params = {driver, fields};
     sse_call2(SYSSRV_REG_WRITE_CASE, &params, sizeof fields);
   }
 };
@@ -255,6 +257,10 @@ int client(const std::string &what) {
     for (uint32_t i = 2; i <= 2000; ++i)
       write.send(i);
     syscall(SYS_exit, 0);
+  }
+  if (what == "dies") {
+    write.send(1);
+    write.send(2, kKills);
   }
   if (what == "fork") {
     write.send(1);
@@ -417,6 +423,17 @@ TEST_F(Recorder, makes_no_system_call_and_wraps) {
     EXPECT_EQ(call.number, ++number);
     EXPECT_EQ(value_of(call), number);
   }
+}
+
+TEST_F(Recorder, shows_the_call_that_its_process_died_in) {
+  EXPECT_EQ(run("dies"), SIGKILL);
+  Reader reader(recordings()[0]);
+  EXPECT_EQ(calls_of(reader).size(), 1U);
+  Call call;
+  ASSERT_TRUE(reader.under_way(&call));
+  EXPECT_EQ(call.number, 2U);
+  EXPECT_EQ(value_of(call), 2U);
+  EXPECT_FALSE(call.returned);
 }
 
 TEST_F(Recorder, gives_a_forked_child_a_file_of_its_own) {
