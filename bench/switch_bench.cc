@@ -2,6 +2,7 @@
 // ping-pong of the same sizes over the same kind of socket, and a transaction beside single writes.
 // All processes share one processor.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -69,6 +70,7 @@ int start_echo() {
 void start_service(const std::string &address) {
   if (fork_child() != 0)
     return;
+  dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
   execl(MORVANED_PATH, "morvaned", "--socket", address.c_str(), nullptr);
   _exit(127);
 }

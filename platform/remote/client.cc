@@ -288,14 +288,14 @@ int exchange(Header &request, const void *body, uint32_t expected, Header &answe
 int deliver(Header request, const void *body, uint32_t expected, Header &answer) {
   if (const int error = settings_error())
     return error;
-  if (!reserve(expected))
-    return ENOMEM;
   int error = ENOTCONN;
   for (int attempt = 0; error == ENOTCONN && attempt < 2; ++attempt) {
     if (const int failure = ensure_connection())
       return failure;
     if (request.length > connection.max_record)
       return EMSGSIZE;
+    if (!reserve(expected))
+      return ENOMEM;
     request.sequence = ++connection.sequence;
     error = exchange(request, body, expected, answer);
   }

@@ -136,6 +136,8 @@ void Listener::adopt() {
 }
 
 void Listener::listen_at(std::optional<gid_t> group) {
+  if (address_.empty())
+    throw StartError("give --socket: XDG_RUNTIME_DIR is not set");
   remote::Address address;
   if (const int error = remote::parse_address(address_.c_str(), &address))
     fail("--socket '" + address_ + "'", error);
@@ -165,14 +167,14 @@ void Listener::bind_path(const remote::Address &address, std::optional<gid_t> gr
   if (bound != 0)
     fail(address_, error);
   has_file_ = lstat(address_.c_str(), &made_) == 0;
-  if (group && (chown(address_.c_str(), static_cast<uid_t>(-1), *group) != 0 ||
-                chmod(address_.c_str(), 0660) != 0)) {
-    const int refused = errno;
-    unlink(address_.c_str());
-    fail(address_ + ": cannot be given to the group", refused);
-  }
-  if (listen(socket_.get(), kBacklog) != 0)
-    fail(address_, errno);
+  const char *const path = address_.c_str();
+  const bool has_mode =
+      !group || (chown(path, static_cast<uid_t>(-1), *group) == 0 && chmod(path, 0660) == 0);
+  if (has_mode && listen(socket_.get(), kBacklog) == 0)
+    return;
+  const int refused = errno;
+  unlink(path);
+  fail(address_ + (has_mode ? "" : ": cannot be given to the group"), refused);
 }
 
 Listener::~Listener() {

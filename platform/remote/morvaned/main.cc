@@ -83,6 +83,7 @@ void serve(const Options &options) {
 }
 
 int run(int argc, char **argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // whoever reads the log may go
   Options options;
   options.socket = default_socket();
   CLI::App app;
