@@ -61,8 +61,8 @@ install(
   DESTINATION ${package_dir} COMPONENT development)
 
 install(FILES docs/call-path.md docs/calls.md docs/cxx.md docs/limits.md docs/metrics.md
-  docs/porting.md docs/recording.md docs/records.md docs/shared-switch.md docs/switch-protocol.md
-  docs/trace.md
+  docs/night-with-a-fault.md docs/porting.md docs/recording.md docs/records.md docs/shared-switch.md
+  docs/switch-protocol.md docs/trace.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 install(FILES docs/figures/call-path.svg
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/figures COMPONENT development)

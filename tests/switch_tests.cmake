@@ -41,6 +41,14 @@ set_tests_properties(example.shared_switch PROPERTIES
   PASS_REGULAR_EXPRESSION
     "last call\n +[0-9]+  mrvctl  [^\n]* 1 +0  QoS statistics, [0-9.]+ s ago\n +[0-9]+  mrvctl  [^\n]*none\n$")
 
+# The recorder cannot be loaded before a sanitizer.
+if(NOT MORVANE_SANITIZE)
+  add_test(NAME example.night_with_a_fault
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/night_test.sh ${PROJECT_SOURCE_DIR})
+  set_tests_properties(example.night_with_a_fault PROPERTIES TIMEOUT 60
+    ENVIRONMENT_MODIFICATION PATH=path_list_prepend:${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+endif()
+
 # Both word sizes across, where the 32-bit build is there beside the 64-bit one.
 set(target_bin ${PROJECT_SOURCE_DIR}/build/target/bin)
 if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT MORVANE_SANITIZE AND EXISTS ${target_bin}/mrvctl_test)

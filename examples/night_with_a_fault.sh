@@ -1,0 +1,61 @@
+#!/bin/sh
+# A night with a fault. Three processes of a control plane work on one switch, all recorded: one loads
+# tables, one looks at statistics, one tunes ports. A table entry is overwritten and a transaction is
+# lost, and nobody is told. Then the way to both, and the night without them.
+#   night_with_a_fault.sh [--short] [FOLDER]
+# --short shows the faults alone. The recordings stay in FOLDER, if it is given.
+# Needs morvaned, mrvctl and the night_* programs of this folder in the path; leaves nothing behind.
+set -eu
+short=
+[ "${1-}" != --short ] || { short=yes && shift; }
+given=${1-}
+work=${given:-$(mktemp -d)}
+mkdir -p "$work"
+service=
+end_switch() { [ -z "$service" ] || { kill "$service" && wait "$service" && service=; }; }
+trap 'end_switch; [ -n "$given" ] || rm -r "$work"' EXIT
+cd "$work"
+
+# say COMMAND: shows it and runs it, as if it was typed.
+say() {
+  echo "\$ $1"
+  eval "$1"
+}
+
+# new_switch NAME: an empty switch in place of the one before.
+new_switch() {
+  end_switch
+  say "morvaned --socket $1 2>>service.log &"
+  service=$!
+  say "export MORVANE_SWITCH=$1"
+}
+
+# night NAME REGISTER ADDRESS: what the processes do in a night, recorded in the folder NAME.
+night() {
+  mkdir "$1"
+  new_switch "$1/switch"
+  say "mrvctl record $1 -- night_stats 4 20 10 >>$1/log &"
+  stats=$!
+  say "mrvctl record $1 -- night_tables $3 | mrvctl record $1 -- night_ports $2 64 0 1 2 3 >>$1/log"
+  wait "$stats"
+}
+
+night monday 1461 0x01200640
+say 'mrvctl dhs-read HI.2 HI_DHS_LVIF 0 4'
+say 'mrvctl dhs-read HF.0 HF_DHS_POL 0 2'
+say 'mrvctl calls --summary monday/*.mrec'
+say 'mrvctl calls --failed monday/*.mrec'
+say 'mrvctl find 0x01200640' || true  # it is none
+say 'mrvctl last-write HI.2 HI_DHS_LVIF monday/*.mrec'
+[ -z "$short" ] || exit 0
+
+say 'mrvctl calls --writes --register HI.2:HI_DHS_LVIF[0] monday/*.mrec'
+new_switch again
+say 'mrvctl replay --check monday/night_tables.*.mrec'
+say 'mrvctl replay --check monday/night_ports.*.mrec'
+say 'mrvctl dhs-read HI.2 HI_DHS_LVIF 0 4'
+
+night tuesday 1416 0x10200640
+say 'mrvctl calls --summary tuesday/*.mrec'
+say 'mrvctl dhs-read HI.2 HI_DHS_LVIF 0 4'
+say 'mrvctl dhs-read HF.0 HF_DHS_POL 0 2'
