@@ -60,12 +60,10 @@ install(
         ${PROJECT_BINARY_DIR}/morvaneusdConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-install(FILES docs/call-path.md docs/calls.md docs/cxx.md docs/limits.md docs/metrics.md
-  docs/night-with-a-fault.md docs/porting.md docs/recording.md docs/records.md docs/shared-switch.md
-  docs/switch-protocol.md docs/trace.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
-install(FILES docs/figures/call-path.svg
-  DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs/figures COMPONENT development)
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg"
+  PATTERN mainpage.md EXCLUDE PATTERN man EXCLUDE)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 if(TARGET mrvctl)

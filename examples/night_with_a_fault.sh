@@ -6,6 +6,7 @@
 # --short shows the faults alone. The recordings stay in FOLDER, if it is given.
 # Needs morvaned, mrvctl and the night_* programs of this folder in the path; leaves nothing behind.
 set -eu
+exec 2>&1  # as a terminal shows it
 short=
 [ "${1-}" != --short ] || { short=yes && shift; }
 given=${1-}

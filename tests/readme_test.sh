@@ -1,33 +1,47 @@
 #!/bin/sh
 # The front page tells the truth: its client is examples/client.c, its C++ is of examples/client.cc, and
-# each of its sessions prints what it shows. Arguments: mrvctl, the project's folder.
+# its sessions, one shell's from first to last, print what they show; "..." stands for lines left out.
+# Arguments: the project's folder, the build's.
 set -eu
-mrvctl=$1 root=$2
+root=$1 build=$2
+. "$root/tests/printed.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# Durations differ from run to run.
-timeless() { sed 's/ <[0-9]*\.[0-9]*>$/ <time>/'; }
-
-# block KIND: the text of the fenced blocks of a kind.
-block() { awk -v begin="\`\`\`$1" '$0 == begin { on = 1; next } /^```$/ { on = 0 } on' "$root/README.md"; }
-
-block c | diff - "$root/examples/client.c"
-block cpp >"$work/cpp"
+block c "$root/README.md" | diff - "$root/examples/client.c"
+block cpp "$root/README.md" >"$work/cpp"
 sed 's/^    //' "$root/examples/client.cc" |
   awk 'NR == FNR { shown[++lines] = $0; next }
        found < lines && $0 == shown[found + 1] { print; ++found; next }
        found { exit }' "$work/cpp" - | diff "$work/cpp" -
 
-cat >"$work/scripts_run" <<END
-#!/bin/sh
-[ \$# -eq 0 ] || exec "$mrvctl" "\$@"
-echo "== examples/session.mrv"
-exec "$mrvctl" -f "$root/examples/session.mrv"
+# The project as scripts/run finds it where all is built, and the client.
+mkdir -p "$work/scripts" "$work/build"
+cp "$root/scripts/run" "$work/scripts"
+cat >"$work/scripts/setup.sh" <<END
+build_packages='' root=$work
+install_packages() { :; }
+build_preset() { :; }
 END
-chmod +x "$work/scripts_run"
-block console | timeless >"$work/shown"
-awk '/^\$ / { print; more = /<</; next } more { print; more = $0 != "END" }' "$work/shown" |
-  sed 's/^\$ scripts\/run/scripts_run/' >"$work/session"
-PATH=$work:$PATH sh -v "$work/session" 2>&1 | sed 's/^scripts_run/$ scripts\/run/' | timeless |
-  diff "$work/shown" -
+ln -s "$build" "$work/build/target"
+cp "$build/bin/client_c" "$work/client"
+ln -s "$root/examples" "$work"
+
+block console "$root/README.md" >"$work/page"
+sed -n 's/^\$ //p' "$work/page" |
+  awk '{ print "cat <<\\LINE\n$ " $0 "\nLINE"; print } END { print "kill $!; wait" }' >"$work/session"
+(cd "$work" && PATH=$build/bin:$PATH sh session >printed 2>&1)
+steady <"$work/page" >"$work/shown"
+steady <"$work/printed" | awk '
+  NR == FNR { shown[++lines] = $0; next }
+  { printed[++last] = $0 }
+  END {
+    at = 1
+    for (i = 1; i <= lines; ++i) {
+      if (shown[i] == "...") { gap = 1; continue }
+      while (gap && at < last && printed[at] != shown[i]) ++at
+      if (printed[at++] != shown[i]) { print "shown, not printed: " shown[i]; exit 1 }
+      gap = 0
+    }
+    if (at <= last) { print "printed, not shown: " printed[at]; exit 1 }
+  }' "$work/shown" -
