@@ -46,7 +46,7 @@ put_back() {
   ! grep SKIP "$work/served.tap"
   expect "P22 P25 P26" P22_P25_P26_crashes "$wrong" "${everything[@]}"
   for seconds in 60 1; do
-    MORVANE_WRONG=hangs_in_a_field_write timeout -s INT "$seconds" \
+    MORVANE_WRONG=hangs_in_a_field_write timeout --foreground -s INT "$seconds" \
       "$mrvctl" --platform "$wrong" check --time-limit 2 --scratch HI.2:40..47 >"$work/hung.$seconds" 2>&1
   done
   [[ $(grep -c 'seen: "none"' "$work/hung.60") == 3 ]] || cat "$work/hung.60"

@@ -92,11 +92,10 @@ class Mrvctl : public testing::Test {
     return run(options + " -f " + write_file("s.mrv", lines));
   }
 
-  // The tool, recorded into the folder of the test. A sanitizer need not be the first library.
+  // The tool, recorded into the folder of the test.
   std::string recorder() {
-    return "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" RECORDER_PATH
-           " MORVANE_RECORD_SIZE=65536 MORVANE_RECORD=" +
-           folder_ + " " MRVCTL_PATH;
+    return "LD_PRELOAD=" RECORDER_PATH " MORVANE_RECORD_SIZE=65536 MORVANE_RECORD=" + folder_ +
+           " " MRVCTL_PATH;
   }
   void recorded(const std::string &lines) {
     const Outcome result = shell(recorder() + " -f " + write_file("s.mrv", lines));
@@ -248,14 +247,14 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
   const double rate = objects[3]["rates"]["ss_dhs"]["wr_rcvd_cnt"][2];
   EXPECT_NEAR(rate, 200 / objects[3]["seconds"].get<double>(), 1e-6);
   EXPECT_GT(rate, 0);
-  const Outcome ended =
-      shell("timeout --preserve-status -s INT 1 " MRVCTL_PATH " qos show hif 1 --watch 30");
+  const Outcome ended = shell("timeout --foreground --preserve-status -s INT 2 " MRVCTL_PATH
+                              " qos show hif 1 --watch 30");
   expect_case(ended, {0, "^C ends the view", {"hif 1, module 0"}});
   const std::string open = MRVCTL_PATH " -f " + write_file("open.mrv",
                                                            "begin x\nwrite HI.2 5 1\n"
                                                            "qos show hif 1 --watch 0.1\n");
   const std::string lost = "mrvctl: transaction \"x\" was never committed: ";
-  expect_case(shell("timeout --preserve-status 1 " + open), {143, "SIGTERM", {lost}});
+  expect_case(shell("timeout --foreground --preserve-status 2 " + open), {143, "SIGTERM", {lost}});
   expect_case(shell("(" + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
 }
 

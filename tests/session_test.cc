@@ -248,7 +248,8 @@ std::string call_text(const sent_call &call) {
   std::memcpy(words.data(), call.bytes.data(), call.bytes.size());
   if (call.case_code == SYSSRV_REG_READ_CASE)  // there the words behind the header are leftovers
     words.resize(std::min<std::size_t>(words.size(), sizeof(kel_asic_reg_access_params_t) / 4 + 8));
-  if (call.as<kel_asic_reg_access_params_t>().info.file == library_folder)
+  const auto caller = call.as<kel_asic_reg_access_params_t>().info;
+  if (std::string_view(caller.file, strnlen(caller.file, sizeof caller.file)) == library_folder)
     std::memcpy(&words[8], "line", words[8] != 0 ? 4 : 0);  // one of the library, wherever that is
   std::ostringstream text;
   text << "  " << std::hex << call.case_code << std::dec << ' ' << call.driver_id << ' '
