@@ -91,11 +91,12 @@ local malformed = ProtoExpert.new("morvane.malformed", "No call of this version"
   expert.group.MALFORMED, expert.severity.ERROR)
 morvane.experts = { failed_call, malformed }
 
--- Frames by recording and number of the call: where its request is, and where its answer.
-local requests, answers = {}, {}
+-- By recording and number of the call: the frame of its request and that of its answer, and what the
+-- request was about, which the answer of a failed call does not tell.
+local requests, answers, targets = {}, {}, {}
 
 function morvane.init()
-  requests, answers = {}, {}
+  requests, answers, targets = {}, {}, {}
   if gui_enabled() then set_color_filter_slot(1, "morvane.failed == 1") end
 end
 
@@ -190,7 +191,6 @@ end
 local shortest = { [1] = 196, [2] = 196, [3] = 40, [4] = 1140 }
 
 local function add_record(tree, kind, record, answer, texts)
-  if record:len() < shortest[kind] then return end
   local below = tree:add(morvane, record, "Record")
   if kind == 1 then add_register(below, record, answer, texts[4])
   elseif kind == 2 then add_timer(below, record)
@@ -203,6 +203,13 @@ local function link(tree, pinfo, key, answer)
   own[key] = pinfo.number
   if not other[key] then return end
   tree:add(answer and f.answer_to or f.answer_in, other[key]):set_generated()
+end
+
+-- What a request is about: its register, by the address where that has no name, or its transaction.
+local function target_text(kind, record, texts)
+  if kind == 3 and record then return ' "' .. record(0, 32):stringz() .. '"' end
+  if texts[4] and texts[4].text ~= "" then return " " .. texts[4].text end
+  return kind == 1 and record and string.format(" 0x%08x", record(12, 4):le_uint()) or ""
 end
 
 function morvane.dissector(tvb, pinfo, root)
@@ -238,18 +245,16 @@ function morvane.dissector(tvb, pinfo, root)
     add_text(tree, f.outcome, texts[3])
     if failed then tree:add_proto_expert_info(failed_call) end
   end
-  link(tree, pinfo, tvb(12, 4):le_uint() .. "/" .. tostring(tvb(32, 8):le_uint64()), answer)
+  local call = tvb(12, 4):le_uint() .. "/" .. tostring(tvb(32, 8):le_uint64())
+  link(tree, pinfo, call, answer)
 
-  local operation = texts[2] and texts[2].text or "call"
-  local target = texts[4] and texts[4].text or ""
-  if kind == 3 and #texts > 4 then target = target .. " and " .. #texts - 4 .. " more" end
-  pinfo.cols.src = texts[1] and (texts[1].text .. "." .. tvb(16, 4):le_uint()) or ""
-  pinfo.cols.info = (answer and "answer: " or "") .. operation .. " " .. target
-      .. (answer and texts[3] and (" " .. texts[3].text) or "")
   local body = preamble + texts_size
-  if shortest[kind] and tvb:len() > body then
-    add_record(tree, kind, tvb(body), answer, texts)
-  end
+  local record = shortest[kind] and tvb:len() - body >= shortest[kind] and tvb(body)
+  if not answer then targets[call] = target_text(kind, record, texts) end
+  pinfo.cols.src = texts[1] and (texts[1].text .. "." .. tvb(16, 4):le_uint()) or ""
+  pinfo.cols.info = (answer and "answer: " or "") .. (texts[2] and texts[2].text or "call")
+      .. (targets[call] or "") .. (answer and texts[3] and (" " .. texts[3].text) or "")
+  if record then add_record(tree, kind, record, answer, texts) end
   return tvb:len()
 end
 
