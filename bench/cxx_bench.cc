@@ -18,18 +18,16 @@ constexpr morvane::port port = morvane::hif(1);
 
 std::array<uint32_t, 16> words;
 std::array<kel_asic_pgm_t, 16> steps;
-char file[] = __FILE__;
+char *const file = const_cast<char *>(__FILE__);
 
-template <typename Operation>
-void add(const std::string &name, Operation operation) {
+void add(const std::string &name, void (*operation)()) {
   benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
     for (auto _ : state)
       operation();
   });
 }
 
-template <typename Cxx, typename C>
-void add_pair(const std::string &name, Cxx cxx, C c) {
+void add_pair(const std::string &name, void (*cxx)(), void (*c)()) {
   add(name + "@1.02/library", cxx);
   add(name + "@1.02/baseline", c);
 }
@@ -45,9 +43,17 @@ uint32_t read(const char *func) {
   return value;
 }
 
-void write(const char *func) {
-  check(lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 1, 7, 5, KEL_ASIC_WR_SYMBOLIC, 0, file, __LINE__,
-                           func));
+syserr_t write(const char *func) {
+  return lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 1, 7, 5, KEL_ASIC_WR_SYMBOLIC, 0, file, __LINE__,
+                            func);
+}
+
+// As a batch does, it leaves no transaction open where the write fails.
+void write_in_transaction(const char *func) {
+  mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
+  const syserr_t result = write(func);
+  mrv_asic_transaction_commit();
+  check(result);
 }
 
 void add_single_register_pairs() {
@@ -64,7 +70,7 @@ void add_single_register_pairs() {
       },
       [] { benchmark::DoNotOptimize(read(__func__)); });
   add_pair(
-      "write", [] { morvane::write(reg, 5); }, [] { write(__func__); });
+      "write", [] { morvane::write(reg, 5); }, [] { check(write(__func__)); });
   add_pair(
       "write, raw", [] { morvane::write(morvane::raw(28), 5); },
       [] {
@@ -129,11 +135,7 @@ void add_batch_pairs() {
         const morvane::batch one("bench");
         morvane::write(reg, 5);
       },
-      [] {
-        mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
-        write(__func__);
-        mrv_asic_transaction_commit();
-      });
+      [] { write_in_transaction(__func__); });
   add_pair(
       "batch, commit_and_verify",
       [] {
@@ -142,9 +144,7 @@ void add_batch_pairs() {
         one.commit_and_verify(reg, 0);
       },
       [] {
-        mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
-        write(__func__);
-        mrv_asic_transaction_commit();
+        write_in_transaction(__func__);
         check(read(__func__));
       });
   add_pair(

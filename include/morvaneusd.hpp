@@ -446,12 +446,12 @@ inline const char *advice(syserr_t result) noexcept {
   if (result == KEL_ASIC_SYSERR_SERVICE_ANSWER)
     return "the driver service's log tells more";
   if (is_service_failure(result))
-    return "nothing is tried again by itself";
+    return "see whether the driver service runs and has what was asked for; nothing is tried again "
+           "by itself";
   switch (result) {
     case SYSERR_KEL_ASIC_INVALID_ARG:
-      return "check module, ASIC, block, instance, register, index, mask and length, and that "
-             "init() "
-             "was called";
+      return "check module, ASIC, block, instance, register, index, mask, length and name, and "
+             "that init() was called";
     case SYSERR_KEL_ASIC_UNINIT:
       return "call init() first";
     case KEL_ASIC_SYSERR_NO_BUFFER:
@@ -571,13 +571,15 @@ inline constexpr uint32_t most_words = 1073741774;
 
 namespace detail {
 
-/** Words of an element of an array: 0 of a plain word, N of a row of N. */
+/** Words of an element of an array: 0 of a plain word, N of a row of N; SIZE_MAX: it is neither. */
 template <typename Element>
 inline constexpr std::size_t row_size = SIZE_MAX;
 template <>
 inline constexpr std::size_t row_size<uint32_t> = 0;
 template <std::size_t N>
-inline constexpr std::size_t row_size<std::array<uint32_t, N>> = N;
+inline constexpr std::size_t row_size<uint32_t[N]> = N;
+template <std::size_t N>
+inline constexpr std::size_t row_size<std::array<uint32_t, N>> = N != 0 ? N : SIZE_MAX;
 
 /** The elements of what has data() and size(). */
 template <typename Container>
@@ -587,7 +589,8 @@ using element_of = std::remove_pointer_t<decltype(std::data(std::declval<Contain
 
 /**
  * Words in the caller's memory: of anything with data() and size(), with elements of uint32_t or
- * with rows, std::array<uint32_t, N>. It keeps a pointer, for the call that it is an argument of.
+ * with rows, std::array<uint32_t, N> or uint32_t[N]. It keeps a pointer, for the call that it is an
+ * argument of.
  */
 template <typename Word>
 class word_span {
@@ -601,7 +604,7 @@ class word_span {
         row_(detail::row_size<std::remove_const_t<Element>>),
         count_(std::size(container) * (row_ == 0 ? 1 : row_)) {
     static_assert(detail::row_size<std::remove_const_t<Element>> != SIZE_MAX,
-                  "words are uint32_t, and rows std::array<uint32_t, N>");
+                  "words are uint32_t, and rows std::array<uint32_t, N> or uint32_t[N]");
     static_assert(std::is_const_v<Word> || !std::is_const_v<Element>,
                   "what is read needs an array that can be written");
   }
@@ -781,22 +784,22 @@ inline syserr_t write_entries(const table &to, uint32_t index, const word_view &
 
 /** Makes room; a vector's own failure is one of memory. */
 template <typename Element>
-syserr_t resize(std::vector<Element> *elements, std::size_t count) noexcept {
+syserr_t make_room(std::vector<Element> *elements, std::size_t count) noexcept {
 #ifdef __cpp_exceptions
   try {
-    elements->resize(count);
+    *elements = std::vector<Element>(count);
   } catch (const std::exception &) {
     return KEL_ASIC_SYSERR_NO_BUFFER;
   }
 #else
-  elements->resize(count);
+  *elements = std::vector<Element>(count);
 #endif
   return 0;
 }
 
 inline syserr_t read_run(const asic_reg &from, std::size_t count, std::vector<uint32_t> *out,
                          const caller &who) noexcept {
-  const syserr_t refusal = count > most_words ? SYSERR_KEL_ASIC_INVALID_ARG : resize(out, count);
+  const syserr_t refusal = count > most_words ? SYSERR_KEL_ASIC_INVALID_ARG : make_room(out, count);
   return refusal != 0 ? refusal : read_run(from, word_buffer(*out), who);
 }
 
@@ -806,7 +809,7 @@ syserr_t read_entries(const table &from, uint32_t index, std::size_t count,
                       std::vector<Element> *out, const caller &who) noexcept {
   if (from.words() == 0 || count > most_words / from.words())
     return SYSERR_KEL_ASIC_INVALID_ARG;
-  const syserr_t refusal = resize(out, row_size<Element> == 0 ? count * from.words() : count);
+  const syserr_t refusal = make_room(out, row_size<Element> == 0 ? count * from.words() : count);
   return refusal != 0 ? refusal : detail::read_entries(from, index, word_buffer(*out), who);
 }
 
@@ -887,7 +890,7 @@ inline void read_run(const asic_reg &from, word_buffer out, caller where = calle
  * Reads a run of consecutive registers: lib_mrv_asic_n_read.
  *
  * @param from  the first register
- * @param count number of words, up to morvane::most_words
+ * @param count number of words, 1 to morvane::most_words
  * @param where who asks
  * @return the words; 0 where the service answers fewer
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
@@ -919,7 +922,7 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
  *
  * @param from  the table; one whose entry size is known, by morvane::table::words
  * @param index the first entry
- * @param count number of entries; of at most morvane::most_words in all
+ * @param count number of entries, at least 1; of at most morvane::most_words in all
  * @param where who asks
  * @return the words of the entries; 0 where the service answers fewer
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
@@ -937,7 +940,7 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
  *
  * @param from  the table
  * @param index the first entry
- * @param count number of entries; of at most morvane::most_words in all
+ * @param count number of entries, at least 1; of at most morvane::most_words in all
  * @param where who asks
  * @return a row an entry; 0 where the service answers fewer words
  * @throws std::system_error the library's code, or morvane::errc::no_buffer

@@ -313,7 +313,7 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
 
   const morvane::table runtime(at(KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET + 0U));
   std::vector<uint32_t> nine(9), out(9, 77);
-  std::array<std::array<uint32_t, 4>, 2> narrow = {};
+  uint32_t narrow[2][4] = {};
   std::error_code ec;
   const auto refused = calls_of([&] {
     for (const auto &refuse : std::vector<std::function<void()>>{
