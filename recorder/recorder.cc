@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/mman.h>
 
 #include <atomic>
 #include <cerrno>
@@ -34,8 +35,15 @@ struct recorder_state {
   uint32_t recordings;  // that have begun in this process and those that it was forked from
 };
 
+// Empty in a forked process: the kernel wipes the page, however it was forked. The lock may have
+// been held by a thread that is not there.
+struct alignas(4096) wiped_page {
+  std::atomic<uintptr_t> lock_owner;
+  bool settled;  // what the process has mapped is its own
+};
+
 recorder_state recorder;
-std::atomic<uintptr_t> lock_owner;
+wiped_page own;
 
 // A call on its way, and what is known of it.
 struct noted_call {
@@ -45,31 +53,10 @@ struct noted_call {
   uint32_t recording;
 };
 
-// False where this very thread has it: a signal handler makes a call amid a note.
-bool lock() {
-  const auto self = static_cast<uintptr_t>(pthread_self());
-  uintptr_t owner = 0;
-  while (!lock_owner.compare_exchange_weak(owner, self, std::memory_order_acquire)) {
-    if (owner == self)
-      return false;
-    owner = 0;
-    sched_yield();
-  }
-  return true;
-}
-
-void unlock() {
-  lock_owner.store(0, std::memory_order_release);
-}
-
-// The child of a fork has a recording of its own, from its first call on. What its parent has
-// mapped is mapped here too, and the lock may be held by a thread that the child does not have.
-void leave_recording_to_parent() {
-  lock_owner = 0;
-  if (recorder.now != stage::recording)
-    return;
-  unmap_recording(recorder.notes);
-  recorder.now = stage::ready;
+// For a kernel that is too old to do it.
+void wipe() {
+  own.settled = false;
+  own.lock_owner = 0;
 }
 
 // At load, while the environment and the working directory are those that the program was given.
@@ -78,9 +65,40 @@ __attribute__((constructor)) void get_ready() {
     return;
   read_settings(&recorder.settings);
   const bool wanted = recorder.settings.directory[0] != '\0';
-  if (wanted)
-    pthread_atfork(nullptr, nullptr, leave_recording_to_parent);
+  if (wanted) {
+    pthread_atfork(nullptr, nullptr, wipe);
+    madvise(&own, sizeof own, MADV_WIPEONFORK);
+  }
   recorder.now = wanted ? stage::ready : stage::off;
+}
+
+// The child of a fork has a recording of its own, from its first call on. What its parent has
+// mapped is mapped here too.
+void leave_recording_to_parent() {
+  if (recorder.now == stage::recording) {
+    unmap_recording(recorder.notes);
+    recorder.now = stage::ready;
+  }
+  own.settled = true;
+}
+
+// False where this very thread has it: a signal handler makes a call amid a note.
+bool lock() {
+  const auto self = static_cast<uintptr_t>(pthread_self());
+  uintptr_t owner = 0;
+  while (!own.lock_owner.compare_exchange_weak(owner, self, std::memory_order_acquire)) {
+    if (owner == self)
+      return false;
+    owner = 0;
+    sched_yield();
+  }
+  if (!own.settled)
+    leave_recording_to_parent();
+  return true;
+}
+
+void unlock() {
+  own.lock_owner.store(0, std::memory_order_release);
 }
 
 void start_recording() {

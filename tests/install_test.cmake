@@ -72,6 +72,19 @@ file(GLOB recording ${work}/recordings/mrvctl.*.mrec)
 run(${root}/bin/mrvctl calls ${recording})
 expect_text("${output}" "HI.2 HI_DHS_LVIF" "mrvctl calls")
 
+# Where recorders for both word sizes stand, each program gets its own.
+foreach(triplet i386-linux-gnu x86_64-linux-gnu)
+  file(COPY ${root}/${LIBDIR}/ DESTINATION ${work}/both/lib/${triplet})
+endforeach()
+run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${work}/both/$LIB ${root}/bin/mrvctl record ${work}/recordings
+  -- sh -c "echo $LD_PRELOAD && ${root}/bin/mrvctl read HI.2 5")
+expect_text("${output}" "${work}/both/[$]LIB/libmorvanerecord.so\n.*HI.2 5 = " "a recorder of each word size")
+file(GLOB recordings ${work}/recordings/mrvctl.*.mrec)
+list(LENGTH recordings count)
+if(NOT count EQUAL 2)
+  message(FATAL_ERROR "expected two recordings, found: ${recordings}")
+endif()
+
 # By pkg-config, with the project's own warnings.
 run(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${root}/${LIBDIR}/pkgconfig
   pkg-config --cflags --libs morvaneusd morvaneplatform)

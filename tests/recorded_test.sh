@@ -4,9 +4,12 @@
 set -eu
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-"$1" --gtest_list_tests | awk '/^[^ ]/ { suite = $1; next } { print suite $1 }' >"$folder.tests"
+mkdir "$folder/recordings"
+"$1" --gtest_list_tests >"$folder/list"
+awk '/^[^ ]/ { suite = $1; next } { print suite $1 }' "$folder/list" >"$folder/tests"
+test -s "$folder/tests"
 while read -r test; do
-  LD_PRELOAD=$2 MORVANE_RECORD=$folder MORVANE_RECORD_SIZE=65536 "$1" --gtest_filter="$test"
-done <"$folder.tests"
-rm "$folder.tests"
-"$3" --read "$folder"/*.mrec
+  LD_PRELOAD=$2 MORVANE_RECORD=$folder/recordings MORVANE_RECORD_SIZE=65536 \
+    "$1" --gtest_filter="$test" </dev/null
+done <"$folder/tests"
+"$3" --read "$folder/recordings"/*.mrec

@@ -1,12 +1,14 @@
 // Runs a program with the recorder loaded.
-#include <dlfcn.h>
+#include <elf.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -51,7 +53,7 @@ std::string recordable_directory(const std::string &name) {
   return path;
 }
 
-// The recorder of the same build or install.
+// The recorder of the same build or install, for programs of the tool's word size.
 std::string find_recorder() {
   const std::string found = beside_library("libmorvanerecord.so");
   char path[PATH_MAX];
@@ -61,6 +63,58 @@ std::string find_recorder() {
     throw OperationFailed(
         std::string("no recorder: LD_PRELOAD takes no path with a space or a colon: ") + path);
   return path;
+}
+
+// Where execvp() finds a program; empty where it does not.
+std::string find_program(const std::string &name) {
+  if (name.find('/') != std::string::npos)
+    return name;
+  const char *const path = getenv("PATH");
+  for (const std::string &folder : split(path == nullptr ? "/bin:/usr/bin" : path, ':')) {
+    const std::string file = (folder.empty() ? "." : folder) + '/' + name;
+    if (access(file.c_str(), X_OK) == 0)
+      return file;
+  }
+  return "";
+}
+
+// 32 or 64 of a program in machine code; 0 of a script, and of what cannot be read.
+int bits_of(const std::string &program) {
+  char ident[EI_NIDENT] = "";
+  std::ifstream(find_program(program), std::ios::binary).read(ident, sizeof ident);
+  if (std::memcmp(ident, ELFMAG, SELFMAG) != 0)
+    return 0;
+  return ident[EI_CLASS] == ELFCLASS64 ? 64 : 32;
+}
+
+// The folders of the two word sizes where both are installed.
+constexpr int kBits = 8 * sizeof(void *);
+constexpr const char *kOwnFolder = kBits == 32 ? "/lib/i386-linux-gnu/" : "/lib/x86_64-linux-gnu/";
+constexpr const char *kOtherFolder =
+    kBits == 64 ? "/lib/i386-linux-gnu/" : "/lib/x86_64-linux-gnu/";
+
+// The path with another folder in place of the own one, or as it is.
+std::string in_folder(const std::string &path, const std::string &folder) {
+  const size_t at = path.rfind(kOwnFolder);
+  return at == std::string::npos ? path
+                                 : path.substr(0, at) + folder + path.substr(path.rfind('/') + 1);
+}
+
+// What ld.so is to load into a program and all that it starts, of whatever word size if it can.
+std::string preload_for(const std::string &program) {
+  const std::string own = find_recorder();
+  const std::string other = in_folder(own, kOtherFolder);
+  if (other != own && access(other.c_str(), R_OK) == 0)
+    return in_folder(own, "/$LIB/");  // of each program its own
+  const int bits = bits_of(program);
+  if (bits != 0 && bits != kBits) {
+    const std::string hint = other == own ? format("the mrvctl of a %d-bit build records it", bits)
+                                          : "there is no " + other;
+    std::fprintf(stderr,
+                 "mrvctl: %s is a %d-bit program and is not recorded: %s is for %d-bit ones; %s\n",
+                 program.c_str(), bits, own.c_str(), kBits, hint.c_str());
+  }
+  return own;
 }
 
 void set_variable(const char *name, const std::string &value) {
@@ -77,7 +131,7 @@ void run_record(Session &session, const RecordArgs &args) {
   set_variable("MORVANE_RECORD", recordable_directory(args.directory));
   if (args.size)
     set_variable("MORVANE_RECORD_SIZE", std::to_string(*args.size));
-  set_variable("LD_PRELOAD", find_recorder() + others);
+  set_variable("LD_PRELOAD", preload_for(args.program[0]) + others);
   session.report.return_standard_output();
   std::vector<char *> words;
   for (const std::string &word : args.program)
@@ -95,7 +149,8 @@ void add_record_command(Parser &parser) {
        "Run the PROGRAM behind DIR with its service calls recorded\n"
        "Each of its processes that makes one has a file DIR/PROGRAM.PID.mrec with the\n"
        "newest of them, however it ends. -- stands before a program that has options. The\n"
-       "exit status is the program's.",
+       "exit status is the program's. One of another word size than the tool is recorded\n"
+       "where the recorder for it is installed too; a set-user-ID program is not.",
        Setup::kNone},
       describe_record, run_record);
 }
