@@ -25,7 +25,7 @@ offers "read" --calls --slot 3 rea
 offers "HR. HI. HF." read h
 offers "read" expect-fail rea
 offers "show clear clear-all metrics top" qos ""
-offers "hif nif" qos metrics hif ""
+offers "hif nif cif bif" qos metrics hif ""
 offers "drops pause writes" qos top --sort ""
 offers "--help --opts *" qos show --
 offers "hif nif cif bif" qos show ""

@@ -325,6 +325,8 @@ std::string read_until(int terminal, const std::string &part) {
 }
 
 TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
+  const std::string script =
+      write_file("top.mrv", "begin x\nwrite HI.2 5 1\nqos top --interval 3600\n");
   for (const int ending : {0, SIGINT, SIGTERM, SIGHUP, SIGSEGV, SIGABRT}) {
     SCOPED_TRACE(ending);
     int ours = -1, theirs = -1;
@@ -337,7 +339,7 @@ TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
       login_tty(theirs);
       setenv("TERM", "xterm", 1);
       unsetenv("NO_COLOR");
-      execl(MRVCTL_PATH, "mrvctl", "qos", "top", "--interval", "3600", nullptr);
+      execl(MRVCTL_PATH, "mrvctl", "-f", script.c_str(), nullptr);
       _exit(127);
     }
     const auto press = [&](const char *keys) { return write(ours, keys, std::strlen(keys)) > 0; };
@@ -356,7 +358,9 @@ TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
       EXPECT_TRUE(press(ending == 0 ? "q" : "\003"));
     else
       kill(child, ending);
-    read_until(ours, "\033[?1049l");
+    const std::string rest = read_until(ours, "1 write lost");
+    EXPECT_NE(rest.find("1 write lost"), std::string::npos) << rest;
+    EXPECT_LT(rest.find("\033[?1049l"), rest.find("1 write lost"));
     int status = 0;
     waitpid(child, &status, 0);
     EXPECT_EQ(WIFSIGNALED(status) ? WTERMSIG(status) : 0, ending == SIGINT ? 0 : ending);

@@ -169,6 +169,8 @@ int statistics(kel_asic_qos_stats_params_t *request, uint32_t length) {
     return 0;
   const kel_asic_qos_drops_t before = request->stats.drops;
   const int result = send(SYSSRV_MEM_READ_CASE, request, length);
+  if (result != 0 && wrong("P23_fails_for_missing_ports"))
+    return fail(EIO);
   if (wrong("P22_answers_no_drops"))
     request->stats.drops = before;
   return result;

@@ -67,7 +67,11 @@ Argument &Argument::excludes(const Argument &other) {
 }
 
 Argument Arguments::word(const std::string &name, std::string &value, const std::string &help) {
-  return Argument(app_.add_option(name, value, help)->type_name(""));
+  CLI::Option *const option = app_.add_option(name, value, help)->type_name("");
+  // An option that is given says something: most often a variable of a shell was empty.
+  if (name[0] == '-')
+    option->check([](const std::string &word) { return word.empty() ? "an empty value" : ""; });
+  return Argument(option);
 }
 
 Argument Arguments::words(const std::string &name, std::vector<std::string> &values,

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <ctime>
 
+#include "base/last_words.h"
+
 namespace mrvctl {
 
 volatile std::sig_atomic_t interrupted = 0;
@@ -15,6 +17,7 @@ namespace {
 
 void note(int signal_number) {
   if (interrupted != 0) {
+    say_last_words();
     std::signal(signal_number, SIG_DFL);
     raise(signal_number);
   }

@@ -14,14 +14,8 @@ namespace {
 std::array<std::string, 2> texts;
 std::atomic<const std::string *> current = texts.data();
 
-void say(const char *text, size_t length) {
-  // A handler that cannot write has nobody to tell.
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text, length);
-}
-
 void end_by_signal(int signal) {
-  const std::string &text = *current.load();
-  say(text.data(), text.size());
+  say_last_words();
   raise(signal);  // ends the tool once the handler returns: it was reset to the default
 }
 
@@ -43,6 +37,12 @@ void set_last_words(const std::string &text) {
   std::string &next = texts[current == texts.data() ? 1 : 0];
   next = text.empty() ? "" : "mrvctl: " + text + "\n";
   current = &next;
+}
+
+void say_last_words() {
+  const std::string &text = *current.load();
+  // A handler that cannot write has nobody to tell.
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
 
 }  // namespace mrvctl

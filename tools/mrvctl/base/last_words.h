@@ -12,6 +12,9 @@ void watch_signals();
 // Sets them; an empty text for none.
 void set_last_words(const std::string &text);
 
+// Prints them; for signal handlers that end the tool themselves.
+void say_last_words();
+
 }  // namespace mrvctl
 
 #endif

@@ -1,13 +1,17 @@
 // Checks of the port operations: QoS statistics, link pause, and what has to be asked for by name.
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <numeric>
 
 #include "base/text.h"
 #include "check/check.h"
+#include "check/described_asic.h"
 #include "check/isolation.h"
 #include "check/requests.h"
 #include "platform/platform.h"
+#include "registers/port_types.h"
 #include "virtual_platform.h"
 
 namespace mrvctl {
@@ -21,23 +25,23 @@ struct QosAnswer {
 };
 
 // Asks for the statistics of a port, in a record whose statistics are full of one byte.
-QosAnswer ask_qos(const Subject &subject, kel_asic_qos_stats_type_t type,
-                  cardcfg_port_type_t port_type, uint8_t filling = 0) {
+QosAnswer ask_qos(const Subject &subject, kel_asic_qos_stats_type_t type, const PortName &port,
+                  uint8_t filling = 0) {
   const GuardedMemory memory(sizeof(kel_asic_qos_stats_params_t));
   auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
   std::fill_n(static_cast<uint8_t *>(memory.data()), memory.length(), uint8_t{0});
   request.type = type;
   request.module = static_cast<cardcfg_module_id_t>(subject.module);
   request.asic = static_cast<cardcfg_dev_id_t>(subject.asic);
-  request.port_type = port_type;
-  request.port = subject.port->number;
+  request.port_type = port.type;
+  request.port = port.number;
   std::fill_n(reinterpret_cast<uint8_t *>(&request.stats), sizeof request.stats, filling);
   const CallResult result = send_record(SYSSRV_MEM_READ_CASE, memory, memory.length());
   return {result, request.stats};
 }
 
 kel_asic_qos_stats_t statistics(const Subject &subject, uint8_t filling = 0) {
-  const QosAnswer answer = ask_qos(subject, QOS_STATS_GET, subject.port->type, filling);
+  const QosAnswer answer = ask_qos(subject, QOS_STATS_GET, *subject.port, filling);
   expect_success(answer.result, "a request for the statistics of the port");
   return answer.stats;
 }
@@ -69,9 +73,23 @@ void answers_all_statistics(const Subject &subject) {
   }
 }
 
-void refuses_unknown_port_type(const Subject &subject) {
-  expect_refusal(ask_qos(subject, QOS_STATS_GET, kNoPortType).result,
-                 format("statistics of port type %u", kNoPortType));
+// By the error a client tells a port that is not there from one that fails.
+void expect_lacking(const Subject &subject, const PortName &port, std::vector<int> errors) {
+  const CallResult result = ask_qos(subject, QOS_STATS_GET, port).result;
+  const std::string what = format("statistics of port %u of type %u", port.number, port.type);
+  expect_refusal(result, what);
+  if (std::find(errors.begin(), errors.end(), result.error_number) == errors.end())
+    throw Breach{what + " refused as of a port that is not there", result_text(result)};
+}
+
+void refuses_missing_ports(const Subject &subject) {
+  const kel_asic_limits_t limits = ask_description(0).limits;
+  for (const auto type : {CARDCFG_PORT_TYPE_HIF, CARDCFG_PORT_TYPE_NIF}) {
+    const uint32_t first = *most_ports(limits, type);
+    if (first < kPortNumbers)
+      expect_lacking(subject, {type, static_cast<cardcfg_port_id_t>(first)}, {ENXIO, ENODEV});
+  }
+  expect_lacking(subject, {kNoPortType, 0}, {ENXIO, ENODEV, EINVAL});
 }
 
 template <typename Counters>
@@ -112,7 +130,7 @@ void make_traffic(const Subject &subject) {
 void expect_cleared(const Subject &subject, kel_asic_qos_stats_type_t type, const char *what) {
   make_traffic(subject);
   const uint64_t before = counted_frames(statistics(subject));
-  expect_success(ask_qos(subject, type, subject.port->type).result, what);
+  expect_success(ask_qos(subject, type, *subject.port).result, what);
   expect_fewer(counted_frames(statistics(subject)), before, what);
 }
 
@@ -138,13 +156,20 @@ void clears_drop_counters(const Subject &subject) {
   expect_fewer(counted_drops(statistics(subject)), before, "a clear of all drop counters");
 }
 
+const Subject &with_link_pause(const Subject &subject) {
+  if (subject.port->type != CARDCFG_PORT_TYPE_HIF && subject.port->type != CARDCFG_PORT_TYPE_NIF)
+    throw NotApplicable{"host and network ports alone have link pause"};
+  return subject;
+}
+
 // Link pause of the port, whose setting shows in its statistics.
 class LinkPause {
  public:
   // How commands are sent.
   using Send = void (*)(const kel_asic_xn_entry_t &command);
 
-  explicit LinkPause(const Subject &subject) : subject_(subject), found_(flow_control()) {
+  explicit LinkPause(const Subject &subject)
+      : subject_(with_link_pause(subject)), found_(flow_control()) {
     // The best guess until the two settings were seen.
     subject_.found->keep_only(command(found_ != 0));
   }
@@ -213,7 +238,7 @@ void programs_the_sp_timer(const Subject &subject) {
 std::vector<Check> port_checks() {
   return {
       {"the statistics of a port are answered whole", "P22", kPort, answers_all_statistics},
-      {"a port type that does not exist is refused", "P23", kPort, refuses_unknown_port_type},
+      {"a port that the switch lacks is refused as such", "P23", kPort, refuses_missing_ports},
       {"a clear clears the statistics of a port", "P22", kPort, clears_a_port},
       {"link pause is a command in a request", "P25", kPort, takes_commands_in_requests},
       {"link pause is a command in a transaction", "P25", kPort, takes_commands_in_transactions},

@@ -69,20 +69,30 @@ PortName parse_port(const std::string &text) {
           parse_number<uint8_t>(number)};
 }
 
-// Refuses registers that the map lacks. A map that is wrong itself is for the checks to tell.
-void refuse_missing_registers(const Subject &subject, std::chrono::seconds limit) {
+void refuse_missing_port(const kel_asic_limits_t &limits, const PortName &port) {
+  const std::optional<uint32_t> most = most_ports(limits, port.type);
+  if (most && port.number >= *most)
+    throw NotApplicable{format("port %u: the limits have %u ports of type ", port.number, *most) +
+                        port_type_text(port.type)};
+}
+
+// Refuses registers and ports that the map lacks. A map that is wrong itself is for the checks to
+// tell.
+void refuse_missing(const Subject &subject, std::chrono::seconds limit) {
   std::vector<Register> registers = subject.scratch;
   for (const std::optional<Register> &reg : {subject.read, subject.scratch_table}) {
     if (reg)
       registers.push_back(*reg);
   }
-  const auto work = [&registers] {
+  const auto work = [&] {
     const RegisterMap map = described_map();
     for (const Register &reg : registers) {
       const std::string missing = map.missing(reg);
       if (!missing.empty())
         throw NotApplicable{register_text(reg) + ": " + missing};
     }
+    if (subject.port)
+      refuse_missing_port(map.limits(), *subject.port);
   };
   const Outcome outcome = run_isolated(work, limit, interrupted);
   if (outcome.verdict == Verdict::kSkipped)
@@ -158,7 +168,7 @@ std::vector<CheckResult> run_all(Session &session, const CheckArgs &args,
   subject.found = &found;
   const Interrupt interrupts_are_noted;
   const std::chrono::seconds limit(args.time_limit);
-  refuse_missing_registers(subject, limit);
+  refuse_missing(subject, limit);
   std::vector<CheckResult> results;
   show(session, tap_head(checks.size()));
   for (const Check &check : checks) {
@@ -179,8 +189,6 @@ void run_check(Session &session, const CheckArgs &args) {
   const std::vector<Check> checks = all_checks();
   const std::vector<CheckResult> results = run_all(session, args, checks);
   const size_t wrong = count(results, Verdict::kWrong);
-  if (!args.junit.empty())
-    write_junit(session.resolve(args.junit), junit_text(checks, results));
   Json list = Json::array();
   for (size_t i = 0; i < results.size(); ++i)
     list.push_back(result_json(i + 1, results[i]));
@@ -191,6 +199,8 @@ void run_check(Session &session, const CheckArgs &args) {
                          {"skipped", count(results, Verdict::kSkipped)},
                          {"checks", list}},
                         "");
+  if (!args.junit.empty())
+    write_junit(session.resolve(args.junit), junit_text(checks, results));
   if (results.size() < checks.size())
     throw OperationFailed(
         format("%zu of %zu checks did not run", checks.size() - results.size(), checks.size()));

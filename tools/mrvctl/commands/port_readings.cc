@@ -12,8 +12,6 @@
 namespace mrvctl {
 namespace {
 
-constexpr uint32_t kPortNumbers = 256;  // what the record has room for
-
 bool is_service_errno(syserr_t result, int error_number) {
   return result == (KEL_ASIC_SYSERR_SERVICE | static_cast<syserr_t>(error_number));
 }
@@ -49,7 +47,7 @@ class PortReader {
   bool read_type(uint32_t type) {
     if (has(type))
       return true;
-    const std::optional<uint32_t> limit = limit_of(type);
+    const std::optional<uint32_t> limit = most_ports(session_.map().limits(), type);
     for (uint32_t port = 0; port < limit.value_or(kPortNumbers); ++port) {
       const PortReading reading = read(type, port);
       if (!limit && ends_type(reading.result))
@@ -74,16 +72,6 @@ class PortReader {
   bool has(uint32_t type) const {
     return std::any_of(readings_.begin(), readings_.end(),
                        [type](const PortReading &reading) { return reading.type == type; });
-  }
-
-  // How many ports of a type there may be, where the register map tells.
-  std::optional<uint32_t> limit_of(uint32_t type) const {
-    const kel_asic_limits_t &limits = session_.map().limits();
-    if (type == CARDCFG_PORT_TYPE_HIF)
-      return std::min(limits.max_hi, kPortNumbers);
-    if (type == CARDCFG_PORT_TYPE_NIF)
-      return std::min(limits.max_ni, kPortNumbers);
-    return std::nullopt;
   }
 
   // A service that fails at once is not asked for every port, with a time-out each.

@@ -73,11 +73,15 @@ std::string Transaction::loss_text() const {
   return "transaction \"" + name_ + "\" was never committed: " + pending_text() + " lost";
 }
 
+void Transaction::note_loss() const {
+  set_last_words(exact_ && pending_ == 0 ? "" : loss_text());
+}
+
 void Transaction::start(const std::string &name) {
   *this = Transaction();
   open_ = true;
   name_ = name.substr(0, kLongestTransactionName);
-  set_last_words(loss_text());
+  note_loss();
 }
 
 void Transaction::close() {
@@ -91,12 +95,12 @@ void Transaction::add(uint64_t writes) {
     pending_ = (pending_ - 1) % KEL_ASIC_XN_ENTRIES + 1;
     name_ = "Contd XN..";
   }
-  set_last_words(loss_text());
+  note_loss();
 }
 
 void Transaction::add_some() {
   exact_ = false;
-  set_last_words(loss_text());
+  note_loss();
 }
 
 void Transaction::after_read(syserr_t result) {

@@ -40,6 +40,8 @@ class Transaction {
   void after_read(syserr_t result);
 
  private:
+  void note_loss() const;
+
   bool open_ = false;
   bool exact_ = true;
   uint64_t pending_ = 0;

@@ -18,6 +18,7 @@
 
 #include "base/errors.h"
 #include "base/interrupt.h"
+#include "base/last_words.h"
 
 namespace mrvctl {
 namespace {
@@ -82,6 +83,7 @@ void give_back() {
 void on_interrupt(int signal_number) {
   if (interrupted != 0) {
     give_back();
+    say_last_words();
     std::signal(signal_number, SIG_DFL);
     raise(signal_number);
   }
@@ -91,6 +93,7 @@ void on_interrupt(int signal_number) {
 // The signal has its default action again: raised, it ends the process once the handler returns.
 void on_end(int signal_number) {
   give_back();
+  say_last_words();
   raise(signal_number);
 }
 
@@ -267,6 +270,7 @@ Terminal::Size Terminal::size() const {
 }
 
 void Terminal::paint(const std::vector<std::string> &lines) const {
+  take();  // a shell that brings a running process to the foreground sends it no signal
   if (taken.now == 0)
     return;
   std::string frame = "\033[H";

@@ -1,11 +1,13 @@
 // The port types by name.
 #include "registers/port_types.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "base/errors.h"
 #include "base/numbers.h"
 #include "base/text.h"
+#include "platform/card_config.h"
 
 namespace mrvctl {
 namespace {
@@ -28,6 +30,14 @@ uint32_t parse_port_type(const std::string &text, uint32_t highest) {
 
 std::string port_type_text(uint32_t port_type) {
   return port_type < std::size(kPortTypes) ? kPortTypes[port_type] : std::to_string(port_type);
+}
+
+std::optional<uint32_t> most_ports(const kel_asic_limits_t &limits, uint32_t port_type) {
+  if (port_type == CARDCFG_PORT_TYPE_HIF)
+    return std::min(limits.max_hi, kPortNumbers);
+  if (port_type == CARDCFG_PORT_TYPE_NIF)
+    return std::min(limits.max_ni, kPortNumbers);
+  return std::nullopt;
 }
 
 }  // namespace mrvctl

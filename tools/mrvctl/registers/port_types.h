@@ -3,7 +3,10 @@
 #define MRVCTL_PORT_TYPES_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
+
+#include "kel_asic_lib_common.h"
 
 namespace mrvctl {
 
@@ -12,6 +15,11 @@ uint32_t parse_port_type(const std::string &text, uint32_t highest);
 
 // Its name, or its number where it has none.
 std::string port_type_text(uint32_t port_type);
+
+constexpr uint32_t kPortNumbers = 256;  // what records have room for
+
+// How many ports of a type there may be, where the limits tell.
+std::optional<uint32_t> most_ports(const kel_asic_limits_t &limits, uint32_t port_type);
 
 }  // namespace mrvctl
 
