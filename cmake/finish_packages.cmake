@@ -1,5 +1,6 @@
 # What CPack's generator of Debian packages lacks: the Multi-Arch field, so that both word sizes can be
-# installed side by side; and it adds scripts that call ldconfig, which the trigger in the package does.
+# installed side by side; and it adds scripts that call ldconfig to packages of libraries, where the
+# trigger does.
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
   set(folder ${CPACK_TEMPORARY_DIRECTORY}/finish)
   file(REMOVE_RECURSE ${folder})
@@ -11,7 +12,9 @@ foreach(package IN LISTS CPACK_PACKAGE_FILES)
   file(READ ${folder}/DEBIAN/control control)
   string(STRIP "${control}" control)
   file(WRITE ${folder}/DEBIAN/control "${control}\nMulti-Arch: ${multi_arch}\n")
-  file(REMOVE ${folder}/DEBIAN/postinst ${folder}/DEBIAN/postrm)
+  if(package MATCHES "/libmorvane")
+    file(REMOVE ${folder}/DEBIAN/postinst ${folder}/DEBIAN/postrm)
+  endif()
   execute_process(COMMAND dpkg-deb --root-owner-group --build ${folder} ${package}
     COMMAND_ERROR_IS_FATAL ANY OUTPUT_QUIET)
 endforeach()

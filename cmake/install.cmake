@@ -2,8 +2,9 @@
 #   library      libmorvaneusd.so.*
 #   platform     libmorvaneplatform.so.*, the virtual platform
 #   development  headers, .so links, pkg-config files, the CMake package, docs, examples
-#   service      morvaned, its man page and its units
-#   tool         mrvctl, libmorvanerecord.so, its man page and its completion
+#   service      morvaned, its man page, its units and its user
+#   recorder     libmorvanerecord.so
+#   tool         mrvctl, its man page and its completion
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -75,7 +76,7 @@ if(TARGET mrvctl)
   endif()
   install(TARGETS mrvctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
   # Programs are run with it; none is linked to a version of it.
-  install(TARGETS morvanerecord LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT tool)
+  install(TARGETS morvanerecord LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT recorder)
   install(FILES tools/mrvctl/completion/mrvctl
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
   # What others read: the same place for every architecture.
@@ -89,6 +90,7 @@ if(TARGET morvaned)
   install(TARGETS morvaned RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
   install(FILES share/systemd/morvaned.service share/systemd/morvaned.socket
     DESTINATION lib/systemd/system COMPONENT service)
+  install(FILES share/sysusers.d/morvaned.conf DESTINATION lib/sysusers.d COMPONENT service)
 endif()
 
 # What an installation needs to have been built.

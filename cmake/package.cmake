@@ -4,6 +4,7 @@
 #   libmorvaneplatform1  the virtual platform
 #   libmorvaneusd-dev    headers, links, pkg-config files, CMake package, man pages, docs, examples
 #   morvaned             the virtual switch in a process of its own
+#   libmorvanerecord     the recorder of service calls
 #   mrvctl               the tool, which takes its platform at run time
 set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(generated ${PROJECT_BINARY_DIR}/debian)
@@ -79,6 +80,11 @@ debian_package(development libmorvaneusd-dev libdevel
   "Development files of libmorvaneusd"
   "Headers, pkg-config files, a CMake package, manual pages, reference and
 examples of libmorvaneusd and of its virtual platform.")
+debian_package(recorder libmorvanerecord libs
+  "Recorder of service calls for libmorvaneusd"
+  "Loaded into a program, the recorder keeps the last calls of the driver service
+that the program made, by whom and with what answer, in a file that outlives
+it however it ends. mrvctl reads and replays such files.")
 debian_package(tool mrvctl utils
   "Command-line client of libmorvaneusd"
   "mrvctl reads and writes registers and tables of a Morvane switching ASIC,
@@ -92,7 +98,13 @@ control plane runs on any Linux machine.")
 set(same "(= ${full_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmorvaneusd1 ${same}, libmorvaneplatform1 ${same}")
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmorvaneusd1 (>= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libmorvaneplatform1")
+set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libmorvanerecord, libmorvaneplatform1")
+set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS "systemd | systemd-standalone-sysusers | systemd-sysusers")
+set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_EXTRA
+  ${debian}/morvaned/postinst ${debian}/morvaned/prerm ${debian}/morvaned/postrm)
+set(CPACK_DEBIAN_RECORDER_PACKAGE_CONTROL_EXTRA ${generated}/libmorvaneplatform1/triggers)
+install(FILES ${debian}/libmorvanerecord/overrides DESTINATION share/lintian/overrides
+  RENAME libmorvanerecord COMPONENT recorder)
 
 # Manual pages of a package are compressed.
 foreach(component development service tool)
@@ -114,10 +126,11 @@ set(CPACK_DEBIAN_PACKAGE_SOURCE libmorvaneusd)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${MORVANE_PACKAGE})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL library platform development service tool)
+set(CPACK_COMPONENTS_ALL library platform development recorder service tool)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PLATFORM_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RECORDER_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)

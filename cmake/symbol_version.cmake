@@ -1,5 +1,6 @@
-# Reads what the library exports from its version script, and stops unless its newest symbol version
-# is that of the release. Included by the build; runs alone as
+# Reads what the library exports from its version script, and stops unless the release has reached its
+# newest symbol version: what was added to the interface is as old as its symbol version says, and a new
+# major number begins anew. Included by the build; runs alone as
 #   cmake -DMAP=FILE -DRELEASE=MAJOR.MINOR.PATCH -P symbol_version.cmake
 
 function(check_symbol_version map release)
@@ -7,11 +8,11 @@ function(check_symbol_version map release)
   list(TRANSFORM nodes REPLACE "^MORVANEUSD_([0-9.]+).*" "\\1")
   list(SORT nodes COMPARE NATURAL ORDER DESCENDING)
   list(POP_FRONT nodes newest)
-  string(REGEX MATCH "^[0-9]+\\.[0-9]+" expected "${release}")
-  if(NOT newest STREQUAL expected)
+  string(REGEX MATCH "^[0-9]+" major "${release}")
+  if(NOT newest MATCHES "^${major}\\." OR newest VERSION_GREATER release)
     message(FATAL_ERROR
       "The release is ${release}, but the newest symbol version in ${map} is MORVANEUSD_${newest}; "
-      "it must be MORVANEUSD_${expected}")
+      "it must be between MORVANEUSD_${major}.0 and the release")
   endif()
 endfunction()
 

@@ -1,9 +1,9 @@
 # What is delivered: the example clients, an installed tree, the symbol version, completion and man
 # page of mrvctl.
-add_test(NAME symbol_version COMMAND ${CMAKE_COMMAND} -DMAP=${symbol_map} -DRELEASE=1.999.0
+add_test(NAME symbol_version COMMAND ${CMAKE_COMMAND} -DMAP=${symbol_map} -DRELEASE=0.999.0
   -P ${PROJECT_SOURCE_DIR}/cmake/symbol_version.cmake)
 set_tests_properties(symbol_version PROPERTIES
-  PASS_REGULAR_EXPRESSION "must be MORVANEUSD_1.999")
+  PASS_REGULAR_EXPRESSION "must be between MORVANEUSD_0.0 and")
 
 if(MORVANE_PLATFORM STREQUAL "virtual")
   foreach(client client_c client_cc table_c client_own_platform)

@@ -1,0 +1,49 @@
+#!/bin/bash
+# Installs the packages of both architectures, uses what they bring as its users do, and removes them:
+# packages_test.sh FOLDER CLIENT.C, as root of a system that may be changed.
+set -euo pipefail
+folder=$1 client=$2
+export DEBIAN_FRONTEND=noninteractive
+names=(libmorvaneusd1 libmorvaneplatform1 libmorvaneusd-dev libmorvanerecord)
+work=$(mktemp -d)
+
+# Both word sizes of the libraries beside each other; of programs one.
+dpkg --install "$folder"/lib*.deb "$folder"/morvaned_*_amd64.deb "$folder"/mrvctl_*_amd64.deb >"$work/log" 2>&1 ||
+  { cat "$work/log"; exit 1; }
+
+for word in 32:i386-linux-gnu 64:x86_64-linux-gnu; do
+  # shellcheck disable=SC2046  # a list of flags
+  gcc -m${word%:*} "$client" -o "$work/client" $(PKG_CONFIG_LIBDIR=/usr/lib/${word#*:}/pkgconfig \
+    pkg-config --cflags --libs morvaneusd morvaneplatform)
+  mrvctl record "$work" -- "$work/client" >/dev/null
+done
+mrvctl calls "$work"/client.*.mrec >"$work/calls"
+grep -q 'HI' "$work/calls"
+
+# The service, as its unit starts it, for its group alone.
+useradd --groups morvaned switch-member
+useradd switch-stranger
+cp /usr/lib/systemd/system/morvaned.service "$work"
+start=$(sed -n 's/^ExecStart=//p' "$work/morvaned.service")
+export MORVANE_SWITCH=/run/morvaned.test/socket
+install -d -o morvaned -g morvaned /run/morvaned.test
+OPTIONS="--socket $MORVANE_SWITCH"
+# shellcheck disable=SC2086  # a command line
+runuser -u morvaned -- ${start/\$OPTIONS/$OPTIONS} 2>"$work/service" &
+runuser -u switch-member -- mrvctl write HI.2 5 7 >/dev/null
+runuser -u switch-member -- mrvctl read HI.2 5 | grep -q 00000007
+if MORVANE_SWITCH_WAIT=0 runuser -u switch-stranger -- mrvctl read HI.2 5 >/dev/null 2>&1; then
+  echo "a stranger reads the switch"
+  exit 1
+fi
+kill %1
+wait %1
+
+mapfile -t installed < <(dpkg -L "${names[@]}" "${names[@]/%/:i386}" morvaned mrvctl 2>/dev/null | sort -u)
+for arch in amd64 i386; do
+  all+=("${names[@]/%/:$arch}")
+done
+dpkg --purge "${all[@]}" morvaned mrvctl >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+left=$(for path in "${installed[@]}"; do [ ! -f "$path" ] || echo "$path"; done)
+[ -z "$left" ] || { echo "left behind: $left"; exit 1; }
+getent passwd morvaned >/dev/null
