@@ -26,7 +26,7 @@ find_breaches() {
   local breach clause number breaches started=0
   breaches=$(grep -oE '"P[0-9]+_[^"]*' "$source/tests/wrong_platform.cc" | tr -d '"')
   for breach in $breaches; do
-    ((++started % 4)) || wait
+    ((++started % 8)) || wait
     expect "$(grep -oE 'P[0-9]+' <<<"$breach" | sort -uV | paste -sd ' ')" "$breach" "$wrong" "${everything[@]}" &
   done
   wait
