@@ -8,6 +8,6 @@ block() { awk -v begin="\`\`\`$1" '$0 == begin { on = 1; next } /^```$/ { on = 0
 # folder that a program of ours was built from.
 steady() {
   sed -E 's/[0-9]{4}-[0-9-]+ [0-9:.]+/TIME/; s/[0-9.]+us/US/g; s/ <[0-9]+\.[0-9]+>$/ <TIME>/
-    s/(night_[a-z]+|client)\.[0-9]+/\1.PID/; s/ +/ /g; s#[^ ]*examples/##' |
+    s/(night_[a-z]+|client|mrvctl)\.[0-9]+/\1.PID/; s/ +/ /g; s#[^ ]*examples/##' |
     awk '/ US US US US / { print $1, $2, $3 | "sort"; next } { close("sort"); print }'
 }

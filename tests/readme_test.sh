@@ -1,6 +1,7 @@
 #!/bin/sh
 # The front page tells the truth: its client is examples/client.c, its C++ is of examples/client.cc, and
-# its sessions, one shell's from first to last, print what they show; "..." stands for lines left out.
+# its sessions, one shell's from first to last, print what they show; so do those of other pages. "..."
+# stands for lines left out.
 # Arguments: the project's folder, the build's.
 set -eu
 root=$1 build=$2
@@ -27,21 +28,29 @@ ln -s "$build" "$work/build/target"
 cp "$build/bin/client_c" "$work/client"
 ln -s "$root/examples" "$work"
 
-block console "$root/README.md" >"$work/page"
-sed -n 's/^\$ //p' "$work/page" |
-  awk '{ print "cat <<\\LINE\n$ " $0 "\nLINE"; print } END { print "kill $!; wait" }' >"$work/session"
-(cd "$work" && PATH=$build/bin:$PATH sh session >printed 2>&1)
-steady <"$work/page" >"$work/shown"
-steady <"$work/printed" | awk '
-  NR == FNR { shown[++lines] = $0; next }
-  { printed[++last] = $0 }
-  END {
-    at = 1
-    for (i = 1; i <= lines; ++i) {
-      if (shown[i] == "...") { gap = 1; continue }
-      while (gap && at < last && printed[at] != shown[i]) ++at
-      if (printed[at++] != shown[i]) { print "shown, not printed: " shown[i]; exit 1 }
-      gap = 0
-    }
-    if (at <= last) { print "printed, not shown: " printed[at]; exit 1 }
-  }' "$work/shown" -
+# held PAGE: whether its console blocks show what their commands print.
+held() {
+  block console "$root/$1" >"$work/page"
+  sed -n 's/^\$ //p' "$work/page" |
+    awk '{ print "cat <<\\LINE\n$ " $0 "\nLINE"; print } END { print "kill $! 2>/dev/null; wait" }' >"$work/session"
+  (cd "$work" && PATH=$build/bin:$PATH sh session >printed 2>&1)
+  steady <"$work/page" >"$work/shown"
+  steady <"$work/printed" | awk -v page="$1" '
+    NR == FNR { shown[++lines] = $0; next }
+    { printed[++last] = $0 }
+    END {
+      at = 1
+      for (i = 1; i <= lines; ++i) {
+        if (shown[i] == "...") { gap = 1; continue }
+        while (gap && at < last && printed[at] != shown[i]) ++at
+        if (printed[at++] != shown[i]) { print page ": not printed: " shown[i]; exit 1 }
+        gap = 0
+      }
+      if (!gap && at <= last) { print page ": not shown: " printed[at]; exit 1 }
+    }' "$work/shown" -
+}
+
+held README.md
+held docs/calls.md
+ln -s target/lib/libexample_platform.so "$work/build/libplatform.so"
+held docs/porting.md

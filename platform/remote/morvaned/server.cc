@@ -86,7 +86,7 @@ void Server::run() {
   while (!stopping_) {
     const bool has_to_look = awaited_ != 0 || !listening_;
     const int count = epoll_wait(epoll_.get(), events, kEvents,
-                                 has_to_look ? std::chrono::milliseconds(kLook).count() : -1);
+                                 has_to_look ? int{std::chrono::milliseconds(kLook).count()} : -1);
     for (int i = 0; i < count; ++i) {
       void *const what = events[i].data.ptr;
       if (what == &signals_)
