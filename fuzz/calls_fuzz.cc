@@ -42,11 +42,10 @@ void read_recording(const std::string &bytes) {
     std::abort();
   CallSummary summary;
   try {
-    RecordedCalls calls({"/proc/self/fd/" + std::to_string(file)});
+    RecordedCalls calls({"/proc/self/fd/" + std::to_string(file)},
+                        RecordedCalls::UnderWay::kIncluded);
     while (const auto call = calls.next())
       show(*call, summary);
-    for (const NotedCall &call : calls.under_way())
-      show(call, summary);
     calls.losses();
   } catch (const OperationFailed &) {
     return;

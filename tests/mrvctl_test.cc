@@ -167,6 +167,14 @@ TEST_F(Mrvctl, CasesOfTheFile) {
   std::fstream(folder_ + "/kinds.mrec", std::ios::in | std::ios::out | std::ios::binary)
       .seekp(kFirstNote + 8)
       .put(9);
+  // One whose process died in its first call, that of the other: of the note what the header keeps.
+  std::ifstream refusals(EXAMPLES_DIR "/recordings/refusals.mrec", std::ios::binary);
+  std::string died(std::istreambuf_iterator<char>(refusals), {});
+  constexpr size_t kBegun = 272, kHead = 32;
+  const std::string note = died.substr(kFirstNote, 96 + 196);
+  died.replace(kBegun, 48, note.substr(16, 24) + note.substr(48, 12) + note.substr(68, 12));
+  died.replace(kBegun + 48, 196, note.substr(96)).replace(kHead, 8, 8, '\0');
+  write_file("died.mrec", died);
   std::ifstream file(MRVCTL_CASES);
   std::string mode;
   size_t cases = 0;

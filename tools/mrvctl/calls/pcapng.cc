@@ -75,11 +75,8 @@ uint8_t flags_of(const NotedCall &call) {
 // outcome, and the name of each register that is touched.
 Bytes texts_of(const NotedCall &call, const AddressIndex &index) {
   std::vector<std::string> texts = {call.process->program, call.operation, call.outcome};
-  for (const Access &access : accesses(call)) {
-    const char *command = command_name(access.address);
-    const std::optional<Location> location = index.find(access.address);
-    texts.push_back(location ? location_text(*location) : command == nullptr ? "" : command);
-  }
+  for (const Access &access : accesses(call))
+    texts.push_back(index.name(access.address));
   Bytes bytes;
   for (const std::string &text : texts) {
     bytes.insert(bytes.end(), text.begin(), text.end());

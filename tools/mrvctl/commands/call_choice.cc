@@ -57,13 +57,15 @@ bool is_chosen(const CallChoice &choice, const NotedCall &call, const AddressInd
   return !choice.reg || touches(call, *choice.reg, index);
 }
 
-std::optional<WrittenWord> last_written(const NotedCall &call, const RegisterChoice &reg,
+std::optional<WrittenWord> last_written(const NotedCall &call, const PlacedRegister &placed,
                                         const AddressIndex &index) {
   if (!is_write(call.request))
     return std::nullopt;
   const std::vector<Access> all = accesses(call);
   for (auto access = all.rbegin(); access != all.rend(); ++access) {
-    if (const auto word = index.last_word_of(reg, access->address, access->words))
+    const auto word = index.last_word_of(placed.reg, access->address, access->words);
+    if (word && static_cast<uint32_t>(access->module) == placed.module &&
+        access->asic == placed.asic)
       return WrittenWord{*access, *word};
   }
   return std::nullopt;

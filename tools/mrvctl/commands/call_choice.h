@@ -24,12 +24,19 @@ void describe_choice(Arguments &arguments, CallChoice &choice);
 
 bool is_chosen(const CallChoice &choice, const NotedCall &call, const AddressIndex &index);
 
+// A register of one module and ASIC.
+struct PlacedRegister {
+  RegisterChoice reg;
+  uint32_t module;
+  uint32_t asic;
+};
+
 // The last word that a call writes into a register, and where it stands.
 struct WrittenWord {
   Access access;
   uint32_t word;  // of the access
 };
-std::optional<WrittenWord> last_written(const NotedCall &call, const RegisterChoice &reg,
+std::optional<WrittenWord> last_written(const NotedCall &call, const PlacedRegister &placed,
                                         const AddressIndex &index);
 
 }  // namespace mrvctl

@@ -14,11 +14,8 @@ Json known(const std::optional<Value> &value) {
 }
 
 Json register_name_json(uint32_t address, const AddressIndex &index) {
-  const std::optional<Location> location = index.find(address);
-  if (location)
-    return location_text(*location);
-  const char *command = command_name(address);
-  return command == nullptr ? Json() : Json(command);
+  const std::string name = index.name(address);
+  return name.empty() ? Json() : Json(name);
 }
 
 void add_register(Json &object, const NotedCall &call, const RegisterFields &request,

@@ -52,7 +52,6 @@ class TraceLogs {
       return std::nullopt;
     return std::move(calls_[next_++]);
   }
-  static std::vector<NotedCall> under_way() { return {}; }
   const std::vector<std::string> &losses() const { return losses_; }
   size_t label_width() const { return label_width_; }
 
@@ -119,12 +118,6 @@ void take_calls(Source &source, const CallsArgs &args, const AddressIndex &index
     if (is_chosen(args.choice, *call, index))
       take(*call);
   }
-  if (args.follow)
-    return;
-  for (const NotedCall &call : source.under_way()) {
-    if (is_chosen(args.choice, call, index))
-      take(call);
-  }
 }
 
 template <typename Source>
@@ -182,7 +175,9 @@ void write_pcapng(Session &session, RecordedCalls &source, const CallsArgs &args
 }
 
 void run_on_recordings(Session &session, const CallsArgs &args, const AddressIndex &index) {
-  RecordedCalls source(resolved(session, args.files));
+  using UnderWay = RecordedCalls::UnderWay;
+  RecordedCalls source(resolved(session, args.files),
+                       args.follow ? UnderWay::kLeftOut : UnderWay::kIncluded);
   if (!args.pcap.empty()) {
     write_pcapng(session, source, args, index);
   } else if (args.summary) {
@@ -234,17 +229,17 @@ void check_last_write(LastWriteArgs &args) {
 
 void run_last_write(Session &session, const LastWriteArgs &args) {
   const AddressIndex index(session.map());
-  RecordedCalls source(resolved(session, args.files));
+  const PlacedRegister reg = {args.choice, session.module, session.asic};
+  RecordedCalls source(resolved(session, args.files), RecordedCalls::UnderWay::kIncluded);
   std::optional<NotedCall> last;
-  CallsArgs all;
-  take_calls(source, all, index, [&](const NotedCall &call) {
-    if (last_written(call, args.choice, index))
-      last = call;
-  });
+  while (std::optional<NotedCall> call = source.next()) {
+    if (last_written(*call, reg, index))
+      last = std::move(call);
+  }
   tell_losses(session, source.losses());
   if (!last)
     throw OperationFailed("nobody wrote it, as far as the recordings reach back");
-  const WrittenWord written = *last_written(*last, args.choice, index);
+  const WrittenWord written = *last_written(*last, reg, index);
   const uint32_t address = written.access.address + 4 * written.word;
   const std::vector<uint32_t> &values = written.access.values;
   const bool known = written.word < values.size();

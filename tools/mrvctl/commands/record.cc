@@ -71,7 +71,7 @@ std::string find_program(const std::string &name) {
     return name;
   const char *const path = getenv("PATH");
   for (const std::string &folder : split(path == nullptr ? "/bin:/usr/bin" : path, ':')) {
-    const std::string file = (folder.empty() ? "." : folder) + '/' + name;
+    std::string file = (folder.empty() ? "." : folder) + '/' + name;
     if (access(file.c_str(), X_OK) == 0)
       return file;
   }
@@ -102,7 +102,7 @@ std::string in_folder(const std::string &path, const std::string &folder) {
 
 // What ld.so is to load into a program and all that it starts, of whatever word size if it can.
 std::string preload_for(const std::string &program) {
-  const std::string own = find_recorder();
+  std::string own = find_recorder();
   const std::string other = in_folder(own, kOtherFolder);
   if (other != own && access(other.c_str(), R_OK) == 0)
     return in_folder(own, "/$LIB/");  // of each program its own

@@ -26,7 +26,8 @@ std::string count_text(uint64_t count, const char *what) {
 
 }  // namespace
 
-RecordedCalls::RecordedCalls(const std::vector<std::string> &paths) {
+RecordedCalls::RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way)
+    : under_way_(under_way) {
   for (const std::string &path : paths) {
     reading([&] { sources_.emplace_back(path); });
     identify(sources_.back());
@@ -72,8 +73,13 @@ void RecordedCalls::advance(size_t file) {
   Source &source = sources_[file];
   recording::Call call;
   source.head.reset();
-  if (reading([&] { return source.reader.next(&call); }))
+  if (reading([&] { return source.reader.next(&call); })) {
     source.head = noted(file, std::move(call));
+  } else if (under_way_ == UnderWay::kIncluded && !source.gave_under_way) {
+    source.gave_under_way = true;
+    if (source.reader.under_way(&call))
+      source.head = noted(file, std::move(call));
+  }
 }
 
 std::optional<NotedCall> RecordedCalls::next() {
@@ -86,18 +92,6 @@ std::optional<NotedCall> RecordedCalls::next() {
       first = file;
   }
   return first ? std::exchange(sources_[*first].head, std::nullopt) : std::nullopt;
-}
-
-std::vector<NotedCall> RecordedCalls::under_way() const {
-  std::vector<NotedCall> all;
-  for (size_t file = 0; file < sources_.size(); ++file) {
-    recording::Call call;
-    if (sources_[file].reader.under_way(&call))
-      all.push_back(noted(file, std::move(call)));
-  }
-  std::stable_sort(all.begin(), all.end(),
-                   [](const NotedCall &a, const NotedCall &b) { return a.order_ns < b.order_ns; });
-  return all;
 }
 
 void RecordedCalls::refresh() {

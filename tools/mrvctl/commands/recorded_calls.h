@@ -15,16 +15,16 @@ namespace mrvctl {
 
 class RecordedCalls {
  public:
+  // Calls that were under way when the files were looked at: of a process that died, its last.
+  enum class UnderWay { kLeftOut, kIncluded };
+
   // Throws OperationFailed where one cannot be read.
-  explicit RecordedCalls(const std::vector<std::string> &paths);
+  RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way);
 
-  // The next call of all files that has returned; empty behind the last. Within a process they come
-  // as the process made them; processes of one boot of the machine compare by its monotonic clock,
-  // so that a wall clock that was set confuses nothing.
+  // The next call of all files; empty behind the last. Within a process they come as the process
+  // made them; processes of one boot of the machine compare by its monotonic clock, so that a wall
+  // clock that was set confuses nothing.
   std::optional<NotedCall> next();
-
-  // The calls that were under way when the files were looked at. For when next() is through.
-  std::vector<NotedCall> under_way() const;
 
   // Looks at the files again: next() goes on with what has come since.
   void refresh();
@@ -46,12 +46,14 @@ class RecordedCalls {
     NotedProcess process;
     uint64_t offset_ns = 0;  // what makes a wall clock of the boot's monotonic clock
     std::optional<NotedCall> head;
+    bool gave_under_way = false;
   };
 
   void identify(Source &source);
   void advance(size_t file);
   NotedCall noted(size_t file, recording::Call &&call) const;
 
+  UnderWay under_way_;
   std::deque<Source> sources_;
   std::map<std::string, uint64_t> boots_;  // the offset of each boot of the machine
 };

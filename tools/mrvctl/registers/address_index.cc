@@ -95,9 +95,16 @@ std::optional<Location> AddressIndex::find(uint32_t address) const {
   return Location{span.reg, offset / 4 / span.entry_size, offset / 4 % span.entry_size};
 }
 
+std::string AddressIndex::name(uint32_t address) const {
+  if (const std::optional<Location> location = find(address))
+    return location_text(*location);
+  const char *const command = command_name(address);
+  return command == nullptr ? "" : command;
+}
+
 std::string AddressIndex::text(uint32_t address) const {
-  const std::optional<Location> location = find(address);
-  return location ? location_text(*location) : format("0x%08x", address);
+  const std::string known = name(address);
+  return known.empty() ? format("0x%08x", address) : known;
 }
 
 std::optional<uint32_t> AddressIndex::last_word_of(const RegisterChoice &choice, uint32_t address,

@@ -44,7 +44,10 @@ class AddressIndex {
   // Empty where no register has that address.
   std::optional<Location> find(uint32_t address) const;
 
-  // The register by name, or the address in digits.
+  // The register or the command that has the address; empty where none has.
+  std::string name(uint32_t address) const;
+
+  // The same, or the address in digits.
   std::string text(uint32_t address) const;
 
   // Which word of a run from an address on is the last that belongs to the choice; empty where
