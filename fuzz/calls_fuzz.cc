@@ -28,7 +28,7 @@ const AddressIndex &address_index() {
 // All that the tool says of a call; a line is one line.
 void show(const NotedCall &call, CallSummary &summary) {
   const AddressIndex &index = address_index();
-  const std::string line = call_line(call, index, 7);
+  const std::string line = call_line(call, index, 7, std::nullopt);
   if (line.find('\n') != line.size() - 1 || line.find('\033') != std::string::npos)
     std::abort();
   call_json(call, index).dump();

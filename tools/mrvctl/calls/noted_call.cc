@@ -87,11 +87,26 @@ std::string entry_text(const kel_asic_xn_entry_t &entry, const AddressIndex &ind
          masked_text(entry.data, entry.mask);
 }
 
-std::string entries_text(const TransactionFields &transaction, const AddressIndex &index) {
+// The first entries; those that touch a register where somebody asks after one.
+std::string entries_text(const TransactionFields &transaction, const AddressIndex &index,
+                         const std::optional<RegisterChoice> &wanted) {
   std::vector<std::string> entries;
-  for (size_t i = 0; i < std::min(transaction.entries.size(), kEntriesShown); ++i)
-    entries.push_back(entry_text(transaction.entries[i], index));
-  return join(entries, ", ") + (transaction.entries.size() > kEntriesShown ? ", ..." : "");
+  for (const kel_asic_xn_entry_t &entry : transaction.entries) {
+    if (wanted && !index.last_word_of(*wanted, entry.reg, 1))
+      continue;
+    if (entries.size() == kEntriesShown)
+      return join(entries, ", ") + ", ...";
+    entries.push_back(entry_text(entry, index));
+  }
+  return join(entries, ", ");
+}
+
+std::string detail_text(const NotedCall &call, const AddressIndex &index,
+                        const std::optional<RegisterChoice> &wanted) {
+  if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
+    return entries_text(*transaction, index, wanted);
+  const auto *qos = std::get_if<QosFields>(&call.answer);
+  return qos != nullptr && qos->type == QOS_STATS_GET ? stats_text(*qos->stats) : "";
 }
 
 }  // namespace
@@ -151,13 +166,6 @@ std::string value_text(const NotedCall &call) {
   return "-";
 }
 
-std::string detail_text(const NotedCall &call, const AddressIndex &index) {
-  if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
-    return entries_text(*transaction, index);
-  const auto *qos = std::get_if<QosFields>(&call.answer);
-  return qos != nullptr && qos->type == QOS_STATS_GET ? stats_text(*qos->stats) : "";
-}
-
 std::string caller_text(const NotedCall &call) {
   const auto *reg = std::get_if<RegisterFields>(&call.request);
   if (reg == nullptr || (reg->func.empty() && reg->file.empty()))
@@ -172,14 +180,15 @@ std::string call_heading(size_t process_width) {
                 "VALUE", "RESULT", "CALLER");
 }
 
-std::string call_line(const NotedCall &call, const AddressIndex &index, size_t process_width) {
+std::string call_line(const NotedCall &call, const AddressIndex &index, size_t process_width,
+                      const std::optional<RegisterChoice> &wanted) {
   const std::string duration = call.duration_ns ? duration_text(*call.duration_ns) : "-";
   std::string line =
       format("%s  %-*s  %12s  %-13s  %-30s  %-26s  %-10s  ", local_time_text(call.wall_ns).c_str(),
              static_cast<int>(process_width), call.process->label.c_str(), duration.c_str(),
              call.operation.c_str(), target_text(call, index).c_str(), value_text(call).c_str(),
              call.outcome.c_str()) +
-      caller_text(call) + detail_text(call, index);
+      caller_text(call) + detail_text(call, index, wanted);
   line.erase(line.find_last_not_of(' ') + 1);
   return line + "\n";
 }

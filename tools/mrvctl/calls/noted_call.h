@@ -68,16 +68,15 @@ std::string target_text(const NotedCall &call, const AddressIndex &index);
 // The value or words that it carried, either way.
 std::string value_text(const NotedCall &call);
 
-// What only calls have that do not tell their caller: the first entries of a transaction, the sums
-// of statistics. Empty for others.
-std::string detail_text(const NotedCall &call, const AddressIndex &index);
-
 // "main client.c:10 context 7"; empty where nobody told.
 std::string caller_text(const NotedCall &call);
 
-// One line of a table that has these headings.
+// One line of a table that has these headings. Behind a call that does not tell its caller stand
+// the first entries of its transaction, of those that touch a register where one is wanted, or the
+// sums of its statistics.
 std::string call_heading(size_t process_width);
-std::string call_line(const NotedCall &call, const AddressIndex &index, size_t process_width);
+std::string call_line(const NotedCall &call, const AddressIndex &index, size_t process_width,
+                      const std::optional<RegisterChoice> &wanted);
 
 }  // namespace mrvctl
 

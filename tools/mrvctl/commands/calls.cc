@@ -92,8 +92,9 @@ class TraceLogs {
 // Shows calls, a line each, behind a heading.
 class CallTable {
  public:
-  CallTable(Session &session, const AddressIndex &index, size_t process_width)
-      : report_(session.report), index_(index), process_width_(process_width) {
+  CallTable(Session &session, const AddressIndex &index, size_t process_width,
+            const std::optional<RegisterChoice> &wanted)
+      : report_(session.report), index_(index), process_width_(process_width), wanted_(wanted) {
     if (!report_.json())
       report_.result({}, call_heading(process_width));
   }
@@ -102,13 +103,14 @@ class CallTable {
     if (report_.json())
       report_.result(call_json(call, index_), "");
     else
-      report_.result({}, call_line(call, index_, process_width_));
+      report_.result({}, call_line(call, index_, process_width_, wanted_));
   }
 
  private:
   Report &report_;
   const AddressIndex &index_;
   size_t process_width_;
+  std::optional<RegisterChoice> wanted_;
 };
 
 // Hands on the calls that are there and chosen.
@@ -183,7 +185,7 @@ void run_on_recordings(Session &session, const CallsArgs &args, const AddressInd
   } else if (args.summary) {
     show_summary(session, source, args, index);
   } else {
-    const CallTable table(session, index, source.label_width());
+    const CallTable table(session, index, source.label_width(), args.choice.reg);
     show_calls(table, source, args, index);
     if (args.follow)
       follow(source, table, args, index);
@@ -196,7 +198,8 @@ void run_on_trace_logs(Session &session, const CallsArgs &args, const AddressInd
   if (args.summary)
     show_summary(session, source, args, index);
   else
-    show_calls(CallTable(session, index, source.label_width()), source, args, index);
+    show_calls(CallTable(session, index, source.label_width(), args.choice.reg), source, args,
+               index);
   tell_losses(session, source.losses());
 }
 
