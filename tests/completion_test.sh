@@ -46,4 +46,5 @@ offers "RECORDED FAST" replay --speed ""
 offers "HR. HI. HF." last-write h
 offers "--help --read --scratch *--junit" check --
 offers "SS. HR. *XL." check --scratch ""
+offers "nif:" check --port N
 exit $failed

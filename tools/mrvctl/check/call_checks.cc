@@ -156,7 +156,7 @@ void stays_within_the_record(const Subject &subject) {
   const uint32_t address = read_address(subject);
   registers.read(address);
   registers.read_run(address, 1);
-  registers.read_run(address, 0);
+  Request(TYPE_READ_DHS, registers.entry(address)).send(SYSSRV_REG_READ_CASE);  // refused or not
 }
 
 // Words behind those that were asked for, and those that the answer does not count, stay as sent.

@@ -2,6 +2,7 @@
 #include "check/isolation.h"
 
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -88,6 +89,7 @@ void catch_bad_addresses() {
   const rlimit no_core = {0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
   setpgid(0, 0);
+  prctl(PR_SET_PDEATHSIG, SIGKILL);  // a check that hangs does not outlive the tool
   catch_bad_addresses();
   try {
     work();

@@ -112,7 +112,9 @@ uint64_t counted_drops(const kel_asic_qos_stats_t &stats) {
 
 // Traffic may go on, but what was counted before is gone.
 void expect_fewer(uint64_t after, uint64_t before, const char *what) {
-  if (before > 0 && after >= before)
+  if (before == 0)
+    throw NotApplicable{"the port has counted nothing that could be cleared"};
+  if (after >= before)
     throw Breach{
         format("fewer than %llu counted after ", static_cast<unsigned long long>(before)) + what,
         format("%llu", static_cast<unsigned long long>(after))};
