@@ -41,9 +41,10 @@ find_breaches() {
 # On a switch that lives on, what stood there stands there again, however the checks end.
 put_back() {
   local lines=$'write HI.2 40 17\nwrite HI.2 47 34\ndhs-write HF.0 HF_DHS_POL 1 1 2 3 4 5 6 7 8\npause on hif 3'
-  "$mrvctl" -f - <<<"$lines" >/dev/null
   expect "" served "$virtual" "${everything[@]}"
   ! grep SKIP "$work/served.tap"
+  "$mrvctl" -f - <<<"$lines" >/dev/null
+  expect "" written "$virtual" "${everything[@]}"
   expect "P22 P25 P26" P22_P25_P26_crashes "$wrong" "${everything[@]}"
   for seconds in 60 1; do
     MORVANE_WRONG=hangs_in_a_field_write timeout --foreground -s INT "$seconds" \
