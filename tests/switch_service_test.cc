@@ -3,8 +3,10 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -88,6 +90,17 @@ int wait_for(pid_t process) {
   }
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
+
+int fail_next_send = 0;  // with this errno, once, and without sending anything
+
+}  // namespace
+
+ssize_t sendmsg(int fd, const msghdr *message, int flags) {
+  errno = std::exchange(fail_next_send, 0);
+  return errno != 0 ? -1 : syscall(SYS_sendmsg, fd, message, flags);
+}
+
+namespace {
 
 // In a child: gives what the function gives.
 int in_child(const std::function<int()> &run) {
@@ -341,6 +354,74 @@ TEST_F(SwitchService, late_answers_and_lost_services_are_reported_once) {
   expect_register(5);
 }
 
+TEST_F(SwitchService, connects_anew_where_nothing_was_sent_and_finds_room_in_a_full_queue) {
+  start();
+  const std::pair<int, int> failures[] = {{EPIPE, 0}, {ECONNRESET, 0},    {ENOTCONN, 0},
+                                          {EBADF, 0}, {ENOBUFS, ENOBUFS}, {ENOMEM, ENOMEM}};
+  for (const auto &[failure, expected] : failures) {
+    fail_next_send = failure;
+    EXPECT_EQ(write_register(1), expected);
+    EXPECT_EQ(write_register(2), 0) << failure;
+  }
+  EXPECT_EQ(in_child([] {
+              int others = close_range(0, 2, 0) + write_register(3);
+              for (int standard = 0; standard <= STDERR_FILENO; ++standard)
+                others += fcntl(standard, F_GETFD) + 1;
+              return others;
+            }),
+            0);
+  remote::Address address;
+  ASSERT_EQ(remote::parse_address(address_.c_str(), &address), 0);
+  kill(service_, SIGSTOP);
+  std::vector<int> queue;
+  do
+    queue.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  while (connect(queue.back(), address.get(), address.length) == 0);
+  EXPECT_EQ(errno, EAGAIN);
+  const pid_t second = spawn({});
+  const pid_t child = fork();
+  if (child == 0)
+    _exit(write_register(4));
+  usleep(100000);
+  kill(service_, SIGCONT);
+  EXPECT_EQ(wait_for(child), 0);
+  EXPECT_EQ(wait_for(second), 1);
+  expect_log("already served by process " + std::to_string(service_));
+  std::for_each(queue.begin(), queue.end(), close);
+  expect_register(4);
+}
+
+TEST_F(SwitchService, has_room_for_so_many_long_records_at_once_and_for_short_ones_always) {
+  constexpr uint32_t length = 1 << 20;
+  start({"--max-record", std::to_string(length)});
+  std::vector<uint32_t> run(length / 4);
+  run[0] = TYPE_READ_DHS;
+  sys_srvc_case_params_t params = {KEL_ASIC_DRIVER_MORVANE, run.data()};
+  EXPECT_EQ(sse_call2(SYSSRV_REG_READ_CASE, &params, length), 0);
+  const std::string part = bytes_of(kGoodHello, Header{1, remote::kCall, 0, 0, 0, 0, length}) +
+                           std::string(length - sizeof(Header), 'x');
+  std::vector<int> others(9);
+  for (int &other : others) {
+    other = connect_raw();
+    send(other, part.data(), part.size(), MSG_NOSIGNAL);
+    for (int left = 1; left != 0 && ioctl(other, TIOCOUTQ, &left) == 0;)
+      usleep(1000);
+  }
+  expect_log("a long record, while those of others leave no room");
+  EXPECT_EQ(receive(others.back(), 1000),
+            bytes_of(Hello{remote::kMagic, remote::kVersion, 0, length, 0},
+                     Header{1, remote::kCall, 0, 0, -1, ENOBUFS, 0}));
+  EXPECT_EQ(sse_call2(SYSSRV_REG_READ_CASE, &params, length), -1);
+  EXPECT_EQ(errno, ENOBUFS);
+  EXPECT_EQ(write_register(5), 0);
+  std::for_each(others.begin(), others.end(), close);
+  const vp_client *list = nullptr;
+  uint32_t count = 0;
+  for (int i = 0; i < 500 && vp_clients(&list, &count) == 0 && count != 1; ++i)
+    usleep(10000);
+  EXPECT_EQ(sse_call2(SYSSRV_REG_READ_CASE, &params, length), 0);
+}
+
 TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_what_is_not_its_own) {
   start({"--max-clients", "2", "--verbose"});
   EXPECT_EQ(wait_for(spawn({})), 1);
@@ -386,6 +467,7 @@ TEST_F(SwitchService, takes_a_socket_that_was_handed_over_and_tells_when_it_is_r
   ASSERT_EQ(listen(listener, 8), 0);
   service_ = spawn({}, [&] {
     dup2(listener, 3);
+    close_range(0, 2, 0);
     setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
     setenv("LISTEN_FDS", "1", 1);
     setenv("NOTIFY_SOCKET", notify_path.c_str(), 1);
@@ -394,6 +476,10 @@ TEST_F(SwitchService, takes_a_socket_that_was_handed_over_and_tells_when_it_is_r
   state.resize(static_cast<size_t>(recv(notify, state.data(), state.size(), 0)));
   EXPECT_EQ(state, "READY=1\nSTATUS=Serving at " + address_);
   EXPECT_EQ(vp_connect(address_.c_str()), 0);
+  const int raw = connect_raw();
+  send(raw, std::string(100, 'x').data(), 100, MSG_NOSIGNAL);
+  EXPECT_EQ(receive(raw, 1000), bytes_of(kServiceHello));  // and nothing of the log
+  close(raw);
   EXPECT_EQ(write_register(5), 0);
   EXPECT_EQ(stop(SIGTERM), 0);
   EXPECT_TRUE(std::filesystem::exists(address_));  // whoever made it removes it

@@ -38,8 +38,16 @@ using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kClients = 32, kVictims = 6, kLives = 3;
 constexpr uint32_t kRun = 3;            // words that a client writes in one transaction
-constexpr int kPatience = 7;            // seconds; the service has a little less
+constexpr int kPatience = 15;           // seconds; the service has some less
 constexpr long kMostGrowth = 4 * 1024;  // KiB that the service may keep in all
+
+char folder[] = "/tmp/switch_stress_XXXXXX";
+const pid_t first_process = getpid();
+
+void remove_folder() {
+  if (getpid() == first_process)
+    std::filesystem::remove_all(folder);
+}
 
 [[noreturn]] void fail(const std::string &what) {
   std::fprintf(stderr, "switch_stress: %s\n", what.c_str());
@@ -124,8 +132,9 @@ volatile std::sig_atomic_t told_to_end = 0;
     pause();
 }
 
-// One that asks and takes no answer: 0 once the service has let it go.
-[[noreturn]] void run_sleeper(const std::string &path) {
+// One that asks and takes no answer, or one that stops within a message: 0 once the service has let
+// it go.
+[[noreturn]] void run_sleeper(const std::string &path, bool asks) {
   remote::Address where;
   remote::parse_address(path.c_str(), &where);
   const int raw = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
@@ -133,7 +142,7 @@ volatile std::sig_atomic_t told_to_end = 0;
   const remote::Header header = {1, remote::kListClients, 0, 0, 0, 0, 0};
   if (connect(raw, where.get(), where.length) != 0 || send(raw, &hello, sizeof hello, 0) < 0)
     std::exit(EXIT_FAILURE);
-  while (send(raw, &header, sizeof header, MSG_NOSIGNAL) > 0) {
+  while (send(raw, &header, asks ? sizeof header : 5, MSG_NOSIGNAL) > 0 && asks) {
   }
   pollfd gone = {raw, 0, 0};
   std::exit(poll(&gone, 1, kPatience * 1000) == 1 ? EXIT_SUCCESS : EXIT_FAILURE);
@@ -191,9 +200,9 @@ long resident_memory(pid_t process) {
 int main(int argc, char **argv) {
   if (argc != 3)
     fail("usage: switch_stress MORVANED SECONDS");
-  char folder[] = "/tmp/switch_stress_XXXXXX";
   if (mkdtemp(folder) == nullptr)
     fail("no folder");
+  std::atexit(remove_folder);
   const std::string path = std::string(folder) + "/socket";
   setenv("MORVANE_SWITCH", path.c_str(), 1);
   pid_t service = start_service(argv[1], path, 1);
@@ -206,7 +215,7 @@ int main(int argc, char **argv) {
   std::minstd_rand random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same course each time
   size_t files = 0;
   long memory = 0;
-  pid_t sleeper = 0;
+  std::array<pid_t, 2> sleepers = {};
   for (uint32_t number = 1; number <= kLives; ++number) {
     if (number > 1) {
       end(service, SIGKILL);
@@ -214,8 +223,8 @@ int main(int argc, char **argv) {
     }
     files = open_files(service);
     memory = resident_memory(service);
-    if (number == kLives && life_time > std::chrono::seconds(kPatience))
-      sleeper = fork_child([&] { run_sleeper(path); });
+    for (size_t i = 0; number == kLives && i < sleepers.size(); ++i)
+      sleepers[i] = fork_child([&] { run_sleeper(path, i == 0); });
     while (Clock::now() - start < number * life_time) {
       const uint32_t one = static_cast<uint32_t>(random()) % kVictims;
       if (victims[one] != 0)
@@ -226,11 +235,13 @@ int main(int argc, char **argv) {
   }
   for (const pid_t victim : victims)
     end(victim, SIGKILL);
-  if (sleeper != 0 && end(sleeper, 0) != 0)
-    fail("a client that takes no answer is not let go");
   for (const pid_t client : clients) {
     if (end(client, SIGTERM) != 0)
       fail("a client ended badly, or never saw its own words");
+  }
+  for (const pid_t sleeper : sleepers) {
+    if (end(sleeper, 0) != 0)
+      fail("a client that takes no answer, or ends no message, is not let go");
   }
   const vp_client *list = nullptr;
   uint32_t count = 0;
@@ -239,7 +250,6 @@ int main(int argc, char **argv) {
   const size_t files_left = open_files(service);
   const long growth = resident_memory(service) - memory;
   end(service, SIGTERM);
-  std::filesystem::remove_all(folder);
   if (count != 1 || files_left > files)
     fail(std::to_string(files_left) + " open files stay, of " + std::to_string(count) + " clients");
   if (growth > kMostGrowth)

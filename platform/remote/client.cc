@@ -27,7 +27,7 @@ struct Settings {
   bool remote;
   int number_error;  // what is wrong with the environment: each request fails with it
   int address_error;
-  int wait;     // ms; for the service to come up, at the first connection
+  int wait;     // ms; for the service to come up, or for room in its queue
   int timeout;  // ms; for an answer; 0 for as long as it takes
   Address address;
 };
@@ -104,6 +104,13 @@ int wait_for(int fd, short events, int64_t deadline) {
     if (errno != EINTR)
       return errno;
   }
+}
+
+// Whether that is how a service which has gone away shows; or a socket that is closed behind our
+// back.
+bool is_gone(int error) {
+  return error == EPIPE || error == ECONNRESET || error == ENOTCONN || error == EBADF ||
+         error == ENOTSOCK;
 }
 
 // Bytes on their way, in two parts.
@@ -190,19 +197,34 @@ int exchange_hellos(int fd, int64_t deadline, bool *turned_away) {
   return other.error_number;
 }
 
-// Connects once. Sets again where the service may be there soon.
+// A process that has closed a standard stream goes on using its number.
+int make_socket() {
+  const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (made < 0 || made > STDERR_FILENO)
+    return made;
+  const int fd = fcntl(made, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const int error = errno;
+  close(made);
+  errno = error;
+  return fd;
+}
+
+// Connects once. Sets again where the service may soon be there, or have room in its queue. An
+// initialisation that finds no card is final, and so the first connection waits for a service that
+// is being started; later ones do not.
 int open_connection(int64_t hello_deadline, bool *again) {
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  const int fd = make_socket();
   if (fd < 0)
     return errno;
   int error = 0;
   bool turned_away = false;
   if (connect(fd, settings.address.get(), settings.address.length) != 0) {
     error = errno;
-    *again = error == ENOENT || error == ECONNREFUSED || error == EAGAIN;
+    *again =
+        error == EAGAIN || (!connection.was_open && (error == ENOENT || error == ECONNREFUSED));
   } else {
     error = exchange_hellos(fd, hello_deadline, &turned_away);
-    *again = error == ECONNRESET && !turned_away;
+    *again = error == ECONNRESET && !turned_away && !connection.was_open;
   }
   struct stat opened = {};
   if (error == 0 && (fcntl(fd, F_SETFL, 0) != 0 || fstat(fd, &opened) != 0))
@@ -219,11 +241,8 @@ int open_connection(int64_t hello_deadline, bool *again) {
   return 0;
 }
 
-// An initialisation that finds no card is final, and so the first connection waits for a service
-// that is being started.
 int connect_to_service() {
-  const int64_t start = now();
-  const int64_t deadline = start + (connection.was_open ? 0 : settings.wait);
+  const int64_t deadline = now() + settings.wait;
   int hello_wait = settings.wait > kLeastHelloWait ? settings.wait : kLeastHelloWait;
   if (settings.timeout > 0 && settings.timeout < hello_wait)
     hello_wait = settings.timeout;
@@ -275,12 +294,15 @@ int receive_answer(const Header &request, uint32_t expected, Header &answer, int
 int exchange(Header &request, const void *body, uint32_t expected, Header &answer) {
   const int64_t deadline = settings.timeout > 0 ? now() + settings.timeout : kNever;
   Transfer sent = {{{&request, sizeof request}, {const_cast<void *>(body), request.length}}, 0};
-  int error = send_all(connection.fd, sent, sizeof request + request.length, deadline);
-  if (error == 0)
+  const int cut = send_all(connection.fd, sent, sizeof request + request.length, deadline);
+  int error = cut;
+  if (cut != 0 && sent.done == 0)
+    error = is_gone(cut) ? ENOTCONN : cut;
+  else if (cut == 0 || is_gone(cut))  // who refuses a record before all of it has come says so
     error = receive_answer(request, expected, answer, deadline);
-  if (error != 0)
+  if (cut != 0 || error != 0)
     drop_connection();
-  return sent.done == 0 && error != ETIMEDOUT ? ENOTCONN : error == EPIPE ? ECONNRESET : error;
+  return error;
 }
 
 // The same with what comes before: a connection, which is made anew where the request did not

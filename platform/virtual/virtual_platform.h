@@ -42,11 +42,13 @@
  * | ENOENT,      | no service has come up within MORVANE_SWITCH_WAIT milliseconds (2000);     |
  * | ECONNREFUSED | any other errno of connect() likewise                                      |
  * | EACCES       | the service serves its owner, root and perhaps a group, and not this user  |
- * | EAGAIN       | it has as many clients as it takes                                         |
+ * | EAGAIN       | it has as many clients as it takes, or for MORVANE_SWITCH_WAIT             |
+ * |              | milliseconds as many more that wait                                        |
  * | ECONNRESET   | it went away during the call, whose outcome is unknown                     |
  * | ETIMEDOUT    | no answer came within MORVANE_SWITCH_TIMEOUT milliseconds (no limit); the  |
  * |              | outcome is unknown                                                         |
  * | EMSGSIZE     | the record is longer than the service takes; it was not sent               |
+ * | ENOBUFS      | a record beyond 64 KiB, while others' take up the room that the service has|
  * | EPERM        | a control of the switch, for whoever is neither root nor the service's user|
  * | EPROTO,      | what answers is no morvaned, or one of another version                     |
  * | EPROTONOSUPPORT |                                                                         |

@@ -15,10 +15,11 @@ using remote::Hello;
 constexpr std::size_t kLeastRoom = 16384;
 constexpr std::size_t kMostRoom = 65536;
 
-// A buffer that a long message has needed is not kept.
+// A buffer that a long message has needed is not kept; for a shorter one there is always room.
 constexpr std::size_t kKeptCapacity = 65536;
 
 constexpr const char *kTooLong = "a record that is too long";
+constexpr const char *kNoRoom = "a long record, while those of others leave no room";
 
 template <typename Message>
 Message front(const Bytes &bytes) {
@@ -41,6 +42,17 @@ Hello service_hello(const Service &service, int error_number) {
 Connection::Connection(Service &service, Peer &peer) : service_(service), peer_(peer) {
   const Hello hello = service_hello(service, 0);
   append(out_, &hello, sizeof hello);
+  count_held();
+}
+
+Connection::~Connection() {
+  service_.hold(-static_cast<int64_t>(held_));
+}
+
+void Connection::count_held() {
+  const std::size_t held = have_ + out_.size();
+  service_.hold(static_cast<int64_t>(held) - static_cast<int64_t>(held_));
+  held_ = held;
 }
 
 // Why a request is not taken; null where it is.
@@ -73,6 +85,16 @@ Part Connection::room() {
 
 void Connection::received(std::size_t count) {
   have_ += count;
+  count_held();
+  if (greeted_ && have_ > kKeptCapacity && !is_ready() && service_.is_full())
+    refuse(front<Header>(in_), ENOBUFS, kNoRoom);
+}
+
+// The answer, and the end behind it.
+void Connection::refuse(const Header &request, int error_number, const char *why) {
+  const Header answer = answer_to(request, error_number, 0);
+  append(out_, &answer, sizeof answer);
+  fault_ = why;
 }
 
 void Connection::sent(std::size_t count) {
@@ -82,6 +104,7 @@ void Connection::sent(std::size_t count) {
   out_.clear();
   sent_ = 0;
   release(out_);
+  count_held();
 }
 
 void Connection::serve_one() {
@@ -89,6 +112,7 @@ void Connection::serve_one() {
     serve_request();
   else
     serve_hello();
+  count_held();
 }
 
 void Connection::serve_hello() {
@@ -100,10 +124,8 @@ void Connection::serve_hello() {
 void Connection::serve_request() {
   const auto header = front<Header>(in_);
   fault_ = fault_of_request(header);
-  if (fault_ == kTooLong) {
-    const Header answer = answer_to(header, EMSGSIZE, 0);
-    append(out_, &answer, sizeof answer);
-  }
+  if (fault_ == kTooLong)
+    refuse(header, EMSGSIZE, kTooLong);
   if (fault_ != nullptr)
     return;
   service_.serve(peer_, header, in_.data() + sizeof header, out_);

@@ -21,6 +21,9 @@ class Connection {
  public:
   // The service's hello stands in the output at once.
   Connection(Service &service, Peer &peer);
+  ~Connection();
+  Connection(const Connection &) = delete;
+  Connection &operator=(const Connection &) = delete;
 
   // Where the next bytes go, and, with received(), how many have come.
   Part room();
@@ -46,6 +49,8 @@ class Connection {
   void serve_hello();
   void serve_request();
   const char *fault_of_request(const remote::Header &request) const;
+  void refuse(const remote::Header &request, int error_number, const char *why);
+  void count_held();
   std::size_t length_at_hand() const;
   void drop_front(std::size_t count);
 
@@ -55,6 +60,7 @@ class Connection {
   std::size_t have_ = 0;
   Bytes out_;
   std::size_t sent_ = 0;
+  std::size_t held_ = 0;  // as the service knows it
   bool greeted_ = false;
   const char *fault_ = nullptr;
 };

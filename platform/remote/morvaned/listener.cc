@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 
 #include <algorithm>
@@ -17,15 +18,16 @@ namespace {
 
 constexpr int kBacklog = 128;
 constexpr int kLockTries = 300;
-constexpr int kLockPause = 10;       // ms
+constexpr int kLockPause = 10;  // ms
+constexpr timeval kProbeWait = {1, 0};
 constexpr int kFirstHandedOver = 3;  // descriptor of the first socket of LISTEN_FDS
 
 [[noreturn]] void fail(const std::string &what, int error) {
   throw StartError(what + ": " + std::strerror(error));
 }
 
-Descriptor unix_socket(int type) {
-  Descriptor made(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+Descriptor stream_socket(int flags) {
+  Descriptor made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
   if (made.get() < 0)
     fail("cannot make a socket", errno);
   return made;
@@ -37,13 +39,14 @@ int integer_option(int socket, int option) {
   return getsockopt(socket, SOL_SOCKET, option, &value, &length) == 0 ? value : -1;
 }
 
-// Stops where somebody serves the address.
+// Stops where somebody serves the address. Who that is shows once there is room in its queue.
 void expect_unserved(const remote::Address &address, const std::string &text) {
-  const Descriptor probe = unix_socket(SOCK_STREAM);
+  const Descriptor probe = stream_socket(0);
+  setsockopt(probe.get(), SOL_SOCKET, SO_SNDTIMEO, &kProbeWait, sizeof kProbeWait);
   const int error = connect(probe.get(), address.get(), address.length) == 0 ? 0 : errno;
   if (error == ECONNREFUSED || error == ENOENT)
     return;
-  if (error != 0 && error != EAGAIN)  // EAGAIN: more wait to be served than it has room for
+  if (error != 0 && error != EAGAIN)  // EAGAIN: its queue stays full
     fail(text, error);
   ucred peer = {};
   socklen_t length = sizeof peer;
@@ -141,7 +144,7 @@ void Listener::listen_at(std::optional<gid_t> group) {
   remote::Address address;
   if (const int error = remote::parse_address(address_.c_str(), &address))
     fail("--socket '" + address_ + "'", error);
-  socket_ = unix_socket(SOCK_STREAM);
+  socket_ = stream_socket(SOCK_NONBLOCK);
   if (!address.is_abstract()) {
     bind_path(address, group);
     return;

@@ -2,11 +2,9 @@
 
 #include <sys/epoll.h>
 #include <sys/resource.h>
-#include <sys/signalfd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -21,7 +19,7 @@ constexpr int kEvents = 64;         // taken from the kernel at once
 constexpr int kAcceptsATurn = 16;   // so that those who are here have their turn
 constexpr rlim_t kOtherFiles = 32;  // descriptors that are no client's
 constexpr auto kLook = std::chrono::seconds(1);
-constexpr auto kPatience = std::chrono::seconds(5);
+constexpr int kPatience = 5;  // looks: time in which this process does not run is nobody's fault
 
 // As the kernel knows it. A program chooses its name: nothing of it reaches a terminal unchecked.
 std::string program_name(pid_t process) {
@@ -57,19 +55,17 @@ void raise_file_limit(rlim_t clients) {
 
 }  // namespace
 
-Server::Server(Service &service, int listener, const Limits &limits, bool verbose)
-    : service_(service), listener_(listener), limits_(limits), verbose_(verbose) {
+Server::Server(Service &service, int listener, int signals, const Limits &limits, bool verbose)
+    : service_(service),
+      listener_(listener),
+      signals_(signals),
+      limits_(limits),
+      verbose_(verbose),
+      epoll_(epoll_create1(EPOLL_CLOEXEC)) {
   raise_file_limit(limits.clients);
-  sigset_t ending;
-  sigemptyset(&ending);
-  sigaddset(&ending, SIGTERM);
-  sigaddset(&ending, SIGINT);
-  sigprocmask(SIG_BLOCK, &ending, nullptr);
-  signals_ = Descriptor(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
-  epoll_ = Descriptor(epoll_create1(EPOLL_CLOEXEC));
-  if (signals_.get() < 0 || epoll_.get() < 0)
+  if (epoll_.get() < 0)
     throw StartError(std::string("cannot make the event loop: ") + std::strerror(errno));
-  watch(signals_.get(), &signals_);
+  watch(signals_, &signals_);
   watch(listener_, &listener_);
 }
 
@@ -231,7 +227,8 @@ const char *Server::send(Client &client) {
     if (count < 0)
       return client.connection.is_greeted() ? "ended before it took its answer" : "";
     client.connection.sent(static_cast<std::size_t>(count));
-    client.moved = Clock::now();
+    if (!client.connection.has_output())
+      client.looks = 0;
   }
   return nullptr;
 }
@@ -241,10 +238,11 @@ const char *Server::send(Client &client) {
 void Server::wait_for_more(Client &client) {
   const Connection &connection = client.connection;
   const uint32_t events = connection.has_output() || connection.is_ready() ? EPOLLOUT : EPOLLIN;
-  const bool is_awaited = events == EPOLLOUT || !connection.is_greeted();
+  const bool is_awaited =
+      events == EPOLLOUT || !connection.is_greeted() || connection.is_within_message();
   if (is_awaited && !client.is_awaited) {
     ++awaited_;
-    client.moved = Clock::now();
+    client.looks = 0;
   }
   if (!is_awaited && client.is_awaited)
     --awaited_;
@@ -258,16 +256,22 @@ void Server::wait_for_more(Client &client) {
   epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, client.socket.get(), &event);
 }
 
-// Lets go who does not greet or does not take its answers, and listens again after a pause.
+// What a client owes that is let go.
+const char *Server::debt_of(const Connection &connection) {
+  return !connection.is_greeted()  ? "does not greet"
+         : connection.has_output() ? "does not take its answers"
+                                   : "does not end its message";
+}
+
+// Lets go who owes the same for too long, and listens again after a pause.
 void Server::look_after_clients() {
-  const Clock::time_point now = Clock::now();
-  next_look_ = now + kLook;
+  next_look_ = Clock::now() + kLook;
   if (!listening_)
     resume_listening();
   for (auto next = clients_.begin(); next != clients_.end();) {
     Client &client = **next++;
-    if (client.is_awaited && now - client.moved > kPatience)
-      end(client, client.connection.is_greeted() ? "does not take its answers" : "does not greet");
+    if (client.is_awaited && ++client.looks > kPatience)
+      end(client, debt_of(client.connection));
   }
 }
 

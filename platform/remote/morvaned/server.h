@@ -24,9 +24,9 @@ struct Limits {
 class Server {
  public:
   // Serves what connects to a socket that listens. Throws a StartError.
-  Server(Service &service, int listener, const Limits &limits, bool verbose);
+  Server(Service &service, int listener, int signals, const Limits &limits, bool verbose);
 
-  // Returns when SIGTERM or SIGINT has come.
+  // Returns when there is a signal to read.
   void run();
 
  private:
@@ -39,8 +39,8 @@ class Server {
     Connection connection;
     std::list<std::unique_ptr<Client>>::iterator self;
     uint32_t events = 0;     // for which the loop waits
-    bool is_awaited = true;  // it owes its hello, or has answers to take
-    Clock::time_point moved = Clock::now();
+    bool is_awaited = true;  // it owes its hello or the rest of a message, or has answers to take
+    int looks = 0;           // that have found it owing the same
   };
 
   void watch(int descriptor, void *what);
@@ -55,15 +55,15 @@ class Server {
   static const char *receive(Client &client);
   static const char *send(Client &client);
   void wait_for_more(Client &client);
+  static const char *debt_of(const Connection &connection);
   void look_after_clients();
   void end(Client &client, const char *why);
   static void log(const Peer &peer, const char *what);
 
   Service &service_;
-  int listener_;
+  int listener_, signals_;
   Limits limits_;
   bool verbose_;
-  Descriptor signals_;
   Descriptor epoll_;
   std::list<std::unique_ptr<Client>> clients_;
   bool listening_ = true;
