@@ -581,6 +581,9 @@ inline constexpr std::size_t row_size<uint32_t[N]> = N;
 template <std::size_t N>
 inline constexpr std::size_t row_size<std::array<uint32_t, N>> = N != 0 ? N : SIZE_MAX;
 
+/** Where no words are. */
+inline uint32_t no_words = 0;
+
 /** The elements of what has data() and size(). */
 template <typename Container>
 using element_of = std::remove_pointer_t<decltype(std::data(std::declval<Container &>()))>;
@@ -600,9 +603,8 @@ class word_span {
             typename = std::enable_if_t<!std::is_same_v<std::decay_t<Container>, word_span>>,
             typename Element = detail::element_of<Container>>
   word_span(Container &&container) noexcept
-      : first_(reinterpret_cast<Word *>(std::data(container))),
-        row_(detail::row_size<std::remove_const_t<Element>>),
-        count_(std::size(container) * (row_ == 0 ? 1 : row_)) {
+      : word_span(reinterpret_cast<Word *>(std::data(container)),
+                  detail::row_size<std::remove_const_t<Element>>, std::size(container)) {
     static_assert(detail::row_size<std::remove_const_t<Element>> != SIZE_MAX,
                   "words are uint32_t, and rows std::array<uint32_t, N> or uint32_t[N]");
     static_assert(std::is_const_v<Word> || !std::is_const_v<Element>,
@@ -611,7 +613,7 @@ class word_span {
 
   /** @param words words to write */
   word_span(std::initializer_list<uint32_t> words) noexcept
-      : word_span(words.begin(), words.size()) {}
+      : word_span(words.begin(), 0, words.size()) {}
 
   /** @return the first word */
   [[nodiscard]] Word *first() const noexcept { return first_; }
@@ -621,7 +623,11 @@ class word_span {
   [[nodiscard]] std::size_t row() const noexcept { return row_; }
 
  private:
-  word_span(Word *first, std::size_t count) noexcept : first_(first), row_(0), count_(count) {}
+  /* The library refuses a null address; that is what a container may have that holds nothing. */
+  word_span(Word *first, std::size_t row, std::size_t elements) noexcept
+      : first_(elements != 0 ? first : &detail::no_words),
+        row_(row),
+        count_(row == 0 ? elements : row * elements) {}
 
   Word *first_;
   std::size_t row_;
@@ -890,7 +896,7 @@ inline void read_run(const asic_reg &from, word_buffer out, caller where = calle
  * Reads a run of consecutive registers: lib_mrv_asic_n_read.
  *
  * @param from  the first register
- * @param count number of words, 1 to morvane::most_words
+ * @param count number of words, up to morvane::most_words
  * @param where who asks
  * @return the words; 0 where the service answers fewer
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
@@ -922,7 +928,7 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
  *
  * @param from  the table; one whose entry size is known, by morvane::table::words
  * @param index the first entry
- * @param count number of entries, at least 1; of at most morvane::most_words in all
+ * @param count number of entries; of at most morvane::most_words in all
  * @param where who asks
  * @return the words of the entries; 0 where the service answers fewer
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
@@ -940,7 +946,7 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
  *
  * @param from  the table
  * @param index the first entry
- * @param count number of entries, at least 1; of at most morvane::most_words in all
+ * @param count number of entries; of at most morvane::most_words in all
  * @param where who asks
  * @return a row an entry; 0 where the service answers fewer words
  * @throws std::system_error the library's code, or morvane::errc::no_buffer

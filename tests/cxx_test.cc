@@ -310,6 +310,8 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   const morvane::table_of<HF_DHS_RESULT_00_OFFSET, 4> by_map(0);
   morvane::write_entries(by_map, 0, {1, 2, 3, 4});
   EXPECT_EQ(morvane::read_row(by_map, 0)[3], 4U);
+  morvane::write_entries(policers, 1, std::vector<uint32_t>());
+  EXPECT_EQ(morvane::read_run(plain, 0), morvane::read_entries(policers, 1, 0));
 
   const morvane::table runtime(at(KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET + 0U));
   std::vector<uint32_t> nine(9), out(9, 77);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "kel_asic_syserr_def.h"
@@ -60,6 +61,11 @@ int parse_errno(const std::string &text);
 // Reads a result: a number, the name of an enumerator or constant, or that of an error number, for
 // the service call that fails with it. Throws UsageError.
 syserr_t parse_result(const std::string &text);
+
+// The library's result in an error code of morvaneusd.hpp.
+inline syserr_t result_of(const std::error_code &code) {
+  return static_cast<syserr_t>(code.value());
+}
 
 // Throws OperationFailed for any result but 0.
 inline void check(syserr_t result, const std::string &hint = "") {

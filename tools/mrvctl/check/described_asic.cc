@@ -10,7 +10,7 @@ namespace mrvctl {
 namespace {
 
 char caller_file[] = "mrvctl";
-const Caller kCaller = {0, caller_file, 0, "check"};
+const morvane::caller kCaller = {caller_file, 0, "check"};
 
 // Copies an array of the platform's, every element of which has to be there.
 std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t length) {
@@ -45,7 +45,7 @@ Description ask_description(uint8_t filling) {
   std::memset(&description, filling, sizeof description);
   description.result =
       morvane_lib_init(&description.hooks, &description.limits, &description.revision,
-                       kCaller.context, kCaller.file, kCaller.line, kCaller.func);
+                       kCaller.context, caller_file, kCaller.line, kCaller.func);
   return description;
 }
 

@@ -12,6 +12,7 @@
 #include "base/lines.h"
 #include "base/numbers.h"
 #include "base/text.h"
+#include "morvaneusd.hpp"
 #include "registers/register_names.h"
 
 namespace mrvctl {
@@ -80,9 +81,8 @@ kel_asic_pgm_t parse_step(const std::string &line) {
   if (words.size() != 4 && words.size() != 5)
     throw UsageError("a step is: block, instance, register, data and perhaps a mask");
   const kel_asic_blk_t block = parse_block(words[0]);
-  return {KEL_ASIC_PGM_MAGIC,     block,
-          parse_number(words[1]), parse_vreg(block, words[2]),
-          parse_word(words[3]),   words.size() == 5 ? parse_word(words[4]) : UINT32_MAX};
+  return morvane::step(morvane::at(block, parse_number(words[1]), parse_vreg(block, words[2])),
+                       parse_word(words[3]), words.size() == 5 ? parse_word(words[4]) : UINT32_MAX);
 }
 
 }  // namespace

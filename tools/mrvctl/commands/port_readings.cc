@@ -92,12 +92,9 @@ class PortReader {
 }  // namespace
 
 PortReading read_port(Session &session, uint32_t type, uint32_t port, uint32_t opts) {
-  PortReading reading = {type, port, 0, {}};
-  reading.result = lib_mrv_asic_get_qos_stats(
-      static_cast<cardcfg_module_id_t>(session.module), static_cast<cardcfg_dev_id_t>(session.asic),
-      static_cast<cardcfg_port_type_t>(type), static_cast<cardcfg_port_id_t>(port), &reading.stats,
-      opts);
-  return reading;
+  std::error_code ec;
+  const morvane::qos_stats stats = morvane::get_qos_stats(session.port(type, port), ec, opts);
+  return {type, port, result_of(ec), stats.record()};
 }
 
 bool lacks_port(syserr_t result) {

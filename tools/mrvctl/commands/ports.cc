@@ -7,9 +7,9 @@ namespace mrvctl {
 namespace {
 
 // What a port operation that goes through a write has done; inside a transaction it is queued.
-void finish_write(Session &session, syserr_t result, const std::string &hint, Json object,
+void finish_write(Session &session, const std::error_code &ec, const std::string &hint, Json object,
                   const std::string &text) {
-  session.check_result(result, hint);
+  session.check_result(result_of(ec), hint);
   if (session.transaction.open())
     session.transaction.add(1);
   check_sent();
@@ -38,18 +38,17 @@ void check_pause(PauseArgs &args) {
 
 void run_pause(Session &session, const PauseArgs &args) {
   const std::string &state = args.state;
-  const auto set = state == "on" ? lib_mrv_asic_link_pause_enable : lib_mrv_asic_link_pause_disable;
-  const syserr_t result = set(static_cast<int>(session.module), static_cast<int>(session.asic),
-                              static_cast<cardcfg_port_type_t>(args.port.type), args.port.port);
+  const morvane::port port = session.port(args.port.type, args.port.port);
+  std::error_code ec;
+  state == "on" ? morvane::link_pause_enable(port, ec) : morvane::link_pause_disable(port, ec);
   const kel_asic_limits_t &limits = session.map().limits();
-  const std::string hint = result == SYSERR_KEL_ASIC_INVALID_ARG
+  const std::string hint = ec == SYSERR_KEL_ASIC_INVALID_ARG
                                ? format("link pause is for hif 0 to %u and nif 0 to %u",
                                         limits.max_hi - 1, limits.max_ni - 1)
                                : "";
   Json object = port_json("pause", args.port);
   object["state"] = state;
-  finish_write(session, result, hint, object,
-               "link pause " + state + " for " + port_text(args.port));
+  finish_write(session, ec, hint, object, "link pause " + state + " for " + port_text(args.port));
 }
 
 struct NumberArgs {
@@ -57,27 +56,27 @@ struct NumberArgs {
 };
 
 void run_nodrop(Session &session, const NumberArgs &args) {
-  const syserr_t result = lib_mrv_asic_set_nodrop_class_map(
-      static_cast<int>(session.module), static_cast<int>(session.asic), args.number);
+  std::error_code ec;
+  morvane::set_nodrop_class_map(args.number, session.on(), ec);
   std::string classes;
   for (uint32_t i = 0; i < 8; ++i)
     classes += (args.number >> i & 1) != 0 ? " " + std::to_string(i) : "";
-  finish_write(session, result, "", {{"command", "nodrop"}, {"map", args.number}},
+  finish_write(session, ec, "", {{"command", "nodrop"}, {"map", args.number}},
                format("no-drop map 0x%02x, classes%s", args.number,
                       classes.empty() ? ": none" : classes.c_str()));
 }
 
 void run_sfp_failed(Session &session, const PortArgs &args) {
-  const syserr_t result = lib_mrv_asic_sfp_validation_failed(
-      static_cast<int>(session.module), static_cast<int>(session.asic), args.type, args.port);
-  finish_write(session, result, "", port_json("sfp-failed", args),
+  std::error_code ec;
+  morvane::sfp_validation_failed(session.port(args.type, args.port), ec);
+  finish_write(session, ec, "", port_json("sfp-failed", args),
                "SFP of " + port_text(args) + " reported as failed");
 }
 
 void run_sp_timer(Session &session, const NumberArgs &args) {
-  session.check_result(lib_mrv_asic_prog_sp_timer(static_cast<cardcfg_module_id_t>(session.module),
-                                                  static_cast<cardcfg_dev_id_t>(session.asic),
-                                                  static_cast<uint16_t>(args.number)));
+  std::error_code ec;
+  morvane::prog_sp_timer(static_cast<uint16_t>(args.number), session.on(), ec);
+  session.check_result(result_of(ec));
   session.report.result({{"command", "sp-timer"}, {"time", args.number}},
                         format("SP timer %u\n", args.number));
 }

@@ -8,7 +8,6 @@
 namespace mrvctl {
 namespace {
 
-constexpr uint32_t kAsicMap = UINT32_C(1) << 31;
 constexpr uint32_t kHighestInMap = 30;
 
 struct ProgramArgs {
@@ -26,13 +25,13 @@ std::vector<uint32_t> parse_asics(const std::string &text) {
 }
 
 // One ASIC is named by its number, several by a map.
-uint32_t selection(const std::vector<uint32_t> &asics) {
+morvane::asic_set selection(const std::vector<uint32_t> &asics, int module) {
   if (asics.size() == 1)
-    return asics[0];
-  uint32_t map = kAsicMap;
+    return morvane::asic{module, asics[0]};
+  uint32_t map = 0;
   for (const uint32_t asic : asics)
     map |= UINT32_C(1) << asic;
-  return map;
+  return morvane::asic_set::map(map, module);
 }
 
 // Refuses a program with a step that names no register, or that selects no bit, before any of it
@@ -60,8 +59,8 @@ std::string failed_step_text(const Program &program, uint64_t calls, size_t asic
 }
 
 void run_program(Session &session, const ProgramArgs &args) {
-  Program program = read_program(session.resolve(args.path));
-  std::vector<kel_asic_pgm_t> &steps = program.steps;
+  const Program program = read_program(session.resolve(args.path));
+  const std::vector<kel_asic_pgm_t> &steps = program.steps;
   const std::vector<uint32_t> asics =
       args.asics ? *args.asics : parse_asics(std::to_string(session.asic));
   std::vector<std::string> existing, missing;
@@ -73,16 +72,14 @@ void run_program(Session &session, const ProgramArgs &args) {
     throw OperationFailed("there is no ASIC " + join(missing, ", ") + ": nothing is written");
   check_steps(session, program);
   const uint64_t calls_before = calls_so_far();
-  const Caller who = session.caller();
-  const syserr_t result =
-      lib_mrv_asic_pgm(static_cast<int>(session.module), selection(asics), steps.data(),
-                       static_cast<int>(steps.size()), who.context, who.file, who.line, who.func);
-  if (result != 0) {
+  std::error_code ec;
+  morvane::run(steps, selection(asics, session.on().module), ec, session.caller());
+  if (ec) {
     session.transaction.add_some();
     check_sent();
     throw OperationFailed(
-        result, failed_step_text(program, calls_so_far() - calls_before, existing.size()) +
-                    "the steps before the one that failed are " + written_text(session));
+        result_of(ec), failed_step_text(program, calls_so_far() - calls_before, existing.size()) +
+                           "the steps before the one that failed are " + written_text(session));
   }
   if (session.transaction.open())
     session.transaction.add(uint64_t{existing.size()} * steps.size());

@@ -82,19 +82,18 @@ void run_show(Session &session, const ShowArgs &args) {
 }
 
 void run_clear(Session &session, const ShowArgs &args) {
-  session.check_result(lib_mrv_asic_clear_qos_stats(
-      static_cast<cardcfg_module_id_t>(session.module), static_cast<cardcfg_dev_id_t>(session.asic),
-      static_cast<cardcfg_port_type_t>(args.port.type),
-      static_cast<cardcfg_port_id_t>(args.port.port), args.opts));
+  std::error_code ec;
+  morvane::clear_qos_stats(session.port(args.port.type, args.port.port), ec, args.opts);
+  session.check_result(result_of(ec));
   const std::string type = port_type_text(args.port.type);
   session.report.result({{"command", "qos clear"}, {"port_type", type}, {"port", args.port.port}},
                         format("QoS statistics of %s %u cleared\n", type.c_str(), args.port.port));
 }
 
 void run_clear_all(Session &session, const ShowArgs &args) {
-  session.check_result(
-      lib_mrv_asic_clear_all_qos_stats(static_cast<cardcfg_module_id_t>(session.module),
-                                       static_cast<cardcfg_dev_id_t>(session.asic), args.opts));
+  std::error_code ec;
+  morvane::clear_all_qos_stats(session.on(), ec, args.opts);
+  session.check_result(result_of(ec));
   session.report.result({{"command", "qos clear-all"}}, "QoS statistics of all ports cleared\n");
 }
 

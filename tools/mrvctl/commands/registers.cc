@@ -92,16 +92,14 @@ void check_read(ReadArgs &args) {
 }  // namespace
 
 Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count) {
-  Words run = room_for_words(count.value_or(1));
-  const Caller who = session.caller();
-  const int module = static_cast<int>(session.module);
-  const syserr_t result =
-      count
-          ? lib_mrv_asic_n_read(module, session.asic, reg.block, reg.instance, reg.vreg,
-                                run.words.data(), *count, who.context, who.file, who.line, who.func)
-          : lib_mrv_asic_read(module, session.asic, reg.block, reg.instance, reg.vreg,
-                              run.words.data(), who.context, who.file, who.line, who.func);
-  finish_read(session, result, session.refusal_hint(reg));
+  Words run;
+  run.words.resize(count.value_or(1));
+  std::error_code ec;
+  if (count)
+    morvane::read_run(session.at(reg), run.words, ec, session.caller());
+  else
+    run.words[0] = morvane::read(session.at(reg), ec, session.caller());
+  finish_read(session, result_of(ec), session.refusal_hint(reg));
   run.answered = count ? answered_words(run.words.size()) : 1;
   return run;
 }
@@ -210,6 +208,12 @@ std::string target_text(const Target &target) {
          (command == nullptr ? "" : std::string(" (") + command + ")");
 }
 
+morvane::target target_of(const Session &session, const Target &target) {
+  if (target.code == KEL_ASIC_WR_SYMBOLIC)
+    return session.at(target.reg);
+  return morvane::raw(target.reg.vreg, session.on());
+}
+
 Json target_json(const char *command, const Target &target) {
   if (target.code == KEL_ASIC_WR_SYMBOLIC)
     return register_json(command, target.reg);
@@ -231,25 +235,21 @@ void finish_write(Session &session, const Target &target, syserr_t result, Json 
 void run_write(Session &session, const WriteArgs &args) {
   const Target &target = args.target;
   const uint32_t data = args.values[0];
-  const Caller who = session.caller();
-  const syserr_t result = lib_mrv_asic_write(
-      static_cast<int>(session.module), session.asic, target.reg.block, target.reg.instance,
-      target.reg.vreg, data, target.code, who.context, who.file, who.line, who.func);
+  std::error_code ec;
+  morvane::write(target_of(session, target), data, ec, session.caller());
   Json object = target_json("write", target);
   object["data"] = data;
-  finish_write(session, target, result, object, format(" <- 0x%08x", data));
+  finish_write(session, target, result_of(ec), object, format(" <- 0x%08x", data));
 }
 
 void run_write_field(Session &session, const WriteArgs &args) {
   const Target &target = args.target;
   const uint32_t value = args.values[0];
   const uint32_t mask = args.values[1];
-  const Caller who = session.caller();
-  const syserr_t result = lib_mrv_asic_write_field(
-      static_cast<int>(session.module), session.asic, target.reg.block, target.reg.instance,
-      target.reg.vreg, value, mask, target.code, who.context, who.file, who.line, who.func);
-  if (result == SYSERR_KEL_ASIC_INVALID_ARG && mask == 0)
-    throw OperationFailed(result, "a mask of 0 selects no bit");
+  std::error_code ec;
+  morvane::write_field(target_of(session, target), value, mask, ec, session.caller());
+  if (ec == SYSERR_KEL_ASIC_INVALID_ARG && mask == 0)
+    throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG, "a mask of 0 selects no bit");
   Json object = target_json("write-field", target);
   object["data"] = value;
   object["mask"] = mask;
@@ -257,7 +257,7 @@ void run_write_field(Session &session, const WriteArgs &args) {
   std::string text = format(" <- 0x%08x mask 0x%08x", value, mask);
   if ((value & ~mask) != 0)
     text += format(" (bits 0x%08x of the value are outside the mask)", value & ~mask);
-  finish_write(session, target, result, object, text);
+  finish_write(session, target, result_of(ec), object, text);
 }
 
 void describe_block(Arguments &arguments, RegsArgs &args) {

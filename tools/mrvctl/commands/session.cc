@@ -111,22 +111,20 @@ void Transaction::after_read(syserr_t result) {
 
 void Session::initialise(uint8_t card_slot) {
   set_command("init");
-  const Caller who = caller();
-  syserr_t result = 0;
+  std::error_code code;
   std::string printed;
   {
     Capture capture;
-    result = lib_mrv_asic_init(card_slot, KEL_ASIC_DRIVER_MORVANE, who.context, who.file, who.line,
-                               who.func);
+    morvane::init(card_slot, code, caller());
     printed = capture.text();
   }
   trace_on = begins_with(printed, kTraceIsOn);
   if (begins_with(printed, kTraceIsOff))
     printed.erase(0, std::strlen(kTraceIsOff));
   std::fputs(printed.c_str(), stderr);
-  check(result, result == SYSERR_KEL_ASIC_INVALID_ARG
-                    ? format("the card in slot %u carries no Morvane", card_slot)
-                    : "");
+  check(result_of(code), code == SYSERR_KEL_ASIC_INVALID_ARG
+                             ? format("the card in slot %u carries no Morvane", card_slot)
+                             : "");
 }
 
 void Session::set_place(const std::string &file, int line) {
@@ -134,8 +132,16 @@ void Session::set_place(const std::string &file, int line) {
   line_ = line;
 }
 
-Caller Session::caller() {
-  return {static_cast<uint32_t>(line_), file_.data(), line_, command_.c_str()};
+morvane::caller Session::caller() const {
+  return {file_.c_str(), line_, command_.c_str(), static_cast<uint32_t>(line_)};
+}
+
+morvane::asic_reg Session::at(const Register &reg) const {
+  return morvane::at(reg.block, reg.instance, reg.vreg).on(on());
+}
+
+morvane::port Session::port(uint32_t type, uint32_t number) const {
+  return {static_cast<cardcfg_port_type_t>(type), number, on()};
 }
 
 std::string Session::resolve(const std::string &path) const {

@@ -9,8 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "base/caller.h"
-#include "kel_asic_intf.h"
+#include "morvaneusd.hpp"
 #include "output/report.h"
 #include "registers/register_map.h"
 
@@ -58,7 +57,12 @@ class Session {
   bool in_script() const { return line_ != 0; }
   void set_command(const std::string &command) { command_ = command; }
   const std::string &command() const { return command_; }
-  Caller caller();
+  morvane::caller caller() const;
+
+  // The ASIC that commands speak to, and what is on it.
+  morvane::asic on() const { return {static_cast<int>(module), asic}; }
+  morvane::asic_reg at(const Register &reg) const;
+  morvane::port port(uint32_t type, uint32_t number) const;
 
   // Path of a file that a command names: relative to the script's own folder; "-" is none.
   std::string resolve(const std::string &path) const;

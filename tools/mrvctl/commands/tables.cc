@@ -112,12 +112,12 @@ Words read_run(Session &session, const Register &reg, const Table &table, uint32
                             kMostWordsRead / table.entry_size));
   check_range(table, index, count);
   check_entry_size(session, table, index);
-  Words run = room_for_words(static_cast<size_t>(table.entry_size) * count);
-  const Caller who = session.caller();
-  const syserr_t result = lib_mrv_asic_read_dhs(
-      static_cast<int>(session.module), session.asic, reg.block, reg.instance, reg.vreg, index,
-      run.words.data(), count, who.context, who.file, who.line, who.func);
-  finish_read(session, result, index_hint(session, reg, table, index));
+  Words run;
+  run.words.resize(static_cast<size_t>(table.entry_size) * count);
+  std::error_code ec;
+  morvane::read_entries(morvane::table(session.at(reg), table.entry_size), index, run.words, ec,
+                        session.caller());
+  finish_read(session, result_of(ec), index_hint(session, reg, table, index));
   run.answered = answered_words(run.words.size());
   return run;
 }
@@ -198,15 +198,15 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
   std::vector<uint32_t> words = words_to_write(session, args, table);
   const auto count = static_cast<uint32_t>(words.size() / table.entry_size);
   check_range(table, args.index, count);
-  const Caller who = session.caller();
+  const morvane::caller who = session.caller();
   for (uint32_t done = 0; done < count;) {
     const uint32_t index = args.index + done;
     const uint32_t part = std::min(kEntriesPerCall, count - done);
     check_entry_size(session, table, index);
     const syserr_t result = lib_mrv_asic_write_dhs(
         static_cast<int>(session.module), session.asic, reg.block, reg.instance, reg.vreg, index,
-        words.data() + static_cast<size_t>(done) * table.entry_size, part, who.context, who.file,
-        who.line, who.func);
+        words.data() + static_cast<size_t>(done) * table.entry_size, part, who.context,
+        const_cast<char *>(who.file), who.line, who.func);
     if (result != 0) {
       check_sent();
       const std::string before =

@@ -23,13 +23,6 @@ std::string word_rows(const std::string &label, const Words &run, size_t begin, 
 
 }  // namespace
 
-Words room_for_words(size_t count) {
-  Words room;
-  room.words.reserve(count + 1);
-  room.words.resize(count);
-  return room;
-}
-
 std::string run_text(const Words &run) {
   std::string text;
   const int width = static_cast<int>(std::to_string(run.words.size()).size());

@@ -17,9 +17,6 @@ struct Words {
   size_t answered = 0;
 };
 
-// Room for words to be read; its address is never null, which the library refuses.
-Words room_for_words(size_t count);
-
 // Rows of eight words, each with its number in the run.
 std::string run_text(const Words &run);
 

@@ -6,10 +6,10 @@
 
 namespace mrvctl {
 
-RegisterMap::RegisterMap(const Caller &caller) {
+RegisterMap::RegisterMap(const morvane::caller &caller) {
   kel_asic_ver_t revision = KEL_ASIC_VER_A0;
-  check(morvane_lib_init(&hooks_, &limits_, &revision, caller.context, caller.file, caller.line,
-                         caller.func),
+  check(morvane_lib_init(&hooks_, &limits_, &revision, caller.context,
+                         const_cast<char *>(caller.file), caller.line, caller.func),
         "the register map describes no Morvane");
   bases_ = kel_asic_get_all_base_table(revision);
   offsets_ = kel_asic_get_all_reg_table(revision);

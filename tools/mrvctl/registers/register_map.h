@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "base/caller.h"
+#include "morvaneusd.hpp"
 #include "platform/register_map.h"
 #include "registers/register_names.h"
 
@@ -20,7 +20,7 @@ struct RegisterRun {
 class RegisterMap {
  public:
   // Throws OperationFailed where the platform describes no Morvane.
-  explicit RegisterMap(const Caller &caller);
+  explicit RegisterMap(const morvane::caller &caller);
 
   const kel_asic_limits_t &limits() const { return limits_; }
   uint32_t instances(kel_asic_blk_t block) const { return limits_.*block_info(block).instances; }
