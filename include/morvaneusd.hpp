@@ -17,7 +17,8 @@
  *
  * What an operation does, which service call it makes and what an open batch does to it stands with
  * the function of the C interface that each one names. Nothing here costs more than that function,
- * and nothing allocates but what returns a vector (and a morvane::program, as it grows).
+ * but a batch, which marks that it is open; and nothing allocates but what returns a vector (and a
+ * morvane::program, as it grows).
  *
  * Threads: as the library, from one thread at a time; in a program with threads a morvane::session
  * makes the calls take turns.
