@@ -47,8 +47,9 @@ class DriverService {
   int check_words(const kel_asic_reg_access_params_t &request, uint32_t count);
   int check_run(const kel_asic_reg_access_params_t &request, uint32_t length);
   int write_transaction(const kel_asic_xn_t &transaction);
-  int check_write(const kel_asic_xn_entry_t &write);
-  void apply_write(const kel_asic_xn_entry_t &write);
+  // Inline, as a transaction calls them for each of its entries.
+  inline int check_write(const kel_asic_xn_entry_t &write);
+  inline void apply_write(const kel_asic_xn_entry_t &write);
   int check_command(const kel_asic_xn_entry_t &command);
   void apply_command(const kel_asic_xn_entry_t &command);
   int configure_sp_timer(const kel_asic_reg_access_params_t &request);
