@@ -32,9 +32,8 @@ struct Process {
 // A service call. Both records are as kel_asic_lib_common.h and kel_asic_intf.h lay them out, up to
 // the last byte that means something; what follows, up to length, had no meaning. Whatever the file
 // says, their sizes are
-//   MREC_SHAPE_REGISTER     196 bytes, then at most num words: of a write in the request, of a read
-//   in
-//                           the answer
+//   MREC_SHAPE_REGISTER     196 bytes, then at most num words: of a write in the request, of a
+//                           read in the answer
 //   MREC_SHAPE_TRANSACTION  40 bytes and num entries, num being 0 to 512; no answer
 //   MREC_SHAPE_QOS          1140 bytes
 //   MREC_SHAPE_OTHER        0 to 256 bytes
@@ -78,12 +77,11 @@ class Reader {
   // Meant for when next() has given the last one.
   bool under_way(Call *call) const;
 
-  // What next() has passed over so far.
-  uint64_t overwritten_bytes() const {
-    return overwritten_;
-  }                                                    // by newer notes, while it was reading
-  uint64_t damaged_bytes() const { return damaged_; }  // which are no notes
-  uint64_t unknown_notes() const { return unknown_; }  // of kinds that it does not know
+  // What next() has passed over so far: bytes that newer notes overwrote while it was reading,
+  // bytes that are no notes, and notes of kinds that it does not know.
+  uint64_t overwritten_bytes() const { return overwritten_; }
+  uint64_t damaged_bytes() const { return damaged_; }
+  uint64_t unknown_notes() const { return unknown_; }
   // Calls that the process could not note.
   uint64_t missed_calls() const { return header_.missed; }
 

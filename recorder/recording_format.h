@@ -25,8 +25,7 @@
 /** Aligned to 8 bytes on every machine, so that it is read and written in one piece. */
 typedef uint64_t mrec_u64_t __attribute__((aligned(8)));
 
-/** First bytes of a recording. They are written last: a file that begins with zeros has no calls.
- */
+/** First bytes of a recording, written last: a file that begins with zeros has no calls. */
 #define MREC_MAGIC "MRVNREC\n"
 #define MREC_VERSION UINT32_C(1)
 
@@ -67,8 +66,7 @@ enum {
   MREC_SHAPE_REGISTER = 1,
   /** kel_asic_xn_t of 0 to 512 entries. Request: 40 bytes, then the num entries. Answer: none. */
   MREC_SHAPE_TRANSACTION = 2,
-  /** kel_asic_qos_stats_params_t. Request: its first 16 bytes, then opts. Answer of a get: stats.
-   */
+  /** kel_asic_qos_stats_params_t. Request: 16 bytes, then opts. Answer of a get: stats. */
   MREC_SHAPE_QOS = 3
 };
 

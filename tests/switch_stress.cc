@@ -2,7 +2,7 @@
 // its own, read back what they wrote, while others are killed in the middle of calls and morvaned
 // itself is killed and started again twice. What must hold all the while:
 // - words that were written in one transaction are read together, and are ones that this client
-// wrote;
+//   wrote;
 // - what a service has confirmed is there for as long as that service runs;
 // - of dead clients nothing stays in the service.
 #include <fcntl.h>

@@ -13,8 +13,7 @@
  * The virtual switch has one module's worth of state for each module 0 to 3, one ASIC (number 0) on
  * each, 32 host ports (type HIF) and 8 network ports (type NIF). Its state starts empty. It is one
  * per process, and belongs to one thread at a time, unless the environment variable MORVANE_SWITCH
- * or
- * ::vp_connect names the switch that morvaned serves: then service calls and the card are that
+ * or ::vp_connect names the switch that morvaned serves: then service calls and the card are that
  * one's, which many processes share. The register map stays in the process either way.
  *
  * A call that the switch refuses returns -1 with one of these in errno, and changes nothing; a
@@ -83,16 +82,15 @@ int vp_connect(const char *address);
 
 /** A client of morvaned, at one moment. 64 bytes. */
 typedef struct vp_client {
-  int32_t process;    /**< 0: its process; 0 where that is in a process namespace of its own */
-  uint32_t user;      /**< 4: its user */
-  uint64_t calls;     /**< 8: service calls that it has made */
-  uint64_t failures;  /**< 16: how many of them were refused */
-  uint32_t last_case; /**< 24: case code of the last call; 0 where it has made none */
-  int32_t last_error; /**< 28: errno of the last call, or 0 */
-  uint64_t
-      last_age_ms;  /**< 32: milliseconds since the last call; since it came where it made none */
-  uint64_t age_ms;  /**< 40: milliseconds since it came */
-  char program[16]; /**< 48: name of its program, NUL-padded; byte 15 is NUL */
+  int32_t process;      /**< 0: its process; 0 where that is in a process namespace of its own */
+  uint32_t user;        /**< 4: its user */
+  uint64_t calls;       /**< 8: service calls that it has made */
+  uint64_t failures;    /**< 16: how many of them were refused */
+  uint32_t last_case;   /**< 24: case code of the last call; 0 where it has made none */
+  int32_t last_error;   /**< 28: errno of the last call, or 0 */
+  uint64_t last_age_ms; /**< 32: milliseconds since the last call, or since it came */
+  uint64_t age_ms;      /**< 40: milliseconds since it came */
+  char program[16];     /**< 48: name of its program, NUL-padded; byte 15 is NUL */
 } vp_client;
 
 /**

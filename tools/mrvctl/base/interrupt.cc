@@ -4,10 +4,9 @@
 #include <sys/select.h>
 
 #include <algorithm>
-#include <cmath>
-#include <ctime>
 
 #include "base/last_words.h"
+#include "base/times.h"
 
 namespace mrvctl {
 
@@ -22,19 +21,6 @@ void note(int signal_number) {
     raise(signal_number);
   }
   interrupted = 1;
-}
-
-double now() {
-  timespec time = {};
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
-}
-
-timespec time_of(double seconds) {
-  timespec time = {};
-  time.tv_sec = static_cast<time_t>(seconds);
-  time.tv_nsec = static_cast<long>((seconds - std::floor(seconds)) * 1e9);
-  return time;
 }
 
 }  // namespace
@@ -58,12 +44,12 @@ Interrupt::~Interrupt() {
 // All signals wait but while the process does, so that none is missed between the look at what it
 // sets and the wait.
 void wait_uninterrupted(double seconds) {
-  const double end = now() + seconds;
+  const double end = monotonic_seconds() + seconds;
   sigset_t all, before;
   sigfillset(&all);
   sigprocmask(SIG_BLOCK, &all, &before);
-  while (interrupted == 0 && now() < end) {
-    const timespec left = time_of(std::max(end - now(), 0.0));
+  while (interrupted == 0 && monotonic_seconds() < end) {
+    const timespec left = timespec_of(std::max(end - monotonic_seconds(), 0.0));
     pselect(0, nullptr, nullptr, nullptr, &left, &before);
   }
   sigprocmask(SIG_SETMASK, &before, nullptr);

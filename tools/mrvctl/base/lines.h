@@ -1,6 +1,6 @@
 // Script lines: a command a line, # comments, single and double quotes.
-#ifndef MRVCTL_SCRIPT_H
-#define MRVCTL_SCRIPT_H
+#ifndef MRVCTL_LINES_H
+#define MRVCTL_LINES_H
 
 #include <istream>
 #include <string>

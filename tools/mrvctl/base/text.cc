@@ -1,4 +1,4 @@
-// Text helpers.
+// Texts: formatted, in upper or lower case, split and joined, and the nearest to a word.
 #include "base/text.h"
 
 #include <algorithm>

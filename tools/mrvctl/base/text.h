@@ -1,4 +1,4 @@
-// Text helpers.
+// Texts: formatted, in upper or lower case, split and joined, and the nearest to a word.
 #ifndef MRVCTL_TEXT_H
 #define MRVCTL_TEXT_H
 

@@ -2,7 +2,6 @@
 #include "base/times.h"
 
 #include <algorithm>
-#include <ctime>
 
 #include "base/errors.h"
 #include "base/numbers.h"
@@ -106,6 +105,19 @@ std::string utc_time_text(uint64_t ns) {
 std::string duration_text(uint64_t ns) {
   return format("%llu.%uus", static_cast<unsigned long long>(ns / 1000),
                 static_cast<unsigned>(ns % 1000 / 100));
+}
+
+double monotonic_seconds() {
+  timespec time = {};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+timespec timespec_of(double seconds) {
+  timespec time = {};
+  time.tv_sec = static_cast<time_t>(seconds);
+  time.tv_nsec = static_cast<long>((seconds - static_cast<double>(time.tv_sec)) * 1e9);
+  return time;
 }
 
 uint64_t local_moment(const Clock &clock) {

@@ -1,8 +1,9 @@
-// Moments and durations, as nanoseconds; moments count from 1970.
+// Moments and durations, as nanoseconds; moments count from 1970. Waits are in seconds.
 #ifndef MRVCTL_TIMES_H
 #define MRVCTL_TIMES_H
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 
 namespace mrvctl {
@@ -17,6 +18,10 @@ std::string utc_time_text(uint64_t ns);
 
 // "12.3us": microseconds in a column compare at a glance, and sort.
 std::string duration_text(uint64_t ns);
+
+// Seconds by the monotonic clock, and seconds in the form of the system's waits.
+double monotonic_seconds();
+timespec timespec_of(double seconds);
 
 // Nanoseconds of a local date and time, as it stands on a clock.
 struct Clock {

@@ -151,7 +151,7 @@ std::string target_text(const NotedCall &call, const AddressIndex &index) {
   if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
     return "\"" + printable(transaction->name) + "\"";
   if (const auto *qos = std::get_if<QosFields>(&call.request))
-    return (qos->type == QOS_STATS_CLEAR_ALL ? "all ports" : port_text(*qos)) +
+    return (qos->type == QOS_STATS_CLEAR_ALL ? "all ports" : port_text(qos->port_type, qos->port)) +
            place_text(static_cast<int32_t>(qos->module), qos->asic);
   return call.place.empty() ? "-" : call.place;
 }

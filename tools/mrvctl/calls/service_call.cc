@@ -235,11 +235,7 @@ std::string command_text(uint32_t command, uint32_t port_word) {
     return name;
   if (command == KEL_ASIC_CMD_NODROP_CLASS_MAP)
     return name + format(" 0x%02x", port_word & 0xFF);
-  return name + " " + port_type_text(port_word >> 8 & 0xFF) + format(" %u", port_word & 0xFF);
-}
-
-std::string port_text(const QosFields &request) {
-  return port_type_text(request.port_type) + format(" %u", request.port);
+  return name + " " + port_text(port_word >> 8 & 0xFF, port_word & 0xFF);
 }
 
 std::string stats_text(const kel_asic_qos_stats_t &stats) {

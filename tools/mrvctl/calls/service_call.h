@@ -106,9 +106,6 @@ bool is_command(const RegisterFields &request);
 // "LINK_PAUSE_ENABLE hif 3"
 std::string command_text(uint32_t command, uint32_t port_word);
 
-// "nif 3"
-std::string port_text(const QosFields &request);
-
 // "writes=5, reads=5, n2h_drops=0, h2n_drops=0"
 std::string stats_text(const kel_asic_qos_stats_t &stats);
 

@@ -79,7 +79,7 @@ class PortReader {
     const PortReading reading = read_port(session_, type, port, opts_);
     answered_ = answered_ || reading.result == 0 || lacks_port(reading.result);
     if (!answered_)
-      session_.check_result(reading.result, port_text(reading));
+      session_.check_result(reading.result, port_text(reading.type, reading.port));
     return reading;
   }
 
@@ -121,10 +121,6 @@ std::vector<PortReading> read_ports(Session &session, const std::vector<std::str
       reader.read_named(choice.type, *choice.port);
   }
   return reader.take();
-}
-
-std::string port_text(const PortReading &reading) {
-  return port_type_text(reading.type) + " " + std::to_string(reading.port);
 }
 
 }  // namespace mrvctl

@@ -26,9 +26,6 @@ bool lacks_port(syserr_t result);
 std::vector<PortReading> read_ports(Session &session, const std::vector<std::string> &words,
                                     uint32_t opts);
 
-// "hif 3"
-std::string port_text(const PortReading &reading);
-
 }  // namespace mrvctl
 
 #endif

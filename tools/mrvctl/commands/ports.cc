@@ -21,10 +21,6 @@ Json port_json(const char *command, const PortArgs &args) {
   return {{"command", command}, {"port_type", port_type_text(args.type)}, {"port", args.port}};
 }
 
-std::string port_text(const PortArgs &args) {
-  return port_type_text(args.type) + " " + std::to_string(args.port);
-}
-
 struct PauseArgs {
   std::string state;
   PortArgs port;
@@ -48,7 +44,8 @@ void run_pause(Session &session, const PauseArgs &args) {
                                : "";
   Json object = port_json("pause", args.port);
   object["state"] = state;
-  finish_write(session, ec, hint, object, "link pause " + state + " for " + port_text(args.port));
+  finish_write(session, ec, hint, object,
+               "link pause " + state + " for " + port_text(args.port.type, args.port.port));
 }
 
 struct NumberArgs {
@@ -70,7 +67,7 @@ void run_sfp_failed(Session &session, const PortArgs &args) {
   std::error_code ec;
   morvane::sfp_validation_failed(session.port(args.type, args.port), ec);
   finish_write(session, ec, "", port_json("sfp-failed", args),
-               "SFP of " + port_text(args) + " reported as failed");
+               "SFP of " + port_text(args.type, args.port) + " reported as failed");
 }
 
 void run_sp_timer(Session &session, const NumberArgs &args) {

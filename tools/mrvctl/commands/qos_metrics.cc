@@ -52,8 +52,8 @@ void check_ports(Session &session, const std::vector<PortReading> &ports) {
   if (first == ports.end())
     return;
   const auto more = std::count_if(first + 1, ports.end(), failed);
-  session.check_result(first->result,
-                       port_text(*first) + (more == 0 ? "" : format(" (and %td more)", more)));
+  session.check_result(first->result, port_text(first->type, first->port) +
+                                          (more == 0 ? "" : format(" (and %td more)", more)));
 }
 
 void run_metrics(Session &session, const MetricsArgs &args) {

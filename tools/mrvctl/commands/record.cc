@@ -1,4 +1,4 @@
-// Runs a program with the recorder loaded.
+// record: a program with the recorder loaded.
 #include <elf.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,4 +1,5 @@
-// fail, card, traffic and state: the controls of the virtual platform, where that is the platform.
+// fail, delay, card, traffic and state: the controls of the virtual platform, where that is the
+// platform.
 #include "virtual_platform.h"
 
 #include <cerrno>

@@ -13,12 +13,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <iterator>
 
 #include "base/errors.h"
 #include "base/interrupt.h"
 #include "base/last_words.h"
+#include "base/times.h"
 
 namespace mrvctl {
 namespace {
@@ -159,13 +159,6 @@ Handled handled[] = {
     {SIGCONT, on_continue, kGoOn, {}},
 };
 
-timespec time_of(double seconds) {
-  timespec time = {};
-  time.tv_sec = static_cast<time_t>(seconds);
-  time.tv_nsec = static_cast<long>((seconds - static_cast<double>(time.tv_sec)) * 1e9);
-  return time;
-}
-
 // Waits until the file, if it is one, can be read; signals come through in the wait alone, so that
 // none is missed between a look at what they set and the wait. Above 0 where it can be read.
 int wait_readable(int file, double seconds) {
@@ -180,17 +173,11 @@ int wait_readable(int file, double seconds) {
   sigprocmask(SIG_BLOCK, &waiting, &before);
   int result = -1;
   if (interrupted == 0 && changed == 0) {
-    const timespec time = time_of(seconds);
+    const timespec time = timespec_of(seconds);
     result = pselect(file + 1, &files, nullptr, nullptr, &time, &before);
   }
   sigprocmask(SIG_SETMASK, &before, nullptr);
   return result;
-}
-
-double now() {
-  timespec time = {};
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
 int open_tty() {
@@ -296,7 +283,7 @@ int Terminal::next_key() {
 }
 
 int Terminal::wait_key(double seconds) {
-  const double end = now() + seconds;
+  const double end = monotonic_seconds() + seconds;
   while (true) {
     if (const int key = next_key(); key != kNoKey)
       return key;
@@ -306,7 +293,7 @@ int Terminal::wait_key(double seconds) {
       changed = 0;
       return kRepaint;
     }
-    const double left = std::max(end - now(), 0.0);
+    const double left = std::max(end - monotonic_seconds(), 0.0);
     const double time = typed_.empty() ? left : std::min(left, kRestOfSequence);
     const int readable = wait_readable(taken.now != 0 ? tty_ : -1, time);
     if (readable > 0) {

@@ -174,7 +174,7 @@ std::string heading_line(const Layout &layout) {
 }
 
 std::string port_name(const PortReading &reading) {
-  return port_type_text(reading.type) + " " + std::to_string(reading.port);
+  return port_text(reading.type, reading.port);
 }
 
 std::string row_line(const PortRow &row, const Layout &layout, bool chosen, bool colours) {

@@ -16,6 +16,9 @@ uint32_t parse_port_type(const std::string &text, uint32_t highest);
 // Its name, or its number where it has none.
 std::string port_type_text(uint32_t port_type);
 
+// "hif 3"
+std::string port_text(uint32_t port_type, uint32_t port);
+
 constexpr uint32_t kPortNumbers = 256;  // what records have room for
 
 // How many ports of a type there may be, where the limits tell.

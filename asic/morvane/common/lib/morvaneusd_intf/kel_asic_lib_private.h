@@ -10,10 +10,10 @@
 #include "kel_asic_syserr_def.h"
 #include "platform/register_map.h"
 
-// What the public headers declare is exported; everything else of ours is hidden.
 // Of a short access, each call on the way is a good part of the cost.
 #define KEL_INLINE __attribute__((always_inline)) inline
 
+// What the public headers declare is exported; everything else of ours is hidden.
 #pragma GCC visibility push(hidden)
 
 constexpr std::size_t kel_asic_slots = 4;
