@@ -1,5 +1,5 @@
-# What is delivered: the example clients, an installed tree, the symbol version, completion and man
-# page of mrvctl.
+# What is delivered: the example clients, an installed tree, the symbol version, the front page; of
+# mrvctl the completion, the man page, the metrics and the checks of a platform.
 add_test(NAME symbol_version COMMAND ${CMAKE_COMMAND} -DMAP=${symbol_map} -DRELEASE=0.999.0
   -P ${PROJECT_SOURCE_DIR}/cmake/symbol_version.cmake)
 set_tests_properties(symbol_version PROPERTIES
