@@ -3,7 +3,6 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <numeric>
 
 #include "base/text.h"
 #include "check/check.h"
@@ -92,22 +91,20 @@ void refuses_missing_ports(const Subject &subject) {
   expect_lacking(subject, {kNoPortType, 0}, {ENXIO, ENODEV, EINVAL});
 }
 
-template <typename Counters>
-uint64_t sum(const Counters &counters) {
-  return std::accumulate(std::begin(counters), std::end(counters), uint64_t{0});
+// By the counters' own type: a template would take them for words that are aligned to 8 bytes.
+uint64_t sum(const kel_asic_counter_t *counters, size_t count) {
+  uint64_t total = 0;
+  for (size_t i = 0; i < count; ++i)
+    total += counters[i];
+  return total;
 }
 
 uint64_t counted_frames(const kel_asic_qos_stats_t &stats) {
-  return sum(stats.ss_dhs.wr_rcvd_cnt) + sum(stats.ss_dhs.rd_sent_cnt);
+  return sum(stats.ss_dhs.wr_rcvd_cnt, 8) + sum(stats.ss_dhs.rd_sent_cnt, 8);
 }
 
 uint64_t counted_drops(const kel_asic_qos_stats_t &stats) {
-  uint64_t drops = 0;
-  for (const auto *const rows : {&stats.drops.n2h_drops, &stats.drops.h2n_drops}) {
-    for (const auto &row : *rows)
-      drops += sum(row);
-  }
-  return drops;
+  return sum(stats.drops.n2h_drops[0], 6 * 8) + sum(stats.drops.h2n_drops[0], 6 * 8);
 }
 
 // Traffic may go on, but what was counted before is gone.

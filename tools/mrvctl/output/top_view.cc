@@ -5,7 +5,6 @@
 #include <array>
 #include <cmath>
 #include <iterator>
-#include <numeric>
 
 #include "base/errors.h"
 #include "base/text.h"
@@ -16,6 +15,7 @@ namespace mrvctl {
 namespace {
 
 constexpr size_t kClasses = 8;
+constexpr size_t kDropRows = 6;
 
 // Frames of a port, in all or a second.
 struct Activity {
@@ -40,10 +40,12 @@ struct Activity {
   }
 };
 
+// By the counters' own type: a template would take them for words that are aligned to 8 bytes.
 double sum(const kel_asic_counter_t *values, size_t count) {
-  return std::accumulate(values, values + count, 0.0, [](double all, kel_asic_counter_t value) {
-    return all + static_cast<double>(value);
-  });
+  double all = 0;
+  for (size_t i = 0; i < count; ++i)
+    all += static_cast<double>(values[i]);
+  return all;
 }
 
 Activity activity(const kel_asic_qos_stats_t &stats, double seconds) {
@@ -53,8 +55,8 @@ Activity activity(const kel_asic_qos_stats_t &stats, double seconds) {
   all.writes = per_second(sum(ss_dhs.wr_rcvd_cnt, kClasses));
   all.reads = per_second(sum(ss_dhs.rd_sent_cnt, kClasses));
   all.discards = per_second(sum(&ss_dhs.wr_discard_cnt, 1));
-  all.n2h = per_second(sum(drops.n2h_drops[0], std::size(drops.n2h_drops) * kClasses));
-  all.h2n = per_second(sum(drops.h2n_drops[0], std::size(drops.h2n_drops) * kClasses));
+  all.n2h = per_second(sum(drops.n2h_drops[0], kDropRows * kClasses));
+  all.h2n = per_second(sum(drops.h2n_drops[0], kDropRows * kClasses));
   all.pfc = per_second(sum(&pause.rx_pfc_cnt, 1) + sum(&pause.tx_pfc_cnt, 1));
   all.pause = per_second(sum(&pause.rx_xoff_cnt, 1) + sum(&pause.rx_xon_cnt, 1) +
                          sum(&pause.tx_xoff_cnt, 1) + sum(&pause.tx_xon_cnt, 1));
@@ -221,10 +223,8 @@ std::vector<std::string> class_lines(const PortRow &row, bool colours) {
   return {heading,
           class_line("  writes", rates(ss_dhs.wr_rcvd_cnt, 1), Counts::kFrames, colours),
           class_line("  reads", rates(ss_dhs.rd_sent_cnt, 1), Counts::kFrames, colours),
-          class_line("  drops n2h", rates(drops.n2h_drops[0], std::size(drops.n2h_drops)),
-                     Counts::kDrops, colours),
-          class_line("  drops h2n", rates(drops.h2n_drops[0], std::size(drops.h2n_drops)),
-                     Counts::kDrops, colours),
+          class_line("  drops n2h", rates(drops.n2h_drops[0], kDropRows), Counts::kDrops, colours),
+          class_line("  drops h2n", rates(drops.h2n_drops[0], kDropRows), Counts::kDrops, colours),
           class_line("  XOFF received", rates(pause.rx_pfc_xoff_cnt, 1), Counts::kFrames, colours),
           class_line("  XOFF sent", rates(pause.tx_pfc_xoff_cnt, 1), Counts::kFrames, colours)};
 }
