@@ -81,7 +81,7 @@ FILE *open_file(const char *name, const char *path, const char *mode) {
 
 struct log_remover {
   // An earlier process of this number may have been killed, and have left one.
-  log_remover() { std::remove(log_path().c_str()); }
+  log_remover() noexcept { std::remove(log_path().c_str()); }
   ~log_remover() { std::remove(log_path().c_str()); }
 } no_log_is_left;
 
