@@ -788,8 +788,8 @@ int mrv_asic_transaction_start(char *xn_name, int reorder);
  * Sends the open transaction in one service call (::SYSSRV_MEM_WRITE_CASE) and closes it. With no
  * transaction open it does nothing.
  *
- * A commit whose call fails loses its entries, which the trace tells, not the caller. It does not need an
- * initialised library, but before initialisation it sends to driver 0.
+ * A commit whose call fails loses its entries, which the trace tells, not the caller. It does not
+ * need an initialised library, but before initialisation it sends to driver 0.
  *
  * @retval 0 always
  */
