@@ -19,8 +19,7 @@ namespace {
 const AddressIndex &address_index() {
   static const AddressIndex index = [] {
     open_platform("");
-    char file[] = "fuzz";
-    return AddressIndex(RegisterMap({0, file, 0, "fuzz"}));
+    return AddressIndex(RegisterMap(morvane::caller::here()));
   }();
   return index;
 }
