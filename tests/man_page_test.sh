@@ -5,7 +5,7 @@ program=$1
 page=$(sed 's/\\-/-/g' "$2")
 failed=0
 
-names() { "$program" "$@" --help | grep -oE '^  [a-z][-a-z]* |^  (-[a-z],)?--[-a-z]+' | sed 's/^ *//; s/^-[a-z],//'; }
+names() { "$program" "$@" --help | grep -oE '^  [a-z][-a-z]* |^ +(-[?a-zA-Z], ?)?--[-a-z]+' | sed 's/^ *//; s/^-., *//'; }
 
 stands() {
   grep -qE -- "(^|[^-a-z])$1([^-a-z]|$)" <<<"$page" && return

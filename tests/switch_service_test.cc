@@ -446,7 +446,9 @@ TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_wha
   const std::pair<std::vector<std::string>, int> wrong[] = {{{"--max-clients", "0"}, 2},
                                                             {{"--max-record", "10279"}, 2},
                                                             {{"--group", "no such group"}, 1},
-                                                            {{"--verbos"}, 2}};
+                                                            {{"--max-clients", "1x"}, 2},
+                                                            {{"--verbosely"}, 2},
+                                                            {{"and more"}, 2}};
   for (const auto &[options, status] : wrong)
     EXPECT_EQ(wait_for(spawn(options)), status) << options[0];
   address_ = folder_ + "/none/socket";
