@@ -56,6 +56,8 @@ void expect_every_size(int size_by_hook) {
 }  // namespace
 
 TEST(DhsEntrySize, of_every_register_of_every_block_up_to_its_highest_index) {
+  for (const kel_asic_dhs_row_t &row : kel_asic_dhs_rows)
+    EXPECT_TRUE(row.words != KEL_ASIC_DHS_BY_HOOK || row.highest_index == 0) << row.first;
   fake().hook = hook;
   initialise();
   for (const int answer : {5, 0, -1, INT_MIN}) {

@@ -40,7 +40,8 @@ using recording::Call;
 using recording::Reader;
 
 constexpr std::size_t kHeader = sizeof(kel_asic_reg_access_params_t);
-constexpr uint32_t kFails = 1, kAnswersOddly = 2, kOverwritesType = 3, kKills = 4;  // drivers
+constexpr uint32_t kFails = 1, kAnswersOddly = 2, kOverwritesType = 3, kKills = 4,
+                   kForks = 5;  // drivers
 
 Bytes register_record(uint32_t type, uint32_t num, std::size_t words, uint32_t value) {
   std::vector<uint32_t> fields(kHeader / 4 + words, value);
@@ -100,6 +101,9 @@ std::vector<Sample> samples() {
 // The clock of a client: it begins beyond 2038, and the wall's goes back by a second each time.
 bool own_clock = false;
 
+pid_t forked = -1;     // by the service
+uint32_t handled = 0;  // signals
+
 template <typename Timespec>
 int read_clock(clockid_t clock, Timespec *now) {
   static int64_t wall = 5000000000, monotonic = 0;
@@ -139,6 +143,8 @@ int fake_service_call(uint32_t case_code, sys_srvc_case_params_t *params, uint32
       case_code != 77 && length >= kHeader && case_code != SYSSRV_MEM_READ_CASE;
   if (params->caseId == kKills)
     raise(SIGKILL);
+  if (params->caseId == kForks)
+    forked = fork();
   if (params->caseId == kOverwritesType)
     record[0] = 99;
   if (case_code == SYSSRV_MEM_READ_CASE) {
@@ -237,6 +243,7 @@ void live_and_die(Life *lives, std::size_t count) {
 }
 
 void on_alarm(int) {
+  ++handled;
   Write().send(5);
 }
 
@@ -262,10 +269,12 @@ int client(const std::string &what) {
     write.send(1);
     write.send(2, kKills);
   }
-  if (what == "fork" || what == "clone") {
-    write.send(1);
-    // Of a bare clone the C library knows nothing.
-    if ((what == "fork" ? fork() : syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0)) == 0) {
+  if (what == "fork" || what == "clone" || what == "below") {
+    write.send(1, what == "below" ? kForks : 236);
+    if (what != "below")  // Of a bare clone the C library knows nothing.
+      forked =
+          what == "fork" ? fork() : static_cast<pid_t>(syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0));
+    if (forked == 0) {
       write.send(2);
       write.send(3);
       _exit(0);
@@ -287,10 +296,13 @@ int client(const std::string &what) {
   }
   if (what == "signals") {
     const itimerval often = {{0, 50}, {0, 50}};
+    write.send(6);
     signal(SIGALRM, on_alarm);
     setitimer(ITIMER_REAL, &often, nullptr);
     for (uint32_t i = 0; i < 20000; ++i)
       write.send(4);
+    signal(SIGALRM, SIG_IGN);
+    write.send(100 + handled);
   }
   if (what == "spin") {
     Life life = {};
@@ -329,7 +341,9 @@ class Recorder : public testing::Test {
       setenv(name.c_str(), value.c_str(), 1);
     dup2(open((folder_ + ".err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
     prepare();
-    execl("/proc/self/exe", "recorder_test", "--client", what.c_str(), nullptr);
+    const char *const name = getenv("NAME");
+    execl("/proc/self/exe", name == nullptr ? "recorder_test" : name, "--client", what.c_str(),
+          nullptr);
     _exit(99);
   }
 
@@ -427,7 +441,8 @@ TEST_F(Recorder, makes_no_system_call_and_wraps) {
 }
 
 TEST_F(Recorder, shows_the_call_that_its_process_died_in) {
-  EXPECT_EQ(run("dies"), SIGKILL);
+  EXPECT_EQ(run("dies", {{"NAME", ".b/.x y" + std::string(120, 'z')}}), SIGKILL);
+  EXPECT_EQ(recordings()[0].rfind(folder_ + "/_x_y" + std::string(95, 'z') + ".", 0), 0U);
   Reader reader(recordings()[0]);
   EXPECT_EQ(calls_of(reader).size(), 1U);
   Call call;
@@ -440,14 +455,15 @@ TEST_F(Recorder, shows_the_call_that_its_process_died_in) {
 TEST_F(Recorder, gives_a_forked_child_a_file_of_its_own) {
   ASSERT_EQ(run("fork"), 0);
   ASSERT_EQ(run("clone"), 0);
+  ASSERT_EQ(run("below"), 0);
   std::map<bool, std::vector<uint32_t>> values;  // by whether it is the child's
   for (const std::string &path : recordings()) {
     const bool child = Reader(path).process().parent_pid != static_cast<uint32_t>(getpid());
     for (const Call &call : calls_in(path))
       values[child].push_back(value_of(call) + 10 * static_cast<uint32_t>(call.number));
   }
-  EXPECT_EQ(values[false], (std::vector<uint32_t>{11, 24, 11, 24}));
-  EXPECT_EQ(values[true], (std::vector<uint32_t>{12, 23, 12, 23}));
+  EXPECT_EQ(values[false], (std::vector<uint32_t>{11, 24, 11, 24, 11, 24}));
+  EXPECT_EQ(values[true], (std::vector<uint32_t>{12, 23, 12, 23, 12, 23}));
 }
 
 TEST_F(Recorder, keeps_notes_whole_with_threads_and_signal_handlers) {
@@ -466,10 +482,12 @@ TEST_F(Recorder, keeps_notes_whole_with_threads_and_signal_handlers) {
   std::filesystem::remove(recordings()[0]);
   ASSERT_EQ(run("signals", room), 0);
   std::map<uint32_t, uint32_t> count;
+  uint32_t last = 0;
   for (const Call &call : calls_in(recordings()[0]))
-    ++count[value_of(call)];
+    ++count[last = value_of(call)];
   EXPECT_EQ(count[4], 20000U);
   EXPECT_GT(count[5], 0U);
+  EXPECT_EQ(count[5] + Reader(recordings()[0]).missed_calls(), last - 100);
 }
 
 TEST_F(Recorder, goes_on_without_a_recording_where_there_can_be_none) {
@@ -499,6 +517,8 @@ TEST_F(Recorder, goes_on_without_a_recording_where_there_can_be_none) {
   for (const auto &[environment, prepare, says] : cases) {
     EXPECT_EQ(run("samples", environment, prepare), 0);
     EXPECT_NE(err_.find(says), std::string::npos) << err_;
+    EXPECT_EQ(err_.rfind("libmorvanerecord: no recording", 0),
+              says.empty() ? std::string::npos : 0);
     EXPECT_EQ(std::count(err_.begin(), err_.end(), '\n'), says.empty() ? 0 : 1) << err_;
     EXPECT_EQ(recordings(), std::vector<std::string>{file});
   }
@@ -559,6 +579,8 @@ TEST_F(Recorder, leaves_every_call_that_had_returned_however_it_is_killed) {
 
 TEST_F(Recorder, is_read_whole_while_it_runs) {
   const pid_t client = start("spin");
+  const rlimit few = {64, 64};  // what the reader opens it closes
+  setrlimit(RLIMIT_NOFILE, &few);
   while (recordings().empty() || Reader(recordings()[0]).process().pid == 0)
     usleep(1000);
   Reader reader(recordings()[0]);
@@ -606,7 +628,7 @@ class Damaged : public Recorder {
 };
 
 TEST_F(Damaged, is_refused_or_gives_fewer_calls) {
-  constexpr std::size_t first = 16384, fourth = first + 304 * 3;  // notes
+  constexpr std::size_t first = 16384, fourth = first + 304 * 3, tenth = 35568;  // notes
   constexpr uint32_t all = 21, none = 99;
   const struct {
     std::size_t offset;
@@ -625,6 +647,7 @@ TEST_F(Damaged, is_refused_or_gives_fewer_calls) {
       {fourth, 0, all - 1, ""},      // its mark
       {fourth + 4, 0, all - 1, ""},  // its size
       {fourth + 4, 1, all - 1, ""},
+      {fourth + 4, 16, all - 1, ""},
       {fourth + 4, 0x80000000, all - 1, ""},
       {fourth + 8, 0, all - 1, ""},     // its kind: a filler
       {fourth + 8, 77, all - 1, ""},    // a kind of a later version
@@ -634,11 +657,13 @@ TEST_F(Damaged, is_refused_or_gives_fewer_calls) {
       {fourth + 68, 4, all - 1, ""},
       {fourth + 76, 195, all - 1, ""},  // the size of its request
       {fourth + 76, 0xFFFFFFFF, all - 1, ""},
-      {fourth + 80, 4, all - 1, ""},  // of its answer
+      {fourth + 80, 4, all - 1, ""},   // of its answer
+      {fourth + 80, 20, all - 1, ""},  // three words, which end in the next note
       {fourth + 80, 0xFFFFFFFF, all - 1, ""},
       {fourth + 96 + 24, 2, all - 1, ""},  // fewer words in the request than are there
       {first + 76, 195, all - 1, ""},
-      {272, 1, all, ""},  // a call under way that makes no sense
+      {tenth + 68, 3, all - 1, ""},  // which has no answer: another shape
+      {272, 1, all, ""},             // a call under way that makes no sense
   };
   for (const auto &[offset, value, calls, says] : cases) {
     SCOPED_TRACE(std::to_string(offset) + ": " + std::to_string(value));
@@ -681,9 +706,19 @@ TEST_F(Damaged, is_followed) {
   reader.refresh();
   EXPECT_EQ(calls_of(reader).size(), 17U);
   EXPECT_EQ(reader.overwritten_bytes(), 304U * 2);
+  const auto refusal = [&reader]() -> std::string {
+    try {
+      reader.refresh();
+    } catch (const recording::Unreadable &error) {
+      return error.what();
+    }
+    return "";
+  };
+  put(16, 131072);
+  EXPECT_EQ(refusal(), path_ + " has been replaced by another recording");
   std::filesystem::rename(path_, path_ + "x");
   std::filesystem::copy(path_ + "x", path_);
-  EXPECT_THROW(reader.refresh(), recording::Unreadable);
+  EXPECT_EQ(refusal(), path_ + " has been replaced by another file");
 }
 
 // Tells whether there are calls in the recordings, all whole.
