@@ -23,10 +23,10 @@ expect() {
 }
 
 find_breaches() {
-  local breach clause number breaches started=0
+  local breach clause number breaches
   breaches=$(grep -oE '"P[0-9]+_[^"]*' "$source/tests/wrong_platform.cc" | tr -d '"')
   for breach in $breaches; do
-    ((++started % 8)) || wait
+    while (($(jobs -pr | wc -l) >= 8)); do wait -n; done
     expect "$(grep -oE 'P[0-9]+' <<<"$breach" | sort -uV | paste -sd ' ')" "$breach" "$wrong" "${everything[@]}" &
   done
   wait

@@ -48,3 +48,10 @@ if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
     -DC_FLAGS=${CMAKE_C_FLAGS} -DCXX_FLAGS=${CMAKE_CXX_FLAGS} "-DWARNINGS=${warning_flags}"
     -DREADELF=${CMAKE_READELF} -P ${CMAKE_CURRENT_SOURCE_DIR}/install_test.cmake)
 endif()
+
+# The longest first, so that none is left alone at the end.
+foreach(test check served.check served.mrvctl switch_stress headers.morvaneusd.hpp install)
+  if(TEST ${test})
+    set_tests_properties(${test} PROPERTIES COST 100)
+  endif()
+endforeach()

@@ -255,14 +255,14 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
   const double rate = objects[3]["rates"]["ss_dhs"]["wr_rcvd_cnt"][2];
   EXPECT_NEAR(rate, 200 / objects[3]["seconds"].get<double>(), 1e-6);
   EXPECT_GT(rate, 0);
-  const Outcome ended = shell("timeout --foreground --preserve-status -s INT 2 " MRVCTL_PATH
+  const Outcome ended = shell("timeout --foreground --preserve-status -s INT 1 " MRVCTL_PATH
                               " qos show hif 1 --watch 30");
   expect_case(ended, {0, "^C ends the view", {"hif 1, module 0"}});
   const std::string open = MRVCTL_PATH " -f " + write_file("open.mrv",
                                                            "begin x\nwrite HI.2 5 1\n"
                                                            "qos show hif 1 --watch 0.1\n");
   const std::string lost = "mrvctl: transaction \"x\" was never committed: ";
-  expect_case(shell("timeout --foreground --preserve-status 2 " + open), {143, "SIGTERM", {lost}});
+  expect_case(shell("timeout --foreground --preserve-status 1 " + open), {143, "SIGTERM", {lost}});
   expect_case(shell("(" + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
 }
 

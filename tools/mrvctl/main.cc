@@ -196,8 +196,9 @@ int parse_and_run(int argc, char **argv) {
   Command chosen;
   try {
     chosen = parser.parse_command_line(
-        argc, argv, [&](Arguments &arguments) { describe_options(arguments, options); },
-        kDescription, kFooter, "mrvctl " MRVCTL_VERSION);
+        argc, argv,
+        {[&](Arguments &arguments) { describe_options(arguments, options); }, kDescription, kFooter,
+         "mrvctl " MRVCTL_VERSION});
   } catch (const TextAsked &asked) {
     std::cout << asked.text << std::flush;
     return static_cast<int>(std::cout ? Status::kDone : Status::kFailed);

@@ -194,27 +194,47 @@ Command Parser::parse(const std::vector<std::string> &words) {
   return chosen;
 }
 
-Command Parser::parse_command_line(int argc, char **argv,
-                                   const std::function<void(Arguments &)> &describe_options,
-                                   const std::string &description, const std::string &footer,
-                                   const std::string &version) {
-  whole_ = std::make_unique<Tree>();
-  CLI::App &app = whole_->app;
+// The parser of a command line: its options, and some commands or all.
+std::unique_ptr<Parser::Tree> Parser::plant(
+    const CommandLine &line, const std::function<bool(const Definition &)> &is_wanted) const {
+  auto tree = std::make_unique<Tree>();
+  CLI::App &app = tree->app;
   app.name("mrvctl");
-  app.description(description);
-  app.footer(footer);
+  app.description(line.description);
+  app.footer(line.footer);
   app.formatter(std::make_shared<HelpFormatter>());
   app.fallthrough();
-  app.set_version_flag("--version", version);
+  app.set_version_flag("--version", line.version);
   app.require_subcommand(0, 1);
   Arguments options(app);
-  describe_options(options);
-  for (const Definition &definition : definitions_)
-    attach(*whole_, definition);
+  line.describe_options(options);
+  for (const Definition &definition : definitions_) {
+    if (is_wanted(definition))
+      attach(*tree, definition);
+  }
+  return tree;
+}
+
+Command Parser::parse_command_line(int argc, char **argv, const CommandLine &line) {
+  const auto is_named = [&](const Definition &definition) {
+    return std::find(argv, argv + argc, first_word(definition.text.name)) != argv + argc;
+  };
+  // To describe all commands takes longer than most of them run; who asks for help, gives no
+  // command or is refused is told of all.
+  whole_ = plant(line, is_named);
+  try {
+    whole_->app.parse(argc, argv);
+  } catch (const CLI::ParseError &) {
+    whole_->chosen = {};
+  }
+  if (whole_->chosen.run)
+    return whole_->chosen;
+  whole_ = plant(line, [](const Definition &) { return true; });
+  CLI::App &app = whole_->app;
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForVersion &) {
-    throw TextAsked{version + "\n"};
+    throw TextAsked{line.version + "\n"};
   } catch (const CLI::Success &) {
     refuse_unknown_command(app);  // of a word that is no command there is no help
     throw TextAsked{app.help()};

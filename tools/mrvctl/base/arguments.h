@@ -131,6 +131,14 @@ class ArgumentsRefused : public UsageError {
   std::string command_;
 };
 
+// What the command line of the tool has beside commands.
+struct CommandLine {
+  std::function<void(Arguments &)> describe_options;
+  std::string description;
+  std::string footer;
+  std::string version;
+};
+
 class Parser {
  public:
   Parser();
@@ -179,10 +187,7 @@ class Parser {
 
   // Parses the command line of the tool: options, and perhaps a command, which is not checked and
   // has no run where there is none. Throws TextAsked and ArgumentsRefused.
-  Command parse_command_line(int argc, char **argv,
-                             const std::function<void(Arguments &)> &describe_options,
-                             const std::string &description, const std::string &footer,
-                             const std::string &version);
+  Command parse_command_line(int argc, char **argv, const CommandLine &line);
 
   // The help of the whole tool, once its command line was parsed.
   std::string help() const;
@@ -203,6 +208,8 @@ class Parser {
   void add_definition(Definition definition) { definitions_.push_back(std::move(definition)); }
   void attach(Tree &tree, const Definition &definition) const;
   Tree &tree_of(const std::string &first_word);
+  std::unique_ptr<Tree> plant(const CommandLine &line,
+                              const std::function<bool(const Definition &)> &is_wanted) const;
   std::string no_command_text(const std::string &word) const;
   void refuse_unknown_command(const CLI::App &app) const;
 

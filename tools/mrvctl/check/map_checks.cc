@@ -171,7 +171,7 @@ uint64_t window_size(const RegisterMap &map, kel_asic_blk_t block, kel_asic_reg_
   return table ? 4 * uint64_t{table->entry_size} * (uint64_t{table->highest_index} + 1) : 4;
 }
 
-// The windows of all registers of the ASIC by address.
+// The windows of all registers of the ASIC.
 std::vector<Window> all_windows() {
   const RegisterMap map = described_map();
   const AddressTables tables = ask_tables(ask_description(0));
@@ -189,8 +189,6 @@ std::vector<Window> all_windows() {
       }
     }
   }
-  std::sort(windows.begin(), windows.end(),
-            [](const Window &a, const Window &b) { return a.begin < b.begin; });
   return windows;
 }
 
@@ -201,10 +199,12 @@ void has_aligned_addresses(const Subject & /*subject*/) {
   }
 }
 
-// Throws Breach for the first two neighbours that are in each other's way.
+// Throws Breach for the first two neighbours, by address, that are in each other's way.
 template <typename Clash>
 void expect_no_clash(const std::string &expected, Clash clash) {
-  const std::vector<Window> windows = all_windows();
+  std::vector<Window> windows = all_windows();
+  std::sort(windows.begin(), windows.end(),
+            [](const Window &a, const Window &b) { return a.begin < b.begin; });
   const auto found = std::adjacent_find(windows.begin(), windows.end(), clash);
   if (found != windows.end())
     throw Breach{expected, window_text(found[0]) + ", " + window_text(found[1])};
