@@ -277,6 +277,10 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
       {EMSGSIZE, {remote::kMagic, 1, 0, kRecord - 1, 0}, {}, 0},
   };
   setenv("MORVANE_SWITCH", address_.c_str(), 1);
+  for (const char *name : {"MORVANE_SWITCH_WAIT", "MORVANE_SWITCH_TIMEOUT"}) {
+    for (const char *number : {"1a", "-1", " 1", "2147483648"})
+      EXPECT_EQ(in_child([&] { return setenv(name, number, 1) + write_register(1); }), EINVAL);
+  }
   for (const auto &c : cases) {
     std::thread service([&] {
       const int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
@@ -451,6 +455,13 @@ TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_wha
                                                             {{"and more"}, 2}};
   for (const auto &[options, status] : wrong)
     EXPECT_EQ(wait_for(spawn(options)), status) << options[0];
+  remote::Address address;
+  ASSERT_EQ(remote::parse_address(address_.c_str(), &address), 0);
+  const int datagrams = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  EXPECT_EQ(bind(datagrams, address.get(), address.length), 0);
+  EXPECT_EQ(wait_for(spawn({})), 1);
+  expect_log(address_ + ": Protocol wrong type for socket");
+  close(datagrams);
   address_ = folder_ + "/none/socket";
   EXPECT_EQ(wait_for(spawn({})), 1);
   EXPECT_EQ(vp_connect(""), EINVAL);
@@ -502,9 +513,14 @@ TEST_F(SwitchService, leaves_the_controls_to_its_owner_and_serves_the_group_alon
   };
   const group *const tty = getgrnam("tty");
   ASSERT_NE(tty, nullptr);
-  start({"--group", "tty", "--max-clients", "2"});
+  start({"--group", "tty", "--max-clients", "4"});
   EXPECT_EQ(as_nobody(65534, [] { return 0; }), EACCES);
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return write_register(5); }), 0);
+  expect_register(5);
+  const auto in_two_children = [] {  // of a user who may have half of the room
+    return in_child([] { return write_register(5) + in_child([] { return write_register(6); }); });
+  };
+  EXPECT_EQ(as_nobody(tty->gr_gid, in_two_children), EAGAIN);
   expect_register(5);
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return vp_reset(); }), EPERM);
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return vp_set_card(1, 1); }), EPERM);
