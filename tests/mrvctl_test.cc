@@ -10,12 +10,14 @@
 #include <utmp.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -57,6 +59,8 @@ class Mrvctl : public testing::Test {
     folder_ = name;
     setenv("PLATFORMS", MRVCTL_PLATFORMS, 1);
     setenv("MRVCTL", MRVCTL_PATH, 1);
+    setenv("FOLDER", name, 1);
+    setenv("TZ", "TST-5:30", 1);
   }
   void TearDown() override { std::filesystem::remove_all(folder_); }
 
@@ -255,6 +259,20 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
   const double rate = objects[3]["rates"]["ss_dhs"]["wr_rcvd_cnt"][2];
   EXPECT_NEAR(rate, 200 / objects[3]["seconds"].get<double>(), 1e-6);
   EXPECT_GT(rate, 0);
+  const Json top = json_lines(run("--json --platform " MRVCTL_PLATFORMS "/librefusing_platform.so"
+                                  " qos top --once --interval 0.1")
+                                  .out)
+                       .at(0)["ports"][0]["rates"];
+  const double timeouts = top["timeouts"];
+  EXPECT_GT(timeouts, 11000);  // 44558 in less than 4 seconds
+  std::string risen;
+  for (const auto &[name, value] : top.items())
+    risen +=
+        name + " " + std::to_string(std::lround(value.get<double>() / timeouts * 22279)) + ", ";
+  EXPECT_EQ(risen,
+            "discards 16135, drops_h2n 2851152, drops_n2h 1671504, errors 17159, flushes 21767, "
+            "multicast_discards 16647, pause 5148, pfc 22030, reads 155704, timeouts 22279, "
+            "writes 110648, ");
   const Outcome ended = shell("timeout --foreground --preserve-status -s INT 1 " MRVCTL_PATH
                               " qos show hif 1 --watch 30");
   expect_case(ended, {0, "^C ends the view", {"hif 1, module 0"}});
@@ -332,6 +350,23 @@ std::string read_until(int terminal, const std::string &part) {
   return text;
 }
 
+// The rest of a screen, as a person sees it.
+std::string screen(int terminal) {
+  return std::regex_replace(read_until(terminal, "q quits"), std::regex("\033\\[[0-9;]*[mKJH]|\r"),
+                            "");
+}
+
+constexpr const char *kFirstScreen = R"(  hif 27    111k    156k   16.2k   1672k   2852k   22.1k    5228  rx tx####100%
+
+nif 7, class          0       1       2       3       4       5       6       7
+  writes          24.1k   25.1k   26.1k   27.1k   28.2k   29.2k   30.2k   31.2k
+  reads           35.3k   36.4k   37.4k   38.4k   39.4k   40.5k   41.5k   42.5k
+  drops n2h        396k    403k    409k    415k    421k    427k    433k    439k
+  drops h2n        691k    697k    704k    710k    716k    722k    728k    734k
+  XOFF received   13.3k   14.3k   15.4k   16.4k   17.4k   18.4k   19.5k   20.5k
+  XOFF sent        5134    6158    7182    8206    9230   10.3k   11.3k   12.3k
+d drops  p pause  w writes  arrows choose  home follows the first  q quits)";
+
 TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
   const std::string script =
       write_file("top.mrv", "begin x\nwrite HI.2 5 1\nqos top --interval 3600\n");
@@ -347,19 +382,27 @@ TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
       login_tty(theirs);
       setenv("TERM", "xterm", 1);
       unsetenv("NO_COLOR");
-      execl(MRVCTL_PATH, "mrvctl", "-f", script.c_str(), nullptr);
+      execl(MRVCTL_PATH, "mrvctl", "--platform", MRVCTL_PLATFORMS "/librefusing_platform.so", "-f",
+            script.c_str(), nullptr);
       _exit(127);
     }
     const auto press = [&](const char *keys) { return write(ours, keys, std::strlen(keys)) > 0; };
     read_until(ours, "DROPPED\033[0m\033[K\r\r\n\033[7m> ");  // the first row is chosen
+    expect_part(screen(ours), kFirstScreen);
     tcgetattr(theirs, &during);
     EXPECT_EQ(during.c_lflag & (ICANON | ECHO), 0U);
-    EXPECT_TRUE(press("w\033[Bj"));
+    EXPECT_TRUE(press("\033[F"));
+    read_until(ours, "> hif 0 ");  // the last
+    EXPECT_TRUE(press("\033[Hw\033[Bj"));
     read_until(ours, "by writes");
     read_until(ours, "DROPPED\033[0m\033[K\r\r\n  ");  // it no longer is
     size = {50, 160, 0, 0};
     ioctl(ours, TIOCSWINSZ, &size);
     read_until(ours, "TIMEOUT");
+    expect_part(screen(ours),
+                "> nif 5     221k    311k   32.3k   3343k   5702k   44.1k   10.3k"
+                "   34.3k   33.3k   43.5k   44.6k  rx tx" +
+                    std::string(24, '#') + "100%\n");
     EXPECT_TRUE(press("\032"));  // ^Z, where nobody could continue it
     EXPECT_NE(read_until(ours, "\033[?1049h").find("\033[?1049l"), std::string::npos);
     if (ending == 0 || ending == SIGINT)

@@ -1,9 +1,25 @@
-/* The virtual platform with a service that refuses every transaction. */
+/*
+ * The virtual platform with a service that refuses every transaction, and that answers for each
+ * counter of a port with another number, which rises by as much with each reading.
+ */
 #include <dlfcn.h>
 #include <errno.h>
 #include <stddef.h>
+#include <string.h>
 
+#include "kel_asic_lib_common.h"
 #include "platform/system_service.h"
+
+/* Counters of 64 bits, around the status of the pause in word 45: received, and sent. */
+static void number_counters(kel_asic_qos_stats_params_t *params) {
+  static uint32_t readings[256];
+  const uint32_t port = params->port, reading = ++readings[port];
+  uint32_t words[sizeof params->stats / 4] = {0};
+  for (uint32_t i = 0; i < sizeof words / 4; ++i)
+    words[i] = i == 0 || (i > 45) == (i % 2 == 0) ? ((i + 1) << 8 | port) * reading : 0;
+  words[45] = (port & 1) << 8 | port;
+  memcpy(&params->stats, words, sizeof words);
+}
 
 int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t length) {
   int (*next)(uint32_t, sys_srvc_case_params_t *, uint32_t) = NULL;
@@ -12,5 +28,8 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
     return -1;
   }
   *(void **)&next = dlsym(RTLD_NEXT, "sse_call2");
-  return next(case_code, case_params, length);
+  const int result = next(case_code, case_params, length);
+  if (result == 0 && case_code == SYSSRV_MEM_READ_CASE)
+    number_counters(case_params->params);
+  return result;
 }
