@@ -12,7 +12,6 @@ namespace {
 constexpr uint64_t kExact = uint64_t{1} << 53;
 
 constexpr size_t kGridCells = 48;
-constexpr size_t kClasses = 8;
 
 // One family: its heading, once it has a sample, and a sample a line.
 class Family {

@@ -10,8 +10,6 @@
 namespace mrvctl {
 namespace {
 
-constexpr size_t kClasses = 8;
-
 using ClassWidths = std::array<size_t, kClasses>;
 
 size_t digits(uint64_t value) {

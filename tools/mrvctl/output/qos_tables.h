@@ -2,6 +2,7 @@
 #ifndef MRVCTL_QOS_TABLES_H
 #define MRVCTL_QOS_TABLES_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,8 @@
 #include "output/json.h"
 
 namespace mrvctl {
+
+constexpr size_t kClasses = 8;  // of traffic, each with counters of its own
 
 // One or more counters of the QoS record under their names.
 struct Counters {

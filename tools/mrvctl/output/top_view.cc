@@ -9,12 +9,12 @@
 #include "base/errors.h"
 #include "base/text.h"
 #include "output/cells.h"
+#include "output/qos_tables.h"
 #include "registers/port_types.h"
 
 namespace mrvctl {
 namespace {
 
-constexpr size_t kClasses = 8;
 constexpr size_t kDropRows = 6;
 
 // Frames of a port, in all or a second.
