@@ -59,6 +59,7 @@ class Mrvctl : public testing::Test {
     folder_ = name;
     setenv("PLATFORMS", MRVCTL_PLATFORMS, 1);
     setenv("MRVCTL", MRVCTL_PATH, 1);
+    setenv("AS_PRINTED", AS_PRINTED, 1);
     setenv("FOLDER", name, 1);
     setenv("TZ", "TST-5:30", 1);
   }
