@@ -357,7 +357,8 @@ std::string screen(int terminal) {
                             "");
 }
 
-constexpr const char *kFirstScreen = R"(  hif 27    111k    156k   16.2k   1672k   2852k   22.1k    5228  rx tx####100%
+constexpr const char *kFirstScreen =
+    R"(  hif 27    111k    156k   16.2k   1672k   2852k   22.1k    5228  rx tx####100%
 
 nif 7, class          0       1       2       3       4       5       6       7
   writes          24.1k   25.1k   26.1k   27.1k   28.2k   29.2k   30.2k   31.2k
