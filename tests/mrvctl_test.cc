@@ -175,6 +175,10 @@ TEST_F(Mrvctl, CasesOfTheFile) {
   // One whose process died in its first call, that of the other: of the note what the header keeps.
   std::ifstream refusals(EXAMPLES_DIR "/recordings/refusals.mrec", std::ios::binary);
   std::string died(std::istreambuf_iterator<char>(refusals), {});
+  // And one of another boot, whose calls come first by its clock.
+  std::string boot = died;
+  ++boot.replace(80, 1, "X")[61];
+  write_file("boot.mrec", boot);
   constexpr size_t kBegun = 272, kHead = 32;
   const std::string note = died.substr(kFirstNote, 96 + 196);
   died.replace(kBegun, 48, note.substr(16, 24) + note.substr(48, 12) + note.substr(68, 12));
