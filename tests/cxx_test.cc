@@ -209,6 +209,20 @@ TEST_F(Cxx, makes_the_call_of_the_c_interface_and_tells_its_failure) {
   }
 }
 
+constexpr const char *kMessages =
+    R"(morvane
+success (0x00000000)
+KEL_ASIC_SYSERR_NO_BUFFER: no memory: the request buffer cannot be allocated or cannot grow: move fewer words at a time (0x0000000C)
+KEL_ASIC_SYSERR_NO_TRACE_LOG: the trace log cannot be opened or positioned: make /tmp writable, or take the marker file away (0xFFFFFFFF)
+SYSERR_KEL_ASIC_UNINIT: the library is not initialised (or a general error of a transceiver): call init() first (0x4223002E)
+SYSERR_KEL_ASIC_INVALID_ARG: a bad argument, or no register at that address: check module, ASIC, block, instance, register, index, mask, length and name, and that init() was called (0x42230003)
+SYSERR_KEL_ASIC_MALLOC: no memory: it comes from the register map or other software of the ASIC family: look there (0x42230002)
+KEL_ASIC_SYSERR_SERVICE: the service call failed with an I/O error, or with a positive answer: the driver service's log tells more (0x82230005)
+KEL_ASIC_SYSERR_SERVICE: Operation not permitted: see whether the driver service runs and has what was asked for; nothing is tried again by itself (0x82230001)
+wrong_size: the words are no whole entries of this table: size them by its shape (0x43230001)
+already_open: this program has a batch open: leave it first (0x43230002)
+not_verified: the register does not hold what was written: the commit was lost, or the register keeps other bits; write again (0x43230003))";
+
 TEST_F(Cxx, names_each_code_and_says_what_to_do) {
   std::ifstream header(SYSERR_HEADER);
   int names = 0;
@@ -233,6 +247,15 @@ TEST_F(Cxx, names_each_code_and_says_what_to_do) {
   EXPECT_EQ(morvane::to_error_code(SYSERR_KEL_ASIC_INVALID_ARG), SYSERR_KEL_ASIC_INVALID_ARG);
   EXPECT_EQ(morvane::to_error_code(SYSERR_KEL_ASIC_INVALID_ARG), std::errc::invalid_argument);
   EXPECT_FALSE(morvane::to_error_code(0));
+  std::string messages = morvane::error_category().name();
+  for (const syserr_t code :
+       {0U, 12U, ~0U, uint32_t{SYSERR_KEL_ASIC_UNINIT}, uint32_t{SYSERR_KEL_ASIC_INVALID_ARG},
+        uint32_t{SYSERR_KEL_ASIC_MALLOC}, KEL_ASIC_SYSERR_SERVICE_ANSWER,
+        KEL_ASIC_SYSERR_SERVICE | 1, static_cast<syserr_t>(morvane::errc::wrong_size),
+        static_cast<syserr_t>(morvane::errc::already_open),
+        static_cast<syserr_t>(morvane::errc::not_verified)})
+    messages += "\n" + morvane::error_category().message(static_cast<int>(code));
+  EXPECT_EQ(messages, kMessages);
 }
 
 TEST(CxxUninitialised, refuses_and_says_so) {
@@ -303,6 +326,17 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   morvane::write_entries(policers, 1, rows);
   EXPECT_EQ(morvane::read_rows(policers, 1, 2), rows);
   EXPECT_EQ(morvane::read_row(policers, 2), rows[1]);
+  std::error_code ec;
+  EXPECT_EQ(morvane::read_rows(policers, 1, 2, ec), rows);
+  EXPECT_EQ(morvane::read_row(policers, 2, ec), rows[1]);
+  EXPECT_EQ(morvane::read_entries(policers, 2, 1, ec), std::vector<uint32_t>(8, 6));
+  EXPECT_EQ(morvane::read_run(plain, 3, ec).size(), 3U);
+  for (int i = 0; i < 4; ++i)
+    vp_fail_next_call(EIO);
+  EXPECT_TRUE(morvane::read_rows(policers, 1, 2, ec).empty());
+  EXPECT_EQ(morvane::read_row(policers, 2, ec)[0], 0U);
+  EXPECT_TRUE(morvane::read_entries(policers, 2, 1, ec).empty());
+  EXPECT_TRUE(morvane::read_run(plain, 3, ec).empty());
   EXPECT_EQ(morvane::read_entries(policers, 1, 1), std::vector<uint32_t>(8, 5));
   morvane::write_entries(at(HF_DHS_SVIF_MEM_LO_OFFSET, 0), 3, {7, 8});
   EXPECT_EQ(morvane::read_entries(at(HF_DHS_SVIF_MEM_LO_OFFSET, 0), 3, 1),
@@ -316,7 +350,6 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   const morvane::table runtime(at(KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET + 0U));
   std::vector<uint32_t> nine(9), out(9, 77);
   uint32_t narrow[2][4] = {};
-  std::error_code ec;
   const auto refused = calls_of([&] {
     for (const auto &refuse : std::vector<std::function<void()>>{
              [&] { morvane::write_entries(runtime, 0, nine, ec); },
@@ -441,6 +474,8 @@ TEST_F(Cxx, shows_statistics_by_value) {
   EXPECT_EQ(received, 100U);
   EXPECT_EQ(stats.reads_sent()[3], 60U);
   EXPECT_EQ(stats.writes_discarded(), 40U);
+  std::error_code ec;
+  EXPECT_EQ(morvane::get_qos_stats(host, ec).writes_discarded(), 40U);
 
   // Each counter is another one of the record.
   std::array<unsigned char, sizeof(kel_asic_qos_stats_t)> bytes;
