@@ -349,6 +349,9 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
 
   const morvane::table runtime(at(KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET + 0U));
   std::vector<uint32_t> nine(9), out(9, 77);
+  EXPECT_EQ(morvane::table(at(HF_DHS_POL_OFFSET, 0).on(second)).words(), 8U);
+  EXPECT_EQ(morvane::table(at(HF_DHS_RESULT_00_OFFSET, 0).on(second)).words(), 0U);
+  EXPECT_EQ(morvane::most_words, (UINT32_MAX - sizeof(kel_asic_reg_access_params_t)) / 4);
   uint32_t narrow[2][4] = {};
   const auto refused = calls_of([&] {
     for (const auto &refuse : std::vector<std::function<void()>>{
@@ -454,6 +457,8 @@ TEST_F(Cxx, builds_programs) {
   morvane::run(program, second);
   EXPECT_EQ(morvane::read(there), 0x210U);
   EXPECT_EQ(morvane::read(plain), 0U);
+  EXPECT_EQ(morvane::asic_set::map(5, 2).selection().number, 0x80000005);
+  EXPECT_EQ(morvane::asic_set::map(5, 2).selection().module, 2);
   morvane::run(program, morvane::asic_set::map(3));
   EXPECT_EQ(morvane::read(plain), 0x210U);
   EXPECT_EQ(thrown_by([] { morvane::run(morvane::program()); }, "run module 0, ASIC 0"),
