@@ -296,6 +296,8 @@ TEST_F(Cxx, takes_the_block_from_the_type_of_the_register) {
             SYSERR_KEL_ASIC_INVALID_ARG);
   vp_fail_next_call(EIO);
   EXPECT_TRUE(thrown_by([] { morvane::write(morvane::raw(0xAB), 0); }, "write 0x000000AB of"));
+  EXPECT_TRUE(thrown_by([] { (void)morvane::get_qos_stats(morvane::nif(8, second)); },
+                        "get_qos_stats port 8 of type 2 of module 1, ASIC 0: KEL_ASIC_SYSERR_S"));
 }
 
 TEST_F(Cxx, sends_who_asked) {
