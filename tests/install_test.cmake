@@ -99,7 +99,8 @@ run_clients(${work}/client_c ${work}/client_cc)
 run(${CMAKE_COMMAND} -S ${SOURCE}/examples -B ${work}/build -G ${GENERATOR}
   -DCMAKE_PREFIX_PATH=${root} -DCMAKE_C_COMPILER=${CC} -DCMAKE_CXX_COMPILER=${CXX}
   -DCMAKE_C_FLAGS=${C_FLAGS} -DCMAKE_CXX_FLAGS=${CXX_FLAGS})
-run(${CMAKE_COMMAND} --build ${work}/build --target client_c client_cc)
+run(${CMAKE_COMMAND} --build ${work}/build --target
+  client_c client_cc table_c client_own_platform)
 run_clients(${work}/build/client_c ${work}/build/client_cc)
 
 # Each header alone, by its longer name too, with nothing but the plain include folder.

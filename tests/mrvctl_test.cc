@@ -62,6 +62,7 @@ class Mrvctl : public testing::Test {
     setenv("AS_PRINTED", AS_PRINTED, 1);
     setenv("FOLDER", name, 1);
     setenv("TZ", "TST-5:30", 1);
+    setenv("LC_ALL", "C", 1);  // the order of sort
   }
   void TearDown() override { std::filesystem::remove_all(folder_); }
 
@@ -278,14 +279,14 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
             "discards 16135, drops_h2n 2851152, drops_n2h 1671504, errors 17159, flushes 21767, "
             "multicast_discards 16647, pause 5148, pfc 22030, reads 155704, timeouts 22279, "
             "writes 110648, ");
-  const Outcome ended = shell("timeout --foreground --preserve-status -s INT 1 " MRVCTL_PATH
+  const Outcome ended = shell("timeout --foreground --preserve-status -s INT 2 " MRVCTL_PATH
                               " qos show hif 1 --watch 30");
   expect_case(ended, {0, "^C ends the view", {"hif 1, module 0"}});
   const std::string open = MRVCTL_PATH " -f " + write_file("open.mrv",
                                                            "begin x\nwrite HI.2 5 1\n"
                                                            "qos show hif 1 --watch 0.1\n");
   const std::string lost = "mrvctl: transaction \"x\" was never committed: ";
-  expect_case(shell("timeout --foreground --preserve-status 1 " + open), {143, "SIGTERM", {lost}});
+  expect_case(shell("timeout --foreground --preserve-status 2 " + open), {143, "SIGTERM", {lost}});
   expect_case(shell("(" + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
 }
 

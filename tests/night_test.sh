@@ -3,7 +3,7 @@
 # Argument: the project's folder.
 set -eu
 root=$1
-. "$root/tests/printed.sh"
+. "$root/tests/pages.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

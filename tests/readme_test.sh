@@ -5,7 +5,7 @@
 # Arguments: the project's folder, the build's.
 set -eu
 root=$1 build=$2
-. "$root/tests/printed.sh"
+. "$root/tests/pages.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

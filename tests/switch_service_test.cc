@@ -451,6 +451,8 @@ TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_wha
                                                             {{"--max-record", "10279"}, 2},
                                                             {{"--group", "no such group"}, 1},
                                                             {{"--max-clients", "1x"}, 2},
+                                                            {{"--max-clients", "0x10001"}, 2},
+                                                            {{"--group", ""}, 2},
                                                             {{"--verbosely"}, 2},
                                                             {{"and more"}, 2}};
   for (const auto &[options, status] : wrong)

@@ -24,6 +24,7 @@ morvane_test(switch_service_test morvaneplatform switch_client)
 # The last two: its sendmsg() takes the place of the one that the client side calls.
 target_compile_definitions(switch_service_test PRIVATE MORVANED_PATH="$<TARGET_FILE:morvaned>"
   _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+# Of what the precompiled header has seen, too.
 set_property(TARGET switch_service_test PROPERTY DISABLE_PRECOMPILE_HEADERS ON)
 add_dependencies(switch_service_test morvaned)
 add_test(NAME man_page_of_morvaned COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
@@ -32,7 +33,8 @@ add_test(NAME man_page_of_morvaned COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_
 # Shorter here than by hand, or in CI.
 add_executable(switch_stress switch_stress.cc)
 target_link_libraries(switch_stress PRIVATE morvaneplatform switch_client morvane_build_flags)
-add_test(NAME switch_stress COMMAND switch_stress $<TARGET_FILE:morvaned> 1)
+add_test(NAME switch_stress COMMAND switch_stress $<TARGET_FILE:morvaned>
+  $<IF:$<BOOL:${MORVANE_SANITIZE}>,4,1>)
 # What a sanitizer keeps of freed memory is no growth.
 set_tests_properties(switch_stress PROPERTIES
   TIMEOUT 60 ENVIRONMENT ASAN_OPTIONS=quarantine_size_mb=1)

@@ -50,22 +50,30 @@ std::string default_socket() {
 
 uint32_t parse_number(const char *option, const char *text, uint32_t low, uint32_t high,
                       const argp_state *state) {
-  const char *const end = text + std::strlen(text);
+  const bool is_hexadecimal = text[0] == '0' && text[1] == 'x';
+  const char *const begin = text + (is_hexadecimal ? 2 : 0), *const end = text + std::strlen(text);
   uint32_t value = 0;
-  const auto [parsed, error] = std::from_chars(text, end, value);
+  const auto [parsed, error] = std::from_chars(begin, end, value, is_hexadecimal ? 16 : 10);
   if (error != std::errc() || parsed != end || value < low || value > high)
     argp_error(state, "%s: '%s' is no number from %u to %u", option, text, low, high);
   return value;
+}
+
+// Most often a variable of a shell was empty.
+const char *parse_text(const char *option, const char *text, const argp_state *state) {
+  if (*text == '\0')
+    argp_error(state, "%s: an empty value", option);
+  return text;
 }
 
 error_t take_option(int key, char *text, argp_state *state) {
   Options &options = *static_cast<Options *>(state->input);
   switch (key) {
     case kSocket:
-      options.socket = text;
+      options.socket = parse_text("--socket", text, state);
       return 0;
     case kGroup:
-      options.group = text;
+      options.group = parse_text("--group", text, state);
       return 0;
     case kMaxClients:
       options.max_clients = parse_number("--max-clients", text, 1, remote::kMostClients, state);
@@ -79,6 +87,9 @@ error_t take_option(int key, char *text, argp_state *state) {
       return 0;
     case 'h':
       argp_state_help(state, stdout, ARGP_HELP_STD_HELP);
+      return 0;
+    case ARGP_KEY_ARG:
+      argp_error(state, "not expected: %s", text);
       return 0;
     default:
       return ARGP_ERR_UNKNOWN;
