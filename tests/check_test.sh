@@ -69,6 +69,8 @@ complaints=$(
     ! grep SKIP "$work/right.tap"
     expect "" unbroken "$wrong" "${everything[@]}"
     find_breaches
+    (cd "$work" && LC_ALL=C && grep -E '^not ok|^  (expected|seen): ' P*.tap) |
+      sed '/crashes.tap:  seen/d; s/[0-9.]* ms at best/ms at best/' | "$source/tests/as_printed.sh" breaches.txt
     expect "P1 P6 P13 P20 P22 P23 P24 P25 P26 P27" example "$example" --read HI.2:5 --scratch HI.2:40..47 --port hif:3
   fi
   exit 0
