@@ -50,7 +50,8 @@ if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
 endif()
 
 # The longest first, so that none is left alone at the end.
-foreach(test check served.check served.mrvctl switch_stress headers.morvaneusd.hpp install)
+foreach(test check served.check served.mrvctl served.mrvctl_at_work
+        switch_stress headers.morvaneusd.hpp install)
   if(TEST ${test})
     set_tests_properties(${test} PROPERTIES COST 100)
   endif()

@@ -17,7 +17,6 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -356,10 +355,17 @@ std::string read_until(int terminal, const std::string &part) {
   return text;
 }
 
-// The rest of a screen, as a person sees it.
+// The rest of a screen, as a person sees it: without colours and movements.
 std::string screen(int terminal) {
-  return std::regex_replace(read_until(terminal, "q quits"), std::regex("\033\\[[0-9;]*[mKJH]|\r"),
-                            "");
+  const std::string text = read_until(terminal, "q quits");
+  std::string seen;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\033')
+      i = std::min(text.find_first_of("mKJHhl", i), text.size() - 1);
+    else if (text[i] != '\r')
+      seen += text[i];
+  }
+  return seen;
 }
 
 constexpr const char *kFirstScreen =

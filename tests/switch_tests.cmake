@@ -4,11 +4,14 @@
 # register map, which stays in the process, is left out.
 function(served_test name morvaned folder)
   add_test(NAME ${name}.mrvctl COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
-    ${folder}/mrvctl_test --gtest_brief=1)
+    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=*CasesOfTheFile)
+  add_test(NAME ${name}.mrvctl_at_work COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
+    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=-*CasesOfTheFile)
   add_test(NAME ${name}.virtual_platform
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
     ${folder}/virtual_platform_test --gtest_brief=1 --gtest_filter=-*none_behind_a_table)
-  set_tests_properties(${name}.mrvctl ${name}.virtual_platform PROPERTIES TIMEOUT 120)
+  set_tests_properties(${name}.mrvctl ${name}.mrvctl_at_work ${name}.virtual_platform
+    PROPERTIES TIMEOUT 120)
 endfunction()
 
 served_test(served $<TARGET_FILE:morvaned> ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
