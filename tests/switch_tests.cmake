@@ -27,7 +27,7 @@ morvane_test(switch_service_test morvaneplatform switch_client)
 # The last two: its sendmsg() takes the place of the one that the client side calls.
 target_compile_definitions(switch_service_test PRIVATE MORVANED_PATH="$<TARGET_FILE:morvaned>"
   _FILE_OFFSET_BITS=64 _TIME_BITS=64)
-# Of what the precompiled header has seen, too.
+# The precompiled header of the other tests was compiled without these two.
 set_property(TARGET switch_service_test PROPERTY DISABLE_PRECOMPILE_HEADERS ON)
 add_dependencies(switch_service_test morvaned)
 add_test(NAME man_page_of_morvaned COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh

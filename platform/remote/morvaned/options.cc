@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "kel_asic_lib_common.h"
-#include "server.h"
+#include "remote/messages.h"
 
 namespace morvaned {
 namespace {
