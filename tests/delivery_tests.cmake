@@ -51,7 +51,7 @@ endif()
 
 # The longest first, so that none is left alone at the end.
 foreach(test check served.check served.mrvctl served.mrvctl_at_work
-        switch_stress headers.morvaneusd.hpp install)
+        switch_stress install)
   if(TEST ${test})
     set_tests_properties(${test} PROPERTIES COST 100)
   endif()

@@ -1,25 +1,28 @@
 #!/bin/bash
 # Every command and every option of a program's help stands in its man page: man_page_test.sh PROGRAM PAGE
 set -u
-program=$1
-page=$(sed 's/\\-/-/g' "$2")
-failed=0
+program=$1 page=$2
 
-names() { "$program" "$@" --help | grep -oE '^  [a-z][-a-z]* |^ +(-[?a-zA-Z], ?)?--[-a-z]+' | sed 's/^ *//; s/^-., *//'; }
-
-stands() {
-  grep -qE -- "(^|[^-a-z])$1([^-a-z]|$)" <<<"$page" && return
-  echo "the man page lacks: $1 ($2)"
-  failed=1
+# names [COMMAND...]: what the help of the program or a command names, each with the command.
+names() {
+  "$program" "$@" --help | grep -oE '^  [a-z][-a-z]* |^ +(-[?a-zA-Z], ?)?--[-a-z]+' |
+    sed "s|^ *||; s|^-., *||; s| *$| of ${program##*/} $*|"
 }
 
-commands=$(names | grep -v '^-')
-[[ $(names | wc -l) -gt 5 ]] || { echo "nothing in the help"; exit 1; }
-for name in $(names); do stands "$name" "$program"; done
-for command in $commands; do
-  for name in $(names "$command"); do
-    stands "$name" "$command"
-    [[ $name == -* ]] || for option in $(names "$command" "$name"); do stands "$option" "$command $name"; done
+all_names() {
+  local name of
+  names | while read -r name of; do
+    echo "$name $of"
+    [[ $name == -* ]] && continue
+    names "$name" | tee >(while read -r inner of; do [[ $inner == -* ]] || names "$name" "$inner"; done)
   done
-done
-exit $failed
+}
+
+all=$(all_names)
+(($(wc -l <<<"$all") > 5)) || { echo "nothing in the help"; exit 1; }
+missing=$(awk 'NR == FNR { stands[$1]; next } !($1 in stands)' \
+  <(sed 's/\\-/-/g' "$page" | grep -oE '[-a-z]+' | sort -u) - <<<"$all")
+[[ -z $missing ]] && exit
+echo "the man page lacks:"
+echo "$missing"
+exit 1

@@ -481,7 +481,7 @@ TEST_F(SwitchService, takes_a_socket_that_was_handed_over_and_tells_when_it_is_r
   ASSERT_EQ(bind(notify, notified.get(), notified.length), 0);
   ASSERT_EQ(listen(listener, 8), 0);
   service_ = spawn({}, [&] {
-    dup2(listener, 3);
+    fcntl(dup2(listener, 3), F_SETFD, 0);  // which may be its number already
     close_range(0, 2, 0);
     setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
     setenv("LISTEN_FDS", "1", 1);

@@ -15,6 +15,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -211,7 +212,7 @@ int main(int argc, char **argv) {
     clients[i] = fork_child([i] { run_client(i); });
   const auto start = Clock::now();
   const auto life_time =
-      std::chrono::milliseconds(std::strtol(argv[2], nullptr, 10) * 1000 / long{kLives});
+      std::chrono::milliseconds(std::lround(std::strtod(argv[2], nullptr) * 1000 / kLives));
   std::minstd_rand random(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same course each time
   size_t files = 0;
   long memory = 0;

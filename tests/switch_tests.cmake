@@ -4,9 +4,9 @@
 # register map, which stays in the process, is left out.
 function(served_test name morvaned folder)
   add_test(NAME ${name}.mrvctl COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
-    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=*CasesOfTheFile)
+    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=*OfTheFile*)
   add_test(NAME ${name}.mrvctl_at_work COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
-    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=-*CasesOfTheFile)
+    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=-*OfTheFile*)
   add_test(NAME ${name}.virtual_platform
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
     ${folder}/virtual_platform_test --gtest_brief=1 --gtest_filter=-*none_behind_a_table)
@@ -37,7 +37,7 @@ add_test(NAME man_page_of_morvaned COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_
 add_executable(switch_stress switch_stress.cc)
 target_link_libraries(switch_stress PRIVATE morvaneplatform switch_client morvane_build_flags)
 add_test(NAME switch_stress COMMAND switch_stress $<TARGET_FILE:morvaned>
-  $<IF:$<BOOL:${MORVANE_SANITIZE}>,4,1>)
+  $<IF:$<BOOL:${MORVANE_SANITIZE}>,4,0.5>)
 # What a sanitizer keeps of freed memory is no growth.
 set_tests_properties(switch_stress PROPERTIES
   TIMEOUT 60 ENVIRONMENT ASAN_OPTIONS=quarantine_size_mb=1)

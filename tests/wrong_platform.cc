@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <thread>
 
 #include "kel_asic_intf.h"
@@ -17,9 +18,11 @@
 
 namespace {
 
+// Names that are chosen have a space on both sides.
 bool wrong(const char *breach) {
   static const char *const chosen = std::getenv("MORVANE_WRONG");
-  return chosen != nullptr && std::strcmp(chosen, breach) == 0;
+  static const std::string names = chosen == nullptr ? "" : std::string(" ") + chosen + " ";
+  return names.find(std::string(" ") + breach + " ") != std::string::npos;
 }
 
 template <typename Function>
@@ -111,7 +114,7 @@ int write(Request *request, uint32_t length) {
   const bool command = request->addr >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
   if (request->type == TYPE_WRITE && command && wrong("P25_drops_commands"))
     return 0;
-  if (request->type == TYPE_WRITE_FIELD && wrong("hangs_in_a_field_write"))
+  if (request->data == 0x11223344 && wrong("hangs_in_a_field_write"))
     pause();
   if (request->type == TYPE_WRITE_FIELD && wrong("P22_P25_P26_crashes"))
     std::raise(SIGSEGV);

@@ -7,6 +7,7 @@
 #include "check/described_asic.h"
 #include "check/isolation.h"
 #include "kel_asic_dhs_tables.h"
+#include "registers/address_spans.h"
 #include "registers/tables.h"
 
 namespace mrvctl {
@@ -153,79 +154,50 @@ void has_offsets(const Subject & /*subject*/) {
   }
 }
 
-// The addresses of one register, from begin up to end: a word, or all entries of a table.
-struct Window {
-  uint64_t begin;
-  uint64_t end;
-  Register reg;
-};
-
-std::string window_text(const Window &window) {
-  return register_text(window.reg) + format(" at 0x%08llx to 0x%08llx",
-                                            static_cast<unsigned long long>(window.begin),
-                                            static_cast<unsigned long long>(window.end - 1));
+std::string span_text(const AddressSpan &span) {
+  return register_text(span.reg) + format(" at 0x%08llx to 0x%08llx",
+                                          static_cast<unsigned long long>(span.begin),
+                                          static_cast<unsigned long long>(span.end - 1));
 }
 
-uint64_t window_size(const RegisterMap &map, kel_asic_blk_t block, kel_asic_reg_t vreg) {
-  const std::optional<Table> table = find_table(map, block, vreg);
-  return table ? 4 * uint64_t{table->entry_size} * (uint64_t{table->highest_index} + 1) : 4;
-}
-
-// The windows of all registers of the ASIC.
-std::vector<Window> all_windows() {
-  const RegisterMap map = described_map();
-  const AddressTables tables = ask_tables(ask_description(0));
-  std::vector<Window> windows;
-  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
-    const auto block = static_cast<kel_asic_blk_t>(i);
-    for (kel_asic_reg_t vreg = 0; vreg < tables.offsets[i].size(); ++vreg) {
-      const uint32_t offset = tables.offsets[i][vreg];
-      if (offset == KEL_ASIC_NO_REGISTER)
-        continue;
-      const uint64_t size = window_size(map, block, vreg);
-      for (uint32_t instance = 0; instance < tables.bases[i].size(); ++instance) {
-        const uint64_t begin = uint64_t{tables.bases[i][instance]} + offset;
-        windows.push_back({begin, begin + size, {block, instance, vreg}});
-      }
-    }
-  }
-  return windows;
-}
-
-void has_aligned_addresses(const Subject & /*subject*/) {
-  for (const Window &window : all_windows()) {
-    if (window.begin % 4 != 0)
-      throw Breach{"a multiple of 4", window_text(window)};
-  }
+// Throws Breach for the first register, by address, that is wrong.
+template <typename Wrong>
+void expect_of_all(const std::string &expected, Wrong wrong) {
+  const std::vector<AddressSpan> spans = address_spans(described_map());
+  const auto found = std::find_if(spans.begin(), spans.end(), wrong);
+  if (found != spans.end())
+    throw Breach{expected, span_text(*found)};
 }
 
 // Throws Breach for the first two neighbours, by address, that are in each other's way.
 template <typename Clash>
 void expect_no_clash(const std::string &expected, Clash clash) {
-  std::vector<Window> windows = all_windows();
-  std::sort(windows.begin(), windows.end(),
-            [](const Window &a, const Window &b) { return a.begin < b.begin; });
-  const auto found = std::adjacent_find(windows.begin(), windows.end(), clash);
-  if (found != windows.end())
-    throw Breach{expected, window_text(found[0]) + ", " + window_text(found[1])};
+  const std::vector<AddressSpan> spans = address_spans(described_map());
+  const auto found = std::adjacent_find(spans.begin(), spans.end(), clash);
+  if (found != spans.end())
+    throw Breach{expected, span_text(found[0]) + ", " + span_text(found[1])};
+}
+
+void has_aligned_addresses(const Subject & /*subject*/) {
+  expect_of_all("a multiple of 4", [](const AddressSpan &span) { return span.begin % 4 != 0; });
 }
 
 void shares_no_address(const Subject & /*subject*/) {
   expect_no_clash("an address of its own for each register",
-                  [](const Window &a, const Window &b) { return a.begin == b.begin; });
+                  [](const AddressSpan &a, const AddressSpan &b) { return a.begin == b.begin; });
 }
 
 void has_room_for_tables(const Subject & /*subject*/) {
-  expect_no_clash("no register among the entries of a table", [](const Window &a, const Window &b) {
-    return a.begin != b.begin && a.end > b.begin;
-  });
+  expect_no_clash("no register among the entries of a table",
+                  [](const AddressSpan &a, const AddressSpan &b) {
+                    return a.begin != b.begin && a.end > b.begin;
+                  });
 }
 
 void keeps_off_the_commands(const Subject & /*subject*/) {
-  for (const Window &window : all_windows()) {
-    if (window.end > KEL_ASIC_CMD_CLEAR_DROP_COUNTERS)
-      throw Breach{"addresses below 0xffffffe4", window_text(window)};
-  }
+  expect_of_all("addresses below 0xffffffe4", [](const AddressSpan &span) {
+    return span.end > KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
+  });
 }
 
 void keeps_its_tables(const Subject & /*subject*/) {

@@ -87,33 +87,45 @@ int bits_of(const std::string &program) {
   return ident[EI_CLASS] == ELFCLASS64 ? 64 : 32;
 }
 
-// The folders of the two word sizes where both are installed.
+// Where libraries of each word size stand on a machine that has both, as its ld.so calls it $LIB:
+// the second of the target's is that of a 64-bit distribution's own 32-bit C library.
 constexpr int kBits = 8 * sizeof(void *);
-constexpr const char *kOwnFolder = kBits == 32 ? "/lib/i386-linux-gnu/" : "/lib/x86_64-linux-gnu/";
-constexpr const char *kOtherFolder =
-    kBits == 64 ? "/lib/i386-linux-gnu/" : "/lib/x86_64-linux-gnu/";
+struct LibraryFolder {
+  int bits;
+  const char *name;
+};
+constexpr LibraryFolder kLibraryFolders[] = {
+    {32, "/lib/i386-linux-gnu/"}, {32, "/lib32/"}, {64, "/lib/x86_64-linux-gnu/"}};
 
-// The path with another folder in place of the own one, or as it is.
-std::string in_folder(const std::string &path, const std::string &folder) {
-  const size_t at = path.rfind(kOwnFolder);
-  return at == std::string::npos ? path
-                                 : path.substr(0, at) + folder + path.substr(path.rfind('/') + 1);
+// The path with $LIB in place of such a folder, if the same file stands in one of the other word
+// size; else empty.
+std::string for_both_sizes(const std::string &own) {
+  for (const LibraryFolder &mine : kLibraryFolders) {
+    const size_t at = own.rfind(mine.name);
+    if (mine.bits != kBits || at == std::string::npos)
+      continue;
+    const std::string file = own.substr(own.rfind('/') + 1);
+    for (const LibraryFolder &other : kLibraryFolders) {
+      const std::string path = own.substr(0, at) + other.name + file;
+      if (other.bits != kBits && access(path.c_str(), R_OK) == 0)
+        return own.substr(0, at) + "/$LIB/" + file;
+    }
+  }
+  return "";
 }
 
 // What ld.so is to load into a program and all that it starts, of whatever word size if it can.
 std::string preload_for(const std::string &program) {
-  std::string own = find_recorder();
-  const std::string other = in_folder(own, kOtherFolder);
-  if (other != own && access(other.c_str(), R_OK) == 0)
-    return in_folder(own, "/$LIB/");  // of each program its own
+  const std::string own = find_recorder();
+  const std::string both = for_both_sizes(own);
+  if (!both.empty())
+    return both;  // of each program its own
   const int bits = bits_of(program);
-  if (bits != 0 && bits != kBits) {
-    const std::string hint = other == own ? format("the mrvctl of a %d-bit build records it", bits)
-                                          : "there is no " + other;
+  if (bits != 0 && bits != kBits)
     std::fprintf(stderr,
-                 "mrvctl: %s is a %d-bit program and is not recorded: %s is for %d-bit ones; %s\n",
-                 program.c_str(), bits, own.c_str(), kBits, hint.c_str());
-  }
+                 "mrvctl: %s is a %d-bit program and is not recorded: %s is for %d-bit ones; the "
+                 "recorder of a %d-bit build beside it, or that build's mrvctl, records it\n",
+                 program.c_str(), bits, own.c_str(), kBits, bits);
   return own;
 }
 

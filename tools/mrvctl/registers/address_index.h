@@ -1,5 +1,5 @@
-// The way back from an address to the name of its register: the register map and the table shapes
-// read backwards, once, into a list that is searched by halves.
+// The way back from an address to the name of its register: the spans of all registers, in a list
+// that is searched by halves.
 #ifndef MRVCTL_ADDRESS_INDEX_H
 #define MRVCTL_ADDRESS_INDEX_H
 
@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "registers/address_spans.h"
 #include "registers/register_map.h"
 #include "registers/register_names.h"
 
@@ -56,18 +57,7 @@ class AddressIndex {
                                        uint32_t words) const;
 
  private:
-  // The addresses of one register, those of all its entries where it is a table.
-  struct Span {
-    uint32_t first;
-    uint32_t last;        // the last byte
-    uint32_t entry_size;  // words; 0 where it is no table
-    Register reg;
-  };
-
-  void add_block(const RegisterMap &map, kel_asic_blk_t block);
-  void end_before_the_next();
-
-  std::vector<Span> spans_;  // in the order of their addresses, none within another
+  std::vector<AddressSpan> spans_;  // in the order of their addresses, none within another
 };
 
 }  // namespace mrvctl

@@ -1,0 +1,27 @@
+// The addresses of all registers of the ASIC, as the register map and the table shapes have them.
+#ifndef MRVCTL_ADDRESS_SPANS_H
+#define MRVCTL_ADDRESS_SPANS_H
+
+#include <cstdint>
+#include <vector>
+
+#include "registers/register_map.h"
+#include "registers/register_names.h"
+
+namespace mrvctl {
+
+// The addresses of one register, those of all its entries where it is a table.
+struct AddressSpan {
+  uint64_t begin;
+  uint64_t end;         // behind the last byte; beyond 32 bits where the map has no room
+  uint32_t entry_size;  // words; 0 where it is no table
+  Register reg;
+};
+
+// In the order of their addresses; of two registers with one address the first in the enumerations
+// comes first.
+std::vector<AddressSpan> address_spans(const RegisterMap &map);
+
+}  // namespace mrvctl
+
+#endif
