@@ -49,9 +49,8 @@ if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
     -DREADELF=${CMAKE_READELF} -P ${CMAKE_CURRENT_SOURCE_DIR}/install_test.cmake)
 endif()
 
-# The longest first, so that none is left alone at the end.
-foreach(test check served.check served.mrvctl served.mrvctl_at_work
-        switch_stress install)
+# The longest begin first, so that none is left alone at the end.
+foreach(test check served.check switch_stress install)
   if(TEST ${test})
     set_tests_properties(${test} PROPERTIES COST 100)
   endif()
