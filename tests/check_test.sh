@@ -17,7 +17,7 @@ expect() {
   local expected=$1 breaches=$2 platform=$3 tap status found
   tap=$(tap "$breaches")
   shift 3
-  MORVANE_WRONG=$breaches "$mrvctl" --platform "$platform" check --time-limit 3 "$@" >"$tap" 2>/dev/null
+  MORVANE_WRONG=$breaches "$mrvctl" --slot 5 --platform "$platform" check --time-limit 3 "$@" >"$tap" 2>/dev/null
   status=$?
   found=$(sed -n 's/^  clause: //p' "$tap" | sort -uV | paste -sd ' ')
   [[ $found == "$expected" ]] || echo "$breaches on $platform: broken are '$found', not '$expected'"
@@ -70,6 +70,10 @@ put_back() {
     echo '      1  00000001 00000002 00000003 00000004 00000005 00000006 00000007 00000008'
     echo 'flow control 0x0001'
   )
+  MORVANE_WRONG='hangs_in_a_field_write takes_no_17' timeout --foreground -s INT 1 \
+    "$mrvctl" --platform "$wrong" check --time-limit 2 --scratch HI.2:40..47 >"$work/left" 2>&1
+  grep -q 'seen: "result -1, .*; not put back: 0x102000a0 <- 0x11"$' "$work/left" || cat "$work/left"
+  grep -q '^Bail out! interrupted; not put back: 0x102000a0 <- 0x11$' "$work/left" || cat "$work/left"
 }
 
 complaints=$(
@@ -79,6 +83,8 @@ complaints=$(
     expect "" right "$virtual" "${everything[@]}"
     ! grep SKIP "$work/right.tap"
     expect "" unbroken "$wrong" "${everything[@]}"
+    expect "P11" has_nothing "$wrong"  # no register that an option could name
+    grep -q 'expected: "a block with an instance"' "$work/has_nothing.tap" || cat "$work/has_nothing.tap"
     find_breaches
     expect "P1 P6 P13 P20 P22 P23 P24 P25 P26 P27" example "$example" --read HI.2:5 --scratch HI.2:40..47 --port hif:3
   fi

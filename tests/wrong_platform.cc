@@ -90,6 +90,9 @@ int read(Request *request, uint32_t length) {
     }
     return 0;
   }
+  if (request->addr == 0x10200014 && request->type == TYPE_READ && request->module == 0 &&
+      wrong("P3_P22_answers_no_read"))
+    return 0;
   const int result = send(SYSSRV_REG_READ_CASE, request, length);
   if (result != 0 || length < sizeof *request)
     return result;
@@ -116,6 +119,8 @@ int write(Request *request, uint32_t length) {
     return 0;
   if (request->data == 0x11223344 && wrong("hangs_in_a_field_write"))
     pause();
+  if (request->data == 17 && wrong("takes_no_17"))
+    return fail(EPERM);
   if (request->type == TYPE_WRITE_FIELD && wrong("P22_P25_P26_crashes"))
     std::raise(SIGSEGV);
   if (request->type == TYPE_WRITE_FIELD && !command && wrong("P22_P26_writes_the_whole_register"))
@@ -137,6 +142,10 @@ int write(Request *request, uint32_t length) {
 int commit(kel_asic_xn_t transaction) {
   kel_asic_xn_entry_t *const begin = transaction.xn;
   kel_asic_xn_entry_t *const end = begin + std::clamp(transaction.num, 0, KEL_ASIC_XN_ENTRIES);
+  if (transaction.num == 2 && wrong("P22_P23_P26_drops_transactions_of_2"))
+    return 0;
+  if (transaction.num == 8 && wrong("P24_drops_transactions_of_8"))
+    return 0;
   if (transaction.num == KEL_ASIC_XN_ENTRIES && wrong("P1_P24_cuts_a_transaction"))
     transaction.num = 256;
   if (wrong("P23_takes_any_number_of_entries"))
@@ -206,12 +215,12 @@ int serve(uint32_t case_code, void *record, uint32_t length) {
 }
 
 int hook(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
-  if (vreg == NF_DHS_UCAST_MEM_OFFSET && wrong("P14_knows_one_register_less"))
+  if (vreg == NF_DHS_UCAST_MEM_OFFSET && index == 0 && wrong("P14_lacks_an_entry_0"))
     return 0;
   if (vreg == 700 && wrong("P14_answers_for_others"))
     return 1;
   if (index == kAll && wrong("P14_P20_has_no_last_entry"))
-    index = 0;
+    return 1;
   KEL_ASIC_fn hooks = {};
   kel_asic_limits_t limits = {};
   kel_asic_ver_t revision = {};
@@ -255,9 +264,10 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t lengt
   }
   if (params->caseId != KEL_ASIC_DRIVER_MORVANE && !wrong("P1_P23_serves_every_driver"))
     return fail(ENODEV);
+  const int before = errno;
   const int result = serve(case_code, params->params, length);
-  if (result < 0 && wrong("P3_sets_no_errno"))
-    errno = 0;
+  if (wrong("P3_sets_no_errno"))
+    errno = result < 0 ? before : EIO;
   if (result < 0 && wrong("P3_sets_a_large_errno"))
     errno = 5000;
   return result;
@@ -301,6 +311,8 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
     limits->max_xl = limits_before.max_xl;
   if (wrong("P11_has_nine_modules"))
     limits->max_modules = 9;
+  if (wrong("has_nothing"))
+    *limits = {}, limits->max_modules = 1;
   if (wrong("P12_has_two_asics"))
     limits->max_asic = 1;
   if (wrong("P13_has_no_hook"))

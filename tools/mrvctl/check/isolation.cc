@@ -155,7 +155,7 @@ Outcome wrong(const std::string &expected, const std::string &seen) {
 // How a child ended that has not said its whole message.
 Outcome judge_end(Reading reading, int status, std::chrono::seconds limit) {
   if (reading == Reading::kStopped)
-    return wrong("to be left alone", "interrupted");
+    return {};  // the caller's own end: nothing was found out
   if (reading == Reading::kTimeIsUp)
     return wrong(format("an answer within %lld s", static_cast<long long>(limit.count())), "none");
   if (WIFSIGNALED(status))

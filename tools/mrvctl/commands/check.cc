@@ -99,14 +99,16 @@ void refuse_missing(const Subject &subject, std::chrono::seconds limit) {
     throw UsageError(outcome.seen);
 }
 
+// What stays changed, as it is told behind something else; empty where nothing does.
+std::string leftovers_text(const FoundValues &found) {
+  return found.empty() ? "" : "; not put back: " + found.text();
+}
+
 // Puts back what a check that has ended in the middle has left.
-void put_back_leftovers(FoundValues &found, std::chrono::seconds limit, Outcome &outcome) {
-  if (found.empty())
-    return;
+void put_back_leftovers(FoundValues &found, std::chrono::seconds limit) {
   constexpr std::sig_atomic_t kNeverStop = 0;
-  const Outcome restored = run_isolated([&found] { found.put_back(); }, limit, kNeverStop);
-  if (restored.verdict != Verdict::kRight)
-    outcome.seen += "; not put back: " + found.text();
+  if (!found.empty())
+    run_isolated([&found] { found.put_back(); }, limit, kNeverStop);
 }
 
 Outcome run_one(const Check &check, const Subject &subject, std::chrono::seconds limit) {
@@ -123,7 +125,8 @@ Outcome run_one(const Check &check, const Subject &subject, std::chrono::seconds
     subject.found->put_back();
   };
   Outcome outcome = run_isolated(work, limit, interrupted);
-  put_back_leftovers(*subject.found, limit, outcome);
+  put_back_leftovers(*subject.found, limit);
+  outcome.seen += leftovers_text(*subject.found);
   return outcome;
 }
 
@@ -174,7 +177,7 @@ std::vector<CheckResult> run_all(Session &session, const CheckArgs &args,
   for (const Check &check : checks) {
     const Outcome outcome = run_one(check, subject, limit);
     if (interrupted != 0) {
-      show(session, "Bail out! interrupted\n");
+      show(session, "Bail out! interrupted" + leftovers_text(found) + "\n");
       break;
     }
     results.push_back({check, outcome});
