@@ -7,8 +7,8 @@
 #include <sstream>
 
 #include "calls/trace_log.h"
-#include "commands/call_json.h"
-#include "commands/call_summary.h"
+#include "calls/call_json.h"
+#include "calls/call_summary.h"
 #include "commands/recorded_calls.h"
 #include "platform/platform.h"
 

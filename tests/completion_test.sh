@@ -47,4 +47,6 @@ offers "HR. HI. HF." last-write h
 offers "--help --read --scratch *--junit" check --
 offers "SS. HR. *XL." check --scratch ""
 offers "nif:" check --port N
+offers "HI_DHS_LVIF_TCAM_OFFSET HI_DHS_LVIF_OFFSET" dump HI.2 --from hi_dhs_lv
+offers "/etc" dhs-write HI.2 HI_DHS_LVIF 0 --from /et
 exit $failed

@@ -303,6 +303,11 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
   const std::string lost = "mrvctl: transaction \"x\" was never committed: ";
   expect_case(shell("timeout --foreground --preserve-status 2 " + open), {143, "SIGTERM", {lost}});
   expect_case(shell("(" + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
+  write_file("one.pgm", "HI 2 5 1\n");
+  const std::string none =
+      write_file("none.mrv", "fail EIO\nexpect-fail pgm one.pgm\nqos show hif 1 --watch 0.1\n");
+  expect_case(shell("(" MRVCTL_PATH " -f " + none + ") | sleep 0.3"),
+              {0, "no transaction", {"!never committed"}});
 }
 
 TEST_F(Mrvctl, AddressesOfCallsLeadBackToTheirRegisters) {
@@ -347,7 +352,7 @@ TEST_F(Mrvctl, CallsAreFollowedWhileTheyAreMade) {
   const Outcome result = shell(
       "cd " + folder_ + " && { " + recorder() +
       " qos show hif 1 --watch 0.2 --count 4 >/dev/null & until ls *.mrec; do sleep 0.1; done;"
-      " " MRVCTL_PATH
+      " env --default-signal=INT " MRVCTL_PATH
       " calls --follow *.mrec >shown & shown=$!; until [ $(grep -c qos-get shown) = 4 ];"
       " do sleep 0.1; done; kill -INT $shown; wait $shown; } 2>/dev/null");
   EXPECT_EQ(result.status, 0) << result.out;

@@ -84,7 +84,7 @@ void show_trace_state(Session &session) {
 
 // The script as far as it is read before anything runs.
 Script script_of(Runner &runner, Parser &parser, Session &session, const Options &options) {
-  if (options.script.empty() || is_typed(options.script))
+  if (options.script.empty() || (is_typed(options.script) && !options.dry_run))
     return {options.script, {}};
   return read_script(runner, parser, session, options.script);
 }
@@ -97,9 +97,9 @@ std::string shown_command(const std::string &name, int argc, char **argv) {
 }
 
 void show_dry_run(Session &session, const std::string &name, size_t commands) {
-  session.report.result({{"command", "dry-run"}, {"script", name}, {"commands", commands}},
-                        format("%s: %zu %s, nothing is run\n", name.c_str(), commands,
-                               commands == 1 ? "command" : "commands"));
+  session.report.result(
+      {{"command", "dry-run"}, {"script", name}, {"commands", commands}},
+      name + ": " + count_text(commands, "command", "commands") + ", nothing is run\n");
 }
 
 void run_command(Runner &runner, Session &session, const Command &command,
@@ -119,7 +119,7 @@ void initialise(Runner &runner, Session &session, const Options &options, Setup 
     if (setup == Setup::kLibrary || setup == Setup::kPlatform)
       connect_to_switch(options.service);
     if (setup == Setup::kLibrary)
-      session.initialise(static_cast<uint8_t>(options.slot));
+      session.initialise();
     if (options.trace)
       show_trace_state(session);
   });

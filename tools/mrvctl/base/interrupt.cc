@@ -31,8 +31,12 @@ Interrupt::Interrupt(const std::vector<int> &signals) {
   action.sa_handler = note;
   action.sa_flags = SA_RESTART;
   for (const int signal : signals) {
-    before_.emplace_back(signal, action);
-    sigaction(signal, &action, &before_.back().second);
+    struct sigaction before = {};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler == SIG_IGN)
+      continue;  // whoever started the tool wants it to live on: nohup, or a shell's &
+    before_.emplace_back(signal, before);
+    sigaction(signal, &action, nullptr);
   }
 }
 

@@ -12,7 +12,8 @@ namespace mrvctl {
 extern volatile std::sig_atomic_t interrupted;
 
 // While it lives, the first of these signals is noted and ends nothing, not even a service call; a
-// second one ends the tool, should what is done not come to its end.
+// second one ends the tool, should what is done not come to its end. Signals that the tool was
+// started to ignore stay ignored.
 class Interrupt {
  public:
   explicit Interrupt(const std::vector<int> &signals = {SIGINT, SIGTERM, SIGHUP});

@@ -1,4 +1,4 @@
-// Script lines.
+// Lines of text.
 #include "base/lines.h"
 
 #include <cerrno>

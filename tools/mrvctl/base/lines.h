@@ -1,4 +1,4 @@
-// Script lines: a command a line, # comments, single and double quotes.
+// Lines of text: read and counted, and split into words, with # comments and quotes.
 #ifndef MRVCTL_LINES_H
 #define MRVCTL_LINES_H
 

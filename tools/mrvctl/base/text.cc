@@ -41,6 +41,10 @@ std::string format(const char *pattern, ...) {
   return text;
 }
 
+std::string count_text(uint64_t count, const char *one, const char *more) {
+  return format("%llu %s", static_cast<unsigned long long>(count), count == 1 ? one : more);
+}
+
 std::string upper_case(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
                  [](unsigned char c) { return static_cast<char>(std::toupper(c)); });

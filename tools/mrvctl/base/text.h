@@ -2,6 +2,7 @@
 #ifndef MRVCTL_TEXT_H
 #define MRVCTL_TEXT_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,9 @@ namespace mrvctl {
 
 // printf into a string.
 [[gnu::format(printf, 1, 2)]] std::string format(const char *pattern, ...);
+
+// "1 word", "3 words".
+std::string count_text(uint64_t count, const char *one, const char *more);
 
 std::string upper_case(std::string text);
 std::string lower_case(std::string text);

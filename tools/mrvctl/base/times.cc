@@ -50,9 +50,11 @@ int parse_digits(const std::string &text, uint32_t low, uint32_t high) {
 
 uint64_t parse_before_now(const std::string &text) {
   constexpr std::pair<char, uint64_t> kUnits[] = {{'s', 1}, {'m', 60}, {'h', 3600}, {'d', 86400}};
+  const uint64_t now = now_ns();
   for (const auto &[letter, seconds] : kUnits) {
-    if (text.back() == letter)
-      return now_ns() - parse_u64(text.substr(1, text.size() - 2), 0, 1000000) * seconds * kSecond;
+    const uint64_t unit = seconds * kSecond;
+    if (text.back() == letter)  // at most since 1970
+      return now - parse_u64(text.substr(1, text.size() - 2), 0, now / unit) * unit;
   }
   refuse(text);
 }

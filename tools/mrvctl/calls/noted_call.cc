@@ -112,6 +112,7 @@ std::string detail_text(const NotedCall &call, const AddressIndex &index,
 }  // namespace
 
 void decode(NotedCall &call) {
+  call.has_record = true;
   call.request = fields_of(service_call(call, call.request_bytes), call.request_bytes.size());
   if (!call.answer_bytes.empty())
     call.answer = fields_of(service_call(call, call.answer_bytes), call.answer_bytes.size());

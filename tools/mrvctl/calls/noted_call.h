@@ -28,6 +28,7 @@ struct NotedCall {
   uint64_t order_ns = 0;                // its place among the calls of all processes
   std::optional<uint64_t> duration_ns;  // empty where it is not known
 
+  bool has_record = false;  // it was noted with its record: no trace log told it
   uint32_t case_code = 0;
   uint32_t driver = 0;
   uint32_t length = 0;                 // of the record as it was passed
@@ -46,7 +47,8 @@ struct NotedCall {
   bool failed = false;
 };
 
-// Fills in what follows from the records and the result: the fields, the operation, the outcome.
+// Fills in what follows from the records, which are there, and the result: the fields, the
+// operation, the outcome.
 void decode(NotedCall &call);
 
 // Registers that a call reads or writes: a word or a run of them.

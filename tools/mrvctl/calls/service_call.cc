@@ -6,6 +6,7 @@
 
 #include "base/errors.h"
 #include "base/text.h"
+#include "output/qos_tables.h"
 #include "platform/system_service.h"
 #include "registers/port_types.h"
 #include "registers/register_names.h"
@@ -160,13 +161,6 @@ struct RequestText {
   }
 };
 
-uint64_t sum(const kel_asic_counter_t *counters, size_t count) {
-  uint64_t total = 0;
-  for (size_t i = 0; i < count; ++i)
-    total += counters[i];
-  return total;
-}
-
 }  // namespace
 
 Record record_of(const ServiceCall &call) {
@@ -240,11 +234,12 @@ std::string command_text(uint32_t command, uint32_t port_word) {
 
 std::string stats_text(const kel_asic_qos_stats_t &stats) {
   const auto total = [](const kel_asic_counter_t *counters, size_t count) {
-    return static_cast<unsigned long long>(sum(counters, count));
+    return static_cast<unsigned long long>(counter_sum(counters, count));
   };
-  return format("writes=%llu, reads=%llu, n2h_drops=%llu, h2n_drops=%llu",
-                total(stats.ss_dhs.wr_rcvd_cnt, 8), total(stats.ss_dhs.rd_sent_cnt, 8),
-                total(stats.drops.n2h_drops[0], 48), total(stats.drops.h2n_drops[0], 48));
+  return format(
+      "writes=%llu, reads=%llu, n2h_drops=%llu, h2n_drops=%llu",
+      total(stats.ss_dhs.wr_rcvd_cnt, kClasses), total(stats.ss_dhs.rd_sent_cnt, kClasses),
+      total(stats.drops.n2h_drops[0], kGridCells), total(stats.drops.h2n_drops[0], kGridCells));
 }
 
 std::string request_text(const ServiceCall &call) {

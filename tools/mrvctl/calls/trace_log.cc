@@ -344,8 +344,10 @@ bool LogReader::take_detail(const Line & /*line*/, const Parts & /*parts*/) {
 bool LogReader::set_address(const Line &line, uint32_t address) {
   if (open_.empty() || open_.back().operation->type == kNoType)
     return false;
-  if (request() == nullptr)
+  if (request() == nullptr) {
     innermost()->request = RegisterFields();
+    request()->mask = UINT32_MAX;  // a field write tells its own
+  }
   RegisterFields &reg = *request();
   reg.type = static_cast<uint32_t>(open_.back().operation->type);
   reg.address = address;

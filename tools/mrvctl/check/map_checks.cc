@@ -8,6 +8,7 @@
 #include "check/isolation.h"
 #include "kel_asic_dhs_tables.h"
 #include "registers/address_spans.h"
+#include "registers/port_types.h"
 #include "registers/tables.h"
 
 namespace mrvctl {
@@ -16,7 +17,6 @@ namespace {
 constexpr uint8_t kOneFilling = 0x5A;
 constexpr uint8_t kOtherFilling = 0xA5;
 constexpr uint32_t kMostInstances = 4096;
-constexpr uint32_t kMostPorts = 256;  // a port number is a byte
 
 void describes_an_asic(const Subject & /*subject*/) {
   const Description description = ask_description(0);
@@ -51,7 +51,7 @@ void has_plausible_limits(const Subject & /*subject*/) {
   for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
     const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
     const bool has_ports = info.block == KEL_ASIC_BLK_HI || info.block == KEL_ASIC_BLK_NI;
-    const uint32_t most = has_ports ? kMostPorts : kMostInstances;
+    const uint32_t most = has_ports ? kPortNumbers : kMostInstances;
     const uint32_t instances = limits.*info.instances;
     if (instances > most)
       throw Breach{format("at most %u instances of block %s", most, info.enumerator),

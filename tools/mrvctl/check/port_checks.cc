@@ -9,6 +9,7 @@
 #include "check/described_asic.h"
 #include "check/isolation.h"
 #include "check/requests.h"
+#include "output/qos_tables.h"
 #include "platform/platform.h"
 #include "registers/port_types.h"
 #include "virtual_platform.h"
@@ -91,20 +92,14 @@ void refuses_missing_ports(const Subject &subject) {
   expect_lacking(subject, {kNoPortType, 0}, {ENXIO, ENODEV, EINVAL});
 }
 
-// By the counters' own type: a template would take them for words that are aligned to 8 bytes.
-uint64_t sum(const kel_asic_counter_t *counters, size_t count) {
-  uint64_t total = 0;
-  for (size_t i = 0; i < count; ++i)
-    total += counters[i];
-  return total;
-}
-
 uint64_t counted_frames(const kel_asic_qos_stats_t &stats) {
-  return sum(stats.ss_dhs.wr_rcvd_cnt, 8) + sum(stats.ss_dhs.rd_sent_cnt, 8);
+  return counter_sum(stats.ss_dhs.wr_rcvd_cnt, kClasses) +
+         counter_sum(stats.ss_dhs.rd_sent_cnt, kClasses);
 }
 
 uint64_t counted_drops(const kel_asic_qos_stats_t &stats) {
-  return sum(stats.drops.n2h_drops[0], 6 * 8) + sum(stats.drops.h2n_drops[0], 6 * 8);
+  return counter_sum(stats.drops.n2h_drops[0], kGridCells) +
+         counter_sum(stats.drops.h2n_drops[0], kGridCells);
 }
 
 // Traffic may go on, but what was counted before is gone.

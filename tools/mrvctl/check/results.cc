@@ -8,7 +8,7 @@
 namespace mrvctl {
 namespace {
 
-// A text in double quotes, as YAML and JSON have it.
+// A text in double quotes, as YAML has it.
 std::string quoted(const std::string &text) {
   std::string result = "\"";
   for (const char c : text) {

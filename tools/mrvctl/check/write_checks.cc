@@ -39,7 +39,6 @@ struct Scratch {
   }
 
   uint32_t first() const { return addresses.front(); }
-  uint32_t last() const { return addresses.back(); }
 
   Registers registers;
   std::vector<uint32_t> addresses;

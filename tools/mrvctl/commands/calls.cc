@@ -7,11 +7,11 @@
 #include "base/interrupt.h"
 #include "base/text.h"
 #include "base/times.h"
+#include "calls/call_choice.h"
+#include "calls/call_json.h"
+#include "calls/call_summary.h"
 #include "calls/pcapng.h"
 #include "calls/trace_log.h"
-#include "commands/call_choice.h"
-#include "commands/call_json.h"
-#include "commands/call_summary.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
 
@@ -67,8 +67,8 @@ class TraceLogs {
       calls_.push_back(std::move(call));
     }
     if (log.unplaced_lines > 0)
-      losses_.push_back(path + format(": %llu lines that belong to no operation",
-                                      static_cast<unsigned long long>(log.unplaced_lines)));
+      losses_.push_back(path + ": " + count_text(log.unplaced_lines, "line", "lines") +
+                        " of no operation");
   }
 
   // A log has the number of its process in its name, and nothing else of it.
@@ -143,14 +143,6 @@ void show_calls(const CallTable &table, Source &source, const CallsArgs &args,
   });
   for (const NotedCall &call : last)
     table.show(call);
-}
-
-void tell_losses(Session &session, const std::vector<std::string> &losses) {
-  if (losses.empty())
-    return;
-  for (const std::string &loss : losses)
-    std::fprintf(stderr, "%s\n", loss.c_str());
-  session.report.result({{"command", "calls"}, {"losses", losses}}, "");
 }
 
 void follow(RecordedCalls &source, const CallTable &table, const CallsArgs &args,

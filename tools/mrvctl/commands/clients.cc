@@ -1,12 +1,9 @@
-// clients: who is connected to a switch that morvaned serves; and the connection to it.
+// clients: who is connected to a switch that morvaned serves.
 #include <pwd.h>
 
 #include <cerrno>
-#include <csignal>
-#include <cstdlib>
 #include <cstring>
 
-#include "base/interrupt.h"
 #include "base/text.h"
 #include "commands/commands.h"
 #include "platform/platform.h"
@@ -15,11 +12,6 @@
 
 namespace mrvctl {
 namespace {
-
-struct ClientsArgs {
-  double watch = 0;    // seconds between rounds; 0 for one round alone
-  uint32_t count = 0;  // rounds of a live view; 0 for no end
-};
 
 std::string user_name(uint32_t user) {
   const passwd *const found = getpwuid(user);
@@ -66,7 +58,7 @@ Json client_json(const vp_client &client) {
           {"last_age", has_called ? Json(static_cast<double>(client.last_age_ms) / 1000) : Json()}};
 }
 
-void show_clients(Session &session, const ClientsArgs &args) {
+void show_clients(Session &session, const WatchArgs &args) {
   const vp_client *clients = nullptr;
   uint32_t count = 0;
   const int error = control<decltype(vp_clients)>("vp_clients")(&clients, &count);
@@ -75,7 +67,7 @@ void show_clients(Session &session, const ClientsArgs &args) {
                               ? "no morvaned serves this switch: name one with --switch"
                               : std::strerror(error));
   std::vector<Json> objects;
-  std::string text = args.watch > 0 && session.report.on_terminal() ? "\033[H\033[J" : "";
+  std::string text = next_screen(session, args);
   text += "process  program          user            calls  failures  last call\n";
   for (const vp_client *client = clients; client != clients + count; ++client) {
     objects.push_back(client_json(*client));
@@ -87,52 +79,18 @@ void show_clients(Session &session, const ClientsArgs &args) {
   session.report.result({{"command", "clients"}, {"clients", objects}}, text);
 }
 
-void check_clients(const ClientsArgs &args) {
-  if (args.watch <= 0 && args.count != 0)
-    throw UsageError("--count is for --watch");
-}
-
-void run_clients(Session &session, const ClientsArgs &args) {
-  if (args.watch <= 0)
-    return show_clients(session, args);
-  const Interrupt scope({SIGINT});
-  for (uint32_t round = 1; interrupted == 0; ++round) {
-    show_clients(session, args);
-    if (round == args.count)
-      return;
-    wait_uninterrupted(args.watch);
-  }
-}
-
-void describe_clients(Arguments &arguments, ClientsArgs &args) {
-  describe_interval(arguments, "--watch", args.watch,
-                    "A live view, with so much time between two rounds");
-  arguments.number<uint32_t>("--count", args.count, "End the live view after so many rounds", 1);
+void run_clients(Session &session, const WatchArgs &args) {
+  show_rounds(session, args, [&] { show_clients(session, args); });
 }
 
 }  // namespace
 
-void connect_to_switch(const std::string &address) {
-  const char *const variable = std::getenv("MORVANE_SWITCH");
-  const std::string named = address.empty() && variable != nullptr ? variable : address;
-  // Only the virtual platform knows the variable.
-  if (named.empty() || (address.empty() && find_in_platform("vp_connect") == nullptr))
-    return;
-  const int error = control<decltype(vp_connect)>("vp_connect")(named.c_str());
-  if (error == EAGAIN)
-    throw OperationFailed("the switch at " + named + " has as many clients as it takes");
-  const char *const hint =
-      error == EINVAL ? " (its address, MORVANE_SWITCH_WAIT or MORVANE_SWITCH_TIMEOUT)" : "";
-  if (error != 0)
-    throw OperationFailed("no switch at " + named + ": " + std::strerror(error) + hint);
-}
-
 void add_clients_command(Parser &parser) {
-  parser.add<ClientsArgs>({"clients", "Virtual platform",
-                           "Show who is connected to the switch that morvaned serves\n"
-                           "^C ends a live view.",
-                           Setup::kPlatform},
-                          describe_clients, check_clients, run_clients);
+  parser.add<WatchArgs>({"clients", "Virtual platform",
+                         "Show who is connected to the switch that morvaned serves\n"
+                         "^C ends a live view.",
+                         Setup::kPlatform},
+                        describe_watch, check_watch, run_clients);
 }
 
 }  // namespace mrvctl

@@ -2,6 +2,7 @@
 // command for scripts that show failures.
 #include "commands/commands.h"
 
+#include "base/interrupt.h"
 #include "base/text.h"
 #include "registers/port_types.h"
 
@@ -104,6 +105,41 @@ void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type) 
   arguments.number<uint32_t>("PORT", args.port, "Port number within its type", 0, 255).required();
 }
 
+Json port_json(const char *command, const PortArgs &args) {
+  return {{"command", command}, {"port_type", port_type_text(args.type)}, {"port", args.port}};
+}
+
+void describe_watch(Arguments &arguments, WatchArgs &args) {
+  describe_interval(arguments, "--watch", args.interval,
+                    "A live view, with so much time between two rounds");
+  arguments.number<uint32_t>("--count", args.rounds, "End the live view after so many rounds", 1);
+}
+
+void check_watch(const WatchArgs &args) {
+  if (args.interval <= 0 && args.rounds != 0)
+    throw UsageError("--count is for --watch");
+}
+
+void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show) {
+  if (args.interval <= 0)
+    return show();
+  const Interrupt scope({SIGINT});
+  for (uint32_t round = 1; interrupted == 0; ++round) {
+    show();
+    if (round == args.rounds)
+      return;
+    wait_uninterrupted(args.interval);
+    for (const auto &happen : session.meanwhile) {
+      if (interrupted == 0)
+        happen(args.interval);
+    }
+  }
+}
+
+std::string next_screen(const Session &session, const WatchArgs &args) {
+  return args.interval > 0 && session.report.on_terminal() ? "\033[H\033[J" : "";
+}
+
 void describe_interval(Arguments &arguments, const std::string &name, double &seconds,
                        const std::string &help) {
   const auto parse = [](const std::string &text) {
@@ -112,38 +148,12 @@ void describe_interval(Arguments &arguments, const std::string &name, double &se
   arguments.parsed(name, seconds, parse, help + " (0.1 to 3600)").type_name("SECONDS");
 }
 
-void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry) {
-  if (expected.size() != run.words.size())
-    throw UsageError(
-        format("%zu words to read, but %zu expected", run.words.size(), expected.size()));
-  for (size_t i = 0; i < expected.size(); ++i) {
-    if (i < run.answered && run.words[i] == expected[i])
-      continue;
-    std::string text = per_entry == 0
-                           ? format("word %zu is ", i)
-                           : format("word %zu of entry %zu is ", i % per_entry, i / per_entry);
-    text += i < run.answered ? format("0x%08x", run.words[i]) : "not answered";
-    text += format(", expected 0x%08x", expected[i]);
-    throw OperationFailed(text);
-  }
-}
-
-void finish_read(Session &session, syserr_t result, const std::string &refusal) {
-  const Transaction before = session.transaction;
-  session.transaction.after_read(result);
-  check_sent();
-  const bool sent = refusal.empty() && before.open();
-  if (result != 0)
-    throw OperationFailed(result, sent ? "transaction \"" + before.name() +
-                                             "\" was sent first: " + before.pending_text()
-                                       : refusal);
-}
-
-std::string interruption_text(const Transaction &before) {
-  const bool sent = before.open() && !(before.interrupted() && before.pending() == 0);
-  return sent ? "  (transaction \"" + before.name() +
-                    "\" was sent first: " + before.pending_text() + ")\n"
-              : "";
+void tell_losses(Session &session, const std::vector<std::string> &losses) {
+  if (losses.empty())
+    return;
+  for (const std::string &loss : losses)
+    std::fprintf(stderr, "%s\n", loss.c_str());
+  session.report.result({{"command", session.command()}, {"losses", losses}}, "");
 }
 
 const char *written_text(const Session &session) {

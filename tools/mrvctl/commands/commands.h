@@ -3,19 +3,16 @@
 #define MRVCTL_COMMANDS_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "base/arguments.h"
 #include "commands/sent_calls.h"
 #include "commands/session.h"
-#include "output/words.h"
-#include "registers/tables.h"
+#include "registers/register_names.h"
 
 namespace mrvctl {
-
-// Words that one command reads at most: the tool holds them all.
-constexpr uint32_t kMostWordsRead = 1U << 20;
 
 void add_register_commands(Parser &parser);
 void add_dump_command(Parser &parser);
@@ -55,35 +52,29 @@ struct PortArgs {
 };
 
 void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type);
+Json port_json(const char *command, const PortArgs &args);
 
 // The time between two rounds of a live view.
 void describe_interval(Arguments &arguments, const std::string &name, double &seconds,
                        const std::string &help);
 
-// Connects the virtual platform to the switch that morvaned serves at an address, or without one to
-// that of MORVANE_SWITCH, if it is set. Throws OperationFailed.
-void connect_to_switch(const std::string &address);
+// A live view of what a command shows.
+struct WatchArgs {
+  double interval = 0;  // seconds between rounds; 0 for one round alone
+  uint32_t rounds = 0;  // 0 for no end
+};
 
-// Reads a register, or a run of them where there is a count. Throws OperationFailed.
-Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count);
+void describe_watch(Arguments &arguments, WatchArgs &args);
+void check_watch(const WatchArgs &args);
 
-// The table that a register is. Throws OperationFailed where it is none.
-Table table_of(Session &session, const Register &reg);
+// Shows it once, or again and again until the last round or ^C.
+void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show);
 
-// Reads entries of a table. Throws OperationFailed.
-Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
-               uint32_t count);
+// What clears a terminal for the next round; empty elsewhere.
+std::string next_screen(const Session &session, const WatchArgs &args);
 
-// Throws OperationFailed unless the words read are the expected ones; `per_entry` is 0 where they
-// are no table entries.
-void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry);
-
-// Notes that a read was made; throws OperationFailed if it failed, or if the transaction that was
-// open before it did. `refusal` is why the library may have refused it; empty if it had no reason.
-void finish_read(Session &session, syserr_t result, const std::string &refusal);
-
-// What a read says of a transaction that was open before it, and that it sent.
-std::string interruption_text(const Transaction &before);
+// Tells on standard error, and as JSON, what of recordings or logs a command could not take.
+void tell_losses(Session &session, const std::vector<std::string> &losses);
 
 // "written", or "queued" where a transaction is open.
 const char *written_text(const Session &session);

@@ -4,6 +4,7 @@
 
 #include "base/text.h"
 #include "commands/commands.h"
+#include "commands/reads.h"
 #include "registers/register_names.h"
 
 namespace mrvctl {

@@ -21,22 +21,6 @@ bool ends_type(syserr_t result) {
   return lacks_port(result) || is_service_errno(result, EINVAL);
 }
 
-// A word that names ports.
-struct PortChoice {
-  uint32_t type;
-  std::optional<uint32_t> port;  // or all of the type
-};
-
-PortChoice parse_choice(const std::string &word) {
-  const std::vector<std::string> parts = split(word, ':');
-  if (parts.size() > 2)
-    throw UsageError("'" + word + "' is neither TYPE nor TYPE:PORT");
-  const uint32_t type = parse_port_type(parts[0], UINT32_MAX);
-  if (parts.size() == 1)
-    return {type, std::nullopt};
-  return {type, parse_number<uint32_t>(parts[1], 0, kPortNumbers - 1)};
-}
-
 class PortReader {
  public:
   PortReader(Session &session, uint32_t opts) : session_(session), opts_(opts) {}
@@ -91,6 +75,16 @@ class PortReader {
 
 }  // namespace
 
+PortChoice parse_port_choice(const std::string &word) {
+  const std::vector<std::string> parts = split(word, ':');
+  if (parts.size() > 2)
+    throw UsageError("'" + word + "' is neither TYPE nor TYPE:PORT");
+  const uint32_t type = parse_port_type(parts[0], UINT32_MAX);
+  if (parts.size() == 1)
+    return {type, std::nullopt};
+  return {type, parse_number<uint32_t>(parts[1], 0, kPortNumbers - 1)};
+}
+
 PortReading read_port(Session &session, uint32_t type, uint32_t port, uint32_t opts) {
   std::error_code ec;
   const morvane::qos_stats stats = morvane::get_qos_stats(session.port(type, port), ec, opts);
@@ -101,10 +95,8 @@ bool lacks_port(syserr_t result) {
   return is_service_errno(result, ENXIO) || is_service_errno(result, ENODEV);
 }
 
-std::vector<PortReading> read_ports(Session &session, const std::vector<std::string> &words,
+std::vector<PortReading> read_ports(Session &session, const std::vector<PortChoice> &choices,
                                     uint32_t opts) {
-  std::vector<PortChoice> choices;
-  std::transform(words.begin(), words.end(), std::back_inserter(choices), parse_choice);
   PortReader reader(session, opts);
   if (choices.empty()) {
     for (const cardcfg_port_type_t type : {CARDCFG_PORT_TYPE_HIF, CARDCFG_PORT_TYPE_NIF,

@@ -2,6 +2,7 @@
 #ifndef MRVCTL_PORT_READINGS_H
 #define MRVCTL_PORT_READINGS_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,20 +11,29 @@
 
 namespace mrvctl {
 
+// Ports that a word names: one, or all of a type.
+struct PortChoice {
+  uint32_t type;
+  std::optional<uint32_t> port;
+};
+
+// Reads TYPE or TYPE:PORT. Throws UsageError.
+PortChoice parse_port_choice(const std::string &word);
+
 // One service call.
 PortReading read_port(Session &session, uint32_t type, uint32_t port, uint32_t opts);
 
 // Whether the service has answered that the ASIC lacks the port.
 bool lacks_port(syserr_t result);
 
-// Reads the ports that the words name, TYPE or TYPE:PORT, or where there are none every port of the
-// ASIC: each once, and those that a type stands for only where the ASIC has them. Nothing counts
-// ports, so they are asked for: host and network ports as far as the limits of the register map
-// reach, others until the service says that the ASIC lacks one.
+// Reads the ports that were chosen, or where none were every port of the ASIC: each once, and those
+// that a type stands for only where the ASIC has them. Nothing counts ports, so they are asked for:
+// host and network ports as far as the limits of the register map reach, others until the service
+// says that the ASIC lacks one.
 //
-// Throws UsageError, and OperationFailed where the service fails before it has answered once, or
+// Throws OperationFailed where the service fails before it has answered once, or
 // where the ASIC has no port of a type that was named; a port that fails later has its result.
-std::vector<PortReading> read_ports(Session &session, const std::vector<std::string> &words,
+std::vector<PortReading> read_ports(Session &session, const std::vector<PortChoice> &choices,
                                     uint32_t opts);
 
 }  // namespace mrvctl

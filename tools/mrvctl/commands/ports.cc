@@ -10,15 +10,10 @@ namespace {
 void finish_write(Session &session, const std::error_code &ec, const std::string &hint, Json object,
                   const std::string &text) {
   session.check_result(result_of(ec), hint);
-  if (session.transaction.open())
-    session.transaction.add(1);
+  session.transaction.add(1);
   check_sent();
   object["queued"] = session.transaction.open();
   session.report.result(object, text + (session.transaction.open() ? ": queued\n" : "\n"));
-}
-
-Json port_json(const char *command, const PortArgs &args) {
-  return {{"command", command}, {"port_type", port_type_text(args.type)}, {"port", args.port}};
 }
 
 struct PauseArgs {

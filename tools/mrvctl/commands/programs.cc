@@ -81,12 +81,10 @@ void run_program(Session &session, const ProgramArgs &args) {
         result_of(ec), failed_step_text(program, calls_so_far() - calls_before, existing.size()) +
                            "the steps before the one that failed are " + written_text(session));
   }
-  if (session.transaction.open())
-    session.transaction.add(uint64_t{existing.size()} * steps.size());
+  session.transaction.add(uint64_t{existing.size()} * steps.size());
   check_sent();
-  std::string text =
-      format("%zu %s for ASIC ", steps.size(), steps.size() == 1 ? "step" : "steps") +
-      join(existing, ", ") + ": " + written_text(session);
+  std::string text = count_text(steps.size(), "step", "steps") + " for ASIC " +
+                     join(existing, ", ") + ": " + written_text(session);
   if (!missing.empty())
     text += "; there is no ASIC " + join(missing, ", ");
   session.report.result({{"command", "pgm"},

@@ -2,7 +2,6 @@
 #include <chrono>
 #include <optional>
 
-#include "base/interrupt.h"
 #include "base/text.h"
 #include "commands/commands.h"
 #include "commands/port_readings.h"
@@ -15,8 +14,7 @@ namespace {
 struct ShowArgs {
   PortArgs port;
   uint32_t opts = 0;
-  double watch = 0;    // seconds between rounds; 0 for one round alone
-  uint32_t count = 0;  // rounds of a live view; 0 for no end
+  WatchArgs watch;
 };
 
 using Clock = std::chrono::steady_clock;
@@ -40,9 +38,9 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
   Json object = {{"command", "qos show"},  {"module", session.module},
                  {"asic", session.asic},   {"port_type", type},
                  {"port", args.port.port}, {"stats", qos_json(now.stats)}};
-  std::string text = args.watch > 0 && session.report.on_terminal() ? "\033[H\033[J" : "";
-  text += format("%s %u, module %u, ASIC %u\n\n", type.c_str(), args.port.port, session.module,
-                 session.asic) +
+  std::string text = next_screen(session, args.watch);
+  text += port_text(args.port.type, args.port.port) +
+          format(", module %u, ASIC %u\n\n", session.module, session.asic) +
           qos_text(now.stats, session.report.colours());
   if (before != nullptr) {
     const double seconds = std::chrono::duration<double>(now.at - before->at).count();
@@ -54,40 +52,26 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
   session.report.result(object, text);
 }
 
-void watch(Session &session, const ShowArgs &args) {
-  const Interrupt scope({SIGINT});
-  std::optional<Reading> before;
-  for (uint32_t round = 1; interrupted == 0; ++round) {
-    const Reading now = take_reading(session, args);
-    show_reading(session, args, now, before ? &*before : nullptr);
-    if (round == args.count)
-      return;
-    before = now;
-    wait_uninterrupted(args.watch);
-    for (const auto &happen : session.meanwhile)
-      happen(args.watch);
-  }
-}
-
 void check_show(const ShowArgs &args) {
-  if (args.watch <= 0 && args.count != 0)
-    throw UsageError("--count is for --watch");
+  check_watch(args.watch);
 }
 
 void run_show(Session &session, const ShowArgs &args) {
-  if (args.watch > 0)
-    watch(session, args);
-  else
-    show_reading(session, args, take_reading(session, args), nullptr);
+  std::optional<Reading> before;
+  show_rounds(session, args.watch, [&] {
+    const Reading now = take_reading(session, args);
+    show_reading(session, args, now, before ? &*before : nullptr);
+    before = now;
+  });
 }
 
 void run_clear(Session &session, const ShowArgs &args) {
   std::error_code ec;
   morvane::clear_qos_stats(session.port(args.port.type, args.port.port), ec, args.opts);
   session.check_result(result_of(ec));
-  const std::string type = port_type_text(args.port.type);
-  session.report.result({{"command", "qos clear"}, {"port_type", type}, {"port", args.port.port}},
-                        format("QoS statistics of %s %u cleared\n", type.c_str(), args.port.port));
+  session.report.result(
+      port_json("qos clear", args.port),
+      "QoS statistics of " + port_text(args.port.type, args.port.port) + " cleared\n");
 }
 
 void run_clear_all(Session &session, const ShowArgs &args) {
@@ -108,9 +92,7 @@ void describe_port_and_options(Arguments &arguments, ShowArgs &args) {
 
 void describe_show(Arguments &arguments, ShowArgs &args) {
   describe_port_and_options(arguments, args);
-  describe_interval(arguments, "--watch", args.watch,
-                    "A live view, with so much time between two rounds");
-  arguments.number<uint32_t>("--count", args.count, "End the live view after so many rounds", 1);
+  describe_watch(arguments, args.watch);
 }
 
 }  // namespace

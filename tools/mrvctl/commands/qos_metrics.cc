@@ -13,7 +13,8 @@ namespace mrvctl {
 namespace {
 
 struct MetricsArgs {
-  std::vector<std::string> ports;
+  std::vector<std::string> words;
+  std::vector<PortChoice> ports;
   std::string output;
   bool nonzero = false;
   uint32_t opts = 0;
@@ -41,7 +42,7 @@ void write_metrics(Session &session, const MetricsArgs &args, const AsicMetrics 
     const std::string path = session.resolve(args.output);
     replace_file(path, text);
     object["output"] = path;
-    text = format("%s: metrics of %zu ports\n", path.c_str(), metrics.ports.size());
+    text = path + ": metrics of " + count_text(metrics.ports.size(), "port", "ports") + "\n";
   }
   session.report.result(object, text);
 }
@@ -54,6 +55,11 @@ void check_ports(Session &session, const std::vector<PortReading> &ports) {
   const auto more = std::count_if(first + 1, ports.end(), failed);
   session.check_result(first->result, port_text(first->type, first->port) +
                                           (more == 0 ? "" : format(" (and %td more)", more)));
+}
+
+void check_metrics(MetricsArgs &args) {
+  std::transform(args.words.begin(), args.words.end(), std::back_inserter(args.ports),
+                 parse_port_choice);
 }
 
 void run_metrics(Session &session, const MetricsArgs &args) {
@@ -72,7 +78,7 @@ void run_metrics(Session &session, const MetricsArgs &args) {
 }
 
 void describe_metrics(Arguments &arguments, MetricsArgs &args) {
-  arguments.words("PORTS", args.ports,
+  arguments.words("PORTS", args.words,
                   "TYPE or TYPE:PORT, like hif or nif:3; all ports if left out");
   arguments
       .word("--output", args.output,
@@ -89,7 +95,7 @@ void add_qos_metrics_command(Parser &parser) {
                            "Print the counters of all ports for Prometheus\n"
                            "One service call a port. A port that the ASIC lacks fails the command "
                            "where it was named."},
-                          describe_metrics, run_metrics);
+                          describe_metrics, check_metrics, run_metrics);
 }
 
 }  // namespace mrvctl

@@ -20,8 +20,9 @@ auto reading(Step step) {
   }
 }
 
-std::string count_text(uint64_t count, const char *what) {
-  return count == 0 ? "" : format("%llu %s", static_cast<unsigned long long>(count), what);
+// "3 bytes damaged"; empty where there is nothing to tell.
+std::string loss_text(uint64_t count, const char *one, const char *more, const char *how) {
+  return count == 0 ? "" : count_text(count, one, more) + " " + how;
 }
 
 }  // namespace
@@ -120,10 +121,10 @@ std::vector<std::string> RecordedCalls::losses() const {
   for (const Source &source : sources_) {
     const recording::Reader &reader = source.reader;
     std::vector<std::string> parts = {
-        count_text(reader.overwritten_bytes(), "bytes overwritten while they were read"),
-        count_text(reader.damaged_bytes(), "bytes damaged"),
-        count_text(reader.unknown_notes(), "notes of a kind that is not known"),
-        count_text(reader.missed_calls(), "calls that the process could not note")};
+        loss_text(reader.overwritten_bytes(), "byte", "bytes", "overwritten while they were read"),
+        loss_text(reader.damaged_bytes(), "byte", "bytes", "damaged"),
+        loss_text(reader.unknown_notes(), "note", "notes", "of a kind that is not known"),
+        loss_text(reader.missed_calls(), "call", "calls", "that the process could not note")};
     parts.erase(std::remove(parts.begin(), parts.end(), ""), parts.end());
     if (!parts.empty())
       lines.push_back(reader.path() + ": " + join(parts, ", "));

@@ -1,6 +1,7 @@
 // info, regs, read, write and write-field.
 #include "base/text.h"
 #include "commands/commands.h"
+#include "commands/reads.h"
 #include "registers/register_names.h"
 
 namespace mrvctl {
@@ -73,11 +74,11 @@ void refuse_raw_read(const std::string & /*address*/) {
   throw UsageError("the library reads no raw address; name a register, like HI.2 HI_DHS_LVIF");
 }
 
-std::vector<uint32_t> parse_numbers(const std::string &text) {
-  std::vector<uint32_t> numbers;
+std::vector<uint32_t> parse_words(const std::string &text) {
+  std::vector<uint32_t> words;
   for (const std::string &part : split(text, ','))
-    numbers.push_back(parse_number(part));
-  return numbers;
+    words.push_back(parse_word(part));
+  return words;
 }
 
 void check_read(ReadArgs &args) {
@@ -88,23 +89,6 @@ void check_read(ReadArgs &args) {
   if (!args.expected.empty() && args.expected.size() != words)
     throw UsageError(format("%zu words to read, but %zu expected", words, args.expected.size()));
 }
-
-}  // namespace
-
-Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count) {
-  Words run;
-  run.words.resize(count.value_or(1));
-  std::error_code ec;
-  if (count)
-    morvane::read_run(session.at(reg), run.words, ec, session.caller());
-  else
-    run.words[0] = morvane::read(session.at(reg), ec, session.caller());
-  finish_read(session, result_of(ec), session.refusal_hint(reg));
-  run.answered = count ? answered_words(run.words.size()) : 1;
-  return run;
-}
-
-namespace {
 
 // The words of registers with successive numbers, in as many runs as the map makes of them.
 Words read_registers(Session &session, const Register &first, uint32_t count) {
@@ -147,8 +131,7 @@ void read_one(Session &session, const Register &reg, const ReadArgs &args) {
   if (!args.count)
     text += format(" = 0x%08x (%u)\n", run.words[0], run.words[0]);
   else if (run.answered == run.words.size())
-    text +=
-        format(": %zu %s\n", run.answered, run.answered == 1 ? "word" : "words") + run_text(run);
+    text += ": " + count_text(run.answered, "word", "words") + "\n" + run_text(run);
   else
     text += format(": %zu of %zu words answered\n", run.answered, run.words.size()) + run_text(run);
   session.report.result(object, text + interruption_text(before));
@@ -225,8 +208,7 @@ void finish_write(Session &session, const Target &target, syserr_t result, Json 
   if (result != 0)
     throw OperationFailed(
         result, target.code == KEL_ASIC_WR_SYMBOLIC ? session.refusal_hint(target.reg) : "");
-  if (session.transaction.open())
-    session.transaction.add(1);
+  session.transaction.add(1);
   check_sent();
   object["queued"] = session.transaction.open();
   session.report.result(object, target_text(target) + text + ": " + written_text(session) + "\n");
@@ -273,7 +255,7 @@ void describe_read(Arguments &arguments, ReadArgs &args) {
       "COUNT", args.count, parse_count,
       format("Registers of a run that starts with this one (0 to %u)", kMostWordsRead));
   arguments
-      .parsed("--expect", args.expected, parse_numbers,
+      .parsed("--expect", args.expected, parse_words,
               "Fail unless these are the values read (0 to 0xFFFFFFFF each)")
       .type_name("VALUE,...");
   arguments.taken("--raw", refuse_raw_read, "Refused: the library reads no raw address")
@@ -305,8 +287,9 @@ void add_register_commands(Parser &parser) {
   parser.add(
       {"info", "Registers", "Show the driver, the ASICs, and the blocks with their registers"},
       run_info);
-  parser.add<RegsArgs>({"regs", "Registers", "List the registers of a block that have a name"},
-                       describe_block, check_block, run_regs);
+  parser.add<RegsArgs>(
+      {"regs", "Registers", "List the registers of a block that have a name", Setup::kNone},
+      describe_block, check_block, run_regs);
   parser.add<ReadArgs>(
       {"read", "Registers",
        "Read a register, or a run of registers\n"

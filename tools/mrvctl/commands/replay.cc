@@ -151,8 +151,7 @@ Outcome replay(RecordedCalls &source, const ReplayArgs &args, const AddressIndex
     if (args.at_recorded_speed)
       wait_for(*call, before);
     if (interrupted != 0)
-      throw OperationFailed(
-          format("interrupted behind %llu calls", static_cast<unsigned long long>(outcome.sent)));
+      throw OperationFailed("interrupted behind " + count_text(outcome.sent, "call", "calls"));
     if (!is_whole(*call)) {
       ++outcome.skipped;
       continue;
@@ -193,15 +192,12 @@ void run_replay(Session &session, const ReplayArgs &args) {
   const AddressIndex index(session.map());
   RecordedCalls source({session.resolve(args.file)}, RecordedCalls::UnderWay::kLeftOut);
   const Outcome outcome = replay(source, args, index);
+  forget_sent();
   const std::string text =
-      differences_text(outcome.first) +
-      format("%llu calls sent again", static_cast<unsigned long long>(outcome.sent)) +
-      (args.check
-           ? format(", %llu differences", static_cast<unsigned long long>(outcome.differences))
-           : "") +
-      format("; %llu skipped whose record is not whole, %llu notes of an unknown kind\n",
-             static_cast<unsigned long long>(outcome.skipped),
-             static_cast<unsigned long long>(source.unknown_notes()));
+      differences_text(outcome.first) + count_text(outcome.sent, "call", "calls") + " sent again" +
+      (args.check ? ", " + count_text(outcome.differences, "difference", "differences") : "") +
+      format("; %llu skipped whose record is not whole\n",
+             static_cast<unsigned long long>(outcome.skipped));
   session.report.result({{"command", "replay"},
                          {"file", args.file},
                          {"sent", outcome.sent},
@@ -210,6 +206,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
                          {"differences", args.check ? Json(outcome.differences) : Json()},
                          {"first_differences", differences_json(outcome.first)}},
                         text);
+  tell_losses(session, source.losses());
   if (outcome.differences > 0)
     throw OperationFailed("the platform answered otherwise than it was recorded");
 }

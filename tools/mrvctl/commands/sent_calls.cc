@@ -68,10 +68,12 @@ void check_sent() {
     return;
   const Lost noted = lost;
   lost = {};
-  throw OperationFailed(noted.result,
-                        format("transaction \"%s\" failed: %llu %s lost", noted.name.c_str(),
-                               static_cast<unsigned long long>(noted.writes),
-                               noted.writes == 1 ? "write" : "writes"));
+  throw OperationFailed(noted.result, "transaction \"" + noted.name + "\" failed: " +
+                                          count_text(noted.writes, "write", "writes") + " lost");
+}
+
+void forget_sent() {
+  lost = {};
 }
 
 uint64_t calls_so_far() {

@@ -14,6 +14,9 @@ void watch_calls(bool show);
 // library tells nobody.
 void check_sent();
 
+// Whatever has failed so far is no failure of the command to come.
+void forget_sent();
+
 // How many calls there were so far.
 uint64_t calls_so_far();
 

@@ -65,8 +65,7 @@ bool Transaction::interrupted() const {
 }
 
 std::string Transaction::pending_text() const {
-  return format("%s%llu %s", exact_ ? "" : "at least ", static_cast<unsigned long long>(pending_),
-                pending_ == 1 ? "write" : "writes");
+  return (exact_ ? "" : "at least ") + count_text(pending_, "write", "writes");
 }
 
 std::string Transaction::loss_text() const {
@@ -90,6 +89,8 @@ void Transaction::close() {
 }
 
 void Transaction::add(uint64_t writes) {
+  if (!open_)
+    return;
   pending_ += writes;
   if (pending_ > KEL_ASIC_XN_ENTRIES) {
     pending_ = (pending_ - 1) % KEL_ASIC_XN_ENTRIES + 1;
@@ -99,6 +100,8 @@ void Transaction::add(uint64_t writes) {
 }
 
 void Transaction::add_some() {
+  if (!open_)
+    return;
   exact_ = false;
   note_loss();
 }
@@ -109,13 +112,12 @@ void Transaction::after_read(syserr_t result) {
     start(kInterrupted);
 }
 
-void Session::initialise(uint8_t card_slot) {
-  set_command("init");
+void Session::initialise() {
   std::error_code code;
   std::string printed;
   {
     Capture capture;
-    morvane::init(card_slot, code, caller());
+    morvane::init(static_cast<uint8_t>(slot), code, caller());
     printed = capture.text();
   }
   trace_on = begins_with(printed, kTraceIsOn);
@@ -123,7 +125,7 @@ void Session::initialise(uint8_t card_slot) {
     printed.erase(0, std::strlen(kTraceIsOff));
   std::fputs(printed.c_str(), stderr);
   check(result_of(code), code == SYSERR_KEL_ASIC_INVALID_ARG
-                             ? format("the card in slot %u carries no Morvane", card_slot)
+                             ? format("the card in slot %u carries no Morvane", slot)
                              : "");
 }
 
@@ -156,8 +158,6 @@ const RegisterMap &Session::map() {
 }
 
 std::string Session::place_hint() {
-  if (module > 3)
-    return "modules are 0 to 3";
   if (asic > map().limits().max_asic)
     return format("ASIC numbers are 0 to %u", map().limits().max_asic);
   return "";

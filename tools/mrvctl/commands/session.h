@@ -31,7 +31,7 @@ class Transaction {
 
   void start(const std::string &name);
   void close();
-  // Writes were added; a full transaction was sent and continued.
+  // Writes were added to it, where it is open; a full transaction was sent and continued.
   void add(uint64_t writes);
   // Writes were added, nobody can tell how many.
   void add_some();
@@ -49,8 +49,8 @@ class Transaction {
 
 class Session {
  public:
-  // Sets up the library for a slot. Throws OperationFailed.
-  void initialise(uint8_t card_slot);
+  // Sets up the library for the slot. Throws OperationFailed.
+  void initialise();
 
   // Who asks from now on.
   void set_place(const std::string &file, int line);
@@ -69,8 +69,8 @@ class Session {
 
   const RegisterMap &map();
 
-  // Throws OperationFailed for any result but 0; a module or ASIC that does not exist is named
-  // before the hint.
+  // Throws OperationFailed for any result but 0; an ASIC that does not exist is named before the
+  // hint.
   void check_result(syserr_t result, const std::string &hint = "");
 
   // Why the library may have refused a register.
@@ -87,7 +87,7 @@ class Session {
   std::vector<std::function<void(double)>> meanwhile;
 
  private:
-  // Why the module or ASIC does not exist; empty where both do.
+  // Why the ASIC does not exist; empty where it does.
   std::string place_hint();
 
   std::string file_ = "mrvctl";

@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "commands/commands.h"
 #include "commands/data_file.h"
+#include "commands/reads.h"
 #include "registers/tables.h"
 
 namespace mrvctl {
@@ -47,48 +48,10 @@ void run_tables(Session &session, const TablesArgs &args) {
   session.report.result({{"command", "dhs"}, {"tables", list}}, text);
 }
 
-}  // namespace
-
-Table table_of(Session &session, const Register &reg) {
-  const std::optional<Table> table = find_table(session.map(), reg.block, reg.vreg);
-  if (table)
-    return *table;
-  const std::string missing = session.map().missing(reg);
-  throw OperationFailed(
-      SYSERR_KEL_ASIC_INVALID_ARG,
-      missing.empty()
-          ? format("no table register with entries of up to %u words (see dhs)", kLargestEntry)
-          : missing);
-}
-
-namespace {
-
-// The arrays that the library fills or reads are as long as the entry size says, which is that of
-// entry 0: where the hook decides, it must not depend on the index.
-void check_entry_size(Session &session, const Table &table, uint32_t index) {
-  if (!table.by_hook)
-    return;
-  const int size = session.map().hook_entry_size(table.block, table.vreg, index);
-  if (size >= 1 && size != static_cast<int>(table.entry_size))
-    throw OperationFailed(
-        format("entry %u has %d words and entry 0 has %u: the tool handles no "
-               "table of unequal entries",
-               index, size, table.entry_size));
-}
-
-// Entries beyond the last, behind one that exists, are refused here: the library looks at the first
-// alone, and the service would meet whatever stands behind the table.
-void check_range(const Table &table, uint32_t index, uint32_t count) {
-  const uint64_t end = uint64_t{index} + count;
-  if (index <= table.highest_index && end > uint64_t{table.highest_index} + 1)
-    throw OperationFailed(format("entries %u to %llu, but indices are 0 to %u", index,
-                                 static_cast<unsigned long long>(end - 1), table.highest_index));
-}
-
-std::string index_hint(Session &session, const Register &reg, const Table &table, uint32_t index) {
-  if (index > table.highest_index)
-    return format("indices are 0 to %u", table.highest_index);
-  return session.refusal_hint(reg);
+// "3 entries of 8 words"
+std::string entries_of_text(const Table &table, uint32_t count) {
+  return count_text(count, "entry", "entries") + " of " +
+         count_text(table.entry_size, "word", "words");
 }
 
 struct TableReadArgs {
@@ -102,27 +65,6 @@ struct TableReadArgs {
 void check_table_read(TableReadArgs &args) {
   check_register(args.reg);
 }
-
-}  // namespace
-
-Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
-               uint32_t count) {
-  if (static_cast<uint64_t>(table.entry_size) * count > kMostWordsRead)
-    throw UsageError(format("entries of %u words: at most %u of them at a time", table.entry_size,
-                            kMostWordsRead / table.entry_size));
-  check_range(table, index, count);
-  check_entry_size(session, table, index);
-  Words run;
-  run.words.resize(static_cast<size_t>(table.entry_size) * count);
-  std::error_code ec;
-  morvane::read_entries(morvane::table(session.at(reg), table.entry_size), index, run.words, ec,
-                        session.caller());
-  finish_read(session, result_of(ec), index_hint(session, reg, table, index));
-  run.answered = answered_words(run.words.size());
-  return run;
-}
-
-namespace {
 
 void run_table_read(Session &session, const TableReadArgs &args) {
   const Register &reg = args.reg.reg;
@@ -148,9 +90,7 @@ void run_table_read(Session &session, const TableReadArgs &args) {
   object["answered_words"] = entries.run.answered;
   object["transaction_sent"] = before.open();
   object["entries"] = entries_json(entries);
-  std::string text =
-      register_text(reg) + format(": %u %s of %u %s", count, count == 1 ? "entry" : "entries",
-                                  table.entry_size, table.entry_size == 1 ? "word" : "words");
+  std::string text = register_text(reg) + ": " + entries_of_text(table, count);
   if (entries.run.answered < entries.run.words.size())
     text += format(", %zu of %zu words answered", entries.run.answered, entries.run.words.size());
   if (!expected.empty())
@@ -186,10 +126,10 @@ std::vector<uint32_t> words_to_write(Session &session, const TableWriteArgs &arg
   return args.numbers;
 }
 
-// Shows on a terminal how far a long load is.
-void show_progress(uint32_t done, uint32_t count) {
+// Shows on a terminal how far a long load is; the line ends with it.
+void show_progress(uint32_t done, uint32_t count, bool ends) {
   if (count > kEntriesPerCall && isatty(STDERR_FILENO) != 0)
-    std::fprintf(stderr, "\r%u of %u entries%s", done, count, done == count ? "\n" : "");
+    std::fprintf(stderr, "\r%u of %u entries%s", done, count, ends ? "\n" : "");
 }
 
 void run_table_write(Session &session, const TableWriteArgs &args) {
@@ -208,15 +148,15 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
         words.data() + static_cast<size_t>(done) * table.entry_size, part, who.context,
         const_cast<char *>(who.file), who.line, who.func);
     if (result != 0) {
+      show_progress(done, count, true);
       check_sent();
       const std::string before =
           done == 0 ? "" : format(" (%u entries before it are %s)", done, written_text(session));
       throw OperationFailed(result, index_hint(session, reg, table, index) + before);
     }
-    if (session.transaction.open())
-      session.transaction.add(static_cast<uint64_t>(part) * table.entry_size);
+    session.transaction.add(static_cast<uint64_t>(part) * table.entry_size);
     done += part;
-    show_progress(done, count);
+    show_progress(done, count, done == count);
   }
   check_sent();
   Json object = register_json("dhs-write", reg);
@@ -224,11 +164,9 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
   object["entries"] = count;
   object["entry_size"] = table.entry_size;
   object["queued"] = session.transaction.open();
-  session.report.result(
-      object, register_text(reg) + format(": %u %s of %u %s from index %u: %s\n", count,
-                                          count == 1 ? "entry" : "entries", table.entry_size,
-                                          table.entry_size == 1 ? "word" : "words", args.index,
-                                          written_text(session)));
+  session.report.result(object,
+                        register_text(reg) + ": " + entries_of_text(table, count) +
+                            format(" from index %u: %s\n", args.index, written_text(session)));
 }
 
 void describe_tables(Arguments &arguments, TablesArgs &args) {
@@ -269,7 +207,8 @@ void add_table_commands(Parser &parser) {
       {"dhs", "Tables",
        "List the table (DHS) registers\n"
        "Entry sizes and index ranges are those that the library checks; no register is\n"
-       "touched."},
+       "touched.",
+       Setup::kRegisterMap},
       describe_tables, check_block, run_tables);
   parser.add<TableReadArgs>(
       {"dhs-read", "Tables",

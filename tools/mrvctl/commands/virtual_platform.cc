@@ -80,9 +80,8 @@ void add_traffic(Session &session, const TrafficArgs &args, uint64_t millisecond
       session.module, session.asic, static_cast<cardcfg_port_type_t>(args.port.type),
       args.port.port, &traffic);
   if (error == ENXIO)
-    throw OperationFailed(format("module %u, ASIC %u has no port %s %u", session.module,
-                                 session.asic, port_type_text(args.port.type).c_str(),
-                                 args.port.port));
+    throw OperationFailed(format("module %u, ASIC %u has no port ", session.module, session.asic) +
+                          port_text(args.port.type, args.port.port));
   if (error != 0)
     throw OperationFailed(std::strerror(error));
 }
@@ -93,19 +92,20 @@ void run_traffic(Session &session, const TrafficArgs &args) {
     session.meanwhile.emplace_back([&session, args](double seconds) {
       add_traffic(session, args, static_cast<uint64_t>(seconds * 1000));
     });
-  session.report.result({{"command", "traffic"},
-                         {"port_type", port_type_text(args.port.type)},
-                         {"port", args.port.port},
-                         {"direction", args.direction},
-                         {"class", args.traffic_class},
-                         {"frames", args.frames},
-                         {"excess", args.excess},
-                         {"steady", args.steady}},
-                        format("%s %u: %llu frames of class %u %s, %llu of them in excess%s\n",
-                               port_type_text(args.port.type).c_str(), args.port.port,
-                               static_cast<unsigned long long>(args.frames), args.traffic_class,
-                               args.direction.c_str(), static_cast<unsigned long long>(args.excess),
-                               args.steady ? ", again every second of a live view" : ""));
+  session.report.result(
+      {{"command", "traffic"},
+       {"port_type", port_type_text(args.port.type)},
+       {"port", args.port.port},
+       {"direction", args.direction},
+       {"class", args.traffic_class},
+       {"frames", args.frames},
+       {"excess", args.excess},
+       {"steady", args.steady}},
+      port_text(args.port.type, args.port.port) +
+          format(": %llu frames of class %u %s, %llu of them in excess%s\n",
+                 static_cast<unsigned long long>(args.frames), args.traffic_class,
+                 args.direction.c_str(), static_cast<unsigned long long>(args.excess),
+                 args.steady ? ", again every second of a live view" : ""));
 }
 
 void run_state(Session &session) {
@@ -125,7 +125,7 @@ void run_state(Session &session) {
   const bool failed = state.sfp_failures > 0;
   const std::string last_type = port_type_text(state.last_sfp_port_type);
   if (failed)
-    text += format(", the last on %s %u", last_type.c_str(), state.last_sfp_port);
+    text += ", the last on " + port_text(state.last_sfp_port_type, state.last_sfp_port);
   session.report.result({{"command", "state"},
                          {"sw_card_id", sw_card_id},
                          {"nodrop_class_map", state.nodrop_class_map},

@@ -11,8 +11,6 @@ namespace {
 // A sample is a double: above this, neighbouring counts would be the same number.
 constexpr uint64_t kExact = uint64_t{1} << 53;
 
-constexpr size_t kGridCells = 48;
-
 // One family: its heading, once it has a sample, and a sample a line.
 class Family {
  public:

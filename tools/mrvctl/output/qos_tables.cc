@@ -60,7 +60,7 @@ std::string class_row(const std::string &label, const kel_asic_counter_t *values
 std::string drop_grid(const char *label, const kel_asic_counter_t (&drops)[6][8],
                       const ClassWidths &widths, bool colours) {
   std::string text = class_heading(label, widths);
-  for (size_t row = 0; row < 6; ++row)
+  for (size_t row = 0; row < kDropRows; ++row)
     text += class_row(format("  row %zu", row), drops[row], Counts::kDrops, widths, colours);
   return text;
 }
@@ -98,6 +98,13 @@ std::vector<double> per_second(const Counters &risen, double seconds) {
 
 }  // namespace
 
+uint64_t counter_sum(const kel_asic_counter_t *counters, size_t count) {
+  uint64_t sum = 0;
+  for (size_t i = 0; i < count; ++i)
+    sum += counters[i];
+  return sum;
+}
+
 std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats) {
   const auto &[pause, ss_dhs, oq, drops] = stats;
   return {
@@ -131,10 +138,10 @@ std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats) {
        nullptr},
       {"oq", "tout_cnt", "morvane_port_queue_timeouts_total", "queue time-outs", &oq.tout_cnt, 1,
        nullptr},
-      {"drops", "n2h_drops", "morvane_port_drops_n2h_total", "drops n2h", drops.n2h_drops[0], 48,
-       nullptr},
-      {"drops", "h2n_drops", "morvane_port_drops_h2n_total", "drops h2n", drops.h2n_drops[0], 48,
-       nullptr},
+      {"drops", "n2h_drops", "morvane_port_drops_n2h_total", "drops n2h", drops.n2h_drops[0],
+       kGridCells, nullptr},
+      {"drops", "h2n_drops", "morvane_port_drops_h2n_total", "drops h2n", drops.h2n_drops[0],
+       kGridCells, nullptr},
   };
 }
 
@@ -214,7 +221,7 @@ std::string rates_text(const kel_asic_qos_stats_t &risen, double seconds) {
       if (rates[i] == 0)
         continue;
       std::string label = counters.label;
-      if (counters.count == 48)
+      if (counters.count == kGridCells)
         label += format(" [%zu][%zu]", i / kClasses, i % kClasses);
       else if (counters.count == kClasses)
         label += format(" [%zu]", i);

@@ -3,6 +3,7 @@
 #define MRVCTL_QOS_TABLES_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,12 @@
 
 namespace mrvctl {
 
-constexpr size_t kClasses = 8;  // of traffic, each with counters of its own
+constexpr size_t kClasses = 8;   // of traffic, each with counters of its own
+constexpr size_t kDropRows = 6;  // of the grid of drops in one direction
+constexpr size_t kGridCells = kDropRows * kClasses;
+
+// By the counters' own type: a template would take them for words that are aligned to 8 bytes.
+uint64_t counter_sum(const kel_asic_counter_t *counters, size_t count);
 
 // One or more counters of the QoS record under their names.
 struct Counters {

@@ -15,8 +15,6 @@
 namespace mrvctl {
 namespace {
 
-constexpr size_t kDropRows = 6;
-
 // Frames of a port, in all or a second.
 struct Activity {
   double writes = 0;
@@ -40,7 +38,7 @@ struct Activity {
   }
 };
 
-// By the counters' own type: a template would take them for words that are aligned to 8 bytes.
+// In all they may be more than 64 bits hold.
 double sum(const kel_asic_counter_t *values, size_t count) {
   double all = 0;
   for (size_t i = 0; i < count; ++i)
@@ -55,8 +53,8 @@ Activity activity(const kel_asic_qos_stats_t &stats, double seconds) {
   all.writes = per_second(sum(ss_dhs.wr_rcvd_cnt, kClasses));
   all.reads = per_second(sum(ss_dhs.rd_sent_cnt, kClasses));
   all.discards = per_second(sum(&ss_dhs.wr_discard_cnt, 1));
-  all.n2h = per_second(sum(drops.n2h_drops[0], kDropRows * kClasses));
-  all.h2n = per_second(sum(drops.h2n_drops[0], kDropRows * kClasses));
+  all.n2h = per_second(sum(drops.n2h_drops[0], kGridCells));
+  all.h2n = per_second(sum(drops.h2n_drops[0], kGridCells));
   all.pfc = per_second(sum(&pause.rx_pfc_cnt, 1) + sum(&pause.tx_pfc_cnt, 1));
   all.pause = per_second(sum(&pause.rx_xoff_cnt, 1) + sum(&pause.rx_xon_cnt, 1) +
                          sum(&pause.tx_xoff_cnt, 1) + sum(&pause.tx_xon_cnt, 1));

@@ -4,10 +4,15 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
 #include "base/text.h"
 #include "platform/card_config.h"
 #include "platform/forwarded.h"
 #include "platform/register_map.h"
+#include "virtual_platform.h"
 
 namespace mrvctl {
 namespace {
@@ -59,6 +64,21 @@ void open_platform(const std::string &file) {
   take_next(functions.morvane_lib_init, "morvane_lib_init");
   take_next(functions.kel_asic_get_all_base_table, "kel_asic_get_all_base_table");
   take_next(functions.kel_asic_get_all_reg_table, "kel_asic_get_all_reg_table");
+}
+
+void connect_to_switch(const std::string &address) {
+  const char *const variable = std::getenv("MORVANE_SWITCH");
+  const std::string named = address.empty() && variable != nullptr ? variable : address;
+  // Only the virtual platform knows the variable.
+  if (named.empty() || (address.empty() && find_in_platform("vp_connect") == nullptr))
+    return;
+  const int error = control<decltype(vp_connect)>("vp_connect")(named.c_str());
+  if (error == EAGAIN)
+    throw OperationFailed("the switch at " + named + " has as many clients as it takes");
+  const char *const hint =
+      error == EINVAL ? " (its address, MORVANE_SWITCH_WAIT or MORVANE_SWITCH_TIMEOUT)" : "";
+  if (error != 0)
+    throw OperationFailed("no switch at " + named + ": " + std::strerror(error) + hint);
 }
 
 void *find_in_platform(const char *name) {

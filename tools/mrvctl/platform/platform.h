@@ -16,6 +16,10 @@ namespace mrvctl {
 // may be called.
 void open_platform(const std::string &file);
 
+// Connects the virtual platform to the switch that morvaned serves at an address, or without one to
+// that of MORVANE_SWITCH, if it is set. Throws OperationFailed.
+void connect_to_switch(const std::string &address);
+
 // The path of a library of the same build or install, which stands beside libmorvaneusd; its plain
 // name where it does not, for the system to find.
 std::string beside_library(const std::string &file);

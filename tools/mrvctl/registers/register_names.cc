@@ -6,12 +6,16 @@
 #include <iterator>
 
 #include "base/errors.h"
-#include "base/named_value.h"
 #include "base/numbers.h"
 #include "base/text.h"
 
 namespace mrvctl {
 namespace {
+
+struct CommandAddress {
+  uint32_t address;
+  const char *name;
+};
 
 #include "names.inc"
 
@@ -121,7 +125,11 @@ std::string short_register_text(const Register &reg) {
 }
 
 const char *command_name(uint32_t address) {
-  return name_of(kCommandAddresses, address);
+  for (const auto &[command, name] : kCommandAddresses) {
+    if (command == address)
+      return name;
+  }
+  return nullptr;
 }
 
 }  // namespace mrvctl

@@ -31,4 +31,4 @@ set(origin "// Written by register_names.cmake from the public header.\n")
 file(WRITE ${FOLDER}/names.inc ${origin}
   "constexpr BlockInfo kBlocks[] = {\n${blocks}};\n"
   "constexpr RegisterName kRegisters[] = {\n${registers}};\n"
-  "constexpr NamedValue kCommandAddresses[] = {\n${commands}};\n")
+  "constexpr CommandAddress kCommandAddresses[] = {\n${commands}};\n")

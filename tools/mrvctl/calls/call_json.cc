@@ -1,5 +1,5 @@
 // Calls as objects.
-#include "commands/call_json.h"
+#include "calls/call_json.h"
 
 #include "base/times.h"
 #include "output/qos_tables.h"
@@ -82,14 +82,14 @@ Json call_json(const NotedCall &call, const AddressIndex &index) {
   Json object = {{"command", "calls"},
                  {"time", utc_time_text(call.wall_ns)},
                  {"time_ns", call.wall_ns},
-                 {"program", call.process->program},
+                 {"program", call.has_record ? Json(call.process->program) : Json()},
                  {"pid", call.process->pid},
                  {"number", call.number},
                  {"duration_ns", known(call.duration_ns)},
                  {"operation", call.operation},
-                 {"case", call.case_code},
-                 {"driver", call.driver},
-                 {"length", call.length}};
+                 {"case", call.has_record ? Json(call.case_code) : Json()},
+                 {"driver", call.has_record ? Json(call.driver) : Json()},
+                 {"length", call.has_record ? Json(call.length) : Json()}};
   if (const auto *reg = std::get_if<RegisterFields>(&call.request))
     add_register(object, call, *reg, index);
   else if (const auto *transaction = std::get_if<TransactionFields>(&call.request))

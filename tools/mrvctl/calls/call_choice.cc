@@ -1,5 +1,5 @@
 // Which calls somebody wants to see.
-#include "commands/call_choice.h"
+#include "calls/call_choice.h"
 
 #include <algorithm>
 

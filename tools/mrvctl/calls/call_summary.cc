@@ -1,5 +1,5 @@
 // Calls by operation.
-#include "commands/call_summary.h"
+#include "calls/call_summary.h"
 
 #include <algorithm>
 

@@ -1,0 +1,115 @@
+// Reads as several commands make them.
+#include "commands/reads.h"
+
+#include "base/errors.h"
+#include "base/text.h"
+#include "commands/sent_calls.h"
+
+namespace mrvctl {
+namespace {
+
+// Notes that a read was made; throws OperationFailed if it failed, or if the transaction that was
+// open before it did. `refusal` is why the library may have refused it; empty if it had no reason.
+void finish_read(Session &session, syserr_t result, const std::string &refusal) {
+  const Transaction before = session.transaction;
+  session.transaction.after_read(result);
+  check_sent();
+  const bool sent = refusal.empty() && before.open();
+  if (result != 0)
+    throw OperationFailed(result, sent ? "transaction \"" + before.name() +
+                                             "\" was sent first: " + before.pending_text()
+                                       : refusal);
+}
+
+}  // namespace
+
+Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count) {
+  Words run;
+  run.words.resize(count.value_or(1));
+  std::error_code ec;
+  if (count)
+    morvane::read_run(session.at(reg), run.words, ec, session.caller());
+  else
+    run.words[0] = morvane::read(session.at(reg), ec, session.caller());
+  finish_read(session, result_of(ec), session.refusal_hint(reg));
+  run.answered = count ? answered_words(run.words.size()) : 1;
+  return run;
+}
+
+Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
+               uint32_t count) {
+  if (static_cast<uint64_t>(table.entry_size) * count > kMostWordsRead)
+    throw UsageError(format("entries of %u words: at most %u of them at a time", table.entry_size,
+                            kMostWordsRead / table.entry_size));
+  check_range(table, index, count);
+  check_entry_size(session, table, index);
+  Words run;
+  run.words.resize(static_cast<size_t>(table.entry_size) * count);
+  std::error_code ec;
+  morvane::read_entries(morvane::table(session.at(reg), table.entry_size), index, run.words, ec,
+                        session.caller());
+  finish_read(session, result_of(ec), index_hint(session, reg, table, index));
+  run.answered = answered_words(run.words.size());
+  return run;
+}
+
+void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry) {
+  if (expected.size() != run.words.size())
+    throw UsageError(
+        format("%zu words to read, but %zu expected", run.words.size(), expected.size()));
+  for (size_t i = 0; i < expected.size(); ++i) {
+    if (i < run.answered && run.words[i] == expected[i])
+      continue;
+    std::string text = per_entry == 0
+                           ? format("word %zu is ", i)
+                           : format("word %zu of entry %zu is ", i % per_entry, i / per_entry);
+    text += i < run.answered ? format("0x%08x", run.words[i]) : "not answered";
+    text += format(", expected 0x%08x", expected[i]);
+    throw OperationFailed(text);
+  }
+}
+
+std::string interruption_text(const Transaction &before) {
+  const bool sent = before.open() && !(before.interrupted() && before.pending() == 0);
+  return sent ? "  (transaction \"" + before.name() +
+                    "\" was sent first: " + before.pending_text() + ")\n"
+              : "";
+}
+
+Table table_of(Session &session, const Register &reg) {
+  const std::optional<Table> table = find_table(session.map(), reg.block, reg.vreg);
+  if (table)
+    return *table;
+  const std::string missing = session.map().missing(reg);
+  throw OperationFailed(
+      SYSERR_KEL_ASIC_INVALID_ARG,
+      missing.empty()
+          ? format("no table register with entries of up to %u words (see dhs)", kLargestEntry)
+          : missing);
+}
+
+void check_entry_size(Session &session, const Table &table, uint32_t index) {
+  if (!table.by_hook)
+    return;
+  const int size = session.map().hook_entry_size(table.block, table.vreg, index);
+  if (size >= 1 && size != static_cast<int>(table.entry_size))
+    throw OperationFailed(
+        format("entry %u has %d words and entry 0 has %u: the tool handles no "
+               "table of unequal entries",
+               index, size, table.entry_size));
+}
+
+void check_range(const Table &table, uint32_t index, uint32_t count) {
+  const uint64_t end = uint64_t{index} + count;
+  if (index <= table.highest_index && end > uint64_t{table.highest_index} + 1)
+    throw OperationFailed(format("entries %u to %llu, but indices are 0 to %u", index,
+                                 static_cast<unsigned long long>(end - 1), table.highest_index));
+}
+
+std::string index_hint(Session &session, const Register &reg, const Table &table, uint32_t index) {
+  if (index > table.highest_index)
+    return format("indices are 0 to %u", table.highest_index);
+  return session.refusal_hint(reg);
+}
+
+}  // namespace mrvctl

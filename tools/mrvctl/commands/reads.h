@@ -1,0 +1,50 @@
+// Reads of registers and table entries as several commands make them, and what is looked at before
+// the library is asked for entries.
+#ifndef MRVCTL_READS_H
+#define MRVCTL_READS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands/session.h"
+#include "output/words.h"
+#include "registers/tables.h"
+
+namespace mrvctl {
+
+// Words that one command reads at most: the tool holds them all.
+constexpr uint32_t kMostWordsRead = 1U << 20;
+
+// Reads a register, or a run of them where there is a count. Throws OperationFailed.
+Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count);
+
+// Reads entries of a table. Throws OperationFailed.
+Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
+               uint32_t count);
+
+// Throws OperationFailed unless the words read are the expected ones; `per_entry` is 0 where they
+// are no table entries.
+void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry);
+
+// What a read says of a transaction that was open before it, and that it sent.
+std::string interruption_text(const Transaction &before);
+
+// The table that a register is. Throws OperationFailed where it is none.
+Table table_of(Session &session, const Register &reg);
+
+// The arrays that the library fills or reads are as long as the entry size says, which is that of
+// entry 0: where the hook decides, it must not depend on the index. Throws OperationFailed.
+void check_entry_size(Session &session, const Table &table, uint32_t index);
+
+// Entries beyond the last, behind one that exists, are refused here: the library looks at the first
+// alone, and the service would meet whatever stands behind the table. Throws OperationFailed.
+void check_range(const Table &table, uint32_t index, uint32_t count);
+
+// Why the library may have refused an entry.
+std::string index_hint(Session &session, const Register &reg, const Table &table, uint32_t index);
+
+}  // namespace mrvctl
+
+#endif
