@@ -94,6 +94,7 @@ std::vector<Sample> samples() {
           {SYSSRV_MEM_READ_CASE, 236, qos(QOS_STATS_GET), 1140, 1140},
           {SYSSRV_MEM_READ_CASE, 236, qos(QOS_STATS_CLEAR), 1140, 0},
           {writes, 236, Bytes(195, 11), 195, 195},
+          {writes, 236, register_record(TYPE_WRITE_DHS, 2048, 2048, 13), 8388, 196},
           {77, 236, Bytes(10, 12), 10, 10},
           {77, 236, {}, 0, 0}};
 }
@@ -177,7 +178,7 @@ bool same_as_without_recorder(const Sample &sample) {
 }
 
 // A write whose words all tell the same, so that a note that is not whole shows it.
-constexpr std::size_t kWords = 20;
+constexpr std::size_t kWords = 52;  // notes that fill a ring without a rest
 struct Write {
   uint32_t fields[kHeader / 4 + kWords];
   void send(uint32_t value, uint32_t driver = 236) {
@@ -195,6 +196,11 @@ uint32_t value_of(const Call &call) {
   std::memcpy(words.data(), &call.request[call.request.size() - 4 * kWords], 4 * kWords);
   EXPECT_EQ(words, std::vector<uint32_t>(kWords, words[0]));
   return words[0];
+}
+
+std::ptrdiff_t open_files() {
+  const std::filesystem::directory_iterator files("/proc/self/fd");
+  return std::distance(begin(files), end(files));
 }
 
 // The processes that are killed, in memory that they share with the test.
@@ -252,8 +258,9 @@ int client(const std::string &what) {
   Write write = {};
   own_clock = true;
   if (what == "samples") {
+    const std::ptrdiff_t files = open_files();
     for (const Sample &sample : samples()) {
-      if (!same_as_without_recorder(sample))
+      if (!same_as_without_recorder(sample) || open_files() != files)
         return 1;
     }
     return sse_call2(77, nullptr, 3);
@@ -268,6 +275,11 @@ int client(const std::string &what) {
   if (what == "dies") {
     write.send(1);
     write.send(2, kKills);
+  }
+  if (what == "dies in a long call") {
+    Bytes record = register_record(TYPE_WRITE_DHS, 3000, 3000, 1);
+    sys_srvc_case_params_t params = {kKills, record.data()};
+    sse_call2(SYSSRV_REG_WRITE_CASE, &params, static_cast<uint32_t>(record.size()));
   }
   if (what == "fork" || what == "clone" || what == "below") {
     write.send(1, what == "below" ? kForks : 236);
@@ -383,7 +395,11 @@ std::vector<Call> calls_in(const std::string &path) {
 }
 
 TEST_F(Recorder, notes_what_means_something_and_changes_nothing) {
-  ASSERT_EQ(run("samples"), 0);
+  const auto largest_file = [] {
+    const rlimit limit = {65536 + 16384, 65536 + 16384};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
+  ASSERT_EQ(run("samples", {}, largest_file), 0);
   const std::vector<std::string> files = recordings();
   ASSERT_EQ(files.size(), 1U);
   struct stat status = {};
@@ -432,7 +448,7 @@ TEST_F(Recorder, notes_what_means_something_and_changes_nothing) {
 TEST_F(Recorder, makes_no_system_call_and_wraps) {
   ASSERT_EQ(run("sealed"), 0);
   const std::vector<Call> calls = calls_in(recordings()[0]);
-  EXPECT_EQ(calls.size(), 65536U / 384);  // a note of 96 + 276 + 8 bytes, in steps of 16
+  EXPECT_EQ(calls.size(), 65536U / 512);  // a note of 96 + 404 + 8 bytes, in steps of 16
   uint32_t number = 2000 - static_cast<uint32_t>(calls.size());
   for (const Call &call : calls) {
     EXPECT_EQ(call.number, ++number);
@@ -448,8 +464,19 @@ TEST_F(Recorder, shows_the_call_that_its_process_died_in) {
   Call call;
   ASSERT_TRUE(reader.under_way(&call));
   EXPECT_EQ(call.number, 2U);
+  EXPECT_EQ(call.wall_ns, 4999999998000000001U);
+  EXPECT_EQ(call.case_code, SYSSRV_REG_WRITE_CASE);
+  EXPECT_EQ(call.driver, kKills);
+  EXPECT_EQ(call.length, sizeof(Write));
   EXPECT_EQ(value_of(call), 2U);
+  EXPECT_FALSE(call.request_cut);
   EXPECT_FALSE(call.returned);
+
+  std::filesystem::remove(recordings()[0]);
+  EXPECT_EQ(run("dies in a long call"), SIGKILL);
+  ASSERT_TRUE(Reader(recordings()[0]).under_way(&call));
+  EXPECT_EQ(call.request.size(), 8388U);
+  EXPECT_TRUE(call.request_cut);
 }
 
 TEST_F(Recorder, gives_a_forked_child_a_file_of_its_own) {
@@ -629,7 +656,7 @@ class Damaged : public Recorder {
 
 TEST_F(Damaged, is_refused_or_gives_fewer_calls) {
   constexpr std::size_t first = 16384, fourth = first + 304 * 3, tenth = 35568;  // notes
-  constexpr uint32_t all = 21, none = 99;
+  constexpr uint32_t all = 22, none = 99;
   const struct {
     std::size_t offset;
     uint32_t value, calls;
@@ -704,7 +731,7 @@ TEST_F(Damaged, is_followed) {
   write(good_);
   put(24, 304 * 4);  // the third and the fourth note are gone
   reader.refresh();
-  EXPECT_EQ(calls_of(reader).size(), 17U);
+  EXPECT_EQ(calls_of(reader).size(), 18U);
   EXPECT_EQ(reader.overwritten_bytes(), 304U * 2);
   const auto refusal = [&reader]() -> std::string {
     try {
