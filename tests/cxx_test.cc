@@ -1,6 +1,7 @@
 // morvaneusd.hpp on the virtual platform.
 #include "morvaneusd.hpp"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -13,6 +14,7 @@
 #include <thread>
 
 #include "kel_asic_lib_common.h"
+#include "platform/card_config.h"
 #include "platform/system_service.h"
 #include "virtual_platform.h"
 
@@ -62,6 +64,8 @@ void keep_call(vp_phase phase, const vp_call *call, void *) {
   calls.push_back(std::to_string(call->case_code) + record);
 }
 
+uint32_t asked_slot = 99;
+
 morvane::session card;
 bool turn_taken;  // while the service was called
 
@@ -90,6 +94,17 @@ std::error_code thrown_by(Operation operation, const std::string &text = "") {
   }
   return {};
 }
+
+}  // namespace
+
+// In front of the platform's own: which card initialisation asks after.
+int cardcfg_get_real_asic_type(uint32_t slot, uint32_t asic_index, uint32_t *dev_type) {
+  asked_slot = slot;
+  void *const next = dlsym(RTLD_NEXT, "cardcfg_get_real_asic_type");
+  return reinterpret_cast<decltype(cardcfg_get_real_asic_type) *>(next)(slot, asic_index, dev_type);
+}
+
+namespace {
 
 class Cxx : public testing::Test {
  protected:
@@ -264,6 +279,7 @@ TEST(CxxUninitialised, refuses_and_says_so) {
   EXPECT_EQ(ec, SYSERR_KEL_ASIC_UNINIT);
   vp_set_card(3, 1);
   EXPECT_EQ(thrown_by([] { morvane::init(); }, "init of the library"), std::errc::invalid_argument);
+  EXPECT_EQ(asked_slot, 0U);
 }
 
 // The enumeration belongs to the block that has as many registers, the last of which may be a hole.
@@ -491,6 +507,12 @@ TEST_F(Cxx, shows_statistics_by_value) {
   kel_asic_qos_stats_t filled;
   std::memcpy(&filled, bytes.data(), sizeof filled);
   const morvane::qos_stats all(filled);
+  for (const bool receive : {false, true}) {
+    kel_asic_qos_stats_t state = {};
+    (receive ? state.pause.rx_xoff_status : state.pause.tx_xoff_status) = 1;
+    EXPECT_EQ(morvane::qos_stats(state).rx_in_xoff(), receive);
+    EXPECT_EQ(morvane::qos_stats(state).tx_in_xoff(), !receive);
+  }
   const auto &[pause, ss_dhs, oq, by_direction] = filled;
   const std::pair<uint64_t, uint64_t> scalars[] = {
       {all.flow_ctrl(), pause.flow_ctrl},
