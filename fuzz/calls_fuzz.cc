@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "calls/trace_log.h"
 #include "calls/call_json.h"
 #include "calls/call_summary.h"
+#include "calls/trace_log.h"
 #include "commands/recorded_calls.h"
 #include "platform/platform.h"
 

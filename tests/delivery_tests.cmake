@@ -24,7 +24,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in)
   add_test(NAME metrics COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/metrics_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR})
-  # The virtual platform with one promise broken at a time.
+  # The virtual platform with promises broken.
   add_library(wrong_platform MODULE wrong_platform.cc)
   target_include_directories(wrong_platform PRIVATE ${PROJECT_SOURCE_DIR}/include)
   target_link_options(wrong_platform PRIVATE -Wl,--no-as-needed)

@@ -1,5 +1,5 @@
 # Installs into an empty folder, as a package would, and builds the example clients against what
-# stands there: once by pkg-config, once by CMake.
+# stands there: the one in C by pkg-config, all by CMake.
 cmake_minimum_required(VERSION 3.25)
 
 set(work ${BUILD}/install_test)
@@ -87,15 +87,19 @@ if(NOT count EQUAL 2)
   message(FATAL_ERROR "expected two recordings, found: ${recordings}")
 endif()
 
-# By pkg-config in C, with the project's own warnings, and with each header by its longer name.
+# All headers by their longer names, with nothing but the plain include folder.
+separate_arguments(c_flags UNIX_COMMAND "${C_FLAGS} ${WARNINGS}")
+file(GLOB_RECURSE headers RELATIVE ${root}/include ${root}/include/*.h)
+list(TRANSFORM headers REPLACE "(.+)" "#include <\\1>")
+list(JOIN headers "\n" includes)
+file(WRITE ${work}/headers.c "${includes}\nint headers;\n")
+run(${CC} -std=c99 ${c_flags} -Wno-unused-function -I${root}/include -fsyntax-only ${work}/headers.c)
+
+# By pkg-config in C, with the project's own warnings.
 run(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${root}/${LIBDIR}/pkgconfig
   pkg-config --cflags --libs morvaneusd morvaneplatform)
 separate_arguments(package UNIX_COMMAND "${output}")
-separate_arguments(c_flags UNIX_COMMAND "${C_FLAGS} ${WARNINGS}")
-file(GLOB_RECURSE headers RELATIVE ${root}/include ${root}/include/*.h)
-list(TRANSFORM headers PREPEND "-include;")
-run(${CC} -std=c99 ${c_flags} -Wno-unused-function -I${root}/include ${headers}
-  ${SOURCE}/examples/client.c ${package} -o ${work}/client_c)
+run(${CC} -std=c99 ${c_flags} ${SOURCE}/examples/client.c ${package} -o ${work}/client_c)
 run_client(${work}/client_c "${c_prints}")
 
 # By CMake in both.

@@ -23,11 +23,13 @@ void add_register(Json &object, const NotedCall &call, const RegisterFields &req
   const auto *answer = std::get_if<RegisterFields>(&call.answer);
   const bool run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
   const bool read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
-  object["module"] = request.module;
+  // Most lines of a trace log do not tell the module.
+  object["module"] = call.has_record || request.module != 0 ? Json(request.module) : Json();
   object["asic"] = request.asic;
   object["address"] = request.address;
   object["register"] = register_name_json(request.address, index);
-  const RegisterFields *values = read ? answer : &request;
+  const RegisterFields *written = call.value_told ? &request : nullptr;
+  const RegisterFields *values = read ? answer : written;
   if (run) {
     object["num"] = request.num;
     object["answered"] = answer == nullptr || !read ? Json() : Json(answer->num);
@@ -35,12 +37,14 @@ void add_register(Json &object, const NotedCall &call, const RegisterFields &req
     object["cut"] = read ? call.answer_cut : call.request_cut;
   } else {
     object["data"] = values == nullptr ? Json() : Json(values->data);
-    object["mask"] = request.mask;
+    const bool has_mask = call.has_record || (!read && call.value_told);
+    object["mask"] = has_mask ? Json(request.mask) : Json();
   }
-  object["context"] = request.context;
-  object["func"] = request.func;
-  object["file"] = request.file;
-  object["line"] = request.line;
+  const bool has_caller = call.has_record || !request.file.empty();
+  object["context"] = call.has_record ? Json(request.context) : Json();
+  object["func"] = call.has_record ? Json(request.func) : Json();
+  object["file"] = has_caller ? Json(request.file) : Json();
+  object["line"] = has_caller ? Json(request.line) : Json();
 }
 
 void add_transaction(Json &object, const TransactionFields &request, const AddressIndex &index) {

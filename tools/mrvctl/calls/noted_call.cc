@@ -45,7 +45,7 @@ std::vector<uint32_t> register_values(const NotedCall &call, const RegisterField
   const RegisterFields *from = &request;
   if (reads_words(request))
     from = std::get_if<RegisterFields>(&call.answer);
-  if (from == nullptr)
+  if (from == nullptr || (from == &request && !call.value_told))
     return {};
   return is_run(request) ? from->words : std::vector<uint32_t>{from->data};
 }
@@ -163,7 +163,9 @@ std::string value_text(const NotedCall &call) {
   if (const auto *timer = std::get_if<TimerFields>(&call.request))
     return format("time %u", timer->time);
   if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
-    return format("%d %s", transaction->num, transaction->num == 1 ? "write" : "writes");
+    return transaction->num < 0
+               ? format("%d writes", transaction->num)
+               : count_text(static_cast<uint64_t>(transaction->num), "write", "writes");
   return "-";
 }
 

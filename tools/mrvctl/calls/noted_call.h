@@ -40,8 +40,9 @@ struct NotedCall {
   bool answer_cut = false;
 
   Fields request;
-  Fields answer;      // none where there was none
-  std::string place;  // what it is about, where no record tells
+  Fields answer;           // none where there was none
+  bool value_told = true;  // of what is written to a register: a trace log may not tell it
+  std::string place;       // what it is about, where no record tells
   std::string operation;
   std::string outcome;  // "ok", "ETIMEDOUT", "result=3", "under-way" ...
   bool failed = false;

@@ -347,6 +347,7 @@ bool LogReader::set_address(const Line &line, uint32_t address) {
   if (request() == nullptr) {
     innermost()->request = RegisterFields();
     request()->mask = UINT32_MAX;  // a field write tells its own
+    innermost()->value_told = false;
   }
   RegisterFields &reg = *request();
   reg.type = static_cast<uint32_t>(open_.back().operation->type);
@@ -368,6 +369,7 @@ bool LogReader::take_write_address(const Line &line, const Parts &parts) {
   reg.file = std::string(parts[0].substr(0, colon));
   reg.line = colon == std::string_view::npos ? 0 : decimal(parts[0].substr(colon + 1));
   reg.data = hex(parts[5]);
+  innermost()->value_told = true;
   return true;
 }
 
@@ -408,6 +410,7 @@ bool LogReader::take_success(const Line &line, const Parts &parts) {
     call.answer = answer;
   } else {
     reg.data = data;
+    call.value_told = true;
   }
   if (is_command(reg))
     call.operation = "command";
@@ -450,6 +453,7 @@ bool LogReader::take_written_word(const Line & /*line*/, const Parts &parts) {
   if (reg == nullptr)
     return false;
   reg->words.push_back(hex(parts[2]));
+  innermost()->value_told = true;
   return true;
 }
 

@@ -1,4 +1,5 @@
 // record: a program with the recorder loaded.
+#include <dlfcn.h>
 #include <elf.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -87,9 +88,10 @@ int bits_of(const std::string &program) {
   return ident[EI_CLASS] == ELFCLASS64 ? 64 : 32;
 }
 
-// Where libraries of each word size stand on a machine that has both, as its ld.so calls it $LIB:
-// the second of the target's is that of a 64-bit distribution's own 32-bit C library.
 constexpr int kBits = 8 * sizeof(void *);
+
+// Where libraries stand on a machine that has both word sizes, as its ld.so calls it $LIB: the
+// second is that of a 64-bit distribution's own 32-bit C library.
 struct LibraryFolder {
   int bits;
   const char *name;
@@ -97,12 +99,19 @@ struct LibraryFolder {
 constexpr LibraryFolder kLibraryFolders[] = {
     {32, "/lib/i386-linux-gnu/"}, {32, "/lib32/"}, {64, "/lib/x86_64-linux-gnu/"}};
 
+// Whether $LIB stands for the folder in this process: its C library is there.
+bool is_own(const LibraryFolder &folder) {
+  Dl_info library = {};
+  return folder.bits == kBits && dladdr(dlsym(RTLD_NEXT, "getenv"), &library) != 0 &&
+         std::strstr(library.dli_fname, folder.name) != nullptr;
+}
+
 // The path with $LIB in place of such a folder, if the same file stands in one of the other word
 // size; else empty.
 std::string for_both_sizes(const std::string &own) {
   for (const LibraryFolder &mine : kLibraryFolders) {
     const size_t at = own.rfind(mine.name);
-    if (mine.bits != kBits || at == std::string::npos)
+    if (at == std::string::npos || !is_own(mine))
       continue;
     const std::string file = own.substr(own.rfind('/') + 1);
     for (const LibraryFolder &other : kLibraryFolders) {

@@ -109,13 +109,6 @@ size_t RecordedCalls::label_width() const {
   return width;
 }
 
-uint64_t RecordedCalls::unknown_notes() const {
-  uint64_t count = 0;
-  for (const Source &source : sources_)
-    count += source.reader.unknown_notes();
-  return count;
-}
-
 std::vector<std::string> RecordedCalls::losses() const {
   std::vector<std::string> lines;
   for (const Source &source : sources_) {

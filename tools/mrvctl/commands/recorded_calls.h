@@ -33,9 +33,6 @@ class RecordedCalls {
   size_t files() const { return sources_.size(); }
   size_t label_width() const;
 
-  // Notes of a kind that is not known.
-  uint64_t unknown_notes() const;
-
   // What next() could not give, a line a file; empty where it gave all.
   std::vector<std::string> losses() const;
 

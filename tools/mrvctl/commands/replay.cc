@@ -130,6 +130,7 @@ NotedCall send_again(const NotedCall &recorded) {
   errno = 0;
   now.result = sse_call2(recorded.case_code, &params, recorded.length);
   now.error_number = *now.result < 0 ? errno : 0;
+  forget_sent();
   now.answer_bytes.clear();
   now.answer = {};
   if (*now.result == 0)
@@ -192,7 +193,6 @@ void run_replay(Session &session, const ReplayArgs &args) {
   const AddressIndex index(session.map());
   RecordedCalls source({session.resolve(args.file)}, RecordedCalls::UnderWay::kLeftOut);
   const Outcome outcome = replay(source, args, index);
-  forget_sent();
   const std::string text =
       differences_text(outcome.first) + count_text(outcome.sent, "call", "calls") + " sent again" +
       (args.check ? ", " + count_text(outcome.differences, "difference", "differences") : "") +
@@ -202,7 +202,6 @@ void run_replay(Session &session, const ReplayArgs &args) {
                          {"file", args.file},
                          {"sent", outcome.sent},
                          {"skipped", outcome.skipped},
-                         {"unknown_notes", source.unknown_notes()},
                          {"differences", args.check ? Json(outcome.differences) : Json()},
                          {"first_differences", differences_json(outcome.first)}},
                         text);

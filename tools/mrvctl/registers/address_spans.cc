@@ -12,7 +12,7 @@ namespace {
 
 // What a register has in every instance of its block.
 struct Shape {
-  uint32_t address;  // in instance 0
+  uint64_t address;  // in instance 0
   kel_asic_reg_t vreg;
   uint32_t entry_size;
   uint64_t bytes;
@@ -25,10 +25,10 @@ std::vector<Shape> shapes_of(const RegisterMap &map, kel_asic_blk_t block) {
     if (!map.missing(reg).empty())
       continue;
     if (const std::optional<Table> table = find_table(map, block, vreg))
-      shapes.push_back({map.address(reg), vreg, table->entry_size,
+      shapes.push_back({map.whole_address(reg), vreg, table->entry_size,
                         4 * uint64_t{table->entry_size} * (uint64_t{table->highest_index} + 1)});
     else
-      shapes.push_back({map.address(reg), vreg, 0, 4});
+      shapes.push_back({map.whole_address(reg), vreg, 0, 4});
   }
   std::stable_sort(shapes.begin(), shapes.end(),
                    [](const Shape &a, const Shape &b) { return a.address < b.address; });
@@ -51,7 +51,7 @@ std::vector<AddressSpan> address_spans(const RegisterMap &map) {
     for (uint32_t instance = 0; instance < map.instances(block); ++instance) {
       for (const Shape &shape : shapes[block]) {
         const Register reg = {block, instance, shape.vreg};
-        const uint64_t begin = map.address(reg);
+        const uint64_t begin = map.whole_address(reg);
         spans.push_back({begin, begin + shape.bytes, shape.entry_size, reg});
       }
     }

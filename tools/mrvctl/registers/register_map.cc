@@ -16,7 +16,11 @@ RegisterMap::RegisterMap(const morvane::caller &caller) {
 }
 
 uint32_t RegisterMap::address(const Register &reg) const {
-  return bases_[reg.block][reg.instance] + offsets_[reg.block][reg.vreg];
+  return static_cast<uint32_t>(whole_address(reg));
+}
+
+uint64_t RegisterMap::whole_address(const Register &reg) const {
+  return uint64_t{bases_[reg.block][reg.instance]} + offsets_[reg.block][reg.vreg];
 }
 
 std::string RegisterMap::missing(const Register &reg) const {
