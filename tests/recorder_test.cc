@@ -267,8 +267,9 @@ int client(const std::string &what) {
   }
   if (what == "sealed") {  // any system call but read, write and exit kills it
     write.send(1);
+    const auto calls = static_cast<uint32_t>(std::stoul(getenv("CALLS")));
     prctl(PR_SET_SECCOMP, SECCOMP_MODE_STRICT);
-    for (uint32_t i = 2; i <= 2000; ++i)
+    for (uint32_t i = 2; i <= calls; ++i)
       write.send(i);
     syscall(SYS_exit, 0);
   }
@@ -446,12 +447,16 @@ TEST_F(Recorder, notes_what_means_something_and_changes_nothing) {
 }
 
 TEST_F(Recorder, makes_no_system_call_and_wraps) {
-  // A note of 96 + 276 + 8 bytes, in steps of 16; the second ring has no rest.
-  for (const uint32_t ring : {65536U, 98304U}) {
-    ASSERT_EQ(run("sealed", {{"MORVANE_RECORD_SIZE", std::to_string(ring)}}), 0);
+  // A note of 96 + 276 + 8 bytes, in steps of 16. The larger ring has no rest; once it is just
+  // full.
+  const std::pair<uint32_t, uint32_t> cases[] = {{65536, 2000}, {98304, 2000}, {98304, 256}};
+  for (const auto &[ring, sent] : cases) {
+    ASSERT_EQ(run("sealed",
+                  {{"MORVANE_RECORD_SIZE", std::to_string(ring)}, {"CALLS", std::to_string(sent)}}),
+              0);
     const std::vector<Call> calls = calls_in(recordings()[0]);
     EXPECT_EQ(calls.size(), ring / 384);
-    uint32_t number = 2000 - static_cast<uint32_t>(calls.size());
+    uint32_t number = sent - static_cast<uint32_t>(calls.size());
     for (const Call &call : calls) {
       EXPECT_EQ(call.number, ++number);
       EXPECT_EQ(value_of(call), number);
@@ -659,7 +664,8 @@ class Damaged : public Recorder {
 };
 
 TEST_F(Damaged, is_refused_or_gives_fewer_calls) {
-  constexpr std::size_t first = 16384, fourth = first + 304 * 3, tenth = 35568;  // notes
+  constexpr std::size_t first = 16384, fourth = first + 304 * 3, sixth = 26112, tenth = 35568,
+                        twelfth = 36176;  // notes
   constexpr uint32_t all = 22, none = 99;
   const struct {
     std::size_t offset;
@@ -693,8 +699,12 @@ TEST_F(Damaged, is_refused_or_gives_fewer_calls) {
       {fourth + 80, 0xFFFFFFFF, all - 1, ""},
       {fourth + 96 + 24, 2, all - 1, ""},  // fewer words in the request than are there
       {first + 76, 195, all - 1, ""},
-      {tenth + 68, 3, all - 1, ""},  // which has no answer: another shape
-      {272, 1, all, ""},             // a call under way that makes no sense
+      {sixth + 96 + 196 + 4, 2, all - 1, ""},  // more words in the answer than it counts
+      {tenth + 68, 3, all - 1, ""},            // which has no answer: another shape
+      {twelfth + 76, 30, all - 1, ""},         // a transaction without its whole head
+      {twelfth + 96 + 36, 513, all - 1, ""},   // of more entries than there can be
+      {twelfth + 96 + 36, 3, all - 1, ""},
+      {272, 1, all, ""},  // a call under way that makes no sense
   };
   for (const auto &[offset, value, calls, says] : cases) {
     SCOPED_TRACE(std::to_string(offset) + ": " + std::to_string(value));
