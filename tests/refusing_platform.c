@@ -10,13 +10,21 @@
 #include "kel_asic_lib_common.h"
 #include "platform/system_service.h"
 
+/* Pauses and drops each put the ports into another order. */
+static uint32_t turn_of(size_t offset) {
+  if (offset >= offsetof(kel_asic_qos_stats_t, drops))
+    return 5;
+  return offset < offsetof(kel_asic_qos_stats_t, ss_dhs) ? 3 : 0;
+}
+
 /* Counters of 64 bits, around the status of the pause in word 45: received, and sent. */
 static void number_counters(kel_asic_qos_stats_params_t *params) {
   static uint32_t readings[256];
   const uint32_t port = params->port, reading = ++readings[port];
   uint32_t words[sizeof params->stats / 4] = {0};
   for (uint32_t i = 0; i < sizeof words / 4; ++i)
-    words[i] = i == 0 || (i > 45) == (i % 2 == 0) ? ((i + 1) << 8 | port) * reading : 0;
+    words[i] =
+        i == 0 || (i > 45) == (i % 2 == 0) ? ((i + 1) << 8 | (port ^ turn_of(4 * i))) * reading : 0;
   words[45] = (port & 1) << 8 | port;
   memcpy(&params->stats, words, sizeof words);
 }
