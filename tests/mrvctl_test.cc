@@ -359,11 +359,20 @@ TEST_F(Mrvctl, CallsAreFollowedWhileTheyAreMade) {
 }
 
 TEST_F(Mrvctl, DropsAreShadedOnATerminalAlone) {
-  write_file("s.mrv", "traffic hif 1 --class 2 --frames 999 --excess 99\nqos show hif 1\n");
+  std::string script;
+  int traffic_class = 2;
+  for (const char *drops : {"99", "100", "9999", "10000", "999999", "1000000"})
+    script += "traffic hif 1 --class " + std::to_string(traffic_class++ % 8) +
+              " --frames 1000000 --excess " + drops + "\n";
+  write_file("s.mrv", script + "qos show hif 1\n");
   const std::string line =
       "TERM=xterm script -qec '" MRVCTL_PATH " -f " + folder_ + "/s.mrv' /dev/null";
   expect_case(shell("NO_COLOR= " + line),
-              {0, "colours", {"\033[33m      99\033[0m", "\033[2m       0"}});
+              {0,
+               "colours",
+               {"\033[33m       99\033[0m", "\033[1;33m      100\033[0m",
+                "\033[1;33m     9999\033[0m", "\033[31m    10000\033[0m",
+                "\033[31m   999999\033[0m", "\033[1;31m  1000000\033[0m", "\033[2m       0"}});
   expect_case(shell("NO_COLOR=1 " + line), {0, "NO_COLOR", {"      99  ", "!\033"}});
 }
 
@@ -438,7 +447,9 @@ TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
     EXPECT_TRUE(press("d"));
     read_until(ours, "by drops");
     read_until(ours, heading + "\033[7m> nif 2 ");
-    EXPECT_TRUE(press("w\033[Bj"));
+    EXPECT_TRUE(press("\033[6~"));
+    read_until(ours, "> hif 24 ");  // ten rows on
+    EXPECT_TRUE(press("\033[Hw\033[Bj"));
     read_until(ours, "by writes");
     read_until(ours, heading + "  nif 7 ");  // which is chosen no longer
     size = {50, 160, 0, 0};
@@ -448,6 +459,9 @@ TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
                 "> nif 5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k"
                 "   34.3k   33.3k   43.5k   44.6k  rx tx" +
                     std::string(24, '#') + "100%\n");
+    EXPECT_TRUE(press("d"));  // what was chosen stays chosen
+    read_until(ours, "by drops");
+    read_until(ours, "> nif 5 ");
     EXPECT_TRUE(press("\032"));  // ^Z, where nobody could continue it
     EXPECT_NE(read_until(ours, "\033[?1049h").find("\033[?1049l"), std::string::npos);
     if (ending == 0 || ending == SIGINT)

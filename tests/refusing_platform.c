@@ -1,10 +1,12 @@
 /*
  * The virtual platform with a service that refuses every transaction, and that answers for each
- * counter of a port with another number, which rises by as much with each reading.
+ * counter of a port with another number, which rises by as much with each reading. It has CIF_PORTS
+ * ports of type cif, and fails for more of them.
  */
 #include <dlfcn.h>
 #include <errno.h>
 #include <stddef.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "kel_asic_lib_common.h"
@@ -34,6 +36,12 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
   if (case_code == SYSSRV_MEM_WRITE_CASE) {
     errno = EPERM;
     return -1;
+  }
+  kel_asic_qos_stats_params_t *const qos = case_params->params;
+  if (case_code == SYSSRV_MEM_READ_CASE && getenv("CIF_PORTS") != NULL &&
+      qos->port_type == CARDCFG_PORT_TYPE_CIF) {
+    errno = EIO;
+    return qos->port < atoi(getenv("CIF_PORTS")) ? 0 : -1;
   }
   *(void **)&next = dlsym(RTLD_NEXT, "sse_call2");
   const int result = next(case_code, case_params, length);
