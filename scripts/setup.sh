@@ -5,8 +5,9 @@ root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 
 build_packages="g++-multilib cmake ninja-build googletest libcli11-dev nlohmann-json3-dev pkg-config"
 docs_packages="doxygen graphviz man-db python3"
+clang_packages="clang libclang-rt-14-dev"
 # For the checks alone.
-check_packages="clang clang-format clang-tidy cppcheck libclang-rt-14-dev prometheus python3 tshark"
+check_packages="$clang_packages clang-format clang-tidy cppcheck prometheus python3 tshark"
 
 # missing_packages PACKAGE...: those that are not installed.
 missing_packages() {
@@ -53,6 +54,13 @@ install_i386_packages() {
     as_root dpkg --add-architecture i386
   fi
   install_packages "$@"
+}
+
+# set_up [PACKAGES...]: installs what every build needs, and besides it these packages; an argument may
+# be a list of them.
+set_up() {
+  # shellcheck disable=SC2048,SC2086  # lists of names
+  install_packages $build_packages $*
 }
 
 # Shows the last of its lines on a terminal, as long as they come; nothing elsewhere.

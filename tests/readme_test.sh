@@ -20,8 +20,8 @@ sed 's/^    //' "$root/examples/client.cc" |
 mkdir -p "$work/scripts" "$work/build"
 cp "$root/scripts/run" "$work/scripts"
 cat >"$work/scripts/setup.sh" <<END
-build_packages='' root=$work
-install_packages() { :; }
+root=$work
+set_up() { :; }
 build_preset() { :; }
 END
 ln -s "$build" "$work/build/target"
