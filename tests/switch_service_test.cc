@@ -92,10 +92,12 @@ int wait_for(pid_t process) {
 }
 
 int fail_next_send = 0;  // with this errno, once, and without sending anything
+int last_sent_to = -1;
 
 }  // namespace
 
 ssize_t sendmsg(int fd, const msghdr *message, int flags) {
+  last_sent_to = fd;
   errno = std::exchange(fail_next_send, 0);
   return errno != 0 ? -1 : syscall(SYS_sendmsg, fd, message, flags);
 }
@@ -367,6 +369,14 @@ TEST_F(SwitchService, connects_anew_where_nothing_was_sent_and_finds_room_in_a_f
     EXPECT_EQ(write_register(1), expected);
     EXPECT_EQ(write_register(2), 0) << failure;
   }
+  int ends[2];  // a socket of the program's own, which gets the number of the client's
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+  shutdown(ends[1], SHUT_WR);  // nobody waits for its answer
+  const int number = dup2(ends[0], last_sent_to);
+  EXPECT_EQ(write_register(3), 0);
+  EXPECT_EQ(close(number) + close(ends[0]), 0);
+  EXPECT_EQ(receive(ends[1], 1000), "");
+  close(ends[1]);
   EXPECT_EQ(in_child([] {
               int others = close_range(0, 2, 0) + write_register(3);
               for (int standard = 0; standard <= STDERR_FILENO; ++standard)

@@ -168,14 +168,17 @@ int receive(int fd, Transfer &transfer, size_t least, int64_t deadline) {
   return move(receive_some, POLLIN, fd, transfer, least, deadline);
 }
 
-// Closes the connection, unless its number is another file's by now: a process that puts itself
-// into the background closes all that it finds open.
-void drop_connection() {
+// Whether the connection's number is still our socket's: a process that puts itself into the
+// background closes all that it finds open, and its next files take the numbers.
+bool is_ours() {
   struct stat now_open = {};
-  if (connection.fd >= 0 && fstat(connection.fd, &now_open) == 0 &&
-      now_open.st_dev == connection.device && now_open.st_ino == connection.inode) {
+  return connection.fd >= 0 && fstat(connection.fd, &now_open) == 0 &&
+         now_open.st_dev == connection.device && now_open.st_ino == connection.inode;
+}
+
+void drop_connection() {
+  if (is_ours())
     close(connection.fd);
-  }
   connection.fd = -1;
 }
 
@@ -257,7 +260,7 @@ int connect_to_service() {
 
 // A child of fork() has a connection of its own: its parent's answers are not for it.
 int ensure_connection() {
-  if (connection.fd >= 0 && connection.process == getpid())
+  if (connection.process == getpid() && is_ours())
     return 0;
   drop_connection();
   return connect_to_service();
