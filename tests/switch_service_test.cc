@@ -281,7 +281,11 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
   setenv("MORVANE_SWITCH", address_.c_str(), 1);
   for (const char *name : {"MORVANE_SWITCH_WAIT", "MORVANE_SWITCH_TIMEOUT"}) {
     for (const char *number : {"1a", "-1", " 1", "2147483648"})
-      EXPECT_EQ(in_child([&] { return setenv(name, number, 1) + write_register(1); }), EINVAL);
+      EXPECT_EQ(in_child([&] {
+                  setenv(name, number, 1);
+                  return write_register(1) == EINVAL ? vp_connect(nullptr) + write_register(1) : -1;
+                }),
+                0);
   }
   for (const auto &c : cases) {
     std::thread service([&] {
@@ -448,6 +452,13 @@ TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_wha
   close(third);
   close(second);
   expect_log("leaves");
+  // A switch that cannot be had leaves the one at hand, and the connection to it.
+  EXPECT_EQ(write_register(1), 0);
+  EXPECT_EQ(vp_connect((folder_ + "/log/socket").c_str()), ENOTDIR);
+  const vp_client *clients = nullptr;
+  uint32_t count = 0;
+  ASSERT_EQ(vp_clients(&clients, &count), 0);
+  EXPECT_TRUE(count == 1 && clients->calls == 1);
   stop(SIGKILL);
   EXPECT_TRUE(std::filesystem::exists(address_));
   start();

@@ -48,8 +48,10 @@ struct Buffer {
   uint32_t size;
 };
 
+constexpr Connection kNoConnection = {-1, 0, 0, 0, false, 0, 0};
+
 Settings settings;
-Connection connection = {-1, 0, 0, 0, false, 0, 0};
+Connection connection = kNoConnection;
 Buffer buffer;
 
 // Milliseconds of a variable of the environment; EINVAL where it is no number.
@@ -170,16 +172,16 @@ int receive(int fd, Transfer &transfer, size_t least, int64_t deadline) {
 
 // Whether the connection's number is still our socket's: a process that puts itself into the
 // background closes all that it finds open, and its next files take the numbers.
-bool is_ours() {
+bool is_ours(const Connection &of) {
   struct stat now_open = {};
-  return connection.fd >= 0 && fstat(connection.fd, &now_open) == 0 &&
-         now_open.st_dev == connection.device && now_open.st_ino == connection.inode;
+  return of.fd >= 0 && fstat(of.fd, &now_open) == 0 && now_open.st_dev == of.device &&
+         now_open.st_ino == of.inode;
 }
 
-void drop_connection() {
-  if (is_ours())
-    close(connection.fd);
-  connection.fd = -1;
+void drop(Connection &which) {
+  if (is_ours(which))
+    close(which.fd);
+  which.fd = -1;
 }
 
 // The hellos cross. That of the service also comes where it does not take ours.
@@ -258,11 +260,17 @@ int connect_to_service() {
   }
 }
 
+int connect_to(const char *address) {
+  settings.address_error = parse_address(address, &settings.address);
+  const int error = settings_error();
+  return error != 0 ? error : connect_to_service();
+}
+
 // A child of fork() has a connection of its own: its parent's answers are not for it.
 int ensure_connection() {
-  if (connection.process == getpid() && is_ours())
+  if (connection.process == getpid() && is_ours(connection))
     return 0;
-  drop_connection();
+  drop(connection);
   return connect_to_service();
 }
 
@@ -304,7 +312,7 @@ int exchange(Header &request, const void *body, uint32_t expected, Header &answe
   else if (cut == 0 || is_gone(cut))  // who refuses a record before all of it has come says so
     error = receive_answer(request, expected, answer, deadline);
   if (cut != 0 || error != 0)
-    drop_connection();
+    drop(connection);
   return error;
 }
 
@@ -334,19 +342,17 @@ bool is_remote() {
 }
 
 int switch_to(const char *address) {
-  const Settings before = known_settings();
-  Settings after = before;
-  after.remote = address != nullptr;
-  after.address_error = address != nullptr ? parse_address(address, &after.address) : 0;
-  if (after.number_error != 0 || after.address_error != 0)
-    return after.number_error != 0 ? after.number_error : after.address_error;
-  drop_connection();
-  settings = after;
-  connection.was_open = false;
-  const int error = address != nullptr ? connect_to_service() : 0;
-  if (error != 0)
-    settings = before;
-  return error;
+  const Settings settings_before = known_settings();
+  Connection connection_before = connection;
+  settings.remote = address != nullptr;
+  connection = kNoConnection;
+  if (const int error = address != nullptr ? connect_to(address) : 0) {
+    settings = settings_before;
+    connection = connection_before;
+    return error;
+  }
+  drop(connection_before);
+  return 0;
 }
 
 Outcome call(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length) {
