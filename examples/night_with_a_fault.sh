@@ -10,11 +10,20 @@ exec 2>&1  # as a terminal shows it
 short=
 [ "${1-}" != --short ] || { short=yes && shift; }
 given=${1-}
-work=${given:-$(mktemp -d)}
-mkdir -p "$work"
+work=$given
 service=
-end_switch() { [ -z "$service" ] || { kill "$service" && wait "$service" && service=; }; }
-trap 'end_switch; [ -n "$given" ] || rm -r "$work"' EXIT
+stats=
+clean_up() {
+  # shellcheck disable=SC2086  # either may be none
+  kill $stats $service 2>/dev/null || true  # what ^C has reached too is gone
+  wait
+  [ -n "$given" ] || rm -rf "$work"
+}
+trap clean_up EXIT
+# Not every shell does that when a signal ends it. A process that was just begun hears it a moment later.
+trap 'sleep 0.1; exit 1' INT TERM HUP
+[ -n "$work" ] || work=$(mktemp -d)
+mkdir -p "$work"
 cd "$work"
 
 # say COMMAND: shows it and runs it, as if it was typed.
@@ -25,7 +34,7 @@ say() {
 
 # new_switch NAME: an empty switch in place of the one before.
 new_switch() {
-  end_switch
+  [ -z "$service" ] || { kill "$service" && wait "$service" && service=; }
   say "morvaned --socket $1 2>>service.log &"
   service=$!
   say "export MORVANE_SWITCH=$1"
@@ -39,6 +48,7 @@ night() {
   stats=$!
   say "mrvctl record $1 -- night_tables $3 | mrvctl record $1 -- night_ports $2 64 0 1 2 3 >>$1/log"
   wait "$stats"
+  stats=
 }
 
 night monday 1461 0x01200640

@@ -2,12 +2,16 @@
 # A switch that many processes share: one writes, another reads, a third looks at the ports, a fourth
 # shows who is there. Needs morvaned and mrvctl in the path; leaves nothing behind.
 set -eu
+folder=
+service=
+watcher=
+trap 'kill $watcher $service 2>/dev/null || true; wait; rm -rf "$folder"' EXIT  # ^C reaches them too
+# Not every shell does that when a signal ends it. A process that was just begun hears it a moment later.
+trap 'sleep 0.1; exit 1' INT TERM HUP
 folder=$(mktemp -d)
 export MORVANE_SWITCH="$folder/socket"
 morvaned --socket "$MORVANE_SWITCH" 2>"$folder/log" &
 service=$!
-watcher=
-trap 'kill $watcher "$service"; wait; rm -r "$folder"' EXIT
 
 mrvctl write HI.2 HI_DHS_LVIF 7
 mrvctl read HI.2 HI_DHS_LVIF --expect 7
