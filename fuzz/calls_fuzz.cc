@@ -3,13 +3,13 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <sstream>
 
 #include "calls/call_json.h"
 #include "calls/call_summary.h"
 #include "calls/trace_log.h"
 #include "commands/recorded_calls.h"
+#include "input_bytes.h"
 #include "platform/platform.h"
 
 using namespace mrvctl;
@@ -28,17 +28,15 @@ const AddressIndex &address_index() {
 void show(const NotedCall &call, CallSummary &summary) {
   const AddressIndex &index = address_index();
   const std::string line = call_line(call, index, 7, std::nullopt);
-  if (line.find('\n') != line.size() - 1 || line.find('\033') != std::string::npos)
-    std::abort();
+  require(line.find('\n') == line.size() - 1 && line.find('\033') == std::string::npos);
   call_json(call, index).dump();
   summary.add(call, index);
 }
 
 void read_recording(const std::string &bytes) {
   static const int file = memfd_create("recording", MFD_CLOEXEC);
-  if (ftruncate(file, 0) != 0 ||
-      pwrite(file, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
-    std::abort();
+  require(ftruncate(file, 0) == 0);
+  require(pwrite(file, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
   CallSummary summary;
   try {
     RecordedCalls calls({"/proc/self/fd/" + std::to_string(file)},

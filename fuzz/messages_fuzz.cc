@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
+#include "input_bytes.h"
 #include "kel_asic_lib_common.h"
 #include "platform/system_service.h"
 #include "remote/morvaned/connection.h"
@@ -20,26 +20,6 @@ using remote::Header;
 using remote::Hello;
 
 constexpr uint32_t max_record = sizeof(kel_asic_xn_t);
-
-// The input, a value at a time; zeros when it has run out.
-class input_bytes {
- public:
-  input_bytes(const uint8_t *data, size_t size) : data_(data), left_(size) {}
-  bool empty() const { return left_ == 0; }
-  template <typename Value>
-  Value take() {
-    Value value = {};
-    const size_t count = std::min(left_, sizeof value);
-    std::memcpy(&value, data_, count);
-    data_ += count;
-    left_ -= count;
-    return value;
-  }
-
- private:
-  const uint8_t *data_;
-  size_t left_;
-};
 
 template <typename Value>
 Value pick(uint8_t choice, std::initializer_list<Value> values) {
@@ -130,11 +110,6 @@ Expected read_stream(const Bytes &stream) {
     at += header.length;
   }
   return expected;
-}
-
-void require(bool holds) {
-  if (!holds)
-    std::abort();
 }
 
 // Hands the stream over in pieces, as a socket would, and takes the answers in pieces.

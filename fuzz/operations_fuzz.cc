@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "input_bytes.h"
 #include "kel_asic_intf.h"
 #include "kel_asic_lib_private.h"
 #include "platform/system_service.h"
@@ -24,41 +25,7 @@ constexpr uint32_t header_size = 196;
 constexpr uint32_t most_words = 8192;         // that a call here reads or writes
 constexpr uint32_t longest_run = 1073741774;  // that has a 32-bit size
 
-// The input, a value at a time; zeros when it has run out.
-class input_bytes {
- public:
-  explicit input_bytes(const uint8_t *data = nullptr, std::size_t size = 0)
-      : data_(data), left_(size) {}
-  bool empty() const { return left_ == 0; }
-  template <typename Value>
-  Value take() {
-    Value value = {};
-    const std::size_t count = std::min(left_, sizeof value);
-    std::memcpy(&value, data_, count);
-    data_ += count;
-    left_ -= count;
-    return value;
-  }
-  uint32_t below(uint32_t limit) { return take<uint16_t>() % limit; }
-  bool flag() { return (take<uint8_t>() & 1) != 0; }
-  // Mostly a small number, sometimes any.
-  uint32_t number(uint32_t limit) {
-    return take<uint8_t>() % 8 != 0 ? below(limit) : take<uint32_t>();
-  }
-
- private:
-  const uint8_t *data_;
-  std::size_t left_;
-};
-
 input_bytes input;
-
-void require(bool holds, const char *what) {
-  if (holds)
-    return;
-  std::fprintf(stderr, "does not hold: %s\n", what);
-  std::abort();
-}
 
 // An array of the caller's between guard words.
 class guarded_words {

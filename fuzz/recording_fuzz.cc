@@ -8,22 +8,17 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "input_bytes.h"
 #include "kel_asic_lib_common.h"
 #include "reader.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-void expect(bool holds) {
-  if (!holds)
-    std::abort();
-}
 
 uint32_t word(const Bytes &record, std::size_t offset) {
   uint32_t value = 0;
@@ -33,8 +28,8 @@ uint32_t word(const Bytes &record, std::size_t offset) {
 
 void check_register(const Bytes &record) {
   constexpr std::size_t header = sizeof(kel_asic_reg_access_params_t);
-  expect(record.size() >= header && (record.size() - header) % 4 == 0);
-  expect((record.size() - header) / 4 <= word(record, 24));
+  require(record.size() >= header && (record.size() - header) % 4 == 0);
+  require((record.size() - header) / 4 <= word(record, 24));
 }
 
 void check(const recording::Call &call) {
@@ -45,15 +40,15 @@ void check(const recording::Call &call) {
         check_register(call.answer);
       break;
     case MREC_SHAPE_TRANSACTION:
-      expect(call.request.size() >= 40 && word(call.request, 36) <= KEL_ASIC_XN_ENTRIES);
-      expect(call.request.size() == 40 + 20 * word(call.request, 36) && call.answer.empty());
+      require(call.request.size() >= 40 && word(call.request, 36) <= KEL_ASIC_XN_ENTRIES);
+      require(call.request.size() == 40 + 20 * word(call.request, 36) && call.answer.empty());
       break;
     case MREC_SHAPE_QOS:
-      expect(call.request.size() == 1140 && (call.answer.empty() || call.answer.size() == 1140));
+      require(call.request.size() == 1140 && (call.answer.empty() || call.answer.size() == 1140));
       break;
     default:
-      expect(call.shape == MREC_SHAPE_OTHER);
-      expect(std::max(call.request.size(), call.answer.size()) <= MREC_OTHER_MAX);
+      require(call.shape == MREC_SHAPE_OTHER);
+      require(std::max(call.request.size(), call.answer.size()) <= MREC_OTHER_MAX);
   }
 }
 
@@ -101,14 +96,14 @@ void read_all(const std::string &path) {
     for (int look = 0; look < 2; ++look) {
       while (reader.next(&call)) {
         check(call);
-        expect(++calls <= MREC_RING_MAX / sizeof(mrec_call_t));
+        require(++calls <= MREC_RING_MAX / sizeof(mrec_call_t));
       }
       reader.refresh();
     }
     if (reader.under_way(&call))
       check(call);
   } catch (const recording::Unreadable &error) {
-    expect(std::string(error.what()).rfind(path, 0) == 0);
+    require(std::string(error.what()).rfind(path, 0) == 0);
   }
 }
 
@@ -118,8 +113,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
   static const int file = memfd_create("recording", 0);
   const bool notes = size > 0 && data[0] != MREC_MAGIC[0];
   const Bytes bytes = notes ? file_of_notes(data + 1, size - 1) : Bytes(data, data + size);
-  expect(ftruncate(file, 0) == 0);
-  expect(pwrite(file, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
+  require(ftruncate(file, 0) == 0);
+  require(pwrite(file, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
   read_all("/proc/self/fd/" + std::to_string(file));
   return 0;
 }
