@@ -10,6 +10,7 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -121,8 +122,7 @@ struct arguments {
         {KEL_ASIC_BLK_QS, QS_DHS_ARB_BI_OFFSET},    {KEL_ASIC_BLK_SS, SS_DHS_ARB9_HI_OFFSET}};
     if (input.flag())
       return;
-    block = tables[input.below(6)].first;
-    vreg = tables[input.below(6)].second;
+    std::tie(block, vreg) = tables[input.below(std::size(tables))];
   }
 };
 
