@@ -6,9 +6,12 @@
 // of the tables, with room for every entry.
 #include "platform/register_map.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <vector>
 
+#include "kel_asic_dhs_tables.h"
 #include "virtual_asic.h"
 
 namespace {
@@ -52,67 +55,30 @@ constexpr Hole kHoles[] = {
     {KEL_ASIC_BLK_CI, 168}, {KEL_ASIC_BLK_MISC, 99}, {KEL_ASIC_BLK_CH, 640},
 };
 
-// Who tells a client the entry size of a table: the client's own knowledge, or the hook.
-enum class Size { kKnown, kHook };
-
-// A row of table registers, first to last, each with so many entries of so many words.
-struct Table {
+// The tables whose shape clients do not know, and ask the hook for.
+struct HookTable {
   kel_asic_blk_t block;
-  kel_asic_reg_t first;
-  kel_asic_reg_t last;
+  kel_asic_reg_t vreg;
   uint32_t entries;
   uint32_t words;
-  Size size = Size::kKnown;
 };
 
-constexpr Table kTables[] = {
-    {KEL_ASIC_BLK_SS, SS_DHS_DD_OFFSET, SS_DHS_DD_OFFSET, 1024, 1},
-    {KEL_ASIC_BLK_SS, SS_DHS_ARB0_OFFSET, SS_DHS_ARB9_HI_OFFSET, 1024, 2},
-    {KEL_ASIC_BLK_HR, HR_DHS_OQ0_STATUS_OFFSET, HR_DHS_OQ0_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_HR, HR_DHS_OQ1_STATUS_OFFSET, HR_DHS_OQ1_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_HR, HR_DHS_OQ2_STATUS_OFFSET, HR_DHS_OQ2_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_HR, HR_DHS_OQ3_STATUS_OFFSET, HR_DHS_OQ3_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_HR, HR_DHS_OQ4_STATUS_OFFSET, HR_DHS_OQ4_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_HR, HR_DHS_OQ5_STATUS_OFFSET, HR_DHS_OQ5_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_HR, HR_DHS_ARB0_OFFSET, HR_DHS_ARB8_OFFSET, 32, 1},
-    {KEL_ASIC_BLK_NR, NR_DHS_OQ0_STATUS_OFFSET, NR_DHS_OQ0_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_NR, NR_DHS_OQ1_STATUS_OFFSET, NR_DHS_OQ1_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_NR, NR_DHS_OQ2_STATUS_OFFSET, NR_DHS_OQ2_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_NR, NR_DHS_OQ3_STATUS_OFFSET, NR_DHS_OQ3_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_NR, NR_DHS_OQ4_STATUS_OFFSET, NR_DHS_OQ4_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_NR, NR_DHS_OQ5_STATUS_OFFSET, NR_DHS_OQ5_STATUS_OFFSET, 403, 1},
-    {KEL_ASIC_BLK_NR, NR_DHS_ARB0_OFFSET, NR_DHS_ARB33_OFFSET, 32, 1},
-    {KEL_ASIC_BLK_NR, NR_DHS_ARB34_OFFSET, NR_DHS_ARB49_OFFSET, 32, 1},
-    {KEL_ASIC_BLK_HI, HI_HI0_DHS_LVIF_TCAM_OFFSET, HI_HI0_DHS_LVIF_TCAM_OFFSET, 1024, 2,
-     Size::kHook},
-    {KEL_ASIC_BLK_HI, HI_DHS_LVIF_TCAM_OFFSET, HI_DHS_LVIF_TCAM_OFFSET, 1024, 1},
-    {KEL_ASIC_BLK_HI, HI_DHS_LVIF_OFFSET, HI_DHS_LVIF_OFFSET, 1024, 1},
-    {KEL_ASIC_BLK_HF, HF_DHS_SVIF_MEM_OFFSET, HF_DHS_SVIF_MEM_OFFSET, 16384, 1},
-    {KEL_ASIC_BLK_HF, HF_DHS_SVIF_MEM_LO_OFFSET, HF_DHS_SVIF_MEM_LO_OFFSET, 16384, 2},
-    {KEL_ASIC_BLK_HF, HF_DHS_LVIF_MEM_OFFSET, HF_DHS_LVIF_MEM_OFFSET, 4096, 1},
-    {KEL_ASIC_BLK_HF, HF_DHS_TCAM_OFFSET, HF_DHS_TCAM_OFFSET, 2048, 16},
-    {KEL_ASIC_BLK_HF, HF_DHS_RESULT_OFFSET, HF_DHS_RESULT_OFFSET, 1024, 1},
-    {KEL_ASIC_BLK_HF, HF_DHS_RESULT_00_OFFSET, HF_DHS_RESULT_00_OFFSET, 1024, 4, Size::kHook},
-    {KEL_ASIC_BLK_HF, HF_DHS_POL_OFFSET, HF_DHS_POL_OFFSET, 64, 8},
-    {KEL_ASIC_BLK_HF, HF_DHS_RESULT_LO_OFFSET, HF_DHS_RESULT_HI_OFFSET, 1024, 2},
-    {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEM_OFFSET, NF_DHS_MCAST_MEM_OFFSET, 16384, 1},
-    {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEM_00_OFFSET, NF_DHS_MCAST_MEM_00_OFFSET, 16384, 2,
-     Size::kHook},
-    {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEM_OFFSET, NF_DHS_UCAST_MEM_OFFSET, 16384, 1, Size::kHook},
-    {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEM_00_OFFSET, NF_DHS_UCAST_MEM_00_OFFSET, 16384, 2,
-     Size::kHook},
-    {KEL_ASIC_BLK_NF, NF_DHS_TCAM_OFFSET, NF_DHS_TCAM_OFFSET, 2048, 16},
-    {KEL_ASIC_BLK_NF, NF_DHS_RESULT_OFFSET, NF_DHS_RESULT_OFFSET, 1024, 2},
-    {KEL_ASIC_BLK_NF, NF_DHS_RESULT_00_OFFSET, NF_DHS_RESULT_00_OFFSET, 1024, 4, Size::kHook},
-    {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEMIF_DATA_OFFSET, NF_DHS_MCAST_MEMIF_DATA_OFFSET, 4096, 2},
-    {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEMIF_DATA_OFFSET, NF_DHS_UCAST_MEMIF_DATA_OFFSET, 4096, 2,
-     Size::kHook},
-    {KEL_ASIC_BLK_NF, NF_DHS_TCAM_MASK_OFFSET, NF_DHS_TCAM_MASK_OFFSET, 2048, 16},
-    {KEL_ASIC_BLK_CI, CI_DHS_MCAST_MEMIF_DATA_OFFSET, CI_DHS_MCAST_MEMIF_DATA_OFFSET, 256, 2},
-    {KEL_ASIC_BLK_QS, QS_DHS_OQ0_STATUS_OFFSET, QS_DHS_OQ7_STATUS_OFFSET, 512, 1},
-    {KEL_ASIC_BLK_QS, QS_DHS_ARB_NI_OFFSET, QS_DHS_ARB_HI_OFFSET, 256, 1},
-    {KEL_ASIC_BLK_QS, QS_DHS_ARB_BI_OFFSET, QS_DHS_ARB_CI_OFFSET, 32, 1},
+constexpr HookTable kHookTables[] = {
+    {KEL_ASIC_BLK_HI, HI_HI0_DHS_LVIF_TCAM_OFFSET, 1024, 2},
+    {KEL_ASIC_BLK_HF, HF_DHS_RESULT_00_OFFSET, 1024, 4},
+    {KEL_ASIC_BLK_NF, NF_DHS_MCAST_MEM_00_OFFSET, 16384, 2},
+    {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEM_OFFSET, 16384, 1},
+    {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEM_00_OFFSET, 16384, 2},
+    {KEL_ASIC_BLK_NF, NF_DHS_RESULT_00_OFFSET, 1024, 4},
+    {KEL_ASIC_BLK_NF, NF_DHS_UCAST_MEMIF_DATA_OFFSET, 4096, 2},
 };
+
+const HookTable *find_hook_table(kel_asic_blk_t block, kel_asic_reg_t vreg) {
+  const auto *const found = std::find_if(
+      std::begin(kHookTables), std::end(kHookTables),
+      [=](const HookTable &table) { return table.block == block && table.vreg == vreg; });
+  return found != std::end(kHookTables) ? found : nullptr;
+}
 
 // Block 0 begins one span above address 0, which no register has.
 constexpr uint32_t kBlockSpan = 0x04000000;
@@ -132,13 +98,31 @@ struct RegisterMap {
   std::array<const kel_asic_reg_t *, KEL_ASIC_NUM_BLK> offset_rows;
 };
 
-// A gap before each window lets a run past the last entry of a table meet no register.
-uint32_t add_window(std::vector<Window> &windows, uint32_t registers, uint32_t size) {
+// Gives a table its window, unless it has one. A gap before it lets a run past the last entry of
+// the table before meet no register.
+void add_table(RegisterMap &map, kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t words) {
+  if (map.offsets[block][vreg] != 4 * vreg)
+    return;
+  std::vector<Window> &windows = map.windows[block];
   const uint32_t used =
-      windows.empty() ? 4 * registers : windows.back().begin + windows.back().size;
+      windows.empty() ? 4 * kBlocks[block].registers : windows.back().begin + windows.back().size;
   const uint32_t begin = (used / kWindowAlignment + 1) * kWindowAlignment;
-  windows.push_back({begin, size});
-  return begin;
+  windows.push_back({begin, 4 * words});
+  map.offsets[block][vreg] = begin;
+}
+
+void add_tables(RegisterMap &map) {
+  // Before its neighbours, which clients know: scripts and recordings tell their addresses.
+  const HookTable &first = kHookTables[0];
+  add_table(map, first.block, first.vreg, first.entries * first.words);
+  for (const kel_asic_dhs_row_t &row : kel_asic_dhs_rows) {
+    for (kel_asic_reg_t vreg = row.first; vreg <= row.last; ++vreg) {
+      const HookTable *const hook = find_hook_table(row.block, vreg);
+      add_table(
+          map, row.block, vreg,
+          hook != nullptr ? hook->entries * hook->words : (row.highest_index + 1) * row.words);
+    }
+  }
 }
 
 // Registers that stand in their place are the windows between holes and tables.
@@ -166,13 +150,7 @@ RegisterMap *build_register_map() {
   }
   for (const Hole &hole : kHoles)
     map->offsets[hole.block][hole.vreg] = KEL_ASIC_NO_REGISTER;
-  for (const Table &table : kTables) {
-    for (kel_asic_reg_t vreg = table.first; vreg <= table.last; ++vreg) {
-      map->offsets[table.block][vreg] =
-          add_window(map->windows[table.block], kBlocks[table.block].registers,
-                     4 * table.words * table.entries);
-    }
-  }
+  add_tables(*map);
   for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block)
     add_registers(map->windows[block], map->offsets[block]);
   return map;
@@ -184,15 +162,10 @@ RegisterMap &register_map() {
   return *map;
 }
 
-// The hook: answers for the tables whose entry size clients do not know, within their range.
+// The hook.
 int dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t dhs_index) {
-  for (const Table &table : kTables) {
-    if (table.size == Size::kHook && table.block == block && table.first == vreg &&
-        dhs_index < table.entries) {
-      return static_cast<int>(table.words);
-    }
-  }
-  return -1;
+  const HookTable *const table = find_hook_table(block, vreg);
+  return table != nullptr && dhs_index < table->entries ? static_cast<int>(table->words) : -1;
 }
 
 }  // namespace
