@@ -13,7 +13,11 @@ struct VirtualSwitch {
   uint16_t sw_card_id = virtual_asic::kPlainCard;
 };
 
-// That of this process, for calls that do not go to another.
-VirtualSwitch &own_switch();
+// That of this process, for calls that do not go to another. Never destroyed: calls may come as
+// long as the process lives.
+inline VirtualSwitch &own_switch() {
+  static auto *const instance = new VirtualSwitch;
+  return *instance;
+}
 
 #endif
