@@ -137,10 +137,6 @@ ssize_t send_some(int fd, msghdr *message, int flags) {
   return sendmsg(fd, message, flags | MSG_NOSIGNAL);
 }
 
-ssize_t receive_some(int fd, msghdr *message, int flags) {
-  return recvmsg(fd, message, flags);
-}
-
 // Moves bytes until at least so many are done; 0 or an errno.
 int move(Mover mover, short events, int fd, Transfer &transfer, size_t least, int64_t deadline) {
   while (transfer.done < least) {
@@ -167,7 +163,7 @@ int send_all(int fd, Transfer &transfer, size_t length, int64_t deadline) {
 }
 
 int receive(int fd, Transfer &transfer, size_t least, int64_t deadline) {
-  return move(receive_some, POLLIN, fd, transfer, least, deadline);
+  return move(recvmsg, POLLIN, fd, transfer, least, deadline);
 }
 
 // Whether the connection's number is still our socket's: a process that puts itself into the

@@ -69,11 +69,15 @@ Server::Server(Service &service, int listener, int signals, const Limits &limits
   watch(listener_, &listener_);
 }
 
-void Server::watch(int descriptor, void *what) {
+bool Server::wait_for(uint32_t events, int operation, int descriptor, void *what) {
   epoll_event event = {};
-  event.events = EPOLLIN;
+  event.events = events;
   event.data.ptr = what;
-  if (epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, descriptor, &event) != 0)
+  return epoll_ctl(epoll_.get(), operation, descriptor, &event) == 0;
+}
+
+void Server::watch(int descriptor, void *what) {
+  if (!wait_for(EPOLLIN, EPOLL_CTL_ADD, descriptor, what))
     throw StartError(std::string("cannot watch a descriptor: ") + std::strerror(errno));
 }
 
@@ -105,10 +109,7 @@ void Server::pause_listening() {
 }
 
 void Server::resume_listening() {
-  epoll_event event = {};
-  event.events = EPOLLIN;
-  event.data.ptr = &listener_;
-  listening_ = epoll_ctl(epoll_.get(), EPOLL_CTL_ADD, listener_, &event) == 0;
+  listening_ = wait_for(EPOLLIN, EPOLL_CTL_ADD, listener_, &listener_);
 }
 
 void Server::accept_clients() {
@@ -250,10 +251,7 @@ void Server::wait_for_more(Client &client) {
   if (events == client.events)
     return;
   client.events = events;
-  epoll_event event = {};
-  event.events = events;
-  event.data.ptr = &client;
-  epoll_ctl(epoll_.get(), EPOLL_CTL_MOD, client.socket.get(), &event);
+  wait_for(events, EPOLL_CTL_MOD, client.socket.get(), &client);
 }
 
 // What a client owes that is let go.

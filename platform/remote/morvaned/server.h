@@ -43,6 +43,7 @@ class Server {
     int looks = 0;           // that have found it owing the same
   };
 
+  bool wait_for(uint32_t events, int operation, int descriptor, void *what);
   void watch(int descriptor, void *what);
   void pause_listening();
   void resume_listening();
