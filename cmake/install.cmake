@@ -39,6 +39,14 @@ function(install_library target name component)
   add_library(morvaneusd::${name} ALIAS ${target})
 endfunction()
 
+# A service and what starts it; the service names its program by the whole path that this build has for it.
+function(install_units component service starter)
+  set(unit ${PROJECT_BINARY_DIR}/systemd/${service})
+  configure_file(share/systemd/${service}.in ${unit} @ONLY)
+  install(FILES ${unit} share/systemd/${starter}
+    DESTINATION lib/systemd/system COMPONENT ${component})
+endfunction()
+
 install(DIRECTORY include/ DESTINATION ${header_dir} COMPONENT development)
 install_library(morvaneusd morvaneusd library)
 install_pkg_config(morvaneusd)
@@ -80,16 +88,14 @@ if(TARGET mrvctl)
   install(FILES tools/mrvctl/completion/mrvctl
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
   # What others read: the same place for every architecture.
-  install(FILES share/systemd/mrvctl-metrics@.service share/systemd/mrvctl-metrics@.timer
-    DESTINATION lib/systemd/system COMPONENT tool)
+  install_units(tool mrvctl-metrics@.service mrvctl-metrics@.timer)
   install(DIRECTORY share/grafana share/prometheus share/wireshark
     DESTINATION ${CMAKE_INSTALL_DATADIR}/mrvctl COMPONENT tool)
 endif()
 
 if(TARGET morvaned)
   install(TARGETS morvaned RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
-  install(FILES share/systemd/morvaned.service share/systemd/morvaned.socket
-    DESTINATION lib/systemd/system COMPONENT service)
+  install_units(service morvaned.service morvaned.socket)
   install(FILES share/sysusers.d/morvaned.conf DESTINATION lib/sysusers.d COMPONENT service)
 endif()
 
