@@ -102,6 +102,7 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libmorvanerecord, libmorvaneplatform1"
 set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS "systemd | systemd-standalone-sysusers | systemd-sysusers")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_EXTRA
   ${debian}/morvaned/postinst ${debian}/morvaned/prerm ${debian}/morvaned/postrm)
+set(CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_EXTRA ${debian}/mrvctl/prerm ${debian}/mrvctl/postrm)
 set(CPACK_DEBIAN_RECORDER_PACKAGE_CONTROL_EXTRA ${generated}/libmorvaneplatform1/triggers)
 install(FILES ${debian}/libmorvanerecord/overrides DESTINATION share/lintian/overrides
   RENAME libmorvanerecord COMPONENT recorder)

@@ -39,11 +39,14 @@ fi
 kill %1
 wait %1
 
+# What is installed goes, and what was switched on.
+systemctl --quiet enable morvaned.socket mrvctl-metrics@{0,3}.timer
 mapfile -t installed < <(dpkg -L "${names[@]}" "${names[@]/%/:i386}" morvaned mrvctl 2>/dev/null | sort -u)
 for arch in amd64 i386; do
   all+=("${names[@]/%/:$arch}")
 done
 dpkg --purge "${all[@]}" morvaned mrvctl >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
-left=$(for path in "${installed[@]}"; do [ ! -f "$path" ] || echo "$path"; done)
+left=$(for path in "${installed[@]}"; do [ ! -f "$path" ] || echo "$path"; done
+  find /etc/systemd -name 'morvaned*' -o -name 'mrvctl*')
 [ -z "$left" ] || { echo "left behind: $left"; exit 1; }
 getent passwd morvaned >/dev/null
