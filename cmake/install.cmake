@@ -75,23 +75,21 @@ install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
   PATTERN mainpage.md EXCLUDE PATTERN man EXCLUDE)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
-if(TARGET mrvctl)
-  # A tree of its own finds its libraries wherever it stands; the system's needs no help.
-  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-    relative_prefix(${CMAKE_INSTALL_BINDIR} root)
-    set_target_properties(mrvctl PROPERTIES
-      INSTALL_RPATH "$ORIGIN/${root}/${CMAKE_INSTALL_LIBDIR}")
-  endif()
-  install(TARGETS mrvctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-  # Programs are run with it; none is linked to a version of it.
-  install(TARGETS morvanerecord LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT recorder)
-  install(FILES tools/mrvctl/completion/mrvctl
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
-  # What others read: the same place for every architecture.
-  install_units(tool mrvctl-metrics@.service mrvctl-metrics@.timer)
-  install(DIRECTORY share/grafana share/prometheus share/wireshark
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/mrvctl COMPONENT tool)
+# A tree of its own finds its libraries wherever it stands; the system's needs no help.
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  relative_prefix(${CMAKE_INSTALL_BINDIR} root)
+  set_target_properties(mrvctl PROPERTIES
+    INSTALL_RPATH "$ORIGIN/${root}/${CMAKE_INSTALL_LIBDIR}")
 endif()
+install(TARGETS mrvctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+# Programs are run with it; none is linked to a version of it.
+install(TARGETS morvanerecord LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT recorder)
+install(FILES tools/mrvctl/completion/mrvctl
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+# What others read: the same place for every architecture.
+install_units(tool mrvctl-metrics@.service mrvctl-metrics@.timer)
+install(DIRECTORY share/grafana share/prometheus share/wireshark
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/mrvctl COMPONENT tool)
 
 if(TARGET morvaned)
   install(TARGETS morvaned RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
