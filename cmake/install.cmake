@@ -1,10 +1,10 @@
 # What `cmake --install` installs, by component:
 #   library      libmorvaneusd.so.*
 #   platform     libmorvaneplatform.so.*, the virtual platform
-#   development  headers, .so links, pkg-config files, the CMake package, docs, examples
+#   development  headers, .so links, pkg-config files, the CMake package, its man pages, docs, examples
 #   service      morvaned, its man page, its units and its user
 #   recorder     libmorvanerecord.so
-#   tool         mrvctl, its man page and its completion
+#   tool         mrvctl, its man page, completion and units; what Wireshark, Prometheus and Grafana take
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -69,7 +69,8 @@ install(
         ${PROJECT_BINARY_DIR}/morvaneusdConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg"
   PATTERN mainpage.md EXCLUDE PATTERN man EXCLUDE)

@@ -50,6 +50,20 @@ if(overview MATCHES " \\(3\\)" AND NOT EXISTS ${root}/share/man/man3)
   message(FATAL_ERROR "libmorvaneusd(7) refers to pages (3), and none is installed")
 endif()
 
+# Nor do its pages.
+file(GLOB_RECURSE pages ${root}/share/doc/*.md)
+foreach(page IN LISTS pages)
+  file(READ ${page} text)
+  get_filename_component(folder ${page} DIRECTORY)
+  string(REGEX MATCHALL "\\([A-Za-z_./-]+\\.(c|md|svg)[)#]" links "${text}")
+  foreach(link IN LISTS links)
+    string(REGEX MATCH "[A-Za-z_./-]+" link ${link})
+    if(NOT EXISTS ${folder}/${link})
+      message(FATAL_ERROR "${page} leads to ${link}, which is not installed")
+    endif()
+  endforeach()
+endforeach()
+
 # Nothing in it leads back to the build.
 file(GLOB_RECURSE texts ${root}/*.pc ${root}/*.cmake ${root}/*.h
      ${root}/*.hpp)
