@@ -1,4 +1,5 @@
-// The controls that act on the switch itself, be it in this process or in morvaned.
+// The controls that act on the switch itself, be it in this process or in morvaned. Those of the
+// card stand in card_config.cc; those of this process's calls, and the reset, in system_service.cc.
 #include <cerrno>
 
 #include "remote/client.h"

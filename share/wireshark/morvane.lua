@@ -120,7 +120,7 @@ local function add_words(tree, words)
   for at = 0, words:len() - 4, 4 do tree:add_le(f.word, words(at, 4)) end
 end
 
--- Type, whether it is the answer, and where the texts of the registers begin.
+-- A read has its words in the answer, a write in the request; reg is the text with the register's name.
 local function add_register(tree, record, answer, reg)
   local type = record(0, 4):le_uint()
   local run = type == 3 or type == 4
