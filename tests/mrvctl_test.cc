@@ -271,15 +271,17 @@ TEST_F(Mrvctl, JsonIsOneObjectACommand) {
 
 TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
   const Outcome result = run_script(
-      "traffic hif 1 --class 2 --frames 1000 --steady\nqos show hif 1 --watch 0.2 --count 3\n",
+      "traffic hif 1 --class 5 --frames 70\ntraffic hif 1 --class 2 --frames 1000 --steady\n"
+      "qos show hif 1 --watch 0.2 --count 3\n",
       "--json");
   const std::vector<Json> objects = json_lines(result.out);
-  ASSERT_EQ(objects.size(), 4U) << result.err;
-  EXPECT_FALSE(objects[1].contains("rates"));
-  EXPECT_EQ(objects[3]["stats"]["ss_dhs"]["wr_rcvd_cnt"][2], 1400);
-  const double rate = objects[3]["rates"]["ss_dhs"]["wr_rcvd_cnt"][2];
-  EXPECT_NEAR(rate, 200 / objects[3]["seconds"].get<double>(), 1e-6);
-  EXPECT_GT(rate, 0);
+  ASSERT_EQ(objects.size(), 5U) << result.err;
+  EXPECT_FALSE(objects[2].contains("rates"));
+  EXPECT_EQ(objects[4]["stats"]["ss_dhs"]["wr_rcvd_cnt"][2], 1400);
+  const Json rates = objects[4]["rates"]["ss_dhs"]["wr_rcvd_cnt"];
+  EXPECT_NEAR(rates[2].get<double>(), 200 / objects[4]["seconds"].get<double>(), 1e-6);
+  EXPECT_GT(rates[2].get<double>(), 0);
+  EXPECT_EQ(rates[5], 0);
   const Json top = json_lines(run("--json --platform " MRVCTL_PLATFORMS "/librefusing_platform.so"
                                   " qos top --once --interval 0.1")
                                   .out)
