@@ -439,6 +439,7 @@ TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
     const auto press = [&](const char *keys) { return write(ours, keys, std::strlen(keys)) > 0; };
     read_until(ours, heading + "\033[7m> ");  // the first row is chosen
     expect_part(screen(ours), kFirstScreen);
+    EXPECT_EQ(read_until(ours, "\033[J"), "\033[K\033[J");  // nothing older stays below
     tcgetattr(theirs, &during);
     EXPECT_EQ(during.c_lflag & (ICANON | ECHO), 0U);
     EXPECT_TRUE(press("\033[F"));
