@@ -127,3 +127,8 @@ run(${CMAKE_COMMAND} --build ${work}/build --target
   client_c client_cc table_c client_own_platform)
 run_client(${work}/build/client_c "${c_prints}")
 run_client(${work}/build/client_cc "${cc_prints}")
+
+# Without a recorder `record` says so.
+file(REMOVE ${root}/${LIBDIR}/libmorvanerecord.so)
+execute_process(COMMAND ${root}/bin/mrvctl record ${work}/recordings -- true ERROR_VARIABLE error)
+expect_text("${error}" "no recorder: there is no " "mrvctl record without a recorder")

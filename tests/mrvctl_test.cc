@@ -336,13 +336,16 @@ TEST_F(Mrvctl, AddressesOfCallsLeadBackToTheirRegisters) {
   for (int i = 0; i < 256; ++i)
     entries += "1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16\n";
   write_file("load.dhs", entries);
-  recorded(script + "dhs-write NF.0 NF_DHS_TCAM 0 --from load.dhs\n");
-  names.emplace_back("NF.0 NF_DHS_TCAM [0]");
+  recorded(script +
+           "dhs-read NF.0 NF_DHS_TCAM 0 256\ndhs-write NF.0 NF_DHS_TCAM 0 --from load.dhs\n");
+  names.insert(names.end(), 2, "NF.0 NF_DHS_TCAM [0]");
   const std::vector<Json> calls = json_lines(run("--json calls " + folder_ + "/*.mrec").out);
   std::vector<std::string> shown(calls.size());
   std::transform(calls.begin(), calls.end(), shown.begin(),
                  [](const Json &call) { return call["register"].get<std::string>(); });
   EXPECT_EQ(shown, names);
+  EXPECT_EQ(calls[calls.size() - 2]["cut"], true);
+  EXPECT_EQ(calls.back()["operation"], "write-run");
   EXPECT_EQ(calls.back()["num"], 4096);
   EXPECT_EQ(calls.back()["words"].size(), 2048U);
   EXPECT_EQ(calls.back()["cut"], true);
