@@ -125,8 +125,8 @@ std::string for_both_sizes(const std::string &own) {
 
 // What ld.so is to load into a program and all that it starts, of whatever word size if it can.
 std::string preload_for(const std::string &program) {
-  const std::string own = find_recorder();
-  const std::string both = for_both_sizes(own);
+  std::string own = find_recorder();
+  std::string both = for_both_sizes(own);
   if (!both.empty())
     return both;  // of each program its own
   const int bits = bits_of(program);
