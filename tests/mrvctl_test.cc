@@ -296,15 +296,19 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
             "discards 16130, drops_h2n 2851152, drops_n2h 1671504, errors 17154, flushes 21762, "
             "multicast_discards 16642, pause 5124, pfc 22018, reads 155664, timeouts 22274, "
             "writes 110608, ");
-  const Outcome ended = shell("timeout --foreground --preserve-status -s INT 2 " MRVCTL_PATH
-                              " qos show hif 1 --watch 30");
-  expect_case(ended, {0, "^C ends the view", {"hif 1, module 0"}});
-  const std::string open = MRVCTL_PATH " -f " + write_file("open.mrv",
-                                                           "begin x\nwrite HI.2 5 1\n"
-                                                           "qos show hif 1 --watch 0.1\n");
+  const auto ended_by = [this](const std::string &signal, const std::string &arguments) {
+    return shell("env --default-signal=INT " MRVCTL_PATH " " + arguments + " >" + folder_ +
+                 "/seen & until grep -q 'hif 1, module 0' " + folder_ +
+                 "/seen || [ $((n+=1)) -gt 500 ]; do sleep 0.01; done; kill -" + signal +
+                 " $!; wait $!");
+  };
+  expect_case(ended_by("INT", "qos show hif 1 --watch 30"), {0, "^C ends the view", {}});
+  const std::string open = " -f " + write_file("open.mrv",
+                                               "begin x\nwrite HI.2 5 1\n"
+                                               "qos show hif 1 --watch 0.1\n");
   const std::string lost = "mrvctl: transaction \"x\" was never committed: ";
-  expect_case(shell("timeout --foreground --preserve-status 2 " + open), {143, "SIGTERM", {lost}});
-  expect_case(shell("(" + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
+  expect_case(ended_by("TERM", open), {143, "SIGTERM", {lost}});
+  expect_case(shell("(" MRVCTL_PATH + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
   write_file("one.pgm", "HI 2 5 1\n");
   const std::string none =
       write_file("none.mrv", "fail EIO\nexpect-fail pgm one.pgm\nqos show hif 1 --watch 0.1\n");
@@ -419,6 +423,40 @@ nif 2, class          0       1       2       3       4       5       6       7
   XOFF sent        5122    6146    7170    8194    9218   10.2k   11.3k   12.3k
 d drops  p pause  w writes  arrows choose  home follows the first  q quits)";
 
+const std::string heading = "DROPPED\033[0m\033[K\r\r\n";
+
+bool press_keys(int terminal, const char *keys) {
+  return write(terminal, keys, std::strlen(keys)) > 0;
+}
+
+// What each key makes of the view, and a wider terminal.
+void use_every_key(int ours) {
+  const auto press = [ours](const char *keys) { return press_keys(ours, keys); };
+  EXPECT_TRUE(press("\033[F"));
+  read_until(ours, "> hif 5 ");  // the last
+  EXPECT_TRUE(press("\033[Hp"));
+  read_until(ours, "by pause");
+  read_until(ours, heading + "\033[7m> nif 4 ");
+  EXPECT_TRUE(press("d"));
+  read_until(ours, "by drops");
+  read_until(ours, heading + "\033[7m> nif 2 ");
+  EXPECT_TRUE(press("\033[6~"));
+  read_until(ours, "> hif 24 ");  // ten rows on
+  EXPECT_TRUE(press("\033[Hw\033[Bj"));
+  read_until(ours, "by writes");
+  read_until(ours, heading + "  nif 7 ");  // which is chosen no longer
+  const winsize wide = {50, 160, 0, 0};
+  ioctl(ours, TIOCSWINSZ, &wide);
+  read_until(ours, "TIMEOUT");
+  expect_part(screen(ours),
+              "> nif 5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k"
+              "   34.3k   33.3k   43.5k   44.6k  rx tx" +
+                  std::string(24, '#') + "100%\n");
+  EXPECT_TRUE(press("d"));  // what was chosen stays chosen
+  read_until(ours, "by drops");
+  read_until(ours, "> nif 5 ");
+}
+
 TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
   const std::string script =
       write_file("top.mrv", "begin x\nwrite HI.2 5 1\nqos top --interval 3600\n");
@@ -438,36 +476,14 @@ TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
             script.c_str(), nullptr);
       _exit(127);
     }
-    const std::string heading = "DROPPED\033[0m\033[K\r\r\n";
-    const auto press = [&](const char *keys) { return write(ours, keys, std::strlen(keys)) > 0; };
+    const auto press = [ours](const char *keys) { return press_keys(ours, keys); };
     read_until(ours, heading + "\033[7m> ");  // the first row is chosen
     expect_part(screen(ours), kFirstScreen);
     EXPECT_EQ(read_until(ours, "\033[J"), "\033[K\033[J");  // nothing older stays below
     tcgetattr(theirs, &during);
     EXPECT_EQ(during.c_lflag & (ICANON | ECHO), 0U);
-    EXPECT_TRUE(press("\033[F"));
-    read_until(ours, "> hif 5 ");  // the last
-    EXPECT_TRUE(press("\033[Hp"));
-    read_until(ours, "by pause");
-    read_until(ours, heading + "\033[7m> nif 4 ");
-    EXPECT_TRUE(press("d"));
-    read_until(ours, "by drops");
-    read_until(ours, heading + "\033[7m> nif 2 ");
-    EXPECT_TRUE(press("\033[6~"));
-    read_until(ours, "> hif 24 ");  // ten rows on
-    EXPECT_TRUE(press("\033[Hw\033[Bj"));
-    read_until(ours, "by writes");
-    read_until(ours, heading + "  nif 7 ");  // which is chosen no longer
-    size = {50, 160, 0, 0};
-    ioctl(ours, TIOCSWINSZ, &size);
-    read_until(ours, "TIMEOUT");
-    expect_part(screen(ours),
-                "> nif 5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k"
-                "   34.3k   33.3k   43.5k   44.6k  rx tx" +
-                    std::string(24, '#') + "100%\n");
-    EXPECT_TRUE(press("d"));  // what was chosen stays chosen
-    read_until(ours, "by drops");
-    read_until(ours, "> nif 5 ");
+    if (ending == 0)
+      use_every_key(ours);
     EXPECT_TRUE(press("\032"));  // ^Z, where nobody could continue it
     EXPECT_NE(read_until(ours, "\033[?1049h").find("\033[?1049l"), std::string::npos);
     if (ending == 0 || ending == SIGINT)
