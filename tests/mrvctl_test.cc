@@ -299,9 +299,9 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
             "multicast_discards 16642, pause 5124, pfc 22018, reads 155664, timeouts 22274, "
             "writes 110608, ");
   const auto ended_by = [this](const std::string &signal, const std::string &arguments) {
-    return shell("env --default-signal=INT " MRVCTL_PATH " " + arguments + " >" + folder_ +
-                 "/seen & until grep -q 'hif 1, module 0' " + folder_ +
-                 "/seen || [ $((n+=1)) -gt 500 ]; do sleep 0.01; done; kill -" + signal +
+    return shell("rm -f " + folder_ + "/seen; env --default-signal=INT " MRVCTL_PATH " " +
+                 arguments + " >" + folder_ + "/seen & until grep -qs 'hif 1, module 0' " +
+                 folder_ + "/seen || [ $((n+=1)) -gt 500 ]; do sleep 0.01; done; kill -" + signal +
                  " $!; wait $!");
   };
   expect_case(ended_by("INT", "qos show hif 1 --watch 30"), {0, "^C ends the view", {}});
