@@ -425,7 +425,10 @@ nif 2, class          0       1       2       3       4       5       6       7
   XOFF sent        5122    6146    7170    8194    9218   10.2k   11.3k   12.3k
 d drops  p pause  w writes  arrows choose  home follows the first  q quits)";
 
-const std::string heading = "DROPPED\033[0m\033[K\r\r\n";
+// The first row of a screen, as it comes behind the headings.
+std::string first_row(const std::string &begin) {
+  return "DROPPED\033[0m\033[K\r\r\n" + begin;
+}
 
 bool press_keys(int terminal, const char *keys) {
   return write(terminal, keys, std::strlen(keys)) > 0;
@@ -438,15 +441,15 @@ void use_every_key(int ours) {
   read_until(ours, "> hif 5 ");  // the last
   EXPECT_TRUE(press("\033[Hp"));
   read_until(ours, "by pause");
-  read_until(ours, heading + "\033[7m> nif 4 ");
+  read_until(ours, first_row("\033[7m> nif 4 "));
   EXPECT_TRUE(press("d"));
   read_until(ours, "by drops");
-  read_until(ours, heading + "\033[7m> nif 2 ");
+  read_until(ours, first_row("\033[7m> nif 2 "));
   EXPECT_TRUE(press("\033[6~"));
   read_until(ours, "> hif 24 ");  // ten rows on
   EXPECT_TRUE(press("\033[Hw\033[Bj"));
   read_until(ours, "by writes");
-  read_until(ours, heading + "  nif 7 ");  // which is chosen no longer
+  read_until(ours, first_row("  nif 7 "));  // which is chosen no longer
   const winsize wide = {50, 160, 0, 0};
   ioctl(ours, TIOCSWINSZ, &wide);
   read_until(ours, "TIMEOUT");
@@ -479,7 +482,7 @@ TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
       _exit(127);
     }
     const auto press = [ours](const char *keys) { return press_keys(ours, keys); };
-    read_until(ours, heading + "\033[7m> ");  // the first row is chosen
+    read_until(ours, first_row("\033[7m> "));  // the first row is chosen
     expect_part(screen(ours), kFirstScreen);
     EXPECT_EQ(read_until(ours, "\033[J"), "\033[K\033[J");  // nothing older stays below
     tcgetattr(theirs, &during);
