@@ -21,7 +21,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
   add_test(NAME completion COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/completion_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
   add_test(NAME man_page_of_mrvctl COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
-    $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in)
+    ${CMAKE_CURRENT_SOURCE_DIR}/printed/help.txt ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in)
   add_test(NAME metrics COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/metrics_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR})
   # The virtual platform with promises broken.

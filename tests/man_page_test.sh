@@ -1,27 +1,10 @@
 #!/bin/bash
-# Every command and every option of a program's help stands in its man page: man_page_test.sh PROGRAM PAGE
+# Every command and every option of a program's help, as it was printed, stands in its man page:
+# man_page_test.sh HELP PAGE
 set -u
-program=$1 page=$2
-
-# names [COMMAND...]: what the help of the program or a command names, each with the command.
-names() {
-  "$program" "$@" --help | grep -oE '^  [a-z][-a-z]* |^ +(-[?a-zA-Z], ?)?--[-a-z]+' |
-    sed "s|^ *||; s|^-., *||; s| *$| of ${program##*/} $*|"
-}
-
-all_names() {
-  local name of
-  names | while read -r name of; do
-    echo "$name $of"
-    [[ $name == -* ]] && continue
-    names "$name" | tee >(while read -r inner of; do [[ $inner == -* ]] || names "$name" "$inner"; done)
-  done
-}
-
-all=$(all_names)
-(($(wc -l <<<"$all") > 5)) || { echo "nothing in the help"; exit 1; }
-missing=$(awk 'NR == FNR { stands[$1]; next } !($1 in stands)' \
-  <(sed 's/\\-/-/g' "$page" | grep -oE '[-a-z]+' | sort -u) - <<<"$all")
+named=$(grep -oE '^  [a-z][-a-z]* |^ +(-[?a-zA-Z], ?)?--[-a-z]+' "$1" | sed 's|^ *||; s|^-., *||; s| *$||' | sort -u)
+(($(wc -l <<<"$named") > 5)) || { echo "nothing in the help"; exit 1; }
+missing=$(comm -23 - <(sed 's/\\-/-/g' "$2" | grep -oE '[-a-z]+' | sort -u) <<<"$named")
 [[ -z $missing ]] && exit
 echo "the man page lacks:"
 echo "$missing"

@@ -163,9 +163,7 @@ std::string span_text(const AddressSpan &span) {
 // Throws Breach for the first register, by address, that is wrong.
 template <typename Wrong>
 void expect_of_all(const std::string &expected, Wrong wrong) {
-  const std::vector<AddressSpan> spans = address_spans(described_map());
-  const auto found = std::find_if(spans.begin(), spans.end(), wrong);
-  if (found != spans.end())
+  if (const std::optional<AddressSpan> found = first_span(described_map(), wrong))
     throw Breach{expected, span_text(*found)};
 }
 

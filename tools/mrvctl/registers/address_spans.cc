@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 
 #include "registers/tables.h"
 
@@ -35,27 +34,49 @@ std::vector<Shape> shapes_of(const RegisterMap &map, kel_asic_blk_t block) {
   return shapes;
 }
 
-}  // namespace
+using Shapes = std::array<std::vector<Shape>, KEL_ASIC_NUM_BLK>;
 
-std::vector<AddressSpan> address_spans(const RegisterMap &map) {
-  std::array<std::vector<Shape>, KEL_ASIC_NUM_BLK> shapes;
-  size_t count = 0;
-  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
+Shapes all_shapes(const RegisterMap &map) {
+  Shapes shapes;
+  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block)
     shapes[block] = shapes_of(map, static_cast<kel_asic_blk_t>(block));
-    count += shapes[block].size() * map.instances(static_cast<kel_asic_blk_t>(block));
-  }
-  std::vector<AddressSpan> spans;
-  spans.reserve(count);  // there are tens of thousands
+  return shapes;
+}
+
+template <typename Use>
+void use_each(const RegisterMap &map, const Shapes &shapes, Use use) {
   for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
     const auto block = static_cast<kel_asic_blk_t>(i);
     for (uint32_t instance = 0; instance < map.instances(block); ++instance) {
       for (const Shape &shape : shapes[block]) {
         const Register reg = {block, instance, shape.vreg};
         const uint64_t begin = map.whole_address(reg);
-        spans.push_back({begin, begin + shape.bytes, shape.entry_size, reg});
+        use(AddressSpan{begin, begin + shape.bytes, shape.entry_size, reg});
       }
     }
   }
+}
+
+}  // namespace
+
+std::optional<AddressSpan> first_span(const RegisterMap &map,
+                                      const std::function<bool(const AddressSpan &)> &wanted) {
+  std::optional<AddressSpan> first;
+  use_each(map, all_shapes(map), [&](const AddressSpan &span) {
+    if (wanted(span) && (!first || span.begin < first->begin))
+      first = span;
+  });
+  return first;
+}
+
+std::vector<AddressSpan> address_spans(const RegisterMap &map) {
+  const Shapes shapes = all_shapes(map);
+  size_t count = 0;
+  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block)
+    count += shapes[block].size() * map.instances(static_cast<kel_asic_blk_t>(block));
+  std::vector<AddressSpan> spans;
+  spans.reserve(count);  // there are tens of thousands
+  use_each(map, shapes, [&](const AddressSpan &span) { spans.push_back(span); });
   const auto before = [](const AddressSpan &a, const AddressSpan &b) { return a.begin < b.begin; };
   // Where the instances stand one behind the other, they are.
   if (!std::is_sorted(spans.begin(), spans.end(), before))

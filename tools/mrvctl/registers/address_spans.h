@@ -3,6 +3,8 @@
 #define MRVCTL_ADDRESS_SPANS_H
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <vector>
 
 #include "registers/register_map.h"
@@ -21,6 +23,10 @@ struct AddressSpan {
 // In the order of their addresses; of two registers with one address the first in the enumerations
 // comes first.
 std::vector<AddressSpan> address_spans(const RegisterMap &map);
+
+// The first of those that are wanted, in the same order, without keeping all.
+std::optional<AddressSpan> first_span(const RegisterMap &map,
+                                      const std::function<bool(const AddressSpan &)> &wanted);
 
 }  // namespace mrvctl
 

@@ -28,7 +28,9 @@ class RegisterMap {
   // Address of a register that exists.
   uint32_t address(const Register &reg) const;
   // The same before it is cut to 32 bits, as a wrong map may have it.
-  uint64_t whole_address(const Register &reg) const;
+  uint64_t whole_address(const Register &reg) const {
+    return uint64_t{bases_[reg.block][reg.instance]} + offsets_[reg.block][reg.vreg];
+  }
 
   // Why an address names no register; empty where it names one.
   std::string missing(const Register &reg) const;
