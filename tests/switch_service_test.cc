@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -91,15 +92,18 @@ int wait_for(pid_t process) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-int fail_next_send = 0;  // with this errno, once, and without sending anything
+int failing_sends = 0, failure_of_sends = 0;  // so many, with this errno, that send nothing
 int last_sent_to = -1;
 
 }  // namespace
 
 ssize_t sendmsg(int fd, const msghdr *message, int flags) {
   last_sent_to = fd;
-  errno = std::exchange(fail_next_send, 0);
-  return errno != 0 ? -1 : syscall(SYS_sendmsg, fd, message, flags);
+  if (failing_sends == 0)
+    return syscall(SYS_sendmsg, fd, message, flags);
+  --failing_sends;
+  errno = failure_of_sends;
+  return -1;
 }
 
 namespace {
@@ -278,6 +282,7 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
       {EPROTO, {}, {}, 0},
       {EMSGSIZE, {remote::kMagic, 1, 0, kRecord - 1, 0}, {}, 0},
   };
+  uint32_t last_sequence = 0;
   setenv("MORVANE_SWITCH", address_.c_str(), 1);
   for (const char *name : {"MORVANE_SWITCH_WAIT", "MORVANE_SWITCH_TIMEOUT"}) {
     for (const char *number : {"1a", "-1", " 1", "2147483648"})
@@ -294,7 +299,9 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
       const std::string request = receive(socket, sizeof(Hello) + sizeof(Header) + kRecord);
       if (request.size() == sizeof(Hello) + sizeof(Header) + kRecord) {
         std::array<uint32_t, 7> words = {};
+        EXPECT_EQ(request.substr(0, 4), "MRVS");
         std::memcpy(words.data(), &request[sizeof(Hello)], sizeof words);
+        EXPECT_NE(words[0], std::exchange(last_sequence, words[0]));
         const std::array<uint32_t, 7> added = {c.added.sequence,
                                                c.added.kind,
                                                c.added.case_code,
@@ -321,6 +328,7 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
 
 TEST_F(SwitchService, late_answers_and_lost_services_are_reported_once) {
   setenv("MORVANE_SWITCH_TIMEOUT", "200", 1);
+  setenv("MORVANE_SWITCH_WAIT", "1000000", 1);  // for the first connection alone
   // Interrupted all the while, and never told.
   struct sigaction action = {};
   action.sa_handler = [](int) {};
@@ -369,10 +377,13 @@ TEST_F(SwitchService, connects_anew_where_nothing_was_sent_and_finds_room_in_a_f
   const std::pair<int, int> failures[] = {{EPIPE, 0}, {ECONNRESET, 0},    {ENOTCONN, 0},
                                           {EBADF, 0}, {ENOBUFS, ENOBUFS}, {ENOMEM, ENOMEM}};
   for (const auto &[failure, expected] : failures) {
-    fail_next_send = failure;
+    failing_sends = 1, failure_of_sends = failure;
     EXPECT_EQ(write_register(1), expected);
     EXPECT_EQ(write_register(2), 0) << failure;
   }
+  failing_sends = 2, failure_of_sends = EPIPE;
+  EXPECT_EQ(write_register(3), ECONNRESET);
+  EXPECT_EQ(write_register(4), 0);
   int ends[2];  // a socket of the program's own, which gets the number of the client's
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
   shutdown(ends[1], SHUT_WR);  // nobody waits for its answer
@@ -440,8 +451,24 @@ TEST_F(SwitchService, has_room_for_so_many_long_records_at_once_and_for_short_on
   EXPECT_EQ(sse_call2(SYSSRV_REG_READ_CASE, &params, length), 0);
 }
 
+TEST_F(SwitchService, serves_those_who_are_here_while_it_has_no_descriptor_for_another) {
+  start();
+  rlimit before = {};
+  const rlimit none = {3, 1000};
+  ASSERT_EQ(prlimit(service_, RLIMIT_NOFILE, &none, &before), 0);
+  const int raw = connect_raw();
+  expect_log("cannot take a client: Too many open files");
+  EXPECT_EQ(write_register(7), 0);
+  const std::string lines = log();
+  EXPECT_LT(std::count(lines.begin(), lines.end(), '\n'), 9) << lines;
+  const rlimit enough = {256, 1000};
+  ASSERT_EQ(prlimit(service_, RLIMIT_NOFILE, &enough, nullptr), 0);
+  EXPECT_EQ(receive(raw, sizeof(Hello)), bytes_of(kServiceHello));
+  close(raw);
+}
+
 TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_what_is_not_its_own) {
-  start({"--max-clients", "2", "--verbose"});
+  start({"--verbose", "--max-clients", "2"});
   EXPECT_EQ(wait_for(spawn({})), 1);
   expect_log(address_ + " is already served by process " + std::to_string(service_));
   const int second = connect_raw(), third = connect_raw();
@@ -468,14 +495,17 @@ TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_wha
   expect_log("there already, and no socket");
   EXPECT_EQ(stop(SIGINT), 0);
   EXPECT_TRUE(std::filesystem::remove(address_));
-  const std::pair<std::vector<std::string>, int> wrong[] = {{{"--max-clients", "0"}, 2},
-                                                            {{"--max-record", "10279"}, 2},
-                                                            {{"--group", "no such group"}, 1},
-                                                            {{"--max-clients", "1x"}, 2},
-                                                            {{"--max-clients", "0x10001"}, 2},
-                                                            {{"--group", ""}, 2},
-                                                            {{"--verbosely"}, 2},
-                                                            {{"and more"}, 2}};
+  const std::pair<std::vector<std::string>, int> wrong[] = {
+      {{"--max-clients", "0"}, 2},
+      {{"--max-record", "10279"}, 2},
+      {{"--group", "no such group"}, 1},
+      {{"--max-record=1073741824", "--group=-"}, 1},
+      {{"--max-record", "1073741825"}, 2},
+      {{"--max-clients", "1x"}, 2},
+      {{"--max-clients", "0x10001"}, 2},
+      {{"--group", ""}, 2},
+      {{"--verbosely"}, 2},
+      {{"and more"}, 2}};
   for (const auto &[options, status] : wrong)
     EXPECT_EQ(wait_for(spawn(options)), status) << options[0];
   remote::Address address;
@@ -527,9 +557,9 @@ TEST_F(SwitchService, leaves_the_controls_to_its_owner_and_serves_the_group_alon
   if (geteuid() != 0)
     GTEST_SKIP() << "needs root, to become somebody else";
   address_ = "@switch_test_" + std::to_string(getpid());
-  const auto as_nobody = [this](gid_t more, const std::function<int()> &run) {
+  const auto as_nobody = [this](gid_t more, const std::function<int()> &run, gid_t first = 65534) {
     return in_child([&] {
-      const bool changed = setgroups(1, &more) == 0 && setgid(65534) == 0 && setuid(65534) == 0;
+      const bool changed = setgroups(1, &more) == 0 && setgid(first) == 0 && setuid(65534) == 0;
       const int error = changed ? vp_connect(address_.c_str()) : -1;
       return error != 0 ? error : run();
     });
@@ -537,8 +567,14 @@ TEST_F(SwitchService, leaves_the_controls_to_its_owner_and_serves_the_group_alon
   const group *const tty = getgrnam("tty");
   ASSERT_NE(tty, nullptr);
   start({"--group", "tty", "--max-clients", "4"});
+  std::ifstream sockets("/proc/net/unix");
+  const std::string names(std::istreambuf_iterator<char>(sockets), {});
+  EXPECT_NE(names.find(" " + address_ + "\n"), std::string::npos);
   EXPECT_EQ(as_nobody(65534, [] { return 0; }), EACCES);
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return write_register(5); }), 0);
+  EXPECT_EQ(as_nobody(
+                65534, [] { return write_register(5); }, tty->gr_gid),
+            0);
   expect_register(5);
   const auto in_two_children = [] {  // of a user who may have half of the room
     return in_child([] { return write_register(5) + in_child([] { return write_register(6); }); });
@@ -551,6 +587,9 @@ TEST_F(SwitchService, leaves_the_controls_to_its_owner_and_serves_the_group_alon
   EXPECT_EQ(as_nobody(tty->gr_gid, [&] { return vp_asic_show(0, 0, &state); }), EPERM);
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return vp_sw_card_id() == 1 ? 0 : -1; }), 0);
   expect_register(5);
+  stop(SIGTERM);
+  start({"--group", "root"});
+  EXPECT_EQ(as_nobody(tty->gr_gid, [] { return 0; }), EACCES);
 }
 
 }  // namespace
