@@ -136,7 +136,9 @@ class SwitchService : public testing::Test {
 
   pid_t spawn(
       std::vector<std::string> options, const std::function<void()> &prepare = [] {}) {
-    options.insert(options.begin(), {"morvaned", "--socket", address_});
+    if (!address_.empty())
+      options.insert(options.begin(), {"--socket", address_});
+    options.insert(options.begin(), "morvaned");
     std::vector<char *> arguments(options.size() + 1);
     std::transform(options.begin(), options.end(), arguments.begin(),
                    [](std::string &option) { return option.data(); });
@@ -590,6 +592,20 @@ TEST_F(SwitchService, leaves_the_controls_to_its_owner_and_serves_the_group_alon
   stop(SIGTERM);
   start({"--group", "root"});
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return 0; }), EACCES);
+}
+
+TEST_F(SwitchService, listens_by_itself_where_the_session_of_its_user_has_its_sockets) {
+  address_.clear();
+  const auto becomes_nobody = [this] {
+    setenv("XDG_RUNTIME_DIR", folder_.c_str(), 1);
+    return setgid(65534) == 0 && setuid(65534) == 0 && access(MORVANED_PATH, X_OK) == 0;
+  };
+  if (geteuid() != 0 || in_child([&] { return becomes_nobody() ? 0 : 1; }) != 0)
+    GTEST_SKIP() << "needs root, to become somebody else who can run " << MORVANED_PATH;
+  ASSERT_EQ(chmod(folder_.c_str(), 0777), 0);
+  service_ = spawn({}, becomes_nobody);
+  address_ = folder_ + "/morvaned.sock";
+  EXPECT_EQ(vp_connect(address_.c_str()), 0);
 }
 
 }  // namespace

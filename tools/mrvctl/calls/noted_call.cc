@@ -125,8 +125,8 @@ std::vector<Access> accesses(const NotedCall &call) {
   std::vector<Access> all;
   if (const auto *reg = std::get_if<RegisterFields>(&call.request)) {
     const uint32_t mask = reg->type == TYPE_WRITE_FIELD ? reg->mask : kWholeRegister;
-    all.push_back({reg->module, reg->asic, reg->address, is_run(*reg) ? reg->num : 1,
-                   !reads_words(*reg), mask, register_values(call, *reg)});
+    all.push_back({reg->module, reg->asic, reg->address, is_run(*reg) ? reg->num : 1, mask,
+                   register_values(call, *reg)});
   }
   if (const auto *transaction = std::get_if<TransactionFields>(&call.request)) {
     for (const kel_asic_xn_entry_t &entry : transaction->entries)
@@ -134,7 +134,6 @@ std::vector<Access> accesses(const NotedCall &call) {
                      static_cast<uint32_t>(entry.asic_map),
                      entry.reg,
                      1,
-                     true,
                      entry.mask,
                      {entry.data}});
   }

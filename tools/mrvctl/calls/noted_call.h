@@ -58,7 +58,6 @@ struct Access {
   uint32_t asic;
   uint32_t address;
   uint32_t words;
-  bool write;
   uint32_t mask;
   std::vector<uint32_t> values;  // as many as are known
 };
