@@ -1,5 +1,5 @@
-# Installs into an empty folder, as a package would, and builds the example clients against what
-# stands there: the one in C by pkg-config, those in C++ and on another platform by CMake.
+# Installs into an empty folder, as a package would, and builds example clients against what
+# stands there: client.c by pkg-config, others by CMake.
 cmake_minimum_required(VERSION 3.25)
 
 set(work ${BUILD}/install_test)
@@ -98,8 +98,9 @@ endforeach()
 run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${work}/both/$LIB ${root}/bin/mrvctl record ${work}/recordings
   -- sh -c "echo $LD_PRELOAD && ${root}/bin/mrvctl read HI.2 5")
 expect_text("${output}" "${work}/both/[$]LIB/libmorvanerecord.so\n.*HI.2 5 = " "a recorder of each word size")
+# Where its own stands alone it is named by its path.
 set(other lib/i386-linux-gnu lib32)
-if(C_FLAGS MATCHES "-m32")
+if(WORD_SIZE EQUAL 4)
   set(other lib/x86_64-linux-gnu)
 endif()
 list(TRANSFORM other PREPEND "${work}/both/")
@@ -128,12 +129,12 @@ separate_arguments(package UNIX_COMMAND "${output}")
 run(${CC} -std=c99 ${c_flags} ${SOURCE}/examples/client.c ${package} -o ${work}/client_c)
 run_client(${work}/client_c "${c_prints}")
 
-# By CMake in both, C on a platform of its own.
+# By CMake: C++ and C on the virtual platform, C on one of its own.
 run(${CMAKE_COMMAND} -S ${SOURCE}/examples -B ${work}/build -G ${GENERATOR}
   -DCMAKE_PREFIX_PATH=${root} -DCMAKE_C_COMPILER=${CC} -DCMAKE_CXX_COMPILER=${CXX}
   -DCMAKE_C_FLAGS=${C_FLAGS} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS} ${WARNINGS}")
 run(${CMAKE_COMMAND} --build ${work}/build --target
-  client_cc client_own_platform)
+  client_cc table_c client_own_platform)
 run_client(${work}/build/client_cc "${cc_prints}")
 
 # Without a recorder `record` says so.

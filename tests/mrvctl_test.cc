@@ -153,9 +153,11 @@ Case parse_case(const std::string &line) {
   return {std::stoi(fields.at(0)), fields.at(1), {fields.begin() + 2, fields.end()}};
 }
 
+constexpr const char *kSections[] = {"command", "printed", "live", "script"};
+
 class MrvctlCases : public Mrvctl, public testing::WithParamInterface<const char *> {};
 
-// The sections of the file whose inputs are of one kind.
+// The sections of the file that one word names.
 TEST_P(MrvctlCases, OfTheFile) {
   write_file("two.dhs", "# TCAM results\n0x1 10  # first\n\n0xB 2\n");
   write_file("two.CSV", "\xEF\xBB\xBFkey, \"word 1\"\n1, 0xa\n11,0x2\n");
@@ -190,27 +192,30 @@ TEST_P(MrvctlCases, OfTheFile) {
   write_file("died.mrec", died);
   std::ifstream file(MRVCTL_CASES);
   const bool served = getenv("MORVANE_SWITCH") != nullptr;
-  bool of_recordings = false;
+  const std::string script = "script";
+  bool unserved = false;
   std::string mode;
   size_t cases = 0;
   for (std::string line; std::getline(file, line);) {
     if (line.empty() || line[0] == '#')
       continue;
     if (line.rfind("== ", 0) == 0) {
-      const std::string recordings = "== recordings ";
-      of_recordings = line.rfind(recordings, 0) == 0;
-      mode = line.substr(of_recordings ? recordings.size() : 3);
+      const std::string prefix = "== unserved ";
+      unserved = line.rfind(prefix, 0) == 0;
+      mode = line.substr(unserved ? prefix.size() : 3);
+      EXPECT_TRUE(std::any_of(std::begin(kSections), std::end(kSections), [&](const char *section) {
+        return mode.rfind(section, 0) == 0;
+      })) << line;
       continue;
     }
     if (mode.rfind(GetParam(), 0) != 0)
       continue;
     const Case one = parse_case(line);
     const std::string words = mode + " " + one.input;
-    const bool elsewhere = of_recordings || one.status == 2 || count(words, "--platform") > 0 ||
+    const bool elsewhere = unserved || one.status == 2 || count(words, "--platform") > 0 ||
                            count(words, "check --") > 0;
     if (served && elsewhere)
       continue;
-    const std::string script = "script";
     if (mode.rfind(script, 0) == 0)
       expect_case(run_script(one.input, mode.substr(script.size())), one);
     else
@@ -220,8 +225,7 @@ TEST_P(MrvctlCases, OfTheFile) {
   EXPECT_GT(cases, 0U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Sections, MrvctlCases,
-                         testing::Values("command", "printed", "live", "script"),
+INSTANTIATE_TEST_SUITE_P(Sections, MrvctlCases, testing::ValuesIn(kSections),
                          [](const auto &kind) { return std::string(kind.param); });
 
 TEST_F(Mrvctl, LongLoadGoesInPartsAndSaysHowFarItCame) {

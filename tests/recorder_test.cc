@@ -596,7 +596,7 @@ uint32_t check_whole(Reader &reader) {
 
 TEST_F(Recorder, leaves_every_call_that_had_returned_however_it_is_killed) {
   const char *const wanted = getenv("RECORDER_TEST_KILLS");
-  const std::size_t count = wanted == nullptr ? 200 : std::stoul(wanted);
+  const std::size_t count = wanted == nullptr ? 100 : std::stoul(wanted);
   const std::string path = folder_ + ".lives";
   Life *const lives = map_lives(path.c_str(), count);
   ASSERT_EQ(run("kills", {{"LIVES", path}, {"KILLS", std::to_string(count)}}), 0) << err_;

@@ -37,7 +37,7 @@ add_test(NAME man_page_of_morvaned COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_
 add_executable(switch_stress switch_stress.cc)
 target_link_libraries(switch_stress PRIVATE morvaneplatform switch_client morvane_build_flags)
 add_test(NAME switch_stress COMMAND switch_stress $<TARGET_FILE:morvaned>
-  $<IF:$<BOOL:${MORVANE_SANITIZE}>,4,0.5>)
+  $<IF:$<BOOL:${MORVANE_SANITIZE}>,4,0.3>)
 # What a sanitizer keeps of freed memory is no growth.
 set_tests_properties(switch_stress PROPERTIES
   TIMEOUT 60 ENVIRONMENT ASAN_OPTIONS=quarantine_size_mb=1)

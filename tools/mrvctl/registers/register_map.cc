@@ -19,6 +19,10 @@ uint32_t RegisterMap::address(const Register &reg) const {
   return static_cast<uint32_t>(whole_address(reg));
 }
 
+uint64_t RegisterMap::whole_address(const Register &reg) const {
+  return uint64_t{bases_[reg.block][reg.instance]} + offsets_[reg.block][reg.vreg];
+}
+
 std::string RegisterMap::missing(const Register &reg) const {
   const char *name = kel_asic_blk_names[reg.block];
   if (instances(reg.block) == 0)

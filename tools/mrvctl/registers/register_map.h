@@ -28,9 +28,7 @@ class RegisterMap {
   // Address of a register that exists.
   uint32_t address(const Register &reg) const;
   // The same before it is cut to 32 bits, as a wrong map may have it.
-  uint64_t whole_address(const Register &reg) const {
-    return uint64_t{bases_[reg.block][reg.instance]} + offsets_[reg.block][reg.vreg];
-  }
+  uint64_t whole_address(const Register &reg) const;
 
   // Why an address names no register; empty where it names one.
   std::string missing(const Register &reg) const;
