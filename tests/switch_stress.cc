@@ -255,7 +255,8 @@ int main(int argc, char **argv) {
     usleep(10000);
   std::vector<uint32_t> long_record(3 << 20);
   long_record[0] = TYPE_READ_DHS;
-  if (call(SYSSRV_REG_READ_CASE, long_record.data(), long_record.size() * sizeof(uint32_t)) != 0)
+  if (call(SYSSRV_REG_READ_CASE, long_record.data(), long_record.size() * sizeof(uint32_t)) != 0 ||
+      life() == 0)  // whose answer says that the service is through with the record
     fail("a long record is not served");
   const size_t files_left = open_files(service);
   const long growth = resident_memory(service) - memory;
