@@ -11,7 +11,7 @@ function(served_test name morvaned folder)
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
     ${folder}/virtual_platform_test --gtest_brief=1 --gtest_filter=-*none_behind_a_table)
   set_tests_properties(${name}.mrvctl ${name}.mrvctl_at_work ${name}.virtual_platform
-    PROPERTIES TIMEOUT 120 COST 95)
+    PROPERTIES TIMEOUT 120 COST 98)
 endfunction()
 
 served_test(served $<TARGET_FILE:morvaned> ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
