@@ -77,7 +77,9 @@ configure_and_build() {
   preset=$1
   shift
   [ $# -eq 0 ] || set -- --target "$@"
-  cmake --preset "$preset" && cmake --build --preset "$preset" "$@"
+  # Whatever else has changed, the build itself configures anew.
+  [ "$root/build/$preset/build.ninja" -nt "$root/CMakePresets.json" ] || cmake --preset "$preset" || return
+  cmake --build --preset "$preset" "$@"
 }
 
 # build_preset PRESET [TARGET...]: configures once and builds; says nothing unless it fails, but shows
