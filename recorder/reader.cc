@@ -219,6 +219,21 @@ bool make_records(const Bytes &request, const Bytes &answer, Call *call) {
   }
 }
 
+// What a note and a call under way tell alike.
+template <typename Noted>
+Call call_of(const Noted &noted) {
+  Call call;
+  call.number = noted.number;
+  call.wall_ns = noted.wall_ns;
+  call.monotonic_ns = noted.monotonic_ns;
+  call.case_code = noted.case_code;
+  call.driver = noted.driver;
+  call.length = noted.length;
+  call.shape = noted.shape;
+  call.request_cut = (noted.flags & MREC_REQUEST_CUT) != 0;
+  return call;
+}
+
 // Makes a call of a note; false where the note contradicts itself.
 bool make_call(const uint8_t *bytes, std::size_t size, Call *call) {
   if (size < sizeof(mrec_call_t))
@@ -227,17 +242,9 @@ bool make_call(const uint8_t *bytes, std::size_t size, Call *call) {
   const std::size_t room = size - sizeof note;
   if (note.request_size > room || note.answer_size > room - note.request_size)
     return false;
-  *call = Call();
-  call->number = note.number;
-  call->wall_ns = note.wall_ns;
-  call->monotonic_ns = note.monotonic_ns;
+  *call = call_of(note);
   call->duration_ns = note.duration_ns;
-  call->case_code = note.case_code;
-  call->driver = note.driver;
-  call->length = note.length;
-  call->shape = note.shape;
   call->returned = true;
-  call->request_cut = (note.flags & MREC_REQUEST_CUT) != 0;
   call->answer_cut = (note.flags & MREC_ANSWER_CUT) != 0;
   call->result = note.result;
   call->error_number = note.error_number;
@@ -310,15 +317,7 @@ bool Reader::under_way(Call *call) const {
       begun.request_size > sizeof begun.request) {
     return false;
   }
-  *call = Call();
-  call->number = begun.number;
-  call->wall_ns = begun.wall_ns;
-  call->monotonic_ns = begun.monotonic_ns;
-  call->case_code = begun.case_code;
-  call->driver = begun.driver;
-  call->length = begun.length;
-  call->shape = begun.shape;
-  call->request_cut = (begun.flags & MREC_REQUEST_CUT) != 0;
+  *call = call_of(begun);
   return make_records(Bytes(begun.request, begun.request + begun.request_size), Bytes(), call);
 }
 

@@ -59,7 +59,10 @@ endif()
 
 # Both word sizes across, where the 32-bit build is there beside the 64-bit one.
 set(target_bin ${PROJECT_SOURCE_DIR}/build/target/bin)
-if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT MORVANE_SANITIZE AND EXISTS ${target_bin}/mrvctl_test)
+if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT MORVANE_SANITIZE)
+  file(GLOB target_test CONFIGURE_DEPENDS ${target_bin}/mrvctl_test)  # which may be built later
+endif()
+if(target_test)
   served_test(served_by_32_bit ${target_bin}/morvaned ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
   served_test(served_to_32_bit $<TARGET_FILE:morvaned> ${target_bin})
 endif()
