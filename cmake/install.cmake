@@ -47,11 +47,12 @@ function(install_units component service starter)
     DESTINATION lib/systemd/system COMPONENT ${component})
 endfunction()
 
-install(DIRECTORY include/ DESTINATION ${header_dir} COMPONENT development)
+install(DIRECTORY include/ DESTINATION ${header_dir} COMPONENT development
+  PATTERN virtual_platform.h EXCLUDE)
 install_library(morvaneusd morvaneusd library)
 install_pkg_config(morvaneusd)
 if(TARGET morvaneplatform)
-  install(FILES platform/virtual/virtual_platform.h
+  install(FILES include/virtual_platform.h
     DESTINATION ${header_dir} COMPONENT development)
   install_library(morvaneplatform platform_virtual platform)
   install_pkg_config(morvaneplatform)

@@ -5,12 +5,12 @@
 
 #include <sstream>
 
-#include "calls/call_json.h"
-#include "calls/call_summary.h"
 #include "calls/trace_log.h"
 #include "commands/recorded_calls.h"
+#include "host/platform_library.h"
 #include "input_bytes.h"
-#include "platform/platform.h"
+#include "output/call_json.h"
+#include "output/call_summary.h"
 
 using namespace mrvctl;
 

@@ -8,10 +8,10 @@
 #include <cstring>
 #include <vector>
 
+#include "connection.h"
 #include "input_bytes.h"
 #include "kel_asic_lib_common.h"
 #include "platform/system_service.h"
-#include "remote/morvaned/connection.h"
 
 namespace {
 

@@ -7,8 +7,7 @@ separate_arguments(cxx_flags UNIX_COMMAND "${CMAKE_CXX_FLAGS}")
 set(alone ${warnings} -Wno-unused-function -fsyntax-only -I${PROJECT_SOURCE_DIR}/include)
 
 file(GLOB headers CONFIGURE_DEPENDS
-  ${PROJECT_SOURCE_DIR}/include/*.h ${PROJECT_SOURCE_DIR}/include/platform/*.h
-  ${PROJECT_SOURCE_DIR}/platform/virtual/virtual_platform.h)
+  ${PROJECT_SOURCE_DIR}/include/*.h ${PROJECT_SOURCE_DIR}/include/platform/*.h)
 foreach(header ${headers})
   get_filename_component(name ${header} NAME)
   add_custom_command(OUTPUT ${name}.checked DEPENDS ${headers}

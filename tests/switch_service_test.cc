@@ -31,9 +31,9 @@
 #include "kel_asic_lib_common.h"
 #include "platform/register_map.h"
 #include "platform/system_service.h"
-#include "remote/address.h"
-#include "remote/messages.h"
 #include "virtual_platform.h"
+#include "wire/address.h"
+#include "wire/messages.h"
 
 namespace {
 

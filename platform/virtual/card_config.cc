@@ -3,9 +3,9 @@
 
 #include <cerrno>
 
-#include "remote/client.h"
+#include "model/virtual_switch.h"
 #include "virtual_platform.h"
-#include "virtual_switch.h"
+#include "wire/switch_client.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 // card stand in card_config.cc; those of this process's calls, and the reset, in system_service.cc.
 #include <cerrno>
 
-#include "remote/client.h"
+#include "model/virtual_switch.h"
 #include "virtual_platform.h"
-#include "virtual_switch.h"
+#include "wire/switch_client.h"
 
 int vp_connect(const char *address) {
   return remote::switch_to(address);

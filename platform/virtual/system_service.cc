@@ -8,9 +8,9 @@
 #include <optional>
 
 #include "kel_asic_lib_common.h"
-#include "remote/client.h"
+#include "model/virtual_switch.h"
 #include "virtual_platform.h"
-#include "virtual_switch.h"
+#include "wire/switch_client.h"
 
 namespace {
 

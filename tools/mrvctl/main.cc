@@ -5,12 +5,12 @@
 #include <cstdio>
 #include <iostream>
 
-#include "base/last_words.h"
-#include "base/text.h"
 #include "commands/commands.h"
-#include "platform/platform.h"
+#include "host/platform_library.h"
+#include "output/last_words.h"
 #include "runner.h"
 #include "scripts.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "base/errors.h"
 #include "commands/session.h"
+#include "text/errors.h"
 
 namespace mrvctl {
 

@@ -8,8 +8,8 @@
 #include <fstream>
 #include <iostream>
 
-#include "base/lines.h"
-#include "base/text.h"
+#include "text/lines.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "base/arguments.h"
+#include "commands/arguments.h"
 #include "runner.h"
 
 namespace mrvctl {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "base/times.h"
+#include "text/times.h"
 
 namespace mrvctl {
 namespace {

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "base/arguments.h"
-#include "calls/noted_call.h"
+#include "calls/decoded_call.h"
+#include "commands/arguments.h"
 
 namespace mrvctl {
 

@@ -7,11 +7,11 @@
 #include <optional>
 #include <string_view>
 
-#include "base/errors.h"
-#include "base/lines.h"
-#include "base/text.h"
-#include "base/times.h"
 #include "platform/system_service.h"
+#include "text/errors.h"
+#include "text/lines.h"
+#include "text/text.h"
+#include "text/times.h"
 
 namespace mrvctl {
 namespace {

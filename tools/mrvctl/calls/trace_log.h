@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "calls/noted_call.h"
+#include "calls/decoded_call.h"
 
 namespace mrvctl {
 

@@ -4,15 +4,15 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "base/text.h"
-#include "calls/service_call.h"
-#include "check/check.h"
-#include "check/described_asic.h"
+#include "asic/table_shapes.h"
+#include "calls/call_fields.h"
+#include "check/check_table.h"
 #include "check/isolation.h"
 #include "check/library.h"
+#include "check/register_map_query.h"
 #include "check/requests.h"
-#include "platform/observed_calls.h"
-#include "registers/tables.h"
+#include "host/observed_calls.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

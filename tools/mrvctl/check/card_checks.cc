@@ -1,9 +1,9 @@
 // Checks of the card queries.
 #include <chrono>
 
-#include "base/text.h"
-#include "check/check.h"
+#include "check/check_table.h"
 #include "check/isolation.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -2,14 +2,14 @@
 #include <array>
 #include <cerrno>
 
-#include "base/errors.h"
-#include "base/text.h"
-#include "check/check.h"
-#include "check/described_asic.h"
+#include "check/check_table.h"
 #include "check/isolation.h"
 #include "check/library.h"
+#include "check/register_map_query.h"
 #include "check/requests.h"
-#include "platform/platform.h"
+#include "host/platform_library.h"
+#include "text/errors.h"
+#include "text/text.h"
 #include "virtual_platform.h"
 
 namespace mrvctl {

@@ -13,7 +13,7 @@
 #include <cstring>
 #include <exception>
 
-#include "base/text.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -6,10 +6,10 @@
 
 #include <cstdio>
 
-#include "base/errors.h"
-#include "base/text.h"
 #include "check/isolation.h"
 #include "check/requests.h"
+#include "text/errors.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "check/check.h"
+#include "check/check_table.h"
 
 namespace mrvctl {
 

@@ -2,14 +2,14 @@
 #include <algorithm>
 #include <cstring>
 
-#include "base/text.h"
-#include "check/check.h"
-#include "check/described_asic.h"
+#include "asic/address_spans.h"
+#include "asic/port_types.h"
+#include "asic/table_shapes.h"
+#include "check/check_table.h"
 #include "check/isolation.h"
+#include "check/register_map_query.h"
 #include "kel_asic_dhs_tables.h"
-#include "registers/address_spans.h"
-#include "registers/port_types.h"
-#include "registers/tables.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

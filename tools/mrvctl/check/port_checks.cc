@@ -4,14 +4,14 @@
 #include <cerrno>
 #include <cstddef>
 
-#include "base/text.h"
-#include "check/check.h"
-#include "check/described_asic.h"
+#include "asic/port_types.h"
+#include "check/check_table.h"
 #include "check/isolation.h"
+#include "check/register_map_query.h"
 #include "check/requests.h"
+#include "host/platform_library.h"
 #include "output/qos_tables.h"
-#include "platform/platform.h"
-#include "registers/port_types.h"
+#include "text/text.h"
 #include "virtual_platform.h"
 
 namespace mrvctl {

@@ -9,10 +9,10 @@
 #include <cstring>
 #include <new>
 
-#include "base/errors.h"
-#include "base/text.h"
-#include "check/check.h"
+#include "check/check_table.h"
 #include "check/isolation.h"
+#include "text/errors.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -2,13 +2,13 @@
 // first, and put back when the check is over.
 #include <algorithm>
 
-#include "base/text.h"
-#include "check/check.h"
-#include "check/described_asic.h"
+#include "asic/table_shapes.h"
+#include "check/check_table.h"
 #include "check/isolation.h"
 #include "check/library.h"
+#include "check/register_map_query.h"
 #include "check/requests.h"
-#include "registers/tables.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -4,16 +4,16 @@
 #include <deque>
 #include <fstream>
 
-#include "base/interrupt.h"
-#include "base/text.h"
-#include "base/times.h"
 #include "calls/call_choice.h"
-#include "calls/call_json.h"
-#include "calls/call_summary.h"
-#include "calls/pcapng.h"
 #include "calls/trace_log.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
+#include "output/call_json.h"
+#include "output/call_summary.h"
+#include "output/interrupt.h"
+#include "output/pcapng.h"
+#include "text/text.h"
+#include "text/times.h"
 
 namespace mrvctl {
 namespace {

@@ -1,17 +1,17 @@
 // check: whether the platform keeps what docs/porting.md says that it owes.
-#include "check/check.h"
+#include "check/check_table.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 
-#include "base/interrupt.h"
-#include "base/text.h"
-#include "check/described_asic.h"
-#include "check/results.h"
+#include "asic/port_types.h"
+#include "check/check_results.h"
+#include "check/register_map_query.h"
 #include "commands/commands.h"
 #include "kel_asic_dhs_tables.h"
-#include "registers/port_types.h"
+#include "output/interrupt.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -4,10 +4,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "base/text.h"
 #include "commands/commands.h"
-#include "platform/platform.h"
+#include "host/platform_library.h"
 #include "platform/system_service.h"
+#include "text/text.h"
 #include "virtual_platform.h"
 
 namespace mrvctl {

@@ -2,9 +2,9 @@
 // command for scripts that show failures.
 #include "commands/commands.h"
 
-#include "base/interrupt.h"
-#include "base/text.h"
-#include "registers/port_types.h"
+#include "asic/port_types.h"
+#include "output/interrupt.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "base/arguments.h"
-#include "commands/sent_calls.h"
+#include "asic/register_names.h"
+#include "commands/arguments.h"
+#include "commands/call_monitor.h"
 #include "commands/session.h"
-#include "registers/register_names.h"
 
 namespace mrvctl {
 

@@ -8,12 +8,12 @@
 #include <iostream>
 #include <utility>
 
-#include "base/errors.h"
-#include "base/lines.h"
-#include "base/numbers.h"
-#include "base/text.h"
+#include "asic/register_names.h"
 #include "morvaneusd.hpp"
-#include "registers/register_names.h"
+#include "text/errors.h"
+#include "text/lines.h"
+#include "text/numbers.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <numeric>
 
-#include "base/text.h"
+#include "asic/register_names.h"
 #include "commands/commands.h"
 #include "commands/reads.h"
-#include "registers/register_names.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

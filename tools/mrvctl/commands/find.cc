@@ -1,7 +1,7 @@
 // find: registers by a part of their name, and what stands at an address.
-#include "base/text.h"
+#include "asic/address_index.h"
 #include "commands/commands.h"
-#include "registers/address_index.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "base/errors.h"
-#include "base/numbers.h"
-#include "base/text.h"
-#include "registers/port_types.h"
+#include "asic/port_types.h"
+#include "text/errors.h"
+#include "text/numbers.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -1,7 +1,7 @@
 // pause, nodrop, sfp-failed, sp-timer and clear-drops.
-#include "base/text.h"
+#include "asic/port_types.h"
 #include "commands/commands.h"
-#include "registers/port_types.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

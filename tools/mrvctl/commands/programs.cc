@@ -1,9 +1,9 @@
 // pgm: register programs.
 #include <algorithm>
 
-#include "base/text.h"
 #include "commands/commands.h"
 #include "commands/data_file.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -2,11 +2,11 @@
 #include <chrono>
 #include <optional>
 
-#include "base/text.h"
+#include "asic/port_types.h"
 #include "commands/commands.h"
 #include "commands/port_readings.h"
 #include "output/qos_tables.h"
-#include "registers/port_types.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

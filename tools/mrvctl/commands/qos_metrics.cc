@@ -1,13 +1,13 @@
 // qos metrics.
 #include <algorithm>
 
-#include "base/text.h"
+#include "asic/port_types.h"
 #include "commands/commands.h"
 #include "commands/port_readings.h"
+#include "output/atomic_file.h"
 #include "output/metrics.h"
 #include "output/qos_tables.h"
-#include "output/whole_file.h"
-#include "registers/port_types.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

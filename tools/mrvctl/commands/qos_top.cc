@@ -2,13 +2,13 @@
 #include <algorithm>
 #include <optional>
 
-#include "base/interrupt.h"
-#include "base/text.h"
 #include "commands/commands.h"
 #include "commands/port_readings.h"
+#include "output/interrupt.h"
 #include "output/qos_tables.h"
-#include "output/terminal.h"
-#include "output/top_view.h"
+#include "text/text.h"
+#include "view/terminal.h"
+#include "view/top_view.h"
 
 namespace mrvctl {
 namespace {

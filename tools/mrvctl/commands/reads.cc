@@ -1,9 +1,9 @@
 // Reads as several commands make them.
 #include "commands/reads.h"
 
-#include "base/errors.h"
-#include "base/text.h"
-#include "commands/sent_calls.h"
+#include "commands/call_monitor.h"
+#include "text/errors.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

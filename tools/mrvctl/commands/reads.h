@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "asic/table_shapes.h"
 #include "commands/session.h"
 #include "output/words.h"
-#include "registers/tables.h"
 
 namespace mrvctl {
 

@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "base/text.h"
 #include "commands/commands.h"
-#include "platform/platform.h"
+#include "host/platform_library.h"
 #include "recording_format.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/errors.h"
-#include "base/text.h"
+#include "text/errors.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

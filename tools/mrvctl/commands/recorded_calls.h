@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "calls/noted_call.h"
+#include "calls/decoded_call.h"
 #include "reader.h"
 
 namespace mrvctl {

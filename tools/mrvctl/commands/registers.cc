@@ -1,8 +1,8 @@
 // info, regs, read, write and write-field.
-#include "base/text.h"
+#include "asic/register_names.h"
 #include "commands/commands.h"
 #include "commands/reads.h"
-#include "registers/register_names.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -3,13 +3,13 @@
 #include <cerrno>
 #include <cstring>
 
-#include "base/interrupt.h"
-#include "base/text.h"
-#include "calls/noted_call.h"
+#include "calls/decoded_call.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
+#include "output/interrupt.h"
 #include "output/qos_tables.h"
 #include "platform/system_service.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

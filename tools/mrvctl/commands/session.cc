@@ -8,9 +8,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/errors.h"
-#include "base/last_words.h"
-#include "base/text.h"
+#include "output/last_words.h"
+#include "text/errors.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

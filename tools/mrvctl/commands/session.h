@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "asic/asic_map.h"
 #include "morvaneusd.hpp"
 #include "output/report.h"
-#include "registers/register_map.h"
 
 namespace mrvctl {
 

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 
-#include "base/text.h"
+#include "asic/table_shapes.h"
 #include "commands/commands.h"
 #include "commands/data_file.h"
 #include "commands/reads.h"
-#include "registers/tables.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

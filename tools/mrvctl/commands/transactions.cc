@@ -1,6 +1,6 @@
 // begin and commit.
-#include "base/text.h"
 #include "commands/commands.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -5,10 +5,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "base/text.h"
+#include "asic/port_types.h"
 #include "commands/commands.h"
-#include "platform/platform.h"
-#include "registers/port_types.h"
+#include "host/platform_library.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

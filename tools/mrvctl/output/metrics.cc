@@ -1,9 +1,9 @@
 // The counters of an ASIC's ports in Prometheus's text format.
 #include "output/metrics.h"
 
-#include "base/text.h"
+#include "asic/port_types.h"
 #include "output/qos_tables.h"
-#include "registers/port_types.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <array>
 
-#include "base/text.h"
 #include "output/cells.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/errors.h"
-#include "base/text.h"
+#include "text/errors.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

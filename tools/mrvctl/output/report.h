@@ -7,9 +7,9 @@
 #include <string>
 #include <utility>
 
+#include "asic/register_names.h"
 #include "kel_asic_syserr_def.h"
 #include "output/json.h"
-#include "registers/register_names.h"
 
 namespace mrvctl {
 

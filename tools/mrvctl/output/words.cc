@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "base/text.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {

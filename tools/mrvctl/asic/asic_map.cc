@@ -1,0 +1,60 @@
+// The platform's register map, asked as any client may ask it.
+#include "asic/asic_map.h"
+
+#include "text/errors.h"
+#include "text/text.h"
+
+namespace mrvctl {
+
+RegisterMap::RegisterMap(const morvane::caller &caller) {
+  kel_asic_ver_t revision = KEL_ASIC_VER_A0;
+  check(morvane_lib_init(&hooks_, &limits_, &revision, caller.context,
+                         const_cast<char *>(caller.file), caller.line, caller.func),
+        "the register map describes no Morvane");
+  bases_ = kel_asic_get_all_base_table(revision);
+  offsets_ = kel_asic_get_all_reg_table(revision);
+}
+
+uint32_t RegisterMap::address(const Register &reg) const {
+  return static_cast<uint32_t>(whole_address(reg));
+}
+
+uint64_t RegisterMap::whole_address(const Register &reg) const {
+  return uint64_t{bases_[reg.block][reg.instance]} + offsets_[reg.block][reg.vreg];
+}
+
+std::string RegisterMap::missing(const Register &reg) const {
+  const char *name = kel_asic_blk_names[reg.block];
+  if (instances(reg.block) == 0)
+    return format("this ASIC has no block %s", name);
+  if (reg.instance >= instances(reg.block))
+    return format("block %s has instances 0 to %u", name, instances(reg.block) - 1);
+  if (reg.vreg >= block_info(reg.block).registers)
+    return format("block %s has registers 0 to %u", name, block_info(reg.block).registers - 1);
+  if (offsets_[reg.block][reg.vreg] == KEL_ASIC_NO_REGISTER)
+    return format("number %u of block %s is a hole: no register", reg.vreg, name);
+  return "";
+}
+
+std::vector<RegisterRun> RegisterMap::runs(kel_asic_blk_t block, uint32_t instance,
+                                           const std::vector<kel_asic_reg_t> &numbers) const {
+  std::vector<RegisterRun> runs;
+  for (const kel_asic_reg_t vreg : numbers) {
+    if (offsets_[block][vreg] == KEL_ASIC_NO_REGISTER)
+      continue;
+    const Register reg = {block, instance, vreg};
+    const bool follows = !runs.empty() && vreg == runs.back().first.vreg + runs.back().count &&
+                         address(reg) == address(runs.back().first) + 4 * runs.back().count;
+    if (follows)
+      ++runs.back().count;
+    else
+      runs.push_back({reg, 1});
+  }
+  return runs;
+}
+
+int RegisterMap::hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) const {
+  return hooks_.reg_dhs_entry_size == nullptr ? -1 : hooks_.reg_dhs_entry_size(block, vreg, index);
+}
+
+}  // namespace mrvctl

@@ -1,0 +1,47 @@
+// The port types by name.
+#include "asic/port_types.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "platform/card_config.h"
+#include "text/errors.h"
+#include "text/numbers.h"
+#include "text/text.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr const char *kPortTypes[] = {"cif", "bif", "nif", "hif"};  // by cardcfg_port_type_t
+
+}  // namespace
+
+uint32_t parse_port_type(const std::string &text, uint32_t highest) {
+  for (uint32_t type = 0; type < std::size(kPortTypes); ++type) {
+    if (lower_case(text) == kPortTypes[type])
+      return type;
+  }
+  try {
+    return parse_number<uint32_t>(text, 0, highest);
+  } catch (const UsageError &error) {
+    throw UsageError(std::string(error.what()) + ", and none of hif, nif, cif, bif");
+  }
+}
+
+std::string port_type_text(uint32_t port_type) {
+  return port_type < std::size(kPortTypes) ? kPortTypes[port_type] : std::to_string(port_type);
+}
+
+std::string port_text(uint32_t port_type, uint32_t port) {
+  return port_type_text(port_type) + " " + std::to_string(port);
+}
+
+std::optional<uint32_t> most_ports(const kel_asic_limits_t &limits, uint32_t port_type) {
+  if (port_type == CARDCFG_PORT_TYPE_HIF)
+    return std::min(limits.max_hi, kPortNumbers);
+  if (port_type == CARDCFG_PORT_TYPE_NIF)
+    return std::min(limits.max_ni, kPortNumbers);
+  return std::nullopt;
+}
+
+}  // namespace mrvctl

@@ -1,0 +1,85 @@
+// A call that somebody noted, in a recording or in a trace log: what a line or an object of it
+// says. The texts are for people: what is not printable in a file is replaced in them.
+#ifndef MRVCTL_NOTED_CALL_H
+#define MRVCTL_NOTED_CALL_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "asic/address_index.h"
+#include "calls/call_fields.h"
+
+namespace mrvctl {
+
+// The process that made the call.
+struct NotedProcess {
+  std::string program;
+  uint32_t pid = 0;
+  std::string label;  // "client.1234"
+};
+
+struct NotedCall {
+  const NotedProcess *process = nullptr;
+  size_t file = 0;                      // which of the files it stands in
+  uint64_t number = 0;                  // which call of the process, from 1
+  uint64_t wall_ns = 0;                 // when it began, since 1970
+  uint64_t order_ns = 0;                // its place among the calls of all processes
+  std::optional<uint64_t> duration_ns;  // empty where it is not known
+
+  bool has_record = false;  // it was noted with its record: no trace log told it
+  uint32_t case_code = 0;
+  uint32_t driver = 0;
+  uint32_t length = 0;                 // of the record as it was passed
+  std::optional<int32_t> result;       // of the service; empty where it is not known
+  int32_t error_number = 0;            // where the result is negative
+  std::vector<uint8_t> request_bytes;  // of the records what was kept, as in the headers
+  std::vector<uint8_t> answer_bytes;
+  bool request_cut = false;  // words are missing
+  bool answer_cut = false;
+
+  Fields request;
+  Fields answer;           // none where there was none
+  bool value_told = true;  // of what is written to a register: a trace log may not tell it
+  std::string place;       // what it is about, where no record tells
+  std::string operation;
+  std::string outcome;  // "ok", "ETIMEDOUT", "result=3", "under-way" ...
+  bool failed = false;
+};
+
+// Fills in what follows from the records, which are there, and the result: the fields, the
+// operation, the outcome.
+void decode(NotedCall &call);
+
+// Registers that a call reads or writes: a word or a run of them.
+struct Access {
+  int32_t module;
+  uint32_t asic;
+  uint32_t address;
+  uint32_t words;
+  uint32_t mask;
+  std::vector<uint32_t> values;  // as many as are known
+};
+
+std::vector<Access> accesses(const NotedCall &call);
+
+// What the call is about: a register, a command, a port, the name of a transaction.
+std::string target_text(const NotedCall &call, const AddressIndex &index);
+
+// The value or words that it carried, either way.
+std::string value_text(const NotedCall &call);
+
+// "main client.c:10 context 7"; empty where nobody told.
+std::string caller_text(const NotedCall &call);
+
+// One line of a table that has these headings. Behind a call that does not tell its caller stand
+// the first entries of its transaction, of those that touch a register where one is wanted, or the
+// sums of its statistics.
+std::string call_heading(size_t process_width);
+std::string call_line(const NotedCall &call, const AddressIndex &index, size_t process_width,
+                      const std::optional<RegisterChoice> &wanted);
+
+}  // namespace mrvctl
+
+#endif

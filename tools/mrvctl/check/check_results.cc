@@ -1,0 +1,110 @@
+// The results of checks as TAP and as JUnit.
+#include "check/check_results.h"
+
+#include <algorithm>
+
+#include "text/text.h"
+
+namespace mrvctl {
+namespace {
+
+// A text in double quotes, as YAML has it.
+std::string quoted(const std::string &text) {
+  std::string result = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\')
+      result += '\\';
+    if (static_cast<unsigned char>(c) < ' ')
+      result += format("\\x%02x", static_cast<unsigned>(c));
+    else
+      result += c;
+  }
+  return result + "\"";
+}
+
+// A text as the value of an attribute, without the characters that XML cannot hold.
+std::string attribute(const std::string &text) {
+  std::string result;
+  for (const char c : text) {
+    switch (c) {
+      case '&':
+        result += "&amp;";
+        break;
+      case '<':
+        result += "&lt;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      default:
+        result += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    }
+  }
+  return result;
+}
+
+std::string case_begin(const std::string &name, const std::string &clause, double seconds) {
+  return format("  <testcase classname=\"porting.%s\" name=\"%s\" time=\"%.6f\"", clause.c_str(),
+                attribute(name).c_str(), seconds);
+}
+
+std::string case_text(const CheckResult &result) {
+  const Outcome &outcome = result.outcome;
+  std::string text = case_begin(result.check.name, result.clause(), outcome.duration.count());
+  if (outcome.verdict == Verdict::kRight)
+    return text + "/>\n";
+  const bool skipped = outcome.verdict == Verdict::kSkipped;
+  const std::string message = skipped ? outcome.seen
+                                      : "clause " + result.clause() + ": expected " +
+                                            outcome.expected + "; seen " + outcome.seen;
+  return text + ">\n    <" + (skipped ? "skipped" : "failure") + " message=\"" +
+         attribute(message) + "\"/>\n  </testcase>\n";
+}
+
+}  // namespace
+
+std::string CheckResult::clause() const {
+  return outcome.clause.empty() ? check.clause : outcome.clause;
+}
+
+size_t count(const std::vector<CheckResult> &results, Verdict verdict) {
+  return static_cast<size_t>(std::count_if(
+      results.begin(), results.end(),
+      [verdict](const CheckResult &result) { return result.outcome.verdict == verdict; }));
+}
+
+std::string tap_head(size_t planned) {
+  return format("TAP version 14\n1..%zu\n", planned);
+}
+
+std::string tap_lines(size_t number, const CheckResult &result) {
+  const Outcome &outcome = result.outcome;
+  const std::string line = format("ok %zu - %s", number, result.check.name);
+  if (outcome.verdict == Verdict::kRight)
+    return line + "\n";
+  if (outcome.verdict == Verdict::kSkipped)
+    return line + " # SKIP " + outcome.seen + "\n";
+  return "not " + line + "\n  ---\n  clause: " + result.clause() +
+         "\n  expected: " + quoted(outcome.expected) + "\n  seen: " + quoted(outcome.seen) +
+         "\n  ...\n";
+}
+
+std::string junit_text(const std::vector<Check> &planned, const std::vector<CheckResult> &results) {
+  double seconds = 0;
+  for (const CheckResult &result : results)
+    seconds += result.outcome.duration.count();
+  const std::string counts =
+      format("tests=\"%zu\" failures=\"%zu\" errors=\"%zu\" skipped=\"%zu\" time=\"%.6f\"",
+             planned.size(), count(results, Verdict::kWrong), planned.size() - results.size(),
+             count(results, Verdict::kSkipped), seconds);
+  std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites " + counts +
+                     ">\n <testsuite name=\"mrvctl check\" " + counts + ">\n";
+  for (const CheckResult &result : results)
+    text += case_text(result);
+  for (size_t i = results.size(); i < planned.size(); ++i)
+    text += case_begin(planned[i].name, planned[i].clause, 0) +
+            ">\n    <error message=\"it did not run\"/>\n  </testcase>\n";
+  return text + " </testsuite>\n</testsuites>\n";
+}
+
+}  // namespace mrvctl

@@ -1,0 +1,33 @@
+// The results of checks in the forms that others read: TAP and JUnit.
+#ifndef MRVCTL_CHECK_RESULTS_H
+#define MRVCTL_CHECK_RESULTS_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "check/check_table.h"
+#include "check/isolation.h"
+
+namespace mrvctl {
+
+struct CheckResult {
+  Check check;
+  Outcome outcome;
+
+  // The clause that is broken; the check's own where nothing is.
+  std::string clause() const;
+};
+
+size_t count(const std::vector<CheckResult> &results, Verdict verdict);
+
+// What stands before the results, and the lines of the n-th of them.
+std::string tap_head(size_t planned);
+std::string tap_lines(size_t number, const CheckResult &result);
+
+// Checks that were planned and did not run are errors.
+std::string junit_text(const std::vector<Check> &planned, const std::vector<CheckResult> &results);
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,38 @@
+// The table of checks.
+#include "check/check_table.h"
+
+#include "text/text.h"
+
+namespace mrvctl {
+
+std::vector<Check> all_checks() {
+  std::vector<Check> all;
+  for (const auto part :
+       {map_checks, card_checks, call_checks, write_checks, port_checks, fault_checks}) {
+    const std::vector<Check> checks = part();
+    all.insert(all.end(), checks.begin(), checks.end());
+  }
+  return all;
+}
+
+std::string missing_options(const Check &check, const Subject &subject) {
+  const struct {
+    Needs need;
+    bool given;
+    const char *option;
+  } options[] = {{kRead, subject.read.has_value(), "--read"},
+                 {kScratch, !subject.scratch.empty(), "--scratch"},
+                 {kScratchTable, subject.scratch_table.has_value(), "--scratch-table"},
+                 {kPort, subject.port.has_value(), "--port"},
+                 {kAllPorts, subject.all_ports, "--all-ports"},
+                 {kSpTimer, subject.sp_timer.has_value(), "--sp-timer"},
+                 {kFaults, subject.faults, "--faults"}};
+  std::vector<std::string> missing;
+  for (const auto &option : options) {
+    if ((check.needs & option.need) != 0 && !option.given)
+      missing.emplace_back(option.option);
+  }
+  return join(missing, ", ");
+}
+
+}  // namespace mrvctl

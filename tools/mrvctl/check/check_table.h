@@ -1,0 +1,72 @@
+// Whether a platform is right: each check is a row of a table and holds the platform to one clause
+// of docs/porting.md.
+#ifndef MRVCTL_CHECK_H
+#define MRVCTL_CHECK_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "asic/register_names.h"
+#include "check/saved_values.h"
+#include "platform/card_config.h"
+
+namespace mrvctl {
+
+struct PortName {
+  cardcfg_port_type_t type;
+  cardcfg_port_id_t number;
+};
+
+// What the checks may look at and write to.
+struct Subject {
+  uint32_t slot = 0;
+  uint32_t module = 0;
+  uint32_t asic = 0;
+  std::optional<Register> read;
+  std::vector<Register> scratch;
+  std::optional<Register> scratch_table;
+  std::optional<PortName> port;
+  bool all_ports = false;
+  std::optional<uint16_t> sp_timer;
+  bool faults = false;
+  FoundValues *found = nullptr;  // what to put back
+};
+
+// What of a subject a check cannot do without, bit by bit.
+enum Needs : uint32_t {
+  kNothing = 0,
+  kRead = 1,
+  kScratch = 2,
+  kScratchTable = 4,
+  kPort = 8,
+  kAllPorts = 16,
+  kSpTimer = 32,
+  kFaults = 64
+};
+
+struct Check {
+  const char *name;    // what is so on a right platform
+  const char *clause;  // of docs/porting.md
+  uint32_t needs;
+  void (*run)(const Subject &);  // throws Breach or NotApplicable
+};
+
+// All checks, in their order: those that only look come first.
+std::vector<Check> all_checks();
+
+// The options that a check needs and a subject lacks, "--scratch, --port"; empty where it has all.
+std::string missing_options(const Check &check, const Subject &subject);
+
+// The parts of the table, by what they are about.
+std::vector<Check> map_checks();
+std::vector<Check> card_checks();
+std::vector<Check> call_checks();
+std::vector<Check> write_checks();
+std::vector<Check> port_checks();
+std::vector<Check> fault_checks();
+
+}  // namespace mrvctl
+
+#endif

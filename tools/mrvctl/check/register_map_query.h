@@ -1,0 +1,38 @@
+// The ASIC as the platform's register map describes it, in the raw form that checks look at.
+#ifndef MRVCTL_DESCRIBED_ASIC_H
+#define MRVCTL_DESCRIBED_ASIC_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "asic/asic_map.h"
+#include "platform/register_map.h"
+
+namespace mrvctl {
+
+// What morvane_lib_init has left in records that were full of one byte.
+struct Description {
+  syserr_t result;
+  KEL_ASIC_fn hooks;
+  kel_asic_limits_t limits;
+  kel_asic_ver_t revision;
+};
+
+Description ask_description(uint8_t filling);
+
+// The addresses, block by block: copies of what the tables hold.
+struct AddressTables {
+  std::vector<std::vector<kel_asic_reg_t>> bases;
+  std::vector<std::vector<kel_asic_reg_t>> offsets;
+};
+
+// Throws Breach where a table, or the array of a block that has instances, is missing or too short.
+AddressTables ask_tables(const Description &description);
+
+// The map, once what it is made of was seen to be there. Throws Breach.
+RegisterMap described_map();
+
+}  // namespace mrvctl
+
+#endif

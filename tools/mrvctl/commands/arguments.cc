@@ -1,0 +1,252 @@
+// The parser of the command line and of script lines.
+#include "commands/arguments.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "text/text.h"
+
+namespace mrvctl {
+namespace {
+
+std::string first_word(const std::string &name) {
+  return name.substr(0, name.find(' '));
+}
+
+std::string last_word(const std::string &name) {
+  return name.substr(name.rfind(' ') + 1);
+}
+
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_subcommand(const CLI::App *command) const override {
+    const std::string help = command->get_description();
+    std::string text = format("  %-20s", command->get_name().c_str());
+    return text + help.substr(0, help.find('\n')) + "\n";
+  }
+
+  std::string make_usage(const CLI::App *app, std::string name) const override {
+    std::string usage = CLI::Formatter::make_usage(app, std::move(name));
+    if (!app->get_prefix_command())
+      return usage;
+    return usage.substr(0, usage.find_last_not_of('\n') + 1) + " COMMAND\n";
+  }
+};
+
+// The words of the command, as far as it was parsed.
+std::string parsed_command(const CLI::App &app) {
+  std::vector<std::string> names;
+  for (const CLI::App *at = &app; !at->get_subcommands().empty();) {
+    at = at->get_subcommands()[0];
+    names.push_back(at->get_name());
+  }
+  return join(names, " ");
+}
+
+// What the parser refuses, in our words.
+std::string refusal_text(const CLI::App &app, const CLI::ParseError &error) {
+  const bool unexpected = dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr;
+  return unexpected ? "not expected: " + join(app.remaining(true), " ") : error.what();
+}
+
+}  // namespace
+
+Argument &Argument::required() {
+  option_->required();
+  return *this;
+}
+
+Argument &Argument::type_name(const std::string &name) {
+  option_->type_name(name);
+  return *this;
+}
+
+Argument &Argument::excludes(const Argument &other) {
+  option_->excludes(other.option_);
+  return *this;
+}
+
+Argument Arguments::word(const std::string &name, std::string &value, const std::string &help) {
+  CLI::Option *const option = app_.add_option(name, value, help)->type_name("");
+  // An option that is given says something: most often a variable of a shell was empty.
+  if (name[0] == '-')
+    option->check([](const std::string &word) { return word.empty() ? "an empty value" : ""; });
+  return Argument(option);
+}
+
+Argument Arguments::words(const std::string &name, std::vector<std::string> &values,
+                          const std::string &help) {
+  return Argument(app_.add_option(name, values, help)->type_name(""));
+}
+
+void Arguments::rest(const std::string &name, std::vector<std::string> &values) {
+  app_.prefix_command();
+  app_.fallthrough(false);  // options too are part of the rest
+  CLI::App *app = &app_;
+  app_.parse_complete_callback([app, name, &values] {
+    values = app->remaining();
+    if (values.empty())
+      throw CLI::ValidationError(name, "there is none");
+  });
+}
+
+Argument Arguments::flag(const std::string &name, bool &value, const std::string &help) {
+  return Argument(app_.add_flag(name, value, help));
+}
+
+Argument Arguments::taken(const std::string &name,
+                          const std::function<void(const std::string &)> &take,
+                          const std::string &help) {
+  const auto checked = [name, take](const std::string &text) {
+    try {
+      take(text);
+    } catch (const UsageError &error) {
+      throw CLI::ValidationError(name, error.what());
+    }
+  };
+  return Argument(app_.add_option_function<std::string>(name, checked, help)->type_name(""));
+}
+
+// Some or all of the commands, and what the last parse chose of them.
+struct Parser::Tree {
+  CLI::App app;
+  std::map<std::string, CLI::App *> prefixes;
+  Command chosen;
+  std::vector<std::function<void()>> resets;
+};
+
+Parser::Parser() = default;
+Parser::~Parser() = default;
+
+void Parser::add_prefix(const CommandText &text) {
+  prefixes_.push_back(text);
+}
+
+void Parser::attach(Tree &tree, const Definition &definition) const {
+  const CommandText &text = definition.text;
+  CLI::App *parent = &tree.app;
+  for (const CommandText &prefix : prefixes_) {
+    if (text.name.rfind(prefix.name + " ", 0) != 0)
+      continue;
+    CLI::App *&known = tree.prefixes[prefix.name];
+    if (known == nullptr)
+      known = tree.app.add_subcommand(prefix.name, prefix.help)
+                  ->require_subcommand(1)
+                  ->group(prefix.group);
+    parent = known;
+  }
+  CLI::App *command = parent->add_subcommand(last_word(text.name), text.help);
+  if (parent == &tree.app)
+    command->group(text.group);
+  Arguments arguments(*command);
+  const Attached attached = definition.attach(arguments);
+  tree.resets.push_back(attached.reset);
+  command->callback([&tree, take = attached.take] { tree.chosen = take(); });
+}
+
+Parser::Tree &Parser::tree_of(const std::string &first) {
+  std::unique_ptr<Tree> &tree = trees_[first];
+  if (tree)
+    return *tree;
+  tree = std::make_unique<Tree>();
+  tree->app.set_help_flag();  // before the commands, which inherit it
+  for (const Definition &definition : definitions_) {
+    if (first_word(definition.text.name) == first)
+      attach(*tree, definition);
+  }
+  return *tree;
+}
+
+std::string Parser::no_command_text(const std::string &word) const {
+  std::vector<std::string> names;
+  for (const Definition &definition : definitions_) {
+    const std::string name = first_word(definition.text.name);
+    if (names.empty() || names.back() != name)
+      names.push_back(name);
+  }
+  return "no command '" + word + "'; nearest: " + join(nearest(word, names), ", ");
+}
+
+void Parser::refuse_unknown_command(const CLI::App &app) const {
+  const std::vector<std::string> extra = app.remaining();
+  if (app.get_subcommands().empty() && !extra.empty() && extra[0][0] != '-')
+    throw ArgumentsRefused(no_command_text(extra[0]), "");
+}
+
+Command Parser::parse(const std::vector<std::string> &words) {
+  if (words.empty())
+    throw UsageError("no command");
+  const auto is_first = [&](const Definition &definition) {
+    return first_word(definition.text.name) == words[0];
+  };
+  if (std::none_of(definitions_.begin(), definitions_.end(), is_first))
+    throw UsageError(no_command_text(words[0]));
+  Tree &tree = tree_of(words[0]);
+  for (const auto &reset : tree.resets)
+    reset();
+  try {
+    tree.app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+  } catch (const CLI::ParseError &error) {
+    throw UsageError(refusal_text(tree.app, error));
+  }
+  Command chosen = std::exchange(tree.chosen, {});
+  chosen.check();
+  return chosen;
+}
+
+// The parser of a command line: its options, and some commands or all.
+std::unique_ptr<Parser::Tree> Parser::plant(
+    const CommandLine &line, const std::function<bool(const Definition &)> &is_wanted) const {
+  auto tree = std::make_unique<Tree>();
+  CLI::App &app = tree->app;
+  app.name("mrvctl");
+  app.description(line.description);
+  app.footer(line.footer);
+  app.formatter(std::make_shared<HelpFormatter>());
+  app.fallthrough();
+  app.set_version_flag("--version", line.version);
+  app.require_subcommand(0, 1);
+  Arguments options(app);
+  line.describe_options(options);
+  for (const Definition &definition : definitions_) {
+    if (is_wanted(definition))
+      attach(*tree, definition);
+  }
+  return tree;
+}
+
+Command Parser::parse_command_line(int argc, char **argv, const CommandLine &line) {
+  const auto is_named = [&](const Definition &definition) {
+    return std::find(argv, argv + argc, first_word(definition.text.name)) != argv + argc;
+  };
+  // To describe all commands takes longer than most of them run; who asks for help, gives no
+  // command or is refused is told of all.
+  whole_ = plant(line, is_named);
+  try {
+    whole_->app.parse(argc, argv);
+  } catch (const CLI::ParseError &) {
+    whole_->chosen = {};
+  }
+  if (whole_->chosen.run)
+    return whole_->chosen;
+  whole_ = plant(line, [](const Definition &) { return true; });
+  CLI::App &app = whole_->app;
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForVersion &) {
+    throw TextAsked{line.version + "\n"};
+  } catch (const CLI::Success &) {
+    refuse_unknown_command(app);  // of a word that is no command there is no help
+    throw TextAsked{app.help()};
+  } catch (const CLI::ParseError &error) {
+    refuse_unknown_command(app);
+    throw ArgumentsRefused(refusal_text(app, error), parsed_command(app));
+  }
+  return whole_->chosen;
+}
+
+std::string Parser::help() const {
+  return whole_->app.help();
+}
+
+}  // namespace mrvctl

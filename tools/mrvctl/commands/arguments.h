@@ -1,0 +1,224 @@
+// What a person types, on the command line or in a line of a script, is parsed here, strictly. A
+// command is described once, in the file of its noun, and each parse gives its arguments by value:
+//
+//     struct NodropArgs { uint32_t map = 0; };
+//
+//     void describe(Arguments &arguments, NodropArgs &args) {
+//       arguments.number<uint32_t>("MAP", args.map, "A bit a class", 0, 255).required();
+//     }
+//
+//     parser.add<NodropArgs>({"nodrop", "Ports", "Set the no-drop class map"}, describe, run);
+//
+// The parser behind it is known to arguments.cc alone: its headers take longer to compile than all
+// commands together.
+#ifndef MRVCTL_ARGUMENTS_H
+#define MRVCTL_ARGUMENTS_H
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "text/errors.h"
+#include "text/numbers.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
+
+namespace mrvctl {
+
+class Session;  // what a command acts in; nothing here looks inside
+
+struct NoArgs {};
+
+// What has to be there before a command runs: the library initialised for the card; the platform
+// alone; of it the register map alone, which is there also while no service is; or nothing.
+enum class Setup { kLibrary, kPlatform, kRegisterMap, kNone };
+
+// A command that was parsed.
+struct Command {
+  std::string name;
+  std::function<void()> check;  // to be called once, before run; throws UsageError
+  std::function<void(Session &)> run;
+  Setup setup = Setup::kLibrary;
+};
+
+// A command of the tool, as its help shows it.
+struct CommandText {
+  std::string name;   // all its words, as in "qos show"
+  std::string group;  // the heading that it stands under
+  std::string help;   // the first line is for the list of commands, all of it for its own help
+  Setup setup = Setup::kLibrary;
+};
+
+// One argument that is being described.
+class Argument {
+ public:
+  explicit Argument(CLI::Option *option) : option_(option) {}
+  Argument &required();
+  Argument &type_name(const std::string &name);  // what the help calls the value of an option
+  Argument &excludes(const Argument &other);
+
+ private:
+  CLI::Option *option_;
+};
+
+// Describes the arguments of one command. A name that begins with - is an option; any other is a
+// positional argument, in the order in which they are described. The values outlive the parser.
+class Arguments {
+ public:
+  explicit Arguments(CLI::App &app) : app_(app) {}
+
+  // A word that stands for itself.
+  Argument word(const std::string &name, std::string &value, const std::string &help);
+
+  // All words from here on that are no options.
+  Argument words(const std::string &name, std::vector<std::string> &values,
+                 const std::string &help);
+
+  // All words from here on, options too.
+  void rest(const std::string &name, std::vector<std::string> &values);
+
+  Argument flag(const std::string &name, bool &value, const std::string &help);
+
+  // A word that a function takes, or refuses with a UsageError.
+  Argument taken(const std::string &name, const std::function<void(const std::string &)> &take,
+                 const std::string &help);
+
+  // A word that a function reads, or refuses with a UsageError.
+  template <typename T, typename Parse>
+  Argument parsed(const std::string &name, T &value, Parse parse, const std::string &help) {
+    return taken(
+        name, [&value, parse](const std::string &text) { value = parse(text); }, help);
+  }
+
+  // A number from low to high; the help says so.
+  template <typename T>
+  Argument number(const std::string &name, T &value, const std::string &help, T low = 0,
+                  T high = std::numeric_limits<T>::max()) {
+    const auto parse = [low, high](const std::string &text) {
+      return parse_number<T>(text, low, high);
+    };
+    Argument argument =
+        parsed(name, value, parse,
+               help + " (" + std::to_string(low) + " to " + std::to_string(high) + ")");
+    return name[0] == '-' ? argument.type_name("N") : argument;
+  }
+
+ private:
+  CLI::App &app_;
+};
+
+// The command line asked for a text, and gets nothing else.
+struct TextAsked {
+  std::string text;
+};
+
+// The command line could not be understood.
+class ArgumentsRefused : public UsageError {
+ public:
+  ArgumentsRefused(const std::string &text, const std::string &command)
+      : UsageError(text), command_(command) {}
+  // The words of the command, as far as they were understood; empty without one.
+  const std::string &command() const { return command_; }
+
+ private:
+  std::string command_;
+};
+
+// What the command line of the tool has beside commands.
+struct CommandLine {
+  std::function<void(Arguments &)> describe_options;
+  std::string description;
+  std::string footer;
+  std::string version;
+};
+
+class Parser {
+ public:
+  Parser();
+  ~Parser();
+  Parser(const Parser &) = delete;
+  Parser &operator=(const Parser &) = delete;
+
+  // Adds a word that stands before several commands, like qos.
+  void add_prefix(const CommandText &text);
+
+  // describe(Arguments &, Args &), check(Args &) and run(Session &, const Args &). The check sees
+  // all arguments together, makes of them what run needs, and throws UsageError: what it finds
+  // wrong in a line keeps the whole script from running.
+  template <typename Args, typename Describe, typename Check, typename Run>
+  void add(const CommandText &text, Describe describe, Check check, Run run) {
+    add_definition({text, [text, describe, check, run](Arguments &arguments) -> Attached {
+                      auto args = std::make_shared<Args>();
+                      describe(arguments, *args);
+                      const auto take = [text, args, check, run]() -> Command {
+                        auto taken = std::make_shared<Args>(*args);
+                        return {text.name, [taken, check] { check(*taken); },
+                                [taken, run](Session &session) { run(session, *taken); },
+                                text.setup};
+                      };
+                      return {[args] { *args = Args(); }, take};
+                    }});
+  }
+
+  // A command whose arguments can be checked one by one.
+  template <typename Args, typename Describe, typename Run>
+  void add(const CommandText &text, Describe describe, Run run) {
+    add<Args>(
+        text, describe, [](const Args &) {}, run);
+  }
+
+  // A command without arguments.
+  template <typename Run>
+  void add(const CommandText &text, Run run) {
+    add<NoArgs>(
+        text, [](Arguments &, NoArgs &) {},
+        [run](Session &session, const NoArgs &) { run(session); });
+  }
+
+  // Parses and checks one command of a script. Throws UsageError.
+  Command parse(const std::vector<std::string> &words);
+
+  // Parses the command line of the tool: options, and perhaps a command, which is not checked and
+  // has no run where there is none. Throws TextAsked and ArgumentsRefused.
+  Command parse_command_line(int argc, char **argv, const CommandLine &line);
+
+  // The help of the whole tool, once its command line was parsed.
+  std::string help() const;
+
+ private:
+  // What a description leaves behind: how to forget the arguments of the last parse, and how to
+  // take those of this one.
+  struct Attached {
+    std::function<void()> reset;
+    std::function<Command()> take;
+  };
+  struct Definition {
+    CommandText text;
+    std::function<Attached(Arguments &)> attach;
+  };
+  struct Tree;
+
+  void add_definition(Definition definition) { definitions_.push_back(std::move(definition)); }
+  void attach(Tree &tree, const Definition &definition) const;
+  Tree &tree_of(const std::string &first_word);
+  std::unique_ptr<Tree> plant(const CommandLine &line,
+                              const std::function<bool(const Definition &)> &is_wanted) const;
+  std::string no_command_text(const std::string &word) const;
+  void refuse_unknown_command(const CLI::App &app) const;
+
+  std::vector<CommandText> prefixes_;
+  std::vector<Definition> definitions_;
+  std::map<std::string, std::unique_ptr<Tree>> trees_;  // of the commands that scripts have used
+  std::unique_ptr<Tree> whole_;                         // of the command line
+};
+
+}  // namespace mrvctl
+
+#endif

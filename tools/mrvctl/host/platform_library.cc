@@ -1,0 +1,109 @@
+// The platform that the tool works on, and the five of its functions that only hand on.
+#include "host/platform_library.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/forwarded.h"
+#include "platform/card_config.h"
+#include "platform/register_map.h"
+#include "text/text.h"
+#include "virtual_platform.h"
+
+namespace mrvctl {
+namespace {
+
+// The next definition behind the tool's own: that of a preloaded library, or of the platform.
+template <typename Function>
+void take_next(Function *&function, const char *name) {
+  function = reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+  if (function == nullptr)
+    throw UsageError(format("the platform lacks the function %s", name));
+}
+
+void open_library(const std::string &path, const std::string &hint) {
+  // Global, so that what was preloaded finds the functions too.
+  if (dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)
+    throw UsageError("no platform: " + std::string(dlerror()) + hint);
+}
+
+Forwarded functions;
+
+}  // namespace
+
+std::string beside_library(const std::string &file) {
+  Dl_info library = {};
+  if (dladdr(dlsym(RTLD_NEXT, "lib_mrv_asic_init"), &library) == 0)
+    return file;
+  std::string path = library.dli_fname;
+  path.replace(path.rfind('/') + 1, std::string::npos, file);
+  return access(path.c_str(), F_OK) == 0 ? path : file;
+}
+
+const Forwarded &forwarded() {
+  return functions;
+}
+
+void open_platform(const std::string &file) {
+  const bool in_this_folder =
+      file.find('/') == std::string::npos && access(file.c_str(), F_OK) == 0;
+  if (!file.empty()) {
+    open_library(in_this_folder ? "./" + file : file, "");
+  } else {
+    for (const std::string &built_for : split(MRVCTL_PLATFORM, ':'))
+      open_library(built_for.find('/') == std::string::npos ? beside_library(built_for) : built_for,
+                   "; name one with --platform FILE");
+  }
+  take_next(functions.sse_call2, "sse_call2");
+  take_next(functions.cardcfg_get_real_asic_type, "cardcfg_get_real_asic_type");
+  take_next(functions.cardcfg_card_get_sw_card_id, "cardcfg_card_get_sw_card_id");
+  take_next(functions.morvane_lib_init, "morvane_lib_init");
+  take_next(functions.kel_asic_get_all_base_table, "kel_asic_get_all_base_table");
+  take_next(functions.kel_asic_get_all_reg_table, "kel_asic_get_all_reg_table");
+}
+
+void connect_to_switch(const std::string &address) {
+  const char *const variable = std::getenv("MORVANE_SWITCH");
+  const std::string named = address.empty() && variable != nullptr ? variable : address;
+  // Only the virtual platform knows the variable.
+  if (named.empty() || (address.empty() && find_in_platform("vp_connect") == nullptr))
+    return;
+  const int error = control<decltype(vp_connect)>("vp_connect")(named.c_str());
+  if (error == EAGAIN)
+    throw OperationFailed("the switch at " + named + " has as many clients as it takes");
+  const char *const hint =
+      error == EINVAL ? " (its address, MORVANE_SWITCH_WAIT or MORVANE_SWITCH_TIMEOUT)" : "";
+  if (error != 0)
+    throw OperationFailed("no switch at " + named + ": " + std::strerror(error) + hint);
+}
+
+void *find_in_platform(const char *name) {
+  return dlsym(RTLD_NEXT, name);
+}
+
+}  // namespace mrvctl
+
+int cardcfg_get_real_asic_type(uint32_t slot, uint32_t asic_index, uint32_t *dev_type) {
+  return mrvctl::forwarded().cardcfg_get_real_asic_type(slot, asic_index, dev_type);
+}
+
+int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
+  return mrvctl::forwarded().cardcfg_card_get_sw_card_id(slot, sw_card_id);
+}
+
+syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asic_ver_t *asic_ver,
+                          uint32_t context, char *file, int line, const char *func) {
+  return mrvctl::forwarded().morvane_lib_init(funcs, limits, asic_ver, context, file, line, func);
+}
+
+const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t asic_ver) {
+  return mrvctl::forwarded().kel_asic_get_all_base_table(asic_ver);
+}
+
+const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t asic_ver) {
+  return mrvctl::forwarded().kel_asic_get_all_reg_table(asic_ver);
+}

@@ -1,0 +1,44 @@
+// The platform that the tool works on: a library that is opened at run time. The six functions that
+// libmorvaneusd calls are defined in the tool itself and hand on to that library, so that one
+// mrvctl serves every platform. A library that was preloaded and defines one of them stands in
+// between.
+#ifndef MRVCTL_PLATFORM_H
+#define MRVCTL_PLATFORM_H
+
+#include <string>
+
+#include "text/errors.h"
+
+namespace mrvctl {
+
+// Opens the library of a file, or without a name the one that this mrvctl was built for. Throws
+// UsageError where it cannot be opened or lacks a function. Before it, no function of the platform
+// may be called.
+void open_platform(const std::string &file);
+
+// Connects the virtual platform to the switch that morvaned serves at an address, or without one to
+// that of MORVANE_SWITCH, if it is set. Throws OperationFailed.
+void connect_to_switch(const std::string &address);
+
+// The path of a library of the same build or install, which stands beside libmorvaneusd; its plain
+// name where it does not, for the system to find.
+std::string beside_library(const std::string &file);
+
+// A function of the platform by its name; null where the platform has none of that name.
+void *find_in_platform(const char *name);
+
+// One of the virtual platform's controls. Throws OperationFailed on a platform that lacks it.
+//
+//     control<decltype(vp_fail_next_call)>("vp_fail_next_call")(EPERM);
+template <typename Function>
+Function *control(const char *name) {
+  void *found = find_in_platform(name);
+  if (found == nullptr)
+    throw OperationFailed("this platform has no " + std::string(name) +
+                          ": it is no virtual platform");
+  return reinterpret_cast<Function *>(found);
+}
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,114 @@
+// Calls as objects.
+#include "output/call_json.h"
+
+#include "asic/port_types.h"
+#include "output/qos_tables.h"
+#include "text/times.h"
+
+namespace mrvctl {
+namespace {
+
+template <typename Value>
+Json known(const std::optional<Value> &value) {
+  return value ? Json(*value) : Json();
+}
+
+Json register_name_json(uint32_t address, const AddressIndex &index) {
+  const std::string name = index.name(address);
+  return name.empty() ? Json() : Json(name);
+}
+
+void add_register(Json &object, const NotedCall &call, const RegisterFields &request,
+                  const AddressIndex &index) {
+  const auto *answer = std::get_if<RegisterFields>(&call.answer);
+  const bool run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
+  const bool read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
+  // Most lines of a trace log do not tell the module.
+  object["module"] = call.has_record || request.module != 0 ? Json(request.module) : Json();
+  object["asic"] = request.asic;
+  object["address"] = request.address;
+  object["register"] = register_name_json(request.address, index);
+  const RegisterFields *written = call.value_told ? &request : nullptr;
+  const RegisterFields *values = read ? answer : written;
+  if (run) {
+    object["num"] = request.num;
+    object["answered"] = answer == nullptr || !read ? Json() : Json(answer->num);
+    object["words"] = values == nullptr ? Json() : Json(values->words);
+    object["cut"] = read ? call.answer_cut : call.request_cut;
+  } else {
+    object["data"] = values == nullptr ? Json() : Json(values->data);
+    const bool has_mask = call.has_record || (!read && call.value_told);
+    object["mask"] = has_mask ? Json(request.mask) : Json();
+  }
+  const bool has_caller = call.has_record || !request.file.empty();
+  object["context"] = call.has_record ? Json(request.context) : Json();
+  object["func"] = call.has_record ? Json(request.func) : Json();
+  object["file"] = has_caller ? Json(request.file) : Json();
+  object["line"] = has_caller ? Json(request.line) : Json();
+}
+
+void add_transaction(Json &object, const TransactionFields &request, const AddressIndex &index) {
+  object["name"] = request.name;
+  object["reorder"] = request.reorder;
+  object["num"] = request.num;
+  Json entries = Json::array();
+  for (const kel_asic_xn_entry_t &entry : request.entries)
+    entries.push_back({{"module", entry.module},
+                       {"asic", static_cast<uint32_t>(entry.asic_map)},
+                       {"address", entry.reg},
+                       {"register", register_name_json(entry.reg, index)},
+                       {"data", entry.data},
+                       {"mask", entry.mask}});
+  object["entries"] = std::move(entries);
+}
+
+void add_timer(Json &object, const TimerFields &request) {
+  object["module"] = request.module;
+  object["asic"] = request.asic;
+  object["data"] = request.time;
+}
+
+void add_qos(Json &object, const NotedCall &call, const QosFields &request) {
+  object["module"] = request.module;
+  object["asic"] = request.asic;
+  object["port_type"] = port_type_text(request.port_type);
+  object["port"] = request.port;
+  object["opts"] = request.opts;
+  if (request.type != QOS_STATS_GET)
+    return;
+  const auto *answer = std::get_if<QosFields>(&call.answer);
+  object["stats"] = answer == nullptr ? Json() : qos_json(*answer->stats);
+}
+
+}  // namespace
+
+Json call_json(const NotedCall &call, const AddressIndex &index) {
+  Json object = {{"command", "calls"},
+                 {"time", utc_time_text(call.wall_ns)},
+                 {"time_ns", call.wall_ns},
+                 {"program", call.has_record ? Json(call.process->program) : Json()},
+                 {"pid", call.process->pid},
+                 {"number", call.number},
+                 {"duration_ns", known(call.duration_ns)},
+                 {"operation", call.operation},
+                 {"case", call.has_record ? Json(call.case_code) : Json()},
+                 {"driver", call.has_record ? Json(call.driver) : Json()},
+                 {"length", call.has_record ? Json(call.length) : Json()}};
+  if (const auto *reg = std::get_if<RegisterFields>(&call.request))
+    add_register(object, call, *reg, index);
+  else if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
+    add_transaction(object, *transaction, index);
+  else if (const auto *qos = std::get_if<QosFields>(&call.request))
+    add_qos(object, call, *qos);
+  else if (const auto *timer = std::get_if<TimerFields>(&call.request))
+    add_timer(object, *timer);
+  else if (!call.place.empty())
+    object["register"] = call.place;
+  object["result"] = known(call.result);
+  object["errno"] = call.result.value_or(0) < 0 ? Json(call.error_number) : Json();
+  object["outcome"] = call.outcome;
+  object["failed"] = call.failed;
+  return object;
+}
+
+}  // namespace mrvctl

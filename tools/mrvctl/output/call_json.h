@@ -1,0 +1,16 @@
+// Calls that somebody noted, as objects.
+#ifndef MRVCTL_CALL_JSON_H
+#define MRVCTL_CALL_JSON_H
+
+#include "calls/decoded_call.h"
+#include "output/json.h"
+
+namespace mrvctl {
+
+// {"command":"calls","time":...}; a field that a call of its kind has not is absent, one that it
+// has and nobody noted is null.
+Json call_json(const NotedCall &call, const AddressIndex &index);
+
+}  // namespace mrvctl
+
+#endif

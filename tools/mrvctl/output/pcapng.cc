@@ -1,0 +1,191 @@
+// Calls as packets of a pcapng file.
+#include "output/pcapng.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "text/errors.h"
+
+namespace mrvctl {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+// The blocks of the file and their numbers.
+constexpr uint32_t kSectionHeader = 0x0A0D0D0A;
+constexpr uint32_t kInterfaceDescription = 1;
+constexpr uint32_t kEnhancedPacket = 6;
+constexpr uint32_t kByteOrder = 0x1A2B3C4D;
+constexpr uint16_t kLinkTypeUser0 = 147;
+constexpr uint16_t kOptionName = 2;
+constexpr uint16_t kOptionTimeResolution = 9;
+constexpr uint8_t kNanoseconds = 9;
+// Readers stop at a packet of which more was captured.
+constexpr uint32_t kLongestPacket = 262144;
+
+// What stands in front of each record.
+constexpr char kMagic[] = "MRVC";
+constexpr uint16_t kVersion = 1;
+constexpr uint16_t kPreambleSize = 64;
+enum : uint8_t { kRequest = 1, kAnswer = 2 };
+enum : uint8_t { kReturned = 1, kRequestCut = 2, kAnswerCut = 4, kFailed = 8 };
+
+template <typename Number>
+void put(Bytes &bytes, Number number) {
+  for (size_t i = 0; i < sizeof number; ++i)
+    bytes.push_back(static_cast<uint8_t>(static_cast<uint64_t>(number) >> (8 * i)));
+}
+
+void pad(Bytes &bytes) {
+  bytes.resize((bytes.size() + 3) / 4 * 4);
+}
+
+void put_option(Bytes &bytes, uint16_t code, const Bytes &value) {
+  put<uint16_t>(bytes, code);
+  put(bytes, static_cast<uint16_t>(value.size()));
+  bytes.insert(bytes.end(), value.begin(), value.end());
+  pad(bytes);
+}
+
+Bytes interface_body(const std::string &name) {
+  Bytes body;
+  put<uint16_t>(body, kLinkTypeUser0);
+  put<uint16_t>(body, 0);
+  put(body, kLongestPacket);
+  put_option(body, kOptionName, Bytes(name.begin(), name.end()));
+  put_option(body, kOptionTimeResolution, {kNanoseconds});
+  put_option(body, 0, {});
+  return body;
+}
+
+uint8_t record_kind(const Fields &fields) {
+  return static_cast<uint8_t>(fields.index());
+}
+
+uint8_t flags_of(const NotedCall &call) {
+  return static_cast<uint8_t>((call.result ? kReturned : 0) | (call.request_cut ? kRequestCut : 0) |
+                              (call.answer_cut ? kAnswerCut : 0) | (call.failed ? kFailed : 0));
+}
+
+// Texts that stand between preamble and record, each with its NUL: the program, the operation, the
+// outcome, and the name of each register that is touched.
+Bytes texts_of(const NotedCall &call, const AddressIndex &index) {
+  std::vector<std::string> texts = {call.process->program, call.operation, call.outcome};
+  for (const Access &access : accesses(call))
+    texts.push_back(index.name(access.address));
+  Bytes bytes;
+  for (const std::string &text : texts) {
+    bytes.insert(bytes.end(), text.begin(), text.end());
+    bytes.push_back(0);
+  }
+  return bytes;
+}
+
+Bytes packet_bytes(const NotedCall &call, uint8_t kind, const Bytes &texts, const Bytes &record) {
+  const bool answered = kind == kAnswer;
+  Bytes bytes(kMagic, kMagic + 4);
+  put(bytes, kVersion);
+  put(bytes, kPreambleSize);
+  put(bytes, kind);
+  put(bytes, record_kind(call.request));
+  put(bytes, flags_of(call));
+  put<uint8_t>(bytes, 0);
+  put(bytes, static_cast<uint32_t>(call.file));
+  put(bytes, call.process->pid);
+  put(bytes, call.case_code);
+  put(bytes, call.driver);
+  put(bytes, call.length);
+  put(bytes, call.number);
+  put(bytes, answered ? call.duration_ns.value_or(0) : 0);
+  put(bytes, static_cast<uint32_t>(answered ? call.result.value_or(0) : 0));
+  put(bytes, static_cast<uint32_t>(answered ? call.error_number : 0));
+  put(bytes, static_cast<uint32_t>(texts.size()));
+  put<uint32_t>(bytes, 0);
+  bytes.insert(bytes.end(), texts.begin(), texts.end());
+  bytes.insert(bytes.end(), record.begin(), record.end());
+  return bytes;
+}
+
+}  // namespace
+
+PcapngWriter::PcapngWriter(const std::string &path, const std::vector<std::string> &interfaces)
+    : path_(path) {
+  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (fd < 0)
+    throw OperationFailed("cannot make " + path + ": " + std::strerror(errno));
+  file_.reset(fdopen(fd, "wb"));
+  if (!file_)
+    throw OperationFailed("cannot make " + path + ": " + std::strerror(errno));
+  Bytes section;
+  put(section, kByteOrder);
+  put<uint16_t>(section, 1);
+  put<uint16_t>(section, 0);
+  put(section, UINT64_MAX);  // of an unknown length
+  write_block(kSectionHeader, section);
+  for (const std::string &name : interfaces)
+    write_block(kInterfaceDescription, interface_body(name));
+}
+
+void PcapngWriter::write_block(uint32_t type, const Bytes &body) {
+  Bytes block;
+  const auto size = static_cast<uint32_t>(12 + body.size());
+  put(block, type);
+  put(block, size);
+  block.insert(block.end(), body.begin(), body.end());
+  put(block, size);
+  if (std::fwrite(block.data(), 1, block.size(), file_.get()) != block.size())
+    failed_ = true;
+}
+
+void PcapngWriter::write_packet(const Packet &packet) {
+  const auto captured =
+      static_cast<uint32_t>(std::min<size_t>(packet.bytes.size(), kLongestPacket));
+  Bytes body;
+  put(body, packet.interface);
+  put(body, static_cast<uint32_t>(packet.wall_ns >> 32));
+  put(body, static_cast<uint32_t>(packet.wall_ns));
+  put(body, captured);
+  put(body, static_cast<uint32_t>(std::min<uint64_t>(packet.true_length, UINT32_MAX)));
+  body.insert(body.end(), packet.bytes.begin(),
+              packet.bytes.begin() + static_cast<std::ptrdiff_t>(captured));
+  pad(body);
+  write_block(kEnhancedPacket, body);
+  ++packets_;
+}
+
+void PcapngWriter::write_answers(uint64_t before_ns) {
+  while (!answers_.empty() && answers_.top().order_ns <= before_ns) {
+    write_packet(answers_.top());
+    answers_.pop();
+  }
+}
+
+void PcapngWriter::add(const NotedCall &call, const AddressIndex &index) {
+  write_answers(call.order_ns);
+  const Bytes texts = texts_of(call, index);
+  const uint64_t true_length = kPreambleSize + texts.size() + uint64_t{call.length};
+  const auto interface = static_cast<uint32_t>(call.file);
+  write_packet({call.order_ns, call.wall_ns, interface, 0,
+                packet_bytes(call, kRequest, texts, call.request_bytes), true_length});
+  if (!call.result)
+    return;
+  const uint64_t duration = call.duration_ns.value_or(0);
+  Bytes answer = packet_bytes(call, kAnswer, texts, call.answer_bytes);
+  const uint64_t answer_length = call.answer_bytes.empty() ? answer.size() : true_length;
+  answers_.push({call.order_ns + duration, call.wall_ns + duration, interface, ++sequence_,
+                 std::move(answer), answer_length});
+}
+
+void PcapngWriter::close() {
+  write_answers(UINT64_MAX);
+  if (std::fclose(file_.release()) != 0)
+    failed_ = true;
+  if (failed_)
+    throw OperationFailed("cannot write " + path_);
+}
+
+}  // namespace mrvctl

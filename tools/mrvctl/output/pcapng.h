@@ -1,0 +1,66 @@
+// Calls as packets of a pcapng file, which network analysers read: request and answer, each with
+// what its reader cannot know: who called, how long it took, what the registers are called.
+// docs/calls.md tells the bytes; share/wireshark/morvane.lua reads them.
+#ifndef MRVCTL_PCAPNG_H
+#define MRVCTL_PCAPNG_H
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <queue>
+#include <string>
+#include <vector>
+
+#include "calls/decoded_call.h"
+
+namespace mrvctl {
+
+class PcapngWriter {
+ public:
+  // Makes a file that is not there yet, for its user alone: it holds what was written to the
+  // registers. An interface for each name. Throws OperationFailed.
+  PcapngWriter(const std::string &path, const std::vector<std::string> &interfaces);
+
+  // Calls come in the order in which they began; the answer stands where it came back. The call's
+  // file is its interface.
+  void add(const NotedCall &call, const AddressIndex &index);
+
+  // Throws OperationFailed where something could not be written.
+  void close();
+
+  uint64_t packets() const { return packets_; }
+
+ private:
+  struct Packet {
+    uint64_t order_ns;  // its place among the others
+    uint64_t wall_ns;
+    uint32_t interface;
+    uint64_t sequence;
+    std::vector<uint8_t> bytes;
+    uint64_t true_length;
+  };
+  struct Later {
+    bool operator()(const Packet &a, const Packet &b) const {
+      return a.order_ns != b.order_ns ? a.order_ns > b.order_ns : a.sequence > b.sequence;
+    }
+  };
+  struct Closer {
+    void operator()(std::FILE *file) const { std::fclose(file); }
+  };
+
+  void write_block(uint32_t type, const std::vector<uint8_t> &body);
+  void write_packet(const Packet &packet);
+  // Those that come before a moment.
+  void write_answers(uint64_t before_ns);
+
+  std::string path_;
+  std::unique_ptr<std::FILE, Closer> file_;
+  std::priority_queue<Packet, std::vector<Packet>, Later> answers_;
+  uint64_t packets_ = 0;
+  uint64_t sequence_ = 0;
+  bool failed_ = false;
+};
+
+}  // namespace mrvctl
+
+#endif

@@ -1,0 +1,91 @@
+// Texts: formatted, in upper or lower case, split and joined, and the nearest to a word.
+#include "text/text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdarg>
+#include <cstdio>
+#include <numeric>
+
+namespace mrvctl {
+namespace {
+
+// How many letters to add, drop or change to make one word of the other.
+size_t edit_distance(const std::string &from, const std::string &to) {
+  std::vector<size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (size_t i = 1; i <= from.size(); ++i) {
+    size_t diagonal = row[0];
+    row[0] = i;
+    for (size_t j = 1; j <= to.size(); ++j) {
+      const size_t changed = diagonal + (from[i - 1] == to[j - 1] ? 0 : 1);
+      diagonal = row[j];
+      row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
+    }
+  }
+  return row.back();
+}
+
+}  // namespace
+
+std::string format(const char *pattern, ...) {
+  va_list arguments;
+  va_start(arguments, pattern);
+  va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, pattern, arguments);
+  va_end(arguments);
+  std::string text(length < 0 ? 0 : static_cast<size_t>(length), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, pattern, again);
+  va_end(again);
+  return text;
+}
+
+std::string count_text(uint64_t count, const char *one, const char *more) {
+  return format("%llu %s", static_cast<unsigned long long>(count), count == 1 ? one : more);
+}
+
+std::string upper_case(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  return text;
+}
+
+std::string lower_case(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text;
+}
+
+std::string printable(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+  return text;
+}
+
+std::vector<std::string> split(const std::string &text, char separator) {
+  std::vector<std::string> parts;
+  size_t begin = 0;
+  for (size_t end; (end = text.find(separator, begin)) != std::string::npos; begin = end + 1)
+    parts.push_back(text.substr(begin, end - begin));
+  parts.push_back(text.substr(begin));
+  return parts;
+}
+
+std::string join(const std::vector<std::string> &parts, const std::string &separator) {
+  std::string text;
+  for (const std::string &part : parts)
+    text += (text.empty() ? "" : separator) + part;
+  return text;
+}
+
+std::vector<std::string> nearest(const std::string &word, std::vector<std::string> candidates) {
+  std::stable_sort(candidates.begin(), candidates.end(),
+                   [&word](const std::string &a, const std::string &b) {
+                     return edit_distance(word, a) < edit_distance(word, b);
+                   });
+  candidates.resize(std::min<size_t>(candidates.size(), 3));
+  return candidates;
+}
+
+}  // namespace mrvctl
