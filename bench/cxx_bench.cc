@@ -87,13 +87,13 @@ void add_single_register_pairs() {
 
 void add_run_and_table_pairs() {
   add_pair(
-      "read_run 16", [] { morvane::read_run(reg, words); },
+      "read_block 16", [] { morvane::read_block(reg, words); },
       [] {
         check(lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, words.data(), 16, 0, file, __LINE__,
                                   __func__));
       });
   add_pair(
-      "read_run 16, a vector", [] { benchmark::DoNotOptimize(morvane::read_run(reg, 16)); },
+      "read_block 16, a vector", [] { benchmark::DoNotOptimize(morvane::read_block(reg, 16)); },
       [] {
         std::vector<uint32_t> run(16);
         check(lib_mrv_asic_n_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, run.data(), 16, 0, file, __LINE__,

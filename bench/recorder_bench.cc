@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "compact_record.h"
 #include "kel_asic_lib_common.h"
-#include "kept_record.h"
 #include "platform/system_service.h"
 #include "ratio_report.h"
 
@@ -36,10 +36,10 @@ class writing_recorder {
   explicit writing_recorder(service_call next) : next_(next) {}
 
   int call(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t length) {
-    const carried_record record = {case_code, static_cast<const uint8_t *>(params->params), length};
+    const call_payload record = {case_code, static_cast<const uint8_t *>(params->params), length};
     mrec_call_t note = {};
     uint8_t *const request = note_.data() + sizeof note;
-    const kept_record kept = keep_request(record, request);
+    const compact_record kept = keep_request(record, request);
     note.number = ++calls_;
     note.case_code = case_code;
     note.driver = params->caseId;
@@ -50,7 +50,7 @@ class writing_recorder {
     note.monotonic_ns = now_ns(CLOCK_MONOTONIC);
     note.result = next_(case_code, params, length);
     note.duration_ns = now_ns(CLOCK_MONOTONIC) - note.monotonic_ns;
-    const kept_record answer = measure_answer(record, kept.shape, request);
+    const compact_record answer = measure_answer(record, kept.shape, request);
     keep_answer(record, answer, request + kept.size);
     note.flags = kept.flags | answer.flags;
     note.answer_size = answer.size;

@@ -25,7 +25,7 @@ const AddressIndex &address_index() {
 }
 
 // All that the tool says of a call; a line is one line.
-void show(const NotedCall &call, CallSummary &summary) {
+void show(const DecodedCall &call, CallSummary &summary) {
   const AddressIndex &index = address_index();
   const std::string line = call_line(call, index, 7, std::nullopt);
   require(line.find('\n') == line.size() - 1 && line.find('\033') == std::string::npos);
@@ -43,7 +43,7 @@ void read_recording(const std::string &bytes) {
                         RecordedCalls::UnderWay::kIncluded);
     while (const auto call = calls.next())
       show(*call, summary);
-    calls.losses();
+    calls.gaps();
   } catch (const OperationFailed &) {
     return;
   }
@@ -51,11 +51,11 @@ void read_recording(const std::string &bytes) {
 }
 
 void read_log(const std::string &bytes) {
-  static const NotedProcess process = {"", 1, "log"};
+  static const CallingProcess process = {"", 1, "log"};
   std::istringstream input(bytes);
   CallSummary summary;
   TraceLog log = read_trace_log(input, "log");
-  for (NotedCall &call : log.calls) {
+  for (DecodedCall &call : log.calls) {
     call.process = &process;
     show(call, summary);
   }

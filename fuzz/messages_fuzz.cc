@@ -94,11 +94,11 @@ Expected read_stream(const Bytes &stream) {
     return expected;
   Hello hello;
   std::memcpy(&hello, stream.data(), sizeof hello);
-  expected.fault = remote::fault_of(hello) != nullptr;
+  expected.fault = remote::validate(hello) != nullptr;
   while (!expected.fault && stream.size() - at >= sizeof(Header)) {
     Header header;
     std::memcpy(&header, &stream[at], sizeof header);
-    expected.fault = remote::fault_of(header) != nullptr;
+    expected.fault = remote::validate(header) != nullptr;
     expected.too_long = !expected.fault && header.length > max_record;
     expected.fault |= expected.too_long;
     at += sizeof header;
@@ -147,7 +147,7 @@ void check_answers(const Bytes &answers, const Expected &expected) {
     require(answers.size() - at >= sizeof(Header));
     Header answer;
     std::memcpy(&answer, &answers[at], sizeof answer);
-    require(remote::answers(answer, request));
+    require(remote::is_valid_reply(answer, request));
     at += sizeof answer;
     require(answers.size() - at >= answer.length);
     at += answer.length;

@@ -23,7 +23,7 @@
 namespace {
 
 constexpr uint32_t header_size = 196;
-constexpr uint32_t most_words = 8192;         // that a call here reads or writes
+constexpr uint32_t max_words = 8192;          // that a call here reads or writes
 constexpr uint32_t longest_run = 1073741774;  // that has a 32-bit size
 
 input_bytes input;
@@ -167,12 +167,12 @@ uint32_t *array_or_null(uint32_t words) {
   return input.flag() || input.flag() ? caller_array.prepare(words) : nullptr;
 }
 
-// A number of entries that fits the array of most_words, whatever an entry has, or fits no request:
+// A number of entries that fits the array of max_words, whatever an entry has, or fits no request:
 // where the hook's entries are huge, five of them are too many for any.
 uint32_t run_length() {
   if (input.below(8) == 0)
     return longest_run + 1 + input.take<uint16_t>();
-  const uint32_t entries = input.below(most_words / 16 - 5);
+  const uint32_t entries = input.below(max_words / 16 - 5);
   return entries != 0 && hook_answer > 16 ? entries + 5 : entries;
 }
 
@@ -237,7 +237,7 @@ void at_register(Operation operation, const arguments &with, Own... own) {
 template <decltype(lib_mrv_asic_read_dhs) operation>
 void at_table(arguments &with) {
   with.prefer_table();
-  at_register(operation, with, input.number(2048), array_or_null(most_words), run_length());
+  at_register(operation, with, input.number(2048), array_or_null(max_words), run_length());
 }
 
 using args = arguments &;
@@ -249,7 +249,7 @@ constexpr struct {
     {1, [](args a) { at_register(lib_mrv_asic_write, a, a.value, a.code); }},
     {1, [](args a) { at_register(lib_mrv_asic_write_field, a, a.value, a.mask, a.code); }},
     {1,
-     [](args a) { at_register(lib_mrv_asic_n_read, a, array_or_null(most_words), run_length()); }},
+     [](args a) { at_register(lib_mrv_asic_n_read, a, array_or_null(max_words), run_length()); }},
     {1, at_table<lib_mrv_asic_read_dhs>},
     {1, at_table<lib_mrv_asic_write_dhs>},
     {4, run_program},
@@ -303,7 +303,7 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
     check_request(case_code, *request, length);
   scribble(record, length);
   if (type == TYPE_READ_DHS && case_code == SYSSRV_REG_READ_CASE)
-    request->num = input.number(most_words);
+    request->num = input.number(max_words);
   errno = input.take<uint16_t>();
   const int result = input.flag() ? 0 : input.take<int>();
   if (result == 0 && case_code == SYSSRV_MEM_READ_CASE && type == QOS_STATS_GET)

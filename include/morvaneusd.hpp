@@ -568,7 +568,7 @@ namespace morvane {
  */
 
 /** Words of the longest run that the library takes. */
-inline constexpr uint32_t most_words = 1073741774;
+inline constexpr uint32_t max_words = 1073741774;
 
 namespace detail {
 
@@ -583,7 +583,7 @@ template <std::size_t N>
 inline constexpr std::size_t row_size<std::array<uint32_t, N>> = N != 0 ? N : SIZE_MAX;
 
 /** Where no words are. */
-inline uint32_t no_words = 0;
+inline uint32_t empty_run = 0;
 
 /** The elements of what has data() and size(). */
 template <typename Container>
@@ -626,7 +626,7 @@ class word_span {
  private:
   /* The library refuses a null address; that is what a container may have that holds nothing. */
   word_span(Word *first, std::size_t row, std::size_t elements) noexcept
-      : first_(elements != 0 ? first : &detail::no_words),
+      : first_(elements != 0 ? first : &detail::empty_run),
         row_(row),
         count_(row == 0 ? elements : row * elements) {}
 
@@ -748,8 +748,9 @@ inline syserr_t write_field(const target &at, uint32_t value, uint32_t mask,
                                   text(who.file), who.line, who.func);
 }
 
-inline syserr_t read_run(const asic_reg &from, const word_buffer &out, const caller &who) noexcept {
-  if (out.count() > most_words)
+inline syserr_t read_block(const asic_reg &from, const word_buffer &out,
+                           const caller &who) noexcept {
+  if (out.count() > max_words)
     return SYSERR_KEL_ASIC_INVALID_ARG;
   return lib_mrv_asic_n_read(from.on().module, from.on().number, from.where().block(),
                              from.where().instance(), from.where().vreg(), out.first(),
@@ -760,7 +761,7 @@ inline syserr_t read_run(const asic_reg &from, const word_buffer &out, const cal
 /** Whether words are whole entries of a table, and as rows have its size. */
 template <typename Word>
 syserr_t check_entries(const table &in, const word_span<Word> &words) noexcept {
-  if (in.words() == 0 || words.count() > most_words)
+  if (in.words() == 0 || words.count() > max_words)
     return SYSERR_KEL_ASIC_INVALID_ARG;
   const bool fit = (words.row() == 0 || words.row() == in.words()) &&
                    static_cast<uint32_t>(words.count()) % in.words() == 0;
@@ -804,17 +805,17 @@ syserr_t make_room(std::vector<Element> *elements, std::size_t count) noexcept {
   return 0;
 }
 
-inline syserr_t read_run(const asic_reg &from, std::size_t count, std::vector<uint32_t> *out,
-                         const caller &who) noexcept {
-  const syserr_t refusal = count > most_words ? SYSERR_KEL_ASIC_INVALID_ARG : make_room(out, count);
-  return refusal != 0 ? refusal : read_run(from, word_buffer(*out), who);
+inline syserr_t read_block(const asic_reg &from, std::size_t count, std::vector<uint32_t> *out,
+                           const caller &who) noexcept {
+  const syserr_t refusal = count > max_words ? SYSERR_KEL_ASIC_INVALID_ARG : make_room(out, count);
+  return refusal != 0 ? refusal : read_block(from, word_buffer(*out), who);
 }
 
 /** Into words or into rows. */
 template <typename Element>
 syserr_t read_entries(const table &from, uint32_t index, std::size_t count,
                       std::vector<Element> *out, const caller &who) noexcept {
-  if (from.words() == 0 || count > most_words / from.words())
+  if (from.words() == 0 || count > max_words / from.words())
     return SYSERR_KEL_ASIC_INVALID_ARG;
   const syserr_t refusal = make_room(out, row_size<Element> == 0 ? count * from.words() : count);
   return refusal != 0 ? refusal : detail::read_entries(from, index, word_buffer(*out), who);
@@ -889,23 +890,23 @@ inline void write_field(const target &to, uint32_t value, uint32_t mask,
  * @param where who asks
  * @throws std::system_error the library's code
  */
-inline void read_run(const asic_reg &from, word_buffer out, caller where = caller::here()) {
-  detail::check(detail::read_run(from, out, where), "read_run", from);
+inline void read_block(const asic_reg &from, word_buffer out, caller where = caller::here()) {
+  detail::check(detail::read_block(from, out, where), "read_block", from);
 }
 
 /**
  * Reads a run of consecutive registers: lib_mrv_asic_n_read.
  *
  * @param from  the first register
- * @param count number of words, up to morvane::most_words
+ * @param count number of words, up to morvane::max_words
  * @param where who asks
  * @return the words; 0 where the service answers fewer
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
  */
-[[nodiscard]] inline std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count,
-                                                    caller where = caller::here()) {
+[[nodiscard]] inline std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count,
+                                                      caller where = caller::here()) {
   std::vector<uint32_t> words;
-  detail::check(detail::read_run(from, count, &words, where), "read_run", from);
+  detail::check(detail::read_block(from, count, &words, where), "read_block", from);
   return words;
 }
 
@@ -929,7 +930,7 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
  *
  * @param from  the table; one whose entry size is known, by morvane::table::words
  * @param index the first entry
- * @param count number of entries; of at most morvane::most_words in all
+ * @param count number of entries; of at most morvane::max_words in all
  * @param where who asks
  * @return the words of the entries; 0 where the service answers fewer
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
@@ -947,7 +948,7 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
  *
  * @param from  the table
  * @param index the first entry
- * @param count number of entries; of at most morvane::most_words in all
+ * @param count number of entries; of at most morvane::max_words in all
  * @param where who asks
  * @return a row an entry; 0 where the service answers fewer words
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
@@ -1031,22 +1032,23 @@ inline void write_field(const target &to, uint32_t value, uint32_t mask, std::er
 }
 
 /**
- * @copydoc read_run(const asic_reg &, word_buffer, caller)
+ * @copydoc read_block(const asic_reg &, word_buffer, caller)
  * @param ec receives the error; clear on success
  */
-inline void read_run(const asic_reg &from, word_buffer out, std::error_code &ec,
-                     caller where = caller::here()) noexcept {
-  detail::report(detail::read_run(from, out, where), ec);
+inline void read_block(const asic_reg &from, word_buffer out, std::error_code &ec,
+                       caller where = caller::here()) noexcept {
+  detail::report(detail::read_block(from, out, where), ec);
 }
 
 /**
- * @copydoc read_run(const asic_reg &, std::size_t, caller)
+ * @copydoc read_block(const asic_reg &, std::size_t, caller)
  * @param ec receives the error; clear on success
  */
-inline std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count, std::error_code &ec,
-                                      caller where = caller::here()) noexcept {
+inline std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count,
+                                        std::error_code &ec,
+                                        caller where = caller::here()) noexcept {
   std::vector<uint32_t> words;
-  detail::report(detail::read_run(from, count, &words, where), ec);
+  detail::report(detail::read_block(from, count, &words, where), ec);
   if (ec)
     words.clear();
   return words;
@@ -1369,16 +1371,16 @@ class qos_stats;
 namespace detail {
 
 /** Some arguments of the C interface are bytes: what they would cut off is refused. */
-constexpr bool is_byte(uint32_t number) noexcept {
+constexpr bool fits_in_byte(uint32_t number) noexcept {
   return number <= UINT8_MAX;
 }
 
-constexpr bool has_bytes(const asic &on) noexcept {
-  return is_byte(static_cast<uint32_t>(on.module)) && is_byte(on.number);
+constexpr bool fits_in_byte(const asic &on) noexcept {
+  return fits_in_byte(static_cast<uint32_t>(on.module)) && fits_in_byte(on.number);
 }
 
 inline syserr_t get_qos_stats(const port &of, kel_asic_qos_stats_t *stats, uint32_t opts) noexcept {
-  if (!has_bytes(of.on) || !is_byte(of.number))
+  if (!fits_in_byte(of.on) || !fits_in_byte(of.number))
     return SYSERR_KEL_ASIC_INVALID_ARG;
   return lib_mrv_asic_get_qos_stats(static_cast<uint8_t>(of.on.module),
                                     static_cast<uint8_t>(of.on.number), of.type,
@@ -1386,7 +1388,7 @@ inline syserr_t get_qos_stats(const port &of, kel_asic_qos_stats_t *stats, uint3
 }
 
 inline syserr_t clear_qos_stats(const port &of, uint32_t opts) noexcept {
-  if (!has_bytes(of.on) || !is_byte(of.number))
+  if (!fits_in_byte(of.on) || !fits_in_byte(of.number))
     return SYSERR_KEL_ASIC_INVALID_ARG;
   return lib_mrv_asic_clear_qos_stats(static_cast<uint8_t>(of.on.module),
                                       static_cast<uint8_t>(of.on.number), of.type,
@@ -1394,7 +1396,7 @@ inline syserr_t clear_qos_stats(const port &of, uint32_t opts) noexcept {
 }
 
 inline syserr_t clear_all_qos_stats(const asic &on, uint32_t opts) noexcept {
-  if (!has_bytes(on))
+  if (!fits_in_byte(on))
     return SYSERR_KEL_ASIC_INVALID_ARG;
   return lib_mrv_asic_clear_all_qos_stats(static_cast<uint8_t>(on.module),
                                           static_cast<uint8_t>(on.number), opts);
@@ -1577,14 +1579,14 @@ inline syserr_t set_nodrop_class_map(uint32_t map, const asic &on) noexcept {
 }
 
 inline syserr_t sfp_validation_failed(const port &of) noexcept {
-  if (!is_byte(of.type) || !is_byte(of.number))
+  if (!fits_in_byte(of.type) || !fits_in_byte(of.number))
     return SYSERR_KEL_ASIC_INVALID_ARG;
   return lib_mrv_asic_sfp_validation_failed(of.on.module, static_cast<int>(of.on.number), of.type,
                                             of.number);
 }
 
 inline syserr_t prog_sp_timer(uint16_t time, const asic &on) noexcept {
-  if (!has_bytes(on))
+  if (!fits_in_byte(on))
     return SYSERR_KEL_ASIC_INVALID_ARG;
   return lib_mrv_asic_prog_sp_timer(static_cast<uint8_t>(on.module),
                                     static_cast<uint8_t>(on.number), time);
@@ -1771,17 +1773,17 @@ class session {
     morvane::write_field(to, value, mask, where);
   }
 
-  /** @copydoc morvane::read_run(const asic_reg &, word_buffer, caller) */
-  void read_run(const asic_reg &from, word_buffer out, caller where = caller::here()) {
+  /** @copydoc morvane::read_block(const asic_reg &, word_buffer, caller) */
+  void read_block(const asic_reg &from, word_buffer out, caller where = caller::here()) {
     const turn mine(mutex_);
-    morvane::read_run(from, out, where);
+    morvane::read_block(from, out, where);
   }
 
-  /** @copydoc morvane::read_run(const asic_reg &, std::size_t, caller) */
-  [[nodiscard]] std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count,
-                                               caller where = caller::here()) {
+  /** @copydoc morvane::read_block(const asic_reg &, std::size_t, caller) */
+  [[nodiscard]] std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count,
+                                                 caller where = caller::here()) {
     const turn mine(mutex_);
-    return morvane::read_run(from, count, where);
+    return morvane::read_block(from, count, where);
   }
 
   /** @copydoc morvane::read_entries(const table &, uint32_t, word_buffer, caller) */
@@ -1911,18 +1913,18 @@ class session {
     morvane::write_field(to, value, mask, ec, where);
   }
 
-  /** @copydoc morvane::read_run(const asic_reg &, word_buffer, std::error_code &, caller) */
-  void read_run(const asic_reg &from, word_buffer out, std::error_code &ec,
-                caller where = caller::here()) noexcept {
+  /** @copydoc morvane::read_block(const asic_reg &, word_buffer, std::error_code &, caller) */
+  void read_block(const asic_reg &from, word_buffer out, std::error_code &ec,
+                  caller where = caller::here()) noexcept {
     const turn mine(mutex_);
-    morvane::read_run(from, out, ec, where);
+    morvane::read_block(from, out, ec, where);
   }
 
-  /** @copydoc morvane::read_run(const asic_reg &, std::size_t, std::error_code &, caller) */
-  std::vector<uint32_t> read_run(const asic_reg &from, std::size_t count, std::error_code &ec,
-                                 caller where = caller::here()) noexcept {
+  /** @copydoc morvane::read_block(const asic_reg &, std::size_t, std::error_code &, caller) */
+  std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count, std::error_code &ec,
+                                   caller where = caller::here()) noexcept {
     const turn mine(mutex_);
-    return morvane::read_run(from, count, ec, where);
+    return morvane::read_block(from, count, ec, where);
   }
 
   /** @copydoc morvane::read_entries(const table &, uint32_t, word_buffer, std::error_code &,

@@ -42,27 +42,27 @@ Hello service_hello(const Service &service, int error_number) {
 Connection::Connection(Service &service, Peer &peer) : service_(service), peer_(peer) {
   const Hello hello = service_hello(service, 0);
   append(out_, &hello, sizeof hello);
-  count_held();
+  update_buffered();
 }
 
 Connection::~Connection() {
-  service_.hold(-static_cast<int64_t>(held_));
+  service_.account_buffered(-static_cast<int64_t>(buffered_));
 }
 
-void Connection::count_held() {
-  const std::size_t held = have_ + out_.size();
-  service_.hold(static_cast<int64_t>(held) - static_cast<int64_t>(held_));
-  held_ = held;
+void Connection::update_buffered() {
+  const std::size_t buffered = have_ + out_.size();
+  service_.account_buffered(static_cast<int64_t>(buffered) - static_cast<int64_t>(buffered_));
+  buffered_ = buffered;
 }
 
 // Why a request is not taken; null where it is.
 const char *Connection::fault_of_request(const Header &request) const {
-  const char *const fault = remote::fault_of(request);
+  const char *const fault = remote::validate(request);
   return fault == nullptr && request.length > service_.max_record() ? kTooLong : fault;
 }
 
 // Bytes of the message at hand, as far as is known of it.
-std::size_t Connection::length_at_hand() const {
+std::size_t Connection::current_length() const {
   if (!greeted_)
     return sizeof(Hello);
   if (have_ < sizeof(Header))
@@ -72,11 +72,11 @@ std::size_t Connection::length_at_hand() const {
 }
 
 bool Connection::is_ready() const {
-  return fault_ == nullptr && !has_output() && have_ >= length_at_hand();
+  return fault_ == nullptr && !has_output() && have_ >= current_length();
 }
 
 Part Connection::room() {
-  const std::size_t whole = length_at_hand(), missing = whole > have_ ? whole - have_ : 0;
+  const std::size_t whole = current_length(), missing = whole > have_ ? whole - have_ : 0;
   const std::size_t count = std::clamp(missing, kLeastRoom, kMostRoom);
   if (in_.size() < have_ + count)
     in_.resize(std::max(have_ + count, std::min(in_.size() * 2, whole)));
@@ -85,7 +85,7 @@ Part Connection::room() {
 
 void Connection::received(std::size_t count) {
   have_ += count;
-  count_held();
+  update_buffered();
   if (greeted_ && have_ > kKeptCapacity && !is_ready() && service_.is_full())
     refuse(front<Header>(in_), ENOBUFS, kNoRoom);
 }
@@ -104,7 +104,7 @@ void Connection::sent(std::size_t count) {
   out_.clear();
   sent_ = 0;
   release(out_);
-  count_held();
+  update_buffered();
 }
 
 void Connection::serve_one() {
@@ -112,13 +112,13 @@ void Connection::serve_one() {
     serve_request();
   else
     serve_hello();
-  count_held();
+  update_buffered();
 }
 
 void Connection::serve_hello() {
-  fault_ = remote::fault_of(front<Hello>(in_));
+  fault_ = remote::validate(front<Hello>(in_));
   greeted_ = fault_ == nullptr;
-  drop_front(sizeof(Hello));
+  consume(sizeof(Hello));
 }
 
 void Connection::serve_request() {
@@ -129,10 +129,10 @@ void Connection::serve_request() {
   if (fault_ != nullptr)
     return;
   service_.serve(peer_, header, in_.data() + sizeof header, out_);
-  drop_front(sizeof header + header.length);
+  consume(sizeof header + header.length);
 }
 
-void Connection::drop_front(std::size_t count) {
+void Connection::consume(std::size_t count) {
   have_ -= count;
   std::memmove(in_.data(), in_.data() + count, have_);
   if (in_.capacity() > kKeptCapacity) {

@@ -50,9 +50,9 @@ class Connection {
   void serve_request();
   const char *fault_of_request(const remote::Header &request) const;
   void refuse(const remote::Header &request, int error_number, const char *why);
-  void count_held();
-  std::size_t length_at_hand() const;
-  void drop_front(std::size_t count);
+  void update_buffered();
+  std::size_t current_length() const;
+  void consume(std::size_t count);
 
   Service &service_;
   Peer &peer_;
@@ -60,7 +60,7 @@ class Connection {
   std::size_t have_ = 0;
   Bytes out_;
   std::size_t sent_ = 0;
-  std::size_t held_ = 0;  // as the service knows it
+  std::size_t buffered_ = 0;  // as the service knows it
   bool greeted_ = false;
   const char *fault_ = nullptr;
 };

@@ -76,7 +76,7 @@ error_t take_option(int key, char *text, argp_state *state) {
       options.group = parse_text("--group", text, state);
       return 0;
     case kMaxClients:
-      options.max_clients = parse_number("--max-clients", text, 1, remote::kMostClients, state);
+      options.max_clients = parse_number("--max-clients", text, 1, remote::kMaxClients, state);
       return 0;
     case kMaxRecord:
       options.max_record =

@@ -19,7 +19,8 @@ constexpr int kEvents = 64;         // taken from the kernel at once
 constexpr int kAcceptsATurn = 16;   // so that those who are here have their turn
 constexpr rlim_t kOtherFiles = 32;  // descriptors that are no client's
 constexpr auto kLook = std::chrono::seconds(1);
-constexpr int kPatience = 5;  // looks: time in which this process does not run is nobody's fault
+constexpr int kTimeoutTicks =
+    5;  // not seconds: time in which this process does not run is nobody's fault
 
 // As the kernel knows it. A program chooses its name: nothing of it reaches a terminal unchecked.
 std::string program_name(pid_t process) {
@@ -97,7 +98,7 @@ void Server::run() {
         turn(*static_cast<Client *>(what), events[i].events);
     }
     if (has_to_look && Clock::now() >= next_look_)
-      look_after_clients();
+      reap_idle();
   }
 }
 
@@ -229,7 +230,7 @@ const char *Server::send(Client &client) {
       return client.connection.is_greeted() ? "ended before it took its answer" : "";
     client.connection.sent(static_cast<std::size_t>(count));
     if (!client.connection.has_output())
-      client.looks = 0;
+      client.ticks = 0;
   }
   return nullptr;
 }
@@ -239,15 +240,15 @@ const char *Server::send(Client &client) {
 void Server::wait_for_more(Client &client) {
   const Connection &connection = client.connection;
   const uint32_t events = connection.has_output() || connection.is_ready() ? EPOLLOUT : EPOLLIN;
-  const bool is_awaited =
+  const bool expects_io =
       events == EPOLLOUT || !connection.is_greeted() || connection.is_within_message();
-  if (is_awaited && !client.is_awaited) {
+  if (expects_io && !client.expects_io) {
     ++awaited_;
-    client.looks = 0;
+    client.ticks = 0;
   }
-  if (!is_awaited && client.is_awaited)
+  if (!expects_io && client.expects_io)
     --awaited_;
-  client.is_awaited = is_awaited;
+  client.expects_io = expects_io;
   if (events == client.events)
     return;
   client.events = events;
@@ -255,28 +256,28 @@ void Server::wait_for_more(Client &client) {
 }
 
 // What a client owes that is let go.
-const char *Server::debt_of(const Connection &connection) {
+const char *Server::timeout_reason(const Connection &connection) {
   return !connection.is_greeted()  ? "does not greet"
          : connection.has_output() ? "does not take its answers"
                                    : "does not end its message";
 }
 
 // Lets go who owes the same for too long, and listens again after a pause.
-void Server::look_after_clients() {
+void Server::reap_idle() {
   next_look_ = Clock::now() + kLook;
   if (!listening_)
     resume_listening();
   for (auto next = clients_.begin(); next != clients_.end();) {
     Client &client = **next++;
-    if (client.is_awaited && ++client.looks > kPatience)
-      end(client, debt_of(client.connection));
+    if (client.expects_io && ++client.ticks > kTimeoutTicks)
+      end(client, timeout_reason(client.connection));
   }
 }
 
 void Server::end(Client &client, const char *why) {
   if (*why != '\0' || verbose_)
     log(*client.peer, *why != '\0' ? why : "leaves");
-  if (client.is_awaited)
+  if (client.expects_io)
     --awaited_;
   service_.leave(client.peer);
   clients_.erase(client.self);

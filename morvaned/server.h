@@ -39,8 +39,8 @@ class Server {
     Connection connection;
     std::list<std::unique_ptr<Client>>::iterator self;
     uint32_t events = 0;     // for which the loop waits
-    bool is_awaited = true;  // it owes its hello or the rest of a message, or has answers to take
-    int looks = 0;           // that have found it owing the same
+    bool expects_io = true;  // it owes its hello or the rest of a message, or has answers to take
+    int ticks = 0;           // that have found it owing the same
   };
 
   bool wait_for(uint32_t events, int operation, int descriptor, void *what);
@@ -56,8 +56,8 @@ class Server {
   static const char *receive(Client &client);
   static const char *send(Client &client);
   void wait_for_more(Client &client);
-  static const char *debt_of(const Connection &connection);
-  void look_after_clients();
+  static const char *timeout_reason(const Connection &connection);
+  void reap_idle();
   void end(Client &client, const char *why);
   static void log(const Peer &peer, const char *what);
 

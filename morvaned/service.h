@@ -39,9 +39,9 @@ class Service {
   uint32_t max_record() const { return max_record_; }
 
   // Bytes of messages on their way, in and out, of all clients: more or fewer.
-  void hold(int64_t bytes) { held_ += bytes; }
+  void account_buffered(int64_t bytes) { buffered_bytes_ += bytes; }
   // Whether there is no room for more of a long record.
-  bool is_full() const { return held_ > int64_t{kRecordsAtOnce} * max_record_; }
+  bool is_full() const { return buffered_bytes_ > int64_t{kRecordsAtOnce} * max_record_; }
 
   // Serves a request whose header has passed its check, with its body behind it; a service call is
   // answered in the body. Puts header and body of the answer behind what stands in out.
@@ -63,7 +63,7 @@ class Service {
   VirtualSwitch switch_;
   std::list<Peer> peers_;
   uint32_t max_record_;
-  int64_t held_ = 0;
+  int64_t buffered_bytes_ = 0;
 };
 
 // The header of an answer: 0, or the errno of a failure.

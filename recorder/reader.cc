@@ -18,7 +18,7 @@ constexpr std::size_t kStep = sizeof(mrec_note_t);  // notes begin at its multip
 constexpr uint64_t kRingStep = 4096;
 constexpr std::size_t kChunk = 65536;
 // Bytes that the note of a call has at most: its request, its answer and what fills it up.
-constexpr std::size_t kMostOfCall =
+constexpr std::size_t kMaxCallBytes =
     sizeof(mrec_call_t) + MREC_REQUEST_MAX + 2 * sizeof(uint32_t) * MREC_WORDS_MAX;
 constexpr std::size_t kRegisterHeader = sizeof(kel_asic_reg_access_params_t);
 constexpr std::size_t kRegisterAnswer = 8;  // data and num
@@ -293,9 +293,9 @@ bool Reader::next(Call *call) {
       continue;
     }
     const bool is_call = note.kind == MREC_NOTE_CALL;
-    if (is_call && note.size <= kMostOfCall && !fill(note.size))
+    if (is_call && note.size <= kMaxCallBytes && !fill(note.size))
       continue;
-    if (is_call && (note.size > kMostOfCall || !make_call(next_bytes(), note.size, call))) {
+    if (is_call && (note.size > kMaxCallBytes || !make_call(next_bytes(), note.size, call))) {
       skip(kStep, &damaged_);
       continue;
     }

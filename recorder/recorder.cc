@@ -9,7 +9,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "kept_record.h"
+#include "compact_record.h"
 #include "platform/system_service.h"
 #include "recording_file.h"
 #include "ring.h"
@@ -31,43 +31,43 @@ struct recorder_state {
   recording_settings settings;
   ring notes;
   uint64_t calls;       // that have begun in this recording
-  bool room_taken;      // the header's, for the call under way
+  bool slot_busy;       // the header's, for the call under way
   uint32_t recordings;  // that have begun in this process and those that it was forked from
 };
 
 // Empty in a forked process: the kernel wipes the page, however it was forked. The lock may have
 // been held by a thread that is not there.
-struct alignas(4096) wiped_page {
+struct alignas(4096) per_process {
   std::atomic<uintptr_t> lock_owner;
-  bool settled;  // what the process has mapped is its own
+  bool adopted;  // what the process has mapped is its own
 };
 
 recorder_state recorder;
-wiped_page own;
+per_process per_process_state;
 
 // A call on its way, and what is known of it.
-struct noted_call {
+struct pending_call {
   mrec_call_t note;
-  carried_record record;
+  call_payload record;
   uint8_t *request;  // what is kept of it
   uint32_t recording;
 };
 
 // For a kernel that is too old to do it.
 void wipe() {
-  own.settled = false;
-  own.lock_owner = 0;
+  per_process_state.adopted = false;
+  per_process_state.lock_owner = 0;
 }
 
 // At load, while the environment and the working directory are those that the program was given.
-__attribute__((constructor)) void get_ready() {
+__attribute__((constructor)) void init_from_env() {
   if (recorder.now != stage::loaded)
     return;
   read_settings(&recorder.settings);
   const bool wanted = recorder.settings.directory[0] != '\0';
   if (wanted) {
     pthread_atfork(nullptr, nullptr, wipe);
-    madvise(&own, sizeof own, MADV_WIPEONFORK);
+    madvise(&per_process_state, sizeof per_process_state, MADV_WIPEONFORK);
   }
   recorder.now = wanted ? stage::ready : stage::off;
 }
@@ -79,35 +79,36 @@ void leave_recording_to_parent() {
     unmap_recording(recorder.notes);
     recorder.now = stage::ready;
   }
-  own.settled = true;
+  per_process_state.adopted = true;
 }
 
 // False where this very thread has it: a signal handler makes a call amid a note.
 bool lock() {
   const auto self = static_cast<uintptr_t>(pthread_self());
   uintptr_t owner = 0;
-  while (!own.lock_owner.compare_exchange_weak(owner, self, std::memory_order_acquire)) {
+  while (
+      !per_process_state.lock_owner.compare_exchange_weak(owner, self, std::memory_order_acquire)) {
     if (owner == self)
       return false;
     owner = 0;
     sched_yield();
   }
-  if (!own.settled)
+  if (!per_process_state.adopted)
     leave_recording_to_parent();
   return true;
 }
 
 void unlock() {
-  own.lock_owner.store(0, std::memory_order_release);
+  per_process_state.lock_owner.store(0, std::memory_order_release);
 }
 
 void start_recording() {
   const int error_number = errno;
-  get_ready();
+  init_from_env();
   if (recorder.now == stage::ready) {
     const bool created = create_recording(recorder.settings, &recorder.notes);
     recorder.calls = 0;
-    recorder.room_taken = false;
+    recorder.slot_busy = false;
     ++recorder.recordings;
     recorder.now = created ? stage::recording : stage::off;
   }
@@ -124,7 +125,7 @@ service_call find_service_call() {
   const int error_number = errno;
   auto next = reinterpret_cast<service_call>(dlsym(RTLD_NEXT, "sse_call2"));
   if (next == nullptr) {
-    complain("no service call: no library behind this one defines sse_call2");
+    log_error("no service call: no library behind this one defines sse_call2");
     next = no_service_call;
   }
   errno = error_number;
@@ -143,7 +144,7 @@ service_call next_service_call() {
 
 // Takes a number for a call, and the header's room for its request where that is free. False where
 // the call is not to be noted.
-bool begin_note(noted_call *call) {
+bool begin_note(pending_call *call) {
   if (!lock()) {
     if (recorder.now == stage::recording)
       __atomic_add_fetch(&recorder.notes.header->missed, 1, __ATOMIC_RELAXED);
@@ -156,14 +157,14 @@ bool begin_note(noted_call *call) {
     call->note = {};
     call->note.number = ++recorder.calls;
     call->recording = recorder.recordings;
-    call->request = recorder.room_taken ? nullptr : recorder.notes.header->begun.request;
-    recorder.room_taken = true;
+    call->request = recorder.slot_busy ? nullptr : recorder.notes.header->begun.request;
+    recorder.slot_busy = true;
   }
   unlock();
   return recording;
 }
 
-bool in_header(const noted_call &call) {
+bool in_header(const pending_call &call) {
   return call.request == recorder.notes.header->begun.request;
 }
 
@@ -185,11 +186,11 @@ void show_under_way(const mrec_call_t &note) {
 void clear_under_way() {
   __atomic_store_n(&recorder.notes.header->begun.number, 0, __ATOMIC_RELAXED);
   __atomic_thread_fence(__ATOMIC_RELEASE);
-  recorder.room_taken = false;
+  recorder.slot_busy = false;
 }
 
-void note_request(noted_call *call, uint32_t driver) {
-  const kept_record kept = keep_request(call->record, call->request);
+void note_request(pending_call *call, uint32_t driver) {
+  const compact_record kept = keep_request(call->record, call->request);
   call->note.case_code = call->record.case_code;
   call->note.driver = driver;
   call->note.length = call->record.length;
@@ -202,7 +203,7 @@ void note_request(noted_call *call, uint32_t driver) {
     show_under_way(call->note);
 }
 
-void write_note(const noted_call &call, const kept_record &answer) {
+void write_note(const pending_call &call, const compact_record &answer) {
   constexpr uint32_t step = sizeof(mrec_note_t);
   const uint32_t used =
       static_cast<uint32_t>(sizeof call.note) + call.note.request_size + answer.size;
@@ -215,7 +216,7 @@ void write_note(const noted_call &call, const kept_record &answer) {
   ring_publish(&recorder.notes, MREC_NOTE_CALL, size);
 }
 
-void note_answer(noted_call *call, int result, int error_number) {
+void note_answer(pending_call *call, int result, int error_number) {
   call->note.duration_ns = clock_ns(CLOCK_MONOTONIC) - call->note.monotonic_ns;
   call->note.result = result;
   call->note.error_number = result < 0 ? error_number : 0;
@@ -223,7 +224,7 @@ void note_answer(noted_call *call, int result, int error_number) {
   if (!lock())
     return;
   if (recorder.now == stage::recording && call->recording == recorder.recordings) {
-    kept_record answer = {call->note.shape, 0, 0};
+    compact_record answer = {call->note.shape, 0, 0};
     if (result == 0)
       answer = measure_answer(call->record, call->note.shape, call->request);
     call->note.flags |= answer.flags;
@@ -235,7 +236,7 @@ void note_answer(noted_call *call, int result, int error_number) {
   unlock();
 }
 
-int carry_out(noted_call *call, service_call next, sys_srvc_case_params_t *case_params) {
+int forward(pending_call *call, service_call next, sys_srvc_case_params_t *case_params) {
   note_request(call, case_params == nullptr ? 0 : case_params->caseId);
   const int result = next(call->record.case_code, case_params, call->record.length);
   const int error_number = errno;
@@ -246,11 +247,11 @@ int carry_out(noted_call *call, service_call next, sys_srvc_case_params_t *case_
 
 // Beside a call of another thread. The library that is recorded has no such calls, so that none but
 // they pay for the room on the stack.
-__attribute__((noinline)) int carry_out_beside(noted_call *call, service_call next,
-                                               sys_srvc_case_params_t *case_params) {
+__attribute__((noinline)) int forward_concurrent(pending_call *call, service_call next,
+                                                 sys_srvc_case_params_t *case_params) {
   uint8_t request[MREC_REQUEST_MAX];
   call->request = request;
-  return carry_out(call, next, case_params);
+  return forward(call, next, case_params);
 }
 
 }  // namespace
@@ -259,12 +260,12 @@ __attribute__((visibility("default"))) int sse_call2(uint32_t case_code,
                                                      sys_srvc_case_params_t *case_params,
                                                      uint32_t length) {
   const service_call next = next_service_call();
-  noted_call call;
+  pending_call call;
   if (recorder.now.load(std::memory_order_relaxed) == stage::off || !begin_note(&call))
     return next(case_code, case_params, length);
   call.record = {case_code, nullptr, length};
   if (case_params != nullptr)
     call.record.bytes = static_cast<const uint8_t *>(case_params->params);
-  return call.request == nullptr ? carry_out_beside(&call, next, case_params)
-                                 : carry_out(&call, next, case_params);
+  return call.request == nullptr ? forward_concurrent(&call, next, case_params)
+                                 : forward(&call, next, case_params);
 }

@@ -149,8 +149,8 @@ void read_settings(recording_settings *settings) {
   if (directory == nullptr || *directory == '\0')
     return;
   if (size != nullptr && !ring_size_of(size, &settings->ring_size)) {
-    complain("no recording: MORVANE_RECORD_SIZE is '%.40s', not a number of bytes from %u to %u",
-             size, MREC_RING_MIN, MREC_RING_MAX);
+    log_error("no recording: MORVANE_RECORD_SIZE is '%.40s', not a number of bytes from %u to %u",
+              size, MREC_RING_MIN, MREC_RING_MAX);
     return;
   }
   // The program may go elsewhere before its first call.
@@ -161,7 +161,7 @@ void read_settings(recording_settings *settings) {
                                    *directory != '/' && here[0] != '\0' ? "/" : "", directory);
   if (length < 0 || static_cast<std::size_t>(length) >= sizeof settings->directory) {
     settings->directory[0] = '\0';
-    complain("no recording: the name of the directory is too long");
+    log_error("no recording: the name of the directory is too long");
   }
 }
 
@@ -171,7 +171,7 @@ bool create_recording(const recording_settings &settings, ring *to) {
   if (directory >= 0)
     close(directory);
   if (error != 0)
-    complain("no recording in %.300s: %s", settings.directory, std::strerror(error));
+    log_error("no recording in %.300s: %s", settings.directory, std::strerror(error));
   return error == 0;
 }
 
@@ -185,7 +185,7 @@ uint64_t clock_ns(int clock) {
   return static_cast<uint64_t>(now.tv_sec) * 1000000000U + static_cast<uint64_t>(now.tv_nsec);
 }
 
-void complain(const char *format, ...) {
+void log_error(const char *format, ...) {
   char line[512] = "libmorvanerecord: ";
   const std::size_t begin = std::strlen(line);
   va_list arguments;

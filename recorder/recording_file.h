@@ -25,7 +25,7 @@ void unmap_recording(const ring &of);
 uint64_t clock_ns(int clock);
 
 // One line on standard error.
-__attribute__((format(printf, 1, 2))) void complain(const char *format, ...);
+__attribute__((format(printf, 1, 2))) void log_error(const char *format, ...);
 
 #pragma GCC visibility pop
 

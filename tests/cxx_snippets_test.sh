@@ -50,7 +50,7 @@ void snippet(std::error_code &ec);
 void snippet(std::error_code &ec) {
   const morvane::batch batch("batch", morvane::reorder::allowed, ec);
   morvane::write(morvane::at(HI_DHS_LVIF_OFFSET, 2), 1, ec);
-  (void)morvane::read_run(morvane::at(HI_DHS_LVIF_OFFSET, 2), 4, ec);
+  (void)morvane::read_block(morvane::at(HI_DHS_LVIF_OFFSET, 2), 4, ec);
 }
 END
 expect 'no matching function|too few arguments' "$@" -fno-exceptions <<'END'

@@ -153,8 +153,8 @@ std::vector<Operation> operations() {
                 morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0),
       OPERATION(0, lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, WHO),
                 write_field, there, 6, 15),
-      OPERATION(0, lib_mrv_asic_n_read(AT_PLAIN, values, 16, WHO), read_run, there, values),
-      OPERATION(1, lib_mrv_asic_n_read(AT_PLAIN, values, 3, WHO), read_run, there, 3),
+      OPERATION(0, lib_mrv_asic_n_read(AT_PLAIN, values, 16, WHO), read_block, there, values),
+      OPERATION(1, lib_mrv_asic_n_read(AT_PLAIN, values, 3, WHO), read_block, there, 3),
       OPERATION(0, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
                 values),
       OPERATION(1, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
@@ -348,13 +348,13 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   EXPECT_EQ(morvane::read_rows(policers, 1, 2, ec), rows);
   EXPECT_EQ(morvane::read_row(policers, 2, ec), rows[1]);
   EXPECT_EQ(morvane::read_entries(policers, 2, 1, ec), std::vector<uint32_t>(8, 6));
-  EXPECT_EQ(morvane::read_run(plain, 3, ec).size(), 3U);
+  EXPECT_EQ(morvane::read_block(plain, 3, ec).size(), 3U);
   for (int i = 0; i < 4; ++i)
     vp_fail_next_call(EIO);
   EXPECT_TRUE(morvane::read_rows(policers, 1, 2, ec).empty());
   EXPECT_EQ(morvane::read_row(policers, 2, ec)[0], 0U);
   EXPECT_TRUE(morvane::read_entries(policers, 2, 1, ec).empty());
-  EXPECT_TRUE(morvane::read_run(plain, 3, ec).empty());
+  EXPECT_TRUE(morvane::read_block(plain, 3, ec).empty());
   EXPECT_EQ(morvane::read_entries(policers, 1, 1), std::vector<uint32_t>(8, 5));
   morvane::write_entries(at(HF_DHS_SVIF_MEM_LO_OFFSET, 0), 3, {7, 8});
   EXPECT_EQ(morvane::read_entries(at(HF_DHS_SVIF_MEM_LO_OFFSET, 0), 3, 1),
@@ -363,13 +363,13 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   morvane::write_entries(by_map, 0, {1, 2, 3, 4});
   EXPECT_EQ(morvane::read_row(by_map, 0)[3], 4U);
   morvane::write_entries(policers, 1, std::vector<uint32_t>());
-  EXPECT_EQ(morvane::read_run(plain, 0), morvane::read_entries(policers, 1, 0));
+  EXPECT_EQ(morvane::read_block(plain, 0), morvane::read_entries(policers, 1, 0));
 
   const morvane::table runtime(at(KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET + 0U));
   std::vector<uint32_t> nine(9), out(9, 77);
   EXPECT_EQ(morvane::table(at(HF_DHS_POL_OFFSET, 0).on(second)).words(), 8U);
   EXPECT_EQ(morvane::table(at(HF_DHS_RESULT_00_OFFSET, 0).on(second)).words(), 0U);
-  EXPECT_EQ(morvane::most_words, (UINT32_MAX - sizeof(kel_asic_reg_access_params_t)) / 4);
+  EXPECT_EQ(morvane::max_words, (UINT32_MAX - sizeof(kel_asic_reg_access_params_t)) / 4);
   uint32_t narrow[2][4] = {};
   const auto refused = calls_of([&] {
     for (const auto &refuse : std::vector<std::function<void()>>{
@@ -386,8 +386,8 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
              [&] {
                morvane::read_entries(morvane::table(at(HF_DHS_POL_OFFSET, 0), 4), 0, out, ec);
              },
-             [&] { (void)morvane::read_run(plain, morvane::most_words + 1, ec); },
-             [&] { (void)morvane::read_rows(policers, 0, morvane::most_words / 8 + 1, ec); },
+             [&] { (void)morvane::read_block(plain, morvane::max_words + 1, ec); },
+             [&] { (void)morvane::read_rows(policers, 0, morvane::max_words / 8 + 1, ec); },
              [&] { (void)morvane::get_qos_stats(morvane::hif(256), ec); },
              [&] { morvane::clear_all_qos_stats({256}, ec); },
              [&] {

@@ -158,7 +158,7 @@ constexpr const char *kSections[] = {"command", "printed", "live", "script"};
 class MrvctlCases : public Mrvctl, public testing::WithParamInterface<const char *> {};
 
 // The sections of the file that one word names.
-TEST_P(MrvctlCases, OfTheFile) {
+TEST_P(MrvctlCases, Cases) {
   write_file("two.dhs", "# TCAM results\n0x1 10  # first\n\n0xB 2\n");
   write_file("two.CSV", "\xEF\xBB\xBFkey, \"word 1\"\n1, 0xa\n11,0x2\n");
   write_file("ragged.dhs", "1 2\n1 2 3\n");
@@ -193,7 +193,7 @@ TEST_P(MrvctlCases, OfTheFile) {
   std::ifstream file(MRVCTL_CASES);
   const bool served = getenv("MORVANE_SWITCH") != nullptr;
   const std::string script = "script";
-  bool unserved = false;
+  bool in_process_only = false;
   std::string mode;
   size_t cases = 0;
   for (std::string line; std::getline(file, line);) {
@@ -201,8 +201,8 @@ TEST_P(MrvctlCases, OfTheFile) {
       continue;
     if (line.rfind("== ", 0) == 0) {
       const std::string prefix = "== unserved ";
-      unserved = line.rfind(prefix, 0) == 0;
-      mode = line.substr(unserved ? prefix.size() : 3);
+      in_process_only = line.rfind(prefix, 0) == 0;
+      mode = line.substr(in_process_only ? prefix.size() : 3);
       EXPECT_TRUE(std::any_of(std::begin(kSections), std::end(kSections), [&](const char *section) {
         return mode.rfind(section, 0) == 0;
       })) << line;
@@ -212,7 +212,7 @@ TEST_P(MrvctlCases, OfTheFile) {
       continue;
     const Case one = parse_case(line);
     const std::string words = mode + " " + one.input;
-    const bool elsewhere = unserved || one.status == 2 || count(words, "--platform") > 0 ||
+    const bool elsewhere = in_process_only || one.status == 2 || count(words, "--platform") > 0 ||
                            count(words, "check --") > 0;
     if (served && elsewhere)
       continue;
@@ -296,11 +296,11 @@ TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
                        .at(0)["ports"][0]["rates"];
   const double timeouts = top["timeouts"];
   EXPECT_GT(timeouts, 11000);  // 44558 in less than 4 seconds
-  std::string risen;
+  std::string delta;
   for (const auto &[name, value] : top.items())
-    risen +=
+    delta +=
         name + " " + std::to_string(std::lround(value.get<double>() / timeouts * 22274)) + ", ";
-  EXPECT_EQ(risen,
+  EXPECT_EQ(delta,
             "discards 16130, drops_h2n 2851152, drops_n2h 1671504, errors 17154, flushes 21762, "
             "multicast_discards 16642, pause 5124, pfc 22018, reads 155664, timeouts 22274, "
             "writes 110608, ");

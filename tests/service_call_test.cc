@@ -38,7 +38,7 @@ constexpr struct {
 };
 
 // What an earlier function leaves on the stack must not be sent.
-__attribute__((noinline)) void litter_stack() {
+__attribute__((noinline)) void poison_stack() {
   volatile char litter[4096];
   for (volatile char &byte : litter)
     byte = 'X';
@@ -46,7 +46,7 @@ __attribute__((noinline)) void litter_stack() {
 
 void expect_requests(const char *file, const char *func) {
   for (const auto &op : operations) {
-    litter_stack();
+    poison_stack();
     EXPECT_EQ(op.call_as(0xC0FFEE01, const_cast<char *>(file), -2, func), 0U);
     const sent_call &sent = fake().calls.back();
     EXPECT_EQ(sent.header(), request_header(op.type, op.module, op.asic, op.addr, op.data, op.mask,

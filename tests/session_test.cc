@@ -20,7 +20,7 @@ namespace {
 
 constexpr uint32_t untouched = 0xDEADBEEF;
 constexpr std::string_view library_folder = "asic/morvane/common/lib/morvaneusd_intf";
-constexpr std::size_t most_words = 6000, stats_words = sizeof(kel_asic_qos_stats_t) / 4;
+constexpr std::size_t max_words = 6000, stats_words = sizeof(kel_asic_qos_stats_t) / 4;
 
 // The words behind a name. A number that is lacking is 0; "null" at the end stands for a pointer.
 class arguments {
@@ -67,7 +67,7 @@ std::vector<uint32_t> array;
 std::size_t shown;
 
 uint32_t *array_of(args a, uint32_t words) {
-  shown = a.null ? 0 : std::min<std::size_t>(words + 1ULL, most_words);
+  shown = a.null ? 0 : std::min<std::size_t>(words + 1ULL, max_words);
   return a.null ? nullptr : array.data();
 }
 
@@ -237,7 +237,7 @@ std::string words_text(const uint32_t *begin, const uint32_t *end) {
   return text;
 }
 
-__attribute__((noinline)) void litter_stack() {  // which must not be sent
+__attribute__((noinline)) void poison_stack() {  // which must not be sent
   volatile char litter[4096];
   for (volatile char &byte : litter)
     byte = 'X';
@@ -306,11 +306,11 @@ std::string run_line(const arguments &a) {
   const auto *operation = find_row(operations, a.name);
   if (operation == std::end(operations))
     return "  no such operation\n";
-  array.assign(most_words, untouched);
+  array.assign(max_words, untouched);
   shown = 0;
   fake().calls.clear();
   fake().platform_calls.clear();
-  litter_stack();
+  poison_stack();
   faults().arm();
   const syserr_t result = operation->run(a);
   faults().disarm();

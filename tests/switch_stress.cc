@@ -38,9 +38,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kClients = 32, kVictims = 6, kLives = 3;
-constexpr uint32_t kRun = 3;            // words that a client writes in one transaction
-constexpr int kPatience = 15;           // seconds; the service has some less
-constexpr long kMostGrowth = 4 * 1024;  // KiB that the service may keep in all
+constexpr uint32_t kRun = 3;           // words that a client writes in one transaction
+constexpr int kPatience = 15;          // seconds; the service has some less
+constexpr long kMaxGrowth = 4 * 1024;  // KiB that the service may keep in all
 
 char folder[] = "/tmp/switch_stress_XXXXXX";
 const pid_t first_process = getpid();
@@ -263,7 +263,7 @@ int main(int argc, char **argv) {
   end(service, SIGTERM);
   if (count != 1 || files_left > files)
     fail(std::to_string(files_left) + " open files stay, of " + std::to_string(count) + " clients");
-  if (growth > kMostGrowth)
+  if (growth > kMaxGrowth)
     fail("the service has grown by " + std::to_string(growth) + " KiB");
   return EXIT_SUCCESS;
 }

@@ -2,11 +2,11 @@
 
 # The cases of the tool and of the virtual platform once more, on a switch that morvaned serves; the
 # register map, which stays in the process, is left out.
-function(served_test name morvaned folder)
+function(remote_test name morvaned folder)
   add_test(NAME ${name}.mrvctl COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
-    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=*OfTheFile*)
+    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=*Cases*)
   add_test(NAME ${name}.mrvctl_at_work COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
-    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=-*OfTheFile*)
+    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=-*Cases*)
   add_test(NAME ${name}.virtual_platform
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
     ${folder}/virtual_platform_test --gtest_brief=1 --gtest_filter=-*none_behind_a_table)
@@ -14,7 +14,7 @@ function(served_test name morvaned folder)
     PROPERTIES TIMEOUT 120 COST 98)
 endfunction()
 
-served_test(served $<TARGET_FILE:morvaned> ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+remote_test(served $<TARGET_FILE:morvaned> ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 
 # The client side links as C, with nothing left undefined: it needs the C library alone.
 if(NOT MORVANE_SANITIZE)
@@ -63,6 +63,6 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT MORVANE_SANITIZE)
   file(GLOB target_test CONFIGURE_DEPENDS ${target_bin}/mrvctl_test)  # which may be built later
 endif()
 if(target_test)
-  served_test(served_by_32_bit ${target_bin}/morvaned ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
-  served_test(served_to_32_bit $<TARGET_FILE:morvaned> ${target_bin})
+  remote_test(served_by_32_bit ${target_bin}/morvaned ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  remote_test(served_to_32_bit $<TARGET_FILE:morvaned> ${target_bin})
 endif()

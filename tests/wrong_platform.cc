@@ -30,7 +30,7 @@ template <typename Function>
 Function *right(Function * /*function*/, const char *name) {
   return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
-#define RIGHT(function) right(&(function), #function)
+#define NEXT(function) right(&(function), #function)
 
 constexpr uint32_t kAll = 0xFFFFFFFF;
 
@@ -51,7 +51,7 @@ bool has_room(const Request *request, uint32_t length) {
 
 int send(uint32_t case_code, void *record, uint32_t length) {
   sys_srvc_case_params_t params = {KEL_ASIC_DRIVER_MORVANE, record};
-  return RIGHT(sse_call2)(case_code, &params, length);
+  return NEXT(sse_call2)(case_code, &params, length);
 }
 
 // The last record of a read of one register. It is answered again behind a run of one word alone,
@@ -225,7 +225,7 @@ int hook(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
   KEL_ASIC_fn hooks = {};
   kel_asic_limits_t limits = {};
   kel_asic_ver_t revision = {};
-  RIGHT(morvane_lib_init)(&hooks, &limits, &revision, 0, nullptr, 0, nullptr);
+  NEXT(morvane_lib_init)(&hooks, &limits, &revision, 0, nullptr, 0, nullptr);
   return hooks.reg_dhs_entry_size(block, vreg, index);
 }
 
@@ -275,7 +275,7 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t lengt
 }
 
 int cardcfg_get_real_asic_type(uint32_t slot, uint32_t asic_index, uint32_t *dev_type) {
-  const int result = RIGHT(cardcfg_get_real_asic_type)(slot, asic_index, dev_type);
+  const int result = NEXT(cardcfg_get_real_asic_type)(slot, asic_index, dev_type);
   if (result != 0 && wrong("P9_writes_and_fails"))
     *dev_type = 0;
   if (result == 0 && wrong("P7_P16_tells_another_type"))
@@ -294,7 +294,7 @@ int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
     *reinterpret_cast<void **>(&library_read) = dlsym(RTLD_DEFAULT, "lib_mrv_asic_read");
     library_read(0, 0, KEL_ASIC_BLK_HI, 0, 0, &data, 0, file, 0, "wrong");
   }
-  const int result = RIGHT(cardcfg_card_get_sw_card_id)(slot, sw_card_id);
+  const int result = NEXT(cardcfg_card_get_sw_card_id)(slot, sw_card_id);
   if (wrong("P8_tells_another_each_time"))
     *sw_card_id = ++asked;
   return result;
@@ -306,7 +306,7 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
   const kel_asic_limits_t limits_before = *limits;
   const kel_asic_ver_t version_before = *asic_ver;
   const syserr_t result =
-      RIGHT(morvane_lib_init)(funcs, limits, asic_ver, context, file, line, func);
+      NEXT(morvane_lib_init)(funcs, limits, asic_ver, context, file, line, func);
   funcs->reg_dhs_entry_size = hook;
   if (wrong("P11_leaves_a_limit"))
     limits->max_xl = limits_before.max_xl;
@@ -329,7 +329,7 @@ const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) 
   static uint32_t calls = 0;
   static ChangedTable changed;
   static kel_asic_reg_t bases[kInstances];
-  const kel_asic_reg_t **table = RIGHT(kel_asic_get_all_base_table)(KEL_ASIC_VER_B0);
+  const kel_asic_reg_t **table = NEXT(kel_asic_get_all_base_table)(KEL_ASIC_VER_B0);
   std::copy_n(table[KEL_ASIC_BLK_XL], kInstances, bases);
   if (wrong("P17_lacks_an_array"))
     return changed.with_array(table, KEL_ASIC_BLK_XL, nullptr);
@@ -345,7 +345,7 @@ const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) 
 const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t /*asic_ver*/) {
   static ChangedTable changed;
   static kel_asic_reg_t offsets[KEL_ASIC_HF_NUM_ENUM];
-  const kel_asic_reg_t **table = RIGHT(kel_asic_get_all_reg_table)(KEL_ASIC_VER_B0);
+  const kel_asic_reg_t **table = NEXT(kel_asic_get_all_reg_table)(KEL_ASIC_VER_B0);
   std::copy_n(table[KEL_ASIC_BLK_HF], KEL_ASIC_HF_NUM_ENUM, offsets);
   if (wrong("P18_lacks_an_array"))
     return changed.with_array(table, KEL_ASIC_BLK_HF, nullptr);

@@ -89,7 +89,7 @@ int DriverService::handle(uint32_t case_code, uint32_t driver_id, void *record, 
 
 int DriverService::read_registers(kel_asic_reg_access_params_t &request, uint32_t length) {
   if (request.type == TYPE_READ_DHS)
-    return read_run(request, length);
+    return read_block(request, length);
   if (request.type != TYPE_READ)
     return EINVAL;
   if (length != kRequestHeader)
@@ -103,7 +103,7 @@ int DriverService::read_registers(kel_asic_reg_access_params_t &request, uint32_
 
 int DriverService::write_registers(const kel_asic_reg_access_params_t &request, uint32_t length) {
   if (request.type == TYPE_WRITE_DHS)
-    return write_run(request, length);
+    return write_block(request, length);
   if (request.type != TYPE_WRITE && request.type != TYPE_WRITE_FIELD)
     return EINVAL;
   if (length != kRequestHeader)
@@ -117,8 +117,8 @@ int DriverService::write_registers(const kel_asic_reg_access_params_t &request, 
   return 0;
 }
 
-int DriverService::read_run(kel_asic_reg_access_params_t &request, uint32_t length) {
-  if (const int refusal = check_run(request, length))
+int DriverService::read_block(kel_asic_reg_access_params_t &request, uint32_t length) {
+  if (const int refusal = check_block_access(request, length))
     return refusal;
   const VirtualAsic &asic = *find_asic(static_cast<uint32_t>(request.module), request.asic);
   for (uint32_t i = 0; i < request.num; ++i)
@@ -126,8 +126,8 @@ int DriverService::read_run(kel_asic_reg_access_params_t &request, uint32_t leng
   return 0;
 }
 
-int DriverService::write_run(const kel_asic_reg_access_params_t &request, uint32_t length) {
-  if (const int refusal = check_run(request, length))
+int DriverService::write_block(const kel_asic_reg_access_params_t &request, uint32_t length) {
+  if (const int refusal = check_block_access(request, length))
     return refusal;
   VirtualAsic &asic = *find_asic(static_cast<uint32_t>(request.module), request.asic);
   for (uint32_t i = 0; i < request.num; ++i)
@@ -136,7 +136,8 @@ int DriverService::write_run(const kel_asic_reg_access_params_t &request, uint32
 }
 
 // A run may have room for more words than it carries.
-int DriverService::check_run(const kel_asic_reg_access_params_t &request, uint32_t length) {
+int DriverService::check_block_access(const kel_asic_reg_access_params_t &request,
+                                      uint32_t length) {
   const uint32_t room = length - kRequestHeader;
   if (room % 4 != 0 || request.num > room / 4)
     return EMSGSIZE;

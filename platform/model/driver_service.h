@@ -42,10 +42,10 @@ class DriverService {
  private:
   int read_registers(kel_asic_reg_access_params_t &request, uint32_t length);
   int write_registers(const kel_asic_reg_access_params_t &request, uint32_t length);
-  int read_run(kel_asic_reg_access_params_t &request, uint32_t length);
-  int write_run(const kel_asic_reg_access_params_t &request, uint32_t length);
+  int read_block(kel_asic_reg_access_params_t &request, uint32_t length);
+  int write_block(const kel_asic_reg_access_params_t &request, uint32_t length);
   int check_words(const kel_asic_reg_access_params_t &request, uint32_t count);
-  int check_run(const kel_asic_reg_access_params_t &request, uint32_t length);
+  int check_block_access(const kel_asic_reg_access_params_t &request, uint32_t length);
   int write_transaction(const kel_asic_xn_t &transaction);
   // Inline, as a transaction calls them for each of its entries.
   inline int check_write(const kel_asic_xn_entry_t &write);

@@ -23,14 +23,14 @@ struct Window {
 };
 
 // The one that was found last. Neighbours are mostly asked for together.
-extern Window window_at_hand;
+extern Window cached_window;
 
 // Finds the window that an address is in, if there is one.
 bool find_window(uint32_t address);
 
 // Whether a register, or an entry of a table register, has a word at this address.
 inline bool has_word(uint32_t address) {
-  return address % 4 == 0 && (window_at_hand.has(address) || find_window(address));
+  return address % 4 == 0 && (cached_window.has(address) || find_window(address));
 }
 
 }  // namespace virtual_asic

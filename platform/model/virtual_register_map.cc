@@ -172,7 +172,7 @@ int dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t dhs_index
 
 namespace virtual_asic {
 
-Window window_at_hand;
+Window cached_window;
 
 bool find_window(uint32_t address) {
   const uint32_t block = address / kBlockSpan - 1;
@@ -183,7 +183,7 @@ bool find_window(uint32_t address) {
   for (const Window &window : register_map().windows[block]) {
     if (!window.has(place))
       continue;
-    window_at_hand = {address - place + window.begin, window.size};
+    cached_window = {address - place + window.begin, window.size};
     return true;
   }
   return false;

@@ -4,12 +4,12 @@ bool WordStore::find(uint32_t address) const {
   const auto found = pages_.find(address / kPageSpan);
   if (found == pages_.end())
     return false;
-  at_hand_ = found->second.get();
+  cached_page_ = found->second.get();
   number_at_hand_ = found->first;
   return true;
 }
 
 void WordStore::add(uint32_t address) {
-  at_hand_ = (pages_[address / kPageSpan] = std::make_unique<Page>()).get();
+  cached_page_ = (pages_[address / kPageSpan] = std::make_unique<Page>()).get();
   number_at_hand_ = address / kPageSpan;
 }

@@ -12,27 +12,27 @@ class WordStore {
  public:
   // A word that was never written is 0.
   uint32_t read(uint32_t address) const {
-    return has_at_hand(address) || find(address) ? (*at_hand_)[address % kPageSpan / 4] : 0;
+    return is_cached(address) || find(address) ? (*cached_page_)[address % kPageSpan / 4] : 0;
   }
 
   // The word itself.
   uint32_t &at(uint32_t address) {
-    if (!has_at_hand(address) && !find(address))
+    if (!is_cached(address) && !find(address))
       add(address);
-    return (*at_hand_)[address % kPageSpan / 4];
+    return (*cached_page_)[address % kPageSpan / 4];
   }
 
  private:
   static constexpr uint32_t kPageSpan = 4096;
   using Page = std::array<uint32_t, kPageSpan / 4>;
 
-  bool has_at_hand(uint32_t address) const { return address / kPageSpan == number_at_hand_; }
+  bool is_cached(uint32_t address) const { return address / kPageSpan == number_at_hand_; }
   bool find(uint32_t address) const;
   void add(uint32_t address);
 
   std::unordered_map<uint32_t, std::unique_ptr<Page>> pages_;
   mutable uint32_t number_at_hand_ = UINT32_MAX;  // no page has it: it is none of a register
-  mutable Page *at_hand_ = nullptr;
+  mutable Page *cached_page_ = nullptr;
 };
 
 #endif

@@ -12,7 +12,7 @@ namespace {
 // 0 or an errno.
 int find_card(remote::Card &card) {
   if (remote::is_remote())
-    return remote::ask(remote::kCard, nullptr, 0, &card, sizeof card);
+    return remote::control_request(remote::kCard, nullptr, 0, &card, sizeof card);
   card = {own_switch().device_type, own_switch().sw_card_id};
   return 0;
 }
@@ -38,7 +38,7 @@ int cardcfg_card_get_sw_card_id(uint32_t /*slot*/, uint16_t *sw_card_id) {
 int vp_set_card(uint32_t device_type, uint16_t sw_card_id) {
   if (remote::is_remote()) {
     const remote::Card card = {device_type, sw_card_id};
-    return remote::ask(remote::kSetCard, &card, sizeof card, nullptr, 0);
+    return remote::control_request(remote::kSetCard, &card, sizeof card, nullptr, 0);
   }
   own_switch().device_type = device_type;
   own_switch().sw_card_id = sw_card_id;

@@ -7,7 +7,7 @@
 #include "wire/switch_client.h"
 
 int vp_connect(const char *address) {
-  return remote::switch_to(address);
+  return remote::use_switch_at(address);
 }
 
 int vp_clients(const vp_client **clients, uint32_t *count) {
@@ -22,7 +22,7 @@ int vp_add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type
     return EFAULT;
   if (remote::is_remote()) {
     const remote::Traffic request = {{module, asic}, port_type, port, *traffic};
-    return remote::ask(remote::kAddTraffic, &request, sizeof request, nullptr, 0);
+    return remote::control_request(remote::kAddTraffic, &request, sizeof request, nullptr, 0);
   }
   return own_switch().driver.add_traffic(module, asic, port_type, port, *traffic);
 }
@@ -32,7 +32,8 @@ int vp_asic_show(uint32_t module, uint32_t asic, vp_asic_state *state) {
     return EFAULT;
   if (remote::is_remote()) {
     const remote::AsicNumber request = {module, asic};
-    return remote::ask(remote::kShowAsic, &request, sizeof request, state, sizeof *state);
+    return remote::control_request(remote::kShowAsic, &request, sizeof request, state,
+                                   sizeof *state);
   }
   const VirtualAsic *const found = own_switch().driver.find_asic(module, asic);
   if (found == nullptr)

@@ -123,7 +123,7 @@ void vp_answer_next_num(uint32_t num) {
 int vp_reset(void) {
   transport() = Transport();
   if (remote::is_remote())
-    return remote::ask(remote::kReset, nullptr, 0, nullptr, 0);
+    return remote::control_request(remote::kReset, nullptr, 0, nullptr, 0);
   own_switch() = VirtualSwitch();
   return 0;
 }

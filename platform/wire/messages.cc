@@ -29,14 +29,14 @@ bool has_answer_length(const Header &answer, const Header &request) {
     return answer.length == 0 || answer.length == request.length;
   if (request.kind == kListClients) {
     return answer.length % sizeof(vp_client) == 0 &&
-           answer.length / sizeof(vp_client) <= kMostClients;
+           answer.length / sizeof(vp_client) <= kMaxClients;
   }
   return answer.length == kLengths[request.kind].answer;
 }
 
 }  // namespace
 
-const char *fault_of(const Hello &hello) {
+const char *validate(const Hello &hello) {
   if (hello.magic != kMagic)
     return "it does not speak this protocol";
   if (hello.version != kVersion)
@@ -46,7 +46,7 @@ const char *fault_of(const Hello &hello) {
   return nullptr;
 }
 
-const char *fault_of(const Header &request) {
+const char *validate(const Header &request) {
   if (request.kind < kCall || request.kind >= kEndOfKinds)
     return "a request of an unknown kind";
   if (request.result != 0 || request.error_number != 0)
@@ -58,7 +58,7 @@ const char *fault_of(const Header &request) {
   return request.length == kLengths[request.kind].request ? nullptr : "a request of another length";
 }
 
-bool answers(const Header &answer, const Header &request) {
+bool is_valid_reply(const Header &answer, const Header &request) {
   if (answer.sequence != request.sequence || answer.kind != request.kind ||
       answer.case_code != request.case_code || answer.driver_id != request.driver_id) {
     return false;

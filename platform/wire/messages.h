@@ -74,16 +74,16 @@ static_assert(sizeof(Card) == 8 && sizeof(AsicNumber) == 8 && sizeof(Traffic) ==
               "the bodies are the same for both word sizes");
 
 // What is wrong with a client's hello; null where nothing is.
-const char *fault_of(const Hello &hello);
+const char *validate(const Hello &hello);
 
 // What is wrong with the header of a request; null where nothing is. A length beyond what the
 // service takes is not looked at here.
-const char *fault_of(const Header &request);
+const char *validate(const Header &request);
 
 // Whether this is the header of an answer to the request. A failure has no body. Only the number of
-// clients in a list is the service's to choose, up to kMostClients.
-bool answers(const Header &answer, const Header &request);
-constexpr uint32_t kMostClients = 65536;
+// clients in a list is the service's to choose, up to kMaxClients.
+bool is_valid_reply(const Header &answer, const Header &request);
+constexpr uint32_t kMaxClients = 65536;
 
 }  // namespace remote
 

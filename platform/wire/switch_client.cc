@@ -16,12 +16,12 @@
 namespace remote {
 namespace {
 
-constexpr int kDefaultWait = 2000;     // ms
-constexpr int kLeastHelloWait = 1000;  // ms
-constexpr int kRetryPause = 10;        // ms
+constexpr int kDefaultWait = 2000;   // ms
+constexpr int kMinHelloWait = 1000;  // ms
+constexpr int kRetryPause = 10;      // ms
 constexpr int64_t kNever = INT64_MAX;
 
-// What the environment says, and switch_to() behind it.
+// What the environment says, and use_switch_at() behind it.
 struct Settings {
   bool known;
   bool remote;
@@ -168,14 +168,14 @@ int receive(int fd, Transfer &transfer, size_t least, int64_t deadline) {
 
 // Whether the connection's number is still our socket's: a process that puts itself into the
 // background closes all that it finds open, and its next files take the numbers.
-bool is_ours(const Connection &of) {
+bool owns_descriptor(const Connection &of) {
   struct stat now_open = {};
   return of.fd >= 0 && fstat(of.fd, &now_open) == 0 && now_open.st_dev == of.device &&
          now_open.st_ino == of.inode;
 }
 
-void drop(Connection &which) {
-  if (is_ours(which))
+void disconnect(Connection &which) {
+  if (owns_descriptor(which))
     close(which.fd);
   which.fd = -1;
 }
@@ -244,7 +244,7 @@ int open_connection(int64_t hello_deadline, bool *again) {
 
 int connect_to_service() {
   const int64_t deadline = now() + settings.wait;
-  int hello_wait = settings.wait > kLeastHelloWait ? settings.wait : kLeastHelloWait;
+  int hello_wait = settings.wait > kMinHelloWait ? settings.wait : kMinHelloWait;
   if (settings.timeout > 0 && settings.timeout < hello_wait)
     hello_wait = settings.timeout;
   for (;;) {
@@ -264,9 +264,9 @@ int connect_to(const char *address) {
 
 // A child of fork() has a connection of its own: its parent's answers are not for it.
 int ensure_connection() {
-  if (connection.process == getpid() && is_ours(connection))
+  if (connection.process == getpid() && owns_descriptor(connection))
     return 0;
-  drop(connection);
+  disconnect(connection);
   return connect_to_service();
 }
 
@@ -286,7 +286,7 @@ int receive_answer(const Header &request, uint32_t expected, Header &answer, int
   Transfer transfer = {{{&answer, sizeof answer}, {buffer.bytes, expected}}, 0};
   if (const int error = receive(connection.fd, transfer, sizeof answer, deadline))
     return error;
-  if (!answers(answer, request))
+  if (!is_valid_reply(answer, request))
     return EPROTO;
   if (answer.length > expected) {
     if (!reserve(answer.length))
@@ -308,7 +308,7 @@ int exchange(Header &request, const void *body, uint32_t expected, Header &answe
   else if (cut == 0 || is_gone(cut))  // who refuses a record before all of it has come says so
     error = receive_answer(request, expected, answer, deadline);
   if (cut != 0 || error != 0)
-    drop(connection);
+    disconnect(connection);
   return error;
 }
 
@@ -337,7 +337,7 @@ bool is_remote() {
   return known_settings().remote;
 }
 
-int switch_to(const char *address) {
+int use_switch_at(const char *address) {
   const Settings settings_before = known_settings();
   Connection connection_before = connection;
   settings.remote = address != nullptr;
@@ -347,7 +347,7 @@ int switch_to(const char *address) {
     connection = connection_before;
     return error;
   }
-  drop(connection_before);
+  disconnect(connection_before);
   return 0;
 }
 
@@ -362,7 +362,8 @@ Outcome call(uint32_t case_code, uint32_t driver_id, void *record, uint32_t leng
   return {answer.result, answer.error_number};
 }
 
-int ask(Kind kind, const void *request, uint32_t length, void *answer, uint32_t answer_length) {
+int control_request(Kind kind, const void *request, uint32_t length, void *answer,
+                    uint32_t answer_length) {
   Header header = {};
   if (const int error = deliver({0, kind, 0, 0, 0, 0, length}, request, answer_length, header))
     return error;

@@ -18,18 +18,19 @@ struct Outcome {
   int error_number;  // where the result is negative
 };
 
-// Whether the switch is in another process: MORVANE_SWITCH or switch_to() names it.
+// Whether the switch is in another process: MORVANE_SWITCH or use_switch_at() names it.
 bool is_remote();
 
 // Connects to the service at this address, and sends all requests there from now on; null puts the
 // switch back into this process. 0 or an errno; a failure leaves all as it was.
-int switch_to(const char *address);
+int use_switch_at(const char *address);
 
 // A service call: the answer is left in the record.
 Outcome call(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length);
 
 // Any other request, whose answer has the same length each time. 0 or an errno.
-int ask(Kind kind, const void *request, uint32_t length, void *answer, uint32_t answer_length);
+int control_request(Kind kind, const void *request, uint32_t length, void *answer,
+                    uint32_t answer_length);
 
 // 0 or an errno. The clients stay valid until the next request.
 int list_clients(const vp_client **clients, uint32_t *count);

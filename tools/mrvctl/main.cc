@@ -110,15 +110,15 @@ void run_command(Runner &runner, Session &session, const Command &command,
   });
 }
 
-void initialise(Runner &runner, Session &session, const Options &options, Setup setup) {
+void initialise(Runner &runner, Session &session, const Options &options, Requires setup) {
   runner.run({}, "init", [&] {
     session.set_command("init");
     watch_calls(options.calls);
-    if (setup != Setup::kNone)
+    if (setup != Requires::kNone)
       open_platform(options.platform);
-    if (setup == Setup::kLibrary || setup == Setup::kPlatform)
+    if (setup == Requires::kLibrary || setup == Requires::kPlatform)
       connect_to_switch(options.service);
-    if (setup == Setup::kLibrary)
+    if (setup == Requires::kLibrary)
       session.initialise();
     if (options.trace)
       show_trace_state(session);
@@ -146,7 +146,7 @@ void run(Runner &runner, Parser &parser, Session &session, const Options &option
   if (options.dry_run)
     return show_dry_run(session, chosen.run ? shown : script.name,
                         chosen.run ? 1 : script.lines.size());
-  initialise(runner, session, options, options.trace ? Setup::kLibrary : chosen.setup);
+  initialise(runner, session, options, options.trace ? Requires::kLibrary : chosen.setup);
   if (runner.failed())
     return;
   if (chosen.run)
@@ -199,7 +199,7 @@ int parse_and_run(int argc, char **argv) {
         argc, argv,
         {[&](Arguments &arguments) { describe_options(arguments, options); }, kDescription, kFooter,
          "mrvctl " MRVCTL_VERSION});
-  } catch (const TextAsked &asked) {
+  } catch (const HelpRequested &asked) {
     std::cout << asked.text << std::flush;
     return static_cast<int>(std::cout ? Status::kDone : Status::kFailed);
   } catch (const ArgumentsRefused &refusal) {

@@ -36,9 +36,9 @@ std::string RegisterMap::missing(const Register &reg) const {
   return "";
 }
 
-std::vector<RegisterRun> RegisterMap::runs(kel_asic_blk_t block, uint32_t instance,
-                                           const std::vector<kel_asic_reg_t> &numbers) const {
-  std::vector<RegisterRun> runs;
+std::vector<RegisterBlock> RegisterMap::runs(kel_asic_blk_t block, uint32_t instance,
+                                             const std::vector<kel_asic_reg_t> &numbers) const {
+  std::vector<RegisterBlock> runs;
   for (const kel_asic_reg_t vreg : numbers) {
     if (offsets_[block][vreg] == KEL_ASIC_NO_REGISTER)
       continue;

@@ -12,7 +12,7 @@
 namespace mrvctl {
 
 // Registers of which each stands behind the one before, so that one read takes them all.
-struct RegisterRun {
+struct RegisterBlock {
   Register first;
   uint32_t count;
 };
@@ -35,8 +35,8 @@ class RegisterMap {
 
   // Registers of an instance that exists, given by their numbers in order, in as few runs as they
   // allow: a hole is left out, and a run ends where the map does not put the next number behind.
-  std::vector<RegisterRun> runs(kel_asic_blk_t block, uint32_t instance,
-                                const std::vector<kel_asic_reg_t> &numbers) const;
+  std::vector<RegisterBlock> runs(kel_asic_blk_t block, uint32_t instance,
+                                  const std::vector<kel_asic_reg_t> &numbers) const;
 
   // What the hook says of a table's entry size; below 1 where it does not answer.
   int hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) const;

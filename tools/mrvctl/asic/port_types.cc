@@ -36,7 +36,7 @@ std::string port_text(uint32_t port_type, uint32_t port) {
   return port_type_text(port_type) + " " + std::to_string(port);
 }
 
-std::optional<uint32_t> most_ports(const kel_asic_limits_t &limits, uint32_t port_type) {
+std::optional<uint32_t> max_ports(const kel_asic_limits_t &limits, uint32_t port_type) {
   if (port_type == CARDCFG_PORT_TYPE_HIF)
     return std::min(limits.max_hi, kPortNumbers);
   if (port_type == CARDCFG_PORT_TYPE_NIF)

@@ -22,7 +22,7 @@ std::string port_text(uint32_t port_type, uint32_t port);
 constexpr uint32_t kPortNumbers = 256;  // what records have room for
 
 // How many ports of a type there may be, where the limits tell.
-std::optional<uint32_t> most_ports(const kel_asic_limits_t &limits, uint32_t port_type);
+std::optional<uint32_t> max_ports(const kel_asic_limits_t &limits, uint32_t port_type);
 
 }  // namespace mrvctl
 

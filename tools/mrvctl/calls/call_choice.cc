@@ -8,7 +8,7 @@
 namespace mrvctl {
 namespace {
 
-bool touches(const NotedCall &call, const RegisterChoice &reg, const AddressIndex &index) {
+bool touches(const DecodedCall &call, const RegisterChoice &reg, const AddressIndex &index) {
   const std::vector<Access> all = accesses(call);
   return std::any_of(all.begin(), all.end(), [&](const Access &access) {
     return index.last_word_of(reg, access.address, access.words).has_value();
@@ -45,7 +45,7 @@ void describe_choice(Arguments &arguments, CallChoice &choice) {
       .type_name("TIME");
 }
 
-bool is_chosen(const CallChoice &choice, const NotedCall &call, const AddressIndex &index) {
+bool is_chosen(const CallChoice &choice, const DecodedCall &call, const AddressIndex &index) {
   if (call.wall_ns < choice.since_ns || call.wall_ns >= choice.until_ns)
     return false;
   if ((choice.failed && !call.failed) || (choice.writes && !is_write(call.request)))
@@ -57,7 +57,7 @@ bool is_chosen(const CallChoice &choice, const NotedCall &call, const AddressInd
   return !choice.reg || touches(call, *choice.reg, index);
 }
 
-std::optional<WrittenWord> last_written(const NotedCall &call, const PlacedRegister &placed,
+std::optional<WrittenWord> last_written(const DecodedCall &call, const PlacedRegister &placed,
                                         const AddressIndex &index) {
   if (!is_write(call.request))
     return std::nullopt;

@@ -22,7 +22,7 @@ struct CallChoice {
 
 void describe_choice(Arguments &arguments, CallChoice &choice);
 
-bool is_chosen(const CallChoice &choice, const NotedCall &call, const AddressIndex &index);
+bool is_chosen(const CallChoice &choice, const DecodedCall &call, const AddressIndex &index);
 
 // A register of one module and ASIC.
 struct PlacedRegister {
@@ -36,7 +36,7 @@ struct WrittenWord {
   Access access;
   uint32_t word;  // of the access
 };
-std::optional<WrittenWord> last_written(const NotedCall &call, const PlacedRegister &placed,
+std::optional<WrittenWord> last_written(const DecodedCall &call, const PlacedRegister &placed,
                                         const AddressIndex &index);
 
 }  // namespace mrvctl

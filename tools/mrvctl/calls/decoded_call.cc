@@ -15,7 +15,7 @@ constexpr size_t kWordsShown = 2;
 constexpr size_t kEntriesShown = 3;
 constexpr uint32_t kWholeRegister = 0xFFFFFFFF;
 
-std::string outcome_of(const NotedCall &call) {
+std::string outcome_of(const DecodedCall &call) {
   if (!call.result)
     return "under-way";
   if (*call.result < 0)
@@ -23,7 +23,7 @@ std::string outcome_of(const NotedCall &call) {
   return *call.result == 0 ? "ok" : format("result=%d", *call.result);
 }
 
-ServiceCall service_call(const NotedCall &call, const std::vector<uint8_t> &record) {
+ServiceCall service_call(const DecodedCall &call, const std::vector<uint8_t> &record) {
   return {call.case_code,
           call.driver,
           record.empty() ? nullptr : record.data(),
@@ -41,11 +41,11 @@ bool is_run(const RegisterFields &reg) {
 }
 
 // The values that a register request wrote, or that were read.
-std::vector<uint32_t> register_values(const NotedCall &call, const RegisterFields &request) {
+std::vector<uint32_t> register_values(const DecodedCall &call, const RegisterFields &request) {
   const RegisterFields *from = &request;
   if (reads_words(request))
     from = std::get_if<RegisterFields>(&call.answer);
-  if (from == nullptr || (from == &request && !call.value_told))
+  if (from == nullptr || (from == &request && !call.value_known))
     return {};
   return is_run(request) ? from->words : std::vector<uint32_t>{from->data};
 }
@@ -61,7 +61,7 @@ std::string run_text(const std::vector<uint32_t> &words, uint32_t num) {
   return text + (num > std::min(words.size(), kWordsShown) ? " ..." : "");
 }
 
-std::string register_value_text(const NotedCall &call, const RegisterFields &request) {
+std::string register_value_text(const DecodedCall &call, const RegisterFields &request) {
   if (is_command(request))
     return "-";
   const std::vector<uint32_t> values = register_values(call, request);
@@ -101,7 +101,7 @@ std::string entries_text(const TransactionFields &transaction, const AddressInde
   return join(entries, ", ");
 }
 
-std::string detail_text(const NotedCall &call, const AddressIndex &index,
+std::string detail_text(const DecodedCall &call, const AddressIndex &index,
                         const std::optional<RegisterChoice> &wanted) {
   if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
     return entries_text(*transaction, index, wanted);
@@ -111,7 +111,7 @@ std::string detail_text(const NotedCall &call, const AddressIndex &index,
 
 }  // namespace
 
-void decode(NotedCall &call) {
+void decode(DecodedCall &call) {
   call.has_record = true;
   call.request = fields_of(service_call(call, call.request_bytes), call.request_bytes.size());
   if (!call.answer_bytes.empty())
@@ -121,7 +121,7 @@ void decode(NotedCall &call) {
   call.failed = call.result && *call.result != 0;
 }
 
-std::vector<Access> accesses(const NotedCall &call) {
+std::vector<Access> accesses(const DecodedCall &call) {
   std::vector<Access> all;
   if (const auto *reg = std::get_if<RegisterFields>(&call.request)) {
     const uint32_t mask = reg->type == TYPE_WRITE_FIELD ? reg->mask : kWholeRegister;
@@ -140,7 +140,7 @@ std::vector<Access> accesses(const NotedCall &call) {
   return all;
 }
 
-std::string target_text(const NotedCall &call, const AddressIndex &index) {
+std::string target_text(const DecodedCall &call, const AddressIndex &index) {
   if (const auto *reg = std::get_if<RegisterFields>(&call.request)) {
     if (is_command(*reg))
       return command_text(reg->address, reg->asic) + place_text(reg->module, reg->asic >> 16);
@@ -156,7 +156,7 @@ std::string target_text(const NotedCall &call, const AddressIndex &index) {
   return call.place.empty() ? "-" : call.place;
 }
 
-std::string value_text(const NotedCall &call) {
+std::string value_text(const DecodedCall &call) {
   if (const auto *reg = std::get_if<RegisterFields>(&call.request))
     return register_value_text(call, *reg);
   if (const auto *timer = std::get_if<TimerFields>(&call.request))
@@ -168,7 +168,7 @@ std::string value_text(const NotedCall &call) {
   return "-";
 }
 
-std::string caller_text(const NotedCall &call) {
+std::string caller_text(const DecodedCall &call) {
   const auto *reg = std::get_if<RegisterFields>(&call.request);
   if (reg == nullptr || (reg->func.empty() && reg->file.empty()))
     return "";
@@ -182,7 +182,7 @@ std::string call_heading(size_t process_width) {
                 "VALUE", "RESULT", "CALLER");
 }
 
-std::string call_line(const NotedCall &call, const AddressIndex &index, size_t process_width,
+std::string call_line(const DecodedCall &call, const AddressIndex &index, size_t process_width,
                       const std::optional<RegisterChoice> &wanted) {
   const std::string duration = call.duration_ns ? duration_text(*call.duration_ns) : "-";
   std::string line =

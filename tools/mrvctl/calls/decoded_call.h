@@ -14,14 +14,14 @@
 namespace mrvctl {
 
 // The process that made the call.
-struct NotedProcess {
+struct CallingProcess {
   std::string program;
   uint32_t pid = 0;
   std::string label;  // "client.1234"
 };
 
-struct NotedCall {
-  const NotedProcess *process = nullptr;
+struct DecodedCall {
+  const CallingProcess *process = nullptr;
   size_t file = 0;                      // which of the files it stands in
   uint64_t number = 0;                  // which call of the process, from 1
   uint64_t wall_ns = 0;                 // when it began, since 1970
@@ -40,9 +40,9 @@ struct NotedCall {
   bool answer_cut = false;
 
   Fields request;
-  Fields answer;           // none where there was none
-  bool value_told = true;  // of what is written to a register: a trace log may not tell it
-  std::string place;       // what it is about, where no record tells
+  Fields answer;            // none where there was none
+  bool value_known = true;  // of what is written to a register: a trace log may not tell it
+  std::string place;        // what it is about, where no record tells
   std::string operation;
   std::string outcome;  // "ok", "ETIMEDOUT", "result=3", "under-way" ...
   bool failed = false;
@@ -50,7 +50,7 @@ struct NotedCall {
 
 // Fills in what follows from the records, which are there, and the result: the fields, the
 // operation, the outcome.
-void decode(NotedCall &call);
+void decode(DecodedCall &call);
 
 // Registers that a call reads or writes: a word or a run of them.
 struct Access {
@@ -62,22 +62,22 @@ struct Access {
   std::vector<uint32_t> values;  // as many as are known
 };
 
-std::vector<Access> accesses(const NotedCall &call);
+std::vector<Access> accesses(const DecodedCall &call);
 
 // What the call is about: a register, a command, a port, the name of a transaction.
-std::string target_text(const NotedCall &call, const AddressIndex &index);
+std::string target_text(const DecodedCall &call, const AddressIndex &index);
 
 // The value or words that it carried, either way.
-std::string value_text(const NotedCall &call);
+std::string value_text(const DecodedCall &call);
 
 // "main client.c:10 context 7"; empty where nobody told.
-std::string caller_text(const NotedCall &call);
+std::string caller_text(const DecodedCall &call);
 
 // One line of a table that has these headings. Behind a call that does not tell its caller stand
 // the first entries of its transaction, of those that touch a register where one is wanted, or the
 // sums of its statistics.
 std::string call_heading(size_t process_width);
-std::string call_line(const NotedCall &call, const AddressIndex &index, size_t process_width,
+std::string call_line(const DecodedCall &call, const AddressIndex &index, size_t process_width,
                       const std::optional<RegisterChoice> &wanted);
 
 }  // namespace mrvctl

@@ -140,11 +140,11 @@ class LogReader {
   bool enter(const Line &line, std::string_view function);
   bool leave(const Line &line, std::string_view function);
   void close(const Line *line);
-  static void settle(const Open &left, NotedCall &call, bool exited);
+  static void settle(const Open &left, DecodedCall &call, bool exited);
   void abandon();
 
   // The innermost open operation of that kind, or null.
-  NotedCall *innermost();
+  DecodedCall *innermost();
   RegisterFields *request();
 
   bool take_address(const Line &line, const Parts &parts);
@@ -205,12 +205,12 @@ const LogReader::Rule LogReader::kRules[] = {
     {"BEGIN LOG : *", &LogReader::take_begin},
 };
 
-NotedCall *LogReader::innermost() {
+DecodedCall *LogReader::innermost() {
   return open_.empty() ? nullptr : &log_.calls[open_.back().call];
 }
 
 RegisterFields *LogReader::request() {
-  NotedCall *call = innermost();
+  DecodedCall *call = innermost();
   return call == nullptr ? nullptr : std::get_if<RegisterFields>(&call->request);
 }
 
@@ -239,7 +239,7 @@ bool LogReader::enter(const Line &line, std::string_view function) {
       open_.push_back({operation, open_.back().call});
     return !open_.empty();
   }
-  NotedCall call;
+  DecodedCall call;
   call.number = log_.calls.size() + 1;
   call.wall_ns = line.time_ns;
   call.order_ns = line.time_ns;
@@ -266,7 +266,7 @@ bool LogReader::leave(const Line &line, std::string_view function) {
 void LogReader::close(const Line *line) {
   const Open left = open_.back();
   open_.pop_back();
-  NotedCall &call = log_.calls[left.call];
+  DecodedCall &call = log_.calls[left.call];
   if (left.operation->depth == kAppend) {
     call.outcome = "queued";
     return;
@@ -278,14 +278,14 @@ void LogReader::close(const Line *line) {
   if (left.operation->depth == kAccess && !open_.empty() &&
       open_.back().operation->depth == kOutermost &&
       open_.back().operation->name != std::string_view("program")) {
-    NotedCall &command = *innermost();
+    DecodedCall &command = *innermost();
     command.request = call.request;
     command.outcome = call.outcome;
     command.failed = call.failed;
   }
 }
 
-void LogReader::settle(const Open &left, NotedCall &call, bool exited) {
+void LogReader::settle(const Open &left, DecodedCall &call, bool exited) {
   if (call.outcome != "-") {
     call.failed = call.outcome == "lost" || call.outcome == "no-memory" || call.failed;
     return;
@@ -347,7 +347,7 @@ bool LogReader::set_address(const Line &line, uint32_t address) {
   if (request() == nullptr) {
     innermost()->request = RegisterFields();
     request()->mask = UINT32_MAX;  // a field write tells its own
-    innermost()->value_told = false;
+    innermost()->value_known = false;
   }
   RegisterFields &reg = *request();
   reg.type = static_cast<uint32_t>(open_.back().operation->type);
@@ -369,7 +369,7 @@ bool LogReader::take_write_address(const Line &line, const Parts &parts) {
   reg.file = std::string(parts[0].substr(0, colon));
   reg.line = colon == std::string_view::npos ? 0 : decimal(parts[0].substr(colon + 1));
   reg.data = hex(parts[5]);
-  innermost()->value_told = true;
+  innermost()->value_known = true;
   return true;
 }
 
@@ -398,7 +398,7 @@ bool LogReader::take_entries_to_write(const Line &line, const Parts &parts) {
 bool LogReader::take_success(const Line &line, const Parts &parts) {
   if (!set_address(line, hex(parts[1])))
     return false;
-  NotedCall &call = *innermost();
+  DecodedCall &call = *innermost();
   RegisterFields &reg = *request();
   const auto masked = match(parts[2], "*mask 0x*");
   const uint32_t data = hex(masked ? (*masked)[0] : parts[2]);
@@ -410,7 +410,7 @@ bool LogReader::take_success(const Line &line, const Parts &parts) {
     call.answer = answer;
   } else {
     reg.data = data;
-    call.value_told = true;
+    call.value_known = true;
   }
   if (is_command(reg))
     call.operation = "command";
@@ -429,7 +429,7 @@ bool LogReader::add_read_word(uint32_t word) {
   const RegisterFields *reg = request();
   if (reg == nullptr)
     return false;
-  NotedCall &call = *innermost();
+  DecodedCall &call = *innermost();
   if (std::holds_alternative<std::monostate>(call.answer))
     call.answer = *reg;
   auto &answer = std::get<RegisterFields>(call.answer);
@@ -453,7 +453,7 @@ bool LogReader::take_written_word(const Line & /*line*/, const Parts &parts) {
   if (reg == nullptr)
     return false;
   reg->words.push_back(hex(parts[2]));
-  innermost()->value_told = true;
+  innermost()->value_known = true;
   return true;
 }
 

@@ -22,7 +22,7 @@ struct TraceLog {
   //   no-memory  the request buffer could not grow
   //   entered    the log ends before it was left
   //   -          the log does not tell
-  std::vector<NotedCall> calls;
+  std::vector<DecodedCall> calls;
   uint64_t unplaced_lines = 0;  // which are no lines of a trace, or belong to no operation
 };
 

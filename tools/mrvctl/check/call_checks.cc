@@ -24,8 +24,8 @@ constexpr int32_t kNoModule = 99;
 constexpr uint32_t kLate = 50000;  // microseconds that something late may take
 
 // A register for requests that are to be refused: the one to read, or the first plain one.
-uint32_t any_address(const Subject &subject) {
-  const RegisterMap map = described_map();
+uint32_t any_address(const CheckTarget &subject) {
+  const RegisterMap map = queried_map();
   if (subject.read)
     return map.address(*subject.read);
   for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
@@ -36,18 +36,18 @@ uint32_t any_address(const Subject &subject) {
         return map.address(reg);
     }
   }
-  throw NotApplicable{"the map has no plain register"};
+  throw Skip{"the map has no plain register"};
 }
 
-uint32_t read_address(const Subject &subject) {
-  return described_map().address(*subject.read);
+uint32_t read_address(const CheckTarget &subject) {
+  return queried_map().address(*subject.read);
 }
 
-Request read_request(const Subject &subject) {
+Request read_request(const CheckTarget &subject) {
   return Request(TYPE_READ, Registers(subject).entry(any_address(subject)));
 }
 
-void initialises_the_library(const Subject &subject) {
+void initialises_the_library(const CheckTarget &subject) {
   const Library library(subject);
 }
 
@@ -56,22 +56,22 @@ CallResult send_for_unknown_driver(const Request &request) {
                      kUnknownDriver);
 }
 
-void refuses_unknown_driver(const Subject &subject) {
+void refuses_unknown_driver(const CheckTarget &subject) {
   expect_refusal(send_for_unknown_driver(read_request(subject)),
                  format("a call for driver %u", kUnknownDriver));
 }
 
-void refuses_unknown_case(const Subject &subject) {
+void refuses_unknown_case(const CheckTarget &subject) {
   expect_refusal(read_request(subject).send(kUnknownCase), format("case 0x%08x", kUnknownCase));
 }
 
-void refuses_unknown_type(const Subject &subject) {
+void refuses_unknown_type(const CheckTarget &subject) {
   const Request request = read_request(subject);
   request->type = kUnknownType;
   expect_refusal(request.send(SYSSRV_REG_READ_CASE), format("a read of type %u", kUnknownType));
 }
 
-void refuses_wrong_lengths(const Subject &subject) {
+void refuses_wrong_lengths(const CheckTarget &subject) {
   const auto entry = Registers(subject).entry(any_address(subject));
   const auto header = static_cast<uint32_t>(sizeof(kel_asic_reg_access_params_t));
   const auto expect_refused = [](uint32_t case_code, const GuardedMemory &memory) {
@@ -92,7 +92,7 @@ void refuses_wrong_lengths(const Subject &subject) {
 }
 
 // A read commits an open transaction: that shows a platform that calls the library.
-void calls_no_library(const Subject &subject) {
+void calls_no_library(const CheckTarget &subject) {
   const Library library(subject);
   const Request unknown = read_request(subject);
   bool sent = false;
@@ -106,25 +106,25 @@ void calls_no_library(const Subject &subject) {
   uint16_t identifier = 0;
   cardcfg_get_real_asic_type(subject.slot, 0, &type);
   cardcfg_card_get_sw_card_id(subject.slot, &identifier);
-  ask_tables(ask_description(0));
+  query_tables(query_register_map(0));
   send_for_unknown_driver(unknown);
   if (sent)
-    throw Breach{"no operation of the library called by the platform",
-                 "an open transaction was sent"};
+    throw Violation{"no operation of the library called by the platform",
+                    "an open transaction was sent"};
 }
 
-void answers_in_the_record(const Subject &subject) {
+void answers_in_the_record(const CheckTarget &subject) {
   const auto entry = Registers(subject).entry(read_address(subject));
-  const auto unanswered = [&entry](uint32_t filling) {
-    const Request request(TYPE_READ, entry, 0, filling);
+  const auto unanswered = [&entry](uint32_t fill_pattern) {
+    const Request request(TYPE_READ, entry, 0, fill_pattern);
     expect_success(request.send(SYSSRV_REG_READ_CASE), "a read");
-    return request->data == filling;
+    return request->data == fill_pattern;
   };
-  if (unanswered(Request::kFilling) && unanswered(~Request::kFilling))
-    throw Breach{"the value in the record", "the record as it was sent"};
+  if (unanswered(Request::kFillPattern) && unanswered(~Request::kFillPattern))
+    throw Violation{"the value in the record", "the record as it was sent"};
 }
 
-void answers_before_it_returns(const Subject &subject) {
+void answers_before_it_returns(const CheckTarget &subject) {
   const auto entry = Registers(subject).entry(read_address(subject));
   const Request single(TYPE_READ, entry);
   const Request run(TYPE_READ_DHS, entry, 1);
@@ -133,10 +133,10 @@ void answers_before_it_returns(const Subject &subject) {
   const uint32_t answers[] = {single->data, run->num, run.words()[0]};
   usleep(kLate);
   if (single->data != answers[0] || run->num != answers[1] || run.words()[0] != answers[2])
-    throw Breach{"the record left alone once the call has returned", "it has changed"};
+    throw Violation{"the record left alone once the call has returned", "it has changed"};
 }
 
-void forgets_the_addresses(const Subject &subject) {
+void forgets_the_addresses(const CheckTarget &subject) {
   const auto entry = Registers(subject).entry(read_address(subject));
   const Request first(TYPE_READ, entry);
   const GuardedMemory params(sizeof(sys_srvc_case_params_t));
@@ -144,47 +144,48 @@ void forgets_the_addresses(const Subject &subject) {
   *case_params = {KEL_ASIC_DRIVER_MORVANE, first.memory().data()};
   const int result = sse_call2(SYSSRV_REG_READ_CASE, case_params, first.memory().length());
   expect_success({result, errno}, "a read");
-  first.memory().retire();
-  params.retire();
+  first.memory().revoke();
+  params.revoke();
   usleep(kLate);
   expect_success(Request(TYPE_READ, entry).send(SYSSRV_REG_READ_CASE), "the next read");
 }
 
 // The pages beside each record watch; these are all kinds of it that only look.
-void stays_within_the_record(const Subject &subject) {
+void stays_within_the_record(const CheckTarget &subject) {
   const Registers registers(subject);
   const uint32_t address = read_address(subject);
   registers.read(address);
-  registers.read_run(address, 1);
+  registers.read_block(address, 1);
   Request(TYPE_READ_DHS, registers.entry(address)).send(SYSSRV_REG_READ_CASE);  // refused or not
 }
 
 // Words behind those that were asked for, and those that the answer does not count, stay as sent.
-void counts_the_words_of_a_run(const Subject &subject) {
+void counts_the_words_of_a_run(const CheckTarget &subject) {
   constexpr uint32_t kRoom = 4;
   const Request request(TYPE_READ_DHS, Registers(subject).entry(read_address(subject)), kRoom);
   request->num = 1;
   expect_success(request.send(SYSSRV_REG_READ_CASE), "a read of one word, with room for more");
   if (request->num > 1)
-    throw Breach{"num at most the 1 word that was asked for", std::to_string(request->num)};
-  const auto written =
-      static_cast<uint32_t>(std::count_if(request.words(), request.words() + kRoom,
-                                          [](uint32_t word) { return word != Request::kFilling; }));
+    throw Violation{"num at most the 1 word that was asked for", std::to_string(request->num)};
+  const auto written = static_cast<uint32_t>(
+      std::count_if(request.words(), request.words() + kRoom,
+                    [](uint32_t word) { return word != Request::kFillPattern; }));
   if (written != request->num)
-    throw Breach{format("%u words of answer, as num says", request->num), std::to_string(written)};
+    throw Violation{format("%u words of answer, as num says", request->num),
+                    std::to_string(written)};
 }
 
-void refuses_unknown_module(const Subject &subject) {
+void refuses_unknown_module(const CheckTarget &subject) {
   const Request request = read_request(subject);
   request->module = kNoModule;
   expect_refusal(request.send(SYSSRV_REG_READ_CASE), format("a read from module %d", kNoModule));
 }
 
-void answers_the_library(const Subject &subject) {
+void answers_the_library(const CheckTarget &subject) {
   const Library library(subject);
-  described_map();
+  queried_map();
   library.read(*subject.read);
-  library.read_run(*subject.read, 1);
+  library.read_block(*subject.read, 1);
 }
 
 }  // namespace

@@ -11,54 +11,54 @@ namespace {
 constexpr uint32_t kSlots = 256;
 constexpr uint32_t kAsicsAsked = 4;
 
-void carries_a_morvane(const Subject &subject) {
-  for (const uint32_t filling : {UINT32_MAX, 0U}) {
-    uint32_t type = filling;
+void carries_a_morvane(const CheckTarget &subject) {
+  for (const uint32_t fill_pattern : {UINT32_MAX, 0U}) {
+    uint32_t type = fill_pattern;
     const int result = cardcfg_get_real_asic_type(subject.slot, 0, &type);
     if (result != 0 || type != CARDCFG_DEV_TYPE_MORVANE)
-      throw Breach{format("result 0 and device type 7 for the card in slot %u", subject.slot),
-                   format("result %d and device type %u", result, type)};
+      throw Violation{format("result 0 and device type 7 for the card in slot %u", subject.slot),
+                      format("result %d and device type %u", result, type)};
   }
 }
 
-uint16_t identifier_of(uint32_t slot, uint16_t filling) {
-  uint16_t identifier = filling;
+uint16_t identifier_of(uint32_t slot, uint16_t fill_pattern) {
+  uint16_t identifier = fill_pattern;
   const int result = cardcfg_card_get_sw_card_id(slot, &identifier);
   if (result != 0)
-    throw Breach{format("result 0 for the card in slot %u", slot), std::to_string(result)};
+    throw Violation{format("result 0 for the card in slot %u", slot), std::to_string(result)};
   return identifier;
 }
 
 // Slot 0 is asked at every read of table entries, whatever slot the card has.
-void has_an_identifier(const Subject &subject) {
+void has_an_identifier(const CheckTarget &subject) {
   for (const uint32_t slot : {subject.slot, 0U}) {
     const uint16_t one = identifier_of(slot, 0x5A5A);
     const uint16_t other = identifier_of(slot, 0xA5A5);
     if (one != other)
-      throw Breach{format("the same identifier each time, for slot %u", slot),
-                   format("%u, then %u", one, other)};
+      throw Violation{format("the same identifier each time, for slot %u", slot),
+                      format("%u, then %u", one, other)};
   }
 }
 
-void leaves_outputs_of_failed_queries(const Subject & /*subject*/) {
+void leaves_outputs_of_failed_queries(const CheckTarget & /*subject*/) {
   constexpr uint32_t kUntouched = 0x5AA55AA5;
   for (uint32_t slot = 0; slot < kSlots; ++slot) {
     uint16_t identifier = static_cast<uint16_t>(kUntouched);
     if (cardcfg_card_get_sw_card_id(slot, &identifier) != 0 &&
         identifier != static_cast<uint16_t>(kUntouched))
-      throw Breach{format("the identifier left alone by a failure for slot %u", slot),
-                   std::to_string(identifier)};
+      throw Violation{format("the identifier left alone by a failure for slot %u", slot),
+                      std::to_string(identifier)};
     for (uint32_t asic = 0; asic < kAsicsAsked; ++asic) {
       uint32_t type = kUntouched;
       if (cardcfg_get_real_asic_type(slot, asic, &type) != 0 && type != kUntouched)
-        throw Breach{
+        throw Violation{
             format("the device type left alone by a failure for slot %u, ASIC %u", slot, asic),
             std::to_string(type)};
     }
   }
 }
 
-void answers_quickly(const Subject & /*subject*/) {
+void answers_quickly(const CheckTarget & /*subject*/) {
   using Clock = std::chrono::steady_clock;
   constexpr auto kQuick = std::chrono::milliseconds(1);
   constexpr int kTimes = 100;
@@ -69,8 +69,9 @@ void answers_quickly(const Subject & /*subject*/) {
     fastest = std::min(fastest, Clock::now() - begin);
   }
   if (fastest > kQuick)
-    throw Breach{"the identifier within 1 ms",
-                 format("%.3f ms at best", std::chrono::duration<double>(fastest).count() * 1000)};
+    throw Violation{
+        "the identifier within 1 ms",
+        format("%.3f ms at best", std::chrono::duration<double>(fastest).count() * 1000)};
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ std::vector<Check> all_checks() {
   return all;
 }
 
-std::string missing_options(const Check &check, const Subject &subject) {
+std::string missing_options(const Check &check, const CheckTarget &subject) {
   const struct {
     Needs need;
     bool given;

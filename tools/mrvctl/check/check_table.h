@@ -20,7 +20,7 @@ struct PortName {
 };
 
 // What the checks may look at and write to.
-struct Subject {
+struct CheckTarget {
   uint32_t slot = 0;
   uint32_t module = 0;
   uint32_t asic = 0;
@@ -31,7 +31,7 @@ struct Subject {
   bool all_ports = false;
   std::optional<uint16_t> sp_timer;
   bool faults = false;
-  FoundValues *found = nullptr;  // what to put back
+  SavedValues *found = nullptr;  // what to put back
 };
 
 // What of a subject a check cannot do without, bit by bit.
@@ -50,14 +50,14 @@ struct Check {
   const char *name;    // what is so on a right platform
   const char *clause;  // of docs/porting.md
   uint32_t needs;
-  void (*run)(const Subject &);  // throws Breach or NotApplicable
+  void (*run)(const CheckTarget &);  // throws Violation or Skip
 };
 
 // All checks, in their order: those that only look come first.
 std::vector<Check> all_checks();
 
 // The options that a check needs and a subject lacks, "--scratch, --port"; empty where it has all.
-std::string missing_options(const Check &check, const Subject &subject);
+std::string missing_options(const Check &check, const CheckTarget &subject);
 
 // The parts of the table, by what they are about.
 std::vector<Check> map_checks();

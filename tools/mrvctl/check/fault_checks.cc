@@ -17,9 +17,9 @@ namespace {
 
 template <typename Function>
 Function *fault_control(const char *name) {
-  void *const found = find_in_platform(name);
+  void *const found = platform_symbol(name);
   if (found == nullptr)
-    throw NotApplicable{"this platform has no controls for failures"};
+    throw Skip{"this platform has no controls for failures"};
   return reinterpret_cast<Function *>(found);
 }
 
@@ -49,36 +49,36 @@ void order(const Fault &fault) {
     fault_control<decltype(vp_answer_next_call)>("vp_answer_next_call")(fault.result.result);
 }
 
-void fails_as_it_is_told(const Subject &subject) {
+void fails_as_it_is_told(const CheckTarget &subject) {
   const Registers registers(subject);
-  const uint32_t address = described_map().address(*subject.read);
+  const uint32_t address = queried_map().address(*subject.read);
   for (const Fault &fault : all_faults()) {
     order(fault);
     const CallResult seen = Request(TYPE_READ, registers.entry(address)).send(SYSSRV_REG_READ_CASE);
     if (seen.result != fault.result.result || seen.error_number != fault.result.error_number)
-      throw Breach{result_text(fault.result), result_text(seen)};
+      throw Violation{result_text(fault.result), result_text(seen)};
     registers.read(address);
   }
 }
 
-void fails_the_library_as_it_is_told(const Subject &subject) {
+void fails_the_library_as_it_is_told(const CheckTarget &subject) {
   const Library library(subject);
   for (const Fault &fault : all_faults()) {
     order(fault);
     const syserr_t seen = library.try_read(*subject.read);
     if (seen != fault.code)
-      throw Breach{
+      throw Violation{
           format("0x%08x of lib_mrv_asic_read after ", fault.code) + result_text(fault.result),
           format("0x%08x", seen)};
     library.read(*subject.read);
   }
 }
 
-void takes_no_word_too_many(const Subject &subject) {
+void takes_no_word_too_many(const CheckTarget &subject) {
   const Library library(subject);
   fault_control<decltype(vp_answer_next_num)>("vp_answer_next_num")(1000);
-  library.read_run(*subject.read, 1);
-  library.read_run(*subject.read, 1);
+  library.read_block(*subject.read, 1);
+  library.read_block(*subject.read, 1);
 }
 
 }  // namespace

@@ -48,14 +48,14 @@ void send_message(char kind, const char *clause, const char *expected, const cha
 }
 
 // The latest pieces of memory that nobody may touch.
-constexpr size_t kMostForbidden = 1024;
-std::array<Forbidden, kMostForbidden> forbidden;
+constexpr size_t kMaxGuards = 1024;
+std::array<GuardRegion, kMaxGuards> forbidden;
 size_t forbidden_count = 0;
 
-const Forbidden *find_forbidden(uintptr_t address) {
-  const size_t kept = forbidden_count < kMostForbidden ? forbidden_count : kMostForbidden;
+const GuardRegion *find_forbidden(uintptr_t address) {
+  const size_t kept = forbidden_count < kMaxGuards ? forbidden_count : kMaxGuards;
   for (size_t back = 1; back <= kept; ++back) {
-    const Forbidden &memory = forbidden[(forbidden_count - back) % kMostForbidden];
+    const GuardRegion &memory = forbidden[(forbidden_count - back) % kMaxGuards];
     if (memory.begin <= address && address < memory.end)
       return &memory;
   }
@@ -63,7 +63,7 @@ const Forbidden *find_forbidden(uintptr_t address) {
 }
 
 void end_by_bad_address(int signal_number, siginfo_t *info, void * /*context*/) {
-  const Forbidden *memory = find_forbidden(reinterpret_cast<uintptr_t>(info->si_addr));
+  const GuardRegion *memory = find_forbidden(reinterpret_cast<uintptr_t>(info->si_addr));
   if (memory != nullptr) {
     send_message(kWrongMessage, memory->clause, memory->expected, memory->seen);
     _exit(0);
@@ -94,10 +94,10 @@ void catch_bad_addresses() {
   try {
     work();
     send_message(kRightMessage, "", "", "");
-  } catch (const Breach &breach) {
+  } catch (const Violation &breach) {
     send_message(kWrongMessage, breach.clause.c_str(), breach.expected.c_str(),
                  breach.seen.c_str());
-  } catch (const NotApplicable &skipped) {
+  } catch (const Skip &skipped) {
     send_message(kSkippedMessage, "", "", skipped.why.c_str());
   } catch (const std::exception &error) {
     send_message(kWrongMessage, "", "no failure", error.what());
@@ -200,15 +200,15 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
   return outcome;
 }
 
-void forbid(const Forbidden &memory) {
-  forbidden[forbidden_count++ % kMostForbidden] = memory;
+void add_guard(const GuardRegion &memory) {
+  forbidden[forbidden_count++ % kMaxGuards] = memory;
 }
 
-BlameCrash::BlameCrash(const char *clause, const char *expected, const char *seen) {
-  forbid({0, UINTPTR_MAX, clause, expected, seen});
+CrashClause::CrashClause(const char *clause, const char *expected, const char *seen) {
+  add_guard({0, UINTPTR_MAX, clause, expected, seen});
 }
 
-BlameCrash::~BlameCrash() {
+CrashClause::~CrashClause() {
   --forbidden_count;
 }
 

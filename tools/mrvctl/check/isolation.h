@@ -11,14 +11,14 @@
 namespace mrvctl {
 
 // Thrown by a check: the platform does not keep its promise.
-struct Breach {
+struct Violation {
   std::string expected;
   std::string seen;
   std::string clause{};  // where it is not the check's own that is broken
 };
 
 // Thrown by a check that has nothing to look at on this platform.
-struct NotApplicable {
+struct Skip {
   std::string why;
 };
 
@@ -38,7 +38,7 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
 
 // Memory that nobody may touch, and which clause is broken when the process ends because somebody
 // has. The texts live as long as the process.
-struct Forbidden {
+struct GuardRegion {
   uintptr_t begin;
   uintptr_t end;
   const char *clause;
@@ -46,15 +46,15 @@ struct Forbidden {
   const char *seen;
 };
 
-void forbid(const Forbidden &memory);
+void add_guard(const GuardRegion &memory);
 
 // While it lives, whichever bad address ends the process is a breach of its clause.
-class BlameCrash {
+class CrashClause {
  public:
-  BlameCrash(const char *clause, const char *expected, const char *seen);
-  ~BlameCrash();
-  BlameCrash(const BlameCrash &) = delete;
-  BlameCrash &operator=(const BlameCrash &) = delete;
+  CrashClause(const char *clause, const char *expected, const char *seen);
+  ~CrashClause();
+  CrashClause(const CrashClause &) = delete;
+  CrashClause &operator=(const CrashClause &) = delete;
 };
 
 }  // namespace mrvctl

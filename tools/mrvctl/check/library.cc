@@ -19,12 +19,12 @@ constexpr char kCheck[] = "check";
 
 void expect_done(syserr_t result, const char *operation) {
   if (result != 0)
-    throw Breach{std::string("result 0 of ") + operation, result_text(result)};
+    throw Violation{std::string("result 0 of ") + operation, result_text(result)};
 }
 
 }  // namespace
 
-Library::Library(const Subject &subject)
+Library::Library(const CheckTarget &subject)
     : module_(static_cast<int>(subject.module)), asic_(subject.asic) {
   // Initialisation prints on standard output.
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
@@ -32,11 +32,11 @@ Library::Library(const Subject &subject)
   const syserr_t result = lib_mrv_asic_init(static_cast<slot_num_t>(subject.slot),
                                             KEL_ASIC_DRIVER_MORVANE, 0, caller_file, 0, kCheck);
   if (result != 0)
-    throw Breach{"result 0 of lib_mrv_asic_init", result_text(result), "P16"};
+    throw Violation{"result 0 of lib_mrv_asic_init", result_text(result), "P16"};
 }
 
 uint32_t Library::read(const Register &reg) const {
-  uint32_t data = Request::kFilling;
+  uint32_t data = Request::kFillPattern;
   expect_done(lib_mrv_asic_read(module_, asic_, reg.block, reg.instance, reg.vreg, &data, 0,
                                 caller_file, 0, kCheck),
               "lib_mrv_asic_read");
@@ -49,7 +49,7 @@ syserr_t Library::try_read(const Register &reg) const {
                            0, kCheck);
 }
 
-std::vector<uint32_t> Library::read_run(const Register &reg, uint32_t count) const {
+std::vector<uint32_t> Library::read_block(const Register &reg, uint32_t count) const {
   const GuardedMemory words(4 * count);
   auto *const data = static_cast<uint32_t *>(words.data());
   expect_done(lib_mrv_asic_n_read(module_, asic_, reg.block, reg.instance, reg.vreg, data, count, 0,
@@ -60,7 +60,7 @@ std::vector<uint32_t> Library::read_run(const Register &reg, uint32_t count) con
 
 std::vector<uint32_t> Library::read_entries(const Register &reg, uint32_t index, uint32_t count,
                                             uint32_t words) const {
-  std::vector<uint32_t> data(words, Request::kFilling);
+  std::vector<uint32_t> data(words, Request::kFillPattern);
   expect_done(lib_mrv_asic_read_dhs(module_, asic_, reg.block, reg.instance, reg.vreg, index,
                                     data.data(), count, 0, caller_file, 0, kCheck),
               "lib_mrv_asic_read_dhs");

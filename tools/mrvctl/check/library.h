@@ -11,11 +11,11 @@ namespace mrvctl {
 
 class Library {
  public:
-  // Throws Breach where the library cannot be initialised.
-  explicit Library(const Subject &subject);
+  // Throws Violation where the library cannot be initialised.
+  explicit Library(const CheckTarget &subject);
 
   uint32_t read(const Register &reg) const;
-  std::vector<uint32_t> read_run(const Register &reg, uint32_t count) const;
+  std::vector<uint32_t> read_block(const Register &reg, uint32_t count) const;
   std::vector<uint32_t> read_entries(const Register &reg, uint32_t index, uint32_t count,
                                      uint32_t words) const;
   void write(const Register &reg, uint32_t data) const;

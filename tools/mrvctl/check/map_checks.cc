@@ -16,22 +16,22 @@ namespace {
 
 constexpr uint8_t kOneFilling = 0x5A;
 constexpr uint8_t kOtherFilling = 0xA5;
-constexpr uint32_t kMostInstances = 4096;
+constexpr uint32_t kMaxInstances = 4096;
 
-void describes_an_asic(const Subject & /*subject*/) {
-  const Description description = ask_description(0);
+void describes_an_asic(const CheckTarget & /*subject*/) {
+  const Description description = query_register_map(0);
   if (description.result != 0)
-    throw Breach{"result 0 of morvane_lib_init", format("0x%08x", description.result)};
+    throw Violation{"result 0 of morvane_lib_init", format("0x%08x", description.result)};
 }
 
 // A field that the platform leaves alone keeps what it was filled with.
 template <typename Field>
 void expect_filled(Field field, const std::string &name) {
-  if (field(ask_description(kOneFilling)) != field(ask_description(kOtherFilling)))
-    throw Breach{name + " set", "it keeps what it held"};
+  if (field(query_register_map(kOneFilling)) != field(query_register_map(kOtherFilling)))
+    throw Violation{name + " set", "it keeps what it held"};
 }
 
-void fills_the_limits(const Subject & /*subject*/) {
+void fills_the_limits(const CheckTarget & /*subject*/) {
   const auto limit = [](uint32_t kel_asic_limits_t::*member) {
     return [member](const Description &description) { return description.limits.*member; };
   };
@@ -43,29 +43,29 @@ void fills_the_limits(const Subject & /*subject*/) {
   }
 }
 
-void has_plausible_limits(const Subject & /*subject*/) {
-  const kel_asic_limits_t limits = ask_description(0).limits;
+void has_plausible_limits(const CheckTarget & /*subject*/) {
+  const kel_asic_limits_t limits = query_register_map(0).limits;
   if (limits.max_modules < 1 || limits.max_modules > 4)
-    throw Breach{"1 to 4 modules", std::to_string(limits.max_modules)};
+    throw Violation{"1 to 4 modules", std::to_string(limits.max_modules)};
   uint32_t blocks = 0;
   for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
     const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
     const bool has_ports = info.block == KEL_ASIC_BLK_HI || info.block == KEL_ASIC_BLK_NI;
-    const uint32_t most = has_ports ? kPortNumbers : kMostInstances;
+    const uint32_t most = has_ports ? kPortNumbers : kMaxInstances;
     const uint32_t instances = limits.*info.instances;
     if (instances > most)
-      throw Breach{format("at most %u instances of block %s", most, info.enumerator),
-                   std::to_string(instances)};
+      throw Violation{format("at most %u instances of block %s", most, info.enumerator),
+                      std::to_string(instances)};
     blocks += instances > 0 ? 1 : 0;
   }
   if (blocks == 0)
-    throw Breach{"a block with an instance", "none has one"};
+    throw Violation{"a block with an instance", "none has one"};
 }
 
-void has_one_asic(const Subject & /*subject*/) {
-  const uint32_t highest = ask_description(0).limits.max_asic;
+void has_one_asic(const CheckTarget & /*subject*/) {
+  const uint32_t highest = query_register_map(0).limits.max_asic;
   if (highest != 0)
-    throw Breach{"max_asic 0", std::to_string(highest)};
+    throw Violation{"max_asic 0", std::to_string(highest)};
 }
 
 template <typename Use>
@@ -77,44 +77,45 @@ void for_each_hook_register(Use use) {
   }
 }
 
-void sets_the_hook(const Subject & /*subject*/) {
+void sets_the_hook(const CheckTarget & /*subject*/) {
   expect_filled([](const Description &description) { return description.hooks.reg_dhs_entry_size; },
                 "reg_dhs_entry_size");
-  if (ask_description(0).hooks.reg_dhs_entry_size != nullptr)
+  if (query_register_map(0).hooks.reg_dhs_entry_size != nullptr)
     return;
-  const RegisterMap map = described_map();
+  const RegisterMap map = queried_map();
   for_each_hook_register([&](const Register &reg) {
     if (map.missing(reg).empty())
-      throw Breach{"a hook, as the map has " + register_text(reg), "reg_dhs_entry_size is null"};
+      throw Violation{"a hook, as the map has " + register_text(reg), "reg_dhs_entry_size is null"};
   });
 }
 
 // The hook, where there is one to ask.
 decltype(KEL_ASIC_fn::reg_dhs_entry_size) hook() {
-  const Description description = ask_description(0);
+  const Description description = query_register_map(0);
   if (description.hooks.reg_dhs_entry_size == nullptr)
-    throw NotApplicable{"reg_dhs_entry_size is null"};
+    throw Skip{"reg_dhs_entry_size is null"};
   return description.hooks.reg_dhs_entry_size;
 }
 
-void hook_knows_its_registers(const Subject & /*subject*/) {
+void hook_knows_its_registers(const CheckTarget & /*subject*/) {
   const auto entry_size = hook();
-  const RegisterMap map = described_map();
+  const RegisterMap map = queried_map();
   for_each_hook_register([&](const Register &reg) {
     if (!map.missing(reg).empty())
       return;
     const int size = entry_size(reg.block, reg.vreg, 0);
     if (size < 1 || size > static_cast<int>(kLargestEntry) ||
         size != entry_size(reg.block, reg.vreg, 0))
-      throw Breach{format("1 to %u words in entry 0 of ", kLargestEntry) + register_text(reg),
-                   std::to_string(size)};
+      throw Violation{format("1 to %u words in entry 0 of ", kLargestEntry) + register_text(reg),
+                      std::to_string(size)};
     const int beyond = entry_size(reg.block, reg.vreg, UINT32_MAX);
     if (beyond >= 1)
-      throw Breach{"below 1 for entry 4294967295 of " + register_text(reg), std::to_string(beyond)};
+      throw Violation{"below 1 for entry 4294967295 of " + register_text(reg),
+                      std::to_string(beyond)};
   });
 }
 
-void hook_refuses_other_registers(const Subject & /*subject*/) {
+void hook_refuses_other_registers(const CheckTarget & /*subject*/) {
   const auto entry_size = hook();
   for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
     const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
@@ -123,34 +124,35 @@ void hook_refuses_other_registers(const Subject & /*subject*/) {
         continue;
       const int size = entry_size(info.block, vreg, 0);
       if (size >= 1)
-        throw Breach{"below 1 for " + register_text({info.block, 0, vreg}), std::to_string(size)};
+        throw Violation{"below 1 for " + register_text({info.block, 0, vreg}),
+                        std::to_string(size)};
     }
   }
 }
 
-void gives_a_revision(const Subject & /*subject*/) {
+void gives_a_revision(const CheckTarget & /*subject*/) {
   expect_filled([](const Description &description) { return description.revision; },
                 "the revision");
 }
 
-void has_bases(const Subject & /*subject*/) {
-  const AddressTables tables = ask_tables(ask_description(0));
+void has_bases(const CheckTarget & /*subject*/) {
+  const AddressTables tables = query_tables(query_register_map(0));
   for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
     const auto &bases = tables.bases[block];
     if (std::find(bases.begin(), bases.end(), KEL_ASIC_NO_REGISTER) != bases.end())
-      throw Breach{format("a base address for each instance of %s", kel_asic_blk_names[block]),
-                   "0xFFFFFFFF"};
+      throw Violation{format("a base address for each instance of %s", kel_asic_blk_names[block]),
+                      "0xFFFFFFFF"};
   }
 }
 
-void has_offsets(const Subject & /*subject*/) {
-  const AddressTables tables = ask_tables(ask_description(0));
+void has_offsets(const CheckTarget & /*subject*/) {
+  const AddressTables tables = query_tables(query_register_map(0));
   for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
     const auto &offsets = tables.offsets[block];
     if (!offsets.empty() && std::all_of(offsets.begin(), offsets.end(), [](kel_asic_reg_t offset) {
           return offset == KEL_ASIC_NO_REGISTER;
         }))
-      throw Breach{format("a register in block %s", kel_asic_blk_names[block]), "only holes"};
+      throw Violation{format("a register in block %s", kel_asic_blk_names[block]), "only holes"};
   }
 }
 
@@ -160,49 +162,49 @@ std::string span_text(const AddressSpan &span) {
                                           static_cast<unsigned long long>(span.end - 1));
 }
 
-// Throws Breach for the first register, by address, that is wrong.
+// Throws Violation for the first register, by address, that is wrong.
 template <typename Wrong>
 void expect_of_all(const std::string &expected, Wrong wrong) {
-  if (const std::optional<AddressSpan> found = first_span(described_map(), wrong))
-    throw Breach{expected, span_text(*found)};
+  if (const std::optional<AddressSpan> found = first_span(queried_map(), wrong))
+    throw Violation{expected, span_text(*found)};
 }
 
-// Throws Breach for the first two neighbours, by address, that are in each other's way.
+// Throws Violation for the first two neighbours, by address, that are in each other's way.
 template <typename Clash>
 void expect_no_clash(const std::string &expected, Clash clash) {
-  const std::vector<AddressSpan> spans = address_spans(described_map());
+  const std::vector<AddressSpan> spans = address_spans(queried_map());
   const auto found = std::adjacent_find(spans.begin(), spans.end(), clash);
   if (found != spans.end())
-    throw Breach{expected, span_text(found[0]) + ", " + span_text(found[1])};
+    throw Violation{expected, span_text(found[0]) + ", " + span_text(found[1])};
 }
 
-void has_aligned_addresses(const Subject & /*subject*/) {
+void has_aligned_addresses(const CheckTarget & /*subject*/) {
   expect_of_all("a multiple of 4", [](const AddressSpan &span) { return span.begin % 4 != 0; });
 }
 
-void shares_no_address(const Subject & /*subject*/) {
+void shares_no_address(const CheckTarget & /*subject*/) {
   expect_no_clash("an address of its own for each register",
                   [](const AddressSpan &a, const AddressSpan &b) { return a.begin == b.begin; });
 }
 
-void has_room_for_tables(const Subject & /*subject*/) {
+void has_room_for_tables(const CheckTarget & /*subject*/) {
   expect_no_clash("no register among the entries of a table",
                   [](const AddressSpan &a, const AddressSpan &b) {
                     return a.begin != b.begin && a.end > b.begin;
                   });
 }
 
-void keeps_off_the_commands(const Subject & /*subject*/) {
+void keeps_off_the_commands(const CheckTarget & /*subject*/) {
   expect_of_all("addresses below 0xffffffe4", [](const AddressSpan &span) {
     return span.end > KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
   });
 }
 
-void keeps_its_tables(const Subject & /*subject*/) {
-  const AddressTables before = ask_tables(ask_description(0));
-  const AddressTables after = ask_tables(ask_description(0));
+void keeps_its_tables(const CheckTarget & /*subject*/) {
+  const AddressTables before = query_tables(query_register_map(0));
+  const AddressTables after = query_tables(query_register_map(0));
   if (before.bases != after.bases || before.offsets != after.offsets)
-    throw Breach{"the same addresses at each call", "others"};
+    throw Violation{"the same addresses at each call", "others"};
 }
 
 }  // namespace

@@ -25,8 +25,8 @@ struct QosAnswer {
 };
 
 // Asks for the statistics of a port, in a record whose statistics are full of one byte.
-QosAnswer ask_qos(const Subject &subject, kel_asic_qos_stats_type_t type, const PortName &port,
-                  uint8_t filling = 0) {
+QosAnswer ask_qos(const CheckTarget &subject, kel_asic_qos_stats_type_t type, const PortName &port,
+                  uint8_t fill_pattern = 0) {
   const GuardedMemory memory(sizeof(kel_asic_qos_stats_params_t));
   auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
   std::fill_n(static_cast<uint8_t *>(memory.data()), memory.length(), uint8_t{0});
@@ -35,13 +35,13 @@ QosAnswer ask_qos(const Subject &subject, kel_asic_qos_stats_type_t type, const 
   request.asic = static_cast<cardcfg_dev_id_t>(subject.asic);
   request.port_type = port.type;
   request.port = port.number;
-  std::fill_n(reinterpret_cast<uint8_t *>(&request.stats), sizeof request.stats, filling);
+  std::fill_n(reinterpret_cast<uint8_t *>(&request.stats), sizeof request.stats, fill_pattern);
   const CallResult result = send_record(SYSSRV_MEM_READ_CASE, memory, memory.length());
   return {result, request.stats};
 }
 
-kel_asic_qos_stats_t statistics(const Subject &subject, uint8_t filling = 0) {
-  const QosAnswer answer = ask_qos(subject, QOS_STATS_GET, *subject.port, filling);
+kel_asic_qos_stats_t statistics(const CheckTarget &subject, uint8_t fill_pattern = 0) {
+  const QosAnswer answer = ask_qos(subject, QOS_STATS_GET, *subject.port, fill_pattern);
   expect_success(answer.result, "a request for the statistics of the port");
   return answer.stats;
 }
@@ -63,29 +63,30 @@ StatisticsBytes bytes_of(const kel_asic_qos_stats_t &stats) {
   return bytes;
 }
 
-void answers_all_statistics(const Subject &subject) {
+void answers_all_statistics(const CheckTarget &subject) {
   constexpr uint8_t kFillings[] = {0x5A, 0xA5};
   const StatisticsBytes one = bytes_of(statistics(subject, kFillings[0]));
   const StatisticsBytes other = bytes_of(statistics(subject, kFillings[1]));
   for (size_t i = 0; i < one.size(); ++i) {
     if (one[i] == kFillings[0] && other[i] == kFillings[1])
-      throw Breach{"every field of the statistics answered", format("byte %zu as it was sent", i)};
+      throw Violation{"every field of the statistics answered",
+                      format("byte %zu as it was sent", i)};
   }
 }
 
 // By the error a client tells a port that is not there from one that fails.
-void expect_lacking(const Subject &subject, const PortName &port, std::vector<int> errors) {
+void expect_lacking(const CheckTarget &subject, const PortName &port, std::vector<int> errors) {
   const CallResult result = ask_qos(subject, QOS_STATS_GET, port).result;
   const std::string what = format("statistics of port %u of type %u", port.number, port.type);
   expect_refusal(result, what);
   if (std::find(errors.begin(), errors.end(), result.error_number) == errors.end())
-    throw Breach{what + " refused as of a port that is not there", result_text(result)};
+    throw Violation{what + " refused as of a port that is not there", result_text(result)};
 }
 
-void refuses_missing_ports(const Subject &subject) {
-  const kel_asic_limits_t limits = ask_description(0).limits;
+void refuses_missing_ports(const CheckTarget &subject) {
+  const kel_asic_limits_t limits = query_register_map(0).limits;
   for (const auto type : {CARDCFG_PORT_TYPE_HIF, CARDCFG_PORT_TYPE_NIF}) {
-    const uint32_t first = *most_ports(limits, type);
+    const uint32_t first = *max_ports(limits, type);
     if (first < kPortNumbers)
       expect_lacking(subject, {type, static_cast<cardcfg_port_id_t>(first)}, {ENXIO, ENODEV});
   }
@@ -105,34 +106,34 @@ uint64_t counted_drops(const kel_asic_qos_stats_t &stats) {
 // Traffic may go on, but what was counted before is gone.
 void expect_fewer(uint64_t after, uint64_t before, const char *what) {
   if (before == 0)
-    throw NotApplicable{"the port has counted nothing that could be cleared"};
+    throw Skip{"the port has counted nothing that could be cleared"};
   if (after >= before)
-    throw Breach{
+    throw Violation{
         format("fewer than %llu counted after ", static_cast<unsigned long long>(before)) + what,
         format("%llu", static_cast<unsigned long long>(after))};
 }
 
 // Lets the port count something, where the platform can be told to.
-void make_traffic(const Subject &subject) {
-  void *const found = find_in_platform("vp_add_traffic");
+void make_traffic(const CheckTarget &subject) {
+  void *const found = platform_symbol("vp_add_traffic");
   const vp_traffic traffic = {VP_N2H, 0, 100, 10};
   if (found != nullptr)
     reinterpret_cast<decltype(vp_add_traffic) *>(found)(
         subject.module, subject.asic, subject.port->type, subject.port->number, &traffic);
 }
 
-void expect_cleared(const Subject &subject, kel_asic_qos_stats_type_t type, const char *what) {
+void expect_cleared(const CheckTarget &subject, kel_asic_qos_stats_type_t type, const char *what) {
   make_traffic(subject);
   const uint64_t before = counted_frames(statistics(subject));
   expect_success(ask_qos(subject, type, *subject.port).result, what);
   expect_fewer(counted_frames(statistics(subject)), before, what);
 }
 
-void clears_a_port(const Subject &subject) {
+void clears_a_port(const CheckTarget &subject) {
   expect_cleared(subject, QOS_STATS_CLEAR, "a clear of the port");
 }
 
-void clears_every_port(const Subject &subject) {
+void clears_every_port(const CheckTarget &subject) {
   expect_cleared(subject, QOS_STATS_CLEAR_ALL, "a clear of every port");
 }
 
@@ -140,7 +141,7 @@ void send_request(kel_asic_access_type_t type, const kel_asic_xn_entry_t &comman
   expect_success(Request(type, command).send(SYSSRV_REG_WRITE_CASE), "a command");
 }
 
-void clears_drop_counters(const Subject &subject) {
+void clears_drop_counters(const CheckTarget &subject) {
   make_traffic(subject);
   const uint64_t before = counted_drops(statistics(subject));
   const kel_asic_xn_entry_t command = {static_cast<int32_t>(subject.module),
@@ -150,9 +151,9 @@ void clears_drop_counters(const Subject &subject) {
   expect_fewer(counted_drops(statistics(subject)), before, "a clear of all drop counters");
 }
 
-const Subject &with_link_pause(const Subject &subject) {
+const CheckTarget &with_link_pause(const CheckTarget &subject) {
   if (subject.port->type != CARDCFG_PORT_TYPE_HIF && subject.port->type != CARDCFG_PORT_TYPE_NIF)
-    throw NotApplicable{"host and network ports alone have link pause"};
+    throw Skip{"host and network ports alone have link pause"};
   return subject;
 }
 
@@ -162,7 +163,7 @@ class LinkPause {
   // How commands are sent.
   using Send = void (*)(const kel_asic_xn_entry_t &command);
 
-  explicit LinkPause(const Subject &subject)
+  explicit LinkPause(const CheckTarget &subject)
       : subject_(with_link_pause(subject)), found_(flow_control()) {
     // The best guess until the two settings were seen.
     subject_.found->keep_only(command(found_ != 0));
@@ -183,27 +184,27 @@ class LinkPause {
     send(command(false));
     const port_flow_ctrl_t disabled = flow_control();
     if (enabled == disabled)
-      throw Breach{"another flow control with link pause than without",
-                   format("0x%04x with and without", enabled)};
+      throw Violation{"another flow control with link pause than without",
+                      format("0x%04x with and without", enabled)};
     subject_.found->keep_only(command(found_ == enabled));
   }
 
  private:
-  const Subject &subject_;
+  const CheckTarget &subject_;
   port_flow_ctrl_t found_;
 };
 
-void takes_commands_in_requests(const Subject &subject) {
+void takes_commands_in_requests(const CheckTarget &subject) {
   LinkPause(subject).expect_obeyed(
       [](const kel_asic_xn_entry_t &command) { send_request(TYPE_WRITE, command); });
 }
 
-void takes_commands_in_transactions(const Subject &subject) {
+void takes_commands_in_transactions(const CheckTarget &subject) {
   LinkPause(subject).expect_obeyed(
       [](const kel_asic_xn_entry_t &command) { commit({command}, "a transaction of a command"); });
 }
 
-void takes_no_masked_command(const Subject &subject) {
+void takes_no_masked_command(const CheckTarget &subject) {
   const LinkPause pause(subject);
   send_request(TYPE_WRITE, pause.command(true));
   const port_flow_ctrl_t enabled = pause.flow_control();
@@ -212,7 +213,7 @@ void takes_no_masked_command(const Subject &subject) {
   const auto expect_no_command = [&](const CallResult &result, const char *what) {
     expect_refusal(result, what);
     if (pause.flow_control() != enabled)
-      throw Breach{std::string(what) + " taken as no command", "it was obeyed"};
+      throw Violation{std::string(what) + " taken as no command", "it was obeyed"};
   };
   expect_no_command(Request(TYPE_WRITE_FIELD, masked).send(SYSSRV_REG_WRITE_CASE),
                     "a field write at the address of a command");
@@ -221,7 +222,7 @@ void takes_no_masked_command(const Subject &subject) {
       [](const kel_asic_xn_entry_t &command) { send_request(TYPE_WRITE, command); });
 }
 
-void programs_the_sp_timer(const Subject &subject) {
+void programs_the_sp_timer(const CheckTarget &subject) {
   Request request(TYPE_READ, Registers(subject).entry(0, *subject.sp_timer, 0), 0,
                   *subject.sp_timer);
   expect_success(request.send(SYSSRV_SP_TIME_CONFIGURE), "the SP timer");

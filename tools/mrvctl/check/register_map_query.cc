@@ -14,8 +14,8 @@ const morvane::caller kCaller = {caller_file, 0, "check"};
 
 // Copies an array of the platform's, every element of which has to be there.
 std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t length) {
-  const BlameCrash blame("P19", "arrays as long as the limits and enumerations say",
-                         "an array ends before");
+  const CrashClause blame("P19", "arrays as long as the limits and enumerations say",
+                          "an array ends before");
   return {array, array + length};
 }
 
@@ -25,14 +25,15 @@ std::vector<std::vector<kel_asic_reg_t>> copy_table(const Description &descripti
                                                     const kel_asic_reg_t **table, const char *what,
                                                     const char *clause, Length length) {
   if (table == nullptr)
-    throw Breach{format("a table of %ss", what), "none", clause};
+    throw Violation{format("a table of %ss", what), "none", clause};
   std::vector<std::vector<kel_asic_reg_t>> copies(KEL_ASIC_NUM_BLK);
   for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
     const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
     if (description.limits.*info.instances == 0)
       continue;
     if (table[i] == nullptr)
-      throw Breach{format("an array of %ss for block %s", what, info.enumerator), "none", clause};
+      throw Violation{format("an array of %ss for block %s", what, info.enumerator), "none",
+                      clause};
     copies[i] = copy_array(table[i], length(info));
   }
   return copies;
@@ -40,18 +41,18 @@ std::vector<std::vector<kel_asic_reg_t>> copy_table(const Description &descripti
 
 }  // namespace
 
-Description ask_description(uint8_t filling) {
+Description query_register_map(uint8_t fill_pattern) {
   Description description;
-  std::memset(&description, filling, sizeof description);
+  std::memset(&description, fill_pattern, sizeof description);
   description.result =
       morvane_lib_init(&description.hooks, &description.limits, &description.revision,
                        kCaller.context, caller_file, kCaller.line, kCaller.func);
   return description;
 }
 
-AddressTables ask_tables(const Description &description) {
+AddressTables query_tables(const Description &description) {
   if (description.result != 0)
-    throw Breach{"result 0 of morvane_lib_init", format("0x%08x", description.result), "P16"};
+    throw Violation{"result 0 of morvane_lib_init", format("0x%08x", description.result), "P16"};
   return {
       copy_table(description, kel_asic_get_all_base_table(description.revision), "base address",
                  "P17", [&](const BlockInfo &info) { return description.limits.*info.instances; }),
@@ -59,8 +60,8 @@ AddressTables ask_tables(const Description &description) {
                  [](const BlockInfo &info) { return info.registers; })};
 }
 
-RegisterMap described_map() {
-  ask_tables(ask_description(0));
+RegisterMap queried_map() {
+  query_tables(query_register_map(0));
   return RegisterMap(kCaller);
 }
 

@@ -19,7 +19,7 @@ struct Description {
   kel_asic_ver_t revision;
 };
 
-Description ask_description(uint8_t filling);
+Description query_register_map(uint8_t fill_pattern);
 
 // The addresses, block by block: copies of what the tables hold.
 struct AddressTables {
@@ -27,11 +27,12 @@ struct AddressTables {
   std::vector<std::vector<kel_asic_reg_t>> offsets;
 };
 
-// Throws Breach where a table, or the array of a block that has instances, is missing or too short.
-AddressTables ask_tables(const Description &description);
+// Throws Violation where a table, or the array of a block that has instances, is missing or too
+// short.
+AddressTables query_tables(const Description &description);
 
-// The map, once what it is made of was seen to be there. Throws Breach.
-RegisterMap described_map();
+// The map, once what it is made of was seen to be there. Throws Violation.
+RegisterMap queried_map();
 
 }  // namespace mrvctl
 

@@ -40,21 +40,21 @@ GuardedMemory::GuardedMemory(uint32_t length) : length_(length) {
   data_ = pages_ + pages_length_ - length;
   const auto begin = reinterpret_cast<uintptr_t>(pages_);
   const uintptr_t end = begin + pages_length_;
-  forbid({begin - page, begin, "P5", kWithinLength, "the page before the record was touched"});
-  forbid({end, end + page, "P5", kWithinLength, "the page behind the record was touched"});
+  add_guard({begin - page, begin, "P5", kWithinLength, "the page before the record was touched"});
+  add_guard({end, end + page, "P5", kWithinLength, "the page behind the record was touched"});
 }
 
 void GuardedMemory::expect_untouched_before() const {
   const uint8_t *begin = static_cast<uint8_t *>(data_);
   if (std::any_of(static_cast<const uint8_t *>(pages_), begin,
                   [](uint8_t byte) { return byte != kBefore; }))
-    throw Breach{kWithinLength, "bytes before the record were written", "P5"};
+    throw Violation{kWithinLength, "bytes before the record were written", "P5"};
 }
 
-void GuardedMemory::retire() const {
+void GuardedMemory::revoke() const {
   const auto begin = reinterpret_cast<uintptr_t>(pages_);
-  forbid({begin, begin + pages_length_, "P4", "no address of a call used after it",
-          "an address of an earlier call was used"});
+  add_guard({begin, begin + pages_length_, "P4", "no address of a call used after it",
+             "an address of an earlier call was used"});
   mprotect(pages_, pages_length_, PROT_NONE);
 }
 
@@ -73,28 +73,28 @@ CallResult send_record(uint32_t case_code, const GuardedMemory &record, uint32_t
   const CallResult answer = {result, result < 0 ? errno : 0};
   if (result < 0 && (answer.error_number < 1 ||
                      answer.error_number > static_cast<int>(KEL_ASIC_SYSERR_ERRNO_MASK)))
-    throw Breach{"errno from 1 to 4095 with a result below 0", result_text(answer), "P3"};
+    throw Violation{"errno from 1 to 4095 with a result below 0", result_text(answer), "P3"};
   record.expect_untouched_before();
   return answer;
 }
 
 void expect_success(const CallResult &result, const std::string &call) {
   if (result.result != 0)
-    throw Breach{"result 0 of " + call, result_text(result)};
+    throw Violation{"result 0 of " + call, result_text(result)};
 }
 
 void expect_refusal(const CallResult &result, const std::string &call) {
   if (result.result == 0)
-    throw Breach{call + " refused", "result 0"};
+    throw Violation{call + " refused", "result 0"};
 }
 
 void expect_word(uint32_t expected, uint32_t seen, const std::string &where) {
   if (seen != expected)
-    throw Breach{format("0x%08x ", expected) + where, format("0x%08x", seen)};
+    throw Violation{format("0x%08x ", expected) + where, format("0x%08x", seen)};
 }
 
 Request::Request(kel_asic_access_type_t type, const kel_asic_xn_entry_t &access, uint32_t room,
-                 uint32_t filling)
+                 uint32_t fill_pattern)
     : memory_(static_cast<uint32_t>(sizeof(kel_asic_reg_access_params_t)) + 4 * room),
       fields_(static_cast<kel_asic_reg_access_params_t *>(memory_.data())) {
   *fields_ = {};
@@ -102,12 +102,12 @@ Request::Request(kel_asic_access_type_t type, const kel_asic_xn_entry_t &access,
   fields_->module = access.module;
   fields_->asic = static_cast<kel_asic_num_t>(access.asic_map);
   fields_->addr = access.reg;
-  fields_->data = type == TYPE_READ ? filling : access.data;
+  fields_->data = type == TYPE_READ ? fill_pattern : access.data;
   fields_->mask = access.mask;
   fields_->num = room;
   std::strcpy(fields_->info.func, "check");
   std::strcpy(fields_->info.file, "mrvctl");
-  std::fill_n(words(), room, filling);
+  std::fill_n(words(), room, fill_pattern);
 }
 
 uint32_t *Request::words() const {
@@ -119,7 +119,7 @@ CallResult Request::send(uint32_t case_code) const {
   return send_record(case_code, memory_, memory_.length());
 }
 
-Registers::Registers(const Subject &subject) : module_(subject.module), asic_(subject.asic) {
+Registers::Registers(const CheckTarget &subject) : module_(subject.module), asic_(subject.asic) {
 }
 
 kel_asic_xn_entry_t Registers::entry(uint32_t address, uint32_t data, uint32_t mask) const {
@@ -142,17 +142,17 @@ void Registers::write_field(uint32_t address, uint32_t data, uint32_t mask) cons
   expect_success(request.send(SYSSRV_REG_WRITE_CASE), format("a field write to 0x%08x", address));
 }
 
-std::vector<uint32_t> Registers::read_run(uint32_t address, uint32_t count) const {
+std::vector<uint32_t> Registers::read_block(uint32_t address, uint32_t count) const {
   const Request request(TYPE_READ_DHS, entry(address), count);
   expect_success(request.send(SYSSRV_REG_READ_CASE),
                  format("a read of %u words from 0x%08x", count, address));
   if (request->num > count)
-    throw Breach{format("num at most the %u words that were asked for", count),
-                 std::to_string(request->num), "P6"};
+    throw Violation{format("num at most the %u words that were asked for", count),
+                    std::to_string(request->num), "P6"};
   return {request.words(), request.words() + count};
 }
 
-void Registers::write_run(uint32_t address, const std::vector<uint32_t> &words) const {
+void Registers::write_block(uint32_t address, const std::vector<uint32_t> &words) const {
   const Request request(TYPE_WRITE_DHS, entry(address), static_cast<uint32_t>(words.size()));
   std::copy(words.begin(), words.end(), request.words());
   expect_success(request.send(SYSSRV_REG_WRITE_CASE),

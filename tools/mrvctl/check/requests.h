@@ -12,7 +12,7 @@
 
 namespace mrvctl {
 
-struct Subject;
+struct CheckTarget;
 
 // Memory whose last byte stands before a page that nobody may touch, and another such page before
 // its own. It stays until the process ends: whoever writes into it late is noticed.
@@ -21,10 +21,10 @@ class GuardedMemory {
   explicit GuardedMemory(uint32_t length);
   void *data() const { return data_; }
   uint32_t length() const { return length_; }
-  // Throws Breach if the bytes before it have changed.
+  // Throws Violation if the bytes before it have changed.
   void expect_untouched_before() const;
   // From now on nobody may touch the whole of it.
-  void retire() const;
+  void revoke() const;
 
  private:
   uint8_t *pages_;  // those between the two that nobody may touch
@@ -41,23 +41,23 @@ struct CallResult {
 
 std::string result_text(const CallResult &result);
 
-// Sends a record as it is, `length` bytes of it. Throws Breach where the answer breaks what holds
-// for every call: errno, and the bytes beside the record.
+// Sends a record as it is, `length` bytes of it. Throws Violation where the answer breaks what
+// holds for every call: errno, and the bytes beside the record.
 CallResult send_record(uint32_t case_code, const GuardedMemory &record, uint32_t length,
                        uint32_t driver_id = KEL_ASIC_DRIVER_MORVANE);
 
-// Throw Breach.
+// Throw Violation.
 void expect_success(const CallResult &result, const std::string &call);
 void expect_refusal(const CallResult &result, const std::string &call);
 void expect_word(uint32_t expected, uint32_t seen, const std::string &where);
 
-// A register request with room for so many data words. The answer's fields start as `filling`.
+// A register request with room for so many data words. The answer's fields start as `fill_pattern`.
 class Request {
  public:
-  static constexpr uint32_t kFilling = 0x5AA55AA5;
+  static constexpr uint32_t kFillPattern = 0x5AA55AA5;
 
   Request(kel_asic_access_type_t type, const kel_asic_xn_entry_t &access, uint32_t room = 0,
-          uint32_t filling = kFilling);
+          uint32_t fill_pattern = kFillPattern);
   kel_asic_reg_access_params_t *operator->() const { return fields_; }
   uint32_t *words() const;
   const GuardedMemory &memory() const { return memory_; }
@@ -68,16 +68,16 @@ class Request {
   kel_asic_reg_access_params_t *fields_;
 };
 
-// The registers of one ASIC, by address. Each throws Breach where the service fails.
+// The registers of one ASIC, by address. Each throws Violation where the service fails.
 class Registers {
  public:
-  explicit Registers(const Subject &subject);
+  explicit Registers(const CheckTarget &subject);
   kel_asic_xn_entry_t entry(uint32_t address, uint32_t data = 0, uint32_t mask = UINT32_MAX) const;
   uint32_t read(uint32_t address) const;
   void write(uint32_t address, uint32_t data) const;
   void write_field(uint32_t address, uint32_t data, uint32_t mask) const;
-  std::vector<uint32_t> read_run(uint32_t address, uint32_t count) const;
-  void write_run(uint32_t address, const std::vector<uint32_t> &words) const;
+  std::vector<uint32_t> read_block(uint32_t address, uint32_t count) const;
+  void write_block(uint32_t address, const std::vector<uint32_t> &words) const;
   void expect(uint32_t address, uint32_t expected, const std::string &after) const;
 
  private:
@@ -87,7 +87,7 @@ class Registers {
 
 // A transaction of these entries. `num` is how many of them it claims.
 CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int32_t num);
-// Sends all of them. Throws Breach.
+// Sends all of them. Throws Violation.
 void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &what);
 
 }  // namespace mrvctl

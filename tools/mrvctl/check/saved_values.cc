@@ -13,7 +13,7 @@
 
 namespace mrvctl {
 
-FoundValues::FoundValues() {
+SavedValues::SavedValues() {
   void *memory =
       mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED)
@@ -21,23 +21,23 @@ FoundValues::FoundValues() {
   shared_ = static_cast<Shared *>(memory);
 }
 
-FoundValues::~FoundValues() {
+SavedValues::~SavedValues() {
   munmap(shared_, sizeof(Shared));
 }
 
-void FoundValues::keep(const kel_asic_xn_entry_t &write) {
-  if (shared_->count == kMost)
-    throw OperationFailed(format("more than %u values to put back", kMost));
+void SavedValues::keep(const kel_asic_xn_entry_t &write) {
+  if (shared_->count == kMaxWrites)
+    throw OperationFailed(format("more than %u values to put back", kMaxWrites));
   shared_->writes[shared_->count] = write;
   ++shared_->count;  // once it stands there whole
 }
 
-void FoundValues::keep_only(const kel_asic_xn_entry_t &write) {
+void SavedValues::keep_only(const kel_asic_xn_entry_t &write) {
   shared_->count = 0;
   keep(write);
 }
 
-void FoundValues::put_back() {
+void SavedValues::restore() {
   while (shared_->count > 0) {
     const kel_asic_xn_entry_t &write = shared_->writes[shared_->count - 1];
     Request request(TYPE_WRITE, write);
@@ -47,7 +47,7 @@ void FoundValues::put_back() {
   }
 }
 
-std::string FoundValues::text() const {
+std::string SavedValues::text() const {
   std::string text;
   for (uint32_t i = 0; i < shared_->count; ++i)
     text += format("%s0x%08x <- 0x%x", i == 0 ? "" : ", ", shared_->writes[i].reg,

@@ -10,13 +10,13 @@
 
 namespace mrvctl {
 
-class FoundValues {
+class SavedValues {
  public:
   // Throws OperationFailed.
-  FoundValues();
-  ~FoundValues();
-  FoundValues(const FoundValues &) = delete;
-  FoundValues &operator=(const FoundValues &) = delete;
+  SavedValues();
+  ~SavedValues();
+  SavedValues(const SavedValues &) = delete;
+  SavedValues &operator=(const SavedValues &) = delete;
 
   // Notes a write that puts something back, before anything is written over it.
   void keep(const kel_asic_xn_entry_t &write);
@@ -24,18 +24,18 @@ class FoundValues {
   // Notes this write in place of all others.
   void keep_only(const kel_asic_xn_entry_t &write);
 
-  // Sends the writes, the latest first, and forgets them. Throws Breach.
-  void put_back();
+  // Sends the writes, the latest first, and forgets them. Throws Violation.
+  void restore();
 
   bool empty() const { return shared_->count == 0; }
   // The writes that are still to be sent, "0x10200014 <- 0x5, ...".
   std::string text() const;
 
  private:
-  static constexpr uint32_t kMost = 4096;
+  static constexpr uint32_t kMaxWrites = 4096;
   struct Shared {
     uint32_t count;
-    kel_asic_xn_entry_t writes[kMost];
+    kel_asic_xn_entry_t writes[kMaxWrites];
   };
   Shared *shared_;
 };

@@ -24,14 +24,14 @@ uint32_t merged(uint32_t word, uint32_t data, uint32_t mask) {
   return (word & ~mask) | (data & mask);
 }
 
-void keep_word(const Subject &subject, uint32_t address, uint32_t word) {
+void keep_word(const CheckTarget &subject, uint32_t address, uint32_t word) {
   subject.found->keep(Registers(subject).entry(address, word));
 }
 
 // The scratch registers of a check, with what was found in them kept.
 struct Scratch {
-  explicit Scratch(const Subject &subject) : registers(subject) {
-    const RegisterMap map = described_map();
+  explicit Scratch(const CheckTarget &subject) : registers(subject) {
+    const RegisterMap map = queried_map();
     for (const Register &reg : subject.scratch)
       addresses.push_back(map.address(reg));
     for (const uint32_t address : addresses)
@@ -53,11 +53,11 @@ std::vector<uint32_t> run_of(const Scratch &scratch) {
     run.push_back(address);
   }
   if (run.size() < 2)
-    throw NotApplicable{"needs two scratch registers whose addresses are neighbours"};
+    throw Skip{"needs two scratch registers whose addresses are neighbours"};
   return run;
 }
 
-void reads_what_was_written(const Subject &subject) {
+void reads_what_was_written(const CheckTarget &subject) {
   const Scratch scratch(subject);
   for (const uint32_t flip : {0U, UINT32_MAX}) {
     for (const uint32_t address : scratch.addresses)
@@ -67,7 +67,7 @@ void reads_what_was_written(const Subject &subject) {
   }
 }
 
-void changes_bits_under_the_mask(const Subject &subject) {
+void changes_bits_under_the_mask(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const uint32_t address = scratch.first();
   for (const uint32_t mask : kMasks) {
@@ -80,24 +80,24 @@ void changes_bits_under_the_mask(const Subject &subject) {
   }
 }
 
-void takes_a_field_in_its_place(const Subject &subject) {
+void takes_a_field_in_its_place(const CheckTarget &subject) {
   const Scratch scratch(subject);
   scratch.registers.write(scratch.first(), 0xAABBCCDD);
   scratch.registers.write_field(scratch.first(), 0x11223344, 0x00FF0FF0);
   scratch.registers.expect(scratch.first(), 0xAA22C34D, "after 0x11223344 under mask 0x00ff0ff0");
 }
 
-void reads_runs_in_order(const Subject &subject) {
+void reads_runs_in_order(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const std::vector<uint32_t> run = run_of(scratch);
   for (const uint32_t address : run)
     scratch.registers.write(address, pattern(address));
-  const auto words = scratch.registers.read_run(run[0], static_cast<uint32_t>(run.size()));
+  const auto words = scratch.registers.read_block(run[0], static_cast<uint32_t>(run.size()));
   for (size_t i = 0; i < run.size(); ++i)
     expect_word(pattern(run[i]), words[i], format("as word %zu of a run", i));
 }
 
-void writes_runs_in_order(const Subject &subject) {
+void writes_runs_in_order(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const std::vector<uint32_t> run = run_of(scratch);
   const uint32_t behind = run.back();
@@ -105,20 +105,20 @@ void writes_runs_in_order(const Subject &subject) {
   std::vector<uint32_t> words;
   for (size_t i = 0; i + 1 < run.size(); ++i)
     words.push_back(~pattern(run[i]));
-  scratch.registers.write_run(run[0], words);
+  scratch.registers.write_block(run[0], words);
   for (size_t i = 0; i < words.size(); ++i)
     scratch.registers.expect(run[i], words[i], "after a run was written");
   scratch.registers.expect(behind, pattern(behind), "behind a run that was written");
 }
 
-void applies_a_transaction_of_one(const Subject &subject) {
+void applies_a_transaction_of_one(const CheckTarget &subject) {
   const Scratch scratch(subject);
   commit({scratch.registers.entry(scratch.first(), pattern(1))}, "a transaction of 1 entry");
   scratch.registers.expect(scratch.first(), pattern(1), "after a transaction of 1 entry");
 }
 
 // The last entry shows that it has come, in whatever order they are applied.
-void delivers_all_entries(const Subject &subject) {
+void delivers_all_entries(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const uint32_t address = scratch.first();
   std::vector<kel_asic_xn_entry_t> entries(KEL_ASIC_XN_ENTRIES,
@@ -129,7 +129,7 @@ void delivers_all_entries(const Subject &subject) {
   scratch.registers.expect(address, ~pattern(1) & 0xFFFF0000, "after 512 entries");
 }
 
-void applies_entries_in_order(const Subject &subject) {
+void applies_entries_in_order(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const auto count = static_cast<uint32_t>(scratch.addresses.size());
   std::vector<kel_asic_xn_entry_t> entries;
@@ -140,7 +140,7 @@ void applies_entries_in_order(const Subject &subject) {
     scratch.registers.expect(entries[i].reg, entries[i].data, "after 512 entries in order");
 }
 
-void leaves_entries_beyond_num(const Subject &subject) {
+void leaves_entries_beyond_num(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const uint32_t address = scratch.first();
   const kel_asic_xn_entry_t counts = scratch.registers.entry(address, pattern(1));
@@ -151,7 +151,7 @@ void leaves_entries_beyond_num(const Subject &subject) {
   scratch.registers.expect(address, pattern(1), "after no entry with leftovers behind it");
 }
 
-void changes_bits_under_the_mask_of_an_entry(const Subject &subject) {
+void changes_bits_under_the_mask_of_an_entry(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const uint32_t address = scratch.first();
   for (const uint32_t mask : kMasks) {
@@ -163,7 +163,7 @@ void changes_bits_under_the_mask_of_an_entry(const Subject &subject) {
   }
 }
 
-void applies_nothing_of_a_refused_transaction(const Subject &subject) {
+void applies_nothing_of_a_refused_transaction(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const uint32_t address = scratch.first();
   scratch.registers.write(address, pattern(1));
@@ -183,7 +183,7 @@ void applies_nothing_of_a_refused_transaction(const Subject &subject) {
   }
 }
 
-void changes_nothing_by_refused_writes(const Subject &subject) {
+void changes_nothing_by_refused_writes(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const uint32_t address = scratch.first();
   scratch.registers.write(address, pattern(1));
@@ -207,7 +207,7 @@ void changes_nothing_by_refused_writes(const Subject &subject) {
   scratch.registers.expect(address, pattern(1), "after a write for another driver");
 }
 
-void writes_through_the_library(const Subject &subject) {
+void writes_through_the_library(const CheckTarget &subject) {
   const Library library(subject);
   const Scratch scratch(subject);
   const Register &first = subject.scratch.front();
@@ -222,7 +222,7 @@ void writes_through_the_library(const Subject &subject) {
   library.write(first, pattern(3));
   mrv_asic_transaction_commit();
   expect_word(pattern(3), library.read(first), "after mrv_asic_transaction_commit");
-  expect_word(pattern(3), library.read_run(first, 1)[0], "from lib_mrv_asic_n_read");
+  expect_word(pattern(3), library.read_block(first, 1)[0], "from lib_mrv_asic_n_read");
 }
 
 // The first two entries and the last of the scratch table, with what was found in them kept.
@@ -232,17 +232,18 @@ struct ScratchTable {
     uint32_t address;
   };
 
-  explicit ScratchTable(const Subject &subject) : registers(subject), reg(*subject.scratch_table) {
-    const RegisterMap map = described_map();
+  explicit ScratchTable(const CheckTarget &subject)
+      : registers(subject), reg(*subject.scratch_table) {
+    const RegisterMap map = queried_map();
     const uint32_t begin = map.address(reg);
     const std::optional<Table> table = find_table(map, reg.block, reg.vreg);
     if (!table || table->highest_index == 0)
-      throw NotApplicable{register_text(reg) + " has no two entries"};
+      throw Skip{register_text(reg) + " has no two entries"};
     size = table->entry_size;
     for (const uint32_t index : {0U, 1U, table->highest_index})
       entries.push_back({index, begin + 4 * size * index});
     for (const Entry &entry : entries) {
-      const std::vector<uint32_t> words = registers.read_run(entry.address, size);
+      const std::vector<uint32_t> words = registers.read_block(entry.address, size);
       for (uint32_t i = 0; i < size; ++i)
         keep_word(subject, entry.address + 4 * i, words[i]);
     }
@@ -267,41 +268,41 @@ void expect_entry(const std::vector<uint32_t> &expected, const std::vector<uint3
     expect_word(expected[i], seen[i], format("as word %zu ", i) + where);
 }
 
-void places_entries_where_addresses_say(const Subject &subject) {
+void places_entries_where_addresses_say(const CheckTarget &subject) {
   const ScratchTable table(subject);
   const Registers &registers = table.registers;
   const auto both = table.words(1, 2);
-  registers.write_run(table.entries[0].address, both);
+  registers.write_block(table.entries[0].address, both);
   expect_entry({both.end() - static_cast<std::ptrdiff_t>(table.size), both.end()},
-               registers.read_run(table.entries[1].address, table.size),
+               registers.read_block(table.entries[1].address, table.size),
                "of entry 1, written with entry 0");
   for (const ScratchTable::Entry &entry : table.entries)
-    registers.write_run(entry.address, table.words(entry.index, 1));
+    registers.write_block(entry.address, table.words(entry.index, 1));
   for (const ScratchTable::Entry &entry : table.entries)
-    expect_entry(table.words(entry.index, 1), registers.read_run(entry.address, table.size),
+    expect_entry(table.words(entry.index, 1), registers.read_block(entry.address, table.size),
                  "of an entry, written by itself");
 }
 
-void takes_entries_in_transactions(const Subject &subject) {
+void takes_entries_in_transactions(const CheckTarget &subject) {
   const ScratchTable table(subject);
   const auto words = table.words(7, 1);
   std::vector<kel_asic_xn_entry_t> writes;
   for (uint32_t i = 0; i < table.size; ++i)
     writes.push_back(table.registers.entry(table.entries[1].address + 4 * i, words[i]));
   commit(writes, "a transaction of the words of an entry");
-  expect_entry(words, table.registers.read_run(table.entries[1].address, table.size),
+  expect_entry(words, table.registers.read_block(table.entries[1].address, table.size),
                "of entry 1, written by a transaction");
 }
 
-void moves_entries_through_the_library(const Subject &subject) {
+void moves_entries_through_the_library(const CheckTarget &subject) {
   const Library library(subject);
   const ScratchTable table(subject);
   const auto both = table.words(3, 2);
   library.write_entries(table.reg, 0, 2, both);
-  expect_entry(both, table.registers.read_run(table.entries[0].address, 2 * table.size),
+  expect_entry(both, table.registers.read_block(table.entries[0].address, 2 * table.size),
                "of two entries, from lib_mrv_asic_write_dhs");
   const auto last = table.words(4, 1);
-  table.registers.write_run(table.entries[2].address, last);
+  table.registers.write_block(table.entries[2].address, last);
   expect_entry(last, library.read_entries(table.reg, table.entries[2].index, 1, table.size),
                "of the last entry, from lib_mrv_asic_read_dhs");
 }

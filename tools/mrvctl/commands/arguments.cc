@@ -108,7 +108,7 @@ Argument Arguments::taken(const std::string &name,
 }
 
 // Some or all of the commands, and what the last parse chose of them.
-struct Parser::Tree {
+struct Parser::AppInstance {
   CLI::App app;
   std::map<std::string, CLI::App *> prefixes;
   Command chosen;
@@ -122,7 +122,7 @@ void Parser::add_prefix(const CommandText &text) {
   prefixes_.push_back(text);
 }
 
-void Parser::attach(Tree &tree, const Definition &definition) const {
+void Parser::attach(AppInstance &tree, const Definition &definition) const {
   const CommandText &text = definition.text;
   CLI::App *parent = &tree.app;
   for (const CommandText &prefix : prefixes_) {
@@ -144,11 +144,11 @@ void Parser::attach(Tree &tree, const Definition &definition) const {
   command->callback([&tree, take = attached.take] { tree.chosen = take(); });
 }
 
-Parser::Tree &Parser::tree_of(const std::string &first) {
-  std::unique_ptr<Tree> &tree = trees_[first];
+Parser::AppInstance &Parser::tree_of(const std::string &first) {
+  std::unique_ptr<AppInstance> &tree = trees_[first];
   if (tree)
     return *tree;
-  tree = std::make_unique<Tree>();
+  tree = std::make_unique<AppInstance>();
   tree->app.set_help_flag();  // before the commands, which inherit it
   for (const Definition &definition : definitions_) {
     if (first_word(definition.text.name) == first)
@@ -181,7 +181,7 @@ Command Parser::parse(const std::vector<std::string> &words) {
   };
   if (std::none_of(definitions_.begin(), definitions_.end(), is_first))
     throw UsageError(no_command_text(words[0]));
-  Tree &tree = tree_of(words[0]);
+  AppInstance &tree = tree_of(words[0]);
   for (const auto &reset : tree.resets)
     reset();
   try {
@@ -195,9 +195,9 @@ Command Parser::parse(const std::vector<std::string> &words) {
 }
 
 // The parser of a command line: its options, and some commands or all.
-std::unique_ptr<Parser::Tree> Parser::plant(
+std::unique_ptr<Parser::AppInstance> Parser::build_app(
     const CommandLine &line, const std::function<bool(const Definition &)> &is_wanted) const {
-  auto tree = std::make_unique<Tree>();
+  auto tree = std::make_unique<AppInstance>();
   CLI::App &app = tree->app;
   app.name("mrvctl");
   app.description(line.description);
@@ -221,7 +221,7 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
   };
   // To describe all commands takes longer than most of them run; who asks for help, gives no
   // command or is refused is told of all.
-  whole_ = plant(line, is_named);
+  whole_ = build_app(line, is_named);
   try {
     whole_->app.parse(argc, argv);
   } catch (const CLI::ParseError &) {
@@ -229,15 +229,15 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
   }
   if (whole_->chosen.run)
     return whole_->chosen;
-  whole_ = plant(line, [](const Definition &) { return true; });
+  whole_ = build_app(line, [](const Definition &) { return true; });
   CLI::App &app = whole_->app;
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForVersion &) {
-    throw TextAsked{line.version + "\n"};
+    throw HelpRequested{line.version + "\n"};
   } catch (const CLI::Success &) {
     refuse_unknown_command(app);  // of a word that is no command there is no help
-    throw TextAsked{app.help()};
+    throw HelpRequested{app.help()};
   } catch (const CLI::ParseError &error) {
     refuse_unknown_command(app);
     throw ArgumentsRefused(refusal_text(app, error), parsed_command(app));

@@ -38,14 +38,14 @@ struct NoArgs {};
 
 // What has to be there before a command runs: the library initialised for the card; the platform
 // alone; of it the register map alone, which is there also while no service is; or nothing.
-enum class Setup { kLibrary, kPlatform, kRegisterMap, kNone };
+enum class Requires { kLibrary, kPlatform, kRegisterMap, kNone };
 
 // A command that was parsed.
 struct Command {
   std::string name;
   std::function<void()> check;  // to be called once, before run; throws UsageError
   std::function<void(Session &)> run;
-  Setup setup = Setup::kLibrary;
+  Requires setup = Requires::kLibrary;
 };
 
 // A command of the tool, as its help shows it.
@@ -53,7 +53,7 @@ struct CommandText {
   std::string name;   // all its words, as in "qos show"
   std::string group;  // the heading that it stands under
   std::string help;   // the first line is for the list of commands, all of it for its own help
-  Setup setup = Setup::kLibrary;
+  Requires setup = Requires::kLibrary;
 };
 
 // One argument that is being described.
@@ -115,7 +115,7 @@ class Arguments {
 };
 
 // The command line asked for a text, and gets nothing else.
-struct TextAsked {
+struct HelpRequested {
   std::string text;
 };
 
@@ -186,7 +186,7 @@ class Parser {
   Command parse(const std::vector<std::string> &words);
 
   // Parses the command line of the tool: options, and perhaps a command, which is not checked and
-  // has no run where there is none. Throws TextAsked and ArgumentsRefused.
+  // has no run where there is none. Throws HelpRequested and ArgumentsRefused.
   Command parse_command_line(int argc, char **argv, const CommandLine &line);
 
   // The help of the whole tool, once its command line was parsed.
@@ -203,20 +203,21 @@ class Parser {
     CommandText text;
     std::function<Attached(Arguments &)> attach;
   };
-  struct Tree;
+  struct AppInstance;
 
   void add_definition(Definition definition) { definitions_.push_back(std::move(definition)); }
-  void attach(Tree &tree, const Definition &definition) const;
-  Tree &tree_of(const std::string &first_word);
-  std::unique_ptr<Tree> plant(const CommandLine &line,
-                              const std::function<bool(const Definition &)> &is_wanted) const;
+  void attach(AppInstance &tree, const Definition &definition) const;
+  AppInstance &tree_of(const std::string &first_word);
+  std::unique_ptr<AppInstance> build_app(
+      const CommandLine &line, const std::function<bool(const Definition &)> &is_wanted) const;
   std::string no_command_text(const std::string &word) const;
   void refuse_unknown_command(const CLI::App &app) const;
 
   std::vector<CommandText> prefixes_;
   std::vector<Definition> definitions_;
-  std::map<std::string, std::unique_ptr<Tree>> trees_;  // of the commands that scripts have used
-  std::unique_ptr<Tree> whole_;                         // of the command line
+  std::map<std::string, std::unique_ptr<AppInstance>>
+      trees_;                           // of the commands that scripts have used
+  std::unique_ptr<AppInstance> whole_;  // of the command line
 };
 
 }  // namespace mrvctl

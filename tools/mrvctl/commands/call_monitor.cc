@@ -63,7 +63,7 @@ void watch_calls(bool show) {
     observe_calls({show_request, show_answer});
 }
 
-void check_sent() {
+void throw_if_lost() {
   if (lost.result == 0)
     return;
   const Lost noted = lost;
@@ -72,7 +72,7 @@ void check_sent() {
                                           count_text(noted.writes, "write", "writes") + " lost");
 }
 
-void forget_sent() {
+void clear_lost() {
   lost = {};
 }
 

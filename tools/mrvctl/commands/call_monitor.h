@@ -12,10 +12,10 @@ void watch_calls(bool show);
 
 // Throws OperationFailed if a transaction that was sent since the last check has failed, which the
 // library tells nobody.
-void check_sent();
+void throw_if_lost();
 
 // Whatever has failed so far is no failure of the command to come.
-void forget_sent();
+void clear_lost();
 
 // How many calls there were so far.
 uint64_t calls_so_far();

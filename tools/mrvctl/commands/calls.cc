@@ -42,17 +42,17 @@ class TraceLogs {
   explicit TraceLogs(const std::vector<std::string> &paths) {
     for (const std::string &path : paths)
       read(path);
-    std::stable_sort(calls_.begin(), calls_.end(), [](const NotedCall &a, const NotedCall &b) {
+    std::stable_sort(calls_.begin(), calls_.end(), [](const DecodedCall &a, const DecodedCall &b) {
       return a.order_ns < b.order_ns;
     });
   }
 
-  std::optional<NotedCall> next() {
+  std::optional<DecodedCall> next() {
     if (next_ == calls_.size())
       return std::nullopt;
     return std::move(calls_[next_++]);
   }
-  const std::vector<std::string> &losses() const { return losses_; }
+  const std::vector<std::string> &gaps() const { return losses_; }
   size_t label_width() const { return label_width_; }
 
  private:
@@ -61,8 +61,8 @@ class TraceLogs {
     if (!input)
       throw OperationFailed("cannot open " + path + ": " + std::strerror(errno));
     TraceLog log = read_trace_log(input, path);
-    const NotedProcess &process = name_process(path);
-    for (NotedCall &call : log.calls) {
+    const CallingProcess &process = name_process(path);
+    for (DecodedCall &call : log.calls) {
       call.process = &process;
       calls_.push_back(std::move(call));
     }
@@ -72,7 +72,7 @@ class TraceLogs {
   }
 
   // A log has the number of its process in its name, and nothing else of it.
-  const NotedProcess &name_process(const std::string &path) {
+  const CallingProcess &name_process(const std::string &path) {
     const std::string name = path.substr(path.rfind('/') + 1);
     uint32_t pid = 0;
     for (const char c : name.substr(name.find_last_not_of("0123456789") + 1))
@@ -82,8 +82,8 @@ class TraceLogs {
     return processes_.back();
   }
 
-  std::deque<NotedProcess> processes_;
-  std::vector<NotedCall> calls_;
+  std::deque<CallingProcess> processes_;
+  std::vector<DecodedCall> calls_;
   std::vector<std::string> losses_;
   size_t next_ = 0;
   size_t label_width_ = 7;
@@ -99,7 +99,7 @@ class CallTable {
       report_.result({}, call_heading(process_width));
   }
 
-  void show(const NotedCall &call) const {
+  void show(const DecodedCall &call) const {
     if (report_.json())
       report_.result(call_json(call, index_), "");
     else
@@ -116,7 +116,7 @@ class CallTable {
 // Hands on the calls that are there and chosen.
 template <typename Source, typename Take>
 void take_calls(Source &source, const CallsArgs &args, const AddressIndex &index, Take take) {
-  while (const std::optional<NotedCall> call = source.next()) {
+  while (const std::optional<DecodedCall> call = source.next()) {
     if (is_chosen(args.choice, *call, index))
       take(*call);
   }
@@ -126,31 +126,31 @@ template <typename Source>
 void show_summary(Session &session, Source &source, const CallsArgs &args,
                   const AddressIndex &index) {
   CallSummary summary;
-  take_calls(source, args, index, [&](const NotedCall &call) { summary.add(call, index); });
+  take_calls(source, args, index, [&](const DecodedCall &call) { summary.add(call, index); });
   session.report.result(summary.json(), summary.text());
 }
 
 template <typename Source>
 void show_calls(const CallTable &table, Source &source, const CallsArgs &args,
                 const AddressIndex &index) {
-  std::deque<NotedCall> last;
-  take_calls(source, args, index, [&](const NotedCall &call) {
+  std::deque<DecodedCall> last;
+  take_calls(source, args, index, [&](const DecodedCall &call) {
     if (args.last == 0)
       return table.show(call);
     last.push_back(call);
     if (last.size() > args.last)
       last.pop_front();
   });
-  for (const NotedCall &call : last)
+  for (const DecodedCall &call : last)
     table.show(call);
 }
 
 void follow(RecordedCalls &source, const CallTable &table, const CallsArgs &args,
             const AddressIndex &index) {
   for (const Interrupt scope({SIGINT}); interrupted == 0;
-       wait_uninterrupted(kSecondsBetweenLooks)) {
+       interruptible_sleep(kSecondsBetweenLooks)) {
     source.refresh();
-    take_calls(source, args, index, [&](const NotedCall &call) { table.show(call); });
+    take_calls(source, args, index, [&](const DecodedCall &call) { table.show(call); });
   }
 }
 
@@ -161,7 +161,7 @@ void write_pcapng(Session &session, RecordedCalls &source, const CallsArgs &args
     interfaces.push_back(source.process(file).label);
   const std::string path = session.resolve(args.pcap);
   PcapngWriter writer(path, interfaces);
-  take_calls(source, args, index, [&](const NotedCall &call) { writer.add(call, index); });
+  take_calls(source, args, index, [&](const DecodedCall &call) { writer.add(call, index); });
   writer.close();
   session.report.result({{"command", "calls"}, {"pcap", path}, {"packets", writer.packets()}},
                         format("%llu packets written to %s\n",
@@ -182,7 +182,7 @@ void run_on_recordings(Session &session, const CallsArgs &args, const AddressInd
     if (args.follow)
       follow(source, table, args, index);
   }
-  tell_losses(session, source.losses());
+  report_gaps(session, source.gaps());
 }
 
 void run_on_trace_logs(Session &session, const CallsArgs &args, const AddressIndex &index) {
@@ -192,7 +192,7 @@ void run_on_trace_logs(Session &session, const CallsArgs &args, const AddressInd
   else
     show_calls(CallTable(session, index, source.label_width(), args.choice.reg), source, args,
                index);
-  tell_losses(session, source.losses());
+  report_gaps(session, source.gaps());
 }
 
 void check_calls(const CallsArgs &args) {
@@ -226,12 +226,12 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
   const AddressIndex index(session.map());
   const PlacedRegister reg = {args.choice, session.module, session.asic};
   RecordedCalls source(resolved(session, args.files), RecordedCalls::UnderWay::kIncluded);
-  std::optional<NotedCall> last;
-  while (std::optional<NotedCall> call = source.next()) {
+  std::optional<DecodedCall> last;
+  while (std::optional<DecodedCall> call = source.next()) {
     if (last_written(*call, reg, index))
       last = std::move(call);
   }
-  tell_losses(session, source.losses());
+  report_gaps(session, source.gaps());
   if (!last)
     throw OperationFailed("nobody wrote it, as far as the recordings reach back");
   const WrittenWord written = *last_written(*last, reg, index);
@@ -288,14 +288,14 @@ void add_call_commands(Parser &parser) {
                          "One line a call: when, who, how long, what, which register, its value,\n"
                          "the service's result, and where in the source it was made. The calls of\n"
                          "several processes are merged in time. No register is touched.",
-                         Setup::kRegisterMap},
+                         Requires::kRegisterMap},
                         describe_calls, check_calls, run_calls);
   parser.add<LastWriteArgs>(
       {"last-write", "Recordings",
        "Tell who wrote a register last, when, and what the service said\n"
        "REGISTER may be one entry of a table: HI_DHS_LVIF[5]. A write that failed counts too, and\n"
        "its result stands there. It fails where nobody wrote the register.",
-       Setup::kRegisterMap},
+       Requires::kRegisterMap},
       describe_last_write, check_last_write, run_last_write);
 }
 

@@ -16,10 +16,10 @@
 namespace mrvctl {
 namespace {
 
-constexpr uint32_t kMostScratch = 512;
+constexpr uint32_t kMaxScratch = 512;
 
 struct CheckArgs {
-  Subject subject;
+  CheckTarget subject;
   uint32_t time_limit = 10;  // seconds
   std::string junit;
 };
@@ -55,8 +55,8 @@ std::vector<Register> parse_registers(const std::string &text) {
         dots == std::string::npos ? reg.vreg : parse_vreg(reg.block, names.substr(dots + 2));
     if (last < reg.vreg)
       throw UsageError("'" + range + "' ends before it begins");
-    if (last - reg.vreg >= kMostScratch - registers.size())
-      throw UsageError(format("more than %u scratch registers", kMostScratch));
+    if (last - reg.vreg >= kMaxScratch - registers.size())
+      throw UsageError(format("more than %u scratch registers", kMaxScratch));
     for (; reg.vreg <= last; ++reg.vreg)
       registers.push_back(reg);
   }
@@ -70,26 +70,26 @@ PortName parse_port(const std::string &text) {
 }
 
 void refuse_missing_port(const kel_asic_limits_t &limits, const PortName &port) {
-  const std::optional<uint32_t> most = most_ports(limits, port.type);
+  const std::optional<uint32_t> most = max_ports(limits, port.type);
   if (most && port.number >= *most)
-    throw NotApplicable{format("port %u: the limits have %u ports of type ", port.number, *most) +
-                        port_type_text(port.type)};
+    throw Skip{format("port %u: the limits have %u ports of type ", port.number, *most) +
+               port_type_text(port.type)};
 }
 
 // Refuses registers and ports that the map lacks. A map that is wrong itself is for the checks to
 // tell.
-void refuse_missing(const Subject &subject, std::chrono::seconds limit) {
+void refuse_missing(const CheckTarget &subject, std::chrono::seconds limit) {
   std::vector<Register> registers = subject.scratch;
   for (const std::optional<Register> &reg : {subject.read, subject.scratch_table}) {
     if (reg)
       registers.push_back(*reg);
   }
   const auto work = [&] {
-    const RegisterMap map = described_map();
+    const RegisterMap map = queried_map();
     for (const Register &reg : registers) {
       const std::string missing = map.missing(reg);
       if (!missing.empty())
-        throw NotApplicable{register_text(reg) + ": " + missing};
+        throw Skip{register_text(reg) + ": " + missing};
     }
     if (subject.port)
       refuse_missing_port(map.limits(), *subject.port);
@@ -100,18 +100,18 @@ void refuse_missing(const Subject &subject, std::chrono::seconds limit) {
 }
 
 // What stays changed, as it is told behind something else; empty where nothing does.
-std::string leftovers_text(const FoundValues &found) {
+std::string leftovers_text(const SavedValues &found) {
   return found.empty() ? "" : "; not put back: " + found.text();
 }
 
 // Puts back what a check that has ended in the middle has left.
-void put_back_leftovers(FoundValues &found, std::chrono::seconds limit) {
+void put_back_leftovers(SavedValues &found, std::chrono::seconds limit) {
   constexpr std::sig_atomic_t kNeverStop = 0;
   if (!found.empty())
-    run_isolated([&found] { found.put_back(); }, limit, kNeverStop);
+    run_isolated([&found] { found.restore(); }, limit, kNeverStop);
 }
 
-Outcome run_one(const Check &check, const Subject &subject, std::chrono::seconds limit) {
+Outcome run_one(const Check &check, const CheckTarget &subject, std::chrono::seconds limit) {
   const std::string missing = missing_options(check, subject);
   if (!missing.empty())
     return {Verdict::kSkipped, "", "", "needs " + missing, {}};
@@ -119,10 +119,10 @@ Outcome run_one(const Check &check, const Subject &subject, std::chrono::seconds
     try {
       check.run(subject);
     } catch (...) {
-      subject.found->put_back();
+      subject.found->restore();
       throw;
     }
-    subject.found->put_back();
+    subject.found->restore();
   };
   Outcome outcome = run_isolated(work, limit, interrupted);
   put_back_leftovers(*subject.found, limit);
@@ -163,8 +163,8 @@ void show(Session &session, const std::string &text) {
 
 std::vector<CheckResult> run_all(Session &session, const CheckArgs &args,
                                  const std::vector<Check> &checks) {
-  FoundValues found;
-  Subject subject = args.subject;
+  SavedValues found;
+  CheckTarget subject = args.subject;
   subject.slot = session.slot;
   subject.module = session.module;
   subject.asic = session.asic;
@@ -212,7 +212,7 @@ void run_check(Session &session, const CheckArgs &args) {
 }
 
 void describe_check(Arguments &arguments, CheckArgs &args) {
-  Subject &subject = args.subject;
+  CheckTarget &subject = args.subject;
   arguments.parsed("--read", subject.read, parse_checked_register, "A register that may be read")
       .type_name("BLOCK.INST:REG");
   arguments
@@ -251,7 +251,7 @@ void add_check_commands(Parser &parser) {
        "The result is TAP; a check that fails names the clause of docs/porting.md that is broken.\n"
        "Only what an option names is read or written. What was found in registers, tables and\n"
        "link pause is put back.",
-       Setup::kPlatform},
+       Requires::kPlatform},
       describe_check, run_check);
 }
 

@@ -89,7 +89,7 @@ void add_clients_command(Parser &parser) {
   parser.add<WatchArgs>({"clients", "Virtual platform",
                          "Show who is connected to the switch that morvaned serves\n"
                          "^C ends a live view.",
-                         Setup::kPlatform},
+                         Requires::kPlatform},
                         describe_watch, check_watch, run_clients);
 }
 

@@ -13,13 +13,13 @@ constexpr double kShortestWait = 0.1;
 constexpr double kLongestWait = 3600;
 
 // Holds back the objects of a command that has to fail.
-class HeldJson {
+class SuppressJson {
  public:
-  explicit HeldJson(Report &report) : report_(report), before_(report.hold_json(true)) {}
-  ~HeldJson() { release(); }
-  HeldJson(const HeldJson &) = delete;
-  HeldJson &operator=(const HeldJson &) = delete;
-  void release() const { report_.hold_json(before_); }
+  explicit SuppressJson(Report &report) : report_(report), before_(report.suppress_json(true)) {}
+  ~SuppressJson() { release(); }
+  SuppressJson(const SuppressJson &) = delete;
+  SuppressJson &operator=(const SuppressJson &) = delete;
+  void release() const { report_.suppress_json(before_); }
 
  private:
   Report &report_;
@@ -35,7 +35,7 @@ struct ExpectFailArgs {
 void run_expect_fail(Session &session, const ExpectFailArgs &args) {
   const Command &command = args.command;
   session.set_command(command.name);
-  const HeldJson held(session.report);
+  const SuppressJson held(session.report);
   try {
     command.run(session);
   } catch (const OperationFailed &failure) {
@@ -128,7 +128,7 @@ void show_rounds(Session &session, const WatchArgs &args, const std::function<vo
     show();
     if (round == args.rounds)
       return;
-    wait_uninterrupted(args.interval);
+    interruptible_sleep(args.interval);
     for (const auto &happen : session.meanwhile) {
       if (interrupted == 0)
         happen(args.interval);
@@ -148,15 +148,15 @@ void describe_interval(Arguments &arguments, const std::string &name, double &se
   arguments.parsed(name, seconds, parse, help + " (0.1 to 3600)").type_name("SECONDS");
 }
 
-void tell_losses(Session &session, const std::vector<std::string> &losses) {
-  if (losses.empty())
+void report_gaps(Session &session, const std::vector<std::string> &gaps) {
+  if (gaps.empty())
     return;
-  for (const std::string &loss : losses)
+  for (const std::string &loss : gaps)
     std::fprintf(stderr, "%s\n", loss.c_str());
-  session.report.result({{"command", session.command()}, {"losses", losses}}, "");
+  session.report.result({{"command", session.command()}, {"losses", gaps}}, "");
 }
 
-const char *written_text(const Session &session) {
+const char *write_status(const Session &session) {
   return session.transaction.open() ? "queued" : "written";
 }
 

@@ -74,10 +74,10 @@ void show_rounds(Session &session, const WatchArgs &args, const std::function<vo
 std::string next_screen(const Session &session, const WatchArgs &args);
 
 // Tells on standard error, and as JSON, what of recordings or logs a command could not take.
-void tell_losses(Session &session, const std::vector<std::string> &losses);
+void report_gaps(Session &session, const std::vector<std::string> &gaps);
 
 // "written", or "queued" where a transaction is open.
-const char *written_text(const Session &session);
+const char *write_status(const Session &session);
 
 }  // namespace mrvctl
 

@@ -82,15 +82,15 @@ void check_dump(DumpArgs &args) {
   args.numbers = numbers_to_dump(args.reg.block, args);
 }
 
-std::vector<RegisterRun> runs_to_dump(Session &session, const DumpArgs &args) {
+std::vector<RegisterBlock> runs_to_dump(Session &session, const DumpArgs &args) {
   const RegisterMap &map = session.map();
   const uint32_t instances = map.instances(args.reg.block);
   if (args.reg.instance >= instances)
     throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG, session.refusal_hint(args.reg));
   const uint32_t end = args.all_instances ? instances : args.reg.instance + 1;
-  std::vector<RegisterRun> runs;
+  std::vector<RegisterBlock> runs;
   for (uint32_t instance = args.reg.instance; instance < end; ++instance) {
-    const std::vector<RegisterRun> more = map.runs(args.reg.block, instance, args.numbers);
+    const std::vector<RegisterBlock> more = map.runs(args.reg.block, instance, args.numbers);
     runs.insert(runs.end(), more.begin(), more.end());
   }
   return runs;
@@ -110,12 +110,12 @@ void finish_dump(Session &session, const Json &object, const std::string &text,
 }
 
 void dump_registers(Session &session, const DumpArgs &args) {
-  const std::vector<RegisterRun> runs = runs_to_dump(session, args);
+  const std::vector<RegisterBlock> runs = runs_to_dump(session, args);
   const Transaction before = session.transaction;
   Json list = Json::array();
   std::string text = runs.empty() ? "# " + args.place + ": no register\n" : "";
-  for (const RegisterRun &run : runs) {
-    const Words read = read_run(session, run.first, run.count);
+  for (const RegisterBlock &run : runs) {
+    const Words read = read_block(session, run.first, run.count);
     check_answered(read, run.first);
     Register reg = run.first;
     for (const uint32_t word : read.words) {
@@ -136,10 +136,10 @@ void dump_entries(Session &session, const DumpArgs &args) {
   if (entries.last > table.highest_index)
     throw OperationFailed(format("indices are 0 to %u", table.highest_index));
   const uint64_t count = uint64_t{entries.last} - entries.first + 1;
-  if (count > kMostWordsRead)
-    throw UsageError(format("at most %u entries at a time", kMostWordsRead));
+  if (count > kMaxBlockWords)
+    throw UsageError(format("at most %u entries at a time", kMaxBlockWords));
   const Transaction before = session.transaction;
-  const Words read = read_run(session, reg, table, entries.first, static_cast<uint32_t>(count));
+  const Words read = read_block(session, reg, table, entries.first, static_cast<uint32_t>(count));
   check_answered(read, reg);
   Json list = Json::array();
   std::string text;

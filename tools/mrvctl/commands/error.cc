@@ -50,7 +50,7 @@ void add_result_commands(Parser &parser) {
   parser.add<ErrorArgs>({"error", "Registers",
                          "Tell what a result means\n"
                          "Without a CODE, all results and what they mean.",
-                         Setup::kNone},
+                         Requires::kNone},
                         describe_error, run_error);
 }
 

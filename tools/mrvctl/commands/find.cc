@@ -110,7 +110,7 @@ void add_find_command(Parser &parser) {
        "Find registers of all blocks by a part of their name, or what an address is\n"
        "A name tells the addresses; an address tells the register, or the entry of\n"
        "a table and its word. No register is touched.",
-       Setup::kRegisterMap},
+       Requires::kRegisterMap},
       describe_find, check_find, run_find);
 }
 

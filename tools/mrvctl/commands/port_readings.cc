@@ -17,8 +17,8 @@ bool is_service_errno(syserr_t result, int error_number) {
 }
 
 // A service may also take a port of a type that it does not know for a bad argument.
-bool ends_type(syserr_t result) {
-  return lacks_port(result) || is_service_errno(result, EINVAL);
+bool end_of_ports(syserr_t result) {
+  return no_such_port(result) || is_service_errno(result, EINVAL);
 }
 
 class PortReader {
@@ -31,12 +31,12 @@ class PortReader {
   bool read_type(uint32_t type) {
     if (has(type))
       return true;
-    const std::optional<uint32_t> limit = most_ports(session_.map().limits(), type);
+    const std::optional<uint32_t> limit = max_ports(session_.map().limits(), type);
     for (uint32_t port = 0; port < limit.value_or(kPortNumbers); ++port) {
       const PortReading reading = read(type, port);
-      if (!limit && ends_type(reading.result))
+      if (!limit && end_of_ports(reading.result))
         break;
-      if (!lacks_port(reading.result))
+      if (!no_such_port(reading.result))
         readings_.push_back(reading);
       if (!limit && reading.result != 0)
         break;
@@ -61,7 +61,7 @@ class PortReader {
   // A service that fails at once is not asked for every port, with a time-out each.
   PortReading read(uint32_t type, uint32_t port) {
     const PortReading reading = read_port(session_, type, port, opts_);
-    answered_ = answered_ || reading.result == 0 || lacks_port(reading.result);
+    answered_ = answered_ || reading.result == 0 || no_such_port(reading.result);
     if (!answered_)
       session_.check_result(reading.result, port_text(reading.type, reading.port));
     return reading;
@@ -91,7 +91,7 @@ PortReading read_port(Session &session, uint32_t type, uint32_t port, uint32_t o
   return {type, port, result_of(ec), stats.record()};
 }
 
-bool lacks_port(syserr_t result) {
+bool no_such_port(syserr_t result) {
   return is_service_errno(result, ENXIO) || is_service_errno(result, ENODEV);
 }
 

@@ -24,7 +24,7 @@ PortChoice parse_port_choice(const std::string &word);
 PortReading read_port(Session &session, uint32_t type, uint32_t port, uint32_t opts);
 
 // Whether the service has answered that the ASIC lacks the port.
-bool lacks_port(syserr_t result);
+bool no_such_port(syserr_t result);
 
 // Reads the ports that were chosen, or where none were every port of the ASIC: each once, and those
 // that a type stands for only where the ASIC has them. Nothing counts ports, so they are asked for:

@@ -11,7 +11,7 @@ void finish_write(Session &session, const std::error_code &ec, const std::string
                   const std::string &text) {
   session.check_result(result_of(ec), hint);
   session.transaction.add(1);
-  check_sent();
+  throw_if_lost();
   object["queued"] = session.transaction.open();
   session.report.result(object, text + (session.transaction.open() ? ": queued\n" : "\n"));
 }

@@ -76,15 +76,15 @@ void run_program(Session &session, const ProgramArgs &args) {
   morvane::run(steps, selection(asics, session.on().module), ec, session.caller());
   if (ec) {
     session.transaction.add_some();
-    check_sent();
+    throw_if_lost();
     throw OperationFailed(
         result_of(ec), failed_step_text(program, calls_so_far() - calls_before, existing.size()) +
-                           "the steps before the one that failed are " + written_text(session));
+                           "the steps before the one that failed are " + write_status(session));
   }
   session.transaction.add(uint64_t{existing.size()} * steps.size());
-  check_sent();
+  throw_if_lost();
   std::string text = count_text(steps.size(), "step", "steps") + " for ASIC " +
-                     join(existing, ", ") + ": " + written_text(session);
+                     join(existing, ", ") + ": " + write_status(session);
   if (!missing.empty())
     text += "; there is no ASIC " + join(missing, ", ");
   session.report.result({{"command", "pgm"},

@@ -45,9 +45,9 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
   if (before != nullptr) {
     const double seconds = std::chrono::duration<double>(now.at - before->at).count();
     object["seconds"] = seconds;
-    const kel_asic_qos_stats_t risen = qos_risen(before->stats, now.stats);
-    object["rates"] = rates_json(risen, seconds);
-    text += "\n" + rates_text(risen, seconds);
+    const kel_asic_qos_stats_t delta = qos_delta(before->stats, now.stats);
+    object["rates"] = rates_json(delta, seconds);
+    text += "\n" + rates_text(delta, seconds);
   }
   session.report.result(object, text);
 }

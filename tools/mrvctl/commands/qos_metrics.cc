@@ -40,7 +40,7 @@ void write_metrics(Session &session, const MetricsArgs &args, const AsicMetrics 
   Json object = metrics_json(metrics);
   if (!args.output.empty()) {
     const std::string path = session.resolve(args.output);
-    replace_file(path, text);
+    write_atomically(path, text);
     object["output"] = path;
     text = path + ": metrics of " + count_text(metrics.ports.size(), "port", "ports") + "\n";
   }

@@ -17,7 +17,7 @@ constexpr size_t kPlainWidth = 80;
 constexpr size_t kPage = 10;  // rows that a page key passes
 
 struct TopArgs {
-  Interest interest = Interest::kDrops;
+  SortKey interest = SortKey::kDrops;
   double interval = 1;
   bool once = false;
   uint32_t opts = 0;
@@ -49,7 +49,7 @@ class Top {
     sort();
   }
 
-  void sort_by(Interest interest) {
+  void sort_by(SortKey interest) {
     view_.interest = interest;
     sort();
   }
@@ -76,7 +76,7 @@ class Top {
       return;
     const auto at = PortRow::Clock::now();
     row.seconds = row.read_at ? std::chrono::duration<double>(at - *row.read_at).count() : 0;
-    row.risen = row.read_at ? qos_risen(row.reading.stats, now.stats) : now.stats;
+    row.delta = row.read_at ? qos_delta(row.reading.stats, now.stats) : now.stats;
     row.reading = now;
     row.read_at = at;
   }
@@ -107,13 +107,13 @@ bool press(Top &top, int key) {
     case kEnd:
       return false;
     case 'd':
-      top.sort_by(Interest::kDrops);
+      top.sort_by(SortKey::kDrops);
       break;
     case 'p':
-      top.sort_by(Interest::kPause);
+      top.sort_by(SortKey::kPause);
       break;
     case 'w':
-      top.sort_by(Interest::kWrites);
+      top.sort_by(SortKey::kWrites);
       break;
     case 'k':
     case kUp:
@@ -176,7 +176,7 @@ void run_in_lines(Session &session, const TopArgs &args, Top &top) {
   if (!args.once)
     print_view(session, top);
   while (true) {
-    wait_uninterrupted(args.interval);
+    interruptible_sleep(args.interval);
     if (interrupted != 0)
       return;
     read_again(session, args, top);
@@ -200,7 +200,7 @@ void run_top(Session &session, const TopArgs &args) {
 
 void describe_top(Arguments &arguments, TopArgs &args) {
   arguments
-      .parsed("--sort", args.interest, parse_interest,
+      .parsed("--sort", args.interest, parse_sort_key,
               "What comes first: drops (if left out), pause or writes")
       .type_name("WHAT");
   describe_interval(arguments, "--interval", args.interval,

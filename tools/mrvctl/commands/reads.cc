@@ -13,7 +13,7 @@ namespace {
 void finish_read(Session &session, syserr_t result, const std::string &refusal) {
   const Transaction before = session.transaction;
   session.transaction.after_read(result);
-  check_sent();
+  throw_if_lost();
   const bool sent = refusal.empty() && before.open();
   if (result != 0)
     throw OperationFailed(result, sent ? "transaction \"" + before.name() +
@@ -23,12 +23,12 @@ void finish_read(Session &session, syserr_t result, const std::string &refusal) 
 
 }  // namespace
 
-Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count) {
+Words read_block(Session &session, const Register &reg, std::optional<uint32_t> count) {
   Words run;
   run.words.resize(count.value_or(1));
   std::error_code ec;
   if (count)
-    morvane::read_run(session.at(reg), run.words, ec, session.caller());
+    morvane::read_block(session.at(reg), run.words, ec, session.caller());
   else
     run.words[0] = morvane::read(session.at(reg), ec, session.caller());
   finish_read(session, result_of(ec), session.refusal_hint(reg));
@@ -36,11 +36,11 @@ Words read_run(Session &session, const Register &reg, std::optional<uint32_t> co
   return run;
 }
 
-Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
-               uint32_t count) {
-  if (static_cast<uint64_t>(table.entry_size) * count > kMostWordsRead)
+Words read_block(Session &session, const Register &reg, const Table &table, uint32_t index,
+                 uint32_t count) {
+  if (static_cast<uint64_t>(table.entry_size) * count > kMaxBlockWords)
     throw UsageError(format("entries of %u words: at most %u of them at a time", table.entry_size,
-                            kMostWordsRead / table.entry_size));
+                            kMaxBlockWords / table.entry_size));
   check_range(table, index, count);
   check_entry_size(session, table, index);
   Words run;

@@ -15,14 +15,14 @@
 namespace mrvctl {
 
 // Words that one command reads at most: the tool holds them all.
-constexpr uint32_t kMostWordsRead = 1U << 20;
+constexpr uint32_t kMaxBlockWords = 1U << 20;
 
 // Reads a register, or a run of them where there is a count. Throws OperationFailed.
-Words read_run(Session &session, const Register &reg, std::optional<uint32_t> count);
+Words read_block(Session &session, const Register &reg, std::optional<uint32_t> count);
 
 // Reads entries of a table. Throws OperationFailed.
-Words read_run(Session &session, const Register &reg, const Table &table, uint32_t index,
-               uint32_t count);
+Words read_block(Session &session, const Register &reg, const Table &table, uint32_t index,
+                 uint32_t count);
 
 // Throws OperationFailed unless the words read are the expected ones; `per_entry` is 0 where they
 // are no table entries.

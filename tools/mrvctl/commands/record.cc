@@ -56,7 +56,7 @@ std::string recordable_directory(const std::string &name) {
 
 // The recorder of the same build or install, for programs of the tool's word size.
 std::string find_recorder() {
-  const std::string found = beside_library("libmorvanerecord.so");
+  const std::string found = sibling_library("libmorvanerecord.so");
   char path[PATH_MAX];
   if (realpath(found.c_str(), path) == nullptr)
     throw OperationFailed("no recorder: there is no " + found);
@@ -172,7 +172,7 @@ void add_record_command(Parser &parser) {
        "newest of them, however it ends. -- stands before a program that has options. The\n"
        "exit status is the program's. One of another word size than the tool is recorded\n"
        "where the recorder for it is installed too; a set-user-ID program is not.",
-       Setup::kNone},
+       Requires::kNone},
       describe_record, run_record);
 }
 

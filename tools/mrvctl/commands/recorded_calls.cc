@@ -47,8 +47,8 @@ void RecordedCalls::identify(Source &source) {
       process.boot_id.empty() ? own : boots_.emplace(process.boot_id, own).first->second;
 }
 
-NotedCall RecordedCalls::noted(size_t file, recording::Call &&call) const {
-  NotedCall noted;
+DecodedCall RecordedCalls::noted(size_t file, recording::Call &&call) const {
+  DecodedCall noted;
   noted.process = &sources_[file].process;
   noted.file = file;
   noted.number = call.number;
@@ -83,12 +83,12 @@ void RecordedCalls::advance(size_t file) {
   }
 }
 
-std::optional<NotedCall> RecordedCalls::next() {
+std::optional<DecodedCall> RecordedCalls::next() {
   std::optional<size_t> first;
   for (size_t file = 0; file < sources_.size(); ++file) {
     if (!sources_[file].head)
       advance(file);
-    const std::optional<NotedCall> &head = sources_[file].head;
+    const std::optional<DecodedCall> &head = sources_[file].head;
     if (head && (!first || head->order_ns < sources_[*first].head->order_ns))
       first = file;
   }
@@ -109,7 +109,7 @@ size_t RecordedCalls::label_width() const {
   return width;
 }
 
-std::vector<std::string> RecordedCalls::losses() const {
+std::vector<std::string> RecordedCalls::gaps() const {
   std::vector<std::string> lines;
   for (const Source &source : sources_) {
     const recording::Reader &reader = source.reader;

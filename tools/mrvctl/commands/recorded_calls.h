@@ -24,31 +24,31 @@ class RecordedCalls {
   // The next call of all files; empty behind the last. Within a process they come as the process
   // made them; processes of one boot of the machine compare by its monotonic clock, so that a wall
   // clock that was set confuses nothing.
-  std::optional<NotedCall> next();
+  std::optional<DecodedCall> next();
 
   // Looks at the files again: next() goes on with what has come since.
   void refresh();
 
-  const NotedProcess &process(size_t file) const { return sources_[file].process; }
+  const CallingProcess &process(size_t file) const { return sources_[file].process; }
   size_t files() const { return sources_.size(); }
   size_t label_width() const;
 
   // What next() could not give, a line a file; empty where it gave all.
-  std::vector<std::string> losses() const;
+  std::vector<std::string> gaps() const;
 
  private:
   struct Source {
     explicit Source(const std::string &path) : reader(path) {}
     recording::Reader reader;
-    NotedProcess process;
+    CallingProcess process;
     uint64_t offset_ns = 0;  // what makes a wall clock of the boot's monotonic clock
-    std::optional<NotedCall> head;
+    std::optional<DecodedCall> head;
     bool gave_under_way = false;
   };
 
   void identify(Source &source);
   void advance(size_t file);
-  NotedCall noted(size_t file, recording::Call &&call) const;
+  DecodedCall noted(size_t file, recording::Call &&call) const;
 
   UnderWay under_way_;
   std::deque<Source> sources_;

@@ -98,16 +98,16 @@ Words read_registers(Session &session, const Register &first, uint32_t count) {
     const Register reg = {first.block, first.instance, first.vreg + i};
     const std::string missing = map.missing(reg);
     if (i == 0 && !missing.empty())
-      return read_run(session, first, count);  // the library refuses it
+      return read_block(session, first, count);  // the library refuses it
     if (!missing.empty())
       throw OperationFailed(format("word %u of the run: ", i) + missing);
     numbers.push_back(reg.vreg);
   }
   if (numbers.empty())
-    return read_run(session, first, count);
+    return read_block(session, first, count);
   Words words;
-  for (const RegisterRun &run : map.runs(first.block, first.instance, numbers)) {
-    const Words more = read_run(session, run.first, run.count);
+  for (const RegisterBlock &run : map.runs(first.block, first.instance, numbers)) {
+    const Words more = read_block(session, run.first, run.count);
     if (words.answered == words.words.size())
       words.answered += more.answered;
     words.words.insert(words.words.end(), more.words.begin(), more.words.end());
@@ -117,8 +117,8 @@ Words read_registers(Session &session, const Register &first, uint32_t count) {
 
 void read_one(Session &session, const Register &reg, const ReadArgs &args) {
   const Transaction before = session.transaction;
-  const Words run =
-      args.count ? read_registers(session, reg, *args.count) : read_run(session, reg, std::nullopt);
+  const Words run = args.count ? read_registers(session, reg, *args.count)
+                               : read_block(session, reg, std::nullopt);
   if (!args.expected.empty())
     expect_words(args.expected, run, 0);
   const std::vector<uint32_t> answered(
@@ -209,9 +209,9 @@ void finish_write(Session &session, const Target &target, syserr_t result, Json 
     throw OperationFailed(
         result, target.code == KEL_ASIC_WR_SYMBOLIC ? session.refusal_hint(target.reg) : "");
   session.transaction.add(1);
-  check_sent();
+  throw_if_lost();
   object["queued"] = session.transaction.open();
-  session.report.result(object, target_text(target) + text + ": " + written_text(session) + "\n");
+  session.report.result(object, target_text(target) + text + ": " + write_status(session) + "\n");
 }
 
 void run_write(Session &session, const WriteArgs &args) {
@@ -249,11 +249,11 @@ void describe_block(Arguments &arguments, RegsArgs &args) {
 void describe_read(Arguments &arguments, ReadArgs &args) {
   describe_register(arguments, args.reg);
   const auto parse_count = [](const std::string &text) {
-    return parse_number<uint32_t>(text, 0, kMostWordsRead);
+    return parse_number<uint32_t>(text, 0, kMaxBlockWords);
   };
   arguments.parsed(
       "COUNT", args.count, parse_count,
-      format("Registers of a run that starts with this one (0 to %u)", kMostWordsRead));
+      format("Registers of a run that starts with this one (0 to %u)", kMaxBlockWords));
   arguments
       .parsed("--expect", args.expected, parse_words,
               "Fail unless these are the values read (0 to 0xFFFFFFFF each)")
@@ -288,7 +288,7 @@ void add_register_commands(Parser &parser) {
       {"info", "Registers", "Show the driver, the ASICs, and the blocks with their registers"},
       run_info);
   parser.add<RegsArgs>(
-      {"regs", "Registers", "List the registers of a block that have a name", Setup::kNone},
+      {"regs", "Registers", "List the registers of a block that have a name", Requires::kNone},
       describe_block, check_block, run_regs);
   parser.add<ReadArgs>(
       {"read", "Registers",

@@ -79,7 +79,7 @@ std::vector<AnswerField> qos_fields(const kel_asic_qos_stats_t &stats, const std
 }
 
 // What the service answered, field by field: first how the call went.
-std::vector<AnswerField> answer_fields(const NotedCall &call, bool with_qos,
+std::vector<AnswerField> answer_fields(const DecodedCall &call, bool with_qos,
                                        const AddressIndex &index) {
   const std::string target = target_text(call, index);
   std::vector<AnswerField> fields = {{target, "result", call.outcome}};
@@ -93,7 +93,7 @@ std::vector<AnswerField> answer_fields(const NotedCall &call, bool with_qos,
   return fields;
 }
 
-void compare(const NotedCall &recorded, const NotedCall &now, const ReplayArgs &args,
+void compare(const DecodedCall &recorded, const DecodedCall &now, const ReplayArgs &args,
              const AddressIndex &index, Outcome &outcome) {
   const std::vector<AnswerField> before = answer_fields(recorded, !args.ignore_qos, index);
   const std::vector<AnswerField> after = answer_fields(now, !args.ignore_qos, index);
@@ -112,7 +112,7 @@ void compare(const NotedCall &recorded, const NotedCall &now, const ReplayArgs &
 }
 
 // Whether all that the service was given is there, to be given again.
-bool is_whole(const NotedCall &call) {
+bool is_whole(const DecodedCall &call) {
   if (call.request_cut || call.length > kLongestRecord)
     return false;
   const bool known = !std::holds_alternative<std::monostate>(call.request);
@@ -120,8 +120,8 @@ bool is_whole(const NotedCall &call) {
 }
 
 // Sends the request of a recorded call, and gives it with the answer of now.
-NotedCall send_again(const NotedCall &recorded) {
-  NotedCall now = recorded;
+DecodedCall send_again(const DecodedCall &recorded) {
+  DecodedCall now = recorded;
   std::vector<uint8_t> record = recorded.request_bytes;
   record.resize(recorded.length);
   // Without a byte that was kept there was no record.
@@ -130,7 +130,7 @@ NotedCall send_again(const NotedCall &recorded) {
   errno = 0;
   now.result = sse_call2(recorded.case_code, &params, recorded.length);
   now.error_number = *now.result < 0 ? errno : 0;
-  forget_sent();
+  clear_lost();
   now.answer_bytes.clear();
   now.answer = {};
   if (*now.result == 0)
@@ -139,16 +139,16 @@ NotedCall send_again(const NotedCall &recorded) {
   return now;
 }
 
-void wait_for(const NotedCall &call, const std::optional<NotedCall> &before) {
+void wait_for(const DecodedCall &call, const std::optional<DecodedCall> &before) {
   if (before && call.order_ns > before->order_ns)
-    wait_uninterrupted(static_cast<double>(call.order_ns - before->order_ns) / 1e9);
+    interruptible_sleep(static_cast<double>(call.order_ns - before->order_ns) / 1e9);
 }
 
 Outcome replay(RecordedCalls &source, const ReplayArgs &args, const AddressIndex &index) {
   Outcome outcome;
   const Interrupt scope({SIGINT});
-  std::optional<NotedCall> before;
-  while (std::optional<NotedCall> call = source.next()) {
+  std::optional<DecodedCall> before;
+  while (std::optional<DecodedCall> call = source.next()) {
     if (args.at_recorded_speed)
       wait_for(*call, before);
     if (interrupted != 0)
@@ -157,7 +157,7 @@ Outcome replay(RecordedCalls &source, const ReplayArgs &args, const AddressIndex
       ++outcome.skipped;
       continue;
     }
-    const NotedCall now = send_again(*call);
+    const DecodedCall now = send_again(*call);
     ++outcome.sent;
     if (args.check)
       compare(*call, now, args, index, outcome);
@@ -205,7 +205,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
                          {"differences", args.check ? Json(outcome.differences) : Json()},
                          {"first_differences", differences_json(outcome.first)}},
                         text);
-  tell_losses(session, source.losses());
+  report_gaps(session, source.gaps());
   if (outcome.differences > 0)
     throw OperationFailed("the platform answered otherwise than it was recorded");
 }

@@ -73,7 +73,7 @@ std::string Transaction::loss_text() const {
 }
 
 void Transaction::note_loss() const {
-  set_last_words(exact_ && pending_ == 0 ? "" : loss_text());
+  set_exit_notice(exact_ && pending_ == 0 ? "" : loss_text());
 }
 
 void Transaction::start(const std::string &name) {
@@ -85,7 +85,7 @@ void Transaction::start(const std::string &name) {
 
 void Transaction::close() {
   *this = Transaction();
-  set_last_words("");
+  set_exit_notice("");
 }
 
 void Transaction::add(uint64_t writes) {

@@ -79,7 +79,7 @@ void run_table_read(Session &session, const TableReadArgs &args) {
 
   const Transaction before = session.transaction;
   Entries entries = {args.index, table.entry_size, {}, std::nullopt};
-  entries.run = read_run(session, reg, table, args.index, count);
+  entries.run = read_block(session, reg, table, args.index, count);
   if (!expected.empty())
     expect_words(expected, entries.run, table.entry_size);
   if (args.addresses)
@@ -149,16 +149,16 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
         const_cast<char *>(who.file), who.line, who.func);
     if (result != 0) {
       show_progress(done, count, true);
-      check_sent();
+      throw_if_lost();
       const std::string before =
-          done == 0 ? "" : format(" (%u entries before it are %s)", done, written_text(session));
+          done == 0 ? "" : format(" (%u entries before it are %s)", done, write_status(session));
       throw OperationFailed(result, index_hint(session, reg, table, index) + before);
     }
     session.transaction.add(static_cast<uint64_t>(part) * table.entry_size);
     done += part;
     show_progress(done, count, done == count);
   }
-  check_sent();
+  throw_if_lost();
   Json object = register_json("dhs-write", reg);
   object["index"] = args.index;
   object["entries"] = count;
@@ -166,7 +166,7 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
   object["queued"] = session.transaction.open();
   session.report.result(object,
                         register_text(reg) + ": " + entries_of_text(table, count) +
-                            format(" from index %u: %s\n", args.index, written_text(session)));
+                            format(" from index %u: %s\n", args.index, write_status(session)));
 }
 
 void describe_tables(Arguments &arguments, TablesArgs &args) {
@@ -177,12 +177,12 @@ void describe_table_read(Arguments &arguments, TableReadArgs &args) {
   describe_register(arguments, args.reg);
   arguments.number("INDEX", args.index, "First entry").required();
   const auto parse_count = [](const std::string &text) {
-    return parse_number<uint32_t>(text, 0, kMostWordsRead);
+    return parse_number<uint32_t>(text, 0, kMaxBlockWords);
   };
   arguments.parsed(
       "COUNT", args.count, parse_count,
       format("Number of entries (0 to %u, and at most as many words in all); 1 if left out",
-             kMostWordsRead));
+             kMaxBlockWords));
   arguments.flag("--addresses", args.addresses, "Show the address of each entry");
   arguments
       .word("--expect-from", args.expected_path,
@@ -208,7 +208,7 @@ void add_table_commands(Parser &parser) {
        "List the table (DHS) registers\n"
        "Entry sizes and index ranges are those that the library checks; no register is\n"
        "touched.",
-       Setup::kRegisterMap},
+       Requires::kRegisterMap},
       describe_tables, check_block, run_tables);
   parser.add<TableReadArgs>(
       {"dhs-read", "Tables",

@@ -40,7 +40,7 @@ void run_commit(Session &session) {
   const Transaction sent = session.transaction;
   mrv_asic_transaction_commit();
   session.transaction.close();
-  check_sent();
+  throw_if_lost();
   session.report.result({{"command", "commit"},
                          {"name", sent.open() ? Json(sent.name()) : Json()},
                          {"writes", sent.pending()}},

@@ -19,7 +19,7 @@ namespace {
 
 // The next definition behind the tool's own: that of a preloaded library, or of the platform.
 template <typename Function>
-void take_next(Function *&function, const char *name) {
+void resolve_next(Function *&function, const char *name) {
   function = reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
   if (function == nullptr)
     throw UsageError(format("the platform lacks the function %s", name));
@@ -35,7 +35,7 @@ Forwarded functions;
 
 }  // namespace
 
-std::string beside_library(const std::string &file) {
+std::string sibling_library(const std::string &file) {
   Dl_info library = {};
   if (dladdr(dlsym(RTLD_NEXT, "lib_mrv_asic_init"), &library) == 0)
     return file;
@@ -55,22 +55,23 @@ void open_platform(const std::string &file) {
     open_library(in_this_folder ? "./" + file : file, "");
   } else {
     for (const std::string &built_for : split(MRVCTL_PLATFORM, ':'))
-      open_library(built_for.find('/') == std::string::npos ? beside_library(built_for) : built_for,
-                   "; name one with --platform FILE");
+      open_library(
+          built_for.find('/') == std::string::npos ? sibling_library(built_for) : built_for,
+          "; name one with --platform FILE");
   }
-  take_next(functions.sse_call2, "sse_call2");
-  take_next(functions.cardcfg_get_real_asic_type, "cardcfg_get_real_asic_type");
-  take_next(functions.cardcfg_card_get_sw_card_id, "cardcfg_card_get_sw_card_id");
-  take_next(functions.morvane_lib_init, "morvane_lib_init");
-  take_next(functions.kel_asic_get_all_base_table, "kel_asic_get_all_base_table");
-  take_next(functions.kel_asic_get_all_reg_table, "kel_asic_get_all_reg_table");
+  resolve_next(functions.sse_call2, "sse_call2");
+  resolve_next(functions.cardcfg_get_real_asic_type, "cardcfg_get_real_asic_type");
+  resolve_next(functions.cardcfg_card_get_sw_card_id, "cardcfg_card_get_sw_card_id");
+  resolve_next(functions.morvane_lib_init, "morvane_lib_init");
+  resolve_next(functions.kel_asic_get_all_base_table, "kel_asic_get_all_base_table");
+  resolve_next(functions.kel_asic_get_all_reg_table, "kel_asic_get_all_reg_table");
 }
 
 void connect_to_switch(const std::string &address) {
   const char *const variable = std::getenv("MORVANE_SWITCH");
   const std::string named = address.empty() && variable != nullptr ? variable : address;
   // Only the virtual platform knows the variable.
-  if (named.empty() || (address.empty() && find_in_platform("vp_connect") == nullptr))
+  if (named.empty() || (address.empty() && platform_symbol("vp_connect") == nullptr))
     return;
   const int error = control<decltype(vp_connect)>("vp_connect")(named.c_str());
   if (error == EAGAIN)
@@ -81,7 +82,7 @@ void connect_to_switch(const std::string &address) {
     throw OperationFailed("no switch at " + named + ": " + std::strerror(error) + hint);
 }
 
-void *find_in_platform(const char *name) {
+void *platform_symbol(const char *name) {
   return dlsym(RTLD_NEXT, name);
 }
 

@@ -22,17 +22,17 @@ void connect_to_switch(const std::string &address);
 
 // The path of a library of the same build or install, which stands beside libmorvaneusd; its plain
 // name where it does not, for the system to find.
-std::string beside_library(const std::string &file);
+std::string sibling_library(const std::string &file);
 
 // A function of the platform by its name; null where the platform has none of that name.
-void *find_in_platform(const char *name);
+void *platform_symbol(const char *name);
 
 // One of the virtual platform's controls. Throws OperationFailed on a platform that lacks it.
 //
 //     control<decltype(vp_fail_next_call)>("vp_fail_next_call")(EPERM);
 template <typename Function>
 Function *control(const char *name) {
-  void *found = find_in_platform(name);
+  void *found = platform_symbol(name);
   if (found == nullptr)
     throw OperationFailed("this platform has no " + std::string(name) +
                           ": it is no virtual platform");

@@ -33,7 +33,7 @@ bool fill(int file, const std::string &text) {
 
 }  // namespace
 
-void replace_file(const std::string &path, const std::string &text) {
+void write_atomically(const std::string &path, const std::string &text) {
   struct stat old = {};
   if (lstat(path.c_str(), &old) == 0 && !S_ISREG(old.st_mode))
     fail(path, "is no plain file");

@@ -8,7 +8,7 @@ namespace mrvctl {
 
 // Writes a temporary file beside the path and gives it its name. Throws OperationFailed, and leaves
 // what was there; refuses to replace anything but a plain file.
-void replace_file(const std::string &path, const std::string &text);
+void write_atomically(const std::string &path, const std::string &text);
 
 }  // namespace mrvctl
 

@@ -9,7 +9,7 @@ namespace mrvctl {
 namespace {
 
 template <typename Value>
-Json known(const std::optional<Value> &value) {
+Json or_null(const std::optional<Value> &value) {
   return value ? Json(*value) : Json();
 }
 
@@ -18,7 +18,7 @@ Json register_name_json(uint32_t address, const AddressIndex &index) {
   return name.empty() ? Json() : Json(name);
 }
 
-void add_register(Json &object, const NotedCall &call, const RegisterFields &request,
+void add_register(Json &object, const DecodedCall &call, const RegisterFields &request,
                   const AddressIndex &index) {
   const auto *answer = std::get_if<RegisterFields>(&call.answer);
   const bool run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
@@ -28,7 +28,7 @@ void add_register(Json &object, const NotedCall &call, const RegisterFields &req
   object["asic"] = request.asic;
   object["address"] = request.address;
   object["register"] = register_name_json(request.address, index);
-  const RegisterFields *written = call.value_told ? &request : nullptr;
+  const RegisterFields *written = call.value_known ? &request : nullptr;
   const RegisterFields *values = read ? answer : written;
   if (run) {
     object["num"] = request.num;
@@ -37,7 +37,7 @@ void add_register(Json &object, const NotedCall &call, const RegisterFields &req
     object["cut"] = read ? call.answer_cut : call.request_cut;
   } else {
     object["data"] = values == nullptr ? Json() : Json(values->data);
-    const bool has_mask = call.has_record || (!read && call.value_told);
+    const bool has_mask = call.has_record || (!read && call.value_known);
     object["mask"] = has_mask ? Json(request.mask) : Json();
   }
   const bool has_caller = call.has_record || !request.file.empty();
@@ -68,7 +68,7 @@ void add_timer(Json &object, const TimerFields &request) {
   object["data"] = request.time;
 }
 
-void add_qos(Json &object, const NotedCall &call, const QosFields &request) {
+void add_qos(Json &object, const DecodedCall &call, const QosFields &request) {
   object["module"] = request.module;
   object["asic"] = request.asic;
   object["port_type"] = port_type_text(request.port_type);
@@ -82,14 +82,14 @@ void add_qos(Json &object, const NotedCall &call, const QosFields &request) {
 
 }  // namespace
 
-Json call_json(const NotedCall &call, const AddressIndex &index) {
+Json call_json(const DecodedCall &call, const AddressIndex &index) {
   Json object = {{"command", "calls"},
                  {"time", utc_time_text(call.wall_ns)},
                  {"time_ns", call.wall_ns},
                  {"program", call.has_record ? Json(call.process->program) : Json()},
                  {"pid", call.process->pid},
                  {"number", call.number},
-                 {"duration_ns", known(call.duration_ns)},
+                 {"duration_ns", or_null(call.duration_ns)},
                  {"operation", call.operation},
                  {"case", call.has_record ? Json(call.case_code) : Json()},
                  {"driver", call.has_record ? Json(call.driver) : Json()},
@@ -104,7 +104,7 @@ Json call_json(const NotedCall &call, const AddressIndex &index) {
     add_timer(object, *timer);
   else if (!call.place.empty())
     object["register"] = call.place;
-  object["result"] = known(call.result);
+  object["result"] = or_null(call.result);
   object["errno"] = call.result.value_or(0) < 0 ? Json(call.error_number) : Json();
   object["outcome"] = call.outcome;
   object["failed"] = call.failed;

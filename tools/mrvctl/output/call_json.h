@@ -9,7 +9,7 @@ namespace mrvctl {
 
 // {"command":"calls","time":...}; a field that a call of its kind has not is absent, one that it
 // has and nobody noted is null.
-Json call_json(const NotedCall &call, const AddressIndex &index);
+Json call_json(const DecodedCall &call, const AddressIndex &index);
 
 }  // namespace mrvctl
 

@@ -20,7 +20,7 @@ uint64_t percentile(std::vector<uint64_t> &durations, size_t percent) {
   return *place;
 }
 
-std::string call_text(const NotedCall &call, const AddressIndex &index) {
+std::string call_text(const DecodedCall &call, const AddressIndex &index) {
   const std::string caller = caller_text(call);
   return target_text(call, index) + ", call " + std::to_string(call.number) + " of " +
          call.process->label + (caller.empty() ? "" : ", " + caller);
@@ -28,7 +28,7 @@ std::string call_text(const NotedCall &call, const AddressIndex &index) {
 
 }  // namespace
 
-void CallSummary::add(const NotedCall &call, const AddressIndex &index) {
+void CallSummary::add(const DecodedCall &call, const AddressIndex &index) {
   Row &row = rows_[call.operation];
   ++row.calls;
   row.failed += call.failed ? 1 : 0;

@@ -13,7 +13,7 @@ namespace mrvctl {
 
 class CallSummary {
  public:
-  void add(const NotedCall &call, const AddressIndex &index);
+  void add(const DecodedCall &call, const AddressIndex &index);
 
   // A row an operation: calls, failures, total, median, 99th percentile, and the slowest with its
   // caller; the operation that took longest in all comes first.

@@ -16,7 +16,7 @@ namespace {
 
 void note(int signal_number) {
   if (interrupted != 0) {
-    say_last_words();
+    print_exit_notice();
     std::signal(signal_number, SIG_DFL);
     raise(signal_number);
   }
@@ -47,7 +47,7 @@ Interrupt::~Interrupt() {
 
 // All signals wait but while the process does, so that none is missed between the look at what it
 // sets and the wait.
-void wait_uninterrupted(double seconds) {
+void interruptible_sleep(double seconds) {
   const double end = monotonic_seconds() + seconds;
   sigset_t all, before;
   sigfillset(&all);

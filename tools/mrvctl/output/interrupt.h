@@ -26,7 +26,7 @@ class Interrupt {
 };
 
 // Waits, or until one of them comes.
-void wait_uninterrupted(double seconds);
+void interruptible_sleep(double seconds);
 
 }  // namespace mrvctl
 

@@ -15,7 +15,7 @@ std::array<std::string, 2> texts;
 std::atomic<const std::string *> current = texts.data();
 
 void end_by_signal(int signal) {
-  say_last_words();
+  print_exit_notice();
   raise(signal);  // ends the tool once the handler returns: it was reset to the default
 }
 
@@ -33,13 +33,13 @@ void watch_signals() {
   }
 }
 
-void set_last_words(const std::string &text) {
+void set_exit_notice(const std::string &text) {
   std::string &next = texts[current == texts.data() ? 1 : 0];
   next = text.empty() ? "" : "mrvctl: " + text + "\n";
   current = &next;
 }
 
-void say_last_words() {
+void print_exit_notice() {
   const std::string &text = *current.load();
   // A handler that cannot write has nobody to tell.
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());

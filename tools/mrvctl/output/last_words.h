@@ -10,10 +10,10 @@ namespace mrvctl {
 void watch_signals();
 
 // Sets them; an empty text for none.
-void set_last_words(const std::string &text);
+void set_exit_notice(const std::string &text);
 
 // Prints them; for signal handlers that end the tool themselves.
-void say_last_words();
+void print_exit_notice();
 
 }  // namespace mrvctl
 

@@ -66,14 +66,14 @@ uint8_t record_kind(const Fields &fields) {
   return static_cast<uint8_t>(fields.index());
 }
 
-uint8_t flags_of(const NotedCall &call) {
+uint8_t flags_of(const DecodedCall &call) {
   return static_cast<uint8_t>((call.result ? kReturned : 0) | (call.request_cut ? kRequestCut : 0) |
                               (call.answer_cut ? kAnswerCut : 0) | (call.failed ? kFailed : 0));
 }
 
 // Texts that stand between preamble and record, each with its NUL: the program, the operation, the
 // outcome, and the name of each register that is touched.
-Bytes texts_of(const NotedCall &call, const AddressIndex &index) {
+Bytes texts_of(const DecodedCall &call, const AddressIndex &index) {
   std::vector<std::string> texts = {call.process->program, call.operation, call.outcome};
   for (const Access &access : accesses(call))
     texts.push_back(index.name(access.address));
@@ -85,7 +85,7 @@ Bytes texts_of(const NotedCall &call, const AddressIndex &index) {
   return bytes;
 }
 
-Bytes packet_bytes(const NotedCall &call, uint8_t kind, const Bytes &texts, const Bytes &record) {
+Bytes packet_bytes(const DecodedCall &call, uint8_t kind, const Bytes &texts, const Bytes &record) {
   const bool answered = kind == kAnswer;
   Bytes bytes(kMagic, kMagic + 4);
   put(bytes, kVersion);
@@ -164,7 +164,7 @@ void PcapngWriter::write_answers(uint64_t before_ns) {
   }
 }
 
-void PcapngWriter::add(const NotedCall &call, const AddressIndex &index) {
+void PcapngWriter::add(const DecodedCall &call, const AddressIndex &index) {
   write_answers(call.order_ns);
   const Bytes texts = texts_of(call, index);
   const uint64_t true_length = kPreambleSize + texts.size() + uint64_t{call.length};

@@ -23,7 +23,7 @@ class PcapngWriter {
 
   // Calls come in the order in which they began; the answer stands where it came back. The call's
   // file is its interface.
-  void add(const NotedCall &call, const AddressIndex &index);
+  void add(const DecodedCall &call, const AddressIndex &index);
 
   // Throws OperationFailed where something could not be written.
   void close();

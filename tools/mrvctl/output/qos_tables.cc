@@ -89,9 +89,9 @@ std::vector<uint64_t> values_of(const Counters &counters) {
   return values;
 }
 
-std::vector<double> per_second(const Counters &risen, double seconds) {
+std::vector<double> per_second(const Counters &delta, double seconds) {
   std::vector<double> rates;
-  for (const uint64_t value : values_of(risen))
+  for (const uint64_t value : values_of(delta))
     rates.push_back(static_cast<double>(value) / seconds);
   return rates;
 }
@@ -198,24 +198,24 @@ Json qos_json(const kel_asic_qos_stats_t &stats) {
   return object;
 }
 
-kel_asic_qos_stats_t qos_risen(const kel_asic_qos_stats_t &before,
+kel_asic_qos_stats_t qos_delta(const kel_asic_qos_stats_t &before,
                                const kel_asic_qos_stats_t &now) {
-  kel_asic_qos_stats_t risen = now;
+  kel_asic_qos_stats_t delta = now;
   const std::vector<Counters> old_counters = qos_counters(before);
-  const std::vector<Counters> counters = qos_counters(risen);
+  const std::vector<Counters> counters = qos_counters(delta);
   for (size_t i = 0; i < counters.size(); ++i) {
-    auto *const values = const_cast<kel_asic_counter_t *>(counters[i].values);  // of risen
+    auto *const values = const_cast<kel_asic_counter_t *>(counters[i].values);  // of delta
     for (size_t j = 0; j < counters[i].count; ++j) {
       if (old_counters[i].values[j] <= values[j])
         values[j] -= old_counters[i].values[j];
     }
   }
-  return risen;
+  return delta;
 }
 
-std::string rates_text(const kel_asic_qos_stats_t &risen, double seconds) {
+std::string rates_text(const kel_asic_qos_stats_t &delta, double seconds) {
   std::string text;
-  for (const Counters &counters : qos_counters(risen)) {
+  for (const Counters &counters : qos_counters(delta)) {
     const std::vector<double> rates = per_second(counters, seconds);
     for (size_t i = 0; i < rates.size(); ++i) {
       if (rates[i] == 0)
@@ -231,9 +231,9 @@ std::string rates_text(const kel_asic_qos_stats_t &risen, double seconds) {
   return text.empty() ? "no counter moved\n" : "rising, per second\n" + text;
 }
 
-Json rates_json(const kel_asic_qos_stats_t &risen, double seconds) {
+Json rates_json(const kel_asic_qos_stats_t &delta, double seconds) {
   Json object;
-  for (const Counters &counters : qos_counters(risen))
+  for (const Counters &counters : qos_counters(delta))
     object[counters.record][counters.field] = shaped(per_second(counters, seconds));
   return object;
 }

@@ -38,11 +38,11 @@ Json qos_json(const kel_asic_qos_stats_t &stats);
 
 // How far each counter rose from one record to the next, and the states of the next; a counter that
 // fell was cleared between.
-kel_asic_qos_stats_t qos_risen(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now);
+kel_asic_qos_stats_t qos_delta(const kel_asic_qos_stats_t &before, const kel_asic_qos_stats_t &now);
 
-// How fast counters rose that have risen so far in that time.
-std::string rates_text(const kel_asic_qos_stats_t &risen, double seconds);
-Json rates_json(const kel_asic_qos_stats_t &risen, double seconds);
+// How fast counters rose that have delta so far in that time.
+std::string rates_text(const kel_asic_qos_stats_t &delta, double seconds);
+Json rates_json(const kel_asic_qos_stats_t &delta, double seconds);
 
 }  // namespace mrvctl
 

@@ -35,7 +35,7 @@ class Report {
 
   // Holds back objects, or no more: a command that has to fail comes to one, its own. Tells
   // whether they were held back before.
-  bool hold_json(bool hold) { return std::exchange(held_, hold); }
+  bool suppress_json(bool hold) { return std::exchange(held_, hold); }
 
   // One command's result, in the form that was asked for.
   void result(const Json &object, const std::string &text);

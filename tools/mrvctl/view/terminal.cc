@@ -28,7 +28,7 @@ constexpr char kTake[] = "\033[?1049h\033[?25l\033[?7l";
 constexpr char kGiveBack[] = "\033[?7h\033[?25h\033[?1049l";
 
 // What the handlers know of the terminal.
-struct Taken {
+struct SavedTerminal {
   int tty = -1;
   termios before = {};
   termios during = {};
@@ -37,7 +37,7 @@ struct Taken {
   volatile std::sig_atomic_t now = 0;
 };
 
-Taken taken;
+SavedTerminal taken;
 volatile std::sig_atomic_t changed = 0;
 
 void write_all(int file, const char *text, size_t length) {
@@ -69,7 +69,7 @@ void take() {
   write_all(taken.tty, kTake, sizeof kTake - 1);
 }
 
-void give_back() {
+void leave() {
   if (taken.now == 0)
     return;
   taken.now = 0;
@@ -82,8 +82,8 @@ void give_back() {
 
 void on_interrupt(int signal_number) {
   if (interrupted != 0) {
-    give_back();
-    say_last_words();
+    leave();
+    print_exit_notice();
     std::signal(signal_number, SIG_DFL);
     raise(signal_number);
   }
@@ -92,8 +92,8 @@ void on_interrupt(int signal_number) {
 
 // The signal has its default action again: raised, it ends the process once the handler returns.
 void on_end(int signal_number) {
-  give_back();
-  say_last_words();
+  leave();
+  print_exit_notice();
   raise(signal_number);
 }
 
@@ -112,7 +112,7 @@ void on_continue(int) {
 
 void on_stop(int signal_number) {
   const int error_number = errno;
-  give_back();
+  leave();
   struct sigaction ours = {}, stopping = {};
   stopping.sa_handler = SIG_DFL;
   sigaction(signal_number, &stopping, &ours);
@@ -233,13 +233,13 @@ Terminal::Terminal() : tty_(open_tty()) {
   changed = 0;
   for (Handled &each : handled)
     handle(each.signal_number, each.handler, each.flags, &each.before);
-  static const int at_exit = std::atexit(give_back);  // a platform's library may end the process
+  static const int at_exit = std::atexit(leave);  // a platform's library may end the process
   static_cast<void>(at_exit);
   take();
 }
 
 Terminal::~Terminal() {
-  give_back();
+  leave();
   for (const Handled &each : handled)
     sigaction(each.signal_number, &each.before, nullptr);
   for (int *const file : {&taken.error_output, &taken.null, &taken.tty}) {

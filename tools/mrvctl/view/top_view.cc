@@ -16,7 +16,7 @@ namespace mrvctl {
 namespace {
 
 // Frames of a port, in all or a second.
-struct Activity {
+struct PortRates {
   double writes = 0;
   double reads = 0;
   double discards = 0;
@@ -46,10 +46,10 @@ double sum(const kel_asic_counter_t *values, size_t count) {
   return all;
 }
 
-Activity activity(const kel_asic_qos_stats_t &stats, double seconds) {
+PortRates activity(const kel_asic_qos_stats_t &stats, double seconds) {
   const auto per_second = [seconds](double count) { return count / seconds; };
   const auto &[pause, ss_dhs, oq, drops] = stats;
-  Activity all;
+  PortRates all;
   all.writes = per_second(sum(ss_dhs.wr_rcvd_cnt, kClasses));
   all.reads = per_second(sum(ss_dhs.rd_sent_cnt, kClasses));
   all.discards = per_second(sum(&ss_dhs.wr_discard_cnt, 1));
@@ -70,8 +70,8 @@ double divisor(const PortRow &row) {
   return row.seconds > 0 ? row.seconds : 1;
 }
 
-Activity activity(const PortRow &row) {
-  return activity(row.risen, divisor(row));
+PortRates activity(const PortRow &row) {
+  return activity(row.delta, divisor(row));
 }
 
 bool failed(const PortRow &row) {
@@ -83,11 +83,11 @@ bool in_xoff(const PortRow &row) {
   return pause.rx_xoff_status != 0 || pause.tx_xoff_status != 0;
 }
 
-double amount(const Activity &all, Interest interest) {
+double amount(const PortRates &all, SortKey interest) {
   switch (interest) {
-    case Interest::kPause:
+    case SortKey::kPause:
       return all.pfc + all.pause;
-    case Interest::kWrites:
+    case SortKey::kWrites:
       return all.writes;
     default:
       return all.dropped();
@@ -97,29 +97,29 @@ double amount(const Activity &all, Interest interest) {
 // The columns of rates; those at the end show where there is room.
 struct Column {
   const char *heading;
-  double Activity::*rate;
+  double PortRates::*rate;
   Counts counts;
 };
 
 constexpr Column kColumns[] = {
-    {"WRITES", &Activity::writes, Counts::kFrames},
-    {"READS", &Activity::reads, Counts::kFrames},
-    {"DISC", &Activity::discards, Counts::kDrops},
-    {"N2H", &Activity::n2h, Counts::kDrops},
-    {"H2N", &Activity::h2n, Counts::kDrops},
-    {"PFC", &Activity::pfc, Counts::kFrames},
-    {"PAUSE", &Activity::pause, Counts::kFrames},
-    {"ERRORS", &Activity::errors, Counts::kFrames},
-    {"MCAST", &Activity::multicast, Counts::kDrops},
-    {"FLUSH", &Activity::flushes, Counts::kFrames},
-    {"TIMEOUT", &Activity::timeouts, Counts::kFrames},
+    {"WRITES", &PortRates::writes, Counts::kFrames},
+    {"READS", &PortRates::reads, Counts::kFrames},
+    {"DISC", &PortRates::discards, Counts::kDrops},
+    {"N2H", &PortRates::n2h, Counts::kDrops},
+    {"H2N", &PortRates::h2n, Counts::kDrops},
+    {"PFC", &PortRates::pfc, Counts::kFrames},
+    {"PAUSE", &PortRates::pause, Counts::kFrames},
+    {"ERRORS", &PortRates::errors, Counts::kFrames},
+    {"MCAST", &PortRates::multicast, Counts::kDrops},
+    {"FLUSH", &PortRates::flushes, Counts::kFrames},
+    {"TIMEOUT", &PortRates::timeouts, Counts::kFrames},
 };
 
-constexpr size_t kLeastColumns = 7;
+constexpr size_t kMinColumns = 7;
 constexpr size_t kColumnWidth = 8;
 constexpr int kPortWidth = 8;
 constexpr size_t kXoffWidth = 7;
-constexpr size_t kLeastBar = 4;
+constexpr size_t kMinBar = 4;
 constexpr size_t kLongestBar = 24;
 constexpr size_t kShareWidth = 4;  // "100%"
 
@@ -130,13 +130,13 @@ struct Layout {
 };
 
 Layout layout_for(size_t width) {
-  const size_t rest = kPortWidth + kXoffWidth + kLeastBar + kShareWidth;
-  Layout layout = {kLeastColumns, kLeastBar};
+  const size_t rest = kPortWidth + kXoffWidth + kMinBar + kShareWidth;
+  Layout layout = {kMinColumns, kMinBar};
   while (layout.columns < std::size(kColumns) &&
          rest + (layout.columns + 1) * kColumnWidth <= width)
     ++layout.columns;
   const size_t used = rest + layout.columns * kColumnWidth;
-  layout.bar += width > used ? std::min(width - used, kLongestBar - kLeastBar) : 0;
+  layout.bar += width > used ? std::min(width - used, kLongestBar - kMinBar) : 0;
   return layout;
 }
 
@@ -182,7 +182,7 @@ std::string row_line(const PortRow &row, const Layout &layout, bool chosen, bool
       format("%c %-*s", chosen ? '>' : ' ', kPortWidth - 2, port_name(row.reading).c_str());
   if (failed(row))
     return name + " " + result_text(row.reading.result);
-  const Activity all = activity(row);
+  const PortRates all = activity(row);
   std::string text = name;
   for (size_t i = 0; i < layout.columns; ++i)
     text += number_cell(all.*kColumns[i].rate, kColumnWidth, kColumns[i].counts, colours);
@@ -213,7 +213,7 @@ std::vector<std::string> class_lines(const PortRow &row, bool colours) {
       sums[i % kClasses] += static_cast<double>(values[i]) / seconds;
     return sums;
   };
-  const auto &[pause, ss_dhs, oq, drops] = row.risen;
+  const auto &[pause, ss_dhs, oq, drops] = row.delta;
   std::string heading =
       format("%-*s", kClassLabelWidth, (port_name(row.reading) + ", class").c_str());
   for (size_t i = 0; i < kClasses; ++i)
@@ -227,11 +227,11 @@ std::vector<std::string> class_lines(const PortRow &row, bool colours) {
           class_line("  XOFF sent", rates(pause.tx_pfc_xoff_cnt, 1), Counts::kFrames, colours)};
 }
 
-const char *interest_text(Interest interest) {
+const char *interest_text(SortKey interest) {
   switch (interest) {
-    case Interest::kPause:
+    case SortKey::kPause:
       return "pause";
-    case Interest::kWrites:
+    case SortKey::kWrites:
       return "writes";
     default:
       return "drops";
@@ -258,25 +258,25 @@ std::pair<size_t, size_t> visible_rows(const TopView &view, size_t room) {
 
 // What makes a row come before others, the weightiest first: between ports of one rate what there
 // was before, and then whatever else moves.
-std::array<double, 7> weights(const PortRow &row, Interest interest) {
-  const Activity now = activity(row);
-  return {failed(row) ? 1.0 : 0.0,       interest == Interest::kPause && in_xoff(row) ? 1.0 : 0.0,
-          amount(now, interest),         amount(activity(row.reading.stats, 1), interest),
-          amount(now, Interest::kDrops), amount(now, Interest::kPause),
-          amount(now, Interest::kWrites)};
+std::array<double, 7> weights(const PortRow &row, SortKey interest) {
+  const PortRates now = activity(row);
+  return {failed(row) ? 1.0 : 0.0,      interest == SortKey::kPause && in_xoff(row) ? 1.0 : 0.0,
+          amount(now, interest),        amount(activity(row.reading.stats, 1), interest),
+          amount(now, SortKey::kDrops), amount(now, SortKey::kPause),
+          amount(now, SortKey::kWrites)};
 }
 
 }  // namespace
 
-Interest parse_interest(const std::string &text) {
-  for (const Interest interest : {Interest::kDrops, Interest::kPause, Interest::kWrites}) {
+SortKey parse_sort_key(const std::string &text) {
+  for (const SortKey interest : {SortKey::kDrops, SortKey::kPause, SortKey::kWrites}) {
     if (lower_case(text) == interest_text(interest))
       return interest;
   }
   throw UsageError("'" + text + "' is none of drops, pause, writes");
 }
 
-void sort_rows(std::vector<PortRow> &rows, Interest interest) {
+void sort_rows(std::vector<PortRow> &rows, SortKey interest) {
   std::stable_sort(rows.begin(), rows.end(), [interest](const PortRow &a, const PortRow &b) {
     return weights(a, interest) > weights(b, interest);
   });
@@ -284,10 +284,10 @@ void sort_rows(std::vector<PortRow> &rows, Interest interest) {
 
 std::vector<std::string> top_lines(const TopView &view, size_t width, size_t height, bool colours) {
   constexpr size_t kOtherLines = 3;  // title, heading, keys
-  constexpr size_t kLeastRows = 4;
+  constexpr size_t kMinRows = 4;
   const bool on_screen = height > 0;
   const bool classes = !view.rows.empty() && !failed(view.rows[view.chosen]) &&
-                       (!on_screen || height >= kOtherLines + kLeastRows + 1 + kClassLines);
+                       (!on_screen || height >= kOtherLines + kMinRows + 1 + kClassLines);
   const size_t others = kOtherLines + (classes ? 1 + kClassLines : 0);
   const size_t room = on_screen ? std::max(height, others + 1) - others : view.rows.size();
   const auto [first, last] = visible_rows(view, room);
@@ -317,7 +317,7 @@ std::vector<std::string> top_lines(const TopView &view, size_t width, size_t hei
 Json top_json(const TopView &view) {
   Json ports = Json::array();
   for (const PortRow &row : view.rows) {
-    const Activity all = activity(row);
+    const PortRates all = activity(row);
     const bool rates = !failed(row) && row.seconds > 0;
     Json port = {{"port_type", port_type_text(row.reading.type)},
                  {"port", row.reading.port},

@@ -13,17 +13,17 @@
 namespace mrvctl {
 
 // What makes a port interesting.
-enum class Interest { kDrops, kPause, kWrites };
+enum class SortKey { kDrops, kPause, kWrites };
 
 // "drops", "pause" or "writes". Throws UsageError.
-Interest parse_interest(const std::string &text);
+SortKey parse_sort_key(const std::string &text);
 
 // A port as it was last read.
 struct PortRow {
   using Clock = std::chrono::steady_clock;
 
   PortReading reading;         // where its result is a failure, the statistics are older
-  kel_asic_qos_stats_t risen;  // since it was read before; or all of it
+  kel_asic_qos_stats_t delta;  // since it was read before; or all of it
   double seconds;              // in this time; 0 where it was not read before
   std::optional<Clock::time_point> read_at;
 };
@@ -32,13 +32,13 @@ struct TopView {
   uint32_t module;
   uint32_t asic;
   double interval;
-  Interest interest;
+  SortKey interest;
   std::vector<PortRow> rows;  // in the order of the view
   size_t chosen;              // the row whose classes are shown
 };
 
 // Ports that failed come first, then those of most interest; others stay as they were.
-void sort_rows(std::vector<PortRow> &rows, Interest interest);
+void sort_rows(std::vector<PortRow> &rows, SortKey interest);
 
 // The lines of the view, each as wide as it fits; `height` is 0 where all rows are to be shown.
 std::vector<std::string> top_lines(const TopView &view, size_t width, size_t height, bool colours);

@@ -1,6 +1,6 @@
 // What a note keeps of a record: as much of it as means something.
-#ifndef RECORDER_KEPT_RECORD_H
-#define RECORDER_KEPT_RECORD_H
+#ifndef RECORDER_COMPACT_RECORD_H
+#define RECORDER_COMPACT_RECORD_H
 
 #include <cstdint>
 
@@ -9,26 +9,26 @@
 #pragma GCC visibility push(hidden)
 
 // What a call carries.
-struct carried_record {
+struct call_payload {
   uint32_t case_code;
   const uint8_t *bytes;  // null: none
   uint32_t length;
 };
 
-struct kept_record {
+struct compact_record {
   uint32_t shape;
   uint32_t flags;
   uint32_t size;
 };
 
 // Copies what is kept of a request, at most MREC_REQUEST_MAX bytes.
-kept_record keep_request(const carried_record &record, uint8_t *to);
+compact_record keep_request(const call_payload &record, uint8_t *to);
 
 // How many bytes are kept of the answer to a kept request, and whether it is cut.
-kept_record measure_answer(const carried_record &record, uint32_t shape, const uint8_t *request);
+compact_record measure_answer(const call_payload &record, uint32_t shape, const uint8_t *request);
 
 // Copies them.
-void keep_answer(const carried_record &record, const kept_record &answer, uint8_t *to);
+void keep_answer(const call_payload &record, const compact_record &answer, uint8_t *to);
 
 #pragma GCC visibility pop
 

@@ -1,4 +1,4 @@
-#include "kept_record.h"
+#include "compact_record.h"
 
 #include <cstddef>
 #include <cstring>
@@ -25,7 +25,7 @@ uint32_t field(const uint8_t *record, std::size_t offset) {
   return value;
 }
 
-uint32_t shape_of(const carried_record &record) {
+uint32_t shape_of(const call_payload &record) {
   if (record.bytes == nullptr)
     return MREC_SHAPE_OTHER;
   switch (record.case_code) {
@@ -47,31 +47,31 @@ uint32_t shape_of(const carried_record &record) {
 }
 
 // The words of a register record: no more than it has room for.
-uint32_t word_count(const carried_record &record) {
+uint32_t word_count(const call_payload &record) {
   return smaller(field(record.bytes, offsetof(kel_asic_reg_access_params_t, num)),
                  (record.length - register_header) / 4);
 }
 
-kept_record measure_words(uint32_t header, uint32_t words, uint32_t cut_flag) {
+compact_record measure_words(uint32_t header, uint32_t words, uint32_t cut_flag) {
   return {MREC_SHAPE_REGISTER, words > MREC_WORDS_MAX ? cut_flag : 0,
           header + 4 * smaller(words, MREC_WORDS_MAX)};
 }
 
-kept_record measure_other(const carried_record &record, uint32_t cut_flag) {
+compact_record measure_other(const call_payload &record, uint32_t cut_flag) {
   if (record.bytes == nullptr)
     return {MREC_SHAPE_OTHER, 0, 0};
   return {MREC_SHAPE_OTHER, record.length > MREC_OTHER_MAX ? cut_flag : 0,
           smaller(record.length, MREC_OTHER_MAX)};
 }
 
-kept_record keep_qos_request(const carried_record &record, uint8_t *to) {
+compact_record keep_qos_request(const call_payload &record, uint8_t *to) {
   constexpr uint32_t opts_offset = offsetof(kel_asic_qos_stats_params_t, opts);
   std::memcpy(to, record.bytes, stats_offset);
   std::memcpy(to + stats_offset, record.bytes + opts_offset, sizeof(uint32_t));
   return {MREC_SHAPE_QOS, 0, stats_offset + sizeof(uint32_t)};
 }
 
-kept_record measure_request(const carried_record &record, uint32_t shape) {
+compact_record measure_request(const call_payload &record, uint32_t shape) {
   if (shape == MREC_SHAPE_REGISTER) {
     const uint32_t words = field(record.bytes, 0) == TYPE_WRITE_DHS ? word_count(record) : 0;
     return measure_words(register_header, words, MREC_REQUEST_CUT);
@@ -84,18 +84,18 @@ kept_record measure_request(const carried_record &record, uint32_t shape) {
 
 }  // namespace
 
-kept_record keep_request(const carried_record &record, uint8_t *to) {
+compact_record keep_request(const call_payload &record, uint8_t *to) {
   const uint32_t shape = shape_of(record);
   if (shape == MREC_SHAPE_QOS)
     return keep_qos_request(record, to);
-  const kept_record kept = measure_request(record, shape);
+  const compact_record kept = measure_request(record, shape);
   if (kept.size != 0)
     std::memcpy(to, record.bytes, kept.size);
   return kept;
 }
 
 // The service may have overwritten the type: the request tells it.
-kept_record measure_answer(const carried_record &record, uint32_t shape, const uint8_t *request) {
+compact_record measure_answer(const call_payload &record, uint32_t shape, const uint8_t *request) {
   switch (shape) {
     case MREC_SHAPE_REGISTER:
       return measure_words(8, field(request, 0) == TYPE_READ_DHS ? word_count(record) : 0,
@@ -109,7 +109,7 @@ kept_record measure_answer(const carried_record &record, uint32_t shape, const u
   }
 }
 
-void keep_answer(const carried_record &record, const kept_record &answer, uint8_t *to) {
+void keep_answer(const call_payload &record, const compact_record &answer, uint8_t *to) {
   if (answer.size == 0)
     return;
   if (answer.shape == MREC_SHAPE_QOS) {
