@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
+#include <new>
 #include <vector>
 
 #include "dhs_tables.h"
@@ -16,6 +18,28 @@
 namespace {
 
 constexpr uint32_t kAll = 0xFFFFFFFF;
+
+std::size_t allocations_left = SIZE_MAX;
+
+}  // namespace
+
+[[gnu::noinline]] void *operator new(std::size_t size) {
+  void *const memory = allocations_left == 0 ? nullptr : std::malloc(size);
+  if (memory == nullptr)
+    throw std::bad_alloc();
+  --allocations_left;
+  return memory;
+}
+
+[[gnu::noinline]] void operator delete(void *memory) noexcept {
+  std::free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+namespace {
 
 uint32_t address(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg) {
   return kel_asic_get_all_base_table(KEL_ASIC_VER_B0)[block][instance] +
@@ -110,6 +134,37 @@ TEST_F(VirtualPlatform, writes_a_run_whole_or_not_at_all_and_to_its_module_alone
   EXPECT_EQ(write(request, 3), 0);
   EXPECT_EQ(word_at(before_a_hole), 1U);
   EXPECT_EQ(word_at(before_a_hole, 1), 0U);
+}
+
+TEST_F(VirtualPlatform, applies_a_write_completely_or_not_at_all_when_memory_runs_out) {
+  const uint32_t page_end = address(KEL_ASIC_BLK_HI, 0, HI_HI0_DHS_LVIF_TCAM_OFFSET) | 0xFFC;
+  const uint32_t other = address(KEL_ASIC_BLK_NI, 0, 7);
+  Request run = {TYPE_WRITE_DHS, 0, 0, page_end, 0, kAll, 2};
+  run[kWords] = run[kWords + 1] = 1;
+  static kel_asic_xn_t transaction;
+  transaction.num = 3;
+  transaction.xn[0] = {0, 0, page_end, 1, kAll};
+  transaction.xn[1] = {0, 0, other, 1, kAll};
+  transaction.xn[2] = {0, 0, page_end + 4, 1, kAll};
+  const auto write_run = [&] { return write(run, 2); };
+  const auto commit = [] { return send(SYSSRV_MEM_WRITE_CASE, &transaction, sizeof transaction); };
+  const auto fails_without_a_trace = [&](const auto &write_all, std::size_t allocations) {
+    EXPECT_EQ(vp_reset(), 0);
+    allocations_left = allocations;
+    const int error = write_all();
+    allocations_left = SIZE_MAX;
+    EXPECT_TRUE(error == 0 || error == ENOMEM) << error;
+    const uint32_t expected = error == 0 ? 1 : 0;
+    EXPECT_TRUE(word_at(page_end) == expected && word_at(page_end + 4) == expected);
+    return error != 0;
+  };
+  std::size_t run_allocations = 0, commit_allocations = 0;
+  while (fails_without_a_trace(write_run, run_allocations))
+    ++run_allocations;
+  while (fails_without_a_trace(commit, commit_allocations))
+    ++commit_allocations;
+  const bool is_remote = std::getenv("MORVANE_SWITCH") != nullptr;
+  EXPECT_TRUE(is_remote || (run_allocations > 1 && commit_allocations > run_allocations));
 }
 
 TEST_F(VirtualPlatform, refuses_a_bad_request_with_the_errno_of_its_fault) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 
 #include "platform/system_service.h"
 
@@ -59,6 +60,14 @@ kel_asic_qos_stats_t *VirtualAsic::find_port(cardcfg_port_type_t port_type, uint
 }
 
 int DriverService::handle(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length) {
+  try {
+    return dispatch(case_code, driver_id, record, length);
+  } catch (const std::bad_alloc &) {
+    return ENOMEM;
+  }
+}
+
+int DriverService::dispatch(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length) {
   if (driver_id != KEL_ASIC_DRIVER_MORVANE)
     return ENODEV;
   switch (case_code) {
@@ -111,7 +120,7 @@ int DriverService::write_registers(const kel_asic_reg_access_params_t &request, 
   const kel_asic_xn_entry_t write = {request.module, static_cast<int32_t>(request.asic),
                                      request.addr, request.data,
                                      request.type == TYPE_WRITE ? kWholeRegister : request.mask};
-  if (const int refusal = check_write(write))
+  if (const int refusal = prepare_write(write))
     return refusal;
   apply_write(write);
   return 0;
@@ -129,9 +138,11 @@ int DriverService::read_block(kel_asic_reg_access_params_t &request, uint32_t le
 int DriverService::write_block(const kel_asic_reg_access_params_t &request, uint32_t length) {
   if (const int refusal = check_block_access(request, length))
     return refusal;
-  VirtualAsic &asic = *find_asic(static_cast<uint32_t>(request.module), request.asic);
+  WordStore &words = find_asic(static_cast<uint32_t>(request.module), request.asic)->words;
   for (uint32_t i = 0; i < request.num; ++i)
-    asic.words.at(request.addr + 4 * i) = request.pdata[i];
+    words.reserve(request.addr + 4 * i);
+  for (uint32_t i = 0; i < request.num; ++i)
+    words.at(request.addr + 4 * i) = request.pdata[i];
   return 0;
 }
 
@@ -160,7 +171,7 @@ int DriverService::write_transaction(const kel_asic_xn_t &transaction) {
     return EINVAL;
   const kel_asic_xn_entry_t *const end = transaction.xn + transaction.num;
   for (const kel_asic_xn_entry_t *write = transaction.xn; write != end; ++write) {
-    if (const int refusal = check_write(*write))
+    if (const int refusal = prepare_write(*write))
       return refusal;
   }
   std::for_each(transaction.xn, end,
@@ -168,14 +179,18 @@ int DriverService::write_transaction(const kel_asic_xn_t &transaction) {
   return 0;
 }
 
-int DriverService::check_write(const kel_asic_xn_entry_t &write) {
+// Checks a write and allocates what it needs, so that apply_write() cannot fail.
+int DriverService::prepare_write(const kel_asic_xn_entry_t &write) {
   if (target_of(write) != Target::kRegister)
     return check_command(write);
-  if (find_asic(static_cast<uint32_t>(write.module), static_cast<uint32_t>(write.asic_map)) ==
-      nullptr) {
+  VirtualAsic *const asic =
+      find_asic(static_cast<uint32_t>(write.module), static_cast<uint32_t>(write.asic_map));
+  if (asic == nullptr)
     return ENXIO;
-  }
-  return virtual_asic::has_word(write.reg) ? 0 : EFAULT;
+  if (!virtual_asic::has_word(write.reg))
+    return EFAULT;
+  asic->words.reserve(write.reg);
+  return 0;
 }
 
 int DriverService::check_command(const kel_asic_xn_entry_t &command) {
@@ -188,7 +203,7 @@ int DriverService::check_command(const kel_asic_xn_entry_t &command) {
   return 0;
 }
 
-// The write has passed check_write.
+// The write has passed prepare_write.
 void DriverService::apply_write(const kel_asic_xn_entry_t &write) {
   if (target_of(write) != Target::kRegister) {
     apply_command(write);

@@ -23,7 +23,8 @@ struct VirtualAsic {
 };
 
 // The service. Every function that returns an int gives 0 or the errno of its refusal, and a
-// refusal changes nothing.
+// refusal changes nothing. Memory for the words is allocated before the first one is written: if
+// there is none, handle() gives ENOMEM.
 class DriverService {
  public:
   // Handles a record, which is not null and has length bytes, and leaves the answer in it.
@@ -40,6 +41,7 @@ class DriverService {
   }
 
  private:
+  int dispatch(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length);
   int read_registers(kel_asic_reg_access_params_t &request, uint32_t length);
   int write_registers(const kel_asic_reg_access_params_t &request, uint32_t length);
   int read_block(kel_asic_reg_access_params_t &request, uint32_t length);
@@ -48,7 +50,7 @@ class DriverService {
   int check_block_access(const kel_asic_reg_access_params_t &request, uint32_t length);
   int write_transaction(const kel_asic_xn_t &transaction);
   // Inline, as a transaction calls them for each of its entries.
-  inline int check_write(const kel_asic_xn_entry_t &write);
+  inline int prepare_write(const kel_asic_xn_entry_t &write);
   inline void apply_write(const kel_asic_xn_entry_t &write);
   int check_command(const kel_asic_xn_entry_t &command);
   void apply_command(const kel_asic_xn_entry_t &command);

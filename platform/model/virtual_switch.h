@@ -1,9 +1,10 @@
-// One virtual switch: the ASICs behind their driver service, and the card. There is one in a
+// One virtual switch: the ASICs with their driver service, and the card. There is one in each
 // process, or one in morvaned for all its clients.
 #ifndef VIRTUAL_SWITCH_H
 #define VIRTUAL_SWITCH_H
 
 #include <cstdint>
+#include <new>
 
 #include "driver_service.h"
 
@@ -13,10 +14,12 @@ struct VirtualSwitch {
   uint16_t sw_card_id = virtual_asic::kPlainCard;
 };
 
-// That of this process, for calls that do not go to another. Never destroyed: calls may come as
-// long as the process lives.
+// The switch of this process, for calls that do not go to another. Never destroyed, because calls
+// come as long as the process lives; in static memory, because callers are C and expect no
+// exception.
 inline VirtualSwitch &own_switch() {
-  static auto *const instance = new VirtualSwitch;
+  alignas(VirtualSwitch) static unsigned char memory[sizeof(VirtualSwitch)];
+  static auto *const instance = new (memory) VirtualSwitch;
   return *instance;
 }
 

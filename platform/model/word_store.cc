@@ -5,11 +5,11 @@ bool WordStore::find(uint32_t address) const {
   if (found == pages_.end())
     return false;
   cached_page_ = found->second.get();
-  number_at_hand_ = found->first;
+  cached_number_ = found->first;
   return true;
 }
 
 void WordStore::add(uint32_t address) {
   cached_page_ = (pages_[address / kPageSpan] = std::make_unique<Page>()).get();
-  number_at_hand_ = address / kPageSpan;
+  cached_number_ = address / kPageSpan;
 }

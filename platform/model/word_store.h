@@ -1,5 +1,5 @@
-// The words of an ASIC by address, in pages made when first written. Neighbours are mostly used
-// together, so the page at hand is tried first.
+// The words of an ASIC by address, in pages made before their first write. Consecutive accesses are
+// mostly to one page, so the cached page is tried first.
 #ifndef WORD_STORE_H
 #define WORD_STORE_H
 
@@ -15,10 +15,15 @@ class WordStore {
     return is_cached(address) || find(address) ? (*cached_page_)[address % kPageSpan / 4] : 0;
   }
 
-  // The word itself.
-  uint32_t &at(uint32_t address) {
+  // Allocates the page of a word, so that at() cannot fail. Throws std::bad_alloc.
+  void reserve(uint32_t address) {
     if (!is_cached(address) && !find(address))
       add(address);
+  }
+
+  // The word itself, which has been reserved.
+  uint32_t &at(uint32_t address) {
+    reserve(address);
     return (*cached_page_)[address % kPageSpan / 4];
   }
 
@@ -26,12 +31,12 @@ class WordStore {
   static constexpr uint32_t kPageSpan = 4096;
   using Page = std::array<uint32_t, kPageSpan / 4>;
 
-  bool is_cached(uint32_t address) const { return address / kPageSpan == number_at_hand_; }
+  bool is_cached(uint32_t address) const { return address / kPageSpan == cached_number_; }
   bool find(uint32_t address) const;
   void add(uint32_t address);
 
   std::unordered_map<uint32_t, std::unique_ptr<Page>> pages_;
-  mutable uint32_t number_at_hand_ = UINT32_MAX;  // no page has it: it is none of a register
+  mutable uint32_t cached_number_ = UINT32_MAX;  // no page has this number
   mutable Page *cached_page_ = nullptr;
 };
 

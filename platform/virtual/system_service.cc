@@ -4,8 +4,9 @@
 
 #include <cerrno>
 #include <ctime>
-#include <deque>
+#include <new>
 #include <optional>
+#include <vector>
 
 #include "kel_asic_lib_common.h"
 #include "model/virtual_switch.h"
@@ -18,7 +19,7 @@ using remote::Outcome;
 
 // What the controls ask of the calls of this process.
 struct Transport {
-  std::deque<Outcome> faults;  // of the calls to come, first come first served
+  std::vector<Outcome> faults;  // of the next calls, in their order
   std::optional<uint32_t> next_num;
   uint32_t delay = 0;  // milliseconds, of so many calls to come
   uint32_t delayed_calls = 0;
@@ -26,9 +27,10 @@ struct Transport {
   void *user = nullptr;
 };
 
-// Never destroyed: calls may come as long as the process lives.
+// Never destroyed and in static memory, as own_switch().
 Transport &transport() {
-  static auto *const instance = new Transport;
+  alignas(Transport) static unsigned char memory[sizeof(Transport)];
+  static auto *const instance = new (memory) Transport;
   return *instance;
 }
 
@@ -67,7 +69,7 @@ void wait_as_asked() {
 Outcome deliver(uint32_t case_code, const sys_srvc_case_params_t *case_params, uint32_t length) {
   if (!transport().faults.empty()) {
     const Outcome fault = transport().faults.front();
-    transport().faults.pop_front();
+    transport().faults.erase(transport().faults.begin());
     return fault;
   }
   if (case_params == nullptr || case_params->params == nullptr)
