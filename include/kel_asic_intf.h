@@ -2,29 +2,29 @@
  * @file
  * The interface of libmorvaneusd: one programming interface to the Morvane switching ASIC.
  *
- * The library checks and translates symbolic register addresses, packs each request into a fixed
- * record and hands it to the driver service of the ASIC. It never touches the hardware itself.
+ * The library checks the arguments, translates the symbolic register address, packs the request
+ * into a fixed-layout record and passes that to the driver service of the ASIC. It never accesses
+ * the hardware itself.
  *
  *     uint32_t value;
- *     syserr_t err = lib_mrv_asic_init(slot, KEL_ASIC_DRIVER_MORVANE, 0, __FILE__, __LINE__,
- *                                      __func__);
+ *     syserr_t err = lib_mrv_asic_init(slot, KEL_ASIC_DRIVER_MORVANE, KEL_ASIC_HERE);
  *     if (err == 0)
- *       err = lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 2, HI_DHS_LVIF_OFFSET, &value, 0, __FILE__,
- *                               __LINE__, __func__);
+ *       err = lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 2, HI_DHS_LVIF_OFFSET, &value,
+ *                               KEL_ASIC_HERE);
  *
- * A register is named by five coordinates: module, ASIC number, block, block instance and virtual
- * register (a value of the block's register enumeration).
+ * Five values name a register: module, ASIC number, block, block instance and virtual register (a
+ * value of the block's register enumeration).
  *
- * The last four arguments of a register operation identify its caller: context (a number of the
- * caller's own), file, line and func. They travel in the request, cut to 127 (file) and 31 (func)
- * characters, so that the service can tell who asked. A null file or func is sent as an empty text.
+ * The last four arguments of a register operation identify its caller: context (any number), file,
+ * line and func; ::KEL_ASIC_HERE fills them in. The request carries them to the service, file
+ * truncated to 127 and func to 31 characters. A null file or func is sent as an empty text.
  *
- * Threads: the library creates no threads and takes no locks. Its context, its pending transaction,
- * its request buffer and its trace are one per process. Use it from one thread at a time, and let
- * lib_mrv_asic_init return before any other call.
+ * Threads: the library creates no threads and takes no locks. Each process has one context, one
+ * transaction, one request buffer and one trace. Use the library from one thread at a time;
+ * lib_mrv_asic_init must return before any other call.
  *
- * Ownership: the library frees nothing and keeps no pointer of the caller's beyond a call. There is
- * no shutdown; context, buffer and trace log live until the process ends.
+ * Ownership: the library frees nothing and keeps no pointer of the caller after a call returns.
+ * There is no shutdown; context, buffer and trace log live until the process ends.
  */
 #ifndef KEL_ASIC_INTF_H
 #define KEL_ASIC_INTF_H
@@ -37,6 +37,18 @@
 
 #ifdef __cplusplus
 extern "C" {
+#endif
+
+/**
+ * The four caller arguments of an operation: context 0, and the file, line and function of this
+ * place. The cast is what the prototypes need: the library only reads the text.
+ *
+ *     err = lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 2, 40, &value, KEL_ASIC_HERE);
+ */
+#ifdef __cplusplus
+#define KEL_ASIC_HERE 0, const_cast<char *>(__FILE__), __LINE__, __func__
+#else
+#define KEL_ASIC_HERE 0, (char *)(uintptr_t)__FILE__, __LINE__, __func__
 #endif
 
 /* The interface stays visible when it is built with hidden visibility. */
@@ -84,8 +96,8 @@ extern const char *const kel_asic_blk_names[KEL_ASIC_NUM_BLK];
 /**
  * @defgroup registers Register enumerations
  * The virtual registers of each block, from its KEL_ASIC_..._FIRST_ENUM to one before its
- * KEL_ASIC_..._NUM_ENUM, their number. Values without a name are registers all the same; a value
- * may also be a hole, which the operations refuse.
+ * KEL_ASIC_..._NUM_ENUM, their number. A value without a name is a register too. A value can
+ * also be a hole, which the operations refuse.
  * @{
  */
 
@@ -452,7 +464,7 @@ typedef struct kel_asic_qos_stats_t {
   kel_asic_qos_drops_t drops;         /**< 352: drops */
 } kel_asic_qos_stats_t;
 
-/** What a QoS request asks for. */
+/** Kinds of QoS request. */
 typedef enum kel_asic_qos_stats_type_t KEL_ENUM32 {
   QOS_STATS_GET = 0,      /**< read the statistics of one port */
   QOS_STATS_CLEAR = 1,    /**< clear the statistics of one port */
@@ -476,24 +488,27 @@ typedef struct kel_asic_qos_stats_params_t {
  */
 
 /**
- * Initialises the library for the ASIC of one card; call it once, before anything else.
+ * Initialises the library for the ASIC of one card. Call it once, before any other function.
  *
- * Asks the card-configuration service for the card, lets the register map fill the limits, and
- * allocates the request buffer. If the marker file /bootflash/kel_lib_debug exists, it switches the
- * trace on and opens the trace log. Calls no driver service; an open transaction is untouched.
+ * The function asks the card-configuration service for the card, lets the register map fill the
+ * limits, and allocates the request buffer. If the marker file /bootflash/kel_lib_debug exists, the
+ * function enables the trace and opens the trace log. It does not call the driver service; an open
+ * transaction is unchanged.
  *
- * A call after an initialisation that ran to its end changes nothing and returns 0, also where that
- * end was ::SYSERR_KEL_ASIC_INVALID_ARG or the register map's code: every symbolic address is then
- * refused, while raw writes, commands and the QoS operations still reach the service. After 12 or
- * 0xFFFFFFFF the call may be repeated.
+ * After an initialisation that completed, a later call returns 0 and changes nothing. This is also
+ * true if the initialisation returned ::SYSERR_KEL_ASIC_INVALID_ARG or the code of the register
+ * map: every symbolic address and link pause are then refused, while raw writes, the other commands
+ * and the QoS operations still reach the service. After 12 or 0xFFFFFFFF you may call the function
+ * again.
  *
  * @param slot      slot of the card that carries the ASIC, 0 to 255
- * @param asic_type driver identifier that every service call will carry
- *                  (::KEL_ASIC_DRIVER_MORVANE); not checked
- * @param context   the caller's own number, passed on to the register map
- * @param file      source file of the caller, passed on
- * @param line      source line of the caller, passed on
- * @param func      function of the caller, passed on and named in the trace log's first line
+ * @param asic_type driver identifier that every service call carries,
+ *                  ::KEL_ASIC_DRIVER_MORVANE; not checked
+ * @param context   any number; passed to the register map
+ * @param file      source file of the caller; passed to the register map
+ * @param line      source line of the caller; passed to the register map
+ * @param func      function of the caller; passed to the register map, and printed in the
+ *                  first line of the trace log
  *
  * @retval 0                           initialised, now or before
  * @retval SYSERR_KEL_ASIC_INVALID_ARG the card's ASIC is not a Morvane
@@ -505,7 +520,8 @@ syserr_t lib_mrv_asic_init(slot_num_t slot, uint32_t asic_type, uint32_t context
                            int line, const char *func);
 
 /**
- * Names a driver identifier. Calls no service; an open transaction is untouched.
+ * Returns the name of a driver identifier. Does not call the service; an open transaction is
+ * unchanged.
  *
  * @param asic_type driver identifier, any value
  * @return "Morvane" for 236, "BAD ASIC type" for any other; a constant that must not be written
@@ -513,8 +529,8 @@ syserr_t lib_mrv_asic_init(slot_num_t slot, uint32_t asic_type, uint32_t context
 char *kel_get_driver_string(uint32_t asic_type);
 
 /**
- * Converts a card-configuration device type to a driver identifier. Calls no service; an open
- * transaction is untouched.
+ * Converts a card-configuration device type to a driver identifier. Does not call the service; an
+ * open transaction is unchanged.
  *
  * @param asic_type device type, any value
  * @return 236 for 7, 10 for any other
@@ -522,8 +538,8 @@ char *kel_get_driver_string(uint32_t asic_type);
 uint32_t kel_get_asic_type(uint32_t asic_type);
 
 /**
- * Converts a driver identifier to a card-configuration device type. Calls no service; an open
- * transaction is untouched.
+ * Converts a driver identifier to a card-configuration device type. Does not call the service; an
+ * open transaction is unchanged.
  *
  * @param asic_type driver identifier, any value
  * @return 7 for 236, 10 for any other
@@ -531,11 +547,11 @@ uint32_t kel_get_asic_type(uint32_t asic_type);
 uint32_t kel_get_cardcfg_asic_type(uint32_t asic_type);
 
 /**
- * Tells whether the marker file that switches the trace on is there.
+ * Checks whether the marker file that enables the trace exists.
  *
- * Prints "LIB debug enabled:" or "LIB debug disabled:", without a newline, on standard output. It
- * changes nothing: only lib_mrv_asic_init sets the switch. Calls no service; an open transaction is
- * untouched.
+ * Prints "LIB debug enabled:" or "LIB debug disabled:", without a newline, on standard output.
+ * Changes nothing: only lib_mrv_asic_init enables the trace. Does not call the service; an open
+ * transaction is unchanged.
  *
  * @retval 1 the marker file can be opened for reading
  * @retval 0 it cannot
@@ -552,26 +568,26 @@ int kel_check_lib_debug(void);
 /**
  * Reads one register.
  *
- * Makes one service call (::SYSSRV_REG_READ_CASE). An open transaction is committed first, and an
- * empty one named "<Interrupted>" is left open, so that the read does not overtake earlier writes
- * and later ones stay batched. A refused read leaves it alone.
+ * Makes one service call (::SYSSRV_REG_READ_CASE). An open transaction is committed first and
+ * an empty one named "<Interrupted>" is opened, so that the read does not overtake earlier writes
+ * and later writes are still collected. A refused read does not change the transaction.
  *
  * @param module   module number, 0 to 3
- * @param asic     ASIC number, as far as the ASIC limits reach (0)
+ * @param asic     ASIC number, 0 to the highest of the register map (0)
  * @param block    block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
  * @param instance instance of the block, below the number that the card has
  * @param vreg     virtual register of the block; not a hole
  * @param p_data   receives the register's value on success; not written on failure; not null
- * @param context  the caller's own number, sent along
- * @param file     source file of the caller, sent along (127 characters)
- * @param line     source line of the caller, sent along
- * @param func     function of the caller, sent along (31 characters)
+ * @param context  any number; sent to the service
+ * @param file     source file of the caller; sent, at most 127 characters
+ * @param line     source line of the caller; sent
+ * @param func     function of the caller; sent, at most 31 characters
  *
  * @retval 0                           read
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
- * @retval SYSERR_KEL_ASIC_INVALID_ARG an address that does not exist, or a null p_data
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval SYSERR_KEL_ASIC_INVALID_ARG the register does not exist, or p_data is null
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_read(int module, kel_asic_num_t asic, kel_asic_blk_t block, uint32_t instance,
                            kel_asic_reg_t vreg, uint32_t *p_data, uint32_t context, char *file,
@@ -580,29 +596,30 @@ syserr_t lib_mrv_asic_read(int module, kel_asic_num_t asic, kel_asic_blk_t block
 /**
  * Writes all bits of one register, or sends a command.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
- * to the transaction instead, and calls the service only to send a transaction that is full; no
- * failure of this write is reported then.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). If a transaction is open, it adds one entry to
+ * the transaction instead, and calls the service only to send a full transaction; a failure of this
+ * write is then not reported.
  *
  * @param module   module number, 0 to 3
- * @param asic     ASIC number, as far as the ASIC limits reach (0); not checked with a raw address
+ * @param asic     ASIC number, 0 to the highest of the register map (0); not checked with a raw
+ * address
  * @param block    block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL; ignored with a raw address
  * @param instance instance of the block, below the number that the card has; ignored with a raw
  *                 address
- * @param vreg     virtual register of the block, not a hole; or the raw address, sent as it is
+ * @param vreg     virtual register of the block, not a hole; or the raw address, sent unchanged
  * @param data     value to write, any
- * @param code     ::KEL_ASIC_WR_SYMBOLIC for a symbolic address; anything else
+ * @param code     ::KEL_ASIC_WR_SYMBOLIC for a symbolic address; any other value
  *                 (::KEL_ASIC_WR_RAW) for a raw one
- * @param context  the caller's own number, sent along
- * @param file     source file of the caller, sent along (127 characters)
- * @param line     source line of the caller, sent along
- * @param func     function of the caller, sent along (31 characters)
+ * @param context  any number; sent to the service
+ * @param file     source file of the caller; sent, at most 127 characters
+ * @param line     source line of the caller; sent
+ * @param func     function of the caller; sent, at most 31 characters
  *
  * @retval 0                           written, or added to the open transaction
- * @retval SYSERR_KEL_ASIC_INVALID_ARG not initialised, a bad module, or a symbolic address that
- *                                     does not exist
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval SYSERR_KEL_ASIC_INVALID_ARG not initialised, a bad module, or a symbolic address
+ *                                     without a register
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_write(int module, kel_asic_num_t asic, kel_asic_blk_t block,
                             uint32_t instance, kel_asic_reg_t vreg, uint32_t data, uint32_t code,
@@ -611,32 +628,32 @@ syserr_t lib_mrv_asic_write(int module, kel_asic_num_t asic, kel_asic_blk_t bloc
 /**
  * Writes the bits of one register that a mask selects.
  *
- * Value and mask are sent as they are: the value is neither shifted nor masked. Makes one service
- * call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry to the transaction
- * instead, and calls the service only to send a transaction that is full; no failure of this write
- * is reported then.
+ * Value and mask are sent unchanged: the value is neither shifted nor masked. Makes one service
+ * call (::SYSSRV_REG_WRITE_CASE). If a transaction is open, it adds one entry to the transaction
+ * instead, and calls the service only to send a full transaction; a failure of this write is then
+ * not reported.
  *
  * @param module      module number, 0 to 3
- * @param asic        ASIC number, as far as the ASIC limits reach (0); not checked with a raw
+ * @param asic        ASIC number, 0 to the highest of the register map (0); not checked with a raw
  *                    address
  * @param block       block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL; ignored with a raw address
  * @param instance    instance of the block, below the number that the card has; ignored with a raw
  *                    address
- * @param vreg        virtual register of the block, not a hole; or the raw address, sent as it is
- * @param field_value value of the field, in its place in the register
+ * @param vreg        virtual register of the block, not a hole; or the raw address, sent unchanged
+ * @param field_value value of the field, at its position in the register
  * @param field_mask  bits of the register to write; not 0 with a symbolic address
- * @param code        ::KEL_ASIC_WR_SYMBOLIC for a symbolic address; anything else
+ * @param code        ::KEL_ASIC_WR_SYMBOLIC for a symbolic address; any other value
  *                    (::KEL_ASIC_WR_RAW) for a raw one
- * @param context     the caller's own number, sent along
- * @param file        source file of the caller, sent along (127 characters)
- * @param line        source line of the caller, sent along
- * @param func        function of the caller, sent along (31 characters)
+ * @param context     any number; sent to the service
+ * @param file        source file of the caller; sent, at most 127 characters
+ * @param line        source line of the caller; sent
+ * @param func        function of the caller; sent, at most 31 characters
  *
  * @retval 0                           written, or added to the open transaction
  * @retval SYSERR_KEL_ASIC_INVALID_ARG not initialised, a bad module, a symbolic address that does
  *                                     not exist, or a zero mask with a symbolic address
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_write_field(int module, kel_asic_num_t asic, kel_asic_blk_t block,
                                   uint32_t instance, kel_asic_reg_t vreg, uint32_t field_value,
@@ -651,36 +668,35 @@ syserr_t lib_mrv_asic_write_field(int module, kel_asic_num_t asic, kel_asic_blk_
  */
 
 /**
- * Reads a run of words: word i is what stands at the register's address + 4 * i.
+ * Reads consecutive words: word i is the content of the register's address + 4 * i.
  *
- * That is register vreg + i where the register map puts registers with successive numbers one
- * behind the other, as it mostly does, but not across a hole or behind a register that is followed
- * by a table. Only the first register is checked: a run that reaches past the block's last register
- * is the service's to judge. Makes one service call (::SYSSRV_REG_READ_CASE). An open transaction
- * is committed first, and an empty one named "<Interrupted>" is left open; a refused read leaves it
- * alone. Runs of up to 2048 words need no allocation; a longer one grows the library's buffer for
- * good.
+ * That is register vreg + i if the register map places registers with consecutive numbers at
+ * consecutive addresses. It usually does, but not across a hole or a table. Only the first register
+ * is checked: if the read goes past the last register of the block, the service decides. Makes one
+ * service call (::SYSSRV_REG_READ_CASE). An open transaction is committed first and an empty one
+ * named "<Interrupted>" is opened; a refused read does not change it. Up to 2048 words need no
+ * allocation; a longer read enlarges the library's buffer permanently.
  *
  * @param module      module number, 0 to 3
- * @param asic        ASIC number, as far as the ASIC limits reach (0)
+ * @param asic        ASIC number, 0 to the highest of the register map (0)
  * @param block       block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
  * @param instance    instance of the block, below the number that the card has
- * @param vreg        virtual register of the block, the first of the run; not a hole
- * @param p_data      array of num_entries words, not null; on success receives as many words as the
+ * @param vreg        virtual register of the block, the first to read; not a hole
+ * @param p_data      array of num_entries words, not null; on success receives the words that the
  *                    service answered, at most num_entries; not written on failure
  * @param num_entries number of words, 0 to 1073741774
- * @param context     the caller's own number, sent along
- * @param file        source file of the caller, sent along (127 characters)
- * @param line        source line of the caller, sent along
- * @param func        function of the caller, sent along (31 characters)
+ * @param context     any number; sent to the service
+ * @param file        source file of the caller; sent, at most 127 characters
+ * @param line        source line of the caller; sent
+ * @param func        function of the caller; sent, at most 31 characters
  *
  * @retval 0                           read
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
- * @retval SYSERR_KEL_ASIC_INVALID_ARG an address that does not exist, a null p_data, or a run too
- *                                     long for a 32-bit size
- * @retval 12                          the buffer cannot grow; the transaction is committed already
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval SYSERR_KEL_ASIC_INVALID_ARG the register does not exist, p_data is null, or
+ *                                     num_entries is too large for a 32-bit size
+ * @retval 12                          the buffer cannot grow; the transaction was committed
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_n_read(int module, kel_asic_num_t asic, kel_asic_blk_t block,
                              uint32_t instance, kel_asic_reg_t vreg, uint32_t *p_data,
@@ -690,36 +706,36 @@ syserr_t lib_mrv_asic_n_read(int module, kel_asic_num_t asic, kel_asic_blk_t blo
 /**
  * Reads consecutive entries of a table (DHS) register.
  *
- * Only the first entry is checked against the table's range. Makes one service call
+ * Only the first entry is checked against the range of the table. Makes one service call
  * (::SYSSRV_REG_READ_CASE) and asks the card-configuration service for the software identifier of
  * the card in slot 0: on cards 265, 266, 345 and 373 the request asks for one word less per entry
  * of HF_DHS_RESULT_00_OFFSET and three less of HF_DHS_POL_OFFSET. An open transaction is committed
- * first, and an empty one named "<Interrupted>" is left open; a refused read leaves it alone. Reads
- * of up to 2048 words need no allocation; a longer one grows the library's buffer for good.
+ * first and an empty one named "<Interrupted>" is opened; a refused read does not change it. Up to
+ * 2048 words need no allocation; a longer read enlarges the library's buffer permanently.
  *
  * @param module      module number, 0 to 3
- * @param asic        ASIC number, as far as the ASIC limits reach (0)
+ * @param asic        ASIC number, 0 to the highest of the register map (0)
  * @param block       block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
  * @param instance    instance of the block, below the number that the card has
  * @param vreg        virtual register of the block; a table register
  * @param dhs_index   first entry, 0 to the highest index of the table
  * @param p_data      array of num_entries times the entry size words, not null; on success receives
- *                    as many words as the service answered, at most that many; not written on
+ *                    the words that the service answered, at most that many; not written on
  *                    failure
  * @param num_entries number of entries; with the entry size at most 1073741774 words
- * @param context     the caller's own number, sent along
- * @param file        source file of the caller, sent along (127 characters)
- * @param line        source line of the caller, sent along
- * @param func        function of the caller, sent along (31 characters)
+ * @param context     any number; sent to the service
+ * @param file        source file of the caller; sent, at most 127 characters
+ * @param line        source line of the caller; sent
+ * @param func        function of the caller; sent, at most 31 characters
  *
  * @retval 0                           read
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
- * @retval SYSERR_KEL_ASIC_INVALID_ARG an address that does not exist, a null p_data, no table
- *                                     register, an index out of range, or a run too long for a
- *                                     32-bit size
- * @retval 12                          the buffer cannot grow; the transaction is committed already
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval SYSERR_KEL_ASIC_INVALID_ARG the register does not exist or is not a table, p_data is
+ *                                     null, dhs_index is out of range, or there are too many
+ *                                     words for a 32-bit size
+ * @retval 12                          the buffer cannot grow; the transaction was committed
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_read_dhs(int module, kel_asic_num_t asic, kel_asic_blk_t block,
                                uint32_t instance, kel_asic_reg_t vreg, uint32_t dhs_index,
@@ -729,33 +745,33 @@ syserr_t lib_mrv_asic_read_dhs(int module, kel_asic_num_t asic, kel_asic_blk_t b
 /**
  * Writes consecutive entries of a table (DHS) register.
  *
- * Only the first entry is checked against the table's range. Makes one service call
- * (::SYSSRV_REG_WRITE_CASE); while a transaction is open it adds one entry a word to the
- * transaction instead, which makes a call only where the transaction is full. The commit then
- * reports no failure of these words. Writes of up to 2048 words need no allocation; a longer one
- * outside a transaction grows the library's buffer for good.
+ * Only the first entry is checked against the range of the table. Makes one service call
+ * (::SYSSRV_REG_WRITE_CASE). If a transaction is open, it adds one entry per word to the
+ * transaction instead, and calls the service only to send a full transaction; a failure of these
+ * words is then not reported. Up to 2048 words need no allocation; a longer write outside a
+ * transaction enlarges the library's buffer permanently.
  *
  * @param module      module number, 0 to 3
- * @param asic        ASIC number, as far as the ASIC limits reach (0)
+ * @param asic        ASIC number, 0 to the highest of the register map (0)
  * @param block       block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
  * @param instance    instance of the block, below the number that the card has
  * @param vreg        virtual register of the block; a table register
  * @param dhs_index   first entry, 0 to the highest index of the table
  * @param p_data      array of num_entries times the entry size words to write, not null; only read
  * @param num_entries number of entries; with the entry size at most 1073741774 words
- * @param context     the caller's own number, sent along
- * @param file        source file of the caller, sent along (127 characters)
- * @param line        source line of the caller, sent along
- * @param func        function of the caller, sent along (31 characters)
+ * @param context     any number; sent to the service
+ * @param file        source file of the caller; sent, at most 127 characters
+ * @param line        source line of the caller; sent
+ * @param func        function of the caller; sent, at most 31 characters
  *
  * @retval 0                           written, or added to the open transaction
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
- * @retval SYSERR_KEL_ASIC_INVALID_ARG an address that does not exist, a null p_data, no table
- *                                     register, an index out of range, or a run too long for a
- *                                     32-bit size
+ * @retval SYSERR_KEL_ASIC_INVALID_ARG the register does not exist or is not a table, p_data is
+ *                                     null, dhs_index is out of range, or there are too many
+ *                                     words for a 32-bit size
  * @retval 12                          the buffer cannot grow
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_write_dhs(int module, kel_asic_num_t asic, kel_asic_blk_t block,
                                 uint32_t instance, kel_asic_reg_t vreg, uint32_t dhs_index,
@@ -770,55 +786,57 @@ syserr_t lib_mrv_asic_write_dhs(int module, kel_asic_num_t asic, kel_asic_blk_t 
  */
 
 /**
- * Opens a write transaction: from now on each written word becomes one of its entries, up to 512,
- * and is sent by the commit. A 513th word sends the first 512 and continues in a transaction named
- * "Contd XN..", without reordering.
+ * Opens a write transaction. Each word that is written from now on becomes one of its entries, up
+ * to 512; the commit sends them. A 513th word sends the first 512 and continues in a transaction
+ * named "Contd XN..", without reordering.
  *
- * Calls no service. While a transaction is open the call changes nothing: the open one keeps its
- * name and its flag. It does not need an initialised library.
+ * Does not call the service. If a transaction is already open, the function changes nothing: the
+ * open transaction keeps its name and its flag. The library need not be initialised.
  *
- * @param xn_name name of the transaction, cut to 31 characters; an empty or a null name opens none
- * @param reorder whether the service may reorder the entries, passed through to it
+ * @param xn_name name of the transaction, truncated to 31 characters; an empty or null name does
+ *                not open a transaction
+ * @param reorder not 0: the service may reorder the entries
  *
  * @retval 0 always
  */
 int mrv_asic_transaction_start(char *xn_name, int reorder);
 
 /**
- * Sends the open transaction in one service call (::SYSSRV_MEM_WRITE_CASE) and closes it. With no
- * transaction open it does nothing.
+ * Sends the open transaction in one service call (::SYSSRV_MEM_WRITE_CASE) and closes it. If no
+ * transaction is open, it does nothing.
  *
- * A commit whose call fails loses its entries, which the trace tells, not the caller. It does not
- * need an initialised library, but before initialisation it sends to driver 0.
+ * If the call fails, the entries are lost. The trace shows that; the caller is not informed. The
+ * library need not be initialised, but before initialisation the commit goes to driver 0.
  *
  * @retval 0 always
  */
 int mrv_asic_transaction_commit(void);
 
 /**
- * Runs a register program: each step is written to every selected ASIC, in increasing order of the
+ * Runs a register program. Each step is written to every selected ASIC, in increasing order of the
  * ASIC numbers, before the next step starts.
  *
- * Each write goes through lib_mrv_asic_write, or lib_mrv_asic_write_field where the step's mask is
- * not 0xFFFFFFFF: one service call each, or one entry each of an open transaction. The program
- * stops behind the first step whose last write failed and at the first step without its magic; what
- * was written stays written. The first ASIC number that does not exist ends each step's round: it
- * and those above it are not written, and that is no failure.
+ * Each write is a lib_mrv_asic_write, or a lib_mrv_asic_write_field if the mask of the step is not
+ * 0xFFFFFFFF: one service call each, or one entry each of an open transaction. The program stops
+ * after the first step whose last write failed, and at the first step without the magic; earlier
+ * writes are not undone. The first ASIC number that does not exist ends the writes of each step: it
+ * and higher numbers are not written, which is not a failure.
  *
  * @param module  module number, 0 to 3
- * @param asic    an ASIC number; or, with bit 31 set, a bit map of ASIC numbers in bits 0 to 30
- * @param p_pgm   the steps, not null; only read
+ * @param asic    an ASIC number n, which selects bit n modulo 32; or, with bit 31 set, a bit map of
+ *                ASIC numbers in bits 30 to 0
+ * @param p_pgm   the steps; not null, only read
  * @param pgm_len number of steps, at least 1
- * @param context the caller's own number, sent along
- * @param file    source file of the caller, sent along (127 characters)
- * @param line    source line of the caller, sent along
- * @param func    function of the caller, sent along (31 characters)
+ * @param context any number; sent to the service
+ * @param file    source file of the caller; sent, at most 127 characters
+ * @param line    source line of the caller; sent
+ * @param func    function of the caller; sent, at most 31 characters
  *
  * @retval 0                           every step applied
- * @retval SYSERR_KEL_ASIC_INVALID_ARG not initialised, a bad module, no program, a step without its
- *                                     magic, or a step that a write refused
- * @retval 0x82230000|errno            a service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval SYSERR_KEL_ASIC_INVALID_ARG not initialised, a bad module, no program, a step without
+ *                                     the magic, or a step that a write refused
+ * @retval 0x82230000|errno            a service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_pgm(int module, kel_asic_num_t asic, kel_asic_pgm_t *p_pgm, int pgm_len,
                           uint32_t context, char *file, int line, const char *func);
@@ -833,20 +851,20 @@ syserr_t lib_mrv_asic_pgm(int module, kel_asic_num_t asic, kel_asic_pgm_t *p_pgm
 /**
  * Reads the QoS statistics of one port.
  *
- * Makes one service call (::SYSSRV_MEM_READ_CASE). An open transaction is neither sent nor changed.
+ * Makes one service call (::SYSSRV_MEM_READ_CASE). An open transaction is unchanged.
  *
  * @param module    module number, 0 to 3
- * @param asic      ASIC number, as far as the ASIC limits reach (0)
- * @param port_type port type; the service judges it
- * @param port      port number within its type; the service judges it
- * @param stats     receives the statistics, whole, on success; not written on failure; not null
+ * @param asic      ASIC number, 0 to the highest of the register map (0)
+ * @param port_type port type; the service checks it
+ * @param port      port number within its type; the service checks it
+ * @param stats     receives the statistics on success; not written on failure; not null
  * @param opts      options, passed through to the service
  *
  * @retval 0                           read
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
  * @retval SYSERR_KEL_ASIC_INVALID_ARG a bad module or ASIC number, or a null stats
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_get_qos_stats(cardcfg_module_id_t module, cardcfg_dev_id_t asic,
                                     cardcfg_port_type_t port_type, cardcfg_port_id_t port,
@@ -855,19 +873,19 @@ syserr_t lib_mrv_asic_get_qos_stats(cardcfg_module_id_t module, cardcfg_dev_id_t
 /**
  * Clears the QoS statistics of one port.
  *
- * Makes one service call (::SYSSRV_MEM_READ_CASE). An open transaction is neither sent nor changed.
+ * Makes one service call (::SYSSRV_MEM_READ_CASE). An open transaction is unchanged.
  *
  * @param module    module number, 0 to 3
- * @param asic      ASIC number, as far as the ASIC limits reach (0)
- * @param port_type port type; the service judges it
- * @param port      port number within its type; the service judges it
+ * @param asic      ASIC number, 0 to the highest of the register map (0)
+ * @param port_type port type; the service checks it
+ * @param port      port number within its type; the service checks it
  * @param opts      options, passed through to the service
  *
  * @retval 0                           cleared
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
  * @retval SYSERR_KEL_ASIC_INVALID_ARG a bad module or ASIC number
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_clear_qos_stats(cardcfg_module_id_t module, cardcfg_dev_id_t asic,
                                       cardcfg_port_type_t port_type, cardcfg_port_id_t port,
@@ -876,17 +894,17 @@ syserr_t lib_mrv_asic_clear_qos_stats(cardcfg_module_id_t module, cardcfg_dev_id
 /**
  * Clears the QoS statistics of every port of one ASIC.
  *
- * Makes one service call (::SYSSRV_MEM_READ_CASE). An open transaction is neither sent nor changed.
+ * Makes one service call (::SYSSRV_MEM_READ_CASE). An open transaction is unchanged.
  *
  * @param module module number, 0 to 3
- * @param asic   ASIC number, as far as the ASIC limits reach (0)
+ * @param asic   ASIC number, 0 to the highest of the register map (0)
  * @param opts   options, passed through to the service
  *
  * @retval 0                           cleared
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
  * @retval SYSERR_KEL_ASIC_INVALID_ARG a bad module or ASIC number
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_clear_all_qos_stats(cardcfg_module_id_t module, cardcfg_dev_id_t asic,
                                           uint32_t opts);
@@ -896,28 +914,28 @@ syserr_t lib_mrv_asic_clear_all_qos_stats(cardcfg_module_id_t module, cardcfg_de
 /**
  * @defgroup port Port and queue control
  *
- * The first four operations write a command address through lib_mrv_asic_write, with a port word in
- * place of the ASIC number: the ASIC number in bits 31 to 16, the port type in bits 15 to 8, the
- * port number (or the class map) in bits 7 to 0.
+ * The first four operations write to a command address with lib_mrv_asic_write. The ASIC number of
+ * the request is then a port word: ASIC number in bits 31 to 16, port type in bits 15 to 8, port
+ * number in bits 7 to 0. For the class map, bits 7 to 0 are the map and bits 15 to 8 are 0.
  * @{
  */
 
 /**
  * Enables link pause on one port.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
- * to the transaction instead, and calls the service only to send a transaction that is full.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). If a transaction is open, it adds one entry to
+ * the transaction instead, and calls the service only to send a full transaction.
  *
  * @param module    module number, 0 to 3
- * @param asic_id   ASIC number, as far as the ASIC limits reach (0)
+ * @param asic_id   ASIC number, 0 to the highest of the register map (0)
  * @param port_type ::CARDCFG_PORT_TYPE_NIF or ::CARDCFG_PORT_TYPE_HIF
  * @param port_idx  port number, below the number of network or host interfaces
  *
  * @retval 0                           enabled, or added to the open transaction
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
  * @retval SYSERR_KEL_ASIC_INVALID_ARG a bad module, ASIC number, port type or port number
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_link_pause_enable(int module, int asic_id, cardcfg_port_type_t port_type,
                                         unsigned int port_idx);
@@ -925,19 +943,19 @@ syserr_t lib_mrv_asic_link_pause_enable(int module, int asic_id, cardcfg_port_ty
 /**
  * Disables link pause on one port.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
- * to the transaction instead, and calls the service only to send a transaction that is full.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). If a transaction is open, it adds one entry to
+ * the transaction instead, and calls the service only to send a full transaction.
  *
  * @param module    module number, 0 to 3
- * @param asic_id   ASIC number, as far as the ASIC limits reach (0)
+ * @param asic_id   ASIC number, 0 to the highest of the register map (0)
  * @param port_type ::CARDCFG_PORT_TYPE_NIF or ::CARDCFG_PORT_TYPE_HIF
  * @param port_idx  port number, below the number of network or host interfaces
  *
  * @retval 0                           disabled, or added to the open transaction
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
  * @retval SYSERR_KEL_ASIC_INVALID_ARG a bad module, ASIC number, port type or port number
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_link_pause_disable(int module, int asic_id, cardcfg_port_type_t port_type,
                                          unsigned int port_idx);
@@ -945,37 +963,37 @@ syserr_t lib_mrv_asic_link_pause_disable(int module, int asic_id, cardcfg_port_t
 /**
  * Sets the no-drop class-of-service map of an ASIC.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
- * to the transaction instead, and calls the service only to send a transaction that is full.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). If a transaction is open, it adds one entry to
+ * the transaction instead, and calls the service only to send a full transaction.
  *
  * @param module        module number, 0 to 3
- * @param asic_id       ASIC number, as far as the ASIC limits reach (0)
- * @param nodrop_cosmap the map, a bit a class; only bits 0 to 7 are sent
+ * @param asic_id       ASIC number, 0 to the highest of the register map (0)
+ * @param nodrop_cosmap one bit per class, bit 0 for class 0; only bits 7 to 0 are sent
  *
  * @retval 0                           set, or added to the open transaction
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
  * @retval SYSERR_KEL_ASIC_INVALID_ARG a bad module or ASIC number
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_set_nodrop_class_map(int module, int asic_id, uint32_t nodrop_cosmap);
 
 /**
  * Reports that the SFP transceiver of a port failed its validation.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE). While a transaction is open it adds one entry
- * to the transaction instead, and calls the service only to send a transaction that is full.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). If a transaction is open, it adds one entry to
+ * the transaction instead, and calls the service only to send a full transaction.
  *
  * @param module   module number, 0 to 3
- * @param asic_id  ASIC number, as far as the ASIC limits reach (0)
- * @param port_typ port type, below 256; not checked: a larger value runs into the ASIC number
- * @param idx      port number, below 256; not checked: a larger value runs into the port type
+ * @param asic_id  ASIC number, 0 to the highest of the register map (0)
+ * @param port_typ port type, 0 to 255; not checked: a larger value changes the ASIC number
+ * @param idx      port number, 0 to 255; not checked: a larger value changes the port type
  *
  * @retval 0                           reported, or added to the open transaction
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
  * @retval SYSERR_KEL_ASIC_INVALID_ARG a bad module or ASIC number
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_sfp_validation_failed(int module, int asic_id, unsigned int port_typ,
                                             unsigned int idx);
@@ -983,18 +1001,17 @@ syserr_t lib_mrv_asic_sfp_validation_failed(int module, int asic_id, unsigned in
 /**
  * Programs the SP timer.
  *
- * Makes one service call (::SYSSRV_SP_TIME_CONFIGURE), also while a transaction is open, which
- * stays as it is.
+ * Makes one service call (::SYSSRV_SP_TIME_CONFIGURE). An open transaction is unchanged.
  *
  * @param module module number, 0 to 3
- * @param asic   ASIC number, as far as the ASIC limits reach (0)
- * @param time   time to program, in the service's unit
+ * @param asic   ASIC number, 0 to the highest of the register map (0)
+ * @param time   time, 0 to 65535; the service defines the unit
  *
  * @retval 0                           programmed
  * @retval SYSERR_KEL_ASIC_UNINIT      the library is not initialised
  * @retval SYSERR_KEL_ASIC_INVALID_ARG a bad module or ASIC number
- * @retval 0x82230000|errno            the service call failed; the low 12 bits of errno
- * @retval 0x82230005                  the service answered with a positive value
+ * @retval 0x82230000|errno            the service call failed; low 12 bits of its errno
+ * @retval 0x82230005                  the service returned a positive value
  */
 syserr_t lib_mrv_asic_prog_sp_timer(cardcfg_module_id_t module, cardcfg_dev_id_t asic,
                                     uint16_t time);
@@ -1002,13 +1019,12 @@ syserr_t lib_mrv_asic_prog_sp_timer(cardcfg_module_id_t module, cardcfg_dev_id_t
 /**
  * Clears all drop counters of module 0, ASIC 0.
  *
- * Makes one service call (::SYSSRV_REG_WRITE_CASE), also while a transaction is open, which stays
- * as it is.
+ * Makes one service call (::SYSSRV_REG_WRITE_CASE). An open transaction is unchanged.
  *
  * @retval 0                      cleared
  * @retval SYSERR_KEL_ASIC_UNINIT the library is not initialised
- * @retval 0x82230000|errno       the service call failed; the low 12 bits of errno
- * @retval 0x82230005             the service answered with a positive value
+ * @retval 0x82230000|errno       the service call failed; low 12 bits of its errno
+ * @retval 0x82230005             the service returned a positive value
  */
 syserr_t lib_mrv_asic_clear_all_drop_counters(void);
 
