@@ -1,18 +1,18 @@
 /**
  * @file
  * The shapes of the table (DHS) registers of the Morvane: which registers are tables, how many
- * entries they have, and how many words an entry has. Whoever reads or writes entries sizes the
- * array by it:
+ * entries they have, and how many words an entry has. A caller that reads or writes entries takes
+ * the size of its array from here:
  *
  *     enum { ENTRIES = 4 };
  *     int size = kel_asic_dhs_entry_size(KEL_ASIC_BLK_HF, HF_DHS_POL_OFFSET, 0);   // 8
  *     uint32_t *words = malloc(ENTRIES * (size_t)size * sizeof *words);
  *     err = lib_mrv_asic_read_dhs(0, 0, KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET, 0, words, ENTRIES,
- *                                 0, __FILE__, __LINE__, __func__);
+ *                                 KEL_ASIC_HERE);
  *
- * The library's own checks are built from these rows. They are data: nothing here calls the library
- * or the service, needs an initialisation, or touches an open transaction; any thread may read them
- * at any time.
+ * The library's checks are built from these rows. They are data: nothing here calls the library or
+ * the service, needs an initialisation, or changes an open transaction. Any thread may read them at
+ * any time.
  */
 #ifndef KEL_ASIC_DHS_TABLES_H
 #define KEL_ASIC_DHS_TABLES_H
@@ -21,20 +21,20 @@
 
 #include "kel_asic_intf.h"
 
-/** In place of the words of an entry: the register map's hook decides, on the index as well. */
+/** Instead of the words of an entry: the hook of the register map decides, also on the index. */
 #define KEL_ASIC_DHS_BY_HOOK 0
 
-/** One table register, or neighbours of one shape. 20 bytes. */
+/** One table register, or consecutive ones with the same shape. 20 bytes. */
 typedef struct kel_asic_dhs_row_t {
   kel_asic_blk_t block;   /**< 0: the block */
   kel_asic_reg_t first;   /**< 4: the first register of the row */
-  kel_asic_reg_t last;    /**< 8: the last one; the first again where it is alone */
-  uint32_t highest_index; /**< 12: index of the last entry; 0 where the hook decides */
+  kel_asic_reg_t last;    /**< 8: the last register of the row */
+  uint32_t highest_index; /**< 12: index of the last entry; 0 if the hook decides */
   uint32_t words;         /**< 16: 32-bit words in an entry, or ::KEL_ASIC_DHS_BY_HOOK */
 } kel_asic_dhs_row_t;
 
 #ifndef __cplusplus
-/** How the rows are declared: in C++ as one constant of the program, which it computes with. */
+/** How the rows are declared: in C++ as one constant of the program, for constant expressions. */
 #define KEL_ASIC_DHS_DATA static const
 /** How the lookup is declared: in C++ it is a constant expression. */
 #define KEL_ASIC_DHS_FUNCTION static inline
@@ -94,14 +94,14 @@ KEL_ASIC_DHS_DATA kel_asic_dhs_row_t kel_asic_dhs_rows[] = {
 #define KEL_ASIC_DHS_ROWS (sizeof kel_asic_dhs_rows / sizeof kel_asic_dhs_rows[0])
 
 /**
- * Tells the words of a table entry.
+ * Returns the number of words of a table entry.
  *
- * @param block the block of the register; a value that is no block has no table
+ * @param block the block of the register; any other value has no table
  * @param vreg  number of the register within its block
  * @param index number of the entry, 0 to the table's highest index
  *
- * @return 1 to 16, the words of the entry; ::KEL_ASIC_DHS_BY_HOOK (0) where the register map's hook
- *         decides, whatever the index; -1 where the register is no table or has no such entry
+ * @return 1 to 16, the words of the entry; ::KEL_ASIC_DHS_BY_HOOK (0) if the hook of the register
+ *         map decides, for any index; -1 if the register is not a table or has no such entry
  */
 KEL_ASIC_DHS_FUNCTION int kel_asic_dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg,
                                                   uint32_t index) {

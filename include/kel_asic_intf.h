@@ -408,7 +408,7 @@ typedef struct kel_asic_pgm_t {
   uint32_t instance;    /**< 8: instance of the block */
   uint32_t vreg;        /**< 12: virtual register */
   uint32_t data;        /**< 16: value, or field value, to write */
-  uint32_t mask; /**< 20: 0xFFFFFFFF: the whole register; else a field write with this mask */
+  uint32_t mask; /**< 20: 0xFFFFFFFF: all bits; any other value: a field write with this mask */
 } kel_asic_pgm_t;
 
 /**
@@ -601,8 +601,7 @@ syserr_t lib_mrv_asic_read(int module, kel_asic_num_t asic, kel_asic_blk_t block
  * write is then not reported.
  *
  * @param module   module number, 0 to 3
- * @param asic     ASIC number, 0 to the highest of the register map (0); not checked with a raw
- * address
+ * @param asic     ASIC number, 0 to the highest of the register map (0); a raw address accepts any
  * @param block    block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL; ignored with a raw address
  * @param instance instance of the block, below the number that the card has; ignored with a raw
  *                 address

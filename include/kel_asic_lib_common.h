@@ -1,10 +1,10 @@
 /**
  * @file
- * What the library shares with the platform: the limits and hooks that the register map fills, and
- * the records that the driver service receives.
+ * The records that the library and the platform share: the limits and hooks that the register map
+ * fills, and the records that the driver service receives.
  *
- * All records are little-endian and without gaps. A comment behind a field gives its offset in
- * bytes.
+ * All records are little-endian and without gaps. The comment after a field starts with its offset
+ * in bytes.
  */
 #ifndef KEL_ASIC_LIB_COMMON_H
 #define KEL_ASIC_LIB_COMMON_H
@@ -20,7 +20,7 @@ extern "C" {
 
 /** Instance counts and other limits of an ASIC. 84 bytes. */
 typedef struct kel_asic_limits_t {
-  uint32_t max_modules; /**< 0: number of modules; the library does not look at it */
+  uint32_t max_modules; /**< 0: number of modules; the library ignores it */
   uint32_t max_asic;    /**< 4: highest valid ASIC number */
   uint32_t max_ss;      /**< 8: instances of block SS */
   uint32_t max_ch;      /**< 12: instances of block CH */
@@ -46,7 +46,7 @@ typedef struct kel_asic_limits_t {
 /** Hooks of an ASIC. One code pointer, at offset 0. */
 typedef struct KEL_ASIC_fn {
   /**
-   * Tells the entry size of a table (DHS) register that the library leaves to the register map.
+   * Returns the entry size of a table (DHS) register for which the library asks the register map.
    *
    * @return number of 32-bit words in one entry; below 1 for anything that it does not accept
    */
@@ -58,11 +58,11 @@ typedef enum kel_asic_access_type_t KEL_ENUM32 {
   TYPE_READ = 0,        /**< read one register */
   TYPE_WRITE = 1,       /**< write one register, or a command */
   TYPE_WRITE_FIELD = 2, /**< write the bits under the mask */
-  TYPE_READ_DHS = 3,    /**< read a run of words */
-  TYPE_WRITE_DHS = 4    /**< write a run of words */
+  TYPE_READ_DHS = 3,    /**< read consecutive words */
+  TYPE_WRITE_DHS = 4    /**< write consecutive words */
 } kel_asic_access_type_t;
 
-/** Who asked. 168 bytes; the library carries it and never looks at it. */
+/** The caller. 168 bytes; the library passes it on without interpreting it. */
 typedef struct kel_asic_lib_debug_info_t {
   uint32_t userdata; /**< 0: the caller's context */
   uint32_t line;     /**< 4: the caller's line */
@@ -95,19 +95,20 @@ typedef struct kel_asic_reg_access_params_t {
 
 /** One write of a transaction. 20 bytes. */
 typedef struct kel_asic_xn_entry_t {
-  int32_t module;   /**< 0: module number */
-  int32_t asic_map; /**< 4: the plain ASIC number of the write, or the port word of a command */
-  uint32_t reg;     /**< 8: register address, or the command */
-  uint32_t data;    /**< 12: value to write */
-  uint32_t mask;    /**< 16: bits to write; 0xFFFFFFFF for the whole register */
+  int32_t module; /**< 0: module number */
+  int32_t
+      asic_map;  /**< 4: ASIC number of the write (not a bit map), or the port word of a command */
+  uint32_t reg;  /**< 8: register address, or command address */
+  uint32_t data; /**< 12: value to write */
+  uint32_t mask; /**< 16: bits to write; 0xFFFFFFFF for all bits */
 } kel_asic_xn_entry_t;
 
-/** Entries of a transaction. */
+/** Maximum number of entries in a transaction. */
 #define KEL_ASIC_XN_ENTRIES 512
 
 /**
- * Write transaction. 10280 bytes, always sent whole: entries from num on are leftovers that the
- * service must not look at.
+ * Write transaction. 10280 bytes are always sent. Entries from num on contain old data, which the
+ * service must ignore.
  */
 typedef struct kel_asic_xn_t {
   char name[32];                               /**< 0: its name, byte 31 NUL; empty: not open */

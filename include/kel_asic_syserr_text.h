@@ -1,11 +1,11 @@
 /**
  * @file
- * Results of the library in words, for messages and logs.
+ * Name and meaning of each result of the library, for messages and logs.
  *
  *     if (err != 0)
  *         fprintf(stderr, "%s: %s\n", kel_asic_syserr_name(err), kel_asic_syserr_meaning(err));
  *
- * All of it is inline: no library is needed for it, and it may be used before initialisation.
+ * All functions are inline: they need no library, and may be used before initialisation.
  */
 #ifndef KEL_ASIC_SYSERR_TEXT_H
 #define KEL_ASIC_SYSERR_TEXT_H
@@ -19,17 +19,17 @@
 extern "C" {
 #endif
 
-/** A result in words. */
+/** Name and meaning of a result. */
 typedef struct kel_asic_syserr_words_t {
   const char *name;    /**< its enumerator or constant */
   const char *meaning; /**< what went wrong */
 } kel_asic_syserr_words_t;
 
 /**
- * Finds the words of a library code.
+ * Returns name and meaning of a library code.
  *
  * @param code any result
- * @return its words, valid for the life of the process; null where the code is no member of
+ * @return name and meaning, valid for the life of the process; null if the code is not a member of
  *         ::kel_asic_syserr_t
  */
 static inline const kel_asic_syserr_words_t *kel_asic_syserr_library_words(syserr_t code) {
@@ -102,13 +102,13 @@ static inline const kel_asic_syserr_words_t *kel_asic_syserr_library_words(syser
 }
 
 /**
- * Names a result.
+ * Returns the name of a result.
  *
  * @param code any result
- * @return the name of its enumerator or constant. Where two share a value, it is the one that the
- *         library means: SYSERR_KEL_ASIC_UNINIT. Of a failed service call it is
- *         "KEL_ASIC_SYSERR_SERVICE", whatever its error number; of 0 "success"; of a value that the
- *         library does not define "unknown code". Valid for the life of the process.
+ * @return the name of its enumerator or constant. If two share a value, it is the one that the
+ *         library returns: SYSERR_KEL_ASIC_UNINIT. For a failed service call with any error number
+ *         it is "KEL_ASIC_SYSERR_SERVICE", for 0 "success", for a value that the library does not
+ *         define "unknown code". Valid for the life of the process.
  */
 static inline const char *kel_asic_syserr_name(syserr_t code) {
   const kel_asic_syserr_words_t *words = kel_asic_syserr_library_words(code);
@@ -124,12 +124,12 @@ static inline const char *kel_asic_syserr_name(syserr_t code) {
 }
 
 /**
- * Tells what a result means.
+ * Returns the meaning of a result.
  *
  * @param code any result
- * @return a text without a newline. Of a failed service call it is strerror's for its error number,
- *         which may be overwritten by the next call of strerror; any other is valid for the life of
- *         the process.
+ * @return a text without a newline. For a failed service call it is the text of strerror for the
+ *         error number, which the next call of strerror may overwrite. Any other text is valid for
+ *         the life of the process.
  */
 static inline const char *kel_asic_syserr_meaning(syserr_t code) {
   const kel_asic_syserr_words_t *words = kel_asic_syserr_library_words(code);

@@ -42,21 +42,21 @@ typedef enum cardcfg_dev_type_t KEL_ENUM32 {
 } cardcfg_dev_type_t;
 
 /**
- * Tells the device type of the ASIC on a card.
+ * Returns the device type of the ASIC on a card.
  *
- * The library does not look at the result; a query that fails leaves the output alone.
+ * The library ignores the result. A failed query must not write the output.
  *
  * @param slot       slot of the card
- * @param asic_index which ASIC of the card; the library passes 0
+ * @param asic_index index of the ASIC on the card; the library passes 0
  * @param dev_type   receives the device type (::cardcfg_dev_type_t)
  * @return 0 on success, anything else on failure
  */
 int cardcfg_get_real_asic_type(uint32_t slot, uint32_t asic_index, uint32_t *dev_type);
 
 /**
- * Tells the software card identifier of a card.
+ * Returns the software identifier of a card.
  *
- * The library does not look at the result; a query that fails leaves the output alone.
+ * The library ignores the result. A failed query must not write the output.
  *
  * @param slot       slot of the card
  * @param sw_card_id receives the identifier

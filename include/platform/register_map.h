@@ -1,7 +1,6 @@
 /**
  * @file
- * The ASIC register-map library: what the library asks of the platform about the blocks and the
- * register addresses of an ASIC revision.
+ * The register map of the platform: the blocks and the register addresses of an ASIC revision.
  */
 #ifndef PLATFORM_REGISTER_MAP_H
 #define PLATFORM_REGISTER_MAP_H
@@ -16,10 +15,10 @@
 extern "C" {
 #endif
 
-/** ASIC revision. Its values are the register map's own; the library only hands them back. */
+/** ASIC revision. The register map defines the values; the library only passes them back. */
 typedef enum kel_asic_ver_t KEL_ENUM32 { KEL_ASIC_VER_A0 = 0, KEL_ASIC_VER_B0 = 1 } kel_asic_ver_t;
 
-/** Entry of a register table for a virtual register that has no register (a hole). */
+/** Entry of a register table for a virtual register number without a register (a hole). */
 #define KEL_ASIC_NO_REGISTER UINT32_C(0xFFFFFFFF)
 
 /**
@@ -38,19 +37,19 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
                           uint32_t context, char *file, int line, const char *func);
 
 /**
- * Gives the base addresses of the block instances of a revision.
+ * Returns the base addresses of the block instances of a revision.
  *
- * @param asic_ver the revision that morvane_lib_init told
- * @return 19 pointers, one a block (::kel_asic_blk_t), each to one base address an instance; valid
- *         for the life of the process
+ * @param asic_ver the revision that morvane_lib_init returned
+ * @return 19 pointers, one per block (::kel_asic_blk_t), each to one base address per instance;
+ * valid for the life of the process
  */
 const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t asic_ver);
 
 /**
- * Gives the register offsets of the blocks of a revision.
+ * Returns the register offsets of the blocks of a revision.
  *
- * @param asic_ver the revision that morvane_lib_init told
- * @return 19 pointers, one a block (::kel_asic_blk_t), each to one offset a virtual register,
+ * @param asic_ver the revision that morvane_lib_init returned
+ * @return 19 pointers, one per block (::kel_asic_blk_t), each to one offset per virtual register,
  *         ::KEL_ASIC_NO_REGISTER for a hole; valid for the life of the process
  */
 const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t asic_ver);
