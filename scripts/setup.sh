@@ -4,6 +4,7 @@
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 
 build_packages="g++-multilib cmake ninja-build googletest libcli11-dev nlohmann-json3-dev pkg-config"
+test_packages="python3-cram"
 docs_packages="doxygen graphviz man-db python3"
 clang_packages="clang libclang-rt-14-dev"
 # For the checks alone.

@@ -1,5 +1,5 @@
 # What is delivered: the example clients, an installed tree, the symbol version, the front page; of
-# mrvctl the completion, the man page, the metrics and the checks of a platform.
+# mrvctl the completion, the man page and the checks of a platform.
 add_test(NAME symbol_version COMMAND ${CMAKE_COMMAND} -DMAP=${symbol_map} -DRELEASE=0.999.0
   -P ${PROJECT_SOURCE_DIR}/cmake/symbol_version.cmake)
 set_tests_properties(symbol_version PROPERTIES
@@ -22,8 +22,6 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
   add_test(NAME man_page_of_mrvctl COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
     ${CMAKE_CURRENT_SOURCE_DIR}/printed/help.txt ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in)
-  add_test(NAME metrics COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/metrics_test.sh
-    $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR})
   # The virtual platform with promises broken.
   add_library(wrong_platform MODULE wrong_platform.cc)
   target_include_directories(wrong_platform PRIVATE ${PROJECT_SOURCE_DIR}/include)

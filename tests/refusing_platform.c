@@ -1,7 +1,7 @@
 /*
  * The virtual platform with a service that refuses every transaction, and that answers for each
- * counter of a port with another number, which rises by as much with each reading. It has CIF_PORTS
- * ports of type cif, and fails for more of them.
+ * counter of a port with another number, which rises by as much with each reading. It has the ports
+ * of type cif that CIF_PORTS gives, like 2:5, and fails with that errno for the next ones.
  */
 #include <dlfcn.h>
 #include <errno.h>
@@ -38,10 +38,11 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
     return -1;
   }
   kel_asic_qos_stats_params_t *const qos = case_params->params;
-  if (case_code == SYSSRV_MEM_READ_CASE && getenv("CIF_PORTS") != NULL &&
+  const char *const cif_ports = getenv("CIF_PORTS");
+  if (case_code == SYSSRV_MEM_READ_CASE && cif_ports != NULL &&
       qos->port_type == CARDCFG_PORT_TYPE_CIF) {
-    errno = EIO;
-    return qos->port < atoi(getenv("CIF_PORTS")) ? 0 : -1;
+    errno = atoi(strchr(cif_ports, ':') + 1);
+    return qos->port < atoi(cif_ports) ? 0 : -1;
   }
   *(void **)&next = dlsym(RTLD_NEXT, "sse_call2");
   const int result = next(case_code, case_params, length);

@@ -16,6 +16,19 @@ endfunction()
 
 remote_test(served $<TARGET_FILE:morvaned> ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 
+# Each transcript with one build's mrvctl and one build's morvaned.
+function(transcript_tests prefix bin morvaned)
+  file(GLOB transcripts CONFIGURE_DEPENDS mrvctl/*.t)
+  foreach(transcript ${transcripts})
+    get_filename_component(noun ${transcript} NAME_WE)
+    add_test(NAME ${prefix}.${noun} COMMAND cram3 ${transcript})
+    set_tests_properties(${prefix}.${noun} PROPERTIES TIMEOUT 120
+      ENVIRONMENT "BUILD=${bin}/..;MORVANED=${morvaned}")
+  endforeach()
+endfunction()
+
+transcript_tests(mrvctl ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} $<TARGET_FILE:morvaned>)
+
 # The client side links as C, with nothing left undefined: it needs the C library alone.
 if(NOT MORVANE_SANITIZE)
   add_library(switch_client_alone MODULE $<TARGET_OBJECTS:switch_client>)
@@ -65,4 +78,6 @@ endif()
 if(target_test)
   remote_test(served_by_32_bit ${target_bin}/morvaned ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
   remote_test(served_to_32_bit $<TARGET_FILE:morvaned> ${target_bin})
+  transcript_tests(mrvctl_served_by_32_bit ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${target_bin}/morvaned)
+  transcript_tests(mrvctl_of_32_bit ${target_bin} $<TARGET_FILE:morvaned>)
 endif()
