@@ -24,7 +24,7 @@
  * lib_mrv_asic_init must return before any other call.
  *
  * Ownership: the library frees nothing and keeps no pointer of the caller after a call returns.
- * There is no shutdown; context, buffer and trace log live until the process ends.
+ * No shutdown exists; context, buffer and trace log live until the process ends.
  */
 #ifndef KEL_ASIC_INTF_H
 #define KEL_ASIC_INTF_H

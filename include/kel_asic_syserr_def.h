@@ -29,7 +29,7 @@ extern "C" {
 /** Result of an operation: 0 for success, otherwise one of the values described above. */
 typedef uint32_t syserr_t;
 
-/** Bits of a syserr_t that tell a library code from a system error. */
+/** Bits of a syserr_t that distinguish library codes from system errors. */
 #define KEL_ASIC_SYSERR_KIND_MASK UINT32_C(0xFFFFF000)
 
 /** A failed service call: this value with the error number of the call in its low 12 bits. */
@@ -40,7 +40,7 @@ typedef uint32_t syserr_t;
 
 /**
  * A service call that failed without an error number (a positive answer). It is the value that
- * error number 5 (EIO) gives, and a caller cannot tell the two apart.
+ * error number 5 (EIO) gives, and a caller cannot distinguish the two.
  */
 #define KEL_ASIC_SYSERR_SERVICE_ANSWER UINT32_C(0x82230005)
 
