@@ -20,8 +20,8 @@
  * but a batch, which marks that it is open; and nothing allocates but what returns a vector (and a
  * morvane::program, as it grows).
  *
- * Threads: as the library, from one thread at a time; in a program with threads a morvane::session
- * makes the calls take turns.
+ * Threads: as the library, from one thread at a time. In a program with threads, make the calls
+ * through a morvane::session.
  */
 #ifndef MORVANEUSD_HPP
 #define MORVANEUSD_HPP
@@ -1592,10 +1592,6 @@ inline syserr_t prog_sp_timer(uint16_t time, const asic &on) noexcept {
                                     static_cast<uint8_t>(on.number), time);
 }
 
-inline syserr_t clear_all_drop_counters() noexcept {
-  return lib_mrv_asic_clear_all_drop_counters();
-}
-
 }  // namespace detail
 
 #ifdef __cpp_exceptions
@@ -1661,7 +1657,7 @@ inline void prog_sp_timer(uint16_t time, asic on = {}) {
  * @throws std::system_error the library's code
  */
 inline void clear_all_drop_counters() {
-  detail::check(detail::clear_all_drop_counters(), "clear_all_drop_counters", asic{});
+  detail::check(lib_mrv_asic_clear_all_drop_counters(), "clear_all_drop_counters", asic{});
 }
 #endif
 
@@ -1710,7 +1706,7 @@ inline void prog_sp_timer(uint16_t time, asic on, std::error_code &ec) noexcept 
  * @param ec receives the error; clear on success
  */
 inline void clear_all_drop_counters(std::error_code &ec) noexcept {
-  detail::report(detail::clear_all_drop_counters(), ec);
+  detail::report(lib_mrv_asic_clear_all_drop_counters(), ec);
 }
 /** @} */
 
@@ -1720,356 +1716,83 @@ inline void clear_all_drop_counters(std::error_code &ec) noexcept {
  */
 
 /**
- * The operations for a program with threads: each of this header is a member, with the same
- * arguments, and takes one lock around its call. A session::batch keeps the lock as long as it is
- * there, so that no other thread's write gets into it and no other thread's read sends it early.
- *
- * The lock is one a program, as the library's state is: any number of sessions share it. Threads
- * that use the library without a session are not kept off. A session is itself a lock, for several
- * operations as one (a read and the write that depends on it) and for calls of the C interface:
+ * The lock of a program with threads. It is callable with an operation, or with several that belong
+ * together, and returns what they return:
  *
  *     morvane::session card;
- *     {
- *       const std::lock_guard turn(card);
- *       card.write(counter, card.read(counter) + 1);
- *     }
+ *     const uint32_t value = card([&] { return morvane::read(reg); });
+ *     card([&] { morvane::write(counter, morvane::read(counter) + 1); });
  *
- * The same thread may take the lock again. A thread that waits for another while it holds it may
- * wait for ever. Not for signal handlers.
+ * There is one lock in a program, as there is one library state: all sessions share it. Threads
+ * that use the library without a session are not kept out. A session is also a lock of the standard
+ * library, for std::lock_guard.
+ *
+ * The same thread may take the lock again. A thread that waits for another thread while it holds
+ * the lock may wait forever. Not for signal handlers.
+ *
+ * caller::here() inside a lambda names the lambda: its function is "operator()". To name the
+ * function around it, take the caller outside and pass it:
+ *
+ *     card([&, here = morvane::caller::here()] { return morvane::read(reg, here); });
  */
 class session {
  public:
   class batch;
 
-  /** Waits for the turn. */
-  void lock() { mutex_.lock(); }
-  /** @return whether the turn was free, and now is taken */
-  bool try_lock() { return mutex_.try_lock(); }
-  /** Ends the turn. */
-  void unlock() { mutex_.unlock(); }
+  /** Waits for the lock. */
+  void lock() { mutex().lock(); }
+  /** @return whether the lock was free, and is now held */
+  bool try_lock() { return mutex().try_lock(); }
+  /** Releases the lock. */
+  void unlock() { mutex().unlock(); }
 
-#ifdef __cpp_exceptions
-  /** @copydoc morvane::init(slot_num_t, caller) */
-  void init(slot_num_t slot = 0, caller where = caller::here()) {
-    const turn mine(mutex_);
-    morvane::init(slot, where);
-  }
-
-  /** @copydoc morvane::read(const asic_reg &, caller) */
-  [[nodiscard]] uint32_t read(const asic_reg &from, caller where = caller::here()) {
-    const turn mine(mutex_);
-    return morvane::read(from, where);
-  }
-
-  /** @copydoc morvane::write(const target &, uint32_t, caller) */
-  void write(const target &to, uint32_t value, caller where = caller::here()) {
-    const turn mine(mutex_);
-    morvane::write(to, value, where);
-  }
-
-  /** @copydoc morvane::write_field(const target &, uint32_t, uint32_t, caller) */
-  void write_field(const target &to, uint32_t value, uint32_t mask, caller where = caller::here()) {
-    const turn mine(mutex_);
-    morvane::write_field(to, value, mask, where);
-  }
-
-  /** @copydoc morvane::read_block(const asic_reg &, word_buffer, caller) */
-  void read_block(const asic_reg &from, word_buffer out, caller where = caller::here()) {
-    const turn mine(mutex_);
-    morvane::read_block(from, out, where);
-  }
-
-  /** @copydoc morvane::read_block(const asic_reg &, std::size_t, caller) */
-  [[nodiscard]] std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count,
-                                                 caller where = caller::here()) {
-    const turn mine(mutex_);
-    return morvane::read_block(from, count, where);
-  }
-
-  /** @copydoc morvane::read_entries(const table &, uint32_t, word_buffer, caller) */
-  void read_entries(const table &from, uint32_t index, word_buffer out,
-                    caller where = caller::here()) {
-    const turn mine(mutex_);
-    morvane::read_entries(from, index, out, where);
-  }
-
-  /** @copydoc morvane::read_entries(const table &, uint32_t, std::size_t, caller) */
-  [[nodiscard]] std::vector<uint32_t> read_entries(const table &from, uint32_t index,
-                                                   std::size_t count,
-                                                   caller where = caller::here()) {
-    const turn mine(mutex_);
-    return morvane::read_entries(from, index, count, where);
-  }
-
-  /** @copydoc morvane::read_rows(const table_of<Register, Words> &, uint32_t, std::size_t, caller)
+  /**
+   * Runs operations under the lock.
+   *
+   * @param operations anything callable without arguments; what it throws passes through
+   * @return what it returns
    */
-  template <auto Register, uint32_t Words>
-  [[nodiscard]] auto read_rows(const table_of<Register, Words> &from, uint32_t index,
-                               std::size_t count, caller where = caller::here()) {
-    const turn mine(mutex_);
-    return morvane::read_rows(from, index, count, where);
-  }
-
-  /** @copydoc morvane::read_row(const table_of<Register, Words> &, uint32_t, caller) */
-  template <auto Register, uint32_t Words>
-  [[nodiscard]] auto read_row(const table_of<Register, Words> &from, uint32_t index,
-                              caller where = caller::here()) {
-    const turn mine(mutex_);
-    return morvane::read_row(from, index, where);
-  }
-
-  /** @copydoc morvane::write_entries(const table &, uint32_t, word_view, caller) */
-  void write_entries(const table &to, uint32_t index, word_view in, caller where = caller::here()) {
-    const turn mine(mutex_);
-    morvane::write_entries(to, index, in, where);
-  }
-
-  /** @copydoc morvane::run(const Program &, asic_set, caller) */
-  template <typename Program>
-  void run(const Program &steps, asic_set on = {}, caller where = caller::here()) {
-    const turn mine(mutex_);
-    morvane::run(steps, on, where);
-  }
-
-  /** @copydoc morvane::get_qos_stats(const port &, uint32_t) */
-  [[nodiscard]] qos_stats get_qos_stats(const port &of, uint32_t opts = 0) {
-    const turn mine(mutex_);
-    return morvane::get_qos_stats(of, opts);
-  }
-
-  /** @copydoc morvane::clear_qos_stats(const port &, uint32_t) */
-  void clear_qos_stats(const port &of, uint32_t opts = 0) {
-    const turn mine(mutex_);
-    morvane::clear_qos_stats(of, opts);
-  }
-
-  /** @copydoc morvane::clear_all_qos_stats(asic, uint32_t) */
-  void clear_all_qos_stats(asic on = {}, uint32_t opts = 0) {
-    const turn mine(mutex_);
-    morvane::clear_all_qos_stats(on, opts);
-  }
-
-  /** @copydoc morvane::link_pause_enable(const port &) */
-  void link_pause_enable(const port &of) {
-    const turn mine(mutex_);
-    morvane::link_pause_enable(of);
-  }
-
-  /** @copydoc morvane::link_pause_disable(const port &) */
-  void link_pause_disable(const port &of) {
-    const turn mine(mutex_);
-    morvane::link_pause_disable(of);
-  }
-
-  /** @copydoc morvane::set_nodrop_class_map(uint32_t, asic) */
-  void set_nodrop_class_map(uint32_t map, asic on = {}) {
-    const turn mine(mutex_);
-    morvane::set_nodrop_class_map(map, on);
-  }
-
-  /** @copydoc morvane::sfp_validation_failed(const port &) */
-  void sfp_validation_failed(const port &of) {
-    const turn mine(mutex_);
-    morvane::sfp_validation_failed(of);
-  }
-
-  /** @copydoc morvane::prog_sp_timer(uint16_t, asic) */
-  void prog_sp_timer(uint16_t time, asic on = {}) {
-    const turn mine(mutex_);
-    morvane::prog_sp_timer(time, on);
-  }
-
-  /** @copydoc morvane::clear_all_drop_counters() */
-  void clear_all_drop_counters() {
-    const turn mine(mutex_);
-    morvane::clear_all_drop_counters();
-  }
-#endif
-
-  /** @copydoc morvane::init(slot_num_t, std::error_code &, caller) */
-  void init(slot_num_t slot, std::error_code &ec, caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    morvane::init(slot, ec, where);
-  }
-
-  /** @copydoc morvane::read(const asic_reg &, std::error_code &, caller) */
-  uint32_t read(const asic_reg &from, std::error_code &ec, caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    return morvane::read(from, ec, where);
-  }
-
-  /** @copydoc morvane::write(const target &, uint32_t, std::error_code &, caller) */
-  void write(const target &to, uint32_t value, std::error_code &ec,
-             caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    morvane::write(to, value, ec, where);
-  }
-
-  /** @copydoc morvane::write_field(const target &, uint32_t, uint32_t, std::error_code &, caller)
-   */
-  void write_field(const target &to, uint32_t value, uint32_t mask, std::error_code &ec,
-                   caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    morvane::write_field(to, value, mask, ec, where);
-  }
-
-  /** @copydoc morvane::read_block(const asic_reg &, word_buffer, std::error_code &, caller) */
-  void read_block(const asic_reg &from, word_buffer out, std::error_code &ec,
-                  caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    morvane::read_block(from, out, ec, where);
-  }
-
-  /** @copydoc morvane::read_block(const asic_reg &, std::size_t, std::error_code &, caller) */
-  std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count, std::error_code &ec,
-                                   caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    return morvane::read_block(from, count, ec, where);
-  }
-
-  /** @copydoc morvane::read_entries(const table &, uint32_t, word_buffer, std::error_code &,
-   * caller) */
-  void read_entries(const table &from, uint32_t index, word_buffer out, std::error_code &ec,
-                    caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    morvane::read_entries(from, index, out, ec, where);
-  }
-
-  /** @copydoc morvane::read_entries(const table &, uint32_t, std::size_t, std::error_code &,
-   * caller) */
-  std::vector<uint32_t> read_entries(const table &from, uint32_t index, std::size_t count,
-                                     std::error_code &ec, caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    return morvane::read_entries(from, index, count, ec, where);
-  }
-
-  /** @copydoc morvane::read_rows(const table_of<Register, Words> &, uint32_t, std::size_t,
-   * std::error_code &, caller) */
-  template <auto Register, uint32_t Words>
-  auto read_rows(const table_of<Register, Words> &from, uint32_t index, std::size_t count,
-                 std::error_code &ec, caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    return morvane::read_rows(from, index, count, ec, where);
-  }
-
-  /** @copydoc morvane::read_row(const table_of<Register, Words> &, uint32_t, std::error_code &,
-   * caller) */
-  template <auto Register, uint32_t Words>
-  auto read_row(const table_of<Register, Words> &from, uint32_t index, std::error_code &ec,
-                caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    return morvane::read_row(from, index, ec, where);
-  }
-
-  /** @copydoc morvane::write_entries(const table &, uint32_t, word_view, std::error_code &, caller)
-   */
-  void write_entries(const table &to, uint32_t index, word_view in, std::error_code &ec,
-                     caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    morvane::write_entries(to, index, in, ec, where);
-  }
-
-  /** @copydoc morvane::run(const Program &, asic_set, std::error_code &, caller) */
-  template <typename Program>
-  void run(const Program &steps, asic_set on, std::error_code &ec,
-           caller where = caller::here()) noexcept {
-    const turn mine(mutex_);
-    morvane::run(steps, on, ec, where);
-  }
-
-  /** @copydoc morvane::get_qos_stats(const port &, std::error_code &, uint32_t) */
-  qos_stats get_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
-    const turn mine(mutex_);
-    return morvane::get_qos_stats(of, ec, opts);
-  }
-
-  /** @copydoc morvane::clear_qos_stats(const port &, std::error_code &, uint32_t) */
-  void clear_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
-    const turn mine(mutex_);
-    morvane::clear_qos_stats(of, ec, opts);
-  }
-
-  /** @copydoc morvane::clear_all_qos_stats(asic, std::error_code &, uint32_t) */
-  void clear_all_qos_stats(asic on, std::error_code &ec, uint32_t opts = 0) noexcept {
-    const turn mine(mutex_);
-    morvane::clear_all_qos_stats(on, ec, opts);
-  }
-
-  /** @copydoc morvane::link_pause_enable(const port &, std::error_code &) */
-  void link_pause_enable(const port &of, std::error_code &ec) noexcept {
-    const turn mine(mutex_);
-    morvane::link_pause_enable(of, ec);
-  }
-
-  /** @copydoc morvane::link_pause_disable(const port &, std::error_code &) */
-  void link_pause_disable(const port &of, std::error_code &ec) noexcept {
-    const turn mine(mutex_);
-    morvane::link_pause_disable(of, ec);
-  }
-
-  /** @copydoc morvane::set_nodrop_class_map(uint32_t, asic, std::error_code &) */
-  void set_nodrop_class_map(uint32_t map, asic on, std::error_code &ec) noexcept {
-    const turn mine(mutex_);
-    morvane::set_nodrop_class_map(map, on, ec);
-  }
-
-  /** @copydoc morvane::sfp_validation_failed(const port &, std::error_code &) */
-  void sfp_validation_failed(const port &of, std::error_code &ec) noexcept {
-    const turn mine(mutex_);
-    morvane::sfp_validation_failed(of, ec);
-  }
-
-  /** @copydoc morvane::prog_sp_timer(uint16_t, asic, std::error_code &) */
-  void prog_sp_timer(uint16_t time, asic on, std::error_code &ec) noexcept {
-    const turn mine(mutex_);
-    morvane::prog_sp_timer(time, on, ec);
-  }
-
-  /** @copydoc morvane::clear_all_drop_counters(std::error_code &) */
-  void clear_all_drop_counters(std::error_code &ec) noexcept {
-    const turn mine(mutex_);
-    morvane::clear_all_drop_counters(ec);
+  template <typename Operations>
+  decltype(auto) operator()(Operations &&operations) {
+    const std::lock_guard held(*this);
+    return std::forward<Operations>(operations)();
   }
 
  private:
-  using turn = std::lock_guard<std::recursive_mutex>;
-
-  static std::recursive_mutex &of_the_program() noexcept {
-    static std::recursive_mutex one;
-    return one;
+  static std::recursive_mutex &mutex() noexcept {
+    static std::recursive_mutex of_the_program;
+    return of_the_program;
   }
-
-  std::recursive_mutex &mutex_ = of_the_program();
 };
 
-/** A batch that is one turn, from where it is opened to where it is left, also by commit(). */
-class [[nodiscard]] session::batch : session::turn, public morvane::batch {
+/** A batch that holds the lock until its scope ends, also after commit(). */
+class [[nodiscard]] session::batch : std::lock_guard<session>, public morvane::batch {
  public:
 #ifdef __cpp_exceptions
   /**
-   * Waits for the turn and opens it.
+   * Waits for the lock and opens the batch.
    *
    * @param of    the session
    * @param name  its name, which the service gets, up to 31 characters; not empty
    * @param order whether its writes may be reordered
-   * @throws std::system_error morvane::errc::already_open: this thread has one open; or
-   *         ::SYSERR_KEL_ASIC_INVALID_ARG of a null or empty name
+   * @throws std::system_error morvane::errc::already_open if this thread has a batch open, or
+   *         ::SYSERR_KEL_ASIC_INVALID_ARG for a null or empty name
    */
   [[nodiscard]] batch(session &of, const char *name, reorder order = reorder::forbidden)
-      : turn(of.mutex_), morvane::batch(name, order) {
+      : std::lock_guard<session>(of), morvane::batch(name, order) {
   }
 #endif
   /**
-   * Waits for the turn and opens it.
+   * Waits for the lock and opens the batch.
    *
    * @param of    the session
    * @param name  its name, which the service gets, up to 31 characters; not empty
    * @param order whether its writes may be reordered
-   * @param ec    receives morvane::errc::already_open: this thread has one open; or
-   *              ::SYSERR_KEL_ASIC_INVALID_ARG of a null or empty name; clear on success
+   * @param ec    receives morvane::errc::already_open if this thread has a batch open, or
+   *              ::SYSERR_KEL_ASIC_INVALID_ARG for a null or empty name; clear on success
    */
   [[nodiscard]] batch(session &of, const char *name, reorder order, std::error_code &ec) noexcept
-      : turn(of.mutex_), morvane::batch(name, order, ec) {
+      : std::lock_guard<session>(of), morvane::batch(name, order, ec) {
   }
 };
 /** @} */

@@ -1,5 +1,5 @@
 // morvaneusd.hpp on the virtual platform.
-#include "morvaneusd.hpp"
+#include "cxx_pairs.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -43,11 +43,13 @@ namespace {
 using namespace std::string_literals;
 using morvane::at;
 
-constexpr morvane::asic second = {1, 0};  // of the second module
-constexpr auto plain = at(static_cast<kel_asic_hi_reg_t>(40), 2);
-constexpr auto there = plain.on(second);
-constexpr morvane::table_of<HF_DHS_POL_OFFSET> policers(3, second);
-constexpr morvane::port host = morvane::hif(5, second);
+using cxx_pairs::host;
+using cxx_pairs::plain;
+using cxx_pairs::policers;
+using cxx_pairs::second;
+using cxx_pairs::steps;
+using cxx_pairs::there;
+using cxx_pairs::values;
 
 // What reached the service: the records, without the caller of a request and without the words that
 // a read only has room for.
@@ -67,14 +69,16 @@ void keep_call(vp_phase phase, const vp_call *call, void *) {
 uint32_t asked_slot = 99;
 
 morvane::session card;
-bool turn_taken;  // while the service was called
 
-void look_at_turn(vp_phase, const vp_call *, void *) {
-  std::thread([] {
-    turn_taken = !card.try_lock();
-    if (!turn_taken)
+// Whether another thread finds the lock taken.
+bool is_locked() {
+  bool locked = true;
+  std::thread([&] {
+    locked = !card.try_lock();
+    if (!locked)
       card.unlock();
   }).join();
+  return locked;
 }
 
 template <typename Operation>
@@ -114,73 +118,6 @@ class Cxx : public testing::Test {
   }
 };
 
-// An operation in all its forms, beside the call of the C interface.
-struct Operation {
-  std::string name;
-  int allocated;  // by each call of it
-  std::function<syserr_t()> c;
-  std::function<void()> throwing[2];  // the function, and the member of a session
-  std::function<void(std::error_code &)> coded[2];
-};
-
-uint32_t values[16] = {1, 2, 3};
-std::array steps = {morvane::step(plain, 3), morvane::step(plain, 2, 6)};
-kel_asic_qos_stats_t record;
-
-// clang-format off
-#define AT_PLAIN 1, 0, KEL_ASIC_BLK_HI, 2, 40
-#define AT_POLICERS 1, 0, KEL_ASIC_BLK_HF, 3, HF_DHS_POL_OFFSET
-#define WHO 0, nullptr, 0, nullptr
-#define OPERATION(allocated, c, operation, ...)                          \
-  {#operation, allocated, [] { return c; },                              \
-   {[] { (void)morvane::operation(__VA_ARGS__); },                       \
-    [] { (void)card.operation(__VA_ARGS__); }},                          \
-   {[](std::error_code &ec) {                                            \
-      static_assert(noexcept(morvane::operation(__VA_ARGS__, ec)));      \
-      (void)morvane::operation(__VA_ARGS__, ec);                         \
-    },                                                                   \
-    [](std::error_code &ec) { (void)card.operation(__VA_ARGS__, ec); }}}
-// clang-format on
-
-std::vector<Operation> operations() {
-  return {
-      OPERATION(0, lib_mrv_asic_read(AT_PLAIN, values, WHO), read, there),
-      OPERATION(0, lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, WHO), write, there, 7),
-      OPERATION(0,
-                lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW, WHO),
-                write, morvane::raw(0x102000A0, second), 7),
-      OPERATION(0, lib_mrv_asic_link_pause_disable(1, 0, CARDCFG_PORT_TYPE_HIF, 5), write,
-                morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0),
-      OPERATION(0, lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, WHO),
-                write_field, there, 6, 15),
-      OPERATION(0, lib_mrv_asic_n_read(AT_PLAIN, values, 16, WHO), read_block, there, values),
-      OPERATION(1, lib_mrv_asic_n_read(AT_PLAIN, values, 3, WHO), read_block, there, 3),
-      OPERATION(0, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
-                values),
-      OPERATION(1, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_entries, policers, 4,
-                2),
-      OPERATION(1, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO), read_rows, policers, 4,
-                2),
-      OPERATION(0, lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 1, WHO), read_row, policers, 4),
-      OPERATION(0, lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, WHO), write_entries, policers,
-                4, values),
-      OPERATION(0, lib_mrv_asic_pgm(1, 0, steps.data(), 2, WHO), run, steps, second),
-      OPERATION(0, lib_mrv_asic_get_qos_stats(1, 0, CARDCFG_PORT_TYPE_HIF, 5, &record, 0),
-                get_qos_stats, host),
-      OPERATION(0, lib_mrv_asic_clear_qos_stats(1, 0, CARDCFG_PORT_TYPE_HIF, 5, 0), clear_qos_stats,
-                host),
-      OPERATION(0, lib_mrv_asic_clear_all_qos_stats(1, 0, 0), clear_all_qos_stats, second),
-      OPERATION(0, lib_mrv_asic_link_pause_enable(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
-                link_pause_enable, host),
-      OPERATION(0, lib_mrv_asic_link_pause_disable(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
-                link_pause_disable, host),
-      OPERATION(0, lib_mrv_asic_set_nodrop_class_map(1, 0, 9), set_nodrop_class_map, 9, second),
-      OPERATION(0, lib_mrv_asic_sfp_validation_failed(1, 0, CARDCFG_PORT_TYPE_HIF, 5),
-                sfp_validation_failed, host),
-      OPERATION(0, lib_mrv_asic_prog_sp_timer(1, 0, 77), prog_sp_timer, 77, second),
-  };
-}
-
 template <typename Run>
 int allocations_of(Run run) {
   const int before = allocations;
@@ -188,40 +125,37 @@ int allocations_of(Run run) {
   return allocations - before;
 }
 
-TEST_F(Cxx, makes_the_call_of_the_c_interface_and_tells_its_failure) {
-  for (const Operation &operation : operations()) {
-    SCOPED_TRACE(operation.name);
-    const auto wanted = calls_of([&] { EXPECT_EQ(operation.c(), 0U); });
-    ASSERT_FALSE(wanted.empty());
-    for (const auto &run : operation.throwing) {
-      EXPECT_EQ(calls_of(run), wanted);
-      vp_fail_next_call(ETIMEDOUT);
-      EXPECT_EQ(thrown_by(run, operation.name + " "), std::errc::timed_out);
-    }
-    for (const auto &run : operation.coded) {
-      std::error_code ec = morvane::errc::wrong_size;
-      EXPECT_EQ(calls_of([&] { run(ec); }), wanted);
-      EXPECT_EQ(ec, std::error_code());
-      vp_fail_next_call(ETIMEDOUT);
-      run(ec);
-      EXPECT_EQ(ec, std::errc::timed_out);
-      EXPECT_EQ(ec.value(), static_cast<int>(KEL_ASIC_SYSERR_SERVICE | ETIMEDOUT));
-    }
-    std::error_code ec;
-    for (const int way : {0, 1}) {
-      vp_watch(nullptr, nullptr);  // which allocates itself
-      const int by_c = allocations_of(operation.c);
-      EXPECT_EQ(allocations_of(operation.throwing[way]) - by_c, operation.allocated);
-      EXPECT_EQ(allocations_of([&] { operation.coded[way](ec); }) - by_c, operation.allocated);
-      vp_watch(look_at_turn, nullptr);
-      operation.throwing[way]();
-      EXPECT_EQ(turn_taken, way == 1);
-      turn_taken = way == 0;
-      operation.coded[way](ec);
-      EXPECT_EQ(turn_taken, way == 1);
-    }
-    vp_watch(keep_call, nullptr);
-  }
+template <typename C, typename Cxx>
+void compare(const std::string &name, C c, Cxx cxx) {
+  SCOPED_TRACE(name);
+  static_assert(noexcept(cxx(std::declval<std::error_code &>())));
+  const auto throwing = [&] { (void)cxx(); };
+  std::error_code ec = morvane::errc::wrong_size;
+  const auto coded = [&] { (void)cxx(ec); };
+
+  const auto wanted = calls_of([&] { EXPECT_EQ(c(), 0U); });
+  ASSERT_FALSE(wanted.empty());
+  EXPECT_EQ(calls_of(throwing), wanted);
+  EXPECT_EQ(calls_of(coded), wanted);
+  EXPECT_EQ(ec, std::error_code());
+
+  vp_fail_next_call(ETIMEDOUT);
+  EXPECT_EQ(thrown_by(throwing, name.substr(0, name.find_first_of(" ,")) + " "),
+            std::errc::timed_out);
+  vp_fail_next_call(ETIMEDOUT);
+  coded();
+  EXPECT_EQ(ec, std::errc::timed_out);
+  EXPECT_EQ(ec.value(), static_cast<int>(KEL_ASIC_SYSERR_SERVICE | ETIMEDOUT));
+
+  vp_watch(nullptr, nullptr);  // which allocates itself
+  const int by_c = allocations_of(c);
+  EXPECT_EQ(allocations_of(throwing), by_c);
+  EXPECT_EQ(allocations_of(coded), by_c);
+  vp_watch(keep_call, nullptr);
+}
+
+TEST_F(Cxx, makes_the_call_of_the_c_interface_and_reports_its_failure) {
+  cxx_pairs::visit_pairs([](const std::string &name, auto c, auto cxx) { compare(name, c, cxx); });
 }
 
 constexpr const char *kMessages =
@@ -332,7 +266,9 @@ TEST_F(Cxx, sends_who_asked) {
   };
   morvane::write(plain, 1), expect_asked(__LINE__, 0);
   morvane::run(steps, {}, ec), expect_asked(__LINE__, 0);
-  card.write_entries(policers, 0, values), expect_asked(__LINE__, 0);
+  morvane::write_entries(policers, 0, values), expect_asked(__LINE__, 0);
+  card([here = morvane::caller::here()] { morvane::write(plain, 1, here); });
+  expect_asked(__LINE__ - 1, 0);
   (void)morvane::read_row(policers, 0, ec), expect_asked(__LINE__, 0);
   morvane::write(plain, 1, morvane::caller::here().with_context(7)), expect_asked(__LINE__, 7);
 }
@@ -440,9 +376,9 @@ TEST_F(Cxx, sends_a_batch_where_it_is_left) {
     morvane::write(plain, 6);
     batch.commit();
     morvane::write(plain, 7);
-    look_at_turn(VP_CALL_SENT, nullptr, nullptr);
-    EXPECT_TRUE(turn_taken);
+    EXPECT_TRUE(is_locked());
   });
+  EXPECT_FALSE(is_locked());
   EXPECT_EQ(early.size(), 2U);
   EXPECT_EQ(transaction(early[0]).reorder_allowed, 0);
   for (const char *name : {"", static_cast<const char *>(nullptr)})
@@ -485,7 +421,7 @@ TEST_F(Cxx, builds_programs) {
 
 TEST_F(Cxx, shows_statistics_by_value) {
   const vp_traffic traffic = {VP_N2H, 3, 100, 40};
-  ASSERT_EQ(vp_add_traffic(1, 0, CARDCFG_PORT_TYPE_HIF, 5, &traffic), 0);
+  ASSERT_EQ(vp_add_traffic(1, 0, host.type, host.number, &traffic), 0);
   const morvane::qos_stats stats = morvane::get_qos_stats(host);
   uint64_t drops = 0, received = 0;
   for (const auto &row : stats.n2h_drops())
@@ -537,17 +473,24 @@ TEST_F(Cxx, shows_statistics_by_value) {
       {all.h2n_drops()[5][7], by_direction.h2n_drops[5][7]}};
   for (const auto &[shown, counter] : scalars)
     EXPECT_EQ(shown, counter) << &shown - &scalars[0].first;
-
-  vp_asic_state state;
-  morvane::clear_all_drop_counters();
-  vp_watch(look_at_turn, nullptr);
-  card.clear_all_drop_counters();
-  ASSERT_EQ(vp_asic_show(0, 0, &state), 0);
-  EXPECT_EQ(state.drop_clears, 2U);
-  EXPECT_TRUE(turn_taken);
 }
 
-TEST_F(Cxx, lets_threads_take_turns) {
+TEST_F(Cxx, holds_the_lock_of_a_session_for_operations_and_returns_what_they_return) {
+  morvane::session same;
+  const uint32_t value = card([&] {
+    EXPECT_TRUE(is_locked());
+    same([] { morvane::write(plain, 9); });
+    EXPECT_TRUE(is_locked());
+    return morvane::read(plain);
+  });
+  EXPECT_EQ(value, 9U);
+  EXPECT_FALSE(is_locked());
+  vp_fail_next_call(EIO);
+  EXPECT_TRUE(thrown_by([] { card([] { morvane::write(plain, 9); }); }));
+  EXPECT_FALSE(is_locked());
+}
+
+TEST_F(Cxx, keeps_threads_apart) {
   constexpr uint32_t kThreads = 4, kRounds = 200;
   std::vector<std::thread> threads;
   calls.clear();
@@ -557,17 +500,16 @@ TEST_F(Cxx, lets_threads_take_turns) {
         {
           morvane::session::batch mine(card, std::to_string(id).c_str());
           for (int write = 0; write < 3; ++write) {
-            card.write(plain, id);
+            card([id] { morvane::write(plain, id); });
             std::this_thread::yield();
           }
         }
-        const std::lock_guard<morvane::session> turn(card);
-        card.write(there, card.read(there) + 1);
+        card([] { morvane::write(there, morvane::read(there) + 1); });
       }
     });
   for (std::thread &thread : threads)
     thread.join();
-  EXPECT_EQ(card.read(there), kThreads * kRounds);
+  EXPECT_EQ(morvane::read(there), kThreads * kRounds);
   uint32_t batches = 0;
   for (const std::string &call : calls) {
     if (call.size() < sizeof(kel_asic_xn_t))

@@ -1,0 +1,142 @@
+// Each operation of morvaneusd.hpp next to the call of the C interface that it wraps: the test
+// compares what they do, and the benchmark what they cost.
+#ifndef CXX_PAIRS_H
+#define CXX_PAIRS_H
+
+#include <array>
+#include <system_error>
+#include <vector>
+
+#include "morvaneusd.hpp"
+
+namespace cxx_pairs {
+
+constexpr morvane::asic second = {1, 0};  // of the second module
+constexpr auto plain = morvane::at(static_cast<kel_asic_hi_reg_t>(40), 2);
+constexpr auto there = plain.on(second);
+constexpr morvane::table_of<HF_DHS_POL_OFFSET> policers(3, second);
+constexpr morvane::port host = morvane::hif(3, second);
+
+inline uint32_t values[16] = {1, 2, 3};
+inline std::array steps = {morvane::step(plain, 3), morvane::step(plain, 2, 6)};
+
+#define AT_PLAIN 1, 0, KEL_ASIC_BLK_HI, 2, 40
+#define AT_POLICERS 1, 0, KEL_ASIC_BLK_HF, 3, HF_DHS_POL_OFFSET
+#define HOST_PORT 1, 0, CARDCFG_PORT_TYPE_HIF, 3
+#define WHO 0, const_cast<char *>(__FILE__), __LINE__, __func__
+// Throws without an argument; with a std::error_code it reports there.
+#define CXX(operation, ...)                                                    \
+  [](auto &...ec) noexcept(noexcept(morvane::operation(__VA_ARGS__, ec...))) { \
+    return morvane::operation(__VA_ARGS__, ec...);                             \
+  }
+
+// Calls visit(name, c, cxx) for each pair. A name begins with the name of the C++ operation.
+template <typename Visit>
+void visit_pairs(Visit visit) {
+  visit(
+      "read",
+      [] {
+        uint32_t value = 0;
+        return lib_mrv_asic_read(AT_PLAIN, &value, WHO);
+      },
+      CXX(read, there));
+  visit(
+      "write", [] { return lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, WHO); },
+      CXX(write, there, 7));
+  visit(
+      "write, raw",
+      [] {
+        return lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW, WHO);
+      },
+      CXX(write, morvane::raw(0x102000A0, second), 7));
+  visit(
+      "write, command", [] { return lib_mrv_asic_link_pause_disable(HOST_PORT); },
+      CXX(write, morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0));
+  visit(
+      "write_field",
+      [] { return lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, WHO); },
+      CXX(write_field, there, 6, 15));
+  visit(
+      "read_block 16", [] { return lib_mrv_asic_n_read(AT_PLAIN, values, 16, WHO); },
+      CXX(read_block, there, values));
+  visit(
+      "read_block 16, a vector",
+      [] {
+        std::vector<uint32_t> words(16);
+        return lib_mrv_asic_n_read(AT_PLAIN, words.data(), 16, WHO);
+      },
+      CXX(read_block, there, 16));
+  visit(
+      "read_entries 2", [] { return lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO); },
+      CXX(read_entries, policers, 4, values));
+  visit(
+      "read_entries 2, a vector",
+      [] {
+        std::vector<uint32_t> words(16);
+        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, words.data(), 2, WHO);
+      },
+      CXX(read_entries, policers, 4, 2));
+  visit(
+      "read_rows 2",
+      [] {
+        std::vector<std::array<uint32_t, 8>> rows(2);
+        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, rows[0].data(), 2, WHO);
+      },
+      CXX(read_rows, policers, 4, 2));
+  visit(
+      "read_row",
+      [] {
+        std::array<uint32_t, 8> row = {};
+        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, row.data(), 1, WHO);
+      },
+      CXX(read_row, policers, 4));
+  visit(
+      "write_entries 2", [] { return lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, WHO); },
+      CXX(write_entries, policers, 4, values));
+  visit(
+      "run 2 steps", [] { return lib_mrv_asic_pgm(1, 0, steps.data(), 2, WHO); },
+      CXX(run, steps, second));
+  visit(
+      "get_qos_stats",
+      [] {
+        kel_asic_qos_stats_t record;
+        return lib_mrv_asic_get_qos_stats(HOST_PORT, &record, 0);
+      },
+      CXX(get_qos_stats, host));
+  visit(
+      "clear_qos_stats", [] { return lib_mrv_asic_clear_qos_stats(HOST_PORT, 0); },
+      CXX(clear_qos_stats, host));
+  visit(
+      "clear_all_qos_stats", [] { return lib_mrv_asic_clear_all_qos_stats(1, 0, 0); },
+      CXX(clear_all_qos_stats, second));
+  visit(
+      "link_pause_enable", [] { return lib_mrv_asic_link_pause_enable(HOST_PORT); },
+      CXX(link_pause_enable, host));
+  visit(
+      "link_pause_disable", [] { return lib_mrv_asic_link_pause_disable(HOST_PORT); },
+      CXX(link_pause_disable, host));
+  visit(
+      "set_nodrop_class_map", [] { return lib_mrv_asic_set_nodrop_class_map(1, 0, 9); },
+      CXX(set_nodrop_class_map, 9, second));
+  visit(
+      "sfp_validation_failed", [] { return lib_mrv_asic_sfp_validation_failed(HOST_PORT); },
+      CXX(sfp_validation_failed, host));
+  visit(
+      "prog_sp_timer", [] { return lib_mrv_asic_prog_sp_timer(1, 0, 77); },
+      CXX(prog_sp_timer, 77, second));
+  visit(
+      "clear_all_drop_counters", [] { return lib_mrv_asic_clear_all_drop_counters(); },
+      [](auto &...ec) noexcept(noexcept(morvane::clear_all_drop_counters(ec...))) {
+        morvane::clear_all_drop_counters(ec...);
+      });
+}
+
+#undef AT_PLAIN
+#undef AT_POLICERS
+#undef HOST_PORT
+#undef WHO
+#undef CXX
+
+}  // namespace cxx_pairs
+
+#endif
