@@ -1,6 +1,7 @@
 /* Every public type that no exported function names: the records of the service and the register
  * map, and the enumerations. Built for the interface guard alone, which reads their layout from its
  * debug information. */
+#include "kel_asic_blocks.h"
 #include "kel_asic_dhs_tables.h"
 #include "kel_asic_intf.h"
 #include "kel_asic_lib_common.h"
@@ -39,6 +40,7 @@ struct public_types {
   kel_asic_mb_reg_t mb_reg;
   kel_asic_qs_reg_t qs_reg;
   kel_asic_xl_reg_t xl_reg;
+  const kel_asic_block_t *block;
   const kel_asic_dhs_row_t *dhs_row;
 };
 

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "platform/system_service.h"
+#include "register_layout.h"
 
 namespace {
 
@@ -54,7 +55,7 @@ void clear_stats(kel_asic_qos_stats_t &stats) {
 }  // namespace
 
 kel_asic_qos_stats_t *VirtualAsic::find_port(cardcfg_port_type_t port_type, uint32_t port) {
-  if (port >= vp_port_count(port_type))
+  if (port >= virtual_asic::port_count(port_type))
     return nullptr;
   return &ports[port_type == CARDCFG_PORT_TYPE_HIF ? port : virtual_asic::kHostPorts + port];
 }
@@ -303,15 +304,4 @@ int DriverService::add_traffic(uint32_t module, uint32_t asic_number, cardcfg_po
                                  : stats->drops.h2n_drops)[0][traffic_class] += traffic.excess;
   }
   return 0;
-}
-
-uint32_t vp_port_count(cardcfg_port_type_t port_type) {
-  switch (port_type) {
-    case CARDCFG_PORT_TYPE_HIF:
-      return virtual_asic::kHostPorts;
-    case CARDCFG_PORT_TYPE_NIF:
-      return virtual_asic::kNetworkPorts;
-    default:
-      return 0;
-  }
 }

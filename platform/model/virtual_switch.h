@@ -4,7 +4,6 @@
 #define VIRTUAL_SWITCH_H
 
 #include <cstdint>
-#include <new>
 
 #include "driver_service.h"
 
@@ -13,14 +12,5 @@ struct VirtualSwitch {
   uint32_t device_type = CARDCFG_DEV_TYPE_MORVANE;
   uint16_t sw_card_id = virtual_asic::kPlainCard;
 };
-
-// The switch of this process, for calls that do not go to another. Never destroyed, because calls
-// come as long as the process lives; in static memory, because callers are C and expect no
-// exception.
-inline VirtualSwitch &own_switch() {
-  alignas(VirtualSwitch) static unsigned char memory[sizeof(VirtualSwitch)];
-  static auto *const instance = new (memory) VirtualSwitch;
-  return *instance;
-}
 
 #endif

@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-#include "model/virtual_switch.h"
+#include "own_switch.h"
 #include "virtual_platform.h"
 #include "wire/switch_client.h"
 

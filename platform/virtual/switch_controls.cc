@@ -2,7 +2,7 @@
 // card stand in card_config.cc; those of this process's calls, and the reset, in system_service.cc.
 #include <cerrno>
 
-#include "model/virtual_switch.h"
+#include "own_switch.h"
 #include "virtual_platform.h"
 #include "wire/switch_client.h"
 
@@ -40,4 +40,8 @@ int vp_asic_show(uint32_t module, uint32_t asic, vp_asic_state *state) {
     return ENXIO;
   *state = found->commands;
   return 0;
+}
+
+uint32_t vp_port_count(cardcfg_port_type_t port_type) {
+  return virtual_asic::port_count(port_type);
 }

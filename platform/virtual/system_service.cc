@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "kel_asic_lib_common.h"
-#include "model/virtual_switch.h"
+#include "own_switch.h"
 #include "virtual_platform.h"
 #include "wire/switch_client.h"
 

@@ -19,7 +19,7 @@ struct Shape {
 
 std::vector<Shape> shapes_of(const RegisterMap &map, kel_asic_blk_t block) {
   std::vector<Shape> shapes;
-  for (kel_asic_reg_t vreg = 0; vreg < block_info(block).registers; ++vreg) {
+  for (kel_asic_reg_t vreg = 0; vreg < kel_asic_blocks[block].registers; ++vreg) {
     const Register reg = {block, 0, vreg};
     if (!map.missing(reg).empty())
       continue;

@@ -29,8 +29,8 @@ std::string RegisterMap::missing(const Register &reg) const {
     return format("this ASIC has no block %s", name);
   if (reg.instance >= instances(reg.block))
     return format("block %s has instances 0 to %u", name, instances(reg.block) - 1);
-  if (reg.vreg >= block_info(reg.block).registers)
-    return format("block %s has registers 0 to %u", name, block_info(reg.block).registers - 1);
+  if (reg.vreg >= kel_asic_blocks[reg.block].registers)
+    return format("block %s has registers 0 to %u", name, kel_asic_blocks[reg.block].registers - 1);
   if (offsets_[reg.block][reg.vreg] == KEL_ASIC_NO_REGISTER)
     return format("number %u of block %s is a hole: no register", reg.vreg, name);
   return "";

@@ -23,7 +23,9 @@ class RegisterMap {
   explicit RegisterMap(const morvane::caller &caller);
 
   const kel_asic_limits_t &limits() const { return limits_; }
-  uint32_t instances(kel_asic_blk_t block) const { return limits_.*block_info(block).instances; }
+  uint32_t instances(kel_asic_blk_t block) const {
+    return kel_asic_block_instances(&limits_, block);
+  }
 
   // Address of a register that exists.
   uint32_t address(const Register &reg) const;

@@ -19,8 +19,6 @@ struct CommandAddress {
 
 #include "names.inc"
 
-static_assert(std::size(kBlocks) == KEL_ASIC_NUM_BLK, "every block has its row");
-
 constexpr const char kSuffix[] = "_OFFSET";
 constexpr size_t kSuffixLength = sizeof kSuffix - 1;
 
@@ -40,7 +38,7 @@ std::string without_suffix(std::string name) {
   std::vector<std::string> names;
   for (const RegisterName &named : named_registers(block))
     names.push_back(without_suffix(named.name));
-  const std::string numbers = format("a number from 0 to %u", block_info(block).registers - 1);
+  const std::string numbers = format("a number from 0 to %u", kel_asic_blocks[block].registers - 1);
   if (names.empty())
     throw UsageError(
         format("no register of block %s has a name; give ", kel_asic_blk_names[block]) + numbers);
@@ -49,10 +47,6 @@ std::string without_suffix(std::string name) {
 }
 
 }  // namespace
-
-const BlockInfo &block_info(kel_asic_blk_t block) {
-  return kBlocks[block];
-}
 
 std::vector<RegisterName> named_registers(kel_asic_blk_t block) {
   std::vector<RegisterName> names;
@@ -66,8 +60,8 @@ std::vector<RegisterName> named_registers(kel_asic_blk_t block) {
 kel_asic_blk_t parse_block(const std::string &text) {
   const std::string word = upper_case(text);
   std::vector<std::string> names;
-  for (const BlockInfo &info : kBlocks) {
-    if (word == info.enumerator || word == kel_asic_blk_names[info.block])
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    if (word == info.name || word == kel_asic_blk_names[info.block])
       return info.block;
     names.emplace_back(kel_asic_blk_names[info.block]);
   }

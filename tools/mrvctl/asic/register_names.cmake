@@ -1,17 +1,11 @@
 # Writes the names of the public header as C++ tables, so that no name is written twice: run with
 # -DHEADER=kel_asic_intf.h -DFOLDER=generated. register_names.cc includes names.inc.
-set(blocks "")
 set(registers "")
 set(commands "")
 file(STRINGS ${HEADER} lines)
 set(block "")
 foreach(line IN LISTS lines)
-  if(line MATCHES "^  KEL_ASIC_BLK_([A-Z0-9_]+) = [0-9]+")
-    string(TOLOWER "${CMAKE_MATCH_1}" field)
-    string(APPEND blocks
-      "    {KEL_ASIC_BLK_${CMAKE_MATCH_1}, \"${CMAKE_MATCH_1}\", "
-      "KEL_ASIC_${CMAKE_MATCH_1}_NUM_ENUM, &kel_asic_limits_t::max_${field}},\n")
-  elseif(line MATCHES "^  KEL_ASIC_([A-Z0-9_]+)_FIRST_ENUM = ")
+  if(line MATCHES "^  KEL_ASIC_([A-Z0-9_]+)_FIRST_ENUM = ")
     set(block "KEL_ASIC_BLK_${CMAKE_MATCH_1}")
   elseif(line MATCHES "^  KEL_ASIC_[A-Z0-9_]+_NUM_ENUM = ")
     set(block "")
@@ -21,7 +15,7 @@ foreach(line IN LISTS lines)
     string(APPEND commands "    {${CMAKE_MATCH_1}, \"${CMAKE_MATCH_1}\"},\n")
   endif()
 endforeach()
-foreach(table blocks registers commands)
+foreach(table registers commands)
   if("${${table}}" STREQUAL "")
     message(FATAL_ERROR "No ${table} found in ${HEADER}")
   endif()
@@ -29,6 +23,5 @@ endforeach()
 
 set(origin "// Written by register_names.cmake from the public header.\n")
 file(WRITE ${FOLDER}/names.inc ${origin}
-  "constexpr BlockInfo kBlocks[] = {\n${blocks}};\n"
   "constexpr RegisterName kRegisters[] = {\n${registers}};\n"
   "constexpr CommandAddress kCommandAddresses[] = {\n${commands}};\n")

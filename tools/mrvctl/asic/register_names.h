@@ -6,17 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "kel_asic_blocks.h"
 #include "kel_asic_intf.h"
-#include "kel_asic_lib_common.h"
 
 namespace mrvctl {
-
-struct BlockInfo {
-  kel_asic_blk_t block;
-  const char *enumerator;  // the enumerator's own part, "RS_EDMA"
-  uint32_t registers;
-  uint32_t kel_asic_limits_t::*instances;
-};
 
 struct RegisterName {
   kel_asic_blk_t block;
@@ -30,8 +23,6 @@ struct Register {
   uint32_t instance;
   kel_asic_reg_t vreg;
 };
-
-const BlockInfo &block_info(kel_asic_blk_t block);
 
 // The registers of a block that have a name, in the order of their numbers.
 std::vector<RegisterName> named_registers(kel_asic_blk_t block);

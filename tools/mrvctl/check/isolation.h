@@ -8,6 +8,8 @@
 #include <functional>
 #include <string>
 
+#include "morvaneusd.hpp"
+
 namespace mrvctl {
 
 // Thrown by a check: the platform does not keep its promise.
@@ -47,6 +49,13 @@ struct GuardRegion {
 };
 
 void add_guard(const GuardRegion &memory);
+
+// Who asks in the calls of a check.
+inline constexpr morvane::caller kCaller = {"mrvctl", 0, "check"};
+
+// Initialises the library in the process of a check, and closes its standard output to what that
+// prints. Throws Violation.
+void init_library(uint32_t slot);
 
 // While it lives, whichever bad address ends the process is a breach of its clause.
 class CrashClause {

@@ -32,14 +32,12 @@ void expect_filled(Field field, const std::string &name) {
 }
 
 void fills_the_limits(const CheckTarget & /*subject*/) {
-  const auto limit = [](uint32_t kel_asic_limits_t::*member) {
-    return [member](const Description &description) { return description.limits.*member; };
-  };
-  expect_filled(limit(&kel_asic_limits_t::max_modules), "max_modules");
-  expect_filled(limit(&kel_asic_limits_t::max_asic), "max_asic");
-  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
-    const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
-    expect_filled(limit(info.instances), std::string("the limit of block ") + info.enumerator);
+  expect_filled([](const Description &set) { return set.limits.max_modules; }, "max_modules");
+  expect_filled([](const Description &set) { return set.limits.max_asic; }, "max_asic");
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    expect_filled(
+        [&](const Description &set) { return kel_asic_block_instances(&set.limits, info.block); },
+        std::string("the limit of block ") + info.name);
   }
 }
 
@@ -48,13 +46,12 @@ void has_plausible_limits(const CheckTarget & /*subject*/) {
   if (limits.max_modules < 1 || limits.max_modules > 4)
     throw Violation{"1 to 4 modules", std::to_string(limits.max_modules)};
   uint32_t blocks = 0;
-  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
-    const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
     const bool has_ports = info.block == KEL_ASIC_BLK_HI || info.block == KEL_ASIC_BLK_NI;
     const uint32_t most = has_ports ? kPortNumbers : kMaxInstances;
-    const uint32_t instances = limits.*info.instances;
+    const uint32_t instances = kel_asic_block_instances(&limits, info.block);
     if (instances > most)
-      throw Violation{format("at most %u instances of block %s", most, info.enumerator),
+      throw Violation{format("at most %u instances of block %s", most, info.name),
                       std::to_string(instances)};
     blocks += instances > 0 ? 1 : 0;
   }
@@ -117,8 +114,7 @@ void hook_knows_its_registers(const CheckTarget & /*subject*/) {
 
 void hook_refuses_other_registers(const CheckTarget & /*subject*/) {
   const auto entry_size = hook();
-  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
-    const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
     for (kel_asic_reg_t vreg = 0; vreg <= info.registers; ++vreg) {
       if (kel_asic_dhs_entry_size(info.block, vreg, 0) == KEL_ASIC_DHS_BY_HOOK)
         continue;

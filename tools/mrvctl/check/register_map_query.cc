@@ -9,9 +9,6 @@
 namespace mrvctl {
 namespace {
 
-char caller_file[] = "mrvctl";
-const morvane::caller kCaller = {caller_file, 0, "check"};
-
 // Copies an array of the platform's, every element of which has to be there.
 std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t length) {
   const CrashClause blame("P19", "arrays as long as the limits and enumerations say",
@@ -27,13 +24,12 @@ std::vector<std::vector<kel_asic_reg_t>> copy_table(const Description &descripti
   if (table == nullptr)
     throw Violation{format("a table of %ss", what), "none", clause};
   std::vector<std::vector<kel_asic_reg_t>> copies(KEL_ASIC_NUM_BLK);
-  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
-    const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
-    if (description.limits.*info.instances == 0)
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    const uint32_t i = info.block;
+    if (kel_asic_block_instances(&description.limits, info.block) == 0)
       continue;
     if (table[i] == nullptr)
-      throw Violation{format("an array of %ss for block %s", what, info.enumerator), "none",
-                      clause};
+      throw Violation{format("an array of %ss for block %s", what, info.name), "none", clause};
     copies[i] = copy_array(table[i], length(info));
   }
   return copies;
@@ -44,20 +40,22 @@ std::vector<std::vector<kel_asic_reg_t>> copy_table(const Description &descripti
 Description query_register_map(uint8_t fill_pattern) {
   Description description;
   std::memset(&description, fill_pattern, sizeof description);
-  description.result =
-      morvane_lib_init(&description.hooks, &description.limits, &description.revision,
-                       kCaller.context, caller_file, kCaller.line, kCaller.func);
+  description.result = morvane_lib_init(
+      &description.hooks, &description.limits, &description.revision, kCaller.context,
+      const_cast<char *>(kCaller.file), kCaller.line, kCaller.func);
   return description;
 }
 
 AddressTables query_tables(const Description &description) {
   if (description.result != 0)
     throw Violation{"result 0 of morvane_lib_init", format("0x%08x", description.result), "P16"};
-  return {
-      copy_table(description, kel_asic_get_all_base_table(description.revision), "base address",
-                 "P17", [&](const BlockInfo &info) { return description.limits.*info.instances; }),
-      copy_table(description, kel_asic_get_all_reg_table(description.revision), "offset", "P18",
-                 [](const BlockInfo &info) { return info.registers; })};
+  return {copy_table(description, kel_asic_get_all_base_table(description.revision), "base address",
+                     "P17",
+                     [&](const kel_asic_block_t &info) {
+                       return kel_asic_block_instances(&description.limits, info.block);
+                     }),
+          copy_table(description, kel_asic_get_all_reg_table(description.revision), "offset", "P18",
+                     [](const kel_asic_block_t &info) { return info.registers; })};
 }
 
 RegisterMap queried_map() {

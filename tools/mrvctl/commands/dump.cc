@@ -40,7 +40,7 @@ IndexRange parse_index_range(const std::string &text) {
 
 kel_asic_reg_t parse_bound(kel_asic_blk_t block, const std::string &text, kel_asic_reg_t if_none) {
   const kel_asic_reg_t vreg = text.empty() ? if_none : parse_vreg(block, text);
-  const uint32_t registers = block_info(block).registers;
+  const uint32_t registers = kel_asic_blocks[block].registers;
   if (vreg >= registers)
     throw UsageError(
         format("block %s has registers 0 to %u", kel_asic_blk_names[block], registers - 1));
@@ -49,7 +49,7 @@ kel_asic_reg_t parse_bound(kel_asic_blk_t block, const std::string &text, kel_as
 
 std::vector<kel_asic_reg_t> numbers_to_dump(kel_asic_blk_t block, const DumpArgs &args) {
   const kel_asic_reg_t first = parse_bound(block, args.from, 0);
-  const kel_asic_reg_t last = parse_bound(block, args.to, block_info(block).registers - 1);
+  const kel_asic_reg_t last = parse_bound(block, args.to, kel_asic_blocks[block].registers - 1);
   if (last < first)
     throw UsageError(format("register %u stands behind register %u", first, last));
   std::vector<kel_asic_reg_t> numbers;

@@ -12,9 +12,8 @@ void run_info(Session &session) {
   const char *driver = kel_get_driver_string(KEL_ASIC_DRIVER_MORVANE);
   Json blocks = Json::array();
   std::string table = "block   registers  with a name  instances\n";
-  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
-    const BlockInfo &info = block_info(static_cast<kel_asic_blk_t>(i));
-    const char *name = kel_asic_blk_names[i];
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    const char *name = kel_asic_blk_names[info.block];
     const size_t named = named_registers(info.block).size();
     blocks.push_back({{"block", name},
                       {"registers", info.registers},
@@ -45,7 +44,7 @@ void check_block(RegsArgs &args) {
 }
 
 void run_regs(Session &session, const RegsArgs &args) {
-  const BlockInfo &info = block_info(args.block);
+  const kel_asic_block_t &info = kel_asic_blocks[args.block];
   const std::vector<RegisterName> names = named_registers(info.block);
   Json registers = Json::array();
   std::string text = format("block %s: %u registers, 0 to %u\n", kel_asic_blk_names[info.block],

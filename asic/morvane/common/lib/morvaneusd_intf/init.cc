@@ -1,7 +1,8 @@
-// Initialisation, the conversions of the ASIC type, and the table of blocks.
+// Initialisation, the conversions of the ASIC type, and the printed names of the blocks.
 #include <cerrno>
 #include <cstdlib>
 
+#include "kel_asic_blocks.h"
 #include "kel_asic_lib_private.h"
 #include "platform/card_config.h"
 #include "request_buffer.h"
@@ -14,34 +15,6 @@ namespace {
 
 constexpr uint32_t first_buffer_size = request_size(2048);
 
-struct block_row {
-  uint32_t registers;                      // virtual registers of the block
-  uint32_t kel_asic_limits_t::*instances;  // the limit that counts its instances
-};
-
-// By block number. The limits stand in an order of their own.
-constexpr block_row blocks[KEL_ASIC_NUM_BLK] = {
-    {KEL_ASIC_SS_NUM_ENUM, &kel_asic_limits_t::max_ss},
-    {KEL_ASIC_HR_NUM_ENUM, &kel_asic_limits_t::max_hr},
-    {KEL_ASIC_NR_NUM_ENUM, &kel_asic_limits_t::max_nr},
-    {KEL_ASIC_HI_NUM_ENUM, &kel_asic_limits_t::max_hi},
-    {KEL_ASIC_NI_NUM_ENUM, &kel_asic_limits_t::max_ni},
-    {KEL_ASIC_SI_NUM_ENUM, &kel_asic_limits_t::max_si},
-    {KEL_ASIC_HF_NUM_ENUM, &kel_asic_limits_t::max_hf},
-    {KEL_ASIC_NF_NUM_ENUM, &kel_asic_limits_t::max_nf},
-    {KEL_ASIC_CI_NUM_ENUM, &kel_asic_limits_t::max_ci},
-    {KEL_ASIC_BI_NUM_ENUM, &kel_asic_limits_t::max_bi},
-    {KEL_ASIC_CC_NUM_ENUM, &kel_asic_limits_t::max_cc},
-    {KEL_ASIC_PC_NUM_ENUM, &kel_asic_limits_t::max_pc},
-    {KEL_ASIC_RS_EDMA_NUM_ENUM, &kel_asic_limits_t::max_rs_edma},
-    {KEL_ASIC_RS_PCIE_NUM_ENUM, &kel_asic_limits_t::max_rs_pcie},
-    {KEL_ASIC_MISC_NUM_ENUM, &kel_asic_limits_t::max_misc},
-    {KEL_ASIC_CH_NUM_ENUM, &kel_asic_limits_t::max_ch},
-    {KEL_ASIC_MB_NUM_ENUM, &kel_asic_limits_t::max_mb},
-    {KEL_ASIC_QS_NUM_ENUM, &kel_asic_limits_t::max_qs},
-    {KEL_ASIC_XL_NUM_ENUM, &kel_asic_limits_t::max_xl},
-};
-
 uint32_t card_asic_type(slot_num_t slot) {
   // A query that fails leaves the output alone, so it starts as no Morvane.
   uint32_t dev_type = CARDCFG_DEV_TYPE_MAX;
@@ -52,9 +25,9 @@ uint32_t card_asic_type(slot_num_t slot) {
 // Fills slot 0 behind what the register map has written, and allocates the request buffer.
 syserr_t fill_slot(kel_asic_specific_context_t &slot) {
   slot.asic_type = KEL_ASIC_DRIVER_MORVANE;
-  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
-    slot.max_reg[block] = blocks[block].registers;
-    slot.max_inst[block] = slot.limits.*blocks[block].instances;
+  for (const kel_asic_block_t &row : kel_asic_blocks) {
+    slot.max_reg[row.block] = row.registers;
+    slot.max_inst[row.block] = kel_asic_block_instances(&slot.limits, row.block);
   }
   slot.base_table = kel_asic_get_all_base_table(slot.asic_ver);
   slot.reg_table = kel_asic_get_all_reg_table(slot.asic_ver);

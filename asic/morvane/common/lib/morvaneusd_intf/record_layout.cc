@@ -2,6 +2,7 @@
 // platform and the driver service are built apart and agree on bytes alone.
 #include <cstddef>
 
+#include "kel_asic_blocks.h"
 #include "kel_asic_dhs_tables.h"
 #include "kel_asic_intf.h"
 #include "kel_asic_lib_common.h"
@@ -17,6 +18,22 @@ EXPECT_OFFSET(kel_asic_pgm_t, instance, 8);
 EXPECT_OFFSET(kel_asic_pgm_t, vreg, 12);
 EXPECT_OFFSET(kel_asic_pgm_t, data, 16);
 EXPECT_OFFSET(kel_asic_pgm_t, mask, 20);
+
+static_assert(sizeof(kel_asic_block_t) == 20);
+EXPECT_OFFSET(kel_asic_block_t, block, 0);
+EXPECT_OFFSET(kel_asic_block_t, name, 4);
+EXPECT_OFFSET(kel_asic_block_t, registers, 12);
+EXPECT_OFFSET(kel_asic_block_t, limit, 16);
+
+static constexpr bool blocks_in_order() {
+  uint32_t next = 0;
+  for (const kel_asic_block_t &row : kel_asic_blocks) {
+    if (row.block != next++)
+      return false;
+  }
+  return next == KEL_ASIC_NUM_BLK;
+}
+static_assert(blocks_in_order(), "a block is the index of its row");
 
 static_assert(sizeof(kel_asic_dhs_row_t) == 20);
 EXPECT_OFFSET(kel_asic_dhs_row_t, block, 0);

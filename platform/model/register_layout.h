@@ -1,0 +1,52 @@
+// Where the registers of the virtual Morvane are in its address space.
+//
+// Each block has a span of addresses, each of its instances a part of that. An instance begins with
+// its registers, four bytes each in the order of their enumeration, so that a run of words reads
+// neighbours; the places of holes and of table registers stay empty. Behind them follow the windows
+// of the tables, with room for every entry.
+#ifndef REGISTER_LAYOUT_H
+#define REGISTER_LAYOUT_H
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "kel_asic_intf.h"
+
+namespace virtual_asic {
+
+// A run of words without a gap: a table, or neighbouring registers.
+struct Window {
+  uint32_t begin;
+  uint32_t size;
+
+  bool has(uint32_t address) const { return address - begin < size; }
+};
+
+// By block.
+struct RegisterLayout {
+  std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> bases;    // one per instance
+  std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> offsets;  // one per register
+  std::array<std::vector<Window>, KEL_ASIC_NUM_BLK> windows;  // by their place in an instance
+};
+
+// Built at the first use and never destroyed: clients keep the tables until the process ends.
+const RegisterLayout &register_layout();
+
+// Words in an entry of a table whose shape clients do not know; -1 for any other register or entry.
+int hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index);
+
+// The window that was found last. Neighbours are mostly asked for together.
+extern Window cached_window;
+
+// Finds the window that an address is in, if there is one.
+bool find_window(uint32_t address);
+
+// Whether a register, or an entry of a table register, has a word at this address.
+inline bool has_word(uint32_t address) {
+  return address % 4 == 0 && (cached_window.has(address) || find_window(address));
+}
+
+}  // namespace virtual_asic
+
+#endif
