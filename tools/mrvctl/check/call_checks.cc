@@ -8,7 +8,6 @@
 #include "calls/call_fields.h"
 #include "check/check_table.h"
 #include "check/isolation.h"
-#include "check/library.h"
 #include "check/register_map_query.h"
 #include "check/requests.h"
 #include "host/observed_calls.h"
@@ -30,7 +29,7 @@ uint32_t any_address(const CheckTarget &subject) {
     return map.address(*subject.read);
   for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
     const auto block = static_cast<kel_asic_blk_t>(i);
-    for (kel_asic_reg_t vreg = 0; vreg < block_info(block).registers; ++vreg) {
+    for (kel_asic_reg_t vreg = 0; vreg < kel_asic_blocks[block].registers; ++vreg) {
       const Register reg = {block, 0, vreg};
       if (map.missing(reg).empty() && !find_table(map, block, vreg))
         return map.address(reg);
@@ -48,7 +47,7 @@ Request read_request(const CheckTarget &subject) {
 }
 
 void initialises_the_library(const CheckTarget &subject) {
-  const Library library(subject);
+  init_library(subject.slot);
 }
 
 CallResult send_for_unknown_driver(const Request &request) {
@@ -93,7 +92,7 @@ void refuses_wrong_lengths(const CheckTarget &subject) {
 
 // A read commits an open transaction: that shows a platform that calls the library.
 void calls_no_library(const CheckTarget &subject) {
-  const Library library(subject);
+  init_library(subject.slot);
   const Request unknown = read_request(subject);
   bool sent = false;
   observe_calls({[&sent](const ServiceCall &request) {
@@ -182,10 +181,10 @@ void refuses_unknown_module(const CheckTarget &subject) {
 }
 
 void answers_the_library(const CheckTarget &subject) {
-  const Library library(subject);
+  init_library(subject.slot);
   queried_map();
-  library.read(*subject.read);
-  library.read_block(*subject.read, 1);
+  (void)morvane::read(subject.at(*subject.read), kCaller);
+  (void)morvane::read_block(subject.at(*subject.read), 1, kCaller);
 }
 
 }  // namespace

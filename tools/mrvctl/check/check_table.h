@@ -10,6 +10,7 @@
 
 #include "asic/register_names.h"
 #include "check/saved_values.h"
+#include "morvaneusd.hpp"
 #include "platform/card_config.h"
 
 namespace mrvctl {
@@ -32,6 +33,10 @@ struct CheckTarget {
   std::optional<uint16_t> sp_timer;
   bool faults = false;
   SavedValues *found = nullptr;  // what to put back
+
+  morvane::asic_reg at(const Register &reg) const {
+    return morvane::at(reg.block, reg.instance, reg.vreg).on({static_cast<int>(module), asic});
+  }
 };
 
 // What of a subject a check cannot do without, bit by bit.

@@ -5,7 +5,6 @@
 #include "asic/table_shapes.h"
 #include "check/check_table.h"
 #include "check/isolation.h"
-#include "check/library.h"
 #include "check/register_map_query.h"
 #include "check/requests.h"
 #include "text/text.h"
@@ -208,21 +207,21 @@ void changes_nothing_by_refused_writes(const CheckTarget &subject) {
 }
 
 void writes_through_the_library(const CheckTarget &subject) {
-  const Library library(subject);
+  init_library(subject.slot);
   const Scratch scratch(subject);
-  const Register &first = subject.scratch.front();
-  library.write(first, pattern(1));
-  expect_word(pattern(1), library.read(first), "after lib_mrv_asic_write");
-  library.write_field(first, ~pattern(1), 0xFF);
+  const morvane::asic_reg first = subject.at(subject.scratch.front());
+  morvane::write(first, pattern(1), kCaller);
+  expect_word(pattern(1), morvane::read(first, kCaller), "after lib_mrv_asic_write");
+  morvane::write_field(first, ~pattern(1), 0xFF, kCaller);
   const uint32_t word = merged(pattern(1), ~pattern(1), 0xFF);
-  expect_word(word, library.read(first), "after lib_mrv_asic_write_field");
-  char name[] = "check";
-  mrv_asic_transaction_start(name, 0);
-  library.write(subject.scratch.back(), pattern(2));
-  library.write(first, pattern(3));
-  mrv_asic_transaction_commit();
-  expect_word(pattern(3), library.read(first), "after mrv_asic_transaction_commit");
-  expect_word(pattern(3), library.read_block(first, 1)[0], "from lib_mrv_asic_n_read");
+  expect_word(word, morvane::read(first, kCaller), "after lib_mrv_asic_write_field");
+  {
+    const morvane::batch batch("check");
+    morvane::write(subject.at(subject.scratch.back()), pattern(2), kCaller);
+    morvane::write(first, pattern(3), kCaller);
+  }
+  expect_word(pattern(3), morvane::read(first, kCaller), "after mrv_asic_transaction_commit");
+  expect_word(pattern(3), morvane::read_block(first, 1, kCaller)[0], "from lib_mrv_asic_n_read");
 }
 
 // The first two entries and the last of the scratch table, with what was found in them kept.
@@ -295,15 +294,16 @@ void takes_entries_in_transactions(const CheckTarget &subject) {
 }
 
 void moves_entries_through_the_library(const CheckTarget &subject) {
-  const Library library(subject);
+  init_library(subject.slot);
   const ScratchTable table(subject);
+  const morvane::table entries(subject.at(table.reg), table.size);
   const auto both = table.words(3, 2);
-  library.write_entries(table.reg, 0, 2, both);
+  morvane::write_entries(entries, 0, both, kCaller);
   expect_entry(both, table.registers.read_block(table.entries[0].address, 2 * table.size),
                "of two entries, from lib_mrv_asic_write_dhs");
   const auto last = table.words(4, 1);
   table.registers.write_block(table.entries[2].address, last);
-  expect_entry(last, library.read_entries(table.reg, table.entries[2].index, 1, table.size),
+  expect_entry(last, morvane::read_entries(entries, table.entries[2].index, 1, kCaller),
                "of the last entry, from lib_mrv_asic_read_dhs");
 }
 
