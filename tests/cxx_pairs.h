@@ -23,7 +23,6 @@ inline std::array steps = {morvane::step(plain, 3), morvane::step(plain, 2, 6)};
 #define AT_PLAIN 1, 0, KEL_ASIC_BLK_HI, 2, 40
 #define AT_POLICERS 1, 0, KEL_ASIC_BLK_HF, 3, HF_DHS_POL_OFFSET
 #define HOST_PORT 1, 0, CARDCFG_PORT_TYPE_HIF, 3
-#define WHO 0, const_cast<char *>(__FILE__), __LINE__, __func__
 // Throws without an argument; with a std::error_code it reports there.
 #define CXX(operation, ...)                                                    \
   [](auto &...ec) noexcept(noexcept(morvane::operation(__VA_ARGS__, ec...))) { \
@@ -37,16 +36,17 @@ void visit_pairs(Visit visit) {
       "read",
       [] {
         uint32_t value = 0;
-        return lib_mrv_asic_read(AT_PLAIN, &value, WHO);
+        return lib_mrv_asic_read(AT_PLAIN, &value, KEL_ASIC_HERE);
       },
       CXX(read, there));
   visit(
-      "write", [] { return lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, WHO); },
+      "write", [] { return lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, KEL_ASIC_HERE); },
       CXX(write, there, 7));
   visit(
       "write, raw",
       [] {
-        return lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW, WHO);
+        return lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW,
+                                  KEL_ASIC_HERE);
       },
       CXX(write, morvane::raw(0x102000A0, second), 7));
   visit(
@@ -54,47 +54,49 @@ void visit_pairs(Visit visit) {
       CXX(write, morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0));
   visit(
       "write_field",
-      [] { return lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, WHO); },
+      [] { return lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, KEL_ASIC_HERE); },
       CXX(write_field, there, 6, 15));
   visit(
-      "read_block 16", [] { return lib_mrv_asic_n_read(AT_PLAIN, values, 16, WHO); },
+      "read_block 16", [] { return lib_mrv_asic_n_read(AT_PLAIN, values, 16, KEL_ASIC_HERE); },
       CXX(read_block, there, values));
   visit(
       "read_block 16, a vector",
       [] {
         std::vector<uint32_t> words(16);
-        return lib_mrv_asic_n_read(AT_PLAIN, words.data(), 16, WHO);
+        return lib_mrv_asic_n_read(AT_PLAIN, words.data(), 16, KEL_ASIC_HERE);
       },
       CXX(read_block, there, 16));
   visit(
-      "read_entries 2", [] { return lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, WHO); },
+      "read_entries 2",
+      [] { return lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, KEL_ASIC_HERE); },
       CXX(read_entries, policers, 4, values));
   visit(
       "read_entries 2, a vector",
       [] {
         std::vector<uint32_t> words(16);
-        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, words.data(), 2, WHO);
+        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, words.data(), 2, KEL_ASIC_HERE);
       },
       CXX(read_entries, policers, 4, 2));
   visit(
       "read_rows 2",
       [] {
         std::vector<std::array<uint32_t, 8>> rows(2);
-        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, rows[0].data(), 2, WHO);
+        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, rows[0].data(), 2, KEL_ASIC_HERE);
       },
       CXX(read_rows, policers, 4, 2));
   visit(
       "read_row",
       [] {
         std::array<uint32_t, 8> row = {};
-        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, row.data(), 1, WHO);
+        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, row.data(), 1, KEL_ASIC_HERE);
       },
       CXX(read_row, policers, 4));
   visit(
-      "write_entries 2", [] { return lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, WHO); },
+      "write_entries 2",
+      [] { return lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, KEL_ASIC_HERE); },
       CXX(write_entries, policers, 4, values));
   visit(
-      "run 2 steps", [] { return lib_mrv_asic_pgm(1, 0, steps.data(), 2, WHO); },
+      "run 2 steps", [] { return lib_mrv_asic_pgm(1, 0, steps.data(), 2, KEL_ASIC_HERE); },
       CXX(run, steps, second));
   visit(
       "get_qos_stats",
@@ -134,7 +136,6 @@ void visit_pairs(Visit visit) {
 #undef AT_PLAIN
 #undef AT_POLICERS
 #undef HOST_PORT
-#undef WHO
 #undef CXX
 
 }  // namespace cxx_pairs
