@@ -1,4 +1,4 @@
-// Which calls of a recording or a trace log somebody wants to see.
+// Which calls somebody wants to see.
 #ifndef MRVCTL_CALL_CHOICE_H
 #define MRVCTL_CALL_CHOICE_H
 
@@ -6,7 +6,6 @@
 #include <string>
 
 #include "calls/decoded_call.h"
-#include "commands/arguments.h"
 
 namespace mrvctl {
 
@@ -19,8 +18,6 @@ struct CallChoice {
   uint64_t since_ns = 0;
   uint64_t until_ns = UINT64_MAX;
 };
-
-void describe_choice(Arguments &arguments, CallChoice &choice);
 
 bool is_chosen(const CallChoice &choice, const DecodedCall &call, const AddressIndex &index);
 

@@ -5,8 +5,8 @@
 #include <iterator>
 
 #include "asic/port_types.h"
+#include "asic/qos_counters.h"
 #include "asic/register_names.h"
-#include "output/qos_tables.h"
 #include "platform/system_service.h"
 #include "text/errors.h"
 #include "text/text.h"

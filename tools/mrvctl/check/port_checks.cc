@@ -5,12 +5,12 @@
 #include <cstddef>
 
 #include "asic/port_types.h"
+#include "asic/qos_counters.h"
 #include "check/check_table.h"
 #include "check/isolation.h"
 #include "check/register_map_query.h"
 #include "check/requests.h"
 #include "host/platform_library.h"
-#include "output/qos_tables.h"
 #include "text/text.h"
 #include "virtual_platform.h"
 

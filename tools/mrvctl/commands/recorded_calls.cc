@@ -6,6 +6,7 @@
 
 #include "text/errors.h"
 #include "text/text.h"
+#include "text/times.h"
 
 namespace mrvctl {
 namespace {
@@ -26,6 +27,34 @@ std::string loss_text(uint64_t count, const char *one, const char *more, const c
 }
 
 }  // namespace
+
+void describe_choice(Arguments &arguments, CallChoice &choice) {
+  const auto parse_reg = [](const std::string &text) {
+    return std::make_optional(parse_register_choice(text));
+  };
+  const auto parse_microseconds = [](const std::string &text) {
+    return std::make_optional(parse_number<uint32_t>(text) * uint64_t{1000});
+  };
+  arguments
+      .parsed("--register", choice.reg, parse_reg,
+              "Only calls that touch a block instance, a register of it, or a table entry: HI.2,\n"
+              "HI.2:HI_DHS_LVIF, HI.2:HI_DHS_LVIF[5]")
+      .type_name("BLOCK.INST[:REG]");
+  arguments.flag("--writes", choice.writes, "Only calls that change something");
+  arguments.flag("--failed", choice.failed, "Only calls that failed");
+  arguments.parsed("--slower", choice.slower_ns, parse_microseconds, "Only calls that took longer")
+      .type_name("MICROSECONDS");
+  arguments
+      .word("--caller", choice.caller, "Only calls whose caller's function, or file:line, has TEXT")
+      .type_name("TEXT");
+  arguments
+      .parsed("--since", choice.since_ns, parse_moment,
+              "Only calls that began at TIME or later: 2026-11-25 03:00, 03:00 today, -10m, or\n"
+              "@SECONDS since 1970")
+      .type_name("TIME");
+  arguments.parsed("--until", choice.until_ns, parse_moment, "Only calls that began before TIME")
+      .type_name("TIME");
+}
 
 RecordedCalls::RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way)
     : under_way_(under_way) {

@@ -8,10 +8,15 @@
 #include <string>
 #include <vector>
 
+#include "calls/call_choice.h"
 #include "calls/decoded_call.h"
+#include "commands/arguments.h"
 #include "reader.h"
 
 namespace mrvctl {
+
+// The options that choose calls.
+void describe_choice(Arguments &arguments, CallChoice &choice);
 
 class RecordedCalls {
  public:

@@ -3,11 +3,11 @@
 #include <cerrno>
 #include <cstring>
 
+#include "asic/qos_counters.h"
 #include "calls/decoded_call.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
 #include "output/interrupt.h"
-#include "output/qos_tables.h"
 #include "platform/system_service.h"
 #include "text/text.h"
 

@@ -2,7 +2,7 @@
 #include "output/metrics.h"
 
 #include "asic/port_types.h"
-#include "output/qos_tables.h"
+#include "asic/qos_counters.h"
 #include "text/text.h"
 
 namespace mrvctl {

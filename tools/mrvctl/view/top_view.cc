@@ -7,8 +7,8 @@
 #include <iterator>
 
 #include "asic/port_types.h"
+#include "asic/qos_counters.h"
 #include "output/cells.h"
-#include "output/qos_tables.h"
 #include "text/errors.h"
 #include "text/text.h"
 
