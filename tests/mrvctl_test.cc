@@ -172,7 +172,6 @@ TEST_P(MrvctlCases, Cases) {
   write_file("short.pgm", "HI 2 5\n");
   write_file("hole.pgm", "HI 2 5 1\nHR 0 26 1\nHI 2 6 1\n");
   std::filesystem::copy(EXAMPLES_DIR "/recordings", folder_);
-  std::filesystem::copy(TRACE_LOG, folder_ + "/kel_asic_log_77");
   // The same recording with its first note of a kind that nobody knows.
   std::filesystem::copy(EXAMPLES_DIR "/recordings/bringup.mrec", folder_ + "/kinds.mrec");
   std::fstream(folder_ + "/kinds.mrec", std::ios::in | std::ios::out | std::ios::binary)

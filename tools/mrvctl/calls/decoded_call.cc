@@ -45,7 +45,7 @@ std::vector<uint32_t> register_values(const DecodedCall &call, const RegisterFie
   const RegisterFields *from = &request;
   if (reads_words(request))
     from = std::get_if<RegisterFields>(&call.answer);
-  if (from == nullptr || (from == &request && !call.value_known))
+  if (from == nullptr)
     return {};
   return is_run(request) ? from->words : std::vector<uint32_t>{from->data};
 }
@@ -112,7 +112,6 @@ std::string detail_text(const DecodedCall &call, const AddressIndex &index,
 }  // namespace
 
 void decode(DecodedCall &call) {
-  call.has_record = true;
   call.request = fields_of(service_call(call, call.request_bytes), call.request_bytes.size());
   if (!call.answer_bytes.empty())
     call.answer = fields_of(service_call(call, call.answer_bytes), call.answer_bytes.size());
@@ -153,7 +152,7 @@ std::string target_text(const DecodedCall &call, const AddressIndex &index) {
   if (const auto *qos = std::get_if<QosFields>(&call.request))
     return (qos->type == QOS_STATS_CLEAR_ALL ? "all ports" : port_text(qos->port_type, qos->port)) +
            place_text(static_cast<int32_t>(qos->module), qos->asic);
-  return call.place.empty() ? "-" : call.place;
+  return "-";
 }
 
 std::string value_text(const DecodedCall &call) {

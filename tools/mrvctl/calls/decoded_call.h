@@ -1,7 +1,7 @@
-// A call that somebody noted, in a recording or in a trace log: what a line or an object of it
-// says. The texts are for people: what is not printable in a file is replaced in them.
-#ifndef MRVCTL_NOTED_CALL_H
-#define MRVCTL_NOTED_CALL_H
+// A decoded call: the same object for a live call and for a call of a recording. Tables, JSON,
+// packets and replay use it. The texts are for people: unprintable characters are replaced.
+#ifndef MRVCTL_DECODED_CALL_H
+#define MRVCTL_DECODED_CALL_H
 
 #include <cstdint>
 #include <optional>
@@ -28,7 +28,6 @@ struct DecodedCall {
   uint64_t order_ns = 0;                // its place among the calls of all processes
   std::optional<uint64_t> duration_ns;  // empty where it is not known
 
-  bool has_record = false;  // it was noted with its record: no trace log told it
   uint32_t case_code = 0;
   uint32_t driver = 0;
   uint32_t length = 0;                 // of the record as it was passed
@@ -40,9 +39,7 @@ struct DecodedCall {
   bool answer_cut = false;
 
   Fields request;
-  Fields answer;            // none where there was none
-  bool value_known = true;  // of what is written to a register: a trace log may not tell it
-  std::string place;        // what it is about, where no record tells
+  Fields answer;  // none where there was none
   std::string operation;
   std::string outcome;  // "ok", "ETIMEDOUT", "result=3", "under-way" ...
   bool failed = false;

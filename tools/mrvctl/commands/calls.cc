@@ -2,10 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <deque>
-#include <fstream>
 
-#include "calls/call_choice.h"
-#include "calls/trace_log.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
 #include "output/call_json.h"
@@ -26,7 +23,6 @@ struct CallsArgs {
   uint32_t last = 0;  // 0 for all
   bool follow = false;
   bool summary = false;
-  bool trace = false;
   std::string pcap;
 };
 
@@ -35,59 +31,6 @@ std::vector<std::string> resolved(const Session &session, std::vector<std::strin
     path = session.resolve(path);
   return paths;
 }
-
-// The calls of trace logs, those of several processes in the order in which they began.
-class TraceLogs {
- public:
-  explicit TraceLogs(const std::vector<std::string> &paths) {
-    for (const std::string &path : paths)
-      read(path);
-    std::stable_sort(calls_.begin(), calls_.end(), [](const DecodedCall &a, const DecodedCall &b) {
-      return a.order_ns < b.order_ns;
-    });
-  }
-
-  std::optional<DecodedCall> next() {
-    if (next_ == calls_.size())
-      return std::nullopt;
-    return std::move(calls_[next_++]);
-  }
-  const std::vector<std::string> &gaps() const { return losses_; }
-  size_t label_width() const { return label_width_; }
-
- private:
-  void read(const std::string &path) {
-    std::ifstream input(path);
-    if (!input)
-      throw OperationFailed("cannot open " + path + ": " + std::strerror(errno));
-    TraceLog log = read_trace_log(input, path);
-    const CallingProcess &process = name_process(path);
-    for (DecodedCall &call : log.calls) {
-      call.process = &process;
-      calls_.push_back(std::move(call));
-    }
-    if (log.unplaced_lines > 0)
-      losses_.push_back(path + ": " + count_text(log.unplaced_lines, "line", "lines") +
-                        " of no operation");
-  }
-
-  // A log has the number of its process in its name, and nothing else of it.
-  const CallingProcess &name_process(const std::string &path) {
-    const std::string name = path.substr(path.rfind('/') + 1);
-    uint32_t pid = 0;
-    for (const char c : name.substr(name.find_last_not_of("0123456789") + 1))
-      pid = pid * 10 + static_cast<uint32_t>(c - '0');
-    processes_.push_back({"", pid, name});
-    label_width_ = std::max(label_width_, name.size());
-    return processes_.back();
-  }
-
-  std::deque<CallingProcess> processes_;
-  std::vector<DecodedCall> calls_;
-  std::vector<std::string> losses_;
-  size_t next_ = 0;
-  size_t label_width_ = 7;
-};
 
 // Shows calls, a line each, behind a heading.
 class CallTable {
@@ -114,24 +57,23 @@ class CallTable {
 };
 
 // Hands on the calls that are there and chosen.
-template <typename Source, typename Take>
-void take_calls(Source &source, const CallsArgs &args, const AddressIndex &index, Take take) {
+template <typename Take>
+void take_calls(RecordedCalls &source, const CallsArgs &args, const AddressIndex &index,
+                Take take) {
   while (const std::optional<DecodedCall> call = source.next()) {
     if (is_chosen(args.choice, *call, index))
       take(*call);
   }
 }
 
-template <typename Source>
-void show_summary(Session &session, Source &source, const CallsArgs &args,
+void show_summary(Session &session, RecordedCalls &source, const CallsArgs &args,
                   const AddressIndex &index) {
   CallSummary summary;
   take_calls(source, args, index, [&](const DecodedCall &call) { summary.add(call, index); });
   session.report.result(summary.json(), summary.text());
 }
 
-template <typename Source>
-void show_calls(const CallTable &table, Source &source, const CallsArgs &args,
+void show_calls(const CallTable &table, RecordedCalls &source, const CallsArgs &args,
                 const AddressIndex &index) {
   std::deque<DecodedCall> last;
   take_calls(source, args, index, [&](const DecodedCall &call) {
@@ -168,7 +110,15 @@ void write_pcapng(Session &session, RecordedCalls &source, const CallsArgs &args
                                static_cast<unsigned long long>(writer.packets()), path.c_str()));
 }
 
-void run_on_recordings(Session &session, const CallsArgs &args, const AddressIndex &index) {
+void check_calls(const CallsArgs &args) {
+  if (args.follow + args.summary + !args.pcap.empty() > 1)
+    throw UsageError("--follow, --summary and --pcap exclude each other");
+  if (args.last > 0 && (args.summary || !args.pcap.empty()))
+    throw UsageError("--last is for the table of calls");
+}
+
+void run_calls(Session &session, const CallsArgs &args) {
+  const AddressIndex index(session.map());
   using UnderWay = RecordedCalls::UnderWay;
   RecordedCalls source(resolved(session, args.files),
                        args.follow ? UnderWay::kLeftOut : UnderWay::kIncluded);
@@ -183,33 +133,6 @@ void run_on_recordings(Session &session, const CallsArgs &args, const AddressInd
       follow(source, table, args, index);
   }
   report_gaps(session, source.gaps());
-}
-
-void run_on_trace_logs(Session &session, const CallsArgs &args, const AddressIndex &index) {
-  TraceLogs source(resolved(session, args.files));
-  if (args.summary)
-    show_summary(session, source, args, index);
-  else
-    show_calls(CallTable(session, index, source.label_width(), args.choice.reg), source, args,
-               index);
-  report_gaps(session, source.gaps());
-}
-
-void check_calls(const CallsArgs &args) {
-  if (args.trace && (args.follow || !args.pcap.empty()))
-    throw UsageError("a trace log has no records: --trace goes with neither --pcap nor --follow");
-  if (args.follow + args.summary + !args.pcap.empty() > 1)
-    throw UsageError("--follow, --summary and --pcap exclude each other");
-  if (args.last > 0 && (args.summary || !args.pcap.empty()))
-    throw UsageError("--last is for the table of calls");
-}
-
-void run_calls(Session &session, const CallsArgs &args) {
-  const AddressIndex index(session.map());
-  if (args.trace)
-    run_on_trace_logs(session, args, index);
-  else
-    run_on_recordings(session, args, index);
 }
 
 struct LastWriteArgs {
@@ -259,15 +182,12 @@ void describe_files(Arguments &arguments, std::vector<std::string> &files) {
 }
 
 void describe_calls(Arguments &arguments, CallsArgs &args) {
-  arguments.words("FILE", args.files, "Recordings, or with --trace trace logs; one or more")
-      .required();
+  describe_files(arguments, args.files);
   describe_choice(arguments, args.choice);
   arguments.number<uint32_t>("--last", args.last, "Only the last N of these calls", 1);
   arguments.flag("--follow", args.follow, "Go on with the calls to come, until ^C");
   arguments.flag("--summary", args.summary,
                  "A table by operation: calls, failures, durations, the slowest with its caller");
-  arguments.flag("--trace", args.trace,
-                 "The files are trace logs of the library, /tmp/kel_asic_log_PID");
   arguments
       .word("--pcap", args.pcap,
             "Write the calls as packets to a new file, for Wireshark and tshark; there\n"

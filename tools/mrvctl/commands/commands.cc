@@ -67,6 +67,7 @@ void add_script_commands(Parser &parser) {
 void add_commands(Parser &parser) {
   add_register_commands(parser);
   add_find_command(parser);
+  add_annotate_command(parser);
   add_dump_command(parser);
   add_table_commands(parser);
   add_transaction_commands(parser);

@@ -23,13 +23,11 @@ void add_register(Json &object, const DecodedCall &call, const RegisterFields &r
   const auto *answer = std::get_if<RegisterFields>(&call.answer);
   const bool run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
   const bool read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
-  // Most lines of a trace log do not tell the module.
-  object["module"] = call.has_record || request.module != 0 ? Json(request.module) : Json();
+  object["module"] = request.module;
   object["asic"] = request.asic;
   object["address"] = request.address;
   object["register"] = register_name_json(request.address, index);
-  const RegisterFields *written = call.value_known ? &request : nullptr;
-  const RegisterFields *values = read ? answer : written;
+  const RegisterFields *values = read ? answer : &request;
   if (run) {
     object["num"] = request.num;
     object["answered"] = answer == nullptr || !read ? Json() : Json(answer->num);
@@ -37,14 +35,12 @@ void add_register(Json &object, const DecodedCall &call, const RegisterFields &r
     object["cut"] = read ? call.answer_cut : call.request_cut;
   } else {
     object["data"] = values == nullptr ? Json() : Json(values->data);
-    const bool has_mask = call.has_record || (!read && call.value_known);
-    object["mask"] = has_mask ? Json(request.mask) : Json();
+    object["mask"] = request.mask;
   }
-  const bool has_caller = call.has_record || !request.file.empty();
-  object["context"] = call.has_record ? Json(request.context) : Json();
-  object["func"] = call.has_record ? Json(request.func) : Json();
-  object["file"] = has_caller ? Json(request.file) : Json();
-  object["line"] = has_caller ? Json(request.line) : Json();
+  object["context"] = request.context;
+  object["func"] = request.func;
+  object["file"] = request.file;
+  object["line"] = request.line;
 }
 
 void add_transaction(Json &object, const TransactionFields &request, const AddressIndex &index) {
@@ -86,14 +82,14 @@ Json call_json(const DecodedCall &call, const AddressIndex &index) {
   Json object = {{"command", "calls"},
                  {"time", utc_time_text(call.wall_ns)},
                  {"time_ns", call.wall_ns},
-                 {"program", call.has_record ? Json(call.process->program) : Json()},
+                 {"program", call.process->program},
                  {"pid", call.process->pid},
                  {"number", call.number},
                  {"duration_ns", or_null(call.duration_ns)},
                  {"operation", call.operation},
-                 {"case", call.has_record ? Json(call.case_code) : Json()},
-                 {"driver", call.has_record ? Json(call.driver) : Json()},
-                 {"length", call.has_record ? Json(call.length) : Json()}};
+                 {"case", call.case_code},
+                 {"driver", call.driver},
+                 {"length", call.length}};
   if (const auto *reg = std::get_if<RegisterFields>(&call.request))
     add_register(object, call, *reg, index);
   else if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
@@ -102,8 +98,6 @@ Json call_json(const DecodedCall &call, const AddressIndex &index) {
     add_qos(object, call, *qos);
   else if (const auto *timer = std::get_if<TimerFields>(&call.request))
     add_timer(object, *timer);
-  else if (!call.place.empty())
-    object["register"] = call.place;
   object["result"] = or_null(call.result);
   object["errno"] = call.result.value_or(0) < 0 ? Json(call.error_number) : Json();
   object["outcome"] = call.outcome;
