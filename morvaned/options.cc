@@ -1,11 +1,11 @@
 #include "options.h"
 
-#include <argp.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <charconv>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "kel_asic_lib_common.h"
 #include "wire/messages.h"
@@ -13,33 +13,7 @@
 namespace morvaned {
 namespace {
 
-constexpr uint32_t kLongestRecord = 1024 * 1024 * 1024;  // that can be allowed
-
-// Keys of options that have no letter.
-enum { kSocket = 256, kGroup, kMaxClients, kMaxRecord, kVerbose };
-
-const argp_option kOptions[] = {
-    {"socket", kSocket, "PATH", 0,
-     "Where to listen: a path, or @name for an abstract address; unless given "
-     "$XDG_RUNTIME_DIR/morvaned.sock, for root /run/morvaned.sock",
-     0},
-    {"group", kGroup, "NAME", 0,
-     "Let the users of this group connect too; only the same user and root otherwise", 0},
-    {"max-clients", kMaxClients, "N", 0,
-     "The most clients at a time, 256 unless given; half of them may be of one user that is "
-     "neither root nor the service's own",
-     0},
-    {"max-record", kMaxRecord, "BYTES", 0,
-     "The longest record that it takes, 16777216 bytes unless given", 0},
-    {"verbose", kVerbose, nullptr, 0, "Say who connects and who leaves", 0},
-    {nullptr, 'h', nullptr, OPTION_HIDDEN, nullptr, 0},  // as --help
-    {nullptr, 0, nullptr, 0, nullptr, 0}};
-
-const char kDescription[] =
-    "Serves one virtual switch to many processes over a Unix socket"
-    "\v"
-    "Clients reach it with MORVANE_SWITCH=PATH in their environment. It ends at SIGTERM or SIGINT; "
-    "what was written into the switch ends with it.";
+constexpr uint32_t kMaxRecordLimit = 1024 * 1024 * 1024;
 
 std::string default_socket() {
   if (geteuid() == 0)
@@ -48,52 +22,52 @@ std::string default_socket() {
   return folder == nullptr || *folder == '\0' ? "" : std::string(folder) + "/morvaned.sock";
 }
 
-uint32_t parse_number(const char *option, const char *text, uint32_t low, uint32_t high,
-                      const argp_state *state) {
-  const bool is_hexadecimal = text[0] == '0' && text[1] == 'x';
-  const char *const begin = text + (is_hexadecimal ? 2 : 0), *const end = text + std::strlen(text);
-  uint32_t value = 0;
-  const auto [parsed, error] = std::from_chars(begin, end, value, is_hexadecimal ? 16 : 10);
-  if (error != std::errc() || parsed != end || value < low || value > high)
-    argp_error(state, "%s: '%s' is no number from %u to %u", option, text, low, high);
-  return value;
+// An empty value is most often an empty variable of a shell.
+void add_text(CLI::App &app, const std::string &name, const char *type, std::string &value,
+              const std::string &help) {
+  app.add_option(name, value, help)->type_name(type)->check([](const std::string &text) {
+    return text.empty() ? "value must not be empty" : "";
+  });
 }
 
-// Most often a variable of a shell was empty.
-const char *parse_text(const char *option, const char *text, const argp_state *state) {
-  if (*text == '\0')
-    argp_error(state, "%s: an empty value", option);
-  return text;
+void add_number(CLI::App &app, const std::string &name, const char *type, uint32_t &value,
+                uint32_t low, uint32_t high, const std::string &help) {
+  const auto parse = [=, &value](const std::string &text) {
+    const bool is_hexadecimal = text.rfind("0x", 0) == 0;
+    const char *const begin = text.data() + (is_hexadecimal ? 2 : 0);
+    const char *const end = text.data() + text.size();
+    const auto [parsed, error] = std::from_chars(begin, end, value, is_hexadecimal ? 16 : 10);
+    if (error != std::errc() || parsed != end || value < low || value > high)
+      throw CLI::ValidationError(name, "'" + text + "' is not a number from " +
+                                           std::to_string(low) + " to " + std::to_string(high));
+  };
+  app.add_option_function<std::string>(name, parse, help)->type_name(type);
 }
 
-error_t take_option(int key, char *text, argp_state *state) {
-  Options &options = *static_cast<Options *>(state->input);
-  switch (key) {
-    case kSocket:
-      options.socket = parse_text("--socket", text, state);
-      return 0;
-    case kGroup:
-      options.group = parse_text("--group", text, state);
-      return 0;
-    case kMaxClients:
-      options.max_clients = parse_number("--max-clients", text, 1, remote::kMaxClients, state);
-      return 0;
-    case kMaxRecord:
-      options.max_record =
-          parse_number("--max-record", text, sizeof(kel_asic_xn_t), kLongestRecord, state);
-      return 0;
-    case kVerbose:
-      options.verbose = true;
-      return 0;
-    case 'h':
-      argp_state_help(state, stdout, ARGP_HELP_STD_HELP);
-      return 0;
-    case ARGP_KEY_ARG:
-      argp_error(state, "not expected: %s", text);
-      return 0;
-    default:
-      return ARGP_ERR_UNKNOWN;
-  }
+void describe(CLI::App &app, Options &options) {
+  app.description("Serve one virtual switch to several processes over a Unix socket");
+  app.footer(
+      "Example:\n"
+      "  morvaned --socket /tmp/switch &\n"
+      "  MORVANE_SWITCH=/tmp/switch mrvctl info\n\n"
+      "SIGTERM or SIGINT stops it. The switch's contents are lost.");
+  app.set_version_flag("-V,--version", "morvaned " MORVANED_VERSION);
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  add_text(app, "--socket", "PATH", options.socket,
+           "Socket to listen on: a path, or @NAME for an\n"
+           "abstract address (default:\n"
+           "$XDG_RUNTIME_DIR/morvaned.sock, for root\n"
+           "/run/morvaned.sock)");
+  add_text(app, "--group", "NAME", options.group,
+           "Also allow members of this group (default: the\n"
+           "same user and root only)");
+  add_number(app, "--max-clients", "N", options.max_clients, 1, remote::kMaxClients,
+             "Maximum number of clients; a user other than\n"
+             "root and the service's own may hold at most\n"
+             "half of them (default: 256)");
+  add_number(app, "--max-record", "BYTES", options.max_record, sizeof(kel_asic_xn_t),
+             kMaxRecordLimit, "Maximum length of a record (default: 16777216)");
+  app.add_flag("--verbose", options.verbose, "Log which clients connect and disconnect");
 }
 
 }  // namespace
@@ -101,10 +75,18 @@ error_t take_option(int key, char *text, argp_state *state) {
 Options parse_options(int argc, char **argv) {
   Options options;
   options.socket = default_socket();
-  argp_program_version = "morvaned " MORVANED_VERSION;
-  argp_err_exit_status = 2;
-  const argp parser = {kOptions, take_option, nullptr, kDescription, nullptr, nullptr, nullptr};
-  argp_parse(&parser, argc, argv, 0, nullptr, &options);
+  CLI::App app("", "morvaned");
+  describe(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success &request) {
+    std::exit(app.exit(request));
+  } catch (const CLI::ParseError &error) {
+    const std::vector<std::string> extra = app.remaining();
+    const std::string text = extra.empty() ? error.what() : "unexpected argument: " + extra[0];
+    std::fprintf(stderr, "morvaned: %s\nTry 'morvaned --help'.\n", text.c_str());
+    std::exit(2);
+  }
   return options;
 }
 

@@ -1,4 +1,4 @@
-// What morvaned is told on its command line.
+// The command line of morvaned.
 #ifndef MORVANED_OPTIONS_H
 #define MORVANED_OPTIONS_H
 
@@ -15,7 +15,7 @@ struct Options {
   bool verbose = false;
 };
 
-// Ends the program where the command line asks for a text (status 0) or is wrong (status 2).
+// Ends the program after --help and --version (status 0) and after an error (status 2).
 Options parse_options(int argc, char **argv);
 
 }  // namespace morvaned
