@@ -7,7 +7,7 @@
 #include "commands/recorded_calls.h"
 #include "output/call_json.h"
 #include "output/call_summary.h"
-#include "output/interrupt.h"
+#include "output/signals.h"
 #include "output/pcapng.h"
 #include "text/text.h"
 #include "text/times.h"
@@ -70,7 +70,8 @@ void show_summary(Session &session, RecordedCalls &source, const CallsArgs &args
                   const AddressIndex &index) {
   CallSummary summary;
   take_calls(source, args, index, [&](const DecodedCall &call) { summary.add(call, index); });
-  session.report.result(summary.json(), summary.text());
+  const Listing listing = summary.listing();
+  session.report.result({{"command", "calls"}, {"summary", listing.json()}}, listing.text());
 }
 
 void show_calls(const CallTable &table, RecordedCalls &source, const CallsArgs &args,

@@ -6,6 +6,7 @@
 
 #include "commands/commands.h"
 #include "host/platform_library.h"
+#include "output/listing.h"
 #include "platform/system_service.h"
 #include "text/text.h"
 #include "virtual_platform.h"
@@ -35,27 +36,17 @@ std::string case_text(uint32_t case_code) {
   }
 }
 
+double seconds(uint64_t milliseconds) {
+  return static_cast<double>(milliseconds) / 1000;
+}
+
 std::string last_call_text(const vp_client &client) {
   if (client.calls == 0)
     return "none";
   std::string text = case_text(client.last_case);
   if (client.last_error != 0)
     text += ", " + errno_name(client.last_error);
-  return text + format(", %.1f s ago", static_cast<double>(client.last_age_ms) / 1000);
-}
-
-Json client_json(const vp_client &client) {
-  const bool has_called = client.calls != 0;
-  return {{"process", client.process},
-          {"program", client.program},
-          {"user", client.user},
-          {"user_name", user_name(client.user)},
-          {"calls", client.calls},
-          {"failures", client.failures},
-          {"age", static_cast<double>(client.age_ms) / 1000},
-          {"last_case", has_called ? Json(client.last_case) : Json()},
-          {"last_errno", client.last_error != 0 ? Json(errno_name(client.last_error)) : Json()},
-          {"last_age", has_called ? Json(static_cast<double>(client.last_age_ms) / 1000) : Json()}};
+  return text + format(", %.1f s ago", seconds(client.last_age_ms));
 }
 
 void show_clients(Session &session, const WatchArgs &args) {
@@ -66,21 +57,31 @@ void show_clients(Session &session, const WatchArgs &args) {
     throw OperationFailed(error == ENOTCONN
                               ? "no morvaned serves this switch: name one with --switch"
                               : std::strerror(error));
-  std::vector<Json> objects;
-  std::string text = next_screen(session, args);
-  text += "process  program          user            calls  failures  last call\n";
+  Listing list({{"process", "process", Align::kRight},
+                {"program", "program        "},
+                {"user", nullptr},
+                {"user_name", "user      "},
+                {"calls", "    calls", Align::kRight},
+                {"failures", "failures", Align::kRight},
+                {"age", nullptr},
+                {"last_case", nullptr},
+                {"last_errno", nullptr},
+                {"last_age", nullptr},
+                {nullptr, "last call"}});
   for (const vp_client *client = clients; client != clients + count; ++client) {
-    objects.push_back(client_json(*client));
-    text +=
-        format("%7d  %-15s  %-10s %10llu %9llu  %s\n", client->process, client->program,
-               user_name(client->user).c_str(), static_cast<unsigned long long>(client->calls),
-               static_cast<unsigned long long>(client->failures), last_call_text(*client).c_str());
+    const bool has_called = client->calls != 0;
+    list.add({client->process, client->program, client->user, user_name(client->user),
+              client->calls, client->failures, Json(seconds(client->age_ms)),
+              has_called ? Json(client->last_case) : Json(),
+              client->last_error != 0 ? Json(errno_name(client->last_error)) : Json(),
+              has_called ? Json(seconds(client->last_age_ms)) : Json(), last_call_text(*client)});
   }
-  session.report.result({{"command", "clients"}, {"clients", objects}}, text);
+  session.report.result({{"command", "clients"}, {"clients", list.json()}},
+                        next_screen(session, args) + list.text());
 }
 
 void run_clients(Session &session, const WatchArgs &args) {
-  show_rounds(session, args, [&] { show_clients(session, args); });
+  show_rounds(args, [&] { show_clients(session, args); });
 }
 
 }  // namespace

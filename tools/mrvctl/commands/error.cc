@@ -1,5 +1,6 @@
 // error: what a result means.
 #include "commands/commands.h"
+#include "output/listing.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -9,14 +10,6 @@ struct ErrorArgs {
   std::optional<syserr_t> code;
 };
 
-Json result_json(syserr_t code) {
-  return {{"code", code}, {"name", result_name(code)}, {"meaning", result_meaning(code)}};
-}
-
-std::string result_line(syserr_t code) {
-  return format("0x%08X  ", code) + result_name(code) + ": " + result_meaning(code) + "\n";
-}
-
 std::vector<syserr_t> all_results() {
   std::vector<syserr_t> codes = named_results();
   for (const std::string &name : errno_names())
@@ -25,18 +18,14 @@ std::vector<syserr_t> all_results() {
 }
 
 void run_error(Session &session, const ErrorArgs &args) {
-  if (args.code) {
-    Json object = result_json(*args.code);
-    object["command"] = "error";
-    return session.report.result(object, result_line(*args.code));
+  Listing results({{"code", ""}, {"name", ""}, {"meaning", nullptr}});
+  for (const syserr_t code : args.code ? std::vector{*args.code} : all_results()) {
+    const std::string name = result_name(code), meaning = result_meaning(code);
+    results.add({{format("0x%08X", code), code}, {name + ": " + meaning, name}, Json(meaning)});
   }
-  Json list = Json::array();
-  std::string text;
-  for (const syserr_t code : all_results()) {
-    list.push_back(result_json(code));
-    text += result_line(code);
-  }
-  session.report.result({{"command", "error"}, {"results", list}}, text);
+  Json object = args.code ? results.json_of(0) : Json({{"results", results.json()}});
+  object["command"] = "error";
+  session.report.result(object, results.text());
 }
 
 void describe_error(Arguments &arguments, ErrorArgs &args) {

@@ -1,6 +1,7 @@
 // find: registers by a part of their name, and what stands at an address.
 #include "asic/address_index.h"
 #include "commands/commands.h"
+#include "output/listing.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -52,14 +53,13 @@ std::vector<RegisterName> registers_with(const std::string &part) {
   return found;
 }
 
-std::string found_line(const RegisterName &named, const std::vector<uint32_t> &addresses) {
-  std::string text =
-      format("%-7s %6u  %-36s", kel_asic_blk_names[named.block], named.vreg, named.name);
-  if (!addresses.empty())
-    text += format("  0x%08x", addresses.front());
-  if (addresses.size() > 1)
-    text += format(" to 0x%08x, in %zu instances", addresses.back(), addresses.size());
-  return text + "\n";
+std::string addresses_text(const std::vector<uint32_t> &addresses) {
+  if (addresses.empty())
+    return "";
+  const std::string first = format("0x%08x", addresses.front());
+  return addresses.size() == 1
+             ? first
+             : first + format(" to 0x%08x, in %zu instances", addresses.back(), addresses.size());
 }
 
 // Of a register that is found alone, every instance.
@@ -75,19 +75,22 @@ void find_name(Session &session, const std::string &part) {
   const std::vector<RegisterName> found = registers_with(upper_case(part));
   if (found.empty())
     throw OperationFailed("no name of a register has '" + part + "' in it");
-  Json list = Json::array();
-  std::string text = "block   number  register                              address\n";
+  Listing registers({{"block", "block "},
+                     {"vreg", "number", Align::kRight},
+                     {"register", "register"},
+                     {"addresses", "address"}});
+  std::string instances;
   for (const RegisterName &named : found) {
     const std::vector<uint32_t> addresses = addresses_of(session.map(), named);
-    list.push_back({{"block", kel_asic_blk_names[named.block]},
-                    {"register", named.name},
-                    {"vreg", named.vreg},
-                    {"addresses", addresses}});
-    text += found_line(named, addresses);
+    registers.add({kel_asic_blk_names[named.block],
+                   named.vreg,
+                   named.name,
+                   {addresses_text(addresses), addresses}});
     if (found.size() == 1 && addresses.size() > 1)
-      text += instance_lines(named, addresses);
+      instances = instance_lines(named, addresses);
   }
-  session.report.result({{"command", "find"}, {"registers", list}}, text);
+  session.report.result({{"command", "find"}, {"registers", registers.json()}},
+                        registers.text() + instances);
 }
 
 void run_find(Session &session, const FindArgs &args) {

@@ -7,6 +7,7 @@
 #include "commands/commands.h"
 #include "commands/data_file.h"
 #include "commands/reads.h"
+#include "output/listing.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -28,24 +29,23 @@ void check_block(TablesArgs &args) {
 }
 
 void run_tables(Session &session, const TablesArgs &args) {
-  Json list = Json::array();
-  std::string text = "block   number  words  indices       register\n";
+  Listing tables({{"block", "block "},
+                  {"vreg", "number", Align::kRight},
+                  {"entry_size", "words", Align::kRight},
+                  {"highest_index", "indices     "},
+                  {"register", "register"}});
   for (const Table &table : named_tables(session.map())) {
     if (args.block && table.block != *args.block)
       continue;
-    const char *block = kel_asic_blk_names[table.block];
-    const char *name = register_name(table.block, table.vreg);
-    list.push_back({{"block", block},
-                    {"register", name},
-                    {"vreg", table.vreg},
-                    {"entry_size", table.entry_size},
-                    {"highest_index", table.highest_index}});
     const std::string indices =
         table.highest_index == kAnyIndex ? "any" : format("0 to %u", table.highest_index);
-    text += format("%-7s %6u %6u  %-12s  %s\n", block, table.vreg, table.entry_size,
-                   indices.c_str(), name);
+    tables.add({kel_asic_blk_names[table.block],
+                table.vreg,
+                table.entry_size,
+                {indices, table.highest_index},
+                register_name(table.block, table.vreg)});
   }
-  session.report.result({{"command", "dhs"}, {"tables", list}}, text);
+  session.report.result({{"command", "dhs"}, {"tables", tables.json()}}, tables.text());
 }
 
 // "3 entries of 8 words"

@@ -42,41 +42,27 @@ void CallSummary::add(const DecodedCall &call, const AddressIndex &index) {
   }
 }
 
-std::vector<std::pair<std::string, CallSummary::Row *>> CallSummary::by_total() {
+Listing CallSummary::listing() {
   std::vector<std::pair<std::string, Row *>> rows;
   for (auto &[operation, row] : rows_)
     rows.emplace_back(operation, &row);
   std::stable_sort(rows.begin(), rows.end(), [](const auto &a, const auto &b) {
     return a.second->total_ns > b.second->total_ns;
   });
-  return rows;
-}
-
-std::string CallSummary::text() {
-  std::string text = format("%-17s %9s %8s %14s %12s %12s %12s  %s\n", "OPERATION", "CALLS",
-                            "FAILED", "TOTAL", "MEDIAN", "99%", "SLOWEST", "SLOWEST CALL");
-  for (const auto &[operation, row] : by_total())
-    text += format(
-        "%-17s %9llu %8llu %14s %12s %12s %12s  %s\n", operation.c_str(),
-        static_cast<unsigned long long>(row->calls), static_cast<unsigned long long>(row->failed),
-        duration_text(row->total_ns).c_str(), duration_text(percentile(row->durations, 50)).c_str(),
-        duration_text(percentile(row->durations, 99)).c_str(),
-        duration_text(row->slowest_ns).c_str(), row->slowest.c_str());
-  return text;
-}
-
-Json CallSummary::json() {
-  Json list = Json::array();
-  for (const auto &[operation, row] : by_total())
-    list.push_back({{"operation", operation},
-                    {"calls", row->calls},
-                    {"failed", row->failed},
-                    {"total_ns", row->total_ns},
-                    {"median_ns", percentile(row->durations, 50)},
-                    {"p99_ns", percentile(row->durations, 99)},
-                    {"slowest_ns", row->slowest_ns},
-                    {"slowest", row->slowest}});
-  return {{"command", "calls"}, {"summary", list}};
+  Listing listing({{"operation", "OPERATION        "},
+                   {"calls", "   CALLS", Align::kRight},
+                   {"failed", " FAILED", Align::kRight},
+                   {"total_ns", "        TOTAL", Align::kRight},
+                   {"median_ns", "     MEDIAN", Align::kRight},
+                   {"p99_ns", "        99%", Align::kRight},
+                   {"slowest_ns", "    SLOWEST", Align::kRight},
+                   {"slowest", "SLOWEST CALL"}});
+  const auto duration = [](uint64_t ns) { return Cell(duration_text(ns), ns); };
+  for (const auto &[operation, row] : rows)
+    listing.add({operation, row->calls, row->failed, duration(row->total_ns),
+                 duration(percentile(row->durations, 50)), duration(percentile(row->durations, 99)),
+                 duration(row->slowest_ns), row->slowest});
+  return listing;
 }
 
 }  // namespace mrvctl

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "calls/decoded_call.h"
-#include "output/json.h"
+#include "output/listing.h"
 
 namespace mrvctl {
 
@@ -15,10 +15,9 @@ class CallSummary {
  public:
   void add(const DecodedCall &call, const AddressIndex &index);
 
-  // A row an operation: calls, failures, total, median, 99th percentile, and the slowest with its
-  // caller; the operation that took longest in all comes first.
-  std::string text();
-  Json json();
+  // One row per operation: calls, failures, total, median, 99th percentile, and the slowest with
+  // its caller; the operation with the longest total comes first.
+  Listing listing();
 
  private:
   struct Row {
@@ -29,8 +28,6 @@ class CallSummary {
     std::string slowest;              // the call, in words
     std::vector<uint64_t> durations;  // of those that are known
   };
-
-  std::vector<std::pair<std::string, Row *>> by_total();
 
   std::map<std::string, Row> rows_;
 };
