@@ -1,22 +1,17 @@
 // mrvctl: options, and what they ask for.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
 
 #include "commands/commands.h"
 #include "host/platform_library.h"
-#include "output/last_words.h"
+#include "output/signals.h"
 #include "runner.h"
 #include "scripts.h"
 #include "text/text.h"
 
 namespace mrvctl {
 namespace {
-
-constexpr const char kTraceHelp[] =
-    "to switch it on, create /bootflash/kel_lib_debug and start the process again";
 
 struct Options {
   std::string script;
@@ -25,7 +20,6 @@ struct Options {
   bool keep_going = false;
   bool dry_run = false;
   bool calls = false;
-  bool trace = false;
   bool json = false;
   uint32_t slot = 0;
   uint32_t module = 0;
@@ -54,8 +48,6 @@ void describe_options(Arguments &arguments, Options &options) {
   arguments.flag("--dry-run", options.dry_run,
                  "Tell whether the command or the script is understood, and run nothing");
   arguments.flag("--json", options.json, "Print results as JSON, one object a line");
-  arguments.flag("--trace", options.trace,
-                 "Tell whether the library's trace is on, and how to switch it on");
   arguments.flag("--calls", options.calls,
                  "Show each service call, decoded, with its duration, on standard error");
   arguments
@@ -70,16 +62,6 @@ void describe_options(Arguments &arguments, Options &options) {
   arguments.number<uint32_t>("--slot", options.slot, "Slot of the card; 0 if left out", 0, 255);
   arguments.number<uint32_t>("--module", options.module, "Module; 0 if left out", 0, 3);
   arguments.number<uint32_t>("--asic", options.asic, "ASIC number; 0 if left out", 0, 255);
-}
-
-void show_trace_state(Session &session) {
-  const std::string log = "/tmp/kel_asic_log_" + std::to_string(getpid());
-  session.report.result({{"command", "trace"},
-                         {"enabled", session.trace_on},
-                         {"log", session.trace_on ? Json(log) : Json()},
-                         {"how", kTraceHelp}},
-                        session.trace_on ? "the trace is on: standard error and " + log + "\n"
-                                         : std::string("the trace is off; ") + kTraceHelp + "\n");
 }
 
 // The script as far as it is read before anything runs.
@@ -120,8 +102,6 @@ void initialise(Runner &runner, Session &session, const Options &options, Requir
       connect_to_switch(options.service);
     if (setup == Requires::kLibrary)
       session.initialise();
-    if (options.trace)
-      show_trace_state(session);
   });
 }
 
@@ -146,7 +126,7 @@ void run(Runner &runner, Parser &parser, Session &session, const Options &option
   if (options.dry_run)
     return show_dry_run(session, chosen.run ? shown : script.name,
                         chosen.run ? 1 : script.lines.size());
-  initialise(runner, session, options, options.trace ? Requires::kLibrary : chosen.setup);
+  initialise(runner, session, options, chosen.setup);
   if (runner.failed())
     return;
   if (chosen.run)
@@ -167,7 +147,7 @@ int run_and_close(Parser &parser, const Options &options, const Command &chosen,
   if (options.json)
     session.report.use_json();
   session.report.take_standard_output();
-  watch_signals();
+  const SignalHandler ending({SIGINT, SIGTERM, SIGHUP, SIGPIPE}, end_by_signal);
   Runner runner(session);
   run(runner, parser, session, options, chosen, shown);
   runner.run({}, "output", [&] {
@@ -181,7 +161,7 @@ int refuse(const std::string &text, const std::string &command, const std::strin
            bool json) {
   if (json)
     std::cout << failure_json({}, command.empty() ? Json() : Json(command),
-                              error_json(std::nullopt, "USAGE", text));
+                              error_json(UsageError(text)));
   else
     std::cerr << "mrvctl: " << text << "\n" << help;
   return static_cast<int>(Status::kUsage);
@@ -193,6 +173,7 @@ int parse_and_run(int argc, char **argv) {
   Options options;
   Parser parser;
   add_commands(parser);
+  add_script_commands(parser);
   Command chosen;
   try {
     chosen = parser.parse_command_line(
@@ -209,7 +190,7 @@ int parse_and_run(int argc, char **argv) {
   }
   if (chosen.run && !options.script.empty())
     return refuse("give either a command or a script", chosen.name, kMore, options.json);
-  if (!chosen.run && options.script.empty() && !options.trace)
+  if (!chosen.run && options.script.empty())
     return refuse("no command", "", parser.help(), options.json);
   return run_and_close(parser, options, chosen, shown_command(chosen.name, argc, argv));
 }

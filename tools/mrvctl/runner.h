@@ -22,7 +22,8 @@ class Runner {
   bool run(const Place &place, const std::string &shown, const std::function<void()> &step);
 
  private:
-  void fail(Status status, const Place &place, const std::string &shown, const Json &error);
+  void fail(Status status, const Place &place, const std::string &shown,
+            const std::exception &error);
 
   Session &session_;
   Status status_ = Status::kDone;

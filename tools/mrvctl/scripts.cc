@@ -1,4 +1,4 @@
-// Scripts: a command a line.
+// Scripts: one command per line.
 #include "scripts.h"
 
 #include <unistd.h>
@@ -15,6 +15,46 @@ namespace mrvctl {
 namespace {
 
 constexpr const char kStandardInput[] = "stdin";
+
+struct ExpectFailArgs {
+  std::vector<std::string> words;
+  Command command;
+};
+
+// A command that has to fail prints no object: the failure becomes the object of expect-fail.
+class SuppressJson {
+ public:
+  explicit SuppressJson(Report &report) : report_(report), before_(report.suppress_json(true)) {}
+  ~SuppressJson() { report_.suppress_json(before_); }
+  SuppressJson(const SuppressJson &) = delete;
+  SuppressJson &operator=(const SuppressJson &) = delete;
+
+ private:
+  Report &report_;
+  bool before_;
+};
+
+std::optional<OperationFailed> failure_of(Session &session, const Command &command) {
+  const SuppressJson suppressed(session.report);
+  session.set_command(command.name);
+  try {
+    command.run(session);
+  } catch (const OperationFailed &failure) {
+    return failure;
+  }
+  return std::nullopt;
+}
+
+void run_expect_fail(Session &session, const ExpectFailArgs &args) {
+  const std::optional<OperationFailed> failure = failure_of(session, args.command);
+  if (!failure) {
+    session.set_command("expect-fail");
+    throw OperationFailed("the command succeeded, where a failure was expected");
+  }
+  session.report.result(
+      {{"command", "expect-fail"}, {"failed", args.command.name}, {"error", error_json(*failure)}},
+      "failed as expected: " + join(args.words, " ") + ": " + failure->what() + "\n");
+}
 
 // The command of the line where the reader stands, which has no run where the line has none; false
 // if it cannot be understood.
@@ -53,6 +93,16 @@ Script parse_lines(Runner &runner, Parser &parser, Session &session, std::istrea
 }
 
 }  // namespace
+
+void add_script_commands(Parser &parser) {
+  parser.add<ExpectFailArgs>(
+      {"expect-fail", "Scripts",
+       "Run a COMMAND that has to fail\n"
+       "A failure succeeds, and a success fails: for scripts that show or check failures."},
+      [](Arguments &arguments, ExpectFailArgs &args) { arguments.rest("COMMAND", args.words); },
+      [&parser](ExpectFailArgs &args) { args.command = parser.parse(args.words); },
+      run_expect_fail);
+}
 
 bool is_typed(const std::string &path) {
   return path == "-" && isatty(STDIN_FILENO) != 0;

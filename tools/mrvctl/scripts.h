@@ -1,4 +1,4 @@
-// Scripts: a command a line.
+// Scripts: one command per line.
 #ifndef MRVCTL_SCRIPTS_H
 #define MRVCTL_SCRIPTS_H
 
@@ -9,6 +9,9 @@
 #include "runner.h"
 
 namespace mrvctl {
+
+// expect-fail, the command for scripts that show or check failures.
+void add_script_commands(Parser &parser);
 
 struct ScriptLine {
   int number;

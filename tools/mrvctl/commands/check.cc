@@ -10,7 +10,7 @@
 #include "check/register_map_query.h"
 #include "commands/commands.h"
 #include "kel_asic_dhs_tables.h"
-#include "output/interrupt.h"
+#include "output/signals.h"
 #include "text/text.h"
 
 namespace mrvctl {

@@ -1,9 +1,8 @@
-// What the commands share: arguments that several of them take, what reads have in common, and the
-// command for scripts that show failures.
+// What the commands share: arguments that several of them take, and live views.
 #include "commands/commands.h"
 
 #include "asic/port_types.h"
-#include "output/interrupt.h"
+#include "output/signals.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -12,57 +11,7 @@ namespace {
 constexpr double kShortestWait = 0.1;
 constexpr double kLongestWait = 3600;
 
-// Holds back the objects of a command that has to fail.
-class SuppressJson {
- public:
-  explicit SuppressJson(Report &report) : report_(report), before_(report.suppress_json(true)) {}
-  ~SuppressJson() { release(); }
-  SuppressJson(const SuppressJson &) = delete;
-  SuppressJson &operator=(const SuppressJson &) = delete;
-  void release() const { report_.suppress_json(before_); }
-
- private:
-  Report &report_;
-  bool before_;
-};
-
-struct ExpectFailArgs {
-  std::vector<std::string> words;
-  Command command;
-};
-
-// Runs a command that has to fail.
-void run_expect_fail(Session &session, const ExpectFailArgs &args) {
-  const Command &command = args.command;
-  session.set_command(command.name);
-  const SuppressJson held(session.report);
-  try {
-    command.run(session);
-  } catch (const OperationFailed &failure) {
-    held.release();
-    const std::string name = failure.code() ? result_name(*failure.code()) : "FAILED";
-    session.report.result(
-        {{"command", "expect-fail"},
-         {"failed", command.name},
-         {"error", error_json(failure.code(), name, failure.what())}},
-        "failed as expected: " + join(args.words, " ") + ": " + failure.what() + "\n");
-    return;
-  }
-  session.set_command("expect-fail");
-  throw OperationFailed("the command succeeded, where a failure was expected");
-}
-
 }  // namespace
-
-void add_script_commands(Parser &parser) {
-  parser.add<ExpectFailArgs>(
-      {"expect-fail", "Scripts",
-       "Run the COMMAND behind it, which has to fail\n"
-       "A failure succeeds, and a success fails: for scripts that show or check failures."},
-      [](Arguments &arguments, ExpectFailArgs &args) { arguments.rest("COMMAND", args.words); },
-      [&parser](ExpectFailArgs &args) { args.command = parser.parse(args.words); },
-      run_expect_fail);
-}
 
 void add_commands(Parser &parser) {
   add_register_commands(parser);
@@ -80,7 +29,6 @@ void add_commands(Parser &parser) {
   add_check_commands(parser);
   add_call_commands(parser);
   add_replay_commands(parser);
-  add_script_commands(parser);
 }
 
 void describe_register(Arguments &arguments, RegisterArgs &args) {
@@ -121,7 +69,7 @@ void check_watch(const WatchArgs &args) {
     throw UsageError("--count is for --watch");
 }
 
-void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show) {
+void show_rounds(const WatchArgs &args, const std::function<void()> &show) {
   if (args.interval <= 0)
     return show();
   const Interrupt scope({SIGINT});
@@ -130,10 +78,6 @@ void show_rounds(Session &session, const WatchArgs &args, const std::function<vo
     if (round == args.rounds)
       return;
     interruptible_sleep(args.interval);
-    for (const auto &happen : session.meanwhile) {
-      if (interrupted == 0)
-        happen(args.interval);
-    }
   }
 }
 

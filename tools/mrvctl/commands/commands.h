@@ -29,7 +29,6 @@ void add_port_commands(Parser &parser);
 void add_call_commands(Parser &parser);
 void add_replay_commands(Parser &parser);
 void add_record_command(Parser &parser);
-void add_script_commands(Parser &parser);
 void add_platform_commands(Parser &parser);
 void add_check_commands(Parser &parser);
 void add_clients_command(Parser &parser);
@@ -69,7 +68,7 @@ void describe_watch(Arguments &arguments, WatchArgs &args);
 void check_watch(const WatchArgs &args);
 
 // Shows it once, or again and again until the last round or ^C.
-void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show);
+void show_rounds(const WatchArgs &args, const std::function<void()> &show);
 
 // What clears a terminal for the next round; empty elsewhere.
 std::string next_screen(const Session &session, const WatchArgs &args);

@@ -58,7 +58,7 @@ void check_show(const ShowArgs &args) {
 
 void run_show(Session &session, const ShowArgs &args) {
   std::optional<Reading> before;
-  show_rounds(session, args.watch, [&] {
+  show_rounds(args.watch, [&] {
     const Reading now = take_reading(session, args);
     show_reading(session, args, now, before ? &*before : nullptr);
     before = now;

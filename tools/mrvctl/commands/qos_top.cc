@@ -4,7 +4,7 @@
 
 #include "commands/commands.h"
 #include "commands/port_readings.h"
-#include "output/interrupt.h"
+#include "output/signals.h"
 #include "output/qos_tables.h"
 #include "text/text.h"
 #include "view/terminal.h"
@@ -141,13 +141,6 @@ bool press(Top &top, int key) {
   return true;
 }
 
-// Reads the ports again after an interval, for whatever happens meanwhile.
-void read_again(Session &session, const TopArgs &args, Top &top) {
-  for (const auto &happen : session.meanwhile)
-    happen(args.interval);
-  top.read();
-}
-
 void run_on_screen(Session &session, const TopArgs &args, Top &top) {
   const bool colours = session.report.colours();
   Terminal terminal;
@@ -162,7 +155,7 @@ void run_on_screen(Session &session, const TopArgs &args, Top &top) {
       const std::chrono::duration<double> passed = PortRow::Clock::now() - began;
       key = terminal.wait_key(args.interval - passed.count());
     }
-    read_again(session, args, top);
+    top.read();
   }
 }
 
@@ -179,7 +172,7 @@ void run_in_lines(Session &session, const TopArgs &args, Top &top) {
     interruptible_sleep(args.interval);
     if (interrupted != 0)
       return;
-    read_again(session, args, top);
+    top.read();
     if (interrupted != 0)
       return;
     print_view(session, top);

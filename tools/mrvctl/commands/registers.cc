@@ -2,36 +2,38 @@
 #include "asic/register_names.h"
 #include "commands/commands.h"
 #include "commands/reads.h"
+#include "output/listing.h"
 #include "text/text.h"
 
 namespace mrvctl {
 namespace {
 
+std::string trace_text() {
+  return trace_enabled() ? format("on (%s exists)", kTraceMarker)
+                         : format("off (create %s to enable it)", kTraceMarker);
+}
+
 void run_info(Session &session) {
   const RegisterMap &map = session.map();
   const char *driver = kel_get_driver_string(KEL_ASIC_DRIVER_MORVANE);
-  Json blocks = Json::array();
-  std::string table = "block   registers  with a name  instances\n";
+  Listing blocks({{"block", "block"},
+                  {"registers", "registers", Align::kRight},
+                  {"named", "with a name", Align::kRight},
+                  {"instances", "instances", Align::kRight}});
   for (const kel_asic_block_t &info : kel_asic_blocks) {
-    const char *name = kel_asic_blk_names[info.block];
-    const size_t named = named_registers(info.block).size();
-    blocks.push_back({{"block", name},
-                      {"registers", info.registers},
-                      {"named", named},
-                      {"instances", map.instances(info.block)}});
-    table +=
-        format("%-7s %9u %12zu %10u\n", name, info.registers, named, map.instances(info.block));
+    blocks.add({kel_asic_blk_names[info.block], info.registers, named_registers(info.block).size(),
+                map.instances(info.block)});
   }
-  const std::string head = format(
-      "driver               %s (%u)\nhighest ASIC number  %u\ntrace                %s\n\n", driver,
-      KEL_ASIC_DRIVER_MORVANE, map.limits().max_asic, session.trace_on ? "on" : "off");
+  const std::string head =
+      format("driver               %s (%u)\nhighest ASIC number  %u\ntrace                %s\n\n",
+             driver, KEL_ASIC_DRIVER_MORVANE, map.limits().max_asic, trace_text().c_str());
   session.report.result({{"command", "info"},
                          {"driver", driver},
                          {"driver_id", KEL_ASIC_DRIVER_MORVANE},
                          {"max_asic", map.limits().max_asic},
-                         {"trace", session.trace_on},
-                         {"blocks", blocks}},
-                        head + table);
+                         {"trace", trace_enabled()},
+                         {"blocks", blocks.json()}},
+                        head + blocks.text());
 }
 
 struct RegsArgs {
@@ -46,20 +48,21 @@ void check_block(RegsArgs &args) {
 void run_regs(Session &session, const RegsArgs &args) {
   const kel_asic_block_t &info = kel_asic_blocks[args.block];
   const std::vector<RegisterName> names = named_registers(info.block);
-  Json registers = Json::array();
-  std::string text = format("block %s: %u registers, 0 to %u\n", kel_asic_blk_names[info.block],
-                            info.registers, info.registers - 1);
-  for (const RegisterName &named : names) {
-    registers.push_back({{"register", named.name}, {"vreg", named.vreg}});
-    text += format("%6u  0x%03x  %s\n", named.vreg, named.vreg, named.name);
-  }
-  text += names.empty() ? "none of them has a name\n"
-                        : format("%zu others have no name\n", info.registers - names.size());
+  Listing registers(
+      {{"vreg", "number", Align::kRight}, {nullptr, "hex"}, {"register", "register"}});
+  for (const RegisterName &named : names)
+    registers.add({named.vreg, format("0x%03x", named.vreg), named.name});
+  const std::string head =
+      format("block %s: %u registers, 0 to %u\n", kel_asic_blk_names[info.block], info.registers,
+             info.registers - 1);
+  const std::string list = names.empty() ? "none of them has a name\n"
+                                         : registers.text() + format("%zu others have no name\n",
+                                                                     info.registers - names.size());
   session.report.result({{"command", "regs"},
                          {"block", kel_asic_blk_names[info.block]},
                          {"registers", info.registers},
-                         {"named", registers}},
-                        text);
+                         {"named", registers.json()}},
+                        head + list);
 }
 
 struct ReadArgs {
@@ -68,10 +71,6 @@ struct ReadArgs {
   std::optional<uint32_t> count;
   std::vector<uint32_t> expected;
 };
-
-void refuse_raw_read(const std::string & /*address*/) {
-  throw UsageError("the library reads no raw address; name a register, like HI.2 HI_DHS_LVIF");
-}
 
 std::vector<uint32_t> parse_words(const std::string &text) {
   std::vector<uint32_t> words;
@@ -257,8 +256,6 @@ void describe_read(Arguments &arguments, ReadArgs &args) {
       .parsed("--expect", args.expected, parse_words,
               "Fail unless these are the values read (0 to 0xFFFFFFFF each)")
       .type_name("VALUE,...");
-  arguments.taken("--raw", refuse_raw_read, "Refused: the library reads no raw address")
-      .type_name("ADDRESS");
 }
 
 void describe_target(Arguments &arguments, WriteArgs &args, const std::string &values) {
@@ -284,7 +281,7 @@ void describe_write_field(Arguments &arguments, WriteArgs &args) {
 
 void add_register_commands(Parser &parser) {
   parser.add(
-      {"info", "Registers", "Show the driver, the ASICs, and the blocks with their registers"},
+      {"info", "Registers", "Show the driver, the ASICs, the blocks, and whether the trace is on"},
       run_info);
   parser.add<RegsArgs>(
       {"regs", "Registers", "List the registers of a block that have a name", Requires::kNone},

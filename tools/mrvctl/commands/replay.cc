@@ -7,7 +7,7 @@
 #include "calls/decoded_call.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
-#include "output/interrupt.h"
+#include "output/signals.h"
 #include "platform/system_service.h"
 #include "text/text.h"
 

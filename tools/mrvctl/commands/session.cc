@@ -1,62 +1,17 @@
 // One run of the tool.
 #include "commands/session.h"
 
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-
-#include "output/last_words.h"
+#include "output/signals.h"
 #include "text/errors.h"
 #include "text/text.h"
 
 namespace mrvctl {
 namespace {
 
-constexpr char kTraceIsOff[] = "LIB debug disabled:";
-constexpr char kTraceIsOn[] = "LIB debug enabled:";
 constexpr char kInterrupted[] = "<Interrupted>";  // as the library names it
 constexpr size_t kLongestTransactionName = 31;
-
-// Collects what is printed on standard output, which is standard error by now.
-class Capture {
- public:
-  Capture() : file_(memfd_create("mrvctl", MFD_CLOEXEC)) {
-    std::fflush(stdout);
-    if (file_ < 0 || dup2(file_, STDOUT_FILENO) < 0)
-      throw OperationFailed(std::string("no memory file: ") + std::strerror(errno));
-  }
-  ~Capture() {
-    close_stdout();
-    close(file_);
-  }
-  Capture(const Capture &) = delete;
-  Capture &operator=(const Capture &) = delete;
-
-  std::string text() const {
-    close_stdout();
-    std::string text;
-    char part[4096];
-    ssize_t length = 0;
-    while ((length = pread(file_, part, sizeof part, static_cast<off_t>(text.size()))) > 0)
-      text.append(part, static_cast<size_t>(length));
-    return text;
-  }
-
- private:
-  static void close_stdout() {
-    std::fflush(stdout);
-    dup2(STDERR_FILENO, STDOUT_FILENO);
-  }
-
-  int file_;
-};
-
-bool begins_with(const std::string &text, const char *beginning) {
-  return text.compare(0, std::strlen(beginning), beginning) == 0;
-}
 
 }  // namespace
 
@@ -112,18 +67,16 @@ void Transaction::after_read(syserr_t result) {
     start(kInterrupted);
 }
 
+bool trace_enabled() {
+  return access(kTraceMarker, R_OK) == 0;
+}
+
 void Session::initialise() {
   std::error_code code;
-  std::string printed;
-  {
-    Capture capture;
-    morvane::init(static_cast<uint8_t>(slot), code, caller());
-    printed = capture.text();
-  }
-  trace_on = begins_with(printed, kTraceIsOn);
-  if (begins_with(printed, kTraceIsOff))
-    printed.erase(0, std::strlen(kTraceIsOff));
-  std::fputs(printed.c_str(), stderr);
+  // Without the trace the library prints only "LIB debug disabled:", which no newline ends.
+  Report::discard_library_output(!trace_enabled());
+  morvane::init(static_cast<uint8_t>(slot), code, caller());
+  Report::discard_library_output(false);
   check(result_of(code), code == SYSERR_KEL_ASIC_INVALID_ARG
                              ? format("the card in slot %u carries no Morvane", slot)
                              : "");

@@ -4,10 +4,8 @@
 #define MRVCTL_SESSION_H
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "asic/asic_map.h"
 #include "morvaneusd.hpp"
@@ -47,6 +45,10 @@ class Transaction {
   std::string name_;
 };
 
+// A process whose initialisation finds this file has the library's trace on.
+constexpr char kTraceMarker[] = "/bootflash/kel_lib_debug";
+bool trace_enabled();
+
 class Session {
  public:
   // Sets up the library for the slot. Throws OperationFailed.
@@ -79,12 +81,9 @@ class Session {
   uint32_t slot = 0;
   uint32_t module = 0;
   uint32_t asic = 0;
-  bool trace_on = false;
   std::string folder;  // the script's, with a slash at its end; empty outside a script
   Report report;
   Transaction transaction;
-  // What happens on the ASIC while a live view waits that many seconds.
-  std::vector<std::function<void(double)>> meanwhile;
 
  private:
   // Why the ASIC does not exist; empty where it does.

@@ -58,7 +58,6 @@ struct TrafficArgs {
   uint64_t frames = 0;
   uint64_t excess = 0;
   std::string direction = "n2h";
-  bool steady = false;
 };
 
 void check_traffic(TrafficArgs &args) {
@@ -69,43 +68,27 @@ void check_traffic(TrafficArgs &args) {
     throw UsageError("more excess than frames");
 }
 
-// What passes in that time, in thousandths of a second.
-void add_traffic(Session &session, const TrafficArgs &args, uint64_t milliseconds) {
-  const auto part = [milliseconds](uint64_t frames) {
-    return frames / 1000 * milliseconds + frames % 1000 * milliseconds / 1000;
-  };
+void run_traffic(Session &session, const TrafficArgs &args) {
   const vp_direction direction = args.direction == "h2n" ? VP_H2N : VP_N2H;
-  const vp_traffic traffic = {direction, args.traffic_class, part(args.frames), part(args.excess)};
+  const vp_traffic traffic = {direction, args.traffic_class, args.frames, args.excess};
   const int error = control<decltype(vp_add_traffic)>("vp_add_traffic")(
       session.module, session.asic, static_cast<cardcfg_port_type_t>(args.port.type),
       args.port.port, &traffic);
+  const std::string port = port_text(args.port.type, args.port.port);
   if (error == ENXIO)
     throw OperationFailed(format("module %u, ASIC %u has no port ", session.module, session.asic) +
-                          port_text(args.port.type, args.port.port));
+                          port);
   if (error != 0)
     throw OperationFailed(std::strerror(error));
-}
-
-void run_traffic(Session &session, const TrafficArgs &args) {
-  add_traffic(session, args, 1000);
-  if (args.steady)
-    session.meanwhile.emplace_back([&session, args](double seconds) {
-      add_traffic(session, args, static_cast<uint64_t>(seconds * 1000));
-    });
+  Json object = port_json("traffic", args.port);
+  object["direction"] = args.direction;
+  object["class"] = args.traffic_class;
+  object["frames"] = args.frames;
+  object["excess"] = args.excess;
   session.report.result(
-      {{"command", "traffic"},
-       {"port_type", port_type_text(args.port.type)},
-       {"port", args.port.port},
-       {"direction", args.direction},
-       {"class", args.traffic_class},
-       {"frames", args.frames},
-       {"excess", args.excess},
-       {"steady", args.steady}},
-      port_text(args.port.type, args.port.port) +
-          format(": %llu frames of class %u %s, %llu of them in excess%s\n",
-                 static_cast<unsigned long long>(args.frames), args.traffic_class,
-                 args.direction.c_str(), static_cast<unsigned long long>(args.excess),
-                 args.steady ? ", again every second of a live view" : ""));
+      object, port + format(": %llu frames of class %u %s, %llu of them in excess\n",
+                            static_cast<unsigned long long>(args.frames), args.traffic_class,
+                            args.direction.c_str(), static_cast<unsigned long long>(args.excess)));
 }
 
 void run_state(Session &session) {
@@ -164,8 +147,6 @@ void describe_traffic(Arguments &arguments, TrafficArgs &args) {
   arguments.number<uint64_t>("--excess", args.excess,
                              "How many of them find the queue full; at most all");
   arguments.word("--direction", args.direction, "n2h (if left out) or h2n").type_name("DIRECTION");
-  arguments.flag("--steady", args.steady,
-                 "Let the same pass every second while qos top or qos show --watch waits");
 }
 
 }  // namespace

@@ -18,19 +18,31 @@ std::string object_line(const Json &object) {
   return object.dump() + "\n";
 }
 
+// What the library has printed until now goes to where it was sent.
+void send_standard_output_to(int file) {
+  std::fflush(stdout);
+  if (dup2(file, STDOUT_FILENO) < 0)
+    throw OperationFailed(std::string("no standard output: ") + std::strerror(errno));
+}
+
 }  // namespace
 
 void Report::take_standard_output() {
   const int results = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
   out_ = results < 0 ? nullptr : fdopen(results, "w");
-  if (out_ == nullptr || dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
+  if (out_ == nullptr)
     throw OperationFailed(std::string("no standard output: ") + std::strerror(errno));
+  send_standard_output_to(STDERR_FILENO);
 }
 
-void Report::return_standard_output() {
-  std::fflush(stdout);
-  if (dup2(fileno(out_), STDOUT_FILENO) < 0)
-    throw OperationFailed(std::string("no standard output: ") + std::strerror(errno));
+void Report::return_standard_output() const {
+  send_standard_output_to(fileno(out_));
+}
+
+void Report::discard_library_output(bool discard) {
+  const int null = discard ? open("/dev/null", O_WRONLY | O_CLOEXEC) : -1;
+  send_standard_output_to(null < 0 ? STDERR_FILENO : null);
+  ::close(null);
 }
 
 bool Report::on_terminal() const {
@@ -51,7 +63,7 @@ void Report::print(const std::string &text) {
 
 void Report::result(const Json &object, const std::string &text) {
   std::fflush(stdout);  // what the library has printed stands before the result
-  if (json_ && held_)
+  if (json_ && json_suppressed_)
     return;
   print(json_ ? object_line(object) : text);
 }
@@ -73,8 +85,14 @@ bool Report::close() {
   return !failed_;
 }
 
-Json error_json(std::optional<syserr_t> code, const std::string &name, const std::string &text) {
-  return {{"code", code ? Json(*code) : Json()}, {"name", name}, {"text", text}};
+Json error_json(const std::exception &error) {
+  const auto *const failure = dynamic_cast<const OperationFailed *>(&error);
+  if (failure != nullptr && failure->code())
+    return {{"code", *failure->code()},
+            {"name", result_name(*failure->code())},
+            {"text", error.what()}};
+  const bool usage = dynamic_cast<const UsageError *>(&error) != nullptr;
+  return {{"code", Json()}, {"name", usage ? "USAGE" : "FAILED"}, {"text", error.what()}};
 }
 
 std::string failure_json(const Place &place, const Json &command, const Json &error) {

@@ -3,7 +3,7 @@
 #define MRVCTL_REPORT_H
 
 #include <cstdio>
-#include <optional>
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -25,7 +25,9 @@ class Report {
   // to standard error.
   void take_standard_output();
   // Gives it back, to a program that takes the tool's place.
-  void return_standard_output();
+  void return_standard_output() const;
+  // Discards what the library prints, or sends it to standard error again.
+  static void discard_library_output(bool discard);
 
   void use_json() { json_ = true; }
   bool json() const { return json_; }
@@ -33,9 +35,8 @@ class Report {
   bool colours() const;
   bool on_terminal() const;
 
-  // Holds back objects, or no more: a command that has to fail comes to one, its own. Tells
-  // whether they were held back before.
-  bool suppress_json(bool hold) { return std::exchange(held_, hold); }
+  // Prints no objects, or prints them again; returns what was set before.
+  bool suppress_json(bool suppress) { return std::exchange(json_suppressed_, suppress); }
 
   // One command's result, in the form that was asked for.
   void result(const Json &object, const std::string &text);
@@ -53,12 +54,12 @@ class Report {
 
   std::FILE *out_ = stdout;
   bool json_ = false;
-  bool held_ = false;
+  bool json_suppressed_ = false;
   bool failed_ = false;
 };
 
-// {"code":...,"name":...,"text":...}; the code is null where it was not the library that failed.
-Json error_json(std::optional<syserr_t> code, const std::string &name, const std::string &text);
+// {"code":...,"name":...,"text":...}; the code is null if it was not the library that failed.
+Json error_json(const std::exception &error);
 
 // {"command":...,"file":...,"line":...,"error":...}; file and line are null outside a script.
 std::string failure_json(const Place &place, const Json &command, const Json &error);

@@ -2,8 +2,11 @@
 #ifndef MRVCTL_TERMINAL_H
 #define MRVCTL_TERMINAL_H
 
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "output/signals.h"
 
 namespace mrvctl {
 
@@ -52,6 +55,7 @@ class Terminal {
   int next_key();
 
   int tty_;
+  std::optional<ScreenSignals> signals_;
   std::string typed_;  // keys that were pressed and not asked for
 };
 

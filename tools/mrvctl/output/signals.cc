@@ -1,0 +1,147 @@
+// What the handlers call is safe in them: write, tcsetattr, dup2 and the like.
+#include "output/signals.h"
+
+#include <sys/select.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+
+#include "text/times.h"
+
+namespace mrvctl {
+
+volatile std::sig_atomic_t interrupted = 0;
+volatile std::sig_atomic_t screen_changed = 0;
+
+namespace {
+
+// Two texts by turns, so that a signal finds a complete one at any moment.
+std::array<std::string, 2> notices;
+std::atomic<const std::string *> notice = notices.data();
+
+void no_screen() {
+}
+std::atomic<void (*)()> resume_screen = no_screen, leave_screen = no_screen;
+
+// All signals are blocked while a handler runs: a raised one is delivered when it returns.
+
+void on_interrupt(int signal_number) {
+  if (interrupted != 0)
+    end_by_signal(signal_number);
+  interrupted = 1;
+}
+
+void on_resize(int) {
+  screen_changed = 1;
+}
+
+// Another program may have changed the terminal's modes.
+void on_continue(int) {
+  const int error_number = errno;
+  resume_screen.load()();
+  screen_changed = 1;
+  errno = error_number;
+}
+
+void on_stop(int signal_number) {
+  const int error_number = errno;
+  leave_screen.load()();
+  struct sigaction ours = {}, stopping = {};
+  stopping.sa_handler = SIG_DFL;
+  sigaction(signal_number, &stopping, &ours);
+  sigset_t only, before;
+  sigemptyset(&only);
+  sigaddset(&only, signal_number);
+  raise(signal_number);
+  sigprocmask(SIG_UNBLOCK, &only, &before);  // stops here
+  sigprocmask(SIG_SETMASK, &before, nullptr);
+  sigaction(signal_number, &ours, nullptr);
+  on_continue(SIGCONT);  // an orphaned process group is never stopped, nor continued
+  errno = error_number;
+}
+
+}  // namespace
+
+SignalHandler::SignalHandler(std::initializer_list<int> signals, void (*handler)(int)) {
+  struct sigaction action = {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;
+  sigfillset(&action.sa_mask);
+  for (const int signal_number : signals) {
+    struct sigaction before = {};
+    sigaction(signal_number, nullptr, &before);
+    if (before.sa_handler == SIG_IGN)
+      continue;
+    before_.emplace_back(signal_number, before);
+    sigaction(signal_number, &action, nullptr);
+  }
+}
+
+SignalHandler::~SignalHandler() {
+  for (const auto &[signal_number, before] : before_)
+    sigaction(signal_number, &before, nullptr);
+}
+
+void end_by_signal(int signal_number) {
+  leave_screen.load()();
+  const std::string &text = *notice.load();
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+  std::signal(signal_number, SIG_DFL);
+  raise(signal_number);
+}
+
+void set_exit_notice(const std::string &text) {
+  std::string &next = notices[notice == notices.data() ? 1 : 0];
+  next = text.empty() ? "" : "mrvctl: " + text + "\n";
+  notice = &next;
+}
+
+Interrupt::Interrupt(std::initializer_list<int> signals) : handler_(signals, on_interrupt) {
+  interrupted = 0;
+}
+
+ScreenSignals::ScreenSignals(void (*resume)(), void (*leave)())
+    : end_({SIGQUIT, SIGALRM, SIGUSR1, SIGUSR2, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGXCPU},
+           end_by_signal),
+      resize_({SIGWINCH}, on_resize),
+      stop_({SIGTSTP}, on_stop),
+      continue_({SIGCONT}, on_continue) {
+  screen_changed = 0;
+  resume_screen = resume;
+  leave_screen = leave;
+}
+
+ScreenSignals::~ScreenSignals() {
+  resume_screen = leave_screen = no_screen;
+  screen_changed = 0;
+}
+
+// Signals are delivered only during the wait, so that none is missed between a look at what they
+// set and the wait.
+int wait_readable(int file, double seconds) {
+  fd_set files;
+  FD_ZERO(&files);
+  if (file >= 0)
+    FD_SET(file, &files);
+  sigset_t all, before;
+  sigfillset(&all);
+  sigprocmask(SIG_BLOCK, &all, &before);
+  int result = -1;
+  if (interrupted == 0 && screen_changed == 0) {
+    const timespec time = timespec_of(std::max(seconds, 0.0));
+    result = pselect(file + 1, &files, nullptr, nullptr, &time, &before);
+  }
+  sigprocmask(SIG_SETMASK, &before, nullptr);
+  return result;
+}
+
+void interruptible_sleep(double seconds) {
+  const double end = monotonic_seconds() + seconds;
+  while (interrupted == 0 && monotonic_seconds() < end)
+    wait_readable(-1, end - monotonic_seconds());
+}
+
+}  // namespace mrvctl
