@@ -5,6 +5,9 @@ add_test(NAME symbol_version COMMAND ${CMAKE_COMMAND} -DMAP=${symbol_map} -DRELE
 set_tests_properties(symbol_version PROPERTIES
   PASS_REGULAR_EXPRESSION "must be between MORVANEUSD_0.0 and")
 
+add_test(NAME includes COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/includes_test.sh
+  ${PROJECT_SOURCE_DIR}/scripts/includes)
+
 if(MORVANE_PLATFORM STREQUAL "virtual")
   foreach(client client_c client_cc table_c client_own_platform)
     add_test(NAME example.${client} COMMAND ${client})
