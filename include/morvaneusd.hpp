@@ -1,24 +1,22 @@
 /**
  * @file
- * libmorvaneusd for C++17: the C interface of kel_asic_intf.h with registers that have a type,
- * errors as the standard library has them, and scopes for what must end. A header alone, over the C
- * interface and nothing else.
+ * libmorvaneusd for C++17: the C interface of kel_asic_intf.h with typed registers, std::error_code
+ * and exceptions, and RAII classes for batches and the lock. The header needs only the C interface.
  *
  *     morvane::init();
  *     constexpr auto offset = morvane::at(HI_DHS_LVIF_OFFSET, 2);  // block HI, by its type
  *     morvane::write(offset, 0x1234);
  *     const uint32_t value = morvane::read(offset);
  *
- * Each operation comes twice. One throws std::system_error with the operation and the register in
- * its text; the other takes a std::error_code, is noexcept, and clears it on success. Built with
- * -fno-exceptions, the header leaves the throwing ones out. It needs no RTTI.
+ * Each operation exists twice. One throws std::system_error with the operation and the register in
+ * its text. The other takes a std::error_code, is noexcept, and clears it on success. With
+ * -fno-exceptions, the header omits the throwing ones. It needs no RTTI.
  *
- * Who asked goes along by itself: the last argument takes file, line and function of the call.
+ * The last argument identifies the caller: file, line and function of the call, by default.
  *
- * What an operation does, which service call it makes and what an open batch does to it stands with
- * the function of the C interface that each one names. Nothing here costs more than that function,
- * but a batch, which marks that it is open; and nothing allocates but what returns a vector (and a
- * morvane::program, as it grows).
+ * The functions of the C interface describe what an operation does, which service call it makes and
+ * what an open batch does to it. No operation here costs more than its C function, except that a
+ * batch marks that it is open. Only functions that return a vector, and morvane::program, allocate.
  *
  * Threads: as the library, from one thread at a time. In a program with threads, make the calls
  * through a morvane::session.
@@ -46,7 +44,7 @@
 #include "kel_asic_syserr_def.h"
 #include "kel_asic_syserr_text.h"
 
-/* One error category, one session and one batch a program, also where shared objects of it are
+/* A program has one error category, one lock and one open batch, also if its shared objects are
    built with hidden visibility. */
 #pragma GCC visibility push(default)
 
@@ -121,13 +119,12 @@ class reg {
   [[nodiscard]] constexpr kel_asic_reg_t vreg() const noexcept { return vreg_; }
 
   /**
-   * The register on an ASIC other than ASIC 0 of module 0, which is where operations look
-   * otherwise.
+   * The register on another ASIC. By default a register is on ASIC 0 of module 0.
    *
-   * @param where the ASIC
+   * @param which the ASIC
    * @return the register there
    */
-  [[nodiscard]] constexpr asic_reg on(asic where) const noexcept;
+  [[nodiscard]] constexpr asic_reg on(asic which) const noexcept;
 
  protected:
   /**
@@ -176,7 +173,7 @@ template <typename Enumeration>
 }
 
 /**
- * Names a register by its number, for those without a name and where the block is a value.
+ * Names a register by its number: one without a name, or one whose block is known only at run time.
  *
  * @param block    block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
  * @param instance instance of the block
@@ -189,7 +186,7 @@ template <typename Enumeration>
 }
 
 /** @cond */
-/* An enumerator has its block in its type: beside a block it could be another one's. */
+/* The type of an enumerator has its block: a second block could contradict it. */
 template <typename Enumeration, typename = std::enable_if_t<std::is_enum_v<Enumeration>>>
 reg at(kel_asic_blk_t the_block_follows_from_the_register, uint32_t instance,
        Enumeration vreg) = delete;
@@ -199,10 +196,10 @@ reg at(kel_asic_blk_t the_block_follows_from_the_register, uint32_t instance,
 class asic_reg {
  public:
   /**
-   * @param where the register
+   * @param which the register
    * @param on    its ASIC
    */
-  constexpr asic_reg(const reg &where, asic on = {}) noexcept : where_(where), on_(on) {}
+  constexpr asic_reg(const reg &which, asic on = {}) noexcept : where_(which), on_(on) {}
 
   /** @return the register */
   [[nodiscard]] constexpr const reg &where() const noexcept { return where_; }
@@ -214,8 +211,8 @@ class asic_reg {
   asic on_;
 };
 
-constexpr asic_reg reg::on(asic where) const noexcept {
-  return {*this, where};
+constexpr asic_reg reg::on(asic which) const noexcept {
+  return {*this, which};
 }
 
 /** A port of an ASIC. */
@@ -275,7 +272,7 @@ struct raw_address {
   return {address, {to.on.module, to.on.number << 16 | uint32_t{to.type} << 8 | to.number}};
 }
 
-/** Where a write goes: to a register, or to a raw address. */
+/** The target of a write: a register, or a raw address. */
 class target {
  public:
   /** @param to the register */
@@ -300,31 +297,31 @@ class target {
 class table : public asic_reg {
  public:
   /**
-   * Looks the entry size up. A register that is no table, or whose entry size the register map
-   * decides, has 0 words, and operations on its entries are refused.
+   * Looks the entry size up. It is 0 for a register that is not a table, and for a table whose
+   * entry size the register map decides; operations on their entries are refused.
    *
-   * @param where the register
+   * @param which the register
    */
-  constexpr table(const asic_reg &where) noexcept : table(where, 0) {}
+  constexpr table(const asic_reg &which) noexcept : table(which, 0) {}
 
-  /** @param where the register, on ASIC 0 of module 0 */
-  constexpr table(const reg &where) noexcept : table(where, 0) {}
+  /** @param which the register, on ASIC 0 of module 0 */
+  constexpr table(const reg &which) noexcept : table(which, 0) {}
 
   /**
-   * @param where the register
-   * @param words words of an entry, for a table whose entry size the register map decides. They
-   * must be the map's, for the library moves as many. Of any other register no other size than the
-   * published one is taken
+   * @param which the register
+   * @param words words of an entry, for a table whose entry size the register map decides. It must
+   *              be the size of the map, because the library moves that many words. For any other
+   *              table only the published size is accepted
    */
-  constexpr table(const asic_reg &where, uint32_t words) noexcept
-      : asic_reg(where), words_(entry_words(where.where(), words)) {}
+  constexpr table(const asic_reg &which, uint32_t words) noexcept
+      : asic_reg(which), words_(entry_words(which.where(), words)) {}
 
-  /** @return 32-bit words of an entry; 0 where it is not known */
+  /** @return 32-bit words of an entry; 0 if unknown */
   [[nodiscard]] constexpr uint32_t words() const noexcept { return words_; }
 
  private:
-  static constexpr uint32_t entry_words(const reg &where, uint32_t words) noexcept {
-    const int published = kel_asic_dhs_entry_size(where.block(), where.vreg(), 0);
+  static constexpr uint32_t entry_words(const reg &which, uint32_t words) noexcept {
+    const int published = kel_asic_dhs_entry_size(which.block(), which.vreg(), 0);
     if (published == KEL_ASIC_DHS_BY_HOOK)
       return words;
     const auto size = static_cast<uint32_t>(published < 0 ? 0 : published);
@@ -340,7 +337,8 @@ class table : public asic_reg {
  *     constexpr morvane::table_of<HF_DHS_POL_OFFSET> policers(0);
  *     const auto row = morvane::read_row(policers, 3);  // std::array<uint32_t, 8>
  *
- * Where the register map decides the entry size, it is named: table_of<HF_DHS_RESULT_00_OFFSET, 4>.
+ * For a table whose entry size the register map decides, give it as a second argument:
+ * table_of<HF_DHS_RESULT_00_OFFSET, 4>.
  */
 template <auto Register, uint32_t Words = 0>
 class table_of : public table {
@@ -370,11 +368,11 @@ class table_of : public table {
 /** @} */
 
 /**
- * @defgroup cxx_caller C++: who asked
+ * @defgroup cxx_caller C++: the caller
  * @{
  */
 
-/** Who asked: what travels with a request so that the service can tell. */
+/** The caller of an operation. Each request carries it to the service. */
 struct caller {
   const char *file;     /**< source file; sent up to 127 characters */
   int line;             /**< line in it */
@@ -382,8 +380,8 @@ struct caller {
   uint32_t context = 0; /**< a number of the caller's own */
 
   /**
-   * The place of the call; as a default argument, the place where the function with that argument
-   * is called. Its arguments are left to their defaults.
+   * The place of the call. As a default argument: the place that calls the function with that
+   * argument. Do not give its own arguments.
    *
    * @param file source file
    * @param line line in it
@@ -422,10 +420,10 @@ enum class errc : syserr_t {
   no_buffer =
       KEL_ASIC_SYSERR_NO_BUFFER, /**< no memory for the words; std::errc::not_enough_memory */
   no_trace_log = KEL_ASIC_SYSERR_NO_TRACE_LOG, /**< the trace log cannot be used */
-  /** Words that are no whole number of entries, or rows of another size than the table's; refused
-      before the library sees them. std::errc::invalid_argument */
+  /** Words that are not a number of complete entries, or rows of another size than the entries;
+      refused before the library is called. std::errc::invalid_argument */
   wrong_size = 0x43230001,
-  /** A batch while another of this program is open; the library would take no notice of it.
+  /** A batch while another batch of this program is open; the library would ignore it.
       std::errc::device_or_resource_busy */
   already_open = 0x43230002,
   /** A register does not hold what a commit should have written. std::errc::io_error */
@@ -445,10 +443,10 @@ constexpr int service_errno(syserr_t result) noexcept {
 /** What to do about a result. */
 inline const char *advice(syserr_t result) noexcept {
   if (result == KEL_ASIC_SYSERR_SERVICE_ANSWER)
-    return "the driver service's log tells more";
+    return "see the log of the driver service";
   if (is_service_failure(result))
-    return "see whether the driver service runs and has what was asked for; nothing is tried again "
-           "by itself";
+    return "check that the driver service runs and has what was requested; the library does not "
+           "retry";
   switch (result) {
     case SYSERR_KEL_ASIC_INVALID_ARG:
       return "check module, ASIC, block, instance, register, index, mask, length and name, and "
@@ -458,9 +456,9 @@ inline const char *advice(syserr_t result) noexcept {
     case KEL_ASIC_SYSERR_NO_BUFFER:
       return "move fewer words at a time";
     case KEL_ASIC_SYSERR_NO_TRACE_LOG:
-      return "make /tmp writable, or take the marker file away";
+      return "make /tmp writable, or remove the marker file";
     default:
-      return "it comes from the register map or other software of the ASIC family: look there";
+      return "it comes from the register map or other software of the ASIC family: see there";
   }
 }
 
@@ -470,9 +468,9 @@ inline std::string code_text(syserr_t result) {
     case 0:
       return "success";
     case static_cast<syserr_t>(errc::wrong_size):
-      return "wrong_size: the words are no whole entries of this table: size them by its shape";
+      return "wrong_size: the words are not complete entries of this table: use its entry size";
     case static_cast<syserr_t>(errc::already_open):
-      return "already_open: this program has a batch open: leave it first";
+      return "already_open: this program has an open batch: end it first";
     case static_cast<syserr_t>(errc::not_verified):
       return "not_verified: the register does not hold what was written: the commit was lost, or "
              "the register keeps other bits; write again";
@@ -516,7 +514,7 @@ class category final : public std::error_category {
 
 }  // namespace detail
 
-/** @return the category of the codes of this interface; the same object in the whole program */
+/** @return the category of the codes of this interface; the same object everywhere in a program */
 inline const std::error_category &error_category() noexcept {
   static const detail::category object;
   return object;
@@ -567,7 +565,7 @@ namespace morvane {
  * @{
  */
 
-/** Words of the longest run that the library takes. */
+/** Maximum number of words in one operation. */
 inline constexpr uint32_t max_words = 1073741774;
 
 namespace detail {
@@ -582,7 +580,7 @@ inline constexpr std::size_t row_size<uint32_t[N]> = N;
 template <std::size_t N>
 inline constexpr std::size_t row_size<std::array<uint32_t, N>> = N != 0 ? N : SIZE_MAX;
 
-/** Where no words are. */
+/** The address of an empty array. */
 inline uint32_t empty_run = 0;
 
 /** The elements of what has data() and size(). */
@@ -599,7 +597,7 @@ using element_of = std::remove_pointer_t<decltype(std::data(std::declval<Contain
 template <typename Word>
 class word_span {
  public:
-  /** @param container the words; writable where they are read into */
+  /** @param container the words; a word_buffer needs writable ones */
   template <typename Container,
             typename = std::enable_if_t<!std::is_same_v<std::decay_t<Container>, word_span>>,
             typename Element = detail::element_of<Container>>
@@ -620,7 +618,7 @@ class word_span {
   [[nodiscard]] Word *first() const noexcept { return first_; }
   /** @return number of words */
   [[nodiscard]] std::size_t count() const noexcept { return count_; }
-  /** @return words of a row; 0 where the words are no rows */
+  /** @return words of a row; 0 if the words are not rows */
   [[nodiscard]] std::size_t row() const noexcept { return row_; }
 
  private:
@@ -658,7 +656,7 @@ inline std::string describe(int module, kel_asic_num_t number) {
   return "module " + std::to_string(module) + ", ASIC " + std::to_string(number);
 }
 
-/* What is described goes as single values, which stand in registers until something fails. */
+/* The subject is passed as single values, which stay in registers until an operation fails. */
 [[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
                                                            const char *subject) {
   fail(result, operation, subject == nullptr ? "" : subject);
@@ -758,7 +756,7 @@ inline syserr_t read_block(const asic_reg &from, const word_buffer &out,
                              who.line, who.func);
 }
 
-/** Whether words are whole entries of a table, and as rows have its size. */
+/** Whether words are complete entries of a table; rows must have its entry size. */
 template <typename Word>
 syserr_t check_entries(const table &in, const word_span<Word> &words) noexcept {
   if (in.words() == 0 || words.count() > max_words)
@@ -833,24 +831,24 @@ syserr_t read_entries(const table &from, uint32_t index, std::size_t count,
  * Initialises the library: lib_mrv_asic_init. Call it once, before anything else.
  *
  * @param slot  slot of the card that carries the ASIC
- * @param where who asks
+ * @param who   the caller
  * @throws std::system_error the library's code
  */
-inline void init(slot_num_t slot = 0, caller where = caller::here()) {
-  detail::check(detail::init(slot, where), "init", "of the library");
+inline void init(slot_num_t slot = 0, caller who = caller::here()) {
+  detail::check(detail::init(slot, who), "init", "of the library");
 }
 
 /**
  * Reads one register: lib_mrv_asic_read.
  *
  * @param from  the register
- * @param where who asks
+ * @param who   the caller
  * @return its value
  * @throws std::system_error the library's code
  */
-[[nodiscard]] inline uint32_t read(const asic_reg &from, caller where = caller::here()) {
+[[nodiscard]] inline uint32_t read(const asic_reg &from, caller who = caller::here()) {
   uint32_t value = 0;
-  detail::check(detail::read(from, &value, where), "read", from);
+  detail::check(detail::read(from, &value, who), "read", from);
   return value;
 }
 
@@ -860,11 +858,11 @@ inline void init(slot_num_t slot = 0, caller where = caller::here()) {
  *
  * @param to    the register, raw address or command
  * @param value its value
- * @param where who asks
+ * @param who   the caller
  * @throws std::system_error the library's code
  */
-inline void write(const target &to, uint32_t value, caller where = caller::here()) {
-  detail::check(detail::write(to, value, where), "write", to.to());
+inline void write(const target &to, uint32_t value, caller who = caller::here()) {
+  detail::check(detail::write(to, value, who), "write", to.to());
 }
 
 /**
@@ -874,39 +872,39 @@ inline void write(const target &to, uint32_t value, caller where = caller::here(
  * @param to    the register, raw address or command
  * @param value value of the field, in its place in the register
  * @param mask  bits of the register to write; not 0 of a register
- * @param where who asks
+ * @param who   the caller
  * @throws std::system_error the library's code
  */
 inline void write_field(const target &to, uint32_t value, uint32_t mask,
-                        caller where = caller::here()) {
-  detail::check(detail::write_field(to, value, mask, where), "write_field", to.to());
+                        caller who = caller::here()) {
+  detail::check(detail::write_field(to, value, mask, who), "write_field", to.to());
 }
 
 /**
- * Reads a run of consecutive registers: lib_mrv_asic_n_read.
+ * Reads consecutive registers: lib_mrv_asic_n_read.
  *
  * @param from  the first register
- * @param out   receives as many words as it has room for, or as the service answers
- * @param where who asks
+ * @param out   receives words up to its size, or as many as the service returns
+ * @param who   the caller
  * @throws std::system_error the library's code
  */
-inline void read_block(const asic_reg &from, word_buffer out, caller where = caller::here()) {
-  detail::check(detail::read_block(from, out, where), "read_block", from);
+inline void read_block(const asic_reg &from, word_buffer out, caller who = caller::here()) {
+  detail::check(detail::read_block(from, out, who), "read_block", from);
 }
 
 /**
- * Reads a run of consecutive registers: lib_mrv_asic_n_read.
+ * Reads consecutive registers: lib_mrv_asic_n_read.
  *
  * @param from  the first register
  * @param count number of words, up to morvane::max_words
- * @param where who asks
- * @return the words; 0 where the service answers fewer
+ * @param who   the caller
+ * @return the words; 0 for words that the service does not return
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
  */
 [[nodiscard]] inline std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count,
-                                                      caller where = caller::here()) {
+                                                      caller who = caller::here()) {
   std::vector<uint32_t> words;
-  detail::check(detail::read_block(from, count, &words, where), "read_block", from);
+  detail::check(detail::read_block(from, count, &words, who), "read_block", from);
   return words;
 }
 
@@ -916,13 +914,13 @@ inline void read_block(const asic_reg &from, word_buffer out, caller where = cal
  * @param from  the table
  * @param index the first entry
  * @param out   receives as many entries as it has room for, or as the service answers: words of
- *              whole entries, or rows of the table's size
- * @param where who asks
+ *              complete entries, or rows of the table's size
+ * @param who   the caller
  * @throws std::system_error the library's code, or morvane::errc::wrong_size
  */
 inline void read_entries(const table &from, uint32_t index, word_buffer out,
-                         caller where = caller::here()) {
-  detail::check(detail::read_entries(from, index, out, where), "read_entries", from);
+                         caller who = caller::here()) {
+  detail::check(detail::read_entries(from, index, out, who), "read_entries", from);
 }
 
 /**
@@ -931,15 +929,15 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
  * @param from  the table; one whose entry size is known, by morvane::table::words
  * @param index the first entry
  * @param count number of entries; of at most morvane::max_words in all
- * @param where who asks
- * @return the words of the entries; 0 where the service answers fewer
+ * @param who   the caller
+ * @return the words of the entries; 0 for words that the service does not return
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
  */
 [[nodiscard]] inline std::vector<uint32_t> read_entries(const table &from, uint32_t index,
                                                         std::size_t count,
-                                                        caller where = caller::here()) {
+                                                        caller who = caller::here()) {
   std::vector<uint32_t> words;
-  detail::check(detail::read_entries(from, index, count, &words, where), "read_entries", from);
+  detail::check(detail::read_entries(from, index, count, &words, who), "read_entries", from);
   return words;
 }
 
@@ -949,15 +947,15 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
  * @param from  the table
  * @param index the first entry
  * @param count number of entries; of at most morvane::max_words in all
- * @param where who asks
- * @return a row an entry; 0 where the service answers fewer words
+ * @param who   the caller
+ * @return one row per entry; 0 for words that the service does not return
  * @throws std::system_error the library's code, or morvane::errc::no_buffer
  */
 template <auto Register, uint32_t Words>
 [[nodiscard]] auto read_rows(const table_of<Register, Words> &from, uint32_t index,
-                             std::size_t count, caller where = caller::here()) {
+                             std::size_t count, caller who = caller::here()) {
   std::vector<typename table_of<Register, Words>::row> rows;
-  detail::check(detail::read_entries(from, index, count, &rows, where), "read_rows", from);
+  detail::check(detail::read_entries(from, index, count, &rows, who), "read_rows", from);
   return rows;
 }
 
@@ -966,15 +964,15 @@ template <auto Register, uint32_t Words>
  *
  * @param from  the table
  * @param index the entry
- * @param where who asks
- * @return its words; 0 where the service answers fewer
+ * @param who   the caller
+ * @return its words; 0 for words that the service does not return
  * @throws std::system_error the library's code
  */
 template <auto Register, uint32_t Words>
 [[nodiscard]] auto read_row(const table_of<Register, Words> &from, uint32_t index,
-                            caller where = caller::here()) {
+                            caller who = caller::here()) {
   typename table_of<Register, Words>::row row = {};
-  detail::check(detail::read_entries(from, index, row, where), "read_row", from);
+  detail::check(detail::read_entries(from, index, row, who), "read_row", from);
   return row;
 }
 
@@ -984,13 +982,13 @@ template <auto Register, uint32_t Words>
  *
  * @param to    the table
  * @param index the first entry
- * @param in    words of whole entries, or rows of the table's size
- * @param where who asks
+ * @param in    words of complete entries, or rows of the table's size
+ * @param who   the caller
  * @throws std::system_error the library's code, or morvane::errc::wrong_size
  */
 inline void write_entries(const table &to, uint32_t index, word_view in,
-                          caller where = caller::here()) {
-  detail::check(detail::write_entries(to, index, in, where), "write_entries", to);
+                          caller who = caller::here()) {
+  detail::check(detail::write_entries(to, index, in, who), "write_entries", to);
 }
 #endif
 
@@ -998,8 +996,8 @@ inline void write_entries(const table &to, uint32_t index, word_view in,
  * @copydoc init(slot_num_t, caller)
  * @param ec receives the error; clear on success
  */
-inline void init(slot_num_t slot, std::error_code &ec, caller where = caller::here()) noexcept {
-  detail::report(detail::init(slot, where), ec);
+inline void init(slot_num_t slot, std::error_code &ec, caller who = caller::here()) noexcept {
+  detail::report(detail::init(slot, who), ec);
 }
 
 /**
@@ -1007,9 +1005,9 @@ inline void init(slot_num_t slot, std::error_code &ec, caller where = caller::he
  * @param ec receives the error; clear on success
  */
 inline uint32_t read(const asic_reg &from, std::error_code &ec,
-                     caller where = caller::here()) noexcept {
+                     caller who = caller::here()) noexcept {
   uint32_t value = 0;
-  detail::report(detail::read(from, &value, where), ec);
+  detail::report(detail::read(from, &value, who), ec);
   return value;
 }
 
@@ -1018,8 +1016,8 @@ inline uint32_t read(const asic_reg &from, std::error_code &ec,
  * @param ec receives the error; clear on success
  */
 inline void write(const target &to, uint32_t value, std::error_code &ec,
-                  caller where = caller::here()) noexcept {
-  detail::report(detail::write(to, value, where), ec);
+                  caller who = caller::here()) noexcept {
+  detail::report(detail::write(to, value, who), ec);
 }
 
 /**
@@ -1027,8 +1025,8 @@ inline void write(const target &to, uint32_t value, std::error_code &ec,
  * @param ec receives the error; clear on success
  */
 inline void write_field(const target &to, uint32_t value, uint32_t mask, std::error_code &ec,
-                        caller where = caller::here()) noexcept {
-  detail::report(detail::write_field(to, value, mask, where), ec);
+                        caller who = caller::here()) noexcept {
+  detail::report(detail::write_field(to, value, mask, who), ec);
 }
 
 /**
@@ -1036,8 +1034,8 @@ inline void write_field(const target &to, uint32_t value, uint32_t mask, std::er
  * @param ec receives the error; clear on success
  */
 inline void read_block(const asic_reg &from, word_buffer out, std::error_code &ec,
-                       caller where = caller::here()) noexcept {
-  detail::report(detail::read_block(from, out, where), ec);
+                       caller who = caller::here()) noexcept {
+  detail::report(detail::read_block(from, out, who), ec);
 }
 
 /**
@@ -1045,10 +1043,9 @@ inline void read_block(const asic_reg &from, word_buffer out, std::error_code &e
  * @param ec receives the error; clear on success
  */
 inline std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count,
-                                        std::error_code &ec,
-                                        caller where = caller::here()) noexcept {
+                                        std::error_code &ec, caller who = caller::here()) noexcept {
   std::vector<uint32_t> words;
-  detail::report(detail::read_block(from, count, &words, where), ec);
+  detail::report(detail::read_block(from, count, &words, who), ec);
   if (ec)
     words.clear();
   return words;
@@ -1059,8 +1056,8 @@ inline std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count,
  * @param ec receives the error; clear on success
  */
 inline void read_entries(const table &from, uint32_t index, word_buffer out, std::error_code &ec,
-                         caller where = caller::here()) noexcept {
-  detail::report(detail::read_entries(from, index, out, where), ec);
+                         caller who = caller::here()) noexcept {
+  detail::report(detail::read_entries(from, index, out, who), ec);
 }
 
 /**
@@ -1069,9 +1066,9 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out, std
  */
 inline std::vector<uint32_t> read_entries(const table &from, uint32_t index, std::size_t count,
                                           std::error_code &ec,
-                                          caller where = caller::here()) noexcept {
+                                          caller who = caller::here()) noexcept {
   std::vector<uint32_t> words;
-  detail::report(detail::read_entries(from, index, count, &words, where), ec);
+  detail::report(detail::read_entries(from, index, count, &words, who), ec);
   if (ec)
     words.clear();
   return words;
@@ -1083,9 +1080,9 @@ inline std::vector<uint32_t> read_entries(const table &from, uint32_t index, std
  */
 template <auto Register, uint32_t Words>
 auto read_rows(const table_of<Register, Words> &from, uint32_t index, std::size_t count,
-               std::error_code &ec, caller where = caller::here()) noexcept {
+               std::error_code &ec, caller who = caller::here()) noexcept {
   std::vector<typename table_of<Register, Words>::row> rows;
-  detail::report(detail::read_entries(from, index, count, &rows, where), ec);
+  detail::report(detail::read_entries(from, index, count, &rows, who), ec);
   if (ec)
     rows.clear();
   return rows;
@@ -1097,9 +1094,9 @@ auto read_rows(const table_of<Register, Words> &from, uint32_t index, std::size_
  */
 template <auto Register, uint32_t Words>
 auto read_row(const table_of<Register, Words> &from, uint32_t index, std::error_code &ec,
-              caller where = caller::here()) noexcept {
+              caller who = caller::here()) noexcept {
   typename table_of<Register, Words>::row row = {};
-  detail::report(detail::read_entries(from, index, row, where), ec);
+  detail::report(detail::read_entries(from, index, row, who), ec);
   return row;
 }
 
@@ -1108,8 +1105,8 @@ auto read_row(const table_of<Register, Words> &from, uint32_t index, std::error_
  * @param ec receives the error; clear on success
  */
 inline void write_entries(const table &to, uint32_t index, word_view in, std::error_code &ec,
-                          caller where = caller::here()) noexcept {
-  detail::report(detail::write_entries(to, index, in, where), ec);
+                          caller who = caller::here()) noexcept {
+  detail::report(detail::write_entries(to, index, in, who), ec);
 }
 /** @} */
 
@@ -1132,9 +1129,9 @@ enum class reorder {
 };
 
 /**
- * A scope whose writes are sent together when it is left, also by an exception. It is no database
- * transaction: nothing is rolled back, for the library has no way to drop what was written; that is
- * why it is called a batch.
+ * A scope whose writes are sent together at its end, also if an exception ends it. Nothing is
+ * rolled back, because the library cannot drop what was written. It is therefore called a batch,
+ * not a transaction.
  *
  *     {
  *       morvane::batch port_2("port 2", morvane::reorder::allowed);
@@ -1142,17 +1139,17 @@ enum class reorder {
  *       morvane::write_entries(policers, 0, rows);
  *     }
  *
- * It is the open transaction of the library (mrv_asic_transaction_start), with what belongs to it:
- * a read sends what was written so far, and the writes behind it go in another call, as does each
- * 513th word; both without reordering. A commit reports no failure: commit_and_verify() reads back.
+ * It is the open transaction of the library (mrv_asic_transaction_start). A read sends the writes
+ * made before it, and the writes after the read go in another call. So does each 513th word. Both
+ * happen without reordering. A commit cannot report failure: commit_and_verify() reads back.
  *
- * One at a time is open in a program; in one with threads it is a morvane::session::batch.
+ * A program has one open batch at a time. In a program with threads, use a morvane::session::batch.
  */
 class [[nodiscard]] batch {
  public:
 #ifdef __cpp_exceptions
   /**
-   * Opens it.
+   * Opens the batch.
    *
    * @param name  its name, which the service gets, up to 31 characters; not empty
    * @param order whether its writes may be reordered
@@ -1164,7 +1161,7 @@ class [[nodiscard]] batch {
   }
 #endif
   /**
-   * Opens it. Where that fails it is no batch: writes go out at once.
+   * Opens the batch. If that fails, writes are sent immediately.
    *
    * @param name  its name, which the service gets, up to 31 characters; not empty
    * @param order whether its writes may be reordered
@@ -1182,7 +1179,7 @@ class [[nodiscard]] batch {
     commit();
   }
 
-  /** Sends the writes now and ends the batch. Whether they have arrived nothing tells. */
+  /** Sends the writes now and ends the batch. It cannot report failure. */
   void commit() noexcept {
     if (!open_)
       return;
@@ -1192,17 +1189,17 @@ class [[nodiscard]] batch {
 
 #ifdef __cpp_exceptions
   /**
-   * Sends the writes now, ends the batch, and reads a register back: best the last one that the
-   * batch wrote, for a commit that is lost is lost whole.
+   * Sends the writes now, ends the batch, and reads a register back. Choose the register that the
+   * batch wrote last: a lost commit loses all writes.
    *
    * @param at       the register
    * @param expected the value that it must have
-   * @param where    who asks
+   * @param who      the caller
    * @throws std::system_error morvane::errc::not_verified, or the code of the read
    */
   void commit_and_verify(const asic_reg &at, uint32_t expected,
-                         const caller &where = caller::here()) {
-    detail::check(verify(at, expected, where), "commit_and_verify", at);
+                         const caller &who = caller::here()) {
+    detail::check(verify(at, expected, who), "commit_and_verify", at);
   }
 #endif
 
@@ -1212,11 +1209,11 @@ class [[nodiscard]] batch {
    * @param at       the register
    * @param expected the value that it must have
    * @param ec       receives morvane::errc::not_verified, or the code of the read; clear on success
-   * @param where    who asks
+   * @param who      the caller
    */
   void commit_and_verify(const asic_reg &at, uint32_t expected, std::error_code &ec,
-                         const caller &where = caller::here()) noexcept {
-    detail::report(verify(at, expected, where), ec);
+                         const caller &who = caller::here()) noexcept {
+    detail::report(verify(at, expected, who), ec);
   }
 
  private:
@@ -1242,14 +1239,14 @@ class [[nodiscard]] batch {
   bool open_ = false;
 };
 
-/** On which ASICs of a module a program runs: one, or those of a map. */
+/** The ASICs of a module that a program runs on: one, or those of a map. */
 class asic_set {
  public:
   /** @param one the ASIC */
   constexpr asic_set(asic one = {}) noexcept : on_(one) {}
 
   /**
-   * @param bits   a bit an ASIC number, bits 0 to 30; those that do not exist are passed over
+   * @param bits   one bit per ASIC number, bits 0 to 30; those that do not exist are skipped
    * @param module module number
    * @return the ASICs of the map
    */
@@ -1267,9 +1264,9 @@ class asic_set {
 /**
  * A step of a register program.
  *
- * @param to    the register; on which ASICs the run of the program says
+ * @param to    the register; the run of the program selects the ASICs
  * @param value its value, or that of the field in its place
- * @param mask  bits to write; all of them if left out
+ * @param mask  bits to write (default: all)
  * @return the step, its magic filled in
  */
 [[nodiscard]] constexpr kel_asic_pgm_t step(const reg &to, uint32_t value,
@@ -1278,7 +1275,7 @@ class asic_set {
 }
 
 /**
- * Builds a register program. One that does not grow is an array of steps too:
+ * Builds a register program. A constant program can be an array of steps:
  *
  *     constexpr std::array reset = {morvane::step(first, 0), morvane::step(second, 1, 0xFF)};
  *     morvane::run(reset);
@@ -1286,7 +1283,7 @@ class asic_set {
 class program {
  public:
   /**
-   * Adds a write of a whole register.
+   * Adds a write of all bits of a register.
    *
    * @param to    the register
    * @param value its value
@@ -1340,13 +1337,13 @@ syserr_t run(const Program &steps, const asic &on, const caller &who) noexcept {
  *
  * @param steps a morvane::program, or anything with data() and size() of steps; at least one
  * @param on    the ASICs
- * @param where who asks
+ * @param who   the caller
  * @throws std::system_error the library's code: of the first step that failed; those before it stay
  *         written
  */
 template <typename Program>
-void run(const Program &steps, asic_set on = {}, caller where = caller::here()) {
-  detail::check(detail::run(steps, on.selection(), where), "run", on.selection());
+void run(const Program &steps, asic_set on = {}, caller who = caller::here()) {
+  detail::check(detail::run(steps, on.selection(), who), "run", on.selection());
 }
 #endif
 
@@ -1356,8 +1353,8 @@ void run(const Program &steps, asic_set on = {}, caller where = caller::here()) 
  */
 template <typename Program>
 void run(const Program &steps, asic_set on, std::error_code &ec,
-         caller where = caller::here()) noexcept {
-  detail::report(detail::run(steps, on.selection(), where), ec);
+         caller who = caller::here()) noexcept {
+  detail::report(detail::run(steps, on.selection(), who), ec);
 }
 /** @} */
 
@@ -1370,7 +1367,7 @@ class qos_stats;
 
 namespace detail {
 
-/** Some arguments of the C interface are bytes: what they would cut off is refused. */
+/** Some arguments of the C interface are bytes: larger values are refused, not truncated. */
 constexpr bool fits_in_byte(uint32_t number) noexcept {
   return number <= UINT8_MAX;
 }
@@ -1494,7 +1491,7 @@ class qos_stats {
 /**
  * Reads the QoS statistics of a port: lib_mrv_asic_get_qos_stats.
  *
- * @param of   the port; the service judges it
+ * @param of   the port; the service checks it
  * @param opts options, passed through to the service
  * @return the statistics
  * @throws std::system_error the library's code
@@ -1508,7 +1505,7 @@ class qos_stats {
 /**
  * Clears the QoS statistics of a port: lib_mrv_asic_clear_qos_stats.
  *
- * @param of   the port; the service judges it
+ * @param of   the port; the service checks it
  * @param opts options, passed through to the service
  * @throws std::system_error the library's code
  */
@@ -1621,7 +1618,7 @@ inline void link_pause_disable(const port &of) {
  * Sets the no-drop class-of-service map of an ASIC: lib_mrv_asic_set_nodrop_class_map. While a
  * batch is open it joins the batch.
  *
- * @param map the map, a bit a class; only bits 0 to 7 are sent
+ * @param map the map, one bit per class; only bits 0 to 7 are sent
  * @param on  the ASIC
  * @throws std::system_error the library's code
  */

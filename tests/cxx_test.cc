@@ -162,14 +162,14 @@ constexpr const char *kMessages =
     R"(morvane
 success (0x00000000)
 KEL_ASIC_SYSERR_NO_BUFFER: no memory: the request buffer cannot be allocated or cannot grow: move fewer words at a time (0x0000000C)
-KEL_ASIC_SYSERR_NO_TRACE_LOG: the trace log cannot be opened or positioned: make /tmp writable, or take the marker file away (0xFFFFFFFF)
+KEL_ASIC_SYSERR_NO_TRACE_LOG: the trace log cannot be opened or positioned: make /tmp writable, or remove the marker file (0xFFFFFFFF)
 SYSERR_KEL_ASIC_UNINIT: the library is not initialised (or a general error of a transceiver): call init() first (0x4223002E)
 SYSERR_KEL_ASIC_INVALID_ARG: a bad argument, or no register at that address: check module, ASIC, block, instance, register, index, mask, length and name, and that init() was called (0x42230003)
-SYSERR_KEL_ASIC_MALLOC: no memory: it comes from the register map or other software of the ASIC family: look there (0x42230002)
-KEL_ASIC_SYSERR_SERVICE: the service call failed with an I/O error, or with a positive answer: the driver service's log tells more (0x82230005)
-KEL_ASIC_SYSERR_SERVICE: Operation not permitted: see whether the driver service runs and has what was asked for; nothing is tried again by itself (0x82230001)
-wrong_size: the words are no whole entries of this table: size them by its shape (0x43230001)
-already_open: this program has a batch open: leave it first (0x43230002)
+SYSERR_KEL_ASIC_MALLOC: no memory: it comes from the register map or other software of the ASIC family: see there (0x42230002)
+KEL_ASIC_SYSERR_SERVICE: the service call failed with an I/O error, or with a positive answer: see the log of the driver service (0x82230005)
+KEL_ASIC_SYSERR_SERVICE: Operation not permitted: check that the driver service runs and has what was requested; the library does not retry (0x82230001)
+wrong_size: the words are not complete entries of this table: use its entry size (0x43230001)
+already_open: this program has an open batch: end it first (0x43230002)
 not_verified: the register does not hold what was written: the commit was lost, or the register keeps other bits; write again (0x43230003))";
 
 TEST_F(Cxx, names_each_code_and_says_what_to_do) {
