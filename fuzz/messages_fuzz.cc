@@ -150,6 +150,8 @@ void check_answers(const Bytes &answers, const Expected &expected) {
     require(remote::is_valid_reply(answer, request));
     at += sizeof answer;
     require(answers.size() - at >= answer.length);
+    const Bytes body(&answers[at], &answers[at] + answer.length);
+    require(remote::is_valid_body(answer, body.data()));
     at += answer.length;
   }
   require(at == answers.size());

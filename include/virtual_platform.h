@@ -40,7 +40,8 @@
  * |--------------|----------------------------------------------------------------------------|
  * | ENOENT,      | no service has come up within MORVANE_SWITCH_WAIT milliseconds (2000);     |
  * | ECONNREFUSED | any other errno of connect() likewise                                      |
- * | EACCES       | the service serves its owner, root and perhaps a group, and not this user  |
+ * | EACCES       | the service rejects this user, or this process rejects the service: its    |
+ * |              | user is not root, the own user or the user that MORVANE_SWITCH_USER names  |
  * | EAGAIN       | it has as many clients as it takes, or for MORVANE_SWITCH_WAIT             |
  * |              | milliseconds as many more that wait                                        |
  * | ECONNRESET   | it went away during the call, whose outcome is unknown                     |
@@ -49,11 +50,11 @@
  * | EMSGSIZE     | the record is longer than the service takes; it was not sent               |
  * | ENOBUFS      | a record beyond 64 KiB, while others' take up the room that the service has|
  * | EPERM        | a control of the switch, for whoever is neither root nor the service's user|
- * | EPROTO,      | what answers is no morvaned, or one of another version                     |
- * | EPROTONOSUPPORT |                                                                         |
- * | EINVAL       | one of the variables is no number of milliseconds or no address            |
+ * | EPROTO,      | the service is not a morvaned, or has another version; an answer has       |
+ * | EPROTONOSUPPORT | impossible values, or more bytes than it should                         |
+ * | EINVAL       | a variable is not a number of milliseconds, not a user or not an address   |
  *
- * Nothing is sent twice. The call behind a failed one connects again.
+ * Nothing is sent twice. The call after a failed one connects again.
  */
 #ifndef VIRTUAL_PLATFORM_H
 #define VIRTUAL_PLATFORM_H

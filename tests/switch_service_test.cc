@@ -97,8 +97,13 @@ int wait_for(pid_t process) {
 int failing_sends = 0;  // so many requests do not leave, with this errno:
 int failure_of_sends = 0;
 int last_sent_to = -1;
+pid_t process_number = 0;  // of this process and its children, as in new process namespaces
 
 }  // namespace
+
+pid_t getpid() noexcept {
+  return process_number != 0 ? process_number : static_cast<pid_t>(syscall(SYS_getpid));
+}
 
 ssize_t sendmsg(int fd, const msghdr *message, int flags) {
   last_sent_to = fd;
@@ -184,6 +189,16 @@ class SwitchService : public testing::Test {
     return raw;
   }
 
+  // A socket that listens at the address, for a service that the test plays.
+  int listen_here() const {
+    remote::Address address;
+    EXPECT_EQ(remote::parse_address(address_.c_str(), &address), 0);
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(bind(listener, address.get(), address.length), 0);
+    EXPECT_EQ(listen(listener, 8), 0);
+    return listener;
+  }
+
   std::string folder_, address_;
   pid_t service_ = -1;
 };
@@ -256,11 +271,7 @@ TEST_F(SwitchService, serves_requests_that_come_together_one_by_one_and_answers_
 }
 
 TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
-  remote::Address address;
-  ASSERT_EQ(remote::parse_address(address_.c_str(), &address), 0);
-  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  ASSERT_EQ(bind(listener, address.get(), address.length), 0);
-  ASSERT_EQ(listen(listener, 8), 0);
+  const int listener = listen_here();
   // What is added to the header of a good answer, and what the body is.
   const struct {
     int expected;
@@ -280,11 +291,15 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
       {EPROTO, kServiceHello, {0, 0, 0, 0, -1, EIO, 0}, kRecord},
       {EBADMSG, kServiceHello, {0, 0, 0, 0, -1, EBADMSG, 0}, 0},
       {EPROTO, kServiceHello, {0, 0, 0, 0, 0, 0, 4 - kRecord}, 4},
+      {EPROTO, kServiceHello, {}, kRecord + 1},
+      {EPROTO, kServiceHello, {0, 0, 0, 0, 0, 0, 0 - kRecord}, 1},
       {ECONNRESET, kServiceHello, {}, 0},
       {ECONNRESET, kServiceHello, {}, kRecord - 1},
       {EAGAIN, {remote::kMagic, 1, 0, 1 << 24, EAGAIN}, {}, 0},
       {EPROTONOSUPPORT, {remote::kMagic, 2, 0, 1 << 24, 0}, {}, 0},
       {EPROTO, {}, {}, 0},
+      {EPROTO, {remote::kMagic, 1, 0, 1 << 24, -1}, {}, 0},
+      {EPROTO, {remote::kMagic, 1, 0, 1 << 24, 4096}, {}, 0},
       {EMSGSIZE, {remote::kMagic, 1, 0, kRecord - 1, 0}, {}, 0},
   };
   uint32_t last_sequence = 0;
@@ -328,7 +343,109 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
     service.join();
   }
   close(listener);
-  unlink(address_.c_str());
+}
+
+TEST_F(SwitchService, rejects_a_card_and_a_list_of_clients_with_impossible_values) {
+  const int listener = listen_here();
+  ASSERT_EQ(vp_connect(nullptr), 0);
+  const auto client = [](int32_t process, int32_t error, char last) {
+    vp_client made = {process, 0, 1, 1, SYSSRV_REG_READ_CASE, error, 0, 0, {}};
+    std::memset(made.program, 'x', sizeof made.program - 1);
+    made.program[sizeof made.program - 1] = last;
+    return bytes_of(made);
+  };
+  const auto list = [] {
+    const vp_client *clients = nullptr;
+    uint32_t count = 0;
+    const int error = vp_clients(&clients, &count);
+    EXPECT_EQ(count, error == 0 ? 2U : 0U);
+    return error;
+  };
+  const auto card = [] {
+    errno = 0;
+    vp_sw_card_id();
+    return errno;
+  };
+  const std::string good = client(0, 4095, '\0');
+  const struct {
+    int expected;
+    uint32_t kind;
+    std::string body;
+    std::function<int()> request;
+  } cases[] = {
+      {0, remote::kListClients, good + good, list},
+      {EPROTO, remote::kListClients, good + client(1, 0, 'x'), list},
+      {EPROTO, remote::kListClients, client(-1, 0, '\0') + good, list},
+      {EPROTO, remote::kListClients, good + client(1, -1, '\0'), list},
+      {EPROTO, remote::kListClients, good + client(1, 4096, '\0'), list},
+      {EPROTO, remote::kListClients, good + good + "x", list},
+      {0, remote::kCard, bytes_of(remote::Card{7, UINT16_MAX}), card},
+      {EPROTO, remote::kCard, bytes_of(remote::Card{7, UINT16_MAX + 1}), card},
+  };
+  for (const auto &c : cases) {
+    std::thread service([&] {
+      const int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+      send(socket, &kServiceHello, sizeof kServiceHello, 0);
+      receive(socket, sizeof(Hello) + sizeof(Header));
+      const auto length = static_cast<uint32_t>(c.body.size() / 8 * 8);
+      const std::string answer = bytes_of(Header{1, c.kind, 0, 0, 0, 0, length}) + c.body;
+      send(socket, answer.data(), answer.size(), MSG_NOSIGNAL);
+      close(socket);
+    });
+    EXPECT_EQ(vp_connect(address_.c_str()), 0);
+    EXPECT_EQ(c.request(), c.expected) << &c - cases;
+    service.join();
+  }
+  close(listener);
+}
+
+TEST_F(SwitchService, tries_again_a_service_that_ends_before_its_hello_and_ends_the_wait_for_one) {
+  const int listener = listen_here();
+  setenv("MORVANE_SWITCH", address_.c_str(), 1);
+  setenv("MORVANE_SWITCH_WAIT", "1000000", 1);  // longer than this test may take
+  std::thread service([&] {
+    close(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+    const int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+    const Hello rejection = {remote::kMagic, remote::kVersion, 0, 0, EBUSY};
+    send(socket, &rejection, sizeof rejection, MSG_NOSIGNAL);
+    close(socket);
+  });
+  EXPECT_EQ(in_child([] { return write_register(1); }), EBUSY);
+  service.join();
+  setenv("MORVANE_SWITCH_TIMEOUT", "1", 1);
+  EXPECT_EQ(in_child([] { return write_register(1); }), ETIMEDOUT);
+  close(listener);
+}
+
+TEST_F(SwitchService, accepts_a_service_of_root_of_its_own_user_and_of_the_user_that_is_named) {
+  if (geteuid() != 0)
+    GTEST_SKIP() << "needs root, to listen as another user";
+  address_ = "@switch_test_" + std::to_string(getpid());
+  setenv("MORVANE_SWITCH", address_.c_str(), 1);
+  setenv("MORVANE_SWITCH_TIMEOUT", "1", 1);
+  const struct {
+    uid_t service, client;
+    const char *named;
+    int expected;  // ETIMEDOUT: accepted, and no hello came
+  } cases[] = {
+      {65534, 0, "", EACCES},         {65534, 0, "65533", EACCES},
+      {65534, 0, "65534", ETIMEDOUT}, {65534, 0, "nobody", ETIMEDOUT},
+      {65534, 65534, "", ETIMEDOUT},  {65533, 65534, "", EACCES},
+      {0, 65534, "", ETIMEDOUT},      {0, 0, "no such user", EINVAL},
+      {0, 0, "4294967295", EINVAL},
+  };
+  for (const auto &c : cases) {
+    ASSERT_EQ(seteuid(c.service), 0);
+    const int listener = listen_here();
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_EQ(in_child([&] {
+                setenv("MORVANE_SWITCH_USER", c.named, 1);
+                return seteuid(c.client) == 0 ? write_register(1) : -1;
+              }),
+              c.expected)
+        << &c - cases;
+    close(listener);
+  }
 }
 
 TEST_F(SwitchService, late_answers_and_lost_services_are_reported_once) {
@@ -366,14 +483,18 @@ TEST_F(SwitchService, late_answers_and_lost_services_are_reported_once) {
   service_ = spawn({});
   expect_log("ready");
   expect_register(0);  // a new switch, without a failure between
-  // A child has a connection of its own, and does not touch its parent's.
-  EXPECT_EQ(in_child([] {
-              const vp_client *clients = nullptr;
-              uint32_t count = 0;
-              return vp_clients(&clients, &count) != 0 || count != 2 ||
-                     clients[1].process != getpid();
-            }),
-            0);
+  // A child has its own connection, and does not touch its parent's.
+  for (const pid_t number : {0, getpid()}) {
+    process_number = number;
+    EXPECT_EQ(write_register(5), 0);
+    EXPECT_EQ(in_child([] {
+                const vp_client *clients = nullptr;
+                uint32_t count = 0;
+                return vp_clients(&clients, &count) != 0 || count != 2 ||
+                       clients[1].process != syscall(SYS_getpid);
+              }),
+              0);
+  }
   EXPECT_EQ(write_register(5), 0);
   expect_register(5);
 }
@@ -627,6 +748,7 @@ TEST_F(SwitchService, listens_by_itself_where_the_session_of_its_user_has_its_so
   ASSERT_EQ(chown(folder_.c_str(), 65534, 65534), 0);
   service_ = spawn({}, becomes_nobody);
   address_ = folder_ + "/morvaned.sock";
+  setenv("MORVANE_SWITCH_USER", "nobody", 1);
   EXPECT_EQ(vp_connect(address_.c_str()), 0);
 }
 

@@ -3,9 +3,9 @@
 namespace remote {
 namespace {
 
-constexpr int32_t kHighestErrno = 4095;
+constexpr int32_t kMaxErrno = 4095;
 
-// Lengths of the bodies, by kind. A service call has its own.
+// Lengths of the bodies by kind; 0 if the header gives the length.
 struct Lengths {
   uint32_t request;
   uint32_t answer;
@@ -19,7 +19,7 @@ constexpr Lengths kLengths[kEndOfKinds] = {
     {sizeof(Traffic), 0},
     {0, 0},
     {sizeof(AsicNumber), sizeof(vp_asic_state)},
-    {0, 0},  // kListClients: of each client
+    {0, 0},  // kListClients
 };
 
 bool has_answer_length(const Header &answer, const Header &request) {
@@ -34,7 +34,16 @@ bool has_answer_length(const Header &answer, const Header &request) {
   return answer.length == kLengths[request.kind].answer;
 }
 
+bool is_valid(const vp_client &client) {
+  return client.process >= 0 && is_errno_or_zero(client.last_error) &&
+         client.program[sizeof client.program - 1] == '\0';
+}
+
 }  // namespace
+
+bool is_errno_or_zero(int32_t value) {
+  return value >= 0 && value <= kMaxErrno;
+}
 
 const char *validate(const Hello &hello) {
   if (hello.magic != kMagic)
@@ -63,9 +72,22 @@ bool is_valid_reply(const Header &answer, const Header &request) {
       answer.case_code != request.case_code || answer.driver_id != request.driver_id) {
     return false;
   }
-  const bool has_errno = answer.error_number >= 1 && answer.error_number <= kHighestErrno;
-  return (answer.result < 0 ? has_errno : answer.error_number == 0) &&
-         has_answer_length(answer, request);
+  return is_errno_or_zero(answer.error_number) &&
+         (answer.result < 0) == (answer.error_number != 0) && has_answer_length(answer, request);
+}
+
+bool is_valid_body(const Header &answer, const void *body) {
+  if (answer.result != 0)
+    return true;
+  if (answer.kind == kCard)
+    return static_cast<const Card *>(body)->sw_card_id <= UINT16_MAX;
+  if (answer.kind != kListClients)
+    return true;
+  const auto *client = static_cast<const vp_client *>(body);
+  const auto *const end = client + answer.length / sizeof(vp_client);
+  while (client != end && is_valid(*client))
+    ++client;
+  return client == end;
 }
 
 }  // namespace remote

@@ -2,7 +2,7 @@
 // docs/switch-protocol.md. All numbers are little-endian; the layouts are the same for both word
 // sizes.
 //
-// Whoever receives a message checks it whole, with the functions below, before any of it is used.
+// The receiver of a message checks all of it with the functions below before it uses any part.
 #ifndef REMOTE_MESSAGES_H
 #define REMOTE_MESSAGES_H
 
@@ -15,15 +15,15 @@ namespace remote {
 
 constexpr uint32_t kMagic = 0x5356524D;  // "MRVS"
 constexpr uint32_t kVersion = 1;
-constexpr uint32_t kFeatures = 0;  // a bit for each thing that a later service adds
+constexpr uint32_t kFeatures = 0;  // one bit for each later addition
 
 // The first message in either direction: each side sends its own without waiting for the other's.
 struct Hello {
   uint32_t magic;
   uint32_t version;
   uint32_t features;
-  uint32_t max_record;   // the longest record that the service takes; 0 from a client
-  int32_t error_number;  // why the service turns the client away; 0 from a client
+  uint32_t max_record;   // the longest record that the service accepts; 0 from a client
+  int32_t error_number;  // why the service rejects the client; 0 from a client
 };
 static_assert(sizeof(Hello) == 20, "five words");
 
@@ -38,7 +38,7 @@ enum Kind : uint32_t {
   kEndOfKinds
 };
 
-// Stands before each request and each answer, which repeats the request's first four words.
+// Begins each request and each answer. An answer repeats the first four words of its request.
 struct Header {
   uint32_t sequence;
   uint32_t kind;
@@ -73,17 +73,23 @@ static_assert(sizeof(Card) == 8 && sizeof(AsicNumber) == 8 && sizeof(Traffic) ==
                   offsetof(vp_client, calls) == 8 && offsetof(vp_client, program) == 48,
               "the bodies are the same for both word sizes");
 
-// What is wrong with a client's hello; null where nothing is.
+// What is wrong with a client's hello; null if it is valid.
 const char *validate(const Hello &hello);
 
-// What is wrong with the header of a request; null where nothing is. A length beyond what the
-// service takes is not looked at here.
+// What is wrong with the header of a request; null if it is valid. The caller compares the length
+// with the longest record that it accepts.
 const char *validate(const Header &request);
 
-// Whether this is the header of an answer to the request. A failure has no body. Only the number of
-// clients in a list is the service's to choose, up to kMaxClients.
+// Whether this is the header of an answer to the request. A failure has no body. The service
+// chooses only the number of clients in a list, up to kMaxClients.
 bool is_valid_reply(const Header &answer, const Header &request);
 constexpr uint32_t kMaxClients = 65536;
+
+// Whether the body of such an answer is valid. It is aligned like a vp_client.
+bool is_valid_body(const Header &answer, const void *body);
+
+// Whether a field that gives a failure's errno, or 0, has such a value.
+bool is_errno_or_zero(int32_t value);
 
 }  // namespace remote
 

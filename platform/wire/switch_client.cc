@@ -4,8 +4,10 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <poll.h>
+#include <pwd.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <time.h>
@@ -20,52 +22,103 @@ constexpr int kDefaultWait = 2000;   // ms
 constexpr int kMinHelloWait = 1000;  // ms
 constexpr int kRetryPause = 10;      // ms
 constexpr int64_t kNever = INT64_MAX;
+constexpr uid_t kNoUser = UINT32_MAX;
 
-// What the environment says, and use_switch_at() behind it.
+// Read from the environment; use_switch_at() changes the address.
 struct Settings {
   bool known;
   bool remote;
-  int number_error;  // what is wrong with the environment: each request fails with it
+  int environment_error;  // of a variable other than the address: each request fails with it
   int address_error;
   int wait;     // ms; for the service to come up, or for room in its queue
-  int timeout;  // ms; for an answer; 0 for as long as it takes
+  int timeout;  // ms; for an answer; 0: no limit
+  uid_t user;   // whose service is accepted too, next to root's and the own user's
   Address address;
 };
 
 struct Connection {
-  int fd;  // below 0: none
-  pid_t process;
-  dev_t device;  // device and inode tell our socket from whatever has its number by now
+  int fd;        // below 0: none
+  dev_t device;  // device and inode show whether the descriptor is still our socket
   ino_t inode;
-  bool was_open;  // the service has been there, and is not waited for again
+  bool was_open;  // the service was there once, and is not waited for again
   uint32_t sequence;
   uint32_t max_record;
 };
 
-// Where bodies of answers are received, so that a record changes only when its answer is whole.
-struct Buffer {
-  void *bytes;
-  uint32_t size;
+// The kernel zeroes this page in a forked process, so that parent and child never share a
+// connection: in a new process namespace both can have the same number.
+struct alignas(4096) PerProcess {
+  pid_t connected;  // the process that made the connection
 };
 
-constexpr Connection kNoConnection = {-1, 0, 0, 0, false, 0, 0};
+// Where bodies of answers are received, so that a record changes only when its answer is complete.
+struct Buffer {
+  void *bytes;
+  size_t size;
+};
+
+constexpr Connection kNoConnection = {-1, 0, 0, false, 0, 0};
 
 Settings settings;
 Connection connection = kNoConnection;
+PerProcess per_process;
 Buffer buffer;
 
-// Milliseconds of a variable of the environment; EINVAL where it is no number.
-int milliseconds(const char *name, int when_unset, int *value) {
+// Null if the variable is unset or empty.
+const char *environment(const char *name) {
   const char *text = secure_getenv(name);
-  *value = when_unset;
-  if (text == nullptr || text[0] == '\0')
-    return 0;
+  return text != nullptr && text[0] != '\0' ? text : nullptr;
+}
+
+// 0, or EINVAL if the text is not a number of 0 to max.
+int parse_number(const char *text, long long max, long long *number) {
   char *end = nullptr;
   errno = 0;
-  const long number = strtol(text, &end, 10);
-  if (text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0 || number > INT_MAX)
-    return EINVAL;
+  *number = strtoll(text, &end, 10);
+  const bool valid =
+      text[0] >= '0' && text[0] <= '9' && *end == '\0' && errno == 0 && *number <= max;
+  return valid ? 0 : EINVAL;
+}
+
+// 0 or an errno: EINVAL if there is no such user.
+int find_user(const char *name, uid_t *user) {
+  char strings[4096];
+  passwd entry;
+  passwd *found = nullptr;
+  const int error = getpwnam_r(name, &entry, strings, sizeof strings, &found);
+  if (found == nullptr)
+    return error != 0 ? error : EINVAL;
+  *user = entry.pw_uid;
+  return 0;
+}
+
+int read_milliseconds(const char *name, int when_unset, int *value) {
+  const char *text = environment(name);
+  long long number = when_unset;
+  const int error = text == nullptr ? 0 : parse_number(text, INT_MAX, &number);
   *value = static_cast<int>(number);
+  return error;
+}
+
+// The user that a variable gives by number or name; kNoUser if the variable is unset.
+int read_user(const char *name, uid_t *user) {
+  const char *text = environment(name);
+  long long number = kNoUser;
+  const int error = text == nullptr ? 0 : parse_number(text, kNoUser - 1, &number);
+  *user = static_cast<uid_t>(number);
+  return error == 0 ? 0 : find_user(text, user);
+}
+
+int read_environment(Settings &read) {
+  const int errors[] = {
+      read_milliseconds("MORVANE_SWITCH_WAIT", kDefaultWait, &read.wait),
+      read_milliseconds("MORVANE_SWITCH_TIMEOUT", 0, &read.timeout),
+      read_user("MORVANE_SWITCH_USER", &read.user),
+  };
+  for (const int error : errors) {
+    if (error != 0)
+      return error;
+  }
   return 0;
 }
 
@@ -73,18 +126,16 @@ const Settings &known_settings() {
   if (settings.known)
     return settings;
   settings.known = true;
-  const char *address = secure_getenv("MORVANE_SWITCH");
-  settings.remote = address != nullptr && address[0] != '\0';
+  const char *address = environment("MORVANE_SWITCH");
+  settings.remote = address != nullptr;
   settings.address_error = settings.remote ? parse_address(address, &settings.address) : 0;
-  const int wait_error = milliseconds("MORVANE_SWITCH_WAIT", kDefaultWait, &settings.wait);
-  const int timeout_error = milliseconds("MORVANE_SWITCH_TIMEOUT", 0, &settings.timeout);
-  settings.number_error = wait_error != 0 ? wait_error : timeout_error;
+  settings.environment_error = read_environment(settings);
   return settings;
 }
 
 int settings_error() {
   const Settings &known = known_settings();
-  return known.number_error != 0 ? known.number_error : known.address_error;
+  return known.environment_error != 0 ? known.environment_error : known.address_error;
 }
 
 int64_t now() {
@@ -108,14 +159,13 @@ int wait_for(int fd, short events, int64_t deadline) {
   }
 }
 
-// Whether that is how a service which has gone away shows; or a socket that is closed behind our
-// back.
+// Whether the service has gone away, or the program has closed our socket.
 bool is_gone(int error) {
   return error == EPIPE || error == ECONNRESET || error == ENOTCONN || error == EBADF ||
          error == ENOTSOCK;
 }
 
-// Bytes on their way, in two parts.
+// A header and a body that are sent or received in as many steps as it takes.
 struct Transfer {
   iovec parts[2];
   size_t done;
@@ -137,9 +187,9 @@ ssize_t send_some(int fd, msghdr *message, int flags) {
   return sendmsg(fd, message, flags | MSG_NOSIGNAL);
 }
 
-// Moves bytes until at least so many are done; 0 or an errno.
-int move(Mover mover, short events, int fd, Transfer &transfer, size_t least, int64_t deadline) {
-  while (transfer.done < least) {
+// Sends or receives until at least min bytes are done; 0 or an errno.
+int move(Mover mover, short events, int fd, Transfer &transfer, size_t min, int64_t deadline) {
+  while (transfer.done < min) {
     msghdr message = {};
     message.msg_iov = transfer.parts;
     message.msg_iovlen = 2;
@@ -162,12 +212,12 @@ int send_all(int fd, Transfer &transfer, size_t length, int64_t deadline) {
   return move(send_some, POLLOUT, fd, transfer, length, deadline);
 }
 
-int receive(int fd, Transfer &transfer, size_t least, int64_t deadline) {
-  return move(recvmsg, POLLIN, fd, transfer, least, deadline);
+int receive(int fd, Transfer &transfer, size_t min, int64_t deadline) {
+  return move(recvmsg, POLLIN, fd, transfer, min, deadline);
 }
 
-// Whether the connection's number is still our socket's: a process that puts itself into the
-// background closes all that it finds open, and its next files take the numbers.
+// Whether the descriptor is still our socket: a process that puts itself into the background closes
+// all its descriptors, and its next files get the same numbers.
 bool owns_descriptor(const Connection &of) {
   struct stat now_open = {};
   return of.fd >= 0 && fstat(of.fd, &now_open) == 0 && now_open.st_dev == of.device &&
@@ -180,8 +230,19 @@ void disconnect(Connection &which) {
   which.fd = -1;
 }
 
-// The hellos cross. That of the service also comes where it does not take ours.
-int exchange_hellos(int fd, int64_t deadline, bool *turned_away) {
+// Whether the process that listens may serve this one: an outsider could have taken the address
+// first, to receive the writes and to forge the reads.
+bool is_trusted(int fd) {
+  ucred service = {};
+  socklen_t length = sizeof service;
+  if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &service, &length) != 0)
+    return false;
+  return service.uid == 0 || service.uid == geteuid() || service.uid == settings.user;
+}
+
+// Each side sends its hello without waiting for the other's. The service's hello can be received
+// even if ours cannot be sent.
+int exchange_hellos(int fd, int64_t deadline, bool *received_hello) {
   Hello mine = {kMagic, kVersion, kFeatures, 0, 0};
   Hello other = {};
   Transfer sent = {{{&mine, sizeof mine}, {}}, 0};
@@ -189,16 +250,19 @@ int exchange_hellos(int fd, int64_t deadline, bool *turned_away) {
   Transfer received = {{{&other, sizeof other}, {}}, 0};
   if (const int error = receive(fd, received, sizeof other, deadline))
     return error;
-  *turned_away = true;
+  *received_hello = true;
   if (other.magic != kMagic)
     return EPROTO;
   if (other.version != kVersion)
     return EPROTONOSUPPORT;
+  if (!is_errno_or_zero(other.error_number))
+    return EPROTO;
   connection.max_record = other.max_record;
   return other.error_number;
 }
 
-// A process that has closed a standard stream goes on using its number.
+// The number is above those of the standard streams: a process that has closed one may still write
+// to its number.
 int make_socket() {
   const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (made < 0 || made > STDERR_FILENO)
@@ -210,22 +274,24 @@ int make_socket() {
   return fd;
 }
 
-// Connects once. Sets again where the service may soon be there, or have room in its queue. An
-// initialisation that finds no card is final, and so the first connection waits for a service that
-// is being started; later ones do not.
+// Connects once. Sets again if the service may soon be there, or have room in its queue. The first
+// connection waits for a service that is being started, because a library that finds no card does
+// not look again; later connections do not wait.
 int open_connection(int64_t hello_deadline, bool *again) {
   const int fd = make_socket();
   if (fd < 0)
     return errno;
   int error = 0;
-  bool turned_away = false;
+  bool received_hello = false;
   if (connect(fd, settings.address.get(), settings.address.length) != 0) {
     error = errno;
     *again =
         error == EAGAIN || (!connection.was_open && (error == ENOENT || error == ECONNREFUSED));
+  } else if (!is_trusted(fd)) {
+    error = EACCES;
   } else {
-    error = exchange_hellos(fd, hello_deadline, &turned_away);
-    *again = error == ECONNRESET && !turned_away && !connection.was_open;
+    error = exchange_hellos(fd, hello_deadline, &received_hello);
+    *again = error == ECONNRESET && !received_hello && !connection.was_open;
   }
   struct stat opened = {};
   if (error == 0 && (fcntl(fd, F_SETFL, 0) != 0 || fstat(fd, &opened) != 0))
@@ -234,8 +300,9 @@ int open_connection(int64_t hello_deadline, bool *again) {
     close(fd);
     return error;
   }
+  madvise(&per_process, sizeof per_process, MADV_WIPEONFORK);
+  per_process.connected = getpid();
   connection.fd = fd;
-  connection.process = getpid();
   connection.device = opened.st_dev;
   connection.inode = opened.st_ino;
   connection.was_open = true;
@@ -262,28 +329,31 @@ int connect_to(const char *address) {
   return error != 0 ? error : connect_to_service();
 }
 
-// A child of fork() has a connection of its own: its parent's answers are not for it.
+// A forked process makes its own connection: the answers on its parent's are not for it.
 int ensure_connection() {
-  if (connection.process == getpid() && owns_descriptor(connection))
+  if (per_process.connected == getpid() && owns_descriptor(connection))
     return 0;
   disconnect(connection);
   return connect_to_service();
 }
 
-bool reserve(uint32_t size) {
-  if (size <= buffer.size)
+// Makes room in the buffer for a body and one byte after it.
+bool reserve(uint32_t body_length) {
+  if (body_length < buffer.size)
     return true;
-  void *bytes = realloc(buffer.bytes, size);
+  if (body_length > INT_MAX)
+    return false;
+  void *bytes = realloc(buffer.bytes, body_length + size_t{1});
   if (bytes == nullptr)
     return false;
-  buffer.bytes = bytes;
-  buffer.size = size;
+  buffer = {bytes, body_length + size_t{1}};
   return true;
 }
 
-// Receives the answer, its body into the buffer; 0 or an errno.
+// Receives the answer, its body into the buffer; 0 or an errno. Asks for one byte more than the
+// answer has, so that surplus bytes fail this request and not the next one.
 int receive_answer(const Header &request, uint32_t expected, Header &answer, int64_t deadline) {
-  Transfer transfer = {{{&answer, sizeof answer}, {buffer.bytes, expected}}, 0};
+  Transfer transfer = {{{&answer, sizeof answer}, {buffer.bytes, expected + size_t{1}}}, 0};
   if (const int error = receive(connection.fd, transfer, sizeof answer, deadline))
     return error;
   if (!is_valid_reply(answer, request))
@@ -291,13 +361,18 @@ int receive_answer(const Header &request, uint32_t expected, Header &answer, int
   if (answer.length > expected) {
     if (!reserve(answer.length))
       return ENOMEM;
-    transfer.parts[1] = {buffer.bytes, answer.length};
+    const size_t received = transfer.done - sizeof answer;
+    transfer.parts[1] = {static_cast<char *>(buffer.bytes) + received,
+                         answer.length + size_t{1} - received};
   }
-  return receive(connection.fd, transfer, sizeof answer + answer.length, deadline);
+  const size_t length = sizeof answer + answer.length;
+  if (const int error = receive(connection.fd, transfer, length, deadline))
+    return error;
+  return transfer.done == length && is_valid_body(answer, buffer.bytes) ? 0 : EPROTO;
 }
 
-// Sends a request and receives its answer, expected to have at most so long a body. 0 or an errno;
-// the connection is closed with each failure, so that a late answer finds nobody.
+// Sends a request and receives its answer, whose body is expected to have at most so many bytes. 0
+// or an errno; a failure closes the connection, so that a late answer is never received.
 int exchange(Header &request, const void *body, uint32_t expected, Header &answer) {
   const int64_t deadline = settings.timeout > 0 ? now() + settings.timeout : kNever;
   Transfer sent = {{{&request, sizeof request}, {const_cast<void *>(body), request.length}}, 0};
@@ -305,15 +380,14 @@ int exchange(Header &request, const void *body, uint32_t expected, Header &answe
   int error = cut;
   if (cut != 0 && sent.done == 0)
     error = is_gone(cut) ? ENOTCONN : cut;
-  else if (cut == 0 || is_gone(cut))  // who refuses a record before all of it has come says so
+  else if (cut == 0 || is_gone(cut))  // a service that refuses a long record answers before its end
     error = receive_answer(request, expected, answer, deadline);
   if (cut != 0 || error != 0)
     disconnect(connection);
   return error;
 }
 
-// The same with what comes before: a connection, which is made anew where the request did not
-// leave.
+// The same on a connection, which is made again if nothing of the request was sent.
 int deliver(Header request, const void *body, uint32_t expected, Header &answer) {
   if (const int error = settings_error())
     return error;

@@ -1,8 +1,8 @@
-// The client side of a switch in a process of its own: one connection of this process to morvaned,
-// made when the first request needs it and made anew when it is gone. Needs the C library alone.
+// The client side of a shared switch: one connection of this process to morvaned, made by the first
+// request and made again after it is lost. Needs only the C library.
 //
-// No request is sent twice: what fails before a byte of it was sent may connect again, what fails
-// behind that is reported, its outcome unknown.
+// No request is sent twice. If no byte of a request was sent, the client may connect again; a later
+// failure is reported, and the outcome is unknown.
 #ifndef REMOTE_CLIENT_H
 #define REMOTE_CLIENT_H
 
@@ -15,14 +15,14 @@ namespace remote {
 // How a request ends.
 struct Outcome {
   int result;
-  int error_number;  // where the result is negative
+  int error_number;  // if the result is negative
 };
 
-// Whether the switch is in another process: MORVANE_SWITCH or use_switch_at() names it.
+// Whether the switch is in another process, which MORVANE_SWITCH or use_switch_at() names.
 bool is_remote();
 
-// Connects to the service at this address, and sends all requests there from now on; null puts the
-// switch back into this process. 0 or an errno; a failure leaves all as it was.
+// Connects to the service at this address and sends all later requests to it; null returns to the
+// switch in this process. 0 or an errno; a failure changes nothing.
 int use_switch_at(const char *address);
 
 // A service call: the answer is left in the record.

@@ -31,6 +31,18 @@ void open_library(const std::string &path, const std::string &hint) {
     throw UsageError("no platform: " + std::string(dlerror()) + hint);
 }
 
+// What to look at if there is no switch.
+const char *hint(int error) {
+  switch (error) {
+    case EINVAL:
+      return " (its address, MORVANE_SWITCH_WAIT, MORVANE_SWITCH_TIMEOUT or MORVANE_SWITCH_USER)";
+    case EACCES:
+      return " (if the service belongs to another user, set MORVANE_SWITCH_USER)";
+    default:
+      return "";
+  }
+}
+
 Forwarded functions;
 
 }  // namespace
@@ -76,10 +88,8 @@ void connect_to_switch(const std::string &address) {
   const int error = control<decltype(vp_connect)>("vp_connect")(named.c_str());
   if (error == EAGAIN)
     throw OperationFailed("the switch at " + named + " has as many clients as it takes");
-  const char *const hint =
-      error == EINVAL ? " (its address, MORVANE_SWITCH_WAIT or MORVANE_SWITCH_TIMEOUT)" : "";
   if (error != 0)
-    throw OperationFailed("no switch at " + named + ": " + std::strerror(error) + hint);
+    throw OperationFailed("no switch at " + named + ": " + std::strerror(error) + hint(error));
 }
 
 void *platform_symbol(const char *name) {
