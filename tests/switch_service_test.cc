@@ -411,10 +411,14 @@ TEST_F(SwitchService, tries_again_a_service_that_ends_before_its_hello_and_ends_
     close(socket);
   });
   EXPECT_EQ(in_child([] { return write_register(1); }), EBUSY);
+  shutdown(listener, SHUT_RDWR);
   service.join();
+  unlink(address_.c_str());
+  const int silent = listen_here();
   setenv("MORVANE_SWITCH_TIMEOUT", "1", 1);
   EXPECT_EQ(in_child([] { return write_register(1); }), ETIMEDOUT);
   close(listener);
+  close(silent);
 }
 
 TEST_F(SwitchService, accepts_a_service_of_root_of_its_own_user_and_of_the_user_that_is_named) {
