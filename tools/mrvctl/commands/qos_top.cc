@@ -17,7 +17,7 @@ constexpr size_t kPlainWidth = 80;
 constexpr size_t kPage = 10;  // rows that a page key passes
 
 struct TopArgs {
-  SortKey interest = SortKey::kDrops;
+  SortKey sort_key = SortKey::kDrops;
   double interval = 1;
   bool once = false;
   uint32_t opts = 0;
@@ -29,7 +29,7 @@ class Top {
   Top(Session &session, const TopArgs &args)
       : session_(session),
         opts_(args.opts),
-        view_({session.module, session.asic, args.interval, args.interest, {}, 0}) {
+        view_({session.module, session.asic, args.interval, args.sort_key, {}, 0}) {
     for (const PortReading &reading : read_ports(session, {}, args.opts)) {
       view_.rows.push_back({{reading.type, reading.port, 0, {}}, {}, 0, {}});
       note(view_.rows.back(), reading);
@@ -49,8 +49,8 @@ class Top {
     sort();
   }
 
-  void sort_by(SortKey interest) {
-    view_.interest = interest;
+  void sort_by(SortKey key) {
+    view_.sort_key = key;
     sort();
   }
 
@@ -85,7 +85,7 @@ class Top {
   void sort() {
     const std::optional<PortReading> chosen =
         view_.rows.empty() ? std::nullopt : std::optional(view_.rows[view_.chosen].reading);
-    sort_rows(view_.rows, view_.interest);
+    sort_rows(view_.rows, view_.sort_key);
     if (follows_first_ || !chosen)
       return;
     const auto place = std::find_if(view_.rows.begin(), view_.rows.end(), [&](const PortRow &row) {
@@ -193,7 +193,7 @@ void run_top(Session &session, const TopArgs &args) {
 
 void describe_top(Arguments &arguments, TopArgs &args) {
   arguments
-      .parsed("--sort", args.interest, parse_sort_key,
+      .parsed("--sort", args.sort_key, parse_sort_key,
               "What comes first: drops (if left out), pause or writes")
       .type_name("WHAT");
   describe_interval(arguments, "--interval", args.interval,

@@ -24,7 +24,7 @@ enum Key : int {
 };
 
 // A terminal in the hands of a view: another screen, no cursor, keys as they are pressed, and
-// nothing else printed on it. ^C is noted (base/interrupt.h), a second one ends the process. It is
+// nothing else printed on it. ^C is noted (output/signals.h), a second one ends the process. It is
 // given back when the object goes, and before a signal ends or stops the process; a process that
 // goes on takes it again. At most one lives at a time.
 class Terminal {

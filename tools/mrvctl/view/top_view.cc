@@ -15,63 +15,82 @@
 namespace mrvctl {
 namespace {
 
-// Frames of a port, in all or a second.
-struct PortRates {
-  double writes = 0;
-  double reads = 0;
-  double discards = 0;
-  double n2h = 0;
-  double h2n = 0;
-  double pfc = 0;
-  double pause = 0;
-  double errors = 0;
-  double multicast = 0;
-  double flushes = 0;
-  double timeouts = 0;
+using Stats = kel_asic_qos_stats_t;
 
-  // What is discarded and what a direction drops may be the same frames.
-  double dropped() const { return std::max(discards, n2h + h2n); }
+// Sums may exceed 64 bits.
+double sum(const kel_asic_counter_t *values, size_t count) {
+  double total = 0;
+  for (size_t i = 0; i < count; ++i)
+    total += static_cast<double>(values[i]);
+  return total;
+}
 
-  // The part of the writes that was dropped, 0 to 1.
-  double share() const {
-    return dropped() == 0 ? 0 : std::min(dropped() / std::max(writes, 1e-9), 1.0);
-  }
+double writes(const Stats &stats) {
+  return sum(stats.ss_dhs.wr_rcvd_cnt, kClasses);
+}
+
+double discards(const Stats &stats) {
+  return sum(&stats.ss_dhs.wr_discard_cnt, 1);
+}
+
+double drops_n2h(const Stats &stats) {
+  return sum(stats.drops.n2h_drops[0], kGridCells);
+}
+
+double drops_h2n(const Stats &stats) {
+  return sum(stats.drops.h2n_drops[0], kGridCells);
+}
+
+// Discarded frames and the drops of a direction may be the same frames.
+double drops(const Stats &stats) {
+  return std::max(discards(stats), drops_n2h(stats) + drops_h2n(stats));
+}
+
+// The part of the writes that was dropped, 0 to 1.
+double dropped_share(const Stats &stats) {
+  return std::min(drops(stats) / std::max(writes(stats), 1.0), 1.0);
+}
+
+double pfc(const Stats &stats) {
+  return sum(&stats.pause.rx_pfc_cnt, 1) + sum(&stats.pause.tx_pfc_cnt, 1);
+}
+
+double pause_frames(const Stats &stats) {
+  const kel_asic_qos_pause_stats_t &pause = stats.pause;
+  return sum(&pause.rx_xoff_cnt, 1) + sum(&pause.rx_xon_cnt, 1) + sum(&pause.tx_xoff_cnt, 1) +
+         sum(&pause.tx_xon_cnt, 1);
+}
+
+// The columns of rates; the last ones show if there is room.
+struct RateColumn {
+  const char *heading;
+  const char *key;  // in an object
+  Counts counts;
+  double (*count)(const Stats &);
 };
 
-// In all they may be more than 64 bits hold.
-double sum(const kel_asic_counter_t *values, size_t count) {
-  double all = 0;
-  for (size_t i = 0; i < count; ++i)
-    all += static_cast<double>(values[i]);
-  return all;
-}
-
-PortRates activity(const kel_asic_qos_stats_t &stats, double seconds) {
-  const auto per_second = [seconds](double count) { return count / seconds; };
-  const auto &[pause, ss_dhs, oq, drops] = stats;
-  PortRates all;
-  all.writes = per_second(sum(ss_dhs.wr_rcvd_cnt, kClasses));
-  all.reads = per_second(sum(ss_dhs.rd_sent_cnt, kClasses));
-  all.discards = per_second(sum(&ss_dhs.wr_discard_cnt, 1));
-  all.n2h = per_second(sum(drops.n2h_drops[0], kGridCells));
-  all.h2n = per_second(sum(drops.h2n_drops[0], kGridCells));
-  all.pfc = per_second(sum(&pause.rx_pfc_cnt, 1) + sum(&pause.tx_pfc_cnt, 1));
-  all.pause = per_second(sum(&pause.rx_xoff_cnt, 1) + sum(&pause.rx_xon_cnt, 1) +
-                         sum(&pause.tx_xoff_cnt, 1) + sum(&pause.tx_xon_cnt, 1));
-  all.errors = per_second(sum(&ss_dhs.wr_rcvd_err_cnt, 1));
-  all.multicast = per_second(sum(&ss_dhs.wr_discard_mcast_cnt, 1));
-  all.flushes = per_second(sum(&oq.flush_cnt, 1));
-  all.timeouts = per_second(sum(&oq.tout_cnt, 1));
-  return all;
-}
+constexpr RateColumn kColumns[] = {
+    {"WRITES", "writes", Counts::kFrames, writes},
+    {"READS", "reads", Counts::kFrames,
+     [](const Stats &stats) { return sum(stats.ss_dhs.rd_sent_cnt, kClasses); }},
+    {"DISC", "discards", Counts::kDrops, discards},
+    {"N2H", "drops_n2h", Counts::kDrops, drops_n2h},
+    {"H2N", "drops_h2n", Counts::kDrops, drops_h2n},
+    {"PFC", "pfc", Counts::kFrames, pfc},
+    {"PAUSE", "pause", Counts::kFrames, pause_frames},
+    {"ERRORS", "errors", Counts::kFrames,
+     [](const Stats &stats) { return sum(&stats.ss_dhs.wr_rcvd_err_cnt, 1); }},
+    {"MCAST", "multicast_discards", Counts::kDrops,
+     [](const Stats &stats) { return sum(&stats.ss_dhs.wr_discard_mcast_cnt, 1); }},
+    {"FLUSH", "flushes", Counts::kFrames,
+     [](const Stats &stats) { return sum(&stats.oq.flush_cnt, 1); }},
+    {"TIMEOUT", "timeouts", Counts::kFrames,
+     [](const Stats &stats) { return sum(&stats.oq.tout_cnt, 1); }},
+};
 
 // Before there is a rate, the totals.
 double divisor(const PortRow &row) {
   return row.seconds > 0 ? row.seconds : 1;
-}
-
-PortRates activity(const PortRow &row) {
-  return activity(row.delta, divisor(row));
 }
 
 bool failed(const PortRow &row) {
@@ -83,44 +102,23 @@ bool in_xoff(const PortRow &row) {
   return pause.rx_xoff_status != 0 || pause.tx_xoff_status != 0;
 }
 
-double amount(const PortRates &all, SortKey interest) {
-  switch (interest) {
+double sort_value(const Stats &stats, SortKey key) {
+  switch (key) {
     case SortKey::kPause:
-      return all.pfc + all.pause;
+      return pfc(stats) + pause_frames(stats);
     case SortKey::kWrites:
-      return all.writes;
+      return writes(stats);
     default:
-      return all.dropped();
+      return drops(stats);
   }
 }
-
-// The columns of rates; those at the end show where there is room.
-struct Column {
-  const char *heading;
-  double PortRates::*rate;
-  Counts counts;
-};
-
-constexpr Column kColumns[] = {
-    {"WRITES", &PortRates::writes, Counts::kFrames},
-    {"READS", &PortRates::reads, Counts::kFrames},
-    {"DISC", &PortRates::discards, Counts::kDrops},
-    {"N2H", &PortRates::n2h, Counts::kDrops},
-    {"H2N", &PortRates::h2n, Counts::kDrops},
-    {"PFC", &PortRates::pfc, Counts::kFrames},
-    {"PAUSE", &PortRates::pause, Counts::kFrames},
-    {"ERRORS", &PortRates::errors, Counts::kFrames},
-    {"MCAST", &PortRates::multicast, Counts::kDrops},
-    {"FLUSH", &PortRates::flushes, Counts::kFrames},
-    {"TIMEOUT", &PortRates::timeouts, Counts::kFrames},
-};
 
 constexpr size_t kMinColumns = 7;
 constexpr size_t kColumnWidth = 8;
 constexpr int kPortWidth = 8;
 constexpr size_t kXoffWidth = 7;
 constexpr size_t kMinBar = 4;
-constexpr size_t kLongestBar = 24;
+constexpr size_t kMaxBar = 24;
 constexpr size_t kShareWidth = 4;  // "100%"
 
 // How the width is shared out.
@@ -136,7 +134,7 @@ Layout layout_for(size_t width) {
          rest + (layout.columns + 1) * kColumnWidth <= width)
     ++layout.columns;
   const size_t used = rest + layout.columns * kColumnWidth;
-  layout.bar += width > used ? std::min(width - used, kLongestBar - kMinBar) : 0;
+  layout.bar += width > used ? std::min(width - used, kMaxBar - kMinBar) : 0;
   return layout;
 }
 
@@ -182,15 +180,15 @@ std::string row_line(const PortRow &row, const Layout &layout, bool chosen, bool
       format("%c %-*s", chosen ? '>' : ' ', kPortWidth - 2, port_name(row.reading).c_str());
   if (failed(row))
     return name + " " + result_text(row.reading.result);
-  const PortRates all = activity(row);
   std::string text = name;
   for (size_t i = 0; i < layout.columns; ++i)
-    text += number_cell(all.*kColumns[i].rate, kColumnWidth, kColumns[i].counts, colours);
+    text += number_cell(kColumns[i].count(row.delta) / divisor(row), kColumnWidth,
+                        kColumns[i].counts, colours);
   const kel_asic_qos_pause_stats_t &pause = row.reading.stats.pause;
   const std::string xoff = format("  %-2s %-2s", pause.rx_xoff_status != 0 ? "rx" : "",
                                   pause.tx_xoff_status != 0 ? "tx" : "");
   return text + (colours && in_xoff(row) ? styled("35", xoff) : xoff) +
-         bar_text(all.share(), layout.bar, colours);
+         bar_text(dropped_share(row.delta), layout.bar, colours);
 }
 
 constexpr size_t kClassLines = 7;
@@ -213,22 +211,26 @@ std::vector<std::string> class_lines(const PortRow &row, bool colours) {
       sums[i % kClasses] += static_cast<double>(values[i]) / seconds;
     return sums;
   };
-  const auto &[pause, ss_dhs, oq, drops] = row.delta;
+  const Stats &delta = row.delta;
   std::string heading =
       format("%-*s", kClassLabelWidth, (port_name(row.reading) + ", class").c_str());
   for (size_t i = 0; i < kClasses; ++i)
     heading += format("%*zu", static_cast<int>(kColumnWidth), i);
-  return {heading,
-          class_line("  writes", rates(ss_dhs.wr_rcvd_cnt, 1), Counts::kFrames, colours),
-          class_line("  reads", rates(ss_dhs.rd_sent_cnt, 1), Counts::kFrames, colours),
-          class_line("  drops n2h", rates(drops.n2h_drops[0], kDropRows), Counts::kDrops, colours),
-          class_line("  drops h2n", rates(drops.h2n_drops[0], kDropRows), Counts::kDrops, colours),
-          class_line("  XOFF received", rates(pause.rx_pfc_xoff_cnt, 1), Counts::kFrames, colours),
-          class_line("  XOFF sent", rates(pause.tx_pfc_xoff_cnt, 1), Counts::kFrames, colours)};
+  return {
+      heading,
+      class_line("  writes", rates(delta.ss_dhs.wr_rcvd_cnt, 1), Counts::kFrames, colours),
+      class_line("  reads", rates(delta.ss_dhs.rd_sent_cnt, 1), Counts::kFrames, colours),
+      class_line("  drops n2h", rates(delta.drops.n2h_drops[0], kDropRows), Counts::kDrops,
+                 colours),
+      class_line("  drops h2n", rates(delta.drops.h2n_drops[0], kDropRows), Counts::kDrops,
+                 colours),
+      class_line("  XOFF received", rates(delta.pause.rx_pfc_xoff_cnt, 1), Counts::kFrames,
+                 colours),
+      class_line("  XOFF sent", rates(delta.pause.tx_pfc_xoff_cnt, 1), Counts::kFrames, colours)};
 }
 
-const char *interest_text(SortKey interest) {
-  switch (interest) {
+const char *sort_key_text(SortKey key) {
+  switch (key) {
     case SortKey::kPause:
       return "pause";
     case SortKey::kWrites:
@@ -243,7 +245,7 @@ std::string title_line(const TopView &view) {
                                  [](const PortRow &row) { return row.seconds > 0; });
   return format(
       "module %u, ASIC %u  %zu ports by %s  %s", view.module, view.asic, view.rows.size(),
-      interest_text(view.interest),
+      sort_key_text(view.sort_key),
       rates ? format("frames a second, every %g s", view.interval).c_str() : "frames in all");
 }
 
@@ -256,29 +258,32 @@ std::pair<size_t, size_t> visible_rows(const TopView &view, size_t room) {
   return {first, first + room};
 }
 
-// What makes a row come before others, the weightiest first: between ports of one rate what there
-// was before, and then whatever else moves.
-std::array<double, 7> weights(const PortRow &row, SortKey interest) {
-  const PortRates now = activity(row);
-  return {failed(row) ? 1.0 : 0.0,      interest == SortKey::kPause && in_xoff(row) ? 1.0 : 0.0,
-          amount(now, interest),        amount(activity(row.reading.stats, 1), interest),
-          amount(now, SortKey::kDrops), amount(now, SortKey::kPause),
-          amount(now, SortKey::kWrites)};
+// What makes a row come before others, the weightiest first: if the rates are equal, the totals,
+// and then other traffic.
+std::array<double, 7> weights(const PortRow &row, SortKey key) {
+  const auto rate = [&row](SortKey by) { return sort_value(row.delta, by) / divisor(row); };
+  return {failed(row) ? 1.0 : 0.0,
+          key == SortKey::kPause && in_xoff(row) ? 1.0 : 0.0,
+          rate(key),
+          sort_value(row.reading.stats, key),
+          rate(SortKey::kDrops),
+          rate(SortKey::kPause),
+          rate(SortKey::kWrites)};
 }
 
 }  // namespace
 
 SortKey parse_sort_key(const std::string &text) {
-  for (const SortKey interest : {SortKey::kDrops, SortKey::kPause, SortKey::kWrites}) {
-    if (lower_case(text) == interest_text(interest))
-      return interest;
+  for (const SortKey key : {SortKey::kDrops, SortKey::kPause, SortKey::kWrites}) {
+    if (lower_case(text) == sort_key_text(key))
+      return key;
   }
   throw UsageError("'" + text + "' is none of drops, pause, writes");
 }
 
-void sort_rows(std::vector<PortRow> &rows, SortKey interest) {
-  std::stable_sort(rows.begin(), rows.end(), [interest](const PortRow &a, const PortRow &b) {
-    return weights(a, interest) > weights(b, interest);
+void sort_rows(std::vector<PortRow> &rows, SortKey key) {
+  std::stable_sort(rows.begin(), rows.end(), [key](const PortRow &a, const PortRow &b) {
+    return weights(a, key) > weights(b, key);
   });
 }
 
@@ -317,33 +322,24 @@ std::vector<std::string> top_lines(const TopView &view, size_t width, size_t hei
 Json top_json(const TopView &view) {
   Json ports = Json::array();
   for (const PortRow &row : view.rows) {
-    const PortRates all = activity(row);
     const bool rates = !failed(row) && row.seconds > 0;
     Json port = {{"port_type", port_type_text(row.reading.type)},
                  {"port", row.reading.port},
                  {"up", !failed(row)},
                  {"xoff_receive", row.reading.stats.pause.rx_xoff_status != 0},
                  {"xoff_transmit", row.reading.stats.pause.tx_xoff_status != 0},
-                 {"dropped_share", rates ? Json(all.share()) : Json()},
+                 {"dropped_share", rates ? Json(dropped_share(row.delta)) : Json()},
                  {"rates", Json()}};
-    if (rates)
-      port["rates"] = {{"writes", all.writes},
-                       {"reads", all.reads},
-                       {"discards", all.discards},
-                       {"drops_n2h", all.n2h},
-                       {"drops_h2n", all.h2n},
-                       {"pfc", all.pfc},
-                       {"pause", all.pause},
-                       {"errors", all.errors},
-                       {"multicast_discards", all.multicast},
-                       {"flushes", all.flushes},
-                       {"timeouts", all.timeouts}};
+    for (const RateColumn &column : kColumns) {
+      if (rates)
+        port["rates"][column.key] = column.count(row.delta) / row.seconds;
+    }
     ports.push_back(port);
   }
   return {{"command", "qos top"},
           {"module", view.module},
           {"asic", view.asic},
-          {"sort", interest_text(view.interest)},
+          {"sort", sort_key_text(view.sort_key)},
           {"ports", ports}};
 }
 

@@ -1,4 +1,4 @@
-// All ports of an ASIC, a row each, most interesting first, and the classes of one of them.
+// All ports of an ASIC, one row per port, sorted, and the classes of one of them.
 #ifndef MRVCTL_TOP_VIEW_H
 #define MRVCTL_TOP_VIEW_H
 
@@ -12,7 +12,7 @@
 
 namespace mrvctl {
 
-// What makes a port interesting.
+// What the ports are sorted by.
 enum class SortKey { kDrops, kPause, kWrites };
 
 // "drops", "pause" or "writes". Throws UsageError.
@@ -32,13 +32,13 @@ struct TopView {
   uint32_t module;
   uint32_t asic;
   double interval;
-  SortKey interest;
+  SortKey sort_key;
   std::vector<PortRow> rows;  // in the order of the view
   size_t chosen;              // the row whose classes are shown
 };
 
-// Ports that failed come first, then those of most interest; others stay as they were.
-void sort_rows(std::vector<PortRow> &rows, SortKey interest);
+// Ports that failed come first, then those with the largest values; others stay as they were.
+void sort_rows(std::vector<PortRow> &rows, SortKey key);
 
 // The lines of the view, each as wide as it fits; `height` is 0 where all rows are to be shown.
 std::vector<std::string> top_lines(const TopView &view, size_t width, size_t height, bool colours);
