@@ -64,13 +64,6 @@ void describe_options(Arguments &arguments, Options &options) {
   arguments.number<uint32_t>("--asic", options.asic, "ASIC number; 0 if left out", 0, 255);
 }
 
-// The script as far as it is read before anything runs.
-Script script_of(Runner &runner, Parser &parser, Session &session, const Options &options) {
-  if (options.script.empty() || (is_typed(options.script) && !options.dry_run))
-    return {options.script, {}};
-  return read_script(runner, parser, session, options.script);
-}
-
 // What the command line has from the command on.
 std::string shown_command(const std::string &name, int argc, char **argv) {
   const std::vector<std::string> words(argv, argv + argc);
@@ -78,18 +71,11 @@ std::string shown_command(const std::string &name, int argc, char **argv) {
   return join({std::find(words.begin(), words.end(), first), words.end()}, " ");
 }
 
-void show_dry_run(Session &session, const std::string &name, size_t commands) {
+void show_dry_run(Session &session, const Script &script) {
+  const size_t count = script.lines.size();
   session.report.result(
-      {{"command", "dry-run"}, {"script", name}, {"commands", commands}},
-      name + ": " + count_text(commands, "command", "commands") + ", nothing is run\n");
-}
-
-void run_command(Runner &runner, Session &session, const Command &command,
-                 const std::string &shown) {
-  runner.run({}, shown, [&] {
-    session.set_command(command.name);
-    command.run(session);
-  });
+      {{"command", "dry-run"}, {"script", script.name}, {"commands", count}},
+      script.name + ": " + count_text(count, "command", "commands") + ", nothing is run\n");
 }
 
 void initialise(Runner &runner, Session &session, const Options &options, Requires setup) {
@@ -113,31 +99,24 @@ void end(Runner &runner, Session &session) {
   });
 }
 
-// What the options ask for, once it is understood as far as it can be before it runs.
+// Runs the script once all that can be checked before is right.
 void run(Runner &runner, Parser &parser, Session &session, const Options &options,
-         const Command &chosen, const std::string &shown) {
-  if (chosen.check) {
-    session.set_command(chosen.name);
-    runner.run({}, shown, chosen.check);
-  }
-  const Script script = script_of(runner, parser, session, options);
+         const Script &script, Requires setup) {
   if (runner.failed())
     return;
   if (options.dry_run)
-    return show_dry_run(session, chosen.run ? shown : script.name,
-                        chosen.run ? 1 : script.lines.size());
-  initialise(runner, session, options, chosen.setup);
+    return show_dry_run(session, script);
+  initialise(runner, session, options, setup);
   if (runner.failed())
     return;
-  if (chosen.run)
-    run_command(runner, session, chosen, shown);
-  else if (is_typed(options.script))
+  if (is_typed(options.script))
     run_typed_lines(runner, parser, session);
   else
     run_script(runner, session, script, options.keep_going);
   end(runner, session);
 }
 
+// A chosen command is a script of one line.
 int run_and_close(Parser &parser, const Options &options, const Command &chosen,
                   const std::string &shown) {
   Session session;
@@ -149,7 +128,15 @@ int run_and_close(Parser &parser, const Options &options, const Command &chosen,
   session.report.take_standard_output();
   const SignalHandler ending({SIGINT, SIGTERM, SIGHUP, SIGPIPE}, end_by_signal);
   Runner runner(session);
-  run(runner, parser, session, options, chosen, shown);
+  Script script = {shown, {{0, shown, chosen}}};
+  if (chosen.run)
+    runner.run({}, shown, [&] {
+      session.set_command(chosen.name);
+      chosen.check();
+    });
+  else if (!is_typed(options.script) || options.dry_run)
+    script = read_script(runner, parser, session, options.script);
+  run(runner, parser, session, options, script, chosen.setup);
   runner.run({}, "output", [&] {
     if (!session.report.close())
       throw OperationFailed("the results could not be written");

@@ -72,7 +72,8 @@ bool parse_line(Runner &runner, Parser &parser, Session &session, const LineRead
 }
 
 bool run_line(Runner &runner, Session &session, const std::string &name, const ScriptLine &line) {
-  session.set_place(name, line.number);
+  if (line.number > 0)
+    session.set_place(name, line.number);
   return runner.run({name, line.number}, line.shown, [&] {
     session.set_command(line.command.name);
     line.command.run(session);

@@ -14,7 +14,7 @@ namespace mrvctl {
 void add_script_commands(Parser &parser);
 
 struct ScriptLine {
-  int number;
+  int number;         // 0 for the command of the command line
   std::string shown;  // the line, without comments
   Command command;
 };

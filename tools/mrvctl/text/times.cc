@@ -13,8 +13,9 @@ namespace {
 constexpr uint64_t kSecond = 1000000000;
 
 [[noreturn]] void refuse(const std::string &text) {
-  throw UsageError("'" + text +
-                   "' is no time; write it like 2026-11-25 03:00:00, 03:00, -10m or @1764060000");
+  throw UsageError(
+      "'" + text +
+      "' is not a time; write it like 2026-11-25 03:00:00, 03:00, -10m or @1764060000");
 }
 
 std::string date_text(const tm &date, char between) {
@@ -29,9 +30,9 @@ tm local_date(uint64_t ns) {
   return date;
 }
 
-// Seconds with a fraction of up to nine digits.
-uint64_t parse_fraction(const std::string &text, uint64_t highest) {
-  const std::vector<std::string> parts = split(text, '.');
+// Seconds with a fraction of up to nine digits, in a text.
+uint64_t parse_fraction(const std::string &text, const std::string &seconds, uint64_t highest) {
+  const std::vector<std::string> parts = split(seconds, '.');
   uint64_t ns = parse_u64(parts[0], 0, highest) * kSecond;
   if (parts.size() == 1)
     return ns;
@@ -39,13 +40,6 @@ uint64_t parse_fraction(const std::string &text, uint64_t highest) {
     refuse(text);
   return ns + parse_u64("1" + parts[1] + std::string(9 - parts[1].size(), '0'), 0, 2 * kSecond) -
          kSecond;
-}
-
-// A number that stands in digits alone.
-int parse_digits(const std::string &text, uint32_t low, uint32_t high) {
-  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos)
-    refuse(text);
-  return static_cast<int>(parse_number(text, low, high));
 }
 
 uint64_t parse_before_now(const std::string &text) {
@@ -59,29 +53,25 @@ uint64_t parse_before_now(const std::string &text) {
   refuse(text);
 }
 
-// "03:00[:00[.5]]" of a day.
-uint64_t parse_time_of_day(const std::string &text, Clock clock) {
-  const std::vector<std::string> parts = split(text, ':');
-  if (parts.size() < 2 || parts.size() > 3)
-    refuse(text);
-  clock.hour = parse_digits(parts[0], 0, 23);
-  clock.minute = parse_digits(parts[1], 0, 59);
-  return local_moment(clock) + (parts.size() == 3 ? parse_fraction(parts[2], 60) : 0);
-}
-
-uint64_t parse_date_and_time(const std::string &text) {
-  const size_t behind = std::min(text.find_first_of(" T"), text.size());
-  const std::vector<std::string> date = split(text.substr(0, behind), '-');
-  if (date.size() != 3)
-    refuse(text);
-  const Clock day = {parse_digits(date[0], 1970, 2500),
-                     parse_digits(date[1], 1, 12),
-                     parse_digits(date[2], 1, 31),
-                     0,
-                     0,
-                     0};
-  return behind == text.size() ? local_moment(day)
-                               : parse_time_of_day(text.substr(behind + 1), day);
+uint64_t parse_local_time(const std::string &text) {
+  constexpr const char *kPatterns[] = {
+      "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M:%S", "%Y-%m-%d %H:%M", "%Y-%m-%dT%H:%M",
+      "%Y-%m-%d",          "%H:%M:%S",          "%H:%M"};
+  for (const std::string pattern : kPatterns) {
+    tm date = local_date(now_ns());
+    date.tm_hour = date.tm_min = date.tm_sec = 0;
+    date.tm_isdst = -1;
+    const char *const rest = strptime(text.c_str(), pattern.c_str(), &date);
+    const bool has_fraction = rest != nullptr && *rest == '.' && pattern.back() == 'S';
+    if (rest == nullptr || (*rest != '\0' && !has_fraction))
+      continue;
+    const time_t seconds = mktime(&date);
+    if (seconds < 0)
+      break;
+    return static_cast<uint64_t>(seconds) * kSecond +
+           parse_fraction(text, "0" + std::string(rest), 0);
+  }
+  refuse(text);
 }
 
 }  // namespace
@@ -122,30 +112,14 @@ timespec timespec_of(double seconds) {
   return time;
 }
 
-uint64_t local_moment(const Clock &clock) {
-  tm date = {};
-  date.tm_year = clock.year - 1900;
-  date.tm_mon = clock.month - 1;
-  date.tm_mday = clock.day;
-  date.tm_hour = clock.hour;
-  date.tm_min = clock.minute;
-  date.tm_sec = clock.second;
-  date.tm_isdst = -1;
-  const time_t seconds = mktime(&date);
-  return seconds < 0 ? 0 : static_cast<uint64_t>(seconds) * kSecond;
-}
-
 uint64_t parse_moment(const std::string &text) {
   if (text.empty())
     refuse(text);
   if (text[0] == '@')
-    return parse_fraction(text.substr(1), UINT64_MAX / kSecond - 1);
+    return parse_fraction(text, text.substr(1), UINT64_MAX / kSecond - 1);
   if (text[0] == '-')
     return parse_before_now(text);
-  if (text.find('-') != std::string::npos)
-    return parse_date_and_time(text);
-  const tm today = local_date(now_ns());
-  return parse_time_of_day(text, {today.tm_year + 1900, today.tm_mon + 1, today.tm_mday, 0, 0, 0});
+  return parse_local_time(text);
 }
 
 }  // namespace mrvctl

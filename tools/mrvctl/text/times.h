@@ -23,12 +23,6 @@ std::string duration_text(uint64_t ns);
 double monotonic_seconds();
 timespec timespec_of(double seconds);
 
-// Nanoseconds of a local date and time, as it stands on a clock.
-struct Clock {
-  int year, month, day, hour, minute, second;
-};
-uint64_t local_moment(const Clock &clock);
-
 // Reads a moment of local time: "2026-11-25", "2026-11-25 03:00[:00[.5]]", with T in place of the
 // blank, "03:00[:00[.5]]" of today, "-10m" (s, m, h, d) before now, or "@1764060000.5", seconds
 // since 1970. Throws UsageError.
