@@ -5,6 +5,7 @@
 #include "kel_asic_dhs_tables.h"
 #include "kel_asic_intf.h"
 #include "kel_asic_lib_common.h"
+#include "kel_asic_record_kinds.h"
 #include "platform/card_config.h"
 #include "platform/register_map.h"
 #include "platform/system_service.h"
@@ -42,6 +43,7 @@ struct public_types {
   kel_asic_xl_reg_t xl_reg;
   const kel_asic_block_t *block;
   const kel_asic_dhs_row_t *dhs_row;
+  const kel_asic_case_t *service_case;
 };
 
 const struct public_types *public_types(void);

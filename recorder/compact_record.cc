@@ -3,8 +3,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "kel_asic_lib_common.h"
-#include "platform/system_service.h"
+#include "kel_asic_record_kinds.h"
 
 namespace {
 
@@ -18,38 +17,28 @@ uint32_t smaller(uint32_t one, uint32_t other) {
   return one < other ? one : other;
 }
 
-// A field of a record, wherever the record stands.
-uint32_t field(const uint8_t *record, std::size_t offset) {
-  uint32_t value;
-  std::memcpy(&value, record + offset, sizeof value);
-  return value;
-}
-
 uint32_t shape_of(const call_payload &record) {
   if (record.bytes == nullptr)
     return MREC_SHAPE_OTHER;
-  switch (record.case_code) {
-    case SYSSRV_REG_READ_CASE:
-    case SYSSRV_REG_WRITE_CASE:
-    case SYSSRV_SP_TIME_CONFIGURE:
-      return record.length >= register_header ? MREC_SHAPE_REGISTER : MREC_SHAPE_OTHER;
-    case SYSSRV_MEM_WRITE_CASE:
-      return record.length == sizeof(kel_asic_xn_t) &&
-                     field(record.bytes, offsetof(kel_asic_xn_t, num)) <= KEL_ASIC_XN_ENTRIES
+  switch (kel_asic_record_kind(record.case_code, record.length)) {
+    case KEL_ASIC_RECORD_REGISTER:
+    case KEL_ASIC_RECORD_TIMER:
+      return MREC_SHAPE_REGISTER;
+    case KEL_ASIC_RECORD_TRANSACTION:
+      return kel_asic_record_field(record.bytes, offsetof(kel_asic_xn_t, num)) <=
+                     KEL_ASIC_XN_ENTRIES
                  ? MREC_SHAPE_TRANSACTION
                  : MREC_SHAPE_OTHER;
-    case SYSSRV_MEM_READ_CASE:
-      return record.length == sizeof(kel_asic_qos_stats_params_t) ? MREC_SHAPE_QOS
-                                                                  : MREC_SHAPE_OTHER;
+    case KEL_ASIC_RECORD_QOS:
+      return MREC_SHAPE_QOS;
     default:
       return MREC_SHAPE_OTHER;
   }
 }
 
-// The words of a register record: no more than it has room for.
-uint32_t word_count(const call_payload &record) {
-  return smaller(field(record.bytes, offsetof(kel_asic_reg_access_params_t, num)),
-                 (record.length - register_header) / 4);
+// The words of a register record that a request or an answer of this type carries.
+uint32_t word_count(const call_payload &record, uint32_t type, uint32_t type_with_words) {
+  return type == type_with_words ? kel_asic_record_words(record.bytes, record.length) : 0;
 }
 
 compact_record measure_words(uint32_t header, uint32_t words, uint32_t cut_flag) {
@@ -73,12 +62,13 @@ compact_record keep_qos_request(const call_payload &record, uint8_t *to) {
 
 compact_record measure_request(const call_payload &record, uint32_t shape) {
   if (shape == MREC_SHAPE_REGISTER) {
-    const uint32_t words = field(record.bytes, 0) == TYPE_WRITE_DHS ? word_count(record) : 0;
+    const uint32_t words =
+        word_count(record, kel_asic_record_field(record.bytes, 0), TYPE_WRITE_DHS);
     return measure_words(register_header, words, MREC_REQUEST_CUT);
   }
   if (shape == MREC_SHAPE_OTHER)
     return measure_other(record, MREC_REQUEST_CUT);
-  const uint32_t entries = field(record.bytes, offsetof(kel_asic_xn_t, num));
+  const uint32_t entries = kel_asic_record_field(record.bytes, offsetof(kel_asic_xn_t, num));
   return {shape, 0, transaction_header + entries * entry_size};
 }
 
@@ -98,12 +88,12 @@ compact_record keep_request(const call_payload &record, uint8_t *to) {
 compact_record measure_answer(const call_payload &record, uint32_t shape, const uint8_t *request) {
   switch (shape) {
     case MREC_SHAPE_REGISTER:
-      return measure_words(8, field(request, 0) == TYPE_READ_DHS ? word_count(record) : 0,
+      return measure_words(8, word_count(record, kel_asic_record_field(request, 0), TYPE_READ_DHS),
                            MREC_ANSWER_CUT);
     case MREC_SHAPE_TRANSACTION:
       return {shape, 0, 0};
     case MREC_SHAPE_QOS:
-      return {shape, 0, field(request, 0) == QOS_STATS_GET ? stats_size : 0};
+      return {shape, 0, kel_asic_record_field(request, 0) == QOS_STATS_GET ? stats_size : 0};
     default:
       return measure_other(record, MREC_ANSWER_CUT);
   }

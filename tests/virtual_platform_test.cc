@@ -183,6 +183,8 @@ TEST_F(VirtualPlatform, refuses_a_bad_request_with_the_errno_of_its_fault) {
       {"half a word", EMSGSIZE, reads, 202, {TYPE_READ_DHS, 0, 0, good, 0, kAll, 1}},
       {"no room", EMSGSIZE, writes, 200, {TYPE_WRITE_DHS, 0, 0, good, 0, kAll, 0x40000001}},
       {"no transaction", EMSGSIZE, SYSSRV_MEM_WRITE_CASE, 200, {}},
+      {"timer with words", EMSGSIZE, SYSSRV_SP_TIME_CONFIGURE, 200, {}},
+      {"no statistics", EMSGSIZE, SYSSRV_MEM_READ_CASE, 196, {}},
       {"write as a read", EINVAL, reads, 196, {TYPE_WRITE, 0, 0, good}},
       {"read as a write", EINVAL, writes, 200, {TYPE_READ_DHS, 0, 0, good, 0, kAll, 1}},
       {"timer", EINVAL, SYSSRV_SP_TIME_CONFIGURE, 196, {TYPE_READ, 0, 0, 0, 0x10000}},

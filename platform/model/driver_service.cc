@@ -5,12 +5,11 @@
 #include <cerrno>
 #include <new>
 
-#include "platform/system_service.h"
+#include "kel_asic_record_kinds.h"
 #include "register_layout.h"
 
 namespace {
 
-constexpr uint32_t kRequestHeader = sizeof(kel_asic_reg_access_params_t);
 constexpr uint32_t kFirstCommand = KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
 constexpr uint32_t kWholeRegister = 0xFFFFFFFF;
 
@@ -71,39 +70,25 @@ int DriverService::handle(uint32_t case_code, uint32_t driver_id, void *record, 
 int DriverService::dispatch(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length) {
   if (driver_id != KEL_ASIC_DRIVER_MORVANE)
     return ENODEV;
-  switch (case_code) {
-    case SYSSRV_REG_READ_CASE:
-      return length < kRequestHeader
-                 ? EMSGSIZE
-                 : read_registers(*static_cast<kel_asic_reg_access_params_t *>(record), length);
-    case SYSSRV_REG_WRITE_CASE:
-      return length < kRequestHeader
-                 ? EMSGSIZE
-                 : write_registers(*static_cast<kel_asic_reg_access_params_t *>(record), length);
-    case SYSSRV_MEM_READ_CASE:
-      return length != sizeof(kel_asic_qos_stats_params_t)
-                 ? EMSGSIZE
-                 : qos_stats(*static_cast<kel_asic_qos_stats_params_t *>(record));
-    case SYSSRV_MEM_WRITE_CASE:
-      return length != sizeof(kel_asic_xn_t)
-                 ? EMSGSIZE
-                 : write_transaction(*static_cast<kel_asic_xn_t *>(record));
-    case SYSSRV_SP_TIME_CONFIGURE:
-      return length != kRequestHeader
-                 ? EMSGSIZE
-                 : configure_sp_timer(*static_cast<kel_asic_reg_access_params_t *>(record));
+  if (const int error = kel_asic_record_error(case_code, record, length))
+    return error;
+  switch (kel_asic_record_kind(case_code, length)) {
+    case KEL_ASIC_RECORD_REGISTER:
+      return case_code == SYSSRV_REG_READ_CASE
+                 ? read_registers(*static_cast<kel_asic_reg_access_params_t *>(record))
+                 : write_registers(*static_cast<kel_asic_reg_access_params_t *>(record));
+    case KEL_ASIC_RECORD_TIMER:
+      return configure_sp_timer(*static_cast<kel_asic_reg_access_params_t *>(record));
+    case KEL_ASIC_RECORD_TRANSACTION:
+      return write_transaction(*static_cast<kel_asic_xn_t *>(record));
     default:
-      return ENOSYS;
+      return qos_stats(*static_cast<kel_asic_qos_stats_params_t *>(record));
   }
 }
 
-int DriverService::read_registers(kel_asic_reg_access_params_t &request, uint32_t length) {
+int DriverService::read_registers(kel_asic_reg_access_params_t &request) {
   if (request.type == TYPE_READ_DHS)
-    return read_block(request, length);
-  if (request.type != TYPE_READ)
-    return EINVAL;
-  if (length != kRequestHeader)
-    return EMSGSIZE;
+    return read_block(request);
   if (const int refusal = check_words(request, 1))
     return refusal;
   request.data =
@@ -111,13 +96,9 @@ int DriverService::read_registers(kel_asic_reg_access_params_t &request, uint32_
   return 0;
 }
 
-int DriverService::write_registers(const kel_asic_reg_access_params_t &request, uint32_t length) {
+int DriverService::write_registers(const kel_asic_reg_access_params_t &request) {
   if (request.type == TYPE_WRITE_DHS)
-    return write_block(request, length);
-  if (request.type != TYPE_WRITE && request.type != TYPE_WRITE_FIELD)
-    return EINVAL;
-  if (length != kRequestHeader)
-    return EMSGSIZE;
+    return write_block(request);
   const kel_asic_xn_entry_t write = {request.module, static_cast<int32_t>(request.asic),
                                      request.addr, request.data,
                                      request.type == TYPE_WRITE ? kWholeRegister : request.mask};
@@ -127,8 +108,8 @@ int DriverService::write_registers(const kel_asic_reg_access_params_t &request, 
   return 0;
 }
 
-int DriverService::read_block(kel_asic_reg_access_params_t &request, uint32_t length) {
-  if (const int refusal = check_block_access(request, length))
+int DriverService::read_block(kel_asic_reg_access_params_t &request) {
+  if (const int refusal = check_words(request, request.num))
     return refusal;
   const VirtualAsic &asic = *find_asic(static_cast<uint32_t>(request.module), request.asic);
   for (uint32_t i = 0; i < request.num; ++i)
@@ -136,8 +117,8 @@ int DriverService::read_block(kel_asic_reg_access_params_t &request, uint32_t le
   return 0;
 }
 
-int DriverService::write_block(const kel_asic_reg_access_params_t &request, uint32_t length) {
-  if (const int refusal = check_block_access(request, length))
+int DriverService::write_block(const kel_asic_reg_access_params_t &request) {
+  if (const int refusal = check_words(request, request.num))
     return refusal;
   WordStore &words = find_asic(static_cast<uint32_t>(request.module), request.asic)->words;
   for (uint32_t i = 0; i < request.num; ++i)
@@ -145,15 +126,6 @@ int DriverService::write_block(const kel_asic_reg_access_params_t &request, uint
   for (uint32_t i = 0; i < request.num; ++i)
     words.at(request.addr + 4 * i) = request.pdata[i];
   return 0;
-}
-
-// A run may have room for more words than it carries.
-int DriverService::check_block_access(const kel_asic_reg_access_params_t &request,
-                                      uint32_t length) {
-  const uint32_t room = length - kRequestHeader;
-  if (room % 4 != 0 || request.num > room / 4)
-    return EMSGSIZE;
-  return check_words(request, request.num);
 }
 
 int DriverService::check_words(const kel_asic_reg_access_params_t &request, uint32_t count) {
@@ -168,8 +140,6 @@ int DriverService::check_words(const kel_asic_reg_access_params_t &request, uint
 
 // Applies all entries, in their order also where reordering is allowed, or none.
 int DriverService::write_transaction(const kel_asic_xn_t &transaction) {
-  if (transaction.num < 0 || transaction.num > KEL_ASIC_XN_ENTRIES)
-    return EINVAL;
   const kel_asic_xn_entry_t *const end = transaction.xn + transaction.num;
   for (const kel_asic_xn_entry_t *write = transaction.xn; write != end; ++write) {
     if (const int refusal = prepare_write(*write))
@@ -256,8 +226,6 @@ int DriverService::configure_sp_timer(const kel_asic_reg_access_params_t &reques
 }
 
 int DriverService::qos_stats(kel_asic_qos_stats_params_t &request) {
-  if (request.type > QOS_STATS_CLEAR_ALL)
-    return EINVAL;
   VirtualAsic *const asic = find_asic(request.module, request.asic);
   if (asic == nullptr)
     return ENXIO;

@@ -42,12 +42,11 @@ class DriverService {
 
  private:
   int dispatch(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length);
-  int read_registers(kel_asic_reg_access_params_t &request, uint32_t length);
-  int write_registers(const kel_asic_reg_access_params_t &request, uint32_t length);
-  int read_block(kel_asic_reg_access_params_t &request, uint32_t length);
-  int write_block(const kel_asic_reg_access_params_t &request, uint32_t length);
+  int read_registers(kel_asic_reg_access_params_t &request);
+  int write_registers(const kel_asic_reg_access_params_t &request);
+  int read_block(kel_asic_reg_access_params_t &request);
+  int write_block(const kel_asic_reg_access_params_t &request);
   int check_words(const kel_asic_reg_access_params_t &request, uint32_t count);
-  int check_block_access(const kel_asic_reg_access_params_t &request, uint32_t length);
   int write_transaction(const kel_asic_xn_t &transaction);
   // Inline, as a transaction calls them for each of its entries.
   inline int prepare_write(const kel_asic_xn_entry_t &write);

@@ -1,10 +1,8 @@
-// A service call in words and fields, from its records alone: whoever has seen a call, live or in a
-// file, shows and compares it through this.
-#ifndef MRVCTL_SERVICE_CALL_H
-#define MRVCTL_SERVICE_CALL_H
+// The fields of the records that a call carries, as values.
+#ifndef MRVCTL_CALL_FIELDS_H
+#define MRVCTL_CALL_FIELDS_H
 
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <variant>
@@ -13,36 +11,6 @@
 #include "kel_asic_lib_common.h"
 
 namespace mrvctl {
-
-// A call as it goes to the service, or as it came back.
-struct ServiceCall {
-  uint32_t case_code;
-  uint32_t driver_id;
-  const void *record;  // length bytes: before the call the request, after it the answer; or null
-  uint32_t length;
-  int result;
-  int error_number;  // errno where the result is negative
-};
-
-// What kind of record a call carries; none where its length does not fit.
-enum class Record { kNone, kRegister, kTimer, kTransaction, kQos };
-
-Record record_of(const ServiceCall &call);
-
-// The record of a call that has one of that kind: a copy, so that no field is read where it is not
-// aligned.
-template <typename Fields>
-Fields copy_of(const ServiceCall &call) {
-  Fields record;
-  std::memcpy(&record, call.record, sizeof record);
-  return record;
-}
-
-// A text field of a record, which may lack its NUL where the service wrote it.
-template <size_t kSize>
-std::string field_text(const char (&field)[kSize]) {
-  return std::string(field, strnlen(field, kSize));
-}
 
 // The fields of the four records.
 
@@ -87,11 +55,13 @@ struct QosFields {
 using Fields =
     std::variant<std::monostate, RegisterFields, TimerFields, TransactionFields, QosFields>;
 
-// The fields of a call's record, of which `kept` bytes are there; none where they do not fit.
-Fields fields_of(const ServiceCall &call, size_t kept);
-inline Fields fields_of(const ServiceCall &call) {
-  return fields_of(call, call.length);
-}
+// The fields of the record of a call, from its first bytes; none if the bytes do not fit the case
+// and the length of the complete record.
+Fields fields_of(uint32_t case_code, uint32_t length, const std::vector<uint8_t> &bytes);
+
+// "TYPE_READ", "QOS_STATS_GET" ..., as the public headers call them.
+const char *register_type_name(uint32_t type);
+const char *qos_type_name(uint32_t type);
 
 // "read", "write-field", "command", "transaction", "qos-get" ...; what is none of these, by its
 // number.
@@ -108,12 +78,6 @@ std::string command_text(uint32_t command, uint32_t port_word);
 
 // "writes=5, reads=5, n2h_drops=0, h2n_drops=0"
 std::string stats_text(const kel_asic_qos_stats_t &stats);
-
-// "sse_call2(SYSSRV_REG_READ_CASE, 236, 196, {TYPE_READ, ...})"
-std::string request_text(const ServiceCall &call);
-
-// " = 0 {data=0x5}"
-std::string answer_text(const ServiceCall &call);
 
 }  // namespace mrvctl
 

@@ -1,4 +1,4 @@
-// What a line about a noted call says.
+// Decoded calls, and the line of a table about each.
 #include "calls/decoded_call.h"
 
 #include <algorithm>
@@ -21,15 +21,6 @@ std::string outcome_of(const DecodedCall &call) {
   if (*call.result < 0)
     return errno_name(call.error_number);
   return *call.result == 0 ? "ok" : format("result=%d", *call.result);
-}
-
-ServiceCall service_call(const DecodedCall &call, const std::vector<uint8_t> &record) {
-  return {call.case_code,
-          call.driver,
-          record.empty() ? nullptr : record.data(),
-          call.length,
-          call.result.value_or(0),
-          call.error_number};
 }
 
 bool reads_words(const RegisterFields &reg) {
@@ -112,9 +103,8 @@ std::string detail_text(const DecodedCall &call, const AddressIndex &index,
 }  // namespace
 
 void decode(DecodedCall &call) {
-  call.request = fields_of(service_call(call, call.request_bytes), call.request_bytes.size());
-  if (!call.answer_bytes.empty())
-    call.answer = fields_of(service_call(call, call.answer_bytes), call.answer_bytes.size());
+  call.request = fields_of(call.case_code, call.length, call.request_bytes);
+  call.answer = fields_of(call.case_code, call.length, call.answer_bytes);
   call.operation = operation_name(call.case_code, call.request);
   call.outcome = outcome_of(call);
   call.failed = call.result && *call.result != 0;

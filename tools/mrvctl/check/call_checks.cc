@@ -95,7 +95,7 @@ void calls_no_library(const CheckTarget &subject) {
   init_library(subject.slot);
   const Request unknown = read_request(subject);
   bool sent = false;
-  observe_calls({[&sent](const ServiceCall &request) {
+  observe_calls({[&sent](const DecodedCall &request) {
                    sent = sent || request.case_code == SYSSRV_MEM_WRITE_CASE;
                  },
                  nullptr});

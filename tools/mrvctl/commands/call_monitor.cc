@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "calls/call_text.h"
 #include "host/observed_calls.h"
 #include "text/errors.h"
 #include "text/text.h"
@@ -22,37 +23,33 @@ Lost lost;
 size_t last_answered = 0;
 uint64_t calls = 0;
 
-void show_request(const ServiceCall &request) {
-  std::fflush(stdout);  // what the library has printed stands before the call
-  std::fputs(request_text(request).c_str(), stderr);
+void show_request(const DecodedCall &call) {
+  std::fflush(stdout);  // what the library has printed comes before the call
+  std::fputs(request_text(call).c_str(), stderr);
 }
 
-void show_answer(const ObservedCall &call) {
-  const std::chrono::duration<double> seconds = call.duration;
-  std::fprintf(stderr, "%s <%.6f>\n", answer_text(call.answer).c_str(), seconds.count());
+void show_answer(const DecodedCall &call) {
+  std::fprintf(stderr, "%s <%.6f>\n", answer_text(call).c_str(),
+               static_cast<double>(*call.duration_ns) / 1e9);
 }
 
-syserr_t result_of(const ServiceCall &answer) {
-  return answer.result < 0 ? KEL_ASIC_SYSERR_SERVICE | static_cast<syserr_t>(answer.error_number)
-                           : KEL_ASIC_SYSERR_SERVICE_ANSWER;
-}
-
-void note_lost_transaction(const ObservedCall &call) {
-  const auto sent = copy_of<kel_asic_xn_t>(call.request);
+void note_lost_transaction(const DecodedCall &call, const TransactionFields &sent) {
   if (lost.result == 0) {
-    lost.name = field_text(sent.name);
-    lost.result = result_of(call.answer);
+    lost.name = sent.name;
+    lost.result = *call.result < 0
+                      ? KEL_ASIC_SYSERR_SERVICE | static_cast<syserr_t>(call.error_number)
+                      : KEL_ASIC_SYSERR_SERVICE_ANSWER;
   }
   lost.writes += static_cast<uint64_t>(sent.num);
 }
 
-void note_answer(const ObservedCall &call) {
-  const Record record = record_of(call.request);
+void note_answer(const DecodedCall &call) {
   ++calls;
-  if (record == Record::kTransaction && call.answer.result != 0)
-    note_lost_transaction(call);
-  if (record == Record::kRegister)
-    last_answered = copy_of<kel_asic_reg_access_params_t>(call.answer).num;
+  const auto *sent = std::get_if<TransactionFields>(&call.request);
+  if (sent != nullptr && call.failed)
+    note_lost_transaction(call, *sent);
+  if (const auto *answer = std::get_if<RegisterFields>(&call.answer))
+    last_answered = answer->num;
 }
 
 }  // namespace

@@ -132,7 +132,6 @@ DecodedCall send_again(const DecodedCall &recorded) {
   now.error_number = *now.result < 0 ? errno : 0;
   clear_lost();
   now.answer_bytes.clear();
-  now.answer = {};
   if (*now.result == 0)
     now.answer_bytes = std::move(record);
   decode(now);

@@ -1,8 +1,8 @@
-// The tool's own sse_call2: it hands on to the platform's and tells the observers.
+// The tool's own sse_call2: it forwards to the platform's and notifies the observers.
 #include "host/observed_calls.h"
 
 #include <cerrno>
-#include <cstdint>
+#include <chrono>
 #include <vector>
 
 #include "host/forwarded.h"
@@ -15,29 +15,17 @@ std::vector<CallObserver> &observers() {
   return all;
 }
 
-// The service answers in the record of the request, which is therefore kept as it was.
-ServiceCall kept_request(const ServiceCall &call) {
-  static std::vector<std::uint8_t> kept;
-  const auto *bytes = static_cast<const std::uint8_t *>(call.record);
-  if (bytes != nullptr)
-    kept.assign(bytes, bytes + call.length);
-  ServiceCall request = call;
-  request.record = bytes == nullptr ? nullptr : kept.data();
-  return request;
-}
-
-void tell_sent(const ServiceCall &request) {
+void notify(std::function<void(const DecodedCall &)> CallObserver::*function,
+            const DecodedCall &call) {
   for (const CallObserver &observer : observers()) {
-    if (observer.sent)
-      observer.sent(request);
+    if (observer.*function)
+      (observer.*function)(call);
   }
 }
 
-void tell_answered(const ObservedCall &call) {
-  for (const CallObserver &observer : observers()) {
-    if (observer.answered)
-      observer.answered(call);
-  }
+std::vector<uint8_t> bytes_of(const void *record, uint32_t length) {
+  const auto *bytes = static_cast<const uint8_t *>(record);
+  return bytes == nullptr ? std::vector<uint8_t>() : std::vector<uint8_t>(bytes, bytes + length);
 }
 
 }  // namespace
@@ -50,15 +38,25 @@ void observe_calls(CallObserver observer) {
 
 int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t length) {
   using Clock = std::chrono::steady_clock;
-  mrvctl::ServiceCall call = {case_code, case_params->caseId, case_params->params, length, 0, 0};
-  const mrvctl::ServiceCall request = mrvctl::kept_request(call);
-  mrvctl::tell_sent(request);
+  mrvctl::DecodedCall call;
+  call.case_code = case_code;
+  call.driver = case_params->caseId;
+  call.length = length;
+  // The service answers in the record of the request.
+  call.request_bytes = mrvctl::bytes_of(case_params->params, length);
+  decode(call);
+  mrvctl::notify(&mrvctl::CallObserver::sent, call);
   const Clock::time_point begin = Clock::now();
-  call.result = mrvctl::forwarded().sse_call2(case_code, case_params, length);
+  const int result = mrvctl::forwarded().sse_call2(case_code, case_params, length);
   const int error_number = errno;
-  const Clock::duration duration = Clock::now() - begin;
-  call.error_number = call.result < 0 ? error_number : 0;
-  mrvctl::tell_answered({request, call, duration});
-  errno = error_number;  // observers may have used it for their own
-  return call.result;
+  const std::chrono::nanoseconds duration = Clock::now() - begin;
+  call.duration_ns = static_cast<uint64_t>(duration.count());
+  call.result = result;
+  call.error_number = result < 0 ? error_number : 0;
+  if (result == 0)
+    call.answer_bytes = mrvctl::bytes_of(case_params->params, length);
+  decode(call);
+  mrvctl::notify(&mrvctl::CallObserver::answered, call);
+  errno = error_number;  // observers may have changed it
+  return result;
 }

@@ -1,29 +1,20 @@
-// Every service call of the tool passes here, on every platform, for whoever wants to see it.
+// Every call of the tool, on any platform, passes through here and can be observed.
 #ifndef MRVCTL_OBSERVED_CALLS_H
 #define MRVCTL_OBSERVED_CALLS_H
 
-#include <chrono>
 #include <functional>
 
-#include "calls/call_fields.h"
+#include "calls/decoded_call.h"
 
 namespace mrvctl {
 
-// A call that came back. The records are valid while the observer looks.
-struct ObservedCall {
-  ServiceCall request;  // as it was sent, with no result yet
-  ServiceCall answer;   // as it came back, with result and errno
-  std::chrono::nanoseconds duration;
-};
-
-// Either may be left out. Neither throws or calls the library.
+// Functions that get each call; either may be empty. They do not throw or call the library.
 struct CallObserver {
-  std::function<void(const ServiceCall &)> sent;       // before the call
-  std::function<void(const ObservedCall &)> answered;  // after it
+  std::function<void(const DecodedCall &)> sent;      // before the call, without its result
+  std::function<void(const DecodedCall &)> answered;  // after the call
 };
 
-// Tells an observer of each call from now on, until the tool ends, in the order in which observers
-// came.
+// Adds an observer of all later calls. Observers are called in the order in which they were added.
 void observe_calls(CallObserver observer);
 
 }  // namespace mrvctl
