@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
+#include <utility>
 
 namespace morvaned {
 namespace {
@@ -10,30 +12,37 @@ namespace {
 using remote::Header;
 using remote::Hello;
 
-// At least so much is read at a time, which a transaction fits in, and of a long record at most so
-// much, as others have their turn.
-constexpr std::size_t kLeastRoom = 16384;
-constexpr std::size_t kMostRoom = 65536;
+// A transaction fits into the smallest receive. The largest one bounds the turn of a client that
+// sends a long record.
+constexpr std::size_t kMinReceive = 16384;
+constexpr std::size_t kMaxReceive = 65536;
 
-// A buffer that a long message has needed is not kept; for a shorter one there is always room.
+// A larger buffer is released after its message. A record that fits is never refused for lack of
+// room.
 constexpr std::size_t kKeptCapacity = 65536;
 
-constexpr const char *kTooLong = "a record that is too long";
-constexpr const char *kNoRoom = "a long record, while those of others leave no room";
+constexpr const char *kTooLong = "record too long";
 
 template <typename Message>
-Message front(const Bytes &bytes) {
+Message front(const ReceiveBuffer &buffer) {
   Message message;
-  std::memcpy(&message, bytes.data(), sizeof message);
+  std::memcpy(&message, buffer.data(), sizeof message);
   return message;
 }
 
-void release(Bytes &buffer) {
-  if (buffer.capacity() > kKeptCapacity)
-    Bytes().swap(buffer);
-}
-
 }  // namespace
+
+void ReceiveBuffer::resize(std::size_t size) {
+  void *const moved = std::realloc(bytes_.get(), std::max<std::size_t>(size, 1));
+  if (moved == nullptr) {
+    if (size <= size_)
+      return;
+    throw std::bad_alloc();
+  }
+  static_cast<void>(bytes_.release());
+  bytes_.reset(static_cast<uint8_t *>(moved));
+  size_ = size;
+}
 
 Hello service_hello(const Service &service, int error_number) {
   return {remote::kMagic, remote::kVersion, remote::kFeatures, service.max_record(), error_number};
@@ -45,23 +54,17 @@ Connection::Connection(Service &service, Peer &peer) : service_(service), peer_(
   update_buffered();
 }
 
-Connection::~Connection() {
-  service_.account_buffered(-static_cast<int64_t>(buffered_));
-}
-
 void Connection::update_buffered() {
-  const std::size_t buffered = have_ + out_.size();
-  service_.account_buffered(static_cast<int64_t>(buffered) - static_cast<int64_t>(buffered_));
-  buffered_ = buffered;
+  peer_.buffered = have_ + out_.size();
 }
 
-// Why a request is not taken; null where it is.
+// Why a request is refused; null if it is accepted.
 const char *Connection::fault_of_request(const Header &request) const {
   const char *const fault = remote::validate(request);
   return fault == nullptr && request.length > service_.max_record() ? kTooLong : fault;
 }
 
-// Bytes of the message at hand, as far as is known of it.
+// Bytes of the current message, as far as they are known.
 std::size_t Connection::current_length() const {
   if (!greeted_)
     return sizeof(Hello);
@@ -76,34 +79,52 @@ bool Connection::is_ready() const {
 }
 
 Part Connection::room() {
-  const std::size_t whole = current_length(), missing = whole > have_ ? whole - have_ : 0;
-  const std::size_t count = std::clamp(missing, kLeastRoom, kMostRoom);
+  const std::size_t length = current_length(), missing = length > have_ ? length - have_ : 0;
+  const std::size_t count = std::clamp(missing, kMinReceive, kMaxReceive);
   if (in_.size() < have_ + count)
-    in_.resize(std::max(have_ + count, std::min(in_.size() * 2, whole)));
+    in_.resize(std::max(have_ + count, std::min(in_.size() * 2, length)));
   return {in_.data() + have_, count};
 }
 
 void Connection::received(std::size_t count) {
   have_ += count;
   update_buffered();
-  if (greeted_ && have_ > kKeptCapacity && !is_ready() && service_.is_full())
-    refuse(front<Header>(in_), ENOBUFS, kNoRoom);
+  if (greeted_ && have_ > kKeptCapacity && !is_ready() && service_.is_full(peer_))
+    refuse(ENOBUFS, "receive buffers exhausted");
 }
 
-// The answer, and the end behind it.
-void Connection::refuse(const Header &request, int error_number, const char *why) {
-  const Header answer = answer_to(request, error_number, 0);
-  append(out_, &answer, sizeof answer);
+void Connection::run_out_of_memory() {
+  fault_ = "out of memory";
+  if (greeted_ && !has_output() && have_ >= sizeof(Header))
+    refuse(ENOMEM, fault_);
+}
+
+// The reply to the current request, and the end of the connection after it.
+void Connection::refuse(int error_number, const char *why) {
+  reply_in_place(answer_to(front<Header>(in_), error_number, 0));
   fault_ = why;
+}
+
+// The body of the reply is already in the place of the request's.
+void Connection::reply_in_place(const Header &reply) {
+  std::memcpy(in_.data(), &reply, sizeof reply);
+  reply_ = sizeof reply + reply.length;
+}
+
+Part Connection::output() {
+  return {(reply_ != 0 ? in_.data() : out_.data()) + sent_, output_size() - sent_};
 }
 
 void Connection::sent(std::size_t count) {
   sent_ += count;
-  if (sent_ < out_.size())
+  if (has_output())
     return;
+  sent_ = reply_ = 0;
   out_.clear();
-  sent_ = 0;
-  release(out_);
+  if (out_.capacity() > kKeptCapacity)
+    Bytes().swap(out_);
+  if (fault_ == nullptr)
+    consume(std::exchange(request_, 0));
   update_buffered();
 }
 
@@ -122,23 +143,23 @@ void Connection::serve_hello() {
 }
 
 void Connection::serve_request() {
-  const auto header = front<Header>(in_);
-  fault_ = fault_of_request(header);
+  const auto request = front<Header>(in_);
+  fault_ = fault_of_request(request);
   if (fault_ == kTooLong)
-    refuse(header, EMSGSIZE, kTooLong);
+    refuse(EMSGSIZE, kTooLong);
   if (fault_ != nullptr)
     return;
-  service_.serve(peer_, header, in_.data() + sizeof header, out_);
-  consume(sizeof header + header.length);
+  request_ = sizeof request + request.length;
+  const Header reply = service_.serve(peer_, request, in_.data() + sizeof request, out_);
+  if (out_.empty())
+    reply_in_place(reply);
 }
 
 void Connection::consume(std::size_t count) {
   have_ -= count;
   std::memmove(in_.data(), in_.data() + count, have_);
-  if (in_.capacity() > kKeptCapacity) {
+  if (in_.size() > kKeptCapacity)
     in_.resize(have_);
-    in_.shrink_to_fit();
-  }
 }
 
 }  // namespace morvaned

@@ -12,12 +12,13 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace morvaned {
 namespace {
 
 constexpr int kBacklog = 128;
-constexpr int kLockTries = 300;
+constexpr int kLockTries = 100;
 constexpr int kLockPause = 10;  // ms
 constexpr timeval kProbeWait = {1, 0};
 constexpr int kFirstHandedOver = 3;  // descriptor of the first socket of LISTEN_FDS
@@ -39,7 +40,7 @@ int integer_option(int socket, int option) {
   return getsockopt(socket, SOL_SOCKET, option, &value, &length) == 0 ? value : -1;
 }
 
-// Stops where somebody serves the address. Who that is shows once there is room in its queue.
+// Throws if another service listens on the address. Its process is known once its queue has room.
 void expect_unserved(const remote::Address &address, const std::string &text) {
   const Descriptor probe = stream_socket(0);
   setsockopt(probe.get(), SOL_SOCKET, SO_SNDTIMEO, &kProbeWait, sizeof kProbeWait);
@@ -55,23 +56,40 @@ void expect_unserved(const remote::Address &address, const std::string &text) {
                    (peer.pid > 0 ? " by process " + std::to_string(peer.pid) : ""));
 }
 
-// Only one service at a time looks for what is left in a folder and makes its own there. Others may
-// lock the folder too, and are not waited for without end.
-Descriptor lock_folder(const std::string &path) {
+// The directory of a path, and the name in it.
+std::pair<std::string, std::string> split(const std::string &path) {
   const std::size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  Descriptor lock(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (lock.get() < 0)
-    fail(folder, errno);
-  for (int tries = kLockTries; flock(lock.get(), LOCK_EX | LOCK_NB) != 0; --tries) {
-    if (errno != EWOULDBLOCK || tries == 0)
-      fail(folder + ": cannot be locked", errno);
-    poll(nullptr, 0, kLockPause);
-  }
-  return lock;
+  if (slash == std::string::npos)
+    return {".", path};
+  return {path.substr(0, slash + 1), path.substr(slash + 1)};
 }
 
-void remove_left_socket(const remote::Address &address, const std::string &path) {
+// Other users must not be able to replace the socket before its file is given to the group.
+Descriptor open_directory(const std::string &path, bool has_group) {
+  Descriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  struct stat found = {};
+  if (directory.get() < 0 || fstat(directory.get(), &found) != 0)
+    fail(path, errno);
+  const mode_t writers = has_group ? S_IWGRP | S_IWOTH : S_IWOTH;
+  const bool is_foreign = has_group && found.st_uid != 0 && found.st_uid != geteuid();
+  if (is_foreign || ((found.st_mode & writers) != 0 && (found.st_mode & S_ISVTX) == 0))
+    throw StartError(path + ": other users can replace files in this directory; use a private one");
+  return directory;
+}
+
+// Two services that start at the same time must not both replace a stale socket. Any user who can
+// read the directory can hold this lock, so it is not required.
+void lock(const Descriptor &directory, const std::string &path, Log &log) {
+  for (int tries = kLockTries; flock(directory.get(), LOCK_EX | LOCK_NB) != 0; --tries) {
+    if (errno != EWOULDBLOCK || tries == 0) {
+      log.line("%s: locked by another process, continuing without the lock", path.c_str());
+      return;
+    }
+    poll(nullptr, 0, kLockPause);
+  }
+}
+
+void remove_stale_socket(const remote::Address &address, const std::string &path) {
   struct stat found = {};
   if (lstat(path.c_str(), &found) != 0) {
     if (errno == ENOENT)
@@ -79,7 +97,7 @@ void remove_left_socket(const remote::Address &address, const std::string &path)
     fail(path, errno);
   }
   if (!S_ISSOCK(found.st_mode))
-    throw StartError(path + " is there already, and no socket");
+    throw StartError(path + " exists and is not a socket");
   expect_unserved(address, path);
   if (unlink(path.c_str()) != 0)
     fail(path, errno);
@@ -93,7 +111,7 @@ std::string text_of(const sockaddr_un &name, socklen_t length) {
   return text.substr(0, text.find('\0'));
 }
 
-// A variable of the environment, which a child of ours is not to have.
+// Reads a variable of the environment and removes it, so that no child inherits it.
 std::string take_variable(const char *name) {
   const char *value = std::getenv(name);
   std::string text = value == nullptr ? "" : value;
@@ -107,38 +125,39 @@ bool was_handed_a_socket() {
   if (count.empty() || process != std::to_string(getpid()))
     return false;
   if (count != "1")
-    throw StartError("one socket is expected, and " + count + " were handed over");
+    throw StartError("LISTEN_FDS passes " + count + " sockets; expected 1");
   return true;
 }
 
 }  // namespace
 
-Listener::Listener(const std::string &address, std::optional<gid_t> group) : address_(address) {
+Listener::Listener(const std::string &address, std::optional<gid_t> group, Log &log)
+    : address_(address) {
   if (was_handed_a_socket())
     adopt();
   else
-    listen_at(group);
+    listen_at(group, log);
 }
 
-// What is handed over keeps its owner, its mode and its file.
+// A socket that was passed keeps its owner, its mode and its file.
 void Listener::adopt() {
   socket_ = Descriptor(kFirstHandedOver);
   if (integer_option(socket_.get(), SO_DOMAIN) != AF_UNIX ||
       integer_option(socket_.get(), SO_TYPE) != SOCK_STREAM ||
       integer_option(socket_.get(), SO_ACCEPTCONN) != 1) {
-    throw StartError("what was handed over is no Unix stream socket that listens");
+    throw StartError("LISTEN_FDS does not pass a listening Unix stream socket");
   }
   sockaddr_un name = {};
   socklen_t length = sizeof name;
   if (getsockname(socket_.get(), reinterpret_cast<sockaddr *>(&name), &length) != 0 ||
       fcntl(socket_.get(), F_SETFD, FD_CLOEXEC) != 0 ||
       fcntl(socket_.get(), F_SETFL, O_NONBLOCK) != 0) {
-    fail("the socket that was handed over", errno);
+    fail("the socket of LISTEN_FDS", errno);
   }
   address_ = text_of(name, std::min<socklen_t>(length, sizeof name));
 }
 
-void Listener::listen_at(std::optional<gid_t> group) {
+void Listener::listen_at(std::optional<gid_t> group, Log &log) {
   if (address_.empty())
     throw StartError("give --socket: XDG_RUNTIME_DIR is not set");
   remote::Address address;
@@ -146,7 +165,7 @@ void Listener::listen_at(std::optional<gid_t> group) {
     fail("--socket '" + address_ + "'", error);
   socket_ = stream_socket(SOCK_NONBLOCK);
   if (!address.is_abstract()) {
-    bind_path(address, group);
+    bind_path(address, group, log);
     return;
   }
   if (bind(socket_.get(), address.get(), address.length) != 0) {
@@ -159,33 +178,51 @@ void Listener::listen_at(std::optional<gid_t> group) {
     fail(address_, errno);
 }
 
-// Nobody can connect before the mode is what it has to be: that needs listen(), which comes last.
-void Listener::bind_path(const remote::Address &address, std::optional<gid_t> group) {
-  const Descriptor lock = lock_folder(address_);
-  remove_left_socket(address, address_);
-  const mode_t mask = umask(0177);
+// The file gets the mode of the socket. No client can connect before listen(), which comes last.
+void Listener::bind_path(const remote::Address &address, std::optional<gid_t> group, Log &log) {
+  const auto [path, name] = split(address_);
+  const Descriptor directory = open_directory(path, group.has_value());
+  lock(directory, path, log);
+  remove_stale_socket(address, address_);
+  if (fchmod(socket_.get(), group ? 0660 : 0600) != 0)
+    fail(address_, errno);
+  const mode_t mask = umask(0);
   const int bound = bind(socket_.get(), address.get(), address.length);
   const int error = errno;
   umask(mask);
   if (bound != 0)
     fail(address_, error);
-  has_file_ = lstat(address_.c_str(), &made_) == 0;
-  const char *const path = address_.c_str();
-  const bool has_mode =
-      !group || (chown(path, static_cast<uid_t>(-1), *group) == 0 && chmod(path, 0660) == 0);
-  if (has_mode && listen(socket_.get(), kBacklog) == 0)
-    return;
-  const int refused = errno;
-  unlink(path);
-  fail(address_ + (has_mode ? "" : ": cannot be given to the group"), refused);
+  const Descriptor file(openat(directory.get(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+  has_file_ = fstat(file.get(), &made_) == 0 && S_ISSOCK(made_.st_mode);
+  try {
+    if (group)
+      give_to(*group, file);
+    if (listen(socket_.get(), kBacklog) != 0)
+      fail(address_, errno);
+  } catch (const StartError &) {
+    remove_own_file();
+    throw;
+  }
 }
 
-Listener::~Listener() {
+// Changes the group of the file that bind() made, and of no other that has replaced it.
+void Listener::give_to(gid_t group, const Descriptor &file) {
+  if (!has_file_ || made_.st_uid != geteuid())
+    throw StartError(address_ + ": another process has replaced the socket");
+  if (fchownat(file.get(), "", static_cast<uid_t>(-1), group, AT_EMPTY_PATH) != 0)
+    fail(address_ + ": cannot be given to the group", errno);
+}
+
+void Listener::remove_own_file() const {
   struct stat found = {};
   if (has_file_ && lstat(address_.c_str(), &found) == 0 && found.st_dev == made_.st_dev &&
       found.st_ino == made_.st_ino) {
     unlink(address_.c_str());
   }
+}
+
+Listener::~Listener() {
+  remove_own_file();
 }
 
 void notify(const std::string &state) {

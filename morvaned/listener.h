@@ -1,4 +1,4 @@
-// The socket that morvaned listens at: its own, or one that was handed over with the start.
+// The socket that morvaned listens on: its own, or one passed by the process that started it.
 #ifndef MORVANED_LISTENER_H
 #define MORVANED_LISTENER_H
 
@@ -10,6 +10,7 @@
 #include <string>
 
 #include "descriptor.h"
+#include "log.h"
 #include "wire/address.h"
 
 namespace morvaned {
@@ -21,9 +22,9 @@ class StartError : public std::runtime_error {
 
 class Listener {
  public:
-  // Listens at a path or @name, or at the socket of LISTEN_FDS where there is one. A socket that
-  // nobody serves any more is taken over. Throws a StartError.
-  Listener(const std::string &address, std::optional<gid_t> group);
+  // Listens on a path or @name, or on the socket of LISTEN_FDS if there is one. A stale socket is
+  // replaced, a socket in use is not. Throws a StartError.
+  Listener(const std::string &address, std::optional<gid_t> group, Log &log);
   ~Listener();
   Listener(const Listener &) = delete;
   Listener &operator=(const Listener &) = delete;
@@ -33,16 +34,18 @@ class Listener {
 
  private:
   void adopt();
-  void listen_at(std::optional<gid_t> group);
-  void bind_path(const remote::Address &address, std::optional<gid_t> group);
+  void listen_at(std::optional<gid_t> group, Log &log);
+  void bind_path(const remote::Address &address, std::optional<gid_t> group, Log &log);
+  void give_to(gid_t group, const Descriptor &file);
+  void remove_own_file() const;
 
   std::string address_;
   Descriptor socket_;
-  struct stat made_ = {};  // the socket's file, where it is ours to remove
+  struct stat made_ = {};  // the socket's file, if it is ours to remove
   bool has_file_ = false;
 };
 
-// Tells whoever started the service of its state, in the way of NOTIFY_SOCKET.
+// Reports the state of the service to NOTIFY_SOCKET.
 void notify(const std::string &state);
 
 }  // namespace morvaned

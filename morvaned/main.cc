@@ -1,6 +1,7 @@
-// morvaned: the virtual switch in a process of its own, for any number of clients.
+// morvaned: one virtual switch in its own process, for any number of clients.
 #include <fcntl.h>
 #include <grp.h>
+#include <malloc.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -14,11 +15,14 @@
 #include <string>
 
 #include "listener.h"
+#include "log.h"
 #include "options.h"
 #include "server.h"
 
 namespace morvaned {
 namespace {
+
+constexpr int kMappedBlocks = 128 * 1024;  // bytes, and larger
 
 std::optional<gid_t> find_group(const std::string &name) {
   if (name.empty())
@@ -30,22 +34,21 @@ std::optional<gid_t> find_group(const std::string &name) {
   return found->gr_gid;
 }
 
-// Blocks the signals that end the service, so that they do so in its loop alone; gives what they
-// are read from.
-Descriptor take_ending_signals() {
+// Blocks the signals that end the service, so that they end it only in its loop. Gives the
+// descriptor to read them from.
+Descriptor block_ending_signals() {
   sigset_t ending;
   sigemptyset(&ending);
-  sigaddset(&ending, SIGTERM);
-  sigaddset(&ending, SIGINT);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT})
+    sigaddset(&ending, signal);
   sigprocmask(SIG_BLOCK, &ending, nullptr);
   Descriptor signals(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
   if (signals.get() < 0)
-    throw StartError(std::string("cannot take signals: ") + std::strerror(errno));
+    throw StartError(std::string("cannot read signals: ") + std::strerror(errno));
   return signals;
 }
 
-// What is closed of the standard streams is opened: no client is to have the number that the log
-// goes to.
+// Opens closed standard streams, so that no client gets the descriptor of the log.
 void open_standard_streams() {
   int opened = 0;
   while (opened >= 0 && opened <= STDERR_FILENO)
@@ -56,12 +59,13 @@ void open_standard_streams() {
 void serve(const Options &options) {
   const std::optional<gid_t> group = find_group(options.group);
   Service service(options.max_record);
-  const Descriptor signals = take_ending_signals();  // before there is a socket to leave behind
-  const Listener listener(options.socket, group);
-  Server server(service, listener.get(), signals.get(), {options.max_clients, group},
+  const Descriptor signals = block_ending_signals();  // before there is a socket to remove
+  Log log;
+  const Listener listener(options.socket, group, log);
+  Server server(service, log, listener.get(), signals.get(), {options.max_clients, group},
                 options.verbose);
-  std::fprintf(stderr, "morvaned: listens at %s\n", listener.address().c_str());
-  std::fprintf(stderr, "morvaned: ready\n");
+  log.line("listening on %s", listener.address().c_str());
+  log.line("ready");
   notify("READY=1\nSTATUS=Serving at " + listener.address());
   server.run();
   notify("STOPPING=1");
@@ -71,7 +75,9 @@ void serve(const Options &options) {
 }  // namespace morvaned
 
 int main(int argc, char **argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // whoever reads the log may go
+  std::signal(SIGPIPE, SIG_IGN);  // the reader of the log may end
+  // Long records have their own mappings, which grow without copying and are given back at once.
+  mallopt(M_MMAP_THRESHOLD, morvaned::kMappedBlocks);
   morvaned::open_standard_streams();
   try {
     morvaned::serve(morvaned::parse_options(argc, argv));

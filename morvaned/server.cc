@@ -1,11 +1,14 @@
 #include "server.h"
 
+#include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <new>
@@ -15,14 +18,15 @@
 namespace morvaned {
 namespace {
 
-constexpr int kEvents = 64;         // taken from the kernel at once
-constexpr int kAcceptsATurn = 16;   // so that those who are here have their turn
-constexpr rlim_t kOtherFiles = 32;  // descriptors that are no client's
-constexpr auto kLook = std::chrono::seconds(1);
-constexpr int kTimeoutTicks =
-    5;  // not seconds: time in which this process does not run is nobody's fault
+constexpr int kMaxEvents = 64;             // per epoll_wait()
+constexpr int kMaxAcceptsPerTurn = 16;     // so that connected clients have their turn
+constexpr std::size_t kMaxSend = 1 << 18;  // bytes per turn, for the same reason
+constexpr rlim_t kOtherFiles = 32;         // descriptors that are not a client's
+constexpr auto kTick = std::chrono::seconds(1);
+// Not seconds: a client does not time out while this process does not run.
+constexpr int kTimeoutTicks = 5;
 
-// As the kernel knows it. A program chooses its name: nothing of it reaches a terminal unchecked.
+// As the kernel knows it. A program chooses its name, so control characters are replaced.
 std::string program_name(pid_t process) {
   std::string name;
   std::getline(std::ifstream("/proc/" + std::to_string(process) + "/comm"), name);
@@ -42,6 +46,18 @@ bool is_in_group(int socket, const ucred &who, gid_t group) {
          std::find(groups.begin(), groups.end(), group) != groups.end();
 }
 
+// The signal that killed a process, or 0. Known only of a process that this one may inspect, until
+// its parent waits for it: its exit code is the last field.
+int signal_that_killed(pid_t process) {
+  std::array<char, 1024> text = {};
+  std::snprintf(text.data(), text.size(), "/proc/%d/stat", static_cast<int>(process));
+  const Descriptor file(open(text.data(), O_RDONLY | O_CLOEXEC));
+  text = {};
+  const ssize_t length = read(file.get(), text.data(), text.size() - 1);
+  const char *const field = length > 0 ? std::strrchr(text.data(), ' ') : nullptr;
+  return field == nullptr ? 0 : static_cast<int>(std::strtol(field, nullptr, 10)) & 0x7F;
+}
+
 // Room for the descriptors of so many clients.
 void raise_file_limit(rlim_t clients) {
   rlimit limit = {};
@@ -56,8 +72,10 @@ void raise_file_limit(rlim_t clients) {
 
 }  // namespace
 
-Server::Server(Service &service, int listener, int signals, const Limits &limits, bool verbose)
+Server::Server(Service &service, Log &log, int listener, int signals, const Limits &limits,
+               bool verbose)
     : service_(service),
+      log_(log),
       listener_(listener),
       signals_(signals),
       limits_(limits),
@@ -83,11 +101,11 @@ void Server::watch(int descriptor, void *what) {
 }
 
 void Server::run() {
-  epoll_event events[kEvents];
+  epoll_event events[kMaxEvents];
   while (!stopping_) {
-    const bool has_to_look = awaited_ != 0 || !listening_;
-    const int count = epoll_wait(epoll_.get(), events, kEvents,
-                                 has_to_look ? int{std::chrono::milliseconds(kLook).count()} : -1);
+    const bool needs_tick = awaited_ != 0 || !listening_ || log_.has_suppressed();
+    const int count = epoll_wait(epoll_.get(), events, kMaxEvents,
+                                 needs_tick ? int{std::chrono::milliseconds(kTick).count()} : -1);
     for (int i = 0; i < count; ++i) {
       void *const what = events[i].data.ptr;
       if (what == &signals_)
@@ -97,14 +115,14 @@ void Server::run() {
       else
         turn(*static_cast<Client *>(what), events[i].events);
     }
-    if (has_to_look && Clock::now() >= next_look_)
+    if (needs_tick && Clock::now() >= next_tick_)
       reap_idle();
   }
 }
 
-// While the system has no descriptor or memory for another client, those who are here are served.
+// While the system has no descriptor or memory for another client, only the others are served.
 void Server::pause_listening() {
-  std::fprintf(stderr, "morvaned: cannot take a client: %s\n", std::strerror(errno));
+  log_.client_line("cannot accept a client: %s", std::strerror(errno));
   epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, listener_, nullptr);
   listening_ = false;
 }
@@ -114,13 +132,13 @@ void Server::resume_listening() {
 }
 
 void Server::accept_clients() {
-  for (int i = 0; i < kAcceptsATurn; ++i) {
+  for (int i = 0; i < kMaxAcceptsPerTurn; ++i) {
     Descriptor socket(accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (socket.get() >= 0) {
       try {
         accept_client(std::move(socket));
       } catch (const std::exception &error) {
-        std::fprintf(stderr, "morvaned: cannot take a client: %s\n", error.what());
+        log_.client_line("cannot accept a client: %s", error.what());
       }
     } else if (errno != EINTR && errno != ECONNABORTED) {
       if (errno != EAGAIN)
@@ -141,7 +159,9 @@ void Server::accept_client(Descriptor socket) {
   peer.may_control = who.uid == 0 || who.uid == geteuid();
   peer.program = program_name(who.pid);
   if (const int error = refusal(socket.get(), who, peer)) {
-    log(peer, error == EACCES ? "may not connect" : "is one client too many");
+    log_.client_line("client %d (%s, uid %u) rejected: %s", static_cast<int>(peer.process),
+                     peer.program.c_str(), peer.user,
+                     error == EACCES ? "permission denied" : "client limit reached");
     const remote::Hello hello = service_hello(service_, error);
     ::send(socket.get(), &hello, sizeof hello, MSG_NOSIGNAL);
     return;
@@ -154,7 +174,8 @@ void Server::accept_client(Descriptor socket) {
     throw;
   }
   if (verbose_)
-    log(*place, "connects");
+    log_.line("client %d (%s, uid %u) connected", static_cast<int>(place->process),
+              place->program.c_str(), place->user);
   turn(*clients_.back(), 0);
 }
 
@@ -167,25 +188,30 @@ void Server::take_client(Descriptor socket, std::list<Peer>::iterator place) {
   ++awaited_;
 }
 
-// 0, or what the service's hello says to a client that it does not take.
+// 0, or the errno in the hello that rejects a client.
 int Server::refusal(int socket, const ucred &who, const Peer &peer) const {
   if (!peer.may_control && !(limits_.group && is_in_group(socket, who, *limits_.group)))
     return EACCES;
-  return has_room_for(who.uid) ? 0 : EAGAIN;
+  return has_room_for(peer) ? 0 : EAGAIN;
 }
 
-// A user of the group leaves half of the room to others.
-bool Server::has_room_for(uid_t user) const {
+// A quarter of the places, and at least one, is reserved for root and the service's user. One user
+// of the group may hold half of all places.
+bool Server::has_room_for(const Peer &peer) const {
   if (clients_.size() >= limits_.clients)
     return false;
-  if (user == 0 || user == geteuid())
+  if (peer.may_control)
     return true;
-  const auto same = std::count_if(service_.peers().begin(), service_.peers().end(),
-                                  [user](const Peer &peer) { return peer.user == user; });
-  return static_cast<std::size_t>(same) < (limits_.clients + 1) / 2;
+  std::size_t members = 0, same_user = 0;
+  for (const Peer &other : service_.peers()) {
+    members += other.may_control ? 0 : 1;
+    same_user += other.user == peer.user ? 1 : 0;
+  }
+  const uint32_t reserved = std::max(limits_.clients / 4, 1U);
+  return members < limits_.clients - reserved && same_user < (limits_.clients + 1) / 2;
 }
 
-// Takes what has come, serves one request, and sends what is to be sent.
+// Receives what has arrived, serves one request, and sends the reply.
 void Server::turn(Client &client, uint32_t events) {
   const char *why = nullptr;
   try {
@@ -198,7 +224,8 @@ void Server::turn(Client &client, uint32_t events) {
       why = send(client);
     }
   } catch (const std::bad_alloc &) {
-    why = "no memory for its message";
+    client.connection.run_out_of_memory();
+    why = send(client);
   }
   if (why == nullptr && !client.connection.has_output())
     why = client.connection.fault();
@@ -214,29 +241,28 @@ const char *Server::receive(Client &client) {
   if (count > 0)
     client.connection.received(static_cast<std::size_t>(count));
   else if (count == 0 || (errno != EAGAIN && errno != EINTR))
-    return client.connection.is_within_message() ? "ended within a message" : "";
+    return client.connection.is_within_message() ? "disconnected mid-message" : "";
   return nullptr;
 }
 
 const char *Server::send(Client &client) {
-  while (client.connection.has_output()) {
-    const Part part = client.connection.output();
-    const ssize_t count = ::send(client.socket.get(), part.bytes, part.count, MSG_NOSIGNAL);
-    if (count < 0 && errno == EINTR)
-      continue;
-    if (count < 0 && errno == EAGAIN)
-      return nullptr;
-    if (count < 0)
-      return client.connection.is_greeted() ? "ended before it took its answer" : "";
-    client.connection.sent(static_cast<std::size_t>(count));
-    if (!client.connection.has_output())
-      client.ticks = 0;
-  }
+  if (!client.connection.has_output())
+    return nullptr;
+  const Part part = client.connection.output();
+  const ssize_t count =
+      ::send(client.socket.get(), part.bytes, std::min(part.count, kMaxSend), MSG_NOSIGNAL);
+  if (count < 0 && (errno == EAGAIN || errno == EINTR))
+    return nullptr;
+  if (count < 0)
+    return client.connection.is_greeted() ? "disconnected before reading its reply" : "";
+  client.connection.sent(static_cast<std::size_t>(count));
+  if (!client.connection.has_output())
+    client.ticks = 0;
   return nullptr;
 }
 
-// A socket that can be written is a turn of its own for a client whose next request is here
-// already. It cannot where too many answers wait to be taken.
+// The next request of a client may be here already: it is served in the next turn in which the
+// socket can be written. It cannot be written while too many replies are unread.
 void Server::wait_for_more(Client &client) {
   const Connection &connection = client.connection;
   const uint32_t events = connection.has_output() || connection.is_ready() ? EPOLLOUT : EPOLLIN;
@@ -255,37 +281,46 @@ void Server::wait_for_more(Client &client) {
   wait_for(events, EPOLL_CTL_MOD, client.socket.get(), &client);
 }
 
-// What a client owes that is let go.
-const char *Server::timeout_reason(const Connection &connection) {
-  return !connection.is_greeted()  ? "does not greet"
-         : connection.has_output() ? "does not take its answers"
-                                   : "does not end its message";
+const char *Server::timeout_reason(const Client &client) {
+  if ((client.events & EPOLLOUT) != 0)
+    return "not reading replies, disconnected";
+  return client.connection.is_greeted() ? "incomplete request timed out" : "handshake timed out";
 }
 
-// Lets go who owes the same for too long, and listens again after a pause.
+// Ends clients without progress, and listens again after a pause.
 void Server::reap_idle() {
-  next_look_ = Clock::now() + kLook;
+  next_tick_ = Clock::now() + kTick;
+  log_.report_suppressed();
   if (!listening_)
     resume_listening();
   for (auto next = clients_.begin(); next != clients_.end();) {
     Client &client = **next++;
     if (client.expects_io && ++client.ticks > kTimeoutTicks)
-      end(client, timeout_reason(client.connection));
+      end(client, timeout_reason(client));
   }
 }
 
 void Server::end(Client &client, const char *why) {
   if (*why != '\0' || verbose_)
-    log(*client.peer, *why != '\0' ? why : "leaves");
+    log_end(client, why);
   if (client.expects_io)
     --awaited_;
   service_.leave(client.peer);
   clients_.erase(client.self);
 }
 
-void Server::log(const Peer &peer, const char *what) {
-  std::fprintf(stderr, "morvaned: process %d (%s, user %u): %s\n", static_cast<int>(peer.process),
-               peer.program.c_str(), peer.user, what);
+void Server::log_end(const Client &client, const char *why) {
+  const Peer &peer = *client.peer;
+  const auto process = static_cast<int>(peer.process);
+  std::array<char, 32> killed = {};
+  if (const int signal = signal_that_killed(peer.process))
+    std::snprintf(killed.data(), killed.size(), " (killed by signal %d)", signal);
+  if (*why == '\0')
+    log_.line("client %d (%s, uid %u) disconnected%s", process, peer.program.c_str(), peer.user,
+              killed.data());
+  else
+    log_.client_line("client %d (%s, uid %u) %s%s%s", process, peer.program.c_str(), peer.user,
+                     why == client.connection.fault() ? "disconnected: " : "", why, killed.data());
 }
 
 }  // namespace morvaned

@@ -1,4 +1,4 @@
-// The event loop: one thread, and of each client one request in its turn.
+// The event loop: one thread serves all clients, one request per turn.
 #ifndef MORVANED_SERVER_H
 #define MORVANED_SERVER_H
 
@@ -12,21 +12,22 @@
 
 #include "connection.h"
 #include "descriptor.h"
+#include "log.h"
 #include "service.h"
 
 namespace morvaned {
 
 struct Limits {
-  uint32_t clients;  // in all; of one user that is neither root nor the owner, half of them
-  std::optional<gid_t> group;  // may connect too
+  uint32_t clients;            // in total; some places are reserved, see has_room_for()
+  std::optional<gid_t> group;  // its members may connect too
 };
 
 class Server {
  public:
-  // Serves what connects to a socket that listens. Throws a StartError.
-  Server(Service &service, int listener, int signals, const Limits &limits, bool verbose);
+  // Serves the clients of a listening socket. Throws a StartError.
+  Server(Service &service, Log &log, int listener, int signals, const Limits &limits, bool verbose);
 
-  // Returns when there is a signal to read.
+  // Returns when a signal can be read.
   void run();
 
  private:
@@ -39,8 +40,8 @@ class Server {
     Connection connection;
     std::list<std::unique_ptr<Client>>::iterator self;
     uint32_t events = 0;     // for which the loop waits
-    bool expects_io = true;  // it owes its hello or the rest of a message, or has answers to take
-    int ticks = 0;           // that have found it owing the same
+    bool expects_io = true;  // its hello or the rest of a message is missing, or replies are unread
+    int ticks = 0;           // since then, or since its last progress
   };
 
   bool wait_for(uint32_t events, int operation, int descriptor, void *what);
@@ -51,25 +52,26 @@ class Server {
   void accept_client(Descriptor socket);
   void take_client(Descriptor socket, std::list<Peer>::iterator place);
   int refusal(int socket, const ucred &who, const Peer &peer) const;
-  bool has_room_for(uid_t user) const;
+  bool has_room_for(const Peer &peer) const;
   void turn(Client &client, uint32_t events);
   static const char *receive(Client &client);
   static const char *send(Client &client);
   void wait_for_more(Client &client);
-  static const char *timeout_reason(const Connection &connection);
+  static const char *timeout_reason(const Client &client);
   void reap_idle();
   void end(Client &client, const char *why);
-  static void log(const Peer &peer, const char *what);
+  void log_end(const Client &client, const char *why);
 
   Service &service_;
+  Log &log_;
   int listener_, signals_;
   Limits limits_;
   bool verbose_;
   Descriptor epoll_;
   std::list<std::unique_ptr<Client>> clients_;
   bool listening_ = true;
-  std::size_t awaited_ = 0;  // clients that are
-  Clock::time_point next_look_ = Clock::now();
+  std::size_t awaited_ = 0;  // clients that the service expects I/O of
+  Clock::time_point next_tick_ = Clock::now();
   bool stopping_ = false;
 };
 

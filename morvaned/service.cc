@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "platform/system_service.h"
 
@@ -10,8 +11,12 @@ namespace {
 
 using remote::Header;
 
-// A record of the messages from where it may not be aligned. The check of the header has shown that
-// the body is as long.
+// Long records that may be received at once, in units of the longest one.
+constexpr int kRecordsOfPool = 8;
+constexpr int kRecordsOfUser = 2;
+
+// A record of the messages, which may be unaligned. The check of the header has shown that the body
+// is long enough.
 template <typename Record>
 Record record_at(const uint8_t *bytes) {
   Record record;
@@ -24,7 +29,7 @@ uint64_t milliseconds_since(Clock::time_point then) {
   return static_cast<uint64_t>(passed.count());
 }
 
-vp_client shown(const Peer &peer) {
+vp_client client_entry(const Peer &peer) {
   vp_client client = {peer.process,
                       peer.user,
                       peer.calls,
@@ -53,31 +58,49 @@ Header answer_to(const Header &request, int error_number, std::size_t length) {
   return answer;
 }
 
-void Service::serve(Peer &peer, const Header &request, uint8_t *body, Bytes &out) {
-  if (request.kind != remote::kCall) {
+bool Service::is_full(const Peer &peer) const {
+  uint64_t in_pool = 0, of_user = 0;
+  for (const Peer &other : peers_) {
+    in_pool += other.may_control == peer.may_control ? other.buffered : 0;
+    of_user += other.user == peer.user ? other.buffered : 0;
+  }
+  return in_pool > uint64_t{kRecordsOfPool} * max_record_ ||
+         (!peer.may_control && of_user > uint64_t{kRecordsOfUser} * max_record_);
+}
+
+Header Service::serve(Peer &peer, const Header &request, uint8_t *body, Bytes &out) {
+  if (request.kind == remote::kCall)
+    return serve_call(peer, request, body);
+  try {
     Bytes answer;
     const bool allowed = peer.may_control || request.kind == remote::kCard;
     const int error = allowed ? control(request, body, answer) : EPERM;
-    const Header header = answer_to(request, error, answer.size());
-    append(out, &header, sizeof header);
-    append(out, answer.data(), answer.size());
-    return;
+    const Header reply = answer_to(request, error, answer.size());
+    if (!answer.empty()) {
+      append(out, &reply, sizeof reply);
+      append(out, answer.data(), answer.size());
+    }
+    return reply;
+  } catch (const std::bad_alloc &) {
+    out.clear();
+    return answer_to(request, ENOMEM, 0);
   }
+}
+
+Header Service::serve_call(Peer &peer, const Header &request, uint8_t *body) {
   const int error =
       switch_.driver.handle(request.case_code, request.driver_id, body, request.length);
   const bool is_read =
       request.case_code == SYSSRV_REG_READ_CASE || request.case_code == SYSSRV_MEM_READ_CASE;
-  const Header header = answer_to(request, error, error == 0 && is_read ? request.length : 0);
-  append(out, &header, sizeof header);
-  append(out, body, header.length);
   ++peer.calls;
   peer.failures += error != 0 ? 1 : 0;
   peer.last_case = request.case_code;
   peer.last_error = error;
   peer.last_call = Clock::now();
+  return answer_to(request, error, error == 0 && is_read ? request.length : 0);
 }
 
-// What is no service call; gives 0 and the body of the answer, or the errno of the refusal.
+// Requests other than service calls: 0 and the body of the answer, or the errno of the refusal.
 int Service::control(const Header &request, const uint8_t *body, Bytes &answer) {
   switch (request.kind) {
     case remote::kCard: {
@@ -121,7 +144,7 @@ int Service::control(const Header &request, const uint8_t *body, Bytes &answer) 
 Bytes Service::client_list() const {
   Bytes list;
   for (const Peer &peer : peers_) {
-    const vp_client client = shown(peer);
+    const vp_client client = client_entry(peer);
     append(list, &client, sizeof client);
   }
   return list;

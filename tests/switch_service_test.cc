@@ -4,6 +4,7 @@
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -181,6 +182,16 @@ class SwitchService : public testing::Test {
     EXPECT_NE(log().find(part), std::string::npos) << part << " is not in: " << log();
   }
 
+  // Waits until the clients of others are gone.
+  static vp_client expect_only_client() {
+    const vp_client *clients = nullptr;
+    uint32_t count = 0;
+    for (int i = 0; i < 500 && vp_clients(&clients, &count) == 0 && count != 1; ++i)
+      usleep(10000);
+    EXPECT_EQ(count, 1U);
+    return count == 0 ? vp_client{} : *clients;
+  }
+
   int connect_raw() const {
     remote::Address address;
     EXPECT_EQ(remote::parse_address(address_.c_str(), &address), 0);
@@ -199,6 +210,16 @@ class SwitchService : public testing::Test {
     return listener;
   }
 
+  // As a user of the group tty, if the user is not the test's own.
+  int connect_as(uid_t user) const {
+    if (user == geteuid())
+      return connect_raw();
+    EXPECT_EQ(chmod(folder_.c_str(), 0711) + setegid(getgrnam("tty")->gr_gid) + seteuid(user), 0);
+    const int raw = connect_raw();
+    EXPECT_EQ(seteuid(0) + setegid(0), 0);
+    return raw;
+  }
+
   std::string folder_, address_;
   pid_t service_ = -1;
 };
@@ -213,19 +234,17 @@ TEST_F(SwitchService, ends_the_connection_that_brings_a_bad_message_and_nothing_
   const struct {
     std::string sent, answer, logged;
   } cases[] = {
-      {std::string(100, 'x'), "", "does not speak this protocol"},
-      {bytes_of(Hello{remote::kMagic, 2, 0, 0, 0}), "", "another version of the protocol"},
-      {bytes_of(Hello{remote::kMagic, 1, 0, 0, EAGAIN}), "", "its hello is malformed"},
-      {request(0, 0), "", "a request of an unknown kind"},
-      {request(remote::kEndOfKinds, 0), "", "a request of an unknown kind"},
-      {request(remote::kReset, 0, -1), "", "a request with a result"},
-      {request(remote::kReset, 0, 0, 236), "", "a case or a driver in a request"},
-      {request(remote::kReset, 4), "", "a request of another length"},
-      {request(remote::kSetCard, UINT32_MAX), "", "a request of another length"},
+      {std::string(100, 'x'), "", "disconnected: unknown protocol"},
+      {bytes_of(Hello{remote::kMagic, 2, 0, 0, 0}), "", "unsupported protocol version"},
+      {bytes_of(Hello{remote::kMagic, 1, 0, 0, EAGAIN}), "", "malformed handshake"},
+      {request(remote::kEndOfKinds, 0), "", "unknown request kind"},
+      {request(remote::kReset, 0, -1), "", "request with a result"},
+      {request(remote::kReset, 0, 0, 236), "", "control request with a case or driver"},
+      {request(remote::kSetCard, UINT32_MAX), "", "wrong request length"},
       {request(remote::kCall, too_long), bytes_of(Header{9, remote::kCall, 0, 0, -1, EMSGSIZE, 0}),
-       "a record that is too long"},
-      {request(remote::kReset, 0).substr(0, 30), "", "ended within a message"},
-      {request(remote::kCall, 196) + "cut", "", "ended within a message"},
+       "record too long"},
+      {request(remote::kReset, 0).substr(0, 30), "", "disconnected mid-message"},
+      {request(remote::kCall, 196) + "cut", "", "disconnected mid-message"},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.logged);
@@ -237,19 +256,58 @@ TEST_F(SwitchService, ends_the_connection_that_brings_a_bad_message_and_nothing_
     shutdown(raw, SHUT_WR);
     EXPECT_EQ(receive(raw, 1000), c.answer);
     close(raw);
-    expect_log("process " + std::to_string(getpid()) + " (switch_service_, user ");
+    expect_log(" client " + std::to_string(getpid()) + " (switch_service_, uid ");
     expect_log(c.logged);
     const std::string lines = log();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1) << lines;
     expect_register(7);
   }
-  const vp_client *clients = nullptr;
-  uint32_t count = 0;
-  ASSERT_EQ(vp_clients(&clients, &count), 0);
-  ASSERT_EQ(count, 1U);
-  EXPECT_TRUE(clients->process == getpid() && clients->user == geteuid());
-  EXPECT_TRUE(clients->calls == std::size(cases) + 1 && clients->failures == 0);
-  EXPECT_EQ(clients->last_case, SYSSRV_REG_READ_CASE);
+  const vp_client client = expect_only_client();
+  EXPECT_TRUE(client.process == getpid() && client.user == geteuid());
+  EXPECT_TRUE(client.calls == std::size(cases) + 1 && client.failures == 0);
+  EXPECT_EQ(client.last_case, SYSSRV_REG_READ_CASE);
+  // Clients that do no better fill no disk.
+  const auto begin = std::chrono::steady_clock::now();
+  uint32_t more = 0;
+  for (; more < 100000 && log().find("more lines about clients suppressed") == std::string::npos;
+       ++more) {
+    const int raw = connect_raw();
+    send(raw, std::string(20, 'x').data(), 20, MSG_NOSIGNAL);
+    EXPECT_EQ(receive(raw, 100), bytes_of(kServiceHello));
+    close(raw);
+  }
+  const auto seconds = (std::chrono::steady_clock::now() - begin) / std::chrono::seconds(1);
+  const std::string lines = log();
+  EXPECT_LE(std::count(lines.begin(), lines.end(), '\n'), 11 * (seconds + 2)) << more << lines;
+}
+
+TEST_F(SwitchService, serves_and_ends_while_the_reader_of_its_log_stalls) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  const std::string full(static_cast<size_t>(fcntl(ends[1], F_SETPIPE_SZ, 4096)), '.');
+  ASSERT_EQ(write(ends[1], full.data(), full.size()), static_cast<ssize_t>(full.size()));
+  service_ = spawn({"--verbose"}, [&] { dup2(ends[1], STDERR_FILENO); });
+  ASSERT_EQ(vp_connect(address_.c_str()), 0);
+  const auto many_lines = [this] {
+    for (int i = 0; i < 200; ++i) {
+      const int raw = connect_raw();
+      EXPECT_EQ(receive(raw, sizeof(Hello)), bytes_of(kServiceHello));
+      close(raw);
+    }
+    EXPECT_EQ(write_register(1), 0);
+  };
+  many_lines();
+  EXPECT_EQ(fcntl(ends[1], F_GETFL) & O_NONBLOCK, 0);
+  std::string lines(4096, '\0'), all;
+  for (pollfd more = {ends[0], POLLIN, 0};
+       all.find(" lines lost\n") == std::string::npos && poll(&more, 1, 15000) == 1;)
+    all.append(lines.data(), static_cast<size_t>(read(ends[0], lines.data(), lines.size())));
+  EXPECT_NE(all.find(" lines lost\n"), std::string::npos) << all;
+  EXPECT_NE(all.find(" listening on " + address_ + "\n"), std::string::npos) << all;
+  many_lines();
+  EXPECT_EQ(stop(SIGTERM), 0);
+  close(ends[0]);
+  close(ends[1]);
 }
 
 TEST_F(SwitchService, serves_requests_that_come_together_one_by_one_and_answers_nothing_twice) {
@@ -532,12 +590,18 @@ TEST_F(SwitchService, connects_anew_where_nothing_was_sent_and_finds_room_in_a_f
             0);
   remote::Address address;
   ASSERT_EQ(remote::parse_address(address_.c_str(), &address), 0);
+  const int early = connect_raw();
+  const std::string hello = bytes_of(kGoodHello),
+                    list = bytes_of(Header{1, remote::kListClients, 0, 0, 0, 0, 0});
+  EXPECT_GT(send(early, hello.data(), hello.size(), 0), 0);
+  EXPECT_EQ(receive(early, sizeof(Hello)), bytes_of(kServiceHello));
   kill(service_, SIGSTOP);
   std::vector<int> queue;
   do
     queue.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   while (connect(queue.back(), address.get(), address.length) == 0);
   EXPECT_EQ(errno, EAGAIN);
+  EXPECT_GT(send(early, list.data(), list.size(), 0), 0);
   const pid_t second = spawn({});
   const pid_t child = fork();
   if (child == 0)
@@ -546,6 +610,10 @@ TEST_F(SwitchService, connects_anew_where_nothing_was_sent_and_finds_room_in_a_f
   kill(service_, SIGCONT);
   EXPECT_EQ(wait_for(child), 0);
   EXPECT_EQ(wait_for(second), 1);
+  std::array<uint32_t, 7> reply = {};  // sent before all who connect are accepted
+  std::memcpy(reply.data(), receive(early, sizeof reply).data(), sizeof reply);
+  EXPECT_LE(reply[6] / sizeof(vp_client), 32U);
+  close(early);
   expect_log("already served by process " + std::to_string(service_));
   std::for_each(queue.begin(), queue.end(), close);
   expect_register(4);
@@ -553,7 +621,8 @@ TEST_F(SwitchService, connects_anew_where_nothing_was_sent_and_finds_room_in_a_f
 
 TEST_F(SwitchService, has_room_for_so_many_long_records_at_once_and_for_short_ones_always) {
   constexpr uint32_t length = 1 << 20;
-  start({"--max-record", std::to_string(length)});
+  const bool is_root = geteuid() == 0;
+  start({"--max-record", std::to_string(length), "--group", "tty"});
   std::vector<uint32_t> run(length / 4);
   run[0] = TYPE_READ_DHS;
   sys_srvc_case_params_t params = {KEL_ASIC_DRIVER_MORVANE, run.data()};
@@ -561,41 +630,101 @@ TEST_F(SwitchService, has_room_for_so_many_long_records_at_once_and_for_short_on
   const std::string part = bytes_of(kGoodHello, Header{1, remote::kCall, 0, 0, 0, 0, length}) +
                            std::string(length - sizeof(Header), 'x');
   std::vector<int> others(9);
-  for (int &other : others) {
-    other = connect_raw();
-    send(other, part.data(), part.size(), MSG_NOSIGNAL);
-    for (int left = 1; left != 0 && ioctl(other, TIOCOUTQ, &left) == 0;)
-      usleep(1000);
+  const auto send_parts = [&](uid_t user) {
+    for (int &other : others) {
+      other = connect_as(user);
+      send(other, part.data(), part.size(), MSG_NOSIGNAL);
+      for (int left = 1; left != 0 && ioctl(other, TIOCOUTQ, &left) == 0;)
+        usleep(1000);
+    }
+  };
+  const auto close_others = [&] {
+    std::for_each(others.begin(), others.end(), close);
+    expect_only_client();
+  };
+  if (is_root) {  // a member of the group does not use up what the owner has
+    send_parts(65534);
+    EXPECT_EQ(receive(others[2], 1000).substr(sizeof(Hello)),
+              bytes_of(Header{1, remote::kCall, 0, 0, -1, ENOBUFS, 0}));
+    EXPECT_EQ(sse_call2(SYSSRV_REG_READ_CASE, &params, length), 0);
+    close_others();
   }
-  expect_log("a long record, while those of others leave no room");
+  send_parts(geteuid());
+  expect_log("disconnected: receive buffers exhausted");
   EXPECT_EQ(receive(others.back(), 1000),
             bytes_of(Hello{remote::kMagic, remote::kVersion, 0, length, 0},
                      Header{1, remote::kCall, 0, 0, -1, ENOBUFS, 0}));
   EXPECT_EQ(sse_call2(SYSSRV_REG_READ_CASE, &params, length), -1);
   EXPECT_EQ(errno, ENOBUFS);
   EXPECT_EQ(write_register(5), 0);
-  std::for_each(others.begin(), others.end(), close);
-  const vp_client *list = nullptr;
-  uint32_t count = 0;
-  for (int i = 0; i < 500 && vp_clients(&list, &count) == 0 && count != 1; ++i)
-    usleep(10000);
+  close_others();
   EXPECT_EQ(sse_call2(SYSSRV_REG_READ_CASE, &params, length), 0);
 }
 
-TEST_F(SwitchService, lets_go_who_does_not_greet_within_five_seconds_and_not_before) {
+TEST_F(SwitchService, ends_clients_without_progress_after_five_seconds_and_not_before) {
   using Clock = std::chrono::steady_clock;
   start();
   const Clock::time_point begin = Clock::now();
-  const int raw = connect_raw();
+  const int asking = connect_raw(), incomplete = connect_raw(), raw = connect_raw();
+  const std::string hello = bytes_of(kGoodHello),
+                    request = bytes_of(Header{1, remote::kCall, 0, 0, 0, 0, 0});
+  EXPECT_GT(send(incomplete, (hello + "cut").data(), hello.size() + 3, 0), 0);
+  EXPECT_GT(send(asking, hello.data(), hello.size(), 0), 0);
   EXPECT_EQ(receive(raw, sizeof(Hello)), bytes_of(kServiceHello));
   pollfd gone = {raw, POLLIN, 0};
-  while (poll(&gone, 1, 20) == 0 && Clock::now() - begin < std::chrono::seconds(15))
-    expect_register(0);  // a service that is never idle looks as soon as it may
+  while (poll(&gone, 1, 20) == 0 && Clock::now() - begin < std::chrono::seconds(15)) {
+    expect_register(0);  // a service that is never idle checks as soon as it may
+    while (send(asking, request.data(), request.size(), MSG_DONTWAIT | MSG_NOSIGNAL) > 0) {
+    }
+  }
   EXPECT_GE(Clock::now() - begin, std::chrono::seconds(5));
   ASSERT_EQ(poll(&gone, 1, 0), 1) << log();
   EXPECT_EQ(receive(raw, 1), "");
-  expect_log("does not greet");
-  close(raw);
+  expect_log("handshake timed out");
+  expect_log("incomplete request timed out");
+  expect_log("not reading replies, disconnected");
+  for (const int client : {asking, incomplete, raw})
+    close(client);
+}
+
+TEST_F(SwitchService, gives_enomem_and_applies_nothing_when_its_memory_runs_out) {
+  if (SANITIZED)
+    GTEST_SKIP() << "a sanitizer ends a program whose memory runs out";
+  constexpr uint32_t pages = 32, per_module = 2 * pages;
+  static kel_asic_xn_t transaction;
+  transaction.num = 4 * per_module;
+  for (uint32_t i = 0; i < 4 * per_module; ++i) {
+    const uint32_t base =
+        kel_asic_get_all_base_table(KEL_ASIC_VER_B0)[KEL_ASIC_BLK_NF][i / pages % 2];
+    const uint32_t table =
+        kel_asic_get_all_reg_table(KEL_ASIC_VER_B0)[KEL_ASIC_BLK_NF][NF_DHS_MCAST_MEM_00_OFFSET];
+    transaction.xn[i] = {static_cast<int32_t>(i / per_module), 0, base + table + i % pages * 4096,
+                         1, UINT32_MAX};
+  }
+  sys_srvc_case_params_t params = {KEL_ASIC_DRIVER_MORVANE, &transaction};
+  const auto written_words = [] {
+    uint32_t count = 0;
+    for (int32_t i = 0; i < transaction.num; ++i) {
+      const kel_asic_xn_entry_t &entry = transaction.xn[i];
+      Record record = {TYPE_READ, static_cast<uint32_t>(entry.module), 0, entry.reg};
+      sys_srvc_case_params_t read = {KEL_ASIC_DRIVER_MORVANE, record.data()};
+      count += sse_call2(SYSSRV_REG_READ_CASE, &read, kRecord) == 0 ? record[4] : 0;
+    }
+    return count;
+  };
+  start();
+  expect_log("ready");
+  rlimit before = {};
+  ASSERT_EQ(prlimit(service_, RLIMIT_DATA, nullptr, &before), 0);
+  const rlimit no_more = {1, before.rlim_max};  // than it has
+  ASSERT_EQ(prlimit(service_, RLIMIT_DATA, &no_more, nullptr), 0);
+  EXPECT_EQ(sse_call2(SYSSRV_MEM_WRITE_CASE, &params, sizeof transaction), -1);
+  EXPECT_EQ(errno, ENOMEM);
+  EXPECT_EQ(written_words(), 0U);
+  EXPECT_EQ(expect_only_client().failures, 1U);  // on the same connection
+  ASSERT_EQ(prlimit(service_, RLIMIT_DATA, &before, nullptr), 0);
+  EXPECT_EQ(sse_call2(SYSSRV_MEM_WRITE_CASE, &params, sizeof transaction), 0);
+  EXPECT_EQ(written_words(), 4U * per_module);
 }
 
 TEST_F(SwitchService, serves_those_who_are_here_while_it_has_no_descriptor_for_another) {
@@ -605,7 +734,7 @@ TEST_F(SwitchService, serves_those_who_are_here_while_it_has_no_descriptor_for_a
   const rlimit none = {3, before.rlim_max};  // for a new one; what it has open stays
   ASSERT_EQ(prlimit(service_, RLIMIT_NOFILE, &none, nullptr), 0);
   const int raw = connect_raw();
-  expect_log("cannot take a client: Too many open files");
+  expect_log("cannot accept a client: Too many open files");
   for (int turns = 0; turns < 100; ++turns)
     EXPECT_EQ(write_register(7), 0);
   const std::string lines = log();
@@ -626,23 +755,40 @@ TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_wha
   EXPECT_EQ(receive(third, 1000), bytes_of(refusal));
   close(third);
   close(second);
-  expect_log("leaves");
+  expect_log(" connected\n");
+  expect_only_client();
+  expect_log(" disconnected\n");
+  const pid_t killed = fork();
+  if (killed == 0) {
+    connect_raw();
+    raise(SIGKILL);
+  }
+  expect_log("client " + std::to_string(killed) + " (switch_service_, uid " +
+             std::to_string(geteuid()) + ") disconnected (killed by signal 9)\n");
+  wait_for(killed);
   // A switch that cannot be had leaves the one at hand, and the connection to it.
   EXPECT_EQ(write_register(1), 0);
   EXPECT_EQ(vp_connect((folder_ + "/log/socket").c_str()), ENOTDIR);
-  const vp_client *clients = nullptr;
-  uint32_t count = 0;
-  ASSERT_EQ(vp_clients(&clients, &count), 0);
-  EXPECT_TRUE(count == 1 && clients->calls == 1);
+  EXPECT_EQ(expect_only_client().calls, 1U);
   stop(SIGKILL);
   EXPECT_TRUE(std::filesystem::exists(address_));
+  const int locked = open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  EXPECT_EQ(flock(locked, LOCK_SH), 0);  // any user can do this
   start();
+  expect_log(folder_ + "/: locked by another process, continuing without the lock");
+  close(locked);
   std::filesystem::rename(address_, address_ + ".ours");
   std::ofstream(address_) << "somebody's file";
   EXPECT_EQ(wait_for(spawn({})), 1);
-  expect_log("there already, and no socket");
+  expect_log("exists and is not a socket");
   EXPECT_EQ(stop(SIGINT), 0);
   EXPECT_TRUE(std::filesystem::remove(address_));
+  EXPECT_EQ(chmod(folder_.c_str(), 0777), 0);
+  EXPECT_EQ(wait_for(spawn({})), 1);
+  expect_log("other users can replace files in this directory");
+  EXPECT_EQ(chmod(folder_.c_str(), 0770), 0);
+  EXPECT_EQ(wait_for(spawn({"--group", "root"})), 1);
+  EXPECT_EQ(chmod(folder_.c_str(), 0700), 0);
   const std::pair<std::vector<std::string>, int> wrong[] = {
       {{"--max-clients", "0"}, 2},
       {{"--max-record", "10279"}, 2},
@@ -695,8 +841,8 @@ TEST_F(SwitchService, takes_a_socket_that_was_handed_over_and_tells_when_it_is_r
   EXPECT_EQ(receive(raw, 1000), bytes_of(kServiceHello));  // and nothing of the log
   close(raw);
   EXPECT_EQ(write_register(5), 0);
-  EXPECT_EQ(stop(SIGTERM), 0);
-  EXPECT_TRUE(std::filesystem::exists(address_));  // whoever made it removes it
+  EXPECT_EQ(stop(SIGQUIT), 0);
+  EXPECT_TRUE(std::filesystem::exists(address_));  // its maker removes it
   close(listener);
   close(notify);
 }
@@ -725,18 +871,27 @@ TEST_F(SwitchService, leaves_the_controls_to_its_owner_and_serves_the_group_alon
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return write_register(5); }), 0);
   EXPECT_EQ(as_nobody_of(tty->gr_gid, 65534, [] { return write_register(5); }), 0);
   expect_register(5);
-  const auto in_two_children = [] {  // of a user who may have half of the room
-    return in_child([] { return write_register(5) + in_child([] { return write_register(6); }); });
-  };
-  EXPECT_EQ(as_nobody(tty->gr_gid, in_two_children), EAGAIN);
+  // One user may have half of the places, and a quarter is root's.
+  EXPECT_EQ(vp_connect(nullptr), 0);
+  const std::pair<uid_t, int> members[] = {
+      {65534, 0}, {65534, 0}, {65534, EAGAIN}, {65533, 0}, {65533, EAGAIN}};
+  std::vector<int> connected;
+  for (const auto &[user, expected] : members) {
+    connected.push_back(connect_as(user));
+    Hello hello = kServiceHello;
+    hello.error_number = expected;
+    EXPECT_EQ(receive(connected.back(), sizeof hello), bytes_of(hello)) << connected.size();
+  }
+  EXPECT_EQ(vp_connect(address_.c_str()), 0);
   expect_register(5);
+  std::for_each(connected.begin(), connected.end(), close);
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return vp_reset(); }), EPERM);
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return vp_set_card(1, 1); }), EPERM);
   vp_asic_state state = {};
   EXPECT_EQ(as_nobody(tty->gr_gid, [&] { return vp_asic_show(0, 0, &state); }), EPERM);
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return vp_sw_card_id() == 1 ? 0 : -1; }), 0);
   expect_register(5);
-  EXPECT_EQ(stop(SIGTERM), 0) << log();
+  EXPECT_EQ(stop(SIGHUP), 0) << log();
   start({"--group", "root"});  // number 0 is a group like others
   EXPECT_EQ(as_nobody(tty->gr_gid, [] { return 0; }), EACCES);
 }

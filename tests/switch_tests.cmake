@@ -39,6 +39,7 @@ endif()
 morvane_test(switch_service_test morvaneplatform switch_client)
 # The last two: its sendmsg() takes the place of the one that the client side calls.
 target_compile_definitions(switch_service_test PRIVATE MORVANED_PATH="$<TARGET_FILE:morvaned>"
+  SANITIZED=$<BOOL:${MORVANE_SANITIZE}>
   _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 # The precompiled header of the other tests was compiled without these two.
 set_property(TARGET switch_service_test PROPERTY DISABLE_PRECOMPILE_HEADERS ON)

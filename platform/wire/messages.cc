@@ -47,24 +47,24 @@ bool is_errno_or_zero(int32_t value) {
 
 const char *validate(const Hello &hello) {
   if (hello.magic != kMagic)
-    return "it does not speak this protocol";
+    return "unknown protocol";
   if (hello.version != kVersion)
-    return "it speaks another version of the protocol";
+    return "unsupported protocol version";
   if (hello.max_record != 0 || hello.error_number != 0)
-    return "its hello is malformed";
+    return "malformed handshake";
   return nullptr;
 }
 
 const char *validate(const Header &request) {
   if (request.kind < kCall || request.kind >= kEndOfKinds)
-    return "a request of an unknown kind";
+    return "unknown request kind";
   if (request.result != 0 || request.error_number != 0)
-    return "a request with a result";
+    return "request with a result";
   if (request.kind == kCall)
     return nullptr;
   if (request.case_code != 0 || request.driver_id != 0)
-    return "a case or a driver in a request that is no service call";
-  return request.length == kLengths[request.kind].request ? nullptr : "a request of another length";
+    return "control request with a case or driver";
+  return request.length == kLengths[request.kind].request ? nullptr : "wrong request length";
 }
 
 bool is_valid_reply(const Header &answer, const Header &request) {
