@@ -41,9 +41,9 @@ struct public_types {
   kel_asic_mb_reg_t mb_reg;
   kel_asic_qs_reg_t qs_reg;
   kel_asic_xl_reg_t xl_reg;
-  const kel_asic_block_t *block;
   const kel_asic_dhs_row_t *dhs_row;
   const kel_asic_case_t *service_case;
+  const kel_asic_block_t *block;
 };
 
 const struct public_types *public_types(void);

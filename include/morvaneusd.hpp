@@ -1737,11 +1737,11 @@ class session {
   class batch;
 
   /** Waits for the lock. */
-  void lock() { mutex().lock(); }
+  void lock() { mutex_.lock(); }
   /** @return whether the lock was free, and is now held */
-  bool try_lock() { return mutex().try_lock(); }
+  bool try_lock() { return mutex_.try_lock(); }
   /** Releases the lock. */
-  void unlock() { mutex().unlock(); }
+  void unlock() { mutex_.unlock(); }
 
   /**
    * Runs operations under the lock.
@@ -1756,10 +1756,12 @@ class session {
   }
 
  private:
-  static std::recursive_mutex &mutex() noexcept {
-    static std::recursive_mutex of_the_program;
-    return of_the_program;
+  static std::recursive_mutex &of_the_program() noexcept {
+    static std::recursive_mutex one;
+    return one;
   }
+
+  std::recursive_mutex &mutex_ = of_the_program();
 };
 
 /** A batch that holds the lock until its scope ends, also after commit(). */
