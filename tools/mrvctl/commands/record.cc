@@ -1,15 +1,12 @@
 // record: a program with the recorder loaded.
 #include <dlfcn.h>
-#include <elf.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -66,28 +63,6 @@ std::string find_recorder() {
   return path;
 }
 
-// Where execvp() finds a program; empty where it does not.
-std::string find_program(const std::string &name) {
-  if (name.find('/') != std::string::npos)
-    return name;
-  const char *const path = getenv("PATH");
-  for (const std::string &folder : split(path == nullptr ? "/bin:/usr/bin" : path, ':')) {
-    std::string file = (folder.empty() ? "." : folder) + '/' + name;
-    if (access(file.c_str(), X_OK) == 0)
-      return file;
-  }
-  return "";
-}
-
-// 32 or 64 of a program in machine code; 0 of a script, and of what cannot be read.
-int bits_of(const std::string &program) {
-  char ident[EI_NIDENT] = "";
-  std::ifstream(find_program(program), std::ios::binary).read(ident, sizeof ident);
-  if (std::memcmp(ident, ELFMAG, SELFMAG) != 0)
-    return 0;
-  return ident[EI_CLASS] == ELFCLASS64 ? 64 : 32;
-}
-
 constexpr int kBits = 8 * sizeof(void *);
 
 // Where libraries stand on a machine that has both word sizes, as its ld.so calls it $LIB: the
@@ -123,19 +98,12 @@ std::string for_both_sizes(const std::string &own) {
   return "";
 }
 
-// What ld.so is to load into a program and all that it starts, of whatever word size if it can.
-std::string preload_for(const std::string &program) {
-  std::string own = find_recorder();
-  std::string both = for_both_sizes(own);
-  if (!both.empty())
-    return both;  // of each program its own
-  const int bits = bits_of(program);
-  if (bits != 0 && bits != kBits)
-    std::fprintf(stderr,
-                 "mrvctl: %s is a %d-bit program and is not recorded: %s is for %d-bit ones; the "
-                 "recorder of a %d-bit build beside it, or that build's mrvctl, records it\n",
-                 program.c_str(), bits, own.c_str(), kBits, bits);
-  return own;
+// The library for ld.so to load into the program and all programs that it starts, of either word
+// size if possible.
+std::string preloaded_recorder() {
+  const std::string own = find_recorder();
+  const std::string both = for_both_sizes(own);
+  return both.empty() ? own : both;
 }
 
 void set_variable(const char *name, const std::string &value) {
@@ -152,7 +120,7 @@ void run_record(Session &session, const RecordArgs &args) {
   set_variable("MORVANE_RECORD", recordable_directory(args.directory));
   if (args.size)
     set_variable("MORVANE_RECORD_SIZE", std::to_string(*args.size));
-  set_variable("LD_PRELOAD", preload_for(args.program[0]) + others);
+  set_variable("LD_PRELOAD", preloaded_recorder() + others);
   session.report.return_standard_output();
   std::vector<char *> words;
   for (const std::string &word : args.program)
@@ -167,11 +135,13 @@ void run_record(Session &session, const RecordArgs &args) {
 void add_record_command(Parser &parser) {
   parser.add<RecordArgs>(
       {"record", "Recordings",
-       "Run the PROGRAM behind DIR with its service calls recorded\n"
-       "Each of its processes that makes one has a file DIR/PROGRAM.PID.mrec with the\n"
-       "newest of them, however it ends. -- stands before a program that has options. The\n"
-       "exit status is the program's. One of another word size than the tool is recorded\n"
-       "where the recorder for it is installed too; a set-user-ID program is not.",
+       "Run PROGRAM and record its service calls in DIR\n"
+       "Every process that makes service calls gets a file DIR/PROGRAM.PID.mrec with its\n"
+       "most recent calls. The file survives a crash. The exit status is the program's.\n"
+       "A 32-bit mrvctl records 64-bit programs, and vice versa, if that recorder is\n"
+       "installed too; otherwise ld.so prints that it ignores the recorder. Set-user-ID\n"
+       "programs are not recorded.\n"
+       "Example: mrvctl record /tmp/calls -- ./client --verbose",
        Requires::kNone},
       describe_record, run_record);
 }

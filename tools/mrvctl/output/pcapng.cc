@@ -24,8 +24,6 @@ constexpr uint16_t kLinkTypeUser0 = 147;
 constexpr uint16_t kOptionName = 2;
 constexpr uint16_t kOptionTimeResolution = 9;
 constexpr uint8_t kNanoseconds = 9;
-// Readers stop at a packet of which more was captured.
-constexpr uint32_t kLongestPacket = 262144;
 
 // What stands in front of each record.
 constexpr char kMagic[] = "MRVC";
@@ -55,7 +53,7 @@ Bytes interface_body(const std::string &name) {
   Bytes body;
   put<uint16_t>(body, kLinkTypeUser0);
   put<uint16_t>(body, 0);
-  put(body, kLongestPacket);
+  put<uint32_t>(body, 0);  // no limit to the length of a packet
   put_option(body, kOptionName, Bytes(name.begin(), name.end()));
   put_option(body, kOptionTimeResolution, {kNanoseconds});
   put_option(body, 0, {});
@@ -142,16 +140,13 @@ void PcapngWriter::write_block(uint32_t type, const Bytes &body) {
 }
 
 void PcapngWriter::write_packet(const Packet &packet) {
-  const auto captured =
-      static_cast<uint32_t>(std::min<size_t>(packet.bytes.size(), kLongestPacket));
   Bytes body;
   put(body, packet.interface);
   put(body, static_cast<uint32_t>(packet.wall_ns >> 32));
   put(body, static_cast<uint32_t>(packet.wall_ns));
-  put(body, captured);
+  put(body, static_cast<uint32_t>(packet.bytes.size()));
   put(body, static_cast<uint32_t>(std::min<uint64_t>(packet.true_length, UINT32_MAX)));
-  body.insert(body.end(), packet.bytes.begin(),
-              packet.bytes.begin() + static_cast<std::ptrdiff_t>(captured));
+  body.insert(body.end(), packet.bytes.begin(), packet.bytes.end());
   pad(body);
   write_block(kEnhancedPacket, body);
   ++packets_;
