@@ -43,8 +43,7 @@ void read_recording(const std::string &bytes) {
   } catch (const OperationFailed &) {
     return;
   }
-  summary.json();
-  summary.text();
+  summary.listing().text();
 }
 
 }  // namespace
