@@ -51,8 +51,8 @@ Operation cxx_operation(Call call) {
 template <typename Call>
 Operation coded_operation(Call call) {
   static const Call cxx = call;
+  static std::error_code ec;
   return [] {
-    std::error_code ec;
     benchmark::DoNotOptimize(cxx(ec));
     if (ec)
       std::abort();

@@ -20,6 +20,12 @@ constexpr morvane::port host = morvane::hif(3, second);
 inline uint32_t values[16] = {1, 2, 3};
 inline std::array steps = {morvane::step(plain, 3), morvane::step(plain, 2, 6)};
 
+// Makes the compiler deliver what a C call received, as a caller that uses it does.
+template <typename Value>
+void keep(Value &value) {
+  asm volatile("" : "+m"(value) : : "memory");
+}
+
 #define AT_PLAIN 1, 0, KEL_ASIC_BLK_HI, 2, 40
 #define AT_POLICERS 1, 0, KEL_ASIC_BLK_HF, 3, HF_DHS_POL_OFFSET
 #define HOST_PORT 1, 0, CARDCFG_PORT_TYPE_HIF, 3
@@ -36,7 +42,9 @@ void visit_pairs(Visit visit) {
       "read",
       [] {
         uint32_t value = 0;
-        return lib_mrv_asic_read(AT_PLAIN, &value, KEL_ASIC_HERE);
+        const syserr_t result = lib_mrv_asic_read(AT_PLAIN, &value, KEL_ASIC_HERE);
+        keep(value);
+        return result;
       },
       CXX(read, there));
   visit(
@@ -63,7 +71,9 @@ void visit_pairs(Visit visit) {
       "read_block 16, a vector",
       [] {
         std::vector<uint32_t> words(16);
-        return lib_mrv_asic_n_read(AT_PLAIN, words.data(), 16, KEL_ASIC_HERE);
+        const syserr_t result = lib_mrv_asic_n_read(AT_PLAIN, words.data(), 16, KEL_ASIC_HERE);
+        keep(words);
+        return result;
       },
       CXX(read_block, there, 16));
   visit(
@@ -74,21 +84,29 @@ void visit_pairs(Visit visit) {
       "read_entries 2, a vector",
       [] {
         std::vector<uint32_t> words(16);
-        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, words.data(), 2, KEL_ASIC_HERE);
+        const syserr_t result =
+            lib_mrv_asic_read_dhs(AT_POLICERS, 4, words.data(), 2, KEL_ASIC_HERE);
+        keep(words);
+        return result;
       },
       CXX(read_entries, policers, 4, 2));
   visit(
       "read_rows 2",
       [] {
         std::vector<std::array<uint32_t, 8>> rows(2);
-        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, rows[0].data(), 2, KEL_ASIC_HERE);
+        const syserr_t result =
+            lib_mrv_asic_read_dhs(AT_POLICERS, 4, rows[0].data(), 2, KEL_ASIC_HERE);
+        keep(rows);
+        return result;
       },
       CXX(read_rows, policers, 4, 2));
   visit(
       "read_row",
       [] {
         std::array<uint32_t, 8> row = {};
-        return lib_mrv_asic_read_dhs(AT_POLICERS, 4, row.data(), 1, KEL_ASIC_HERE);
+        const syserr_t result = lib_mrv_asic_read_dhs(AT_POLICERS, 4, row.data(), 1, KEL_ASIC_HERE);
+        keep(row);
+        return result;
       },
       CXX(read_row, policers, 4));
   visit(
@@ -102,7 +120,9 @@ void visit_pairs(Visit visit) {
       "get_qos_stats",
       [] {
         kel_asic_qos_stats_t record;
-        return lib_mrv_asic_get_qos_stats(HOST_PORT, &record, 0);
+        const syserr_t result = lib_mrv_asic_get_qos_stats(HOST_PORT, &record, 0);
+        keep(record);
+        return result;
       },
       CXX(get_qos_stats, host));
   visit(
