@@ -37,7 +37,7 @@ class File {
       throw Unreadable("cannot open " + path + ": " + std::strerror(errno));
     if (fstat(fd_, &status_) != 0 || !S_ISREG(status_.st_mode)) {
       close(fd_);
-      throw Unreadable(path + " is no recording: it is not a regular file");
+      throw Unreadable(path + " is not a recording: it is not a regular file");
     }
   }
   ~File() { close(fd_); }
@@ -102,7 +102,7 @@ Process process_of(const mrec_header_t &header) {
 // Says what is wrong with a header, or gives null.
 const char *fault_of(const mrec_header_t &header) {
   if (std::memcmp(header.magic, MREC_MAGIC, sizeof header.magic) != 0)
-    return "is no recording";
+    return "is not a recording";
   if (header.version != MREC_VERSION || header.header_size != MREC_HEADER_SIZE)
     return "is a recording of another version";
   if (header.ring_size < MREC_RING_MIN || header.ring_size > MREC_RING_MAX ||
@@ -127,7 +127,7 @@ mrec_header_t load_header(const File &file, const std::string &path) {
     const mrec_header_t nothing = {};
     if (std::memcmp(header.magic, nothing.magic, sizeof header.magic) == 0)
       return nothing;
-    fault = size < sizeof header ? "is no recording" : fault_of(header);
+    fault = size < sizeof header ? "is not a recording" : fault_of(header);
     if (fault == nullptr)
       return header;
   }

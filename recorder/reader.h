@@ -12,7 +12,7 @@
 
 namespace recording {
 
-// A file that cannot be read, or that is no recording: says which file, and why.
+// A file that cannot be read, or that is not a recording: which file, and why.
 struct Unreadable : std::runtime_error {
   using std::runtime_error::runtime_error;
 };

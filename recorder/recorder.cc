@@ -1,13 +1,22 @@
-// Stands between a program and its platform: notes each service call and hands it on unchanged.
+// Records each service call between a program and its platform, and forwards it unchanged.
+//
+// It must not harm the program, whatever the program does. A call may come on a small stack, in a
+// signal handler, in a thread of low priority, or be left by siglongjmp at any instruction. So the
+// recorder needs at most 1 KiB of stack, waits for another thread for milliseconds only, and counts
+// a call that it cannot record.
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 
 #include "compact_record.h"
 #include "platform/system_service.h"
@@ -18,101 +27,212 @@ namespace {
 
 using service_call = int (*)(uint32_t, sys_srvc_case_params_t *, uint32_t);
 
+// How many calls the recorder keeps at once, in addition to the call in the header.
+constexpr std::size_t max_concurrent = 32;
+
+// How often a thread yields, and then sleeps for 100 us, before it gives up a note. The file takes
+// longer to create than a note to write.
+constexpr int max_yields = 20, max_sleeps = 100, max_sleeps_before_recording = 2000;
+
 enum class stage : uint8_t {
   loaded,     // the environment has not been read
   ready,      // to record from the first call on
   recording,  // into the ring
-  off         // nothing is asked for, or it has failed
+  off         // no recording is requested, or it has failed
 };
 
-// Changed by the thread alone that holds the lock. Nobody holds it during a service call.
+// A call that has begun and not returned.
+struct begun_call {
+  std::atomic<uint64_t> number;  // 0: none
+  uintptr_t thread;
+  const void *frame;  // of sse_call2
+  uint8_t *request;   // what is kept of it
+};
+
+// Changed only by the thread that holds the lock, which no thread holds during a service call.
 struct recorder_state {
   std::atomic<stage> now;
   recording_settings settings;
   ring notes;
-  uint64_t calls;       // that have begun in this recording
-  bool slot_busy;       // the header's, for the call under way
-  uint32_t recordings;  // that have begun in this process and those that it was forked from
+  uint64_t calls;                        // that have begun in this recording
+  std::atomic<uint32_t> missed;          // of them: those that have no note
+  uint32_t recordings;                   // that have begun in this process and those it forked from
+  begun_call begun[1 + max_concurrent];  // the first one is in the header
+  uint8_t requests[max_concurrent][MREC_REQUEST_MAX];
 };
 
-// Empty in a forked process: the kernel wipes the page, however it was forked. The lock may have
-// been held by a thread that is not there.
+// Empty in a forked process: the kernel wipes the page after any kind of fork. Another thread may
+// have held the lock, which does not exist in the new process.
 struct alignas(4096) per_process {
-  std::atomic<uintptr_t> lock_owner;
-  bool adopted;  // what the process has mapped is its own
+  std::atomic<uintptr_t> lock_owner;     // a thread
+  std::atomic<const void *> lock_frame;  // of the owner's sse_call2
+  std::atomic<uint32_t> unlocks;
+  std::atomic<uint32_t> given_up;  // 1 + the number of unlocks at which a thread waited in vain
+  bool adopted;                    // what the process has mapped is its own
 };
 
 recorder_state recorder;
 per_process per_process_state;
+std::atomic<service_call> next_call;
+pthread_key_t thread_key = UINT32_MAX;  // invalid
 
-// A call on its way, and what is known of it.
+// A recorded call, in the frame of sse_call2.
 struct pending_call {
   mrec_call_t note;
   call_payload record;
-  uint8_t *request;  // what is kept of it
+  begun_call *place;
   uint32_t recording;
 };
 
-// For a kernel that is too old to do it.
+uintptr_t this_thread() {
+  return static_cast<uintptr_t>(pthread_self());
+}
+
+// The child of a fork has its own recording, from its first call on. It has mapped what its parent
+// has mapped.
+void leave_recording_to_parent() {
+  recorder.missed = 0;
+  if (recorder.now == stage::recording) {
+    recorder.now = stage::ready;
+    unmap_recording(recorder.notes);
+  }
+  per_process_state.adopted = true;
+}
+
+// Not nanosleep(): the thread could be cancelled there.
+void sleep_100_us() {
+  const long duration[] = {0, 100000};
+  syscall(SYS_nanosleep, duration, nullptr);
+}
+
+// Waits while another thread writes its note, which takes a few microseconds. That thread may be
+// stopped, have no processor because of its priority, or have left its call by siglongjmp. So the
+// caller gives up after some 15 ms, and each later caller at once until the lock is free again.
+bool acquire(uintptr_t thread) {
+  per_process &state = per_process_state;
+  const uint32_t first = state.unlocks;
+  const int sleeps = recorder.now == stage::recording ? max_sleeps : max_sleeps_before_recording;
+  for (int attempt = 0; attempt < max_yields + sleeps; ++attempt) {
+    uintptr_t owner = 0;
+    if (state.lock_owner.compare_exchange_strong(owner, thread, std::memory_order_acquire))
+      return true;
+    if (state.given_up == state.unlocks + 1)
+      return false;
+    if (attempt < max_yields)
+      sched_yield();
+    else
+      sleep_100_us();
+  }
+  state.given_up = first + 1;
+  return false;
+}
+
+// False if the lock cannot be had. If this thread has it, a signal handler makes this call while
+// the thread writes a note. But if both calls have one frame, the older call was left: two running
+// calls cannot have one frame.
+bool lock(const void *frame) {
+  per_process &state = per_process_state;
+  const uintptr_t thread = this_thread();
+  if (state.lock_owner.load(std::memory_order_relaxed) == thread)
+    return state.lock_frame == frame;
+  if (!acquire(thread))
+    return false;
+  state.lock_frame.store(frame, std::memory_order_relaxed);
+  if (!state.adopted)
+    leave_recording_to_parent();
+  return true;
+}
+
+void unlock() {
+  std::atomic<uint32_t> &unlocks = per_process_state.unlocks;
+  per_process_state.lock_frame.store(nullptr, std::memory_order_relaxed);
+  unlocks.store(unlocks.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+  per_process_state.lock_owner.store(0, std::memory_order_release);
+}
+
+void hide_begun() {
+  __atomic_store_n(&recorder.notes.header->begun.number, 0, __ATOMIC_RELAXED);
+  __atomic_thread_fence(__ATOMIC_RELEASE);
+}
+
+void count_missed() {
+  ++recorder.missed;
+  if (recorder.now == stage::recording)
+    __atomic_store_n(&recorder.notes.header->missed, recorder.missed, __ATOMIC_RELAXED);
+}
+
+// For a call that has no note. The caller may not have the lock.
+void give_up(begun_call *place, uint64_t number) {
+  if (number == 0 || !place->number.compare_exchange_strong(number, 0))
+    return;
+  count_missed();
+  if (place == recorder.begun)
+    hide_begun();
+}
+
+// A thread that ends returns to none of its calls, nor to a note that it has begun.
+void end_thread(void *) {
+  const uintptr_t thread = this_thread();
+  if (per_process_state.lock_owner == thread)
+    unlock();
+  if (!lock(&thread))
+    return;
+  if (recorder.now == stage::recording) {
+    for (begun_call &call : recorder.begun) {
+      if (call.thread == thread)
+        give_up(&call, call.number);
+    }
+  }
+  unlock();
+}
+
+// For a kernel that is too old to wipe the page.
 void wipe() {
   per_process_state.adopted = false;
   per_process_state.lock_owner = 0;
 }
 
-// At load, while the environment and the working directory are those that the program was given.
+// At load, while the environment and the working directory are those that the program was given,
+// and on the stack of a program that begins: the search for a function takes 4 KiB.
 __attribute__((constructor)) void init_from_env() {
   if (recorder.now != stage::loaded)
     return;
+  next_call = reinterpret_cast<service_call>(dlsym(RTLD_NEXT, "sse_call2"));
+  remember_standard_error();
   read_settings(&recorder.settings);
   const bool wanted = recorder.settings.directory[0] != '\0';
   if (wanted) {
+    if (pthread_key_create(&thread_key, end_thread) != 0)
+      thread_key = UINT32_MAX;
     pthread_atfork(nullptr, nullptr, wipe);
     madvise(&per_process_state, sizeof per_process_state, MADV_WIPEONFORK);
   }
   recorder.now = wanted ? stage::ready : stage::off;
 }
 
-// The child of a fork has a recording of its own, from its first call on. What its parent has
-// mapped is mapped here too.
-void leave_recording_to_parent() {
-  if (recorder.now == stage::recording) {
-    unmap_recording(recorder.notes);
-    recorder.now = stage::ready;
+void reset_begun() {
+  recorder.calls = 0;
+  for (std::size_t i = 0; i <= max_concurrent; ++i) {
+    recorder.begun[i].number = 0;
+    recorder.begun[i].request =
+        i == 0 ? recorder.notes.header->begun.request : recorder.requests[i - 1];
   }
-  per_process_state.adopted = true;
-}
-
-// False where this very thread has it: a signal handler makes a call amid a note.
-bool lock() {
-  const auto self = static_cast<uintptr_t>(pthread_self());
-  uintptr_t owner = 0;
-  while (
-      !per_process_state.lock_owner.compare_exchange_weak(owner, self, std::memory_order_acquire)) {
-    if (owner == self)
-      return false;
-    owner = 0;
-    sched_yield();
-  }
-  if (!per_process_state.adopted)
-    leave_recording_to_parent();
-  return true;
-}
-
-void unlock() {
-  per_process_state.lock_owner.store(0, std::memory_order_release);
 }
 
 void start_recording() {
-  const int error_number = errno;
+  int cancel_state = 0;  // of the thread, which must not end here
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);
   init_from_env();
   if (recorder.now == stage::ready) {
-    const bool created = create_recording(recorder.settings, &recorder.notes);
-    recorder.calls = 0;
-    recorder.slot_busy = false;
     ++recorder.recordings;
+    const bool created = create_recording(recorder.settings, &recorder.notes);
+    if (created) {
+      reset_begun();
+      recorder.notes.header->missed = recorder.missed;
+    }
     recorder.now = created ? stage::recording : stage::off;
   }
-  errno = error_number;
+  pthread_setcancelstate(cancel_state, nullptr);
 }
 
 int no_service_call(uint32_t, sys_srvc_case_params_t *, uint32_t) {
@@ -120,57 +240,57 @@ int no_service_call(uint32_t, sys_srvc_case_params_t *, uint32_t) {
   return -1;
 }
 
-// That of the platform: the next library's.
-service_call find_service_call() {
-  const int error_number = errno;
+// For a platform that was not there at load.
+__attribute__((noinline)) service_call find_service_call() {
+  init_from_env();
   auto next = reinterpret_cast<service_call>(dlsym(RTLD_NEXT, "sse_call2"));
   if (next == nullptr) {
-    log_error("no service call: no library behind this one defines sse_call2");
+    log_error({"no service call: no library after this one defines sse_call2"});
     next = no_service_call;
   }
-  errno = error_number;
+  next_call = next;
   return next;
 }
 
+// The function of the platform, which is the next library's.
 service_call next_service_call() {
-  static std::atomic<service_call> found;
-  service_call next = found.load(std::memory_order_relaxed);
-  if (next == nullptr) {
-    next = find_service_call();
-    found.store(next, std::memory_order_relaxed);
-  }
-  return next;
+  const service_call next = next_call.load(std::memory_order_relaxed);
+  return next == nullptr ? find_service_call() : next;
 }
 
-// Takes a number for a call, and the header's room for its request where that is free. False where
-// the call is not to be noted.
-bool begin_note(pending_call *call) {
-  if (!lock()) {
-    if (recorder.now == stage::recording)
-      __atomic_add_fetch(&recorder.notes.header->missed, 1, __ATOMIC_RELAXED);
-    return false;
-  }
-  if (recorder.now != stage::recording)
-    start_recording();
-  const bool recording = recorder.now == stage::recording;
-  if (recording) {
-    call->note = {};
-    call->note.number = ++recorder.calls;
-    call->recording = recorder.recordings;
-    call->request = recorder.slot_busy ? nullptr : recorder.notes.header->begun.request;
-    recorder.slot_busy = true;
-  }
-  unlock();
-  return recording;
+// A place for one more call: a free one, or that of the oldest call, which may have been left.
+begun_call *spare_place() {
+  begun_call *const first = recorder.begun + 1;
+  begun_call *const place = std::min_element(
+      first, first + max_concurrent,
+      [](const auto &one, const auto &other) { return one.number < other.number; });
+  give_up(place, place->number);
+  return place;
 }
 
-bool in_header(const pending_call &call) {
-  return call.request == recorder.notes.header->begun.request;
+// The header has the newest call of its thread, since the thread may have left an older call. The
+// older one keeps its request elsewhere, in case a signal handler has interrupted it.
+begun_call *claim_place(const void *frame) {
+  begun_call *const shown = recorder.begun;
+  const uintptr_t thread = this_thread();
+  if (shown->frame == frame)
+    give_up(shown, shown->number);
+  if (shown->number == 0)
+    return shown;
+  begun_call *const spare = spare_place();
+  if (shown->thread != thread)
+    return spare;
+  hide_begun();
+  std::memcpy(spare->request, shown->request, MREC_REQUEST_MAX);
+  spare->thread = thread;
+  spare->frame = shown->frame;
+  spare->number = shown->number.exchange(0);
+  return shown;
 }
 
-// The number goes in last, and out first: a reader takes the rest for whole while it stays the
-// same.
-void show_under_way(const mrec_call_t &note) {
+// The number goes in last, and out first: a reader takes the rest as complete while the number
+// stays the same.
+void show_begun(const mrec_call_t &note) {
   mrec_begun_t &begun = recorder.notes.header->begun;
   begun.wall_ns = note.wall_ns;
   begun.monotonic_ns = note.monotonic_ns;
@@ -183,75 +303,103 @@ void show_under_way(const mrec_call_t &note) {
   __atomic_store_n(&begun.number, note.number, __ATOMIC_RELEASE);
 }
 
-void clear_under_way() {
-  __atomic_store_n(&recorder.notes.header->begun.number, 0, __ATOMIC_RELAXED);
-  __atomic_thread_fence(__ATOMIC_RELEASE);
-  recorder.slot_busy = false;
-}
-
 void note_request(pending_call *call, uint32_t driver) {
-  const compact_record kept = keep_request(call->record, call->request);
-  call->note.case_code = call->record.case_code;
-  call->note.driver = driver;
-  call->note.length = call->record.length;
-  call->note.shape = kept.shape;
-  call->note.flags = kept.flags;
-  call->note.request_size = kept.size;
-  call->note.wall_ns = clock_ns(CLOCK_REALTIME);
-  call->note.monotonic_ns = clock_ns(CLOCK_MONOTONIC);
-  if (in_header(*call))
-    show_under_way(call->note);
+  begun_call *const place = claim_place(call);
+  place->thread = this_thread();
+  place->frame = call;
+  place->number.store(++recorder.calls, std::memory_order_relaxed);
+  const compact_record kept = keep_request(call->record, place->request);
+  mrec_call_t &note = call->note;
+  note = {};
+  note.number = place->number;
+  note.case_code = call->record.case_code;
+  note.driver = driver;
+  note.length = call->record.length;
+  note.shape = kept.shape;
+  note.flags = kept.flags;
+  note.request_size = kept.size;
+  note.wall_ns = clock_ns(CLOCK_REALTIME);
+  note.monotonic_ns = clock_ns(CLOCK_MONOTONIC);
+  if (place == recorder.begun)
+    show_begun(note);
+  call->place = place;
+  call->recording = recorder.recordings;
 }
 
-void write_note(const pending_call &call, const compact_record &answer) {
+// Gives up a note because of a thread that has the lock. It may never come back, so its call is not
+// shown any longer.
+void miss_call() {
+  count_missed();
+  if (recorder.now == stage::recording)
+    hide_begun();
+}
+
+// False if the call is not recorded.
+bool begin_note(pending_call *call, uint32_t driver) {
+  pthread_setspecific(thread_key, &recorder);
+  if (!lock(call)) {
+    miss_call();
+    return false;
+  }
+  if (recorder.now != stage::recording)
+    start_recording();
+  const bool recording = recorder.now == stage::recording;
+  if (recording)
+    note_request(call, driver);
+  unlock();
+  return recording;
+}
+
+void write_note(const pending_call &call, const uint8_t *kept, const compact_record &answer) {
   constexpr uint32_t step = sizeof(mrec_note_t);
   const uint32_t used =
       static_cast<uint32_t>(sizeof call.note) + call.note.request_size + answer.size;
   const uint32_t size = (used + step - 1) / step * step;
-  uint8_t *const room = ring_reserve(&recorder.notes, size);
-  uint8_t *const request = room + sizeof call.note;
-  std::memcpy(room, &call.note, sizeof call.note);
-  std::memcpy(request, call.request, call.note.request_size);
+  uint8_t *const note = ring_reserve(&recorder.notes, size);
+  uint8_t *const request = note + sizeof call.note;
+  std::memcpy(note, &call.note, sizeof call.note);
+  std::memcpy(request, kept, call.note.request_size);
   keep_answer(call.record, answer, request + call.note.request_size);
   ring_publish(&recorder.notes, MREC_NOTE_CALL, size);
+}
+
+// Null if the place has been given to another call.
+begun_call *place_of(const pending_call &call) {
+  if (call.place->number == call.note.number)
+    return call.place;
+  begun_call *const end = std::end(recorder.begun);
+  begun_call *const found = std::find_if(recorder.begun, end, [&call](const begun_call &other) {
+    return other.number == call.note.number;
+  });
+  return found == end ? nullptr : found;
+}
+
+void write_answer(pending_call *call, begun_call *place) {
+  compact_record answer = {call->note.shape, 0, 0};
+  if (call->note.result == 0)
+    answer = measure_answer(call->record, call->note.shape, place->request);
+  call->note.flags |= answer.flags;
+  call->note.answer_size = answer.size;
+  write_note(*call, place->request, answer);
+  if (place == recorder.begun)
+    hide_begun();
+  place->number.store(0, std::memory_order_relaxed);
 }
 
 void note_answer(pending_call *call, int result, int error_number) {
   call->note.duration_ns = clock_ns(CLOCK_MONOTONIC) - call->note.monotonic_ns;
   call->note.result = result;
   call->note.error_number = result < 0 ? error_number : 0;
-  // Below the platform the process may have forked, and this be the child.
-  if (!lock())
-    return;
+  const bool locked = lock(call);
+  // During the call the process may have forked, and this may be the child.
   if (recorder.now == stage::recording && call->recording == recorder.recordings) {
-    compact_record answer = {call->note.shape, 0, 0};
-    if (result == 0)
-      answer = measure_answer(call->record, call->note.shape, call->request);
-    call->note.flags |= answer.flags;
-    call->note.answer_size = answer.size;
-    write_note(*call, answer);
-    if (in_header(*call))
-      clear_under_way();
+    if (!locked)
+      give_up(call->place, call->note.number);
+    else if (begun_call *const place = place_of(*call))
+      write_answer(call, place);
   }
-  unlock();
-}
-
-int forward(pending_call *call, service_call next, sys_srvc_case_params_t *case_params) {
-  note_request(call, case_params == nullptr ? 0 : case_params->caseId);
-  const int result = next(call->record.case_code, case_params, call->record.length);
-  const int error_number = errno;
-  note_answer(call, result, error_number);
-  errno = error_number;
-  return result;
-}
-
-// Beside a call of another thread. The library that is recorded has no such calls, so that none but
-// they pay for the room on the stack.
-__attribute__((noinline)) int forward_concurrent(pending_call *call, service_call next,
-                                                 sys_srvc_case_params_t *case_params) {
-  uint8_t request[MREC_REQUEST_MAX];
-  call->request = request;
-  return forward(call, next, case_params);
+  if (locked)
+    unlock();
 }
 
 }  // namespace
@@ -259,13 +407,20 @@ __attribute__((noinline)) int forward_concurrent(pending_call *call, service_cal
 __attribute__((visibility("default"))) int sse_call2(uint32_t case_code,
                                                      sys_srvc_case_params_t *case_params,
                                                      uint32_t length) {
+  const int old_errno = errno;
   const service_call next = next_service_call();
   pending_call call;
-  if (recorder.now.load(std::memory_order_relaxed) == stage::off || !begin_note(&call))
-    return next(case_code, case_params, length);
   call.record = {case_code, nullptr, length};
   if (case_params != nullptr)
     call.record.bytes = static_cast<const uint8_t *>(case_params->params);
-  return call.request == nullptr ? forward_concurrent(&call, next, case_params)
-                                 : forward(&call, next, case_params);
+  const bool recorded = recorder.now.load(std::memory_order_relaxed) != stage::off &&
+                        begin_note(&call, case_params == nullptr ? 0 : case_params->caseId);
+  errno = old_errno;
+  const int result = next(case_code, case_params, length);
+  if (!recorded)
+    return result;
+  const int error_number = errno;
+  note_answer(&call, result, error_number);
+  errno = error_number;
+  return result;
 }

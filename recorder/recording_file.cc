@@ -1,14 +1,16 @@
+// The file of a recording. All of it may run in the first service call of a thread with a small
+// stack: no function here uses the formatted output of the C library, which needs 2 KiB.
 #include "recording_file.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -17,10 +19,51 @@ namespace {
 
 constexpr uint32_t page = 4096;
 
-// A name is tried with so many numbers behind it where there are files of earlier processes.
-constexpr int names_tried = 1000;
+// How many numbers are tried after the name if earlier processes with this pid have left files.
+constexpr uint32_t max_names = 1000;
 
-// Decimal digits alone. False for anything else, and for what no ring can be.
+// Bytes of a part of a message, and parts of a message.
+constexpr std::size_t max_part = 300, max_parts = 8;
+
+struct file_identity {
+  uint32_t device_major, device_minor;
+  uint64_t inode;  // 0: no file
+};
+
+// The file that was standard error at load.
+file_identity standard_error;
+
+// Not fstat(), which on the 32-bit target needs 650 bytes of stack.
+__attribute__((noinline)) file_identity identity_of(int file) {
+  struct statx status = {};
+  if (statx(file, "", AT_EMPTY_PATH, STATX_INO, &status) != 0)
+    return {};
+  return {status.stx_dev_major, status.stx_dev_minor, status.stx_ino};
+}
+
+// The program may have opened its own file as descriptor 2, or the other end of the pipe may be
+// full or closed: the message must not end up in the file, nor delay or end the program.
+bool can_write_error() {
+  const file_identity now = identity_of(STDERR_FILENO);
+  pollfd ready = {STDERR_FILENO, POLLOUT, 0};
+  return now.inode != 0 && now.inode == standard_error.inode &&
+         now.device_major == standard_error.device_major &&
+         now.device_minor == standard_error.device_minor && poll(&ready, 1, 0) == 1 &&
+         ready.revents == POLLOUT;
+}
+
+// Writes the decimal digits and a NUL. Gives the end of the digits.
+char *append_number(char *to, uint32_t number) {
+  char digits[11];
+  char *first = digits + sizeof digits - 1;
+  *first = '\0';
+  for (; number > 9; number /= 10)
+    *--first = static_cast<char>('0' + number % 10);
+  *--first = static_cast<char>('0' + number);
+  return stpcpy(to, first);
+}
+
+// False for anything but decimal digits, and for an impossible size of a ring.
 bool ring_size_of(const char *text, uint32_t *size) {
   uint64_t number = 0;
   for (const char *digit = text; *digit != '\0'; ++digit) {
@@ -34,35 +77,36 @@ bool ring_size_of(const char *text, uint32_t *size) {
   return true;
 }
 
-// The name of the program as a part of a file name.
-void program_name(char *name, std::size_t size) {
+// Writes the name of the program as a part of a file name. Gives its end.
+char *append_program(char *to, std::size_t size) {
   const char *program = program_invocation_short_name;
   if (program == nullptr || *program == '\0')
     program = "unnamed";
-  std::strncpy(name, program, size - 1);
-  name[size - 1] = '\0';
-  for (char *letter = name; *letter != '\0'; ++letter) {
-    if (*letter <= ' ' || *letter > '~' || *letter == '/')
-      *letter = '_';
+  char *const begin = to;
+  for (; *program != '\0' && to != begin + size; ++program) {
+    const bool allowed = *program > ' ' && *program <= '~' && *program != '/';
+    *to++ = allowed ? *program : '_';
   }
-  if (name[0] == '.')
-    name[0] = '_';
+  if (*begin == '.')
+    *begin = '_';
+  return to;
 }
 
-// Opens a file that was not there. One of an earlier process with this pid stays as it is.
-int create_file(int directory, char *name, std::size_t size) {
-  char program[100];
-  program_name(program, sizeof program);
-  for (int number = 0; number < names_tried; ++number) {
-    if (number == 0) {
-      std::snprintf(name, size, "%s.%d.mrec", program, getpid());
-    } else {
-      std::snprintf(name, size, "%s.%d.%d.mrec", program, getpid(), number);
-    }
+// Opens a new file. A file that an earlier process with this pid has left stays as it is.
+int create_file(int directory, char *name) {
+  constexpr std::size_t max_program = 99;
+  char *const program_end = append_program(name, max_program);
+  *program_end = '.';
+  char *const pid_end = append_number(program_end + 1, static_cast<uint32_t>(getpid()));
+  char *end = pid_end;
+  for (uint32_t number = 1; number <= max_names; ++number) {
+    stpcpy(end, ".mrec");
     const int file =
         openat(directory, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (file >= 0 || errno != EEXIST)
       return file;
+    *pid_end = '.';
+    end = append_number(pid_end + 1, number);
   }
   return -1;
 }
@@ -120,16 +164,15 @@ int map_recording(int file, uint32_t ring_size, ring *to) {
          static_cast<uint8_t *>(mapped) + MREC_HEADER_SIZE,
          ring_size,
          0,
-         0,
-         0};
+         {}};
   write_header(to->header, ring_size);
   return 0;
 }
 
 // Gives 0 or an error number.
-int create_in(int directory, uint32_t ring_size, ring *to) {
+__attribute__((noinline)) int create_in(int directory, uint32_t ring_size, ring *to) {
   char name[160];
-  const int file = create_file(directory, name, sizeof name);
+  const int file = create_file(directory, name);
   if (file < 0)
     return errno;
   const int error = map_recording(file, ring_size, to);
@@ -141,28 +184,39 @@ int create_in(int directory, uint32_t ring_size, ring *to) {
 
 }  // namespace
 
+void remember_standard_error() {
+  standard_error = identity_of(STDERR_FILENO);
+}
+
 void read_settings(recording_settings *settings) {
   *settings = {"", MREC_RING_DEFAULT};
-  // A program with more rights than its caller records nothing where the caller asks for it.
+  // A program with more rights than its caller records nothing where its caller chooses.
   const char *const directory = secure_getenv("MORVANE_RECORD");
   const char *const size = secure_getenv("MORVANE_RECORD_SIZE");
   if (directory == nullptr || *directory == '\0')
     return;
-  if (size != nullptr && !ring_size_of(size, &settings->ring_size)) {
-    log_error("no recording: MORVANE_RECORD_SIZE is '%.40s', not a number of bytes from %u to %u",
-              size, MREC_RING_MIN, MREC_RING_MAX);
+  if (size != nullptr && *size != '\0' && !ring_size_of(size, &settings->ring_size)) {
+    char min[11], max[11];
+    append_number(min, MREC_RING_MIN);
+    append_number(max, MREC_RING_MAX);
+    log_error({"no recording: MORVANE_RECORD_SIZE is '", size, "', not a number of bytes from ",
+               min, " to ", max});
     return;
   }
-  // The program may go elsewhere before its first call.
-  char here[sizeof settings->directory] = "";
-  if (*directory != '/' && getcwd(here, sizeof here) == nullptr)
-    here[0] = '\0';
-  const int length = std::snprintf(settings->directory, sizeof settings->directory, "%s%s%s", here,
-                                   *directory != '/' && here[0] != '\0' ? "/" : "", directory);
-  if (length < 0 || static_cast<std::size_t>(length) >= sizeof settings->directory) {
-    settings->directory[0] = '\0';
-    log_error("no recording: the name of the directory is too long");
+  // The program may change its working directory before its first call.
+  char *const path = settings->directory;
+  std::size_t used = 0;
+  if (*directory != '/' && getcwd(path, sizeof settings->directory - 1) != nullptr) {
+    used = std::strlen(path);
+    path[used++] = '/';
   }
+  const std::size_t length = std::strlen(directory);
+  if (length < sizeof settings->directory - used) {
+    std::memcpy(path + used, directory, length + 1);
+    return;
+  }
+  path[0] = '\0';
+  log_error({"no recording: the name of the directory is too long"});
 }
 
 bool create_recording(const recording_settings &settings, ring *to) {
@@ -170,8 +224,10 @@ bool create_recording(const recording_settings &settings, ring *to) {
   const int error = directory < 0 ? errno : create_in(directory, settings.ring_size, to);
   if (directory >= 0)
     close(directory);
-  if (error != 0)
-    log_error("no recording in %.300s: %s", settings.directory, std::strerror(error));
+  if (error != 0) {
+    const char *const text = strerrordesc_np(error);
+    log_error({"no recording in ", settings.directory, ": ", text == nullptr ? "unknown" : text});
+  }
   return error == 0;
 }
 
@@ -185,14 +241,18 @@ uint64_t clock_ns(int clock) {
   return static_cast<uint64_t>(now.tv_sec) * 1000000000U + static_cast<uint64_t>(now.tv_nsec);
 }
 
-void log_error(const char *format, ...) {
-  char line[512] = "libmorvanerecord: ";
-  const std::size_t begin = std::strlen(line);
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(line + begin, sizeof line - begin - 1, format, arguments);
-  va_end(arguments);
-  std::strcat(line, "\n");
-  const ssize_t written = write(STDERR_FILENO, line, std::strlen(line));
-  static_cast<void>(written);  // nobody else can be told
+void log_error(std::initializer_list<const char *> parts) {
+  if (!can_write_error())
+    return;
+  iovec line[max_parts + 2] = {};
+  int count = 0;
+  const auto append = [&](const char *text) {
+    line[count++] = {const_cast<char *>(text), strnlen(text, max_part)};
+  };
+  append("libmorvanerecord: ");
+  for (const char *const part : parts)
+    append(part);
+  append("\n");
+  const ssize_t written = writev(STDERR_FILENO, line, count);
+  static_cast<void>(written);  // there is no other place for the message
 }

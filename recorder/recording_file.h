@@ -1,22 +1,26 @@
-// The file of a recording: where it stands, its allocation, its header.
+// The file of a recording: its place, its allocation, its header.
 #ifndef RECORDER_RECORDING_FILE_H
 #define RECORDER_RECORDING_FILE_H
+
+#include <initializer_list>
 
 #include "ring.h"
 
 #pragma GCC visibility push(hidden)
 
-// What the environment asks for.
 struct recording_settings {
   char directory[4096];  // absolute; empty: no recording
   uint32_t ring_size;
 };
 
-// Reads MORVANE_RECORD and MORVANE_RECORD_SIZE. Says on standard error what is wrong with them.
+// Messages go to descriptor 2 only while it is the file that it is now.
+void remember_standard_error();
+
+// Reads MORVANE_RECORD and MORVANE_RECORD_SIZE. Reports on standard error what is wrong with them.
 void read_settings(recording_settings *settings);
 
-// Creates the file of this process, allocates all of it and maps it. False where that fails, which
-// it says on standard error.
+// Creates the file of this process, allocates all of it and maps it. If that fails, reports it on
+// standard error and gives false.
 bool create_recording(const recording_settings &settings, ring *to);
 
 void unmap_recording(const ring &of);
@@ -24,8 +28,8 @@ void unmap_recording(const ring &of);
 // The clock now, in nanoseconds.
 uint64_t clock_ns(int clock);
 
-// One line on standard error.
-__attribute__((format(printf, 1, 2))) void log_error(const char *format, ...);
+// Writes one line of at most eight parts to standard error.
+void log_error(std::initializer_list<const char *> parts);
 
 #pragma GCC visibility pop
 

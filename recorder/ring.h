@@ -8,22 +8,28 @@
 
 #pragma GCC visibility push(hidden)
 
-// A mapped recording and the place in it. The positions in the file are for readers: what stands in
-// the file is never trusted for where to write.
+struct ring_position {
+  uint64_t head;     // position after the newest note
+  uint32_t head_at;  // its offset in notes
+  uint32_t used;     // from the oldest note to head
+};
+
+// A mapped recording. The positions in the file are for readers: the writer never trusts them for
+// where to write. Its own position changes in one store, so that a thread that never finishes a
+// note leaves the ring consistent.
 struct ring {
   mrec_header_t *header;
   uint8_t *notes;
   uint32_t size;
-  uint64_t head;     // position behind the newest note
-  uint32_t head_at;  // its place in notes
-  uint32_t used;     // from the oldest note to head
+  uint32_t current;  // which of the positions is valid
+  ring_position positions[2];
 };
 
-// Room for a note of that size (a multiple of 16), which overwrites the oldest. Readers do not see
-// it before it is published.
+// Reserves space for a note of that size (a multiple of 16), which overwrites the oldest notes.
+// Readers do not see the note before it is published.
 uint8_t *ring_reserve(ring *to, uint32_t size);
 
-// Completes the note that stands in the reserved room and shows it to readers.
+// Completes the note in the reserved space and shows it to readers.
 void ring_publish(ring *to, uint32_t kind, uint32_t size);
 
 #pragma GCC visibility pop
