@@ -180,10 +180,14 @@ TEST_P(MrvctlCases, Cases) {
   // One whose process died in its first call, that of the other: of the note what the header keeps.
   std::ifstream refusals(EXAMPLES_DIR "/recordings/refusals.mrec", std::ios::binary);
   std::string died(std::istreambuf_iterator<char>(refusals), {});
-  // And one of another boot, whose calls come first by its clock.
+  // Two whose calls come first by their own clock: of the same boot, where a clock was set in
+  // between, and of another boot. And three with the same times.
   std::string boot = died;
-  ++boot.replace(80, 1, "X")[61];
-  write_file("boot.mrec", boot);
+  ++boot[61];
+  write_file("set_clock.mrec", boot);
+  write_file("boot.mrec", boot.replace(80, 1, "X"));
+  for (const char *const name : {"twin1.mrec", "twin2.mrec", "twin3.mrec"})
+    write_file(name, died);
   constexpr size_t kBegun = 272, kHead = 32;
   const std::string note = died.substr(kFirstNote, 96 + 196);
   died.replace(kBegun, 48, note.substr(16, 24) + note.substr(48, 12) + note.substr(68, 12));
