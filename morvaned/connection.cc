@@ -123,7 +123,7 @@ void Connection::sent(std::size_t count) {
   out_.clear();
   if (out_.capacity() > kKeptCapacity)
     Bytes().swap(out_);
-  if (fault_ == nullptr)
+  if (fault_ == nullptr && request_ != 0)
     consume(std::exchange(request_, 0));
   update_buffered();
 }
