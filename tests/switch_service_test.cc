@@ -512,7 +512,7 @@ TEST_F(SwitchService, accepts_a_service_of_root_of_its_own_user_and_of_the_user_
 }
 
 TEST_F(SwitchService, late_answers_and_lost_services_are_reported_once) {
-  setenv("MORVANE_SWITCH_TIMEOUT", "200", 1);
+  setenv("MORVANE_SWITCH_TIMEOUT", "1000", 1);
   // Longer than this test may take: a later connection does not wait for a service.
   setenv("MORVANE_SWITCH_WAIT", "1000000", 1);
   // Interrupted all the while, and never told.
