@@ -24,17 +24,14 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
   add_test(NAME completion COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/completion_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
   add_test(NAME man_page_of_mrvctl COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
-    ${CMAKE_CURRENT_SOURCE_DIR}/printed/help.txt ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in)
+    ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in $<TARGET_FILE:mrvctl>)
   # The virtual platform with promises broken.
   add_library(wrong_platform MODULE wrong_platform.cc)
   target_include_directories(wrong_platform PRIVATE ${PROJECT_SOURCE_DIR}/include)
   target_link_options(wrong_platform PRIVATE -Wl,--no-as-needed)
   target_link_libraries(wrong_platform PRIVATE morvaneplatform ${CMAKE_DL_LIBS} morvane_build_flags)
-  set(check_test ${CMAKE_CURRENT_SOURCE_DIR}/check_test.sh $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}
-    $<TARGET_FILE:morvaneplatform> $<TARGET_FILE:wrong_platform> $<TARGET_FILE:example_platform>)
-  add_test(NAME check COMMAND bash ${check_test})
-  add_test(NAME served.check COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh
-    $<TARGET_FILE:morvaned> bash ${check_test})
+  add_test(NAME check COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/check_test.sh $<TARGET_FILE:mrvctl>
+    ${PROJECT_SOURCE_DIR} $<TARGET_FILE:morvaneplatform> $<TARGET_FILE:wrong_platform>)
 endif()
 
 # Clients of a library with sanitizers need their flags too, and the recorder cannot be loaded before
@@ -52,7 +49,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
 endif()
 
 # The longest begin first, so that none is left alone at the end.
-foreach(test check served.check switch_stress install recorded.fault_test)
+foreach(test check switch_stress install recorded.fault_test)
   if(TEST ${test})
     set_tests_properties(${test} PROPERTIES COST 100)
   endif()

@@ -11,7 +11,6 @@
 #include <utmp.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -153,24 +152,12 @@ Case parse_case(const std::string &line) {
   return {std::stoi(fields.at(0)), fields.at(1), {fields.begin() + 2, fields.end()}};
 }
 
-constexpr const char *kSections[] = {"command", "printed", "live", "script"};
+constexpr const char *kSections[] = {"command", "script"};
 
 class MrvctlCases : public Mrvctl, public testing::WithParamInterface<const char *> {};
 
 // The sections of the file that one word names.
 TEST_P(MrvctlCases, Cases) {
-  write_file("two.dhs", "# TCAM results\n0x1 10  # first\n\n0xB 2\n");
-  write_file("two.CSV", "\xEF\xBB\xBFkey, \"word 1\"\n1, 0xa\n11,0x2\n");
-  write_file("ragged.dhs", "1 2\n1 2 3\n");
-  write_file("gap.csv", "1,2\n1,\n");
-  write_file("long.dhs", "1 2\n0x123456789 2\n");
-  write_file("empty.dhs", "# none\n");
-  write_file("dump.dhs", "0000000a 00000002\n");
-  write_file("mask.pgm", "HI 2 5 1\nHI 2 6 1 0\n");
-  write_file("good.pgm", "HI 2 5 0xff\nhf 0 HF_DHS_POL_00 3 0x1 # field\n");
-  write_file("block.pgm", "HI 2 5 1\nHX 2 5 1\n");
-  write_file("short.pgm", "HI 2 5\n");
-  write_file("hole.pgm", "HI 2 5 1\nHR 0 26 1\nHI 2 6 1\n");
   std::filesystem::copy(EXAMPLES_DIR "/recordings", folder_);
   // The same recording with its first note of a kind that nobody knows.
   std::filesystem::copy(EXAMPLES_DIR "/recordings/bringup.mrec", folder_ + "/kinds.mrec");
@@ -231,100 +218,6 @@ TEST_P(MrvctlCases, Cases) {
 INSTANTIATE_TEST_SUITE_P(Sections, MrvctlCases, testing::ValuesIn(kSections),
                          [](const auto &kind) { return std::string(kind.param); });
 
-TEST_F(Mrvctl, LongLoadGoesInPartsAndSaysHowFarItCame) {
-  std::string entries;
-  for (int i = 0; i < 600; ++i)
-    entries += std::to_string(i) + "\n";
-  write_file("load.dhs", entries);
-  const Outcome good = run_script(
-      "dhs-write HI.0 HI_DHS_LVIF 424 --from load.dhs\n"
-      "dhs-read HI.0 HI_DHS_LVIF 424 --expect-from load.dhs\n",
-      "--calls");
-  EXPECT_EQ(good.status, 0) << good.err;
-  EXPECT_EQ(count(good.err, "TYPE_WRITE_DHS"), 3U);
-  const Outcome transaction = run_script(
-      "begin load\nfail EPERM\nexpect-fail dhs-write HI.0 HI_DHS_LVIF 0 --from load.dhs\ncommit\n",
-      "--calls");
-  expect_case(transaction, {0,
-                            "",
-                            {"\"load\" failed: 512 writes lost", "num=512",
-                             "\"Contd XN..\" is sent: 88 writes", "num=88"}});
-  const Outcome beyond = run_script("dhs-write HI.0 HI_DHS_LVIF 700 --from load.dhs\n");
-  expect_case(beyond, {1, "", {"entries 700 to 1299, but indices are 0 to 1023"}});
-}
-
-TEST_F(Mrvctl, JsonIsOneObjectACommand) {
-  const Outcome result = run_script(
-      "write HI.2 HI_DHS_LVIF 5\nread HI.2 5 3\ndhs-read HF.0 HF_DHS_POL 2 1 --addresses\n"
-      "traffic hif 1 --class 2 --frames 18446744073709551615\nqos show hif 1\nfail ETIMEDOUT\n"
-      "read HI.2 5\npgm x\nsfp-failed nif 3\nstate\n",
-      "--json --keep-going");
-  EXPECT_EQ(result.status, 1);
-  const std::vector<Json> objects = json_lines(result.out);
-  ASSERT_EQ(objects.size(), 10U);
-  EXPECT_EQ(objects[0], Json::parse(R"json({"command":"write","block":"HI","instance":2,
-      "register":"HI_DHS_LVIF_OFFSET","vreg":1461,"data":5,"queued":false})json"));
-  EXPECT_EQ(objects[1]["words"], Json({0, 0, 0}));
-  EXPECT_EQ(objects[1]["register"], nullptr);
-  EXPECT_EQ(objects[2]["entries"][0]["words"].size(), 8U);
-  EXPECT_EQ(objects[2]["entries"][0]["address"].get<unsigned>() % 0x100, 2 * 8 * 4U);
-  EXPECT_EQ(objects[4]["stats"]["ss_dhs"]["wr_rcvd_cnt"][2], UINT64_MAX);
-  EXPECT_EQ(objects[4]["stats"]["drops"]["n2h_drops"].size(), 6U);
-  EXPECT_EQ(objects[4]["stats"]["pause"]["flow_ctrl"], 0);
-  EXPECT_EQ(objects[6], Json::parse(R"json({"command":"read","error":{"code":2183331950,
-      "name":"ETIMEDOUT","text":"service call failed: Connection timed out (0x8223006E)"
-},"line":7,"file":")json" + folder_ +
-                                    "/s.mrv\"}"));
-  EXPECT_EQ(objects[7]["error"]["code"], nullptr);
-  EXPECT_EQ(objects[7]["error"]["name"], "USAGE");
-  EXPECT_EQ(objects[9]["last_sfp_port_type"], "nif");
-}
-
-TEST_F(Mrvctl, LiveViewShowsRatesAndEnds) {
-  const std::string rising = "--platform " MRVCTL_PLATFORMS "/librefusing_platform.so";
-  const std::vector<Json> objects =
-      json_lines(run(rising + " --json qos show hif 1 --watch 0.2 --count 3").out);
-  ASSERT_EQ(objects.size(), 3U);
-  EXPECT_FALSE(objects[0].contains("rates"));
-  const auto writes = [](const Json &values) {
-    return values["ss_dhs"]["wr_rcvd_cnt"][2].get<double>();
-  };
-  EXPECT_NEAR(writes(objects[2]["rates"]),
-              writes(objects[0]["stats"]) / objects[2]["seconds"].get<double>(), 1e-6);
-  EXPECT_NE(run(rising + " qos show hif 1 --watch 0.1 --count 2").out.find("rising, per second\n"),
-            std::string::npos);
-  const Json top = json_lines(run(rising + " --json qos top --once --interval 0.1").out)
-                       .at(0)["ports"][0]["rates"];
-  const double timeouts = top["timeouts"];
-  EXPECT_GT(timeouts, 11000);  // 44558 in less than 4 seconds
-  std::string delta;
-  for (const auto &[name, value] : top.items())
-    delta +=
-        name + " " + std::to_string(std::lround(value.get<double>() / timeouts * 22274)) + ", ";
-  EXPECT_EQ(delta,
-            "discards 16130, drops_h2n 2851152, drops_n2h 1671504, errors 17154, flushes 21762, "
-            "multicast_discards 16642, pause 5124, pfc 22018, reads 155664, timeouts 22274, "
-            "writes 110608, ");
-  const auto ended_by = [this](const std::string &signal, const std::string &arguments) {
-    return shell("rm -f " + folder_ + "/seen; env --default-signal=INT " MRVCTL_PATH " " +
-                 arguments + " >" + folder_ + "/seen & until grep -qs 'hif 1, module 0' " +
-                 folder_ + "/seen || [ $((n+=1)) -gt 500 ]; do sleep 0.01; done; kill -" + signal +
-                 " $!; wait $!");
-  };
-  expect_case(ended_by("INT", "qos show hif 1 --watch 30"), {0, "^C ends the view", {}});
-  const std::string open = " -f " + write_file("open.mrv",
-                                               "begin x\nwrite HI.2 5 1\n"
-                                               "qos show hif 1 --watch 0.1\n");
-  const std::string lost = "mrvctl: transaction \"x\" was never committed: ";
-  expect_case(ended_by("TERM", open), {143, "SIGTERM", {lost}});
-  expect_case(shell("(" MRVCTL_PATH + open + ") | sleep 0.5"), {0, "a closed pipe", {lost}});
-  write_file("one.pgm", "HI 2 5 1\n");
-  const std::string none =
-      write_file("none.mrv", "fail EIO\nexpect-fail pgm one.pgm\nqos show hif 1 --watch 0.1\n");
-  expect_case(shell("(" MRVCTL_PATH " -f " + none + ") | sleep 0.3"),
-              {0, "no transaction", {"!never committed"}});
-}
-
 TEST_F(Mrvctl, AddressesOfCallsLeadBackToTheirRegisters) {
   std::string script;
   std::vector<std::string> names;
@@ -374,24 +267,6 @@ TEST_F(Mrvctl, CallsAreFollowedWhileTheyAreMade) {
       " calls --follow *.mrec >shown & shown=$!; until [ $(grep -c qos-get shown) = 4 ];"
       " do sleep 0.1; done; kill -INT $shown; wait $shown; } 2>/dev/null");
   EXPECT_EQ(result.status, 0) << result.out;
-}
-
-TEST_F(Mrvctl, DropsAreShadedOnATerminalAlone) {
-  std::string script;
-  int traffic_class = 2;
-  for (const char *drops : {"99", "100", "9999", "10000", "999999", "1000000"})
-    script += "traffic hif 1 --class " + std::to_string(traffic_class++ % 8) +
-              " --frames 1000000 --excess " + drops + "\n";
-  write_file("s.mrv", script + "qos show hif 1\n");
-  const std::string line =
-      "TERM=xterm script -qec '" MRVCTL_PATH " -f " + folder_ + "/s.mrv' /dev/null";
-  expect_case(shell("NO_COLOR= " + line),
-              {0,
-               "colours",
-               {"\033[33m       99\033[0m", "\033[1;33m      100\033[0m",
-                "\033[1;33m     9999\033[0m", "\033[31m    10000\033[0m",
-                "\033[31m   999999\033[0m", "\033[1;31m  1000000\033[0m", "\033[2m       0"}});
-  expect_case(shell("NO_COLOR=1 " + line), {0, "NO_COLOR", {"      99  ", "!\033"}});
 }
 
 // Reads a terminal until a part comes, or nothing more.
@@ -511,19 +386,6 @@ TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
     EXPECT_EQ(after.c_lflag, before.c_lflag);
     close(ours);
     close(theirs);
-  }
-}
-
-TEST_F(Mrvctl, ExamplesRunFromAnywhere) {
-  for (const char *name : {"session", "bringup", "ports", "refusals"}) {
-    for (const char *options : {"", "--json "}) {
-      std::string arguments = options;
-      arguments.append("-f " EXAMPLES_DIR "/").append(name).append(".mrv");
-      const Outcome result = run(arguments);
-      EXPECT_EQ(result.status, 0) << result.out;
-      EXPECT_EQ(result.err, "");
-      EXPECT_GE(count(result.out, "\n"), 10U);
-    }
   }
 }
 

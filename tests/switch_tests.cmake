@@ -45,7 +45,7 @@ target_compile_definitions(switch_service_test PRIVATE MORVANED_PATH="$<TARGET_F
 set_property(TARGET switch_service_test PROPERTY DISABLE_PRECOMPILE_HEADERS ON)
 add_dependencies(switch_service_test morvaned)
 add_test(NAME man_page_of_morvaned COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
-  ${CMAKE_CURRENT_SOURCE_DIR}/printed/morvaned_help.txt ${PROJECT_SOURCE_DIR}/docs/man/morvaned.1.in)
+  ${PROJECT_SOURCE_DIR}/docs/man/morvaned.1.in $<TARGET_FILE:morvaned>)
 
 # Shorter here than by hand, or in CI.
 add_executable(switch_stress switch_stress.cc)

@@ -45,26 +45,30 @@ clear-all clears every port. A host and a network port with one number are two p
   nif 7: 5 frames of class 1 n2h, 0 of them in excess
   $ mrvctl qos clear nif 7
   QoS statistics of nif 7 cleared
-  $ mrvctl qos show hif 7 | grep writes
+  $ mrvctl qos show hif 7 | grep 'writes r'
     writes received              0       5       0       0       0       0       0       0
-  writes discarded                   0
   $ mrvctl qos clear-all
   QoS statistics of all ports cleared
-  $ mrvctl qos show hif 7 | grep writes
+  $ mrvctl qos show hif 7 | grep 'writes r'
     writes received              0       0       0       0       0       0       0       0
-  writes discarded                   0
 
-A class in the no-drop map is paused instead: by PFC, or by XOFF if link pause is on.
+Frames of a class in the no-drop map are not dropped but paused by PFC. Link pause stops all classes, by XOFF.
 
   $ mrvctl nodrop 8
   no-drop map 0x08, classes 3
   $ mrvctl traffic hif 31 --class 3 --frames 100 --excess 10
   hif 31: 100 frames of class 3 n2h, 10 of them in excess
-  $ mrvctl qos show hif 31 | grep -E 'PFC|XOFF sent|reads|row 0'
+  $ mrvctl pause on hif 31
+  link pause on for hif 31
+  $ mrvctl traffic hif 31 --class 4 --frames 50 --excess 20
+  hif 31: 50 frames of class 4 n2h, 20 of them in excess
+  $ mrvctl qos show hif 31 | grep -E 'XO|PFC|reads|row 0' | grep -v received
+    XOFF                             0           1    flow control 0x0001
+    XON                              0           1    receive side in XOFF: no
     PFC                              0           2    transmit side in XOFF: no
   PFC by priority                0       1       2       3       4       5       6       7
     XOFF sent                    0       0       0       1       0       0       0       0
-    reads sent                   0       0       0     100       0       0       0       0
+    reads sent                   0       0       0     100      50       0       0       0
     row 0                        0       0       0       0       0       0       0       0
     row 0                        0       0       0       0       0       0       0       0
 

@@ -1,0 +1,151 @@
+  $ . "$TESTDIR/setup.sh"
+
+Without options the conformance tests only look at what needs no register and no port.
+
+  $ mrvctl check >result
+  $ head -n 4 result
+  TAP version 14
+  1..60
+  ok 1 - the register map describes an ASIC
+  ok 2 - every field of the limits is set
+  $ sed 's/ok [0-9]* - [^#]*//' result | sort | uniq -c
+       26 
+        6 # SKIP needs --port
+        2 # SKIP needs --port, --all-ports
+        6 # SKIP needs --read
+        3 # SKIP needs --read, --faults
+       13 # SKIP needs --scratch
+        3 # SKIP needs --scratch-table
+        1 # SKIP needs --sp-timer
+        1 1..60
+        1 TAP version 14
+  $ mrvctl --calls check --read HI.2:5 2>&1 >result | grep -o 'TYPE_[^,]*\|SYSSRV_[^,]*' | sort -u
+  SYSSRV_MEM_READ_CASE
+  SYSSRV_REG_READ_CASE
+  TYPE_READ
+  TYPE_READ_DHS
+  $ grep -c '^ok .*# SKIP' result
+  28
+
+With everything allowed none is skipped. Registers, tables and ports are as they were before.
+
+  $ everything="--read HI.2:5 --scratch HI.2:40..47 --scratch-table HF.0:HF_DHS_POL --port hif:3 --all-ports
+  >   --sp-timer 7 --faults"
+  $ mrvctl --json check $everything | cut -c 1-146
+  {"command":"check","planned":60,"ran":60,"failed":0,"skipped":0,"checks":[{"number":1,"name":"the register map describes an ASIC","clause":"P16","
+  $ mrvctl -f - <<E
+  > write HI.2 40 17
+  > write HI.2 47 34
+  > dhs-write HF.0 HF_DHS_POL 1 1 2 3 4 5 6 7 8
+  > pause on hif 3
+  > E
+  HI.2 40 <- 0x00000011: written
+  HI.2 47 <- 0x00000022: written
+  HF.0 HF_DHS_POL_OFFSET: 1 entry of 8 words from index 1: written
+  link pause on for hif 3
+  $ look() { mrvctl dump HI.2 --to 60; mrvctl dump HF.0 HF_DHS_POL; mrvctl qos show hif 3 | grep -o 'flow.*'; }
+  $ look >before
+  $ mrvctl check $everything | grep -v '^ok [0-9]* - [^#]*$'
+  TAP version 14
+  1..60
+  ok 56 - a clear of the drop counters is a command # SKIP the port has counted nothing that could be cleared
+  $ look | diff before -
+
+A failed check names the clause of docs/porting.md that the platform does not satisfy.
+
+  $ example="--platform $BUILD/lib/libexample_platform.so"
+  $ mrvctl $example check --junit junit.xml | grep -A 5 '^not ok 22'
+  check --junit junit.xml: 7 of 60 checks failed
+  not ok 22 - an unknown case is refused
+    ---
+    clause: P23
+    expected: "case 0x40000004 refused"
+    seen: "result 0"
+    ...
+  $ mrvctl $example check --read HI.2:5 --scratch HI.2:40..47 --port hif:3 | grep -o 'clause: P[0-9]*' | sort | uniq -c
+  check --read HI.2:5 --scratch HI.2:40..47 --port hif:3: 27 of 60 checks failed
+        2 clause: P1
+        1 clause: P13
+        1 clause: P20
+        4 clause: P22
+        7 clause: P23
+        3 clause: P24
+        3 clause: P25
+        3 clause: P26
+        2 clause: P27
+        1 clause: P6
+  $ mrvctl $example --json check | grep -o '{"number":22[^}]*}' | sed 's/"seconds":[^,]*/.../'
+  {"number":22,"name":"an unknown case is refused","clause":"P23","result":"not ok",...,"expected":"case 0x40000004 refused","seen":"result 0"}
+  $ head -n 3 junit.xml | sed 's/time="[^"]*"/.../'
+  <?xml version="1.0" encoding="UTF-8"?>
+  <testsuites tests="60" failures="7" errors="0" skipped="36" ...>
+   <testsuite name="mrvctl check" tests="60" failures="7" errors="0" skipped="36" ...>
+  $ grep -A 2 'an unknown case' junit.xml | sed 's/time="[^"]*"/.../'
+    <testcase classname="porting.P23" name="an unknown case is refused" ...>
+      <failure message="clause P23: expected case 0x40000004 refused; seen result 0"/>
+    </testcase>
+
+A platform that crashes or hangs fails the check; its values are put back.
+
+  $ wrong="--platform $BUILD/lib/libwrong_platform.so"
+  $ MORVANE_WRONG=P22_P25_P26_crashes mrvctl $wrong check $everything 2>/dev/null | grep -c '^not ok'
+  4
+  $ export MORVANE_WRONG=hangs_in_a_field_write
+  $ mrvctl $wrong check --time-limit 1 --scratch HI.2:40..47 2>/dev/null | grep -A 5 '^not ok'
+  not ok 35 - the value of a field write stands in its place
+    ---
+    clause: P26
+    expected: "an answer within 1 s"
+    seen: "none"
+    ...
+  $ look | diff before -
+
+So they are when the check is interrupted. A value that cannot be put back is reported.
+
+  $ interrupted() {
+  >   rm -f seen
+  >   env --default-signal=INT mrvctl $wrong check --scratch HI.2:40..47 >result 2>seen &
+  >   until grep -qs hanging seen || ! kill -0 $!; do sleep 0.01; done
+  >   kill -INT $!; wait $!
+  >   tail -n 1 result
+  > }
+  $ interrupted
+  Bail out! interrupted
+  $ look | diff before -
+  $ MORVANE_WRONG="hangs_in_a_field_write takes_no_17"
+  $ interrupted
+  Bail out! interrupted; not put back: 0x102000a0 <- 0x11
+
+In a transaction nothing is checked. Options that are not understood:
+
+  $ printf 'begin a\ncheck\n' | mrvctl -f - 2>&1 | grep check
+  stdin:2: check: a transaction is open: commit it first
+  $ mrvctl check --port cif:0 | grep '^not ok\|cif'
+  check --port cif:0: 2 of 60 checks failed
+  not ok 49 - the statistics of a port are answered whole
+  not ok 51 - a clear clears the statistics of a port
+  $ mrvctl check --junit /no/such/file 2>&1 >result
+  check --junit /no/such/file: cannot write /no/such/file: No such file or directory
+  [1]
+  $ mrvctl --keep-going -f - <<E
+  > check --scratch HI.2:40..41,HI.32:5
+  > check --read HI.32:5
+  > check --port nif:8
+  > E
+  stdin:1: check --scratch HI.2:40..41,HI.32:5: HI.32 5: block HI has instances 0 to 31
+  stdin:2: check --read HI.32:5: HI.32 5: block HI has instances 0 to 31
+  stdin:3: check --port nif:8: port 8: the limits have 8 ports of type nif
+  [2]
+  $ mrvctl -f - <<E
+  > check --scratch-table HI.2:5
+  > check --scratch HI.2:47..40
+  > check --scratch HI.2:0..512
+  > check --read HI.2
+  > check --port hif:256
+  > E
+  stdin:1: check --scratch-table HI.2:5: --scratch-table: HI.2 5 is no table register (see dhs)
+  stdin:2: check --scratch HI.2:47..40: --scratch: 'HI.2:47..40' ends before it begins
+  stdin:3: check --scratch HI.2:0..512: --scratch: more than 512 scratch registers
+  stdin:4: check --read HI.2: --read: 'HI.2' has no colon; write it like HI.2:40
+  stdin:5: check --port hif:256: --port: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
+  [2]
