@@ -54,9 +54,9 @@ The processes on the switch, with the calls that each has made:
   > clients
   > E
   process  program          user            calls  failures  last call
-    *  mrvctl           *                1         0  register read, * s ago (glob)
+    *  mrvctl           *  2         1  register write, EFAULT, * s ago (glob)
   $ mrvctl --json clients
-  {"command":"clients","clients":[{"process":*,"program":"mrvctl","user":*,"user_name":"*","calls":0,"failures":0,"age":0.0,"last_case":null,"last_errno":null,"last_age":null}]} (glob)
+  {"command":"clients","clients":[{"process":*,"program":"mrvctl","user":*,"user_name":"*","calls":0,"failures":0,"age":0.0,"last_case":null,"last_errno":null,"last_age":null}]} (glob) (glob)
 
 Arguments that are not understood:
 

@@ -72,7 +72,7 @@ A switch that morvaned does not serve:
   init: no switch at /no/switch: No such file or directory
   [1]
   $ mrvctl --switch @ read HI.2 5
-  init: no switch at @: Invalid argument (its address, MORVANE_SWITCH_WAIT or MORVANE_SWITCH_TIMEOUT)
+  init: no switch at @: Invalid argument (its address, MORVANE_SWITCH_WAIT, MORVANE_SWITCH_TIMEOUT or MORVANE_SWITCH_USER)
   [1]
   $ MORVANE_SWITCH=/no/switch mrvctl clients
   init: no switch at /no/switch: No such file or directory

@@ -5,7 +5,7 @@ The blocks of the ASIC, with the number of their registers and instances:
   $ mrvctl info
   driver               Morvane (236)
   highest ASIC number  0
-  trace                off
+  trace                off (create /bootflash/kel_lib_debug to enable it)
   
   block   registers  with a name  instances
   SS           3933           34          8
@@ -34,6 +34,7 @@ The registers of a block that have a name:
 
   $ mrvctl regs HI
   block HI: 1584 registers, 0 to 1583
+  number  hex    register
      309  0x135  HI_HI0_DHS_LVIF_TCAM_OFFSET
     1250  0x4e2  HI_DHS_LVIF_TCAM_OFFSET
     1461  0x5b5  HI_DHS_LVIF_OFFSET
@@ -42,22 +43,22 @@ The registers of a block that have a name:
   block RSEDMA: 364 registers, 0 to 363
   none of them has a name
   $ mrvctl --json regs HF | cut -c 1-100
-  {"command":"regs","block":"HF","registers":246,"named":[{"register":"HF_DHS_SVIF_MEM_OFFSET","vreg":
+  {"command":"regs","block":"HF","registers":246,"named":[{"vreg":0,"register":"HF_DHS_SVIF_MEM_OFFSET
 
 Search by a part of the name, in any case, or by an address:
 
   $ mrvctl find dhs_lvif
-  block   number  register                              address
-  HI         309  HI_HI0_DHS_LVIF_TCAM_OFFSET           0x10001900 to 0x11f01900, in 32 instances
-  HI        1250  HI_DHS_LVIF_TCAM_OFFSET               0x10003a00 to 0x11f03a00, in 32 instances
-  HI        1461  HI_DHS_LVIF_OFFSET                    0x10004b00 to 0x11f04b00, in 32 instances
-  HF           3  HF_DHS_LVIF_MEM_OFFSET                0x1c030600 to 0x1c730600, in 8 instances
+  block   number  register                     address
+  HI         309  HI_HI0_DHS_LVIF_TCAM_OFFSET  0x10001900 to 0x11f01900, in 32 instances
+  HI        1250  HI_DHS_LVIF_TCAM_OFFSET      0x10003a00 to 0x11f03a00, in 32 instances
+  HI        1461  HI_DHS_LVIF_OFFSET           0x10004b00 to 0x11f04b00, in 32 instances
+  HF           3  HF_DHS_LVIF_MEM_OFFSET       0x1c030600 to 0x1c730600, in 8 instances
   $ mrvctl find HF_DHS_POL
-  block   number  register                              address
-  HF         116  HF_DHS_POL_OFFSET                     0x1c059a00 to 0x1c759a00, in 8 instances
-  HF         117  HF_DHS_POL_00_OFFSET                  0x1c0001d4 to 0x1c7001d4, in 8 instances
-  HF         118  HF_DHS_POL_01_OFFSET                  0x1c0001d8 to 0x1c7001d8, in 8 instances
-  HF         119  HF_DHS_POL_02_OFFSET                  0x1c0001dc to 0x1c7001dc, in 8 instances
+  block   number  register              address
+  HF         116  HF_DHS_POL_OFFSET     0x1c059a00 to 0x1c759a00, in 8 instances
+  HF         117  HF_DHS_POL_00_OFFSET  0x1c0001d4 to 0x1c7001d4, in 8 instances
+  HF         118  HF_DHS_POL_01_OFFSET  0x1c0001d8 to 0x1c7001d8, in 8 instances
+  HF         119  HF_DHS_POL_02_OFFSET  0x1c0001dc to 0x1c7001dc, in 8 instances
   $ mrvctl find 0x102000a0
   0x102000a0  HI.2 40
   $ mrvctl find 0x10204b04
@@ -83,7 +84,7 @@ The table registers, with the words of an entry and the indices:
   $ mrvctl dhs | wc -l
   138
   $ mrvctl --json dhs SS | cut -c 1-150
-  {"command":"dhs","tables":[{"block":"SS","register":"SS_DHS_DD_OFFSET","vreg":2690,"entry_size":1,"highest_index":1023},{"block":"SS","register":"SS_D
+  {"command":"dhs","tables":[{"block":"SS","vreg":2690,"entry_size":1,"highest_index":1023,"register":"SS_DHS_DD_OFFSET"},{"block":"SS","vreg":2692,"ent
 
 What a result means, by number, name or errno:
 
