@@ -56,7 +56,7 @@ The processes on the switch, with the calls that each has made:
   process  program          user            calls  failures  last call
     *  mrvctl           *  2         1  register write, EFAULT, * s ago (glob)
   $ mrvctl --json clients
-  {"command":"clients","clients":[{"process":*,"program":"mrvctl","user":*,"user_name":"*","calls":0,"failures":0,"age":0.0,"last_case":null,"last_errno":null,"last_age":null}]} (glob) (glob)
+  {"command":"clients","clients":[{"process":*,"program":"mrvctl","user":*,"user_name":"*","calls":0,"failures":0,"age":*,"last_case":null,"last_errno":null,"last_age":null}]} (glob)
 
 Arguments that are not understood:
 
