@@ -50,7 +50,7 @@ void describe(CLI::App &app, Options &options) {
       "Example:\n"
       "  morvaned --socket /tmp/switch &\n"
       "  MORVANE_SWITCH=/tmp/switch mrvctl info\n\n"
-      "SIGTERM or SIGINT stops it. The switch's contents are lost.");
+      "SIGTERM, SIGINT, SIGHUP or SIGQUIT stops it. The switch's contents are lost.");
   app.set_version_flag("-V,--version", "morvaned " MORVANED_VERSION);
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   add_text(app, "--socket", "PATH", options.socket,
@@ -62,9 +62,9 @@ void describe(CLI::App &app, Options &options) {
            "Also allow members of this group (default: the\n"
            "same user and root only)");
   add_number(app, "--max-clients", "N", options.max_clients, 1, remote::kMaxClients,
-             "Maximum number of clients; a user other than\n"
-             "root and the service's own may hold at most\n"
-             "half of them (default: 256)");
+             "Maximum number of clients; a quarter is reserved\n"
+             "for root and the service's user, any other user\n"
+             "may hold at most half (default: 256)");
   add_number(app, "--max-record", "BYTES", options.max_record, sizeof(kel_asic_xn_t),
              kMaxRecordLimit, "Maximum length of a record (default: 16777216)");
   app.add_flag("--verbose", options.verbose, "Log which clients connect and disconnect");
