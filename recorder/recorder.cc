@@ -64,8 +64,7 @@ struct recorder_state {
 // Empty in a forked process: the kernel wipes the page after any kind of fork. Another thread may
 // have held the lock, which does not exist in the new process.
 struct alignas(4096) per_process {
-  std::atomic<uintptr_t> lock_owner;     // a thread
-  std::atomic<const void *> lock_frame;  // of the owner's sse_call2
+  std::atomic<const void *> lock_frame;  // of the call that has the lock
   std::atomic<uint32_t> unlocks;
   std::atomic<uint32_t> given_up;  // 1 + the number of unlocks at which a thread waited in vain
   bool adopted;                    // what the process has mapped is its own
@@ -75,6 +74,9 @@ recorder_state recorder;
 per_process per_process_state;
 std::atomic<service_call> next_call;
 pthread_key_t thread_key = UINT32_MAX;  // invalid
+
+// The last call of this thread that had the lock, or waited for it.
+__attribute__((tls_model("initial-exec"))) thread_local const void *thread_frame;
 
 // A recorded call, in the frame of sse_call2.
 struct pending_call {
@@ -108,13 +110,13 @@ void sleep_100_us() {
 // Waits while another thread writes its note, which takes a few microseconds. That thread may be
 // stopped, have no processor because of its priority, or have left its call by siglongjmp. So the
 // caller gives up after some 15 ms, and each later caller at once until the lock is free again.
-bool acquire(uintptr_t thread) {
+bool acquire(const void *frame) {
   per_process &state = per_process_state;
   const uint32_t first = state.unlocks;
   const int sleeps = recorder.now == stage::recording ? max_sleeps : max_sleeps_before_recording;
   for (int attempt = 0; attempt < max_yields + sleeps; ++attempt) {
-    uintptr_t owner = 0;
-    if (state.lock_owner.compare_exchange_strong(owner, thread, std::memory_order_acquire))
+    const void *none = nullptr;
+    if (state.lock_frame.compare_exchange_strong(none, frame, std::memory_order_acquire))
       return true;
     if (state.given_up == state.unlocks + 1)
       return false;
@@ -127,27 +129,31 @@ bool acquire(uintptr_t thread) {
   return false;
 }
 
+// Whether this thread has the lock, in a call that runs or that was left.
+bool has_lock() {
+  const void *const frame = per_process_state.lock_frame.load(std::memory_order_relaxed);
+  return frame != nullptr && frame == thread_frame;
+}
+
 // False if the lock cannot be had. If this thread has it, a signal handler makes this call while
-// the thread writes a note. But if both calls have one frame, the older call was left: two running
-// calls cannot have one frame.
+// the thread writes a note. But two running calls cannot have one frame: if both have, the older
+// call was left.
 bool lock(const void *frame) {
-  per_process &state = per_process_state;
-  const uintptr_t thread = this_thread();
-  if (state.lock_owner.load(std::memory_order_relaxed) == thread)
-    return state.lock_frame == frame;
-  if (!acquire(thread))
+  if (has_lock())
+    return thread_frame == frame;
+  thread_frame = frame;
+  if (!acquire(frame))
     return false;
-  state.lock_frame.store(frame, std::memory_order_relaxed);
-  if (!state.adopted)
+  thread_frame = frame;  // which a signal handler may have changed
+  if (!per_process_state.adopted)
     leave_recording_to_parent();
   return true;
 }
 
 void unlock() {
   std::atomic<uint32_t> &unlocks = per_process_state.unlocks;
-  per_process_state.lock_frame.store(nullptr, std::memory_order_relaxed);
   unlocks.store(unlocks.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-  per_process_state.lock_owner.store(0, std::memory_order_release);
+  per_process_state.lock_frame.store(nullptr, std::memory_order_release);
 }
 
 void hide_begun() {
@@ -173,7 +179,7 @@ void give_up(begun_call *place, uint64_t number) {
 // A thread that ends returns to none of its calls, nor to a note that it has begun.
 void end_thread(void *) {
   const uintptr_t thread = this_thread();
-  if (per_process_state.lock_owner == thread)
+  if (has_lock())
     unlock();
   if (!lock(&thread))
     return;
@@ -189,7 +195,7 @@ void end_thread(void *) {
 // For a kernel that is too old to wipe the page.
 void wipe() {
   per_process_state.adopted = false;
-  per_process_state.lock_owner = 0;
+  per_process_state.lock_frame = nullptr;
 }
 
 // At load, while the environment and the working directory are those that the program was given,
