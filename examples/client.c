@@ -15,6 +15,6 @@ int main(void) {
   if (err != 0)
     fprintf(stderr, "\nerror 0x%08" PRIx32 "\n", err);
   else /* begins a line: initialisation leaves one without its end on standard output */
-    printf("\nHI.2 HI_DHS_LVIF = 0x%08" PRIx32 "\n", value);
+    printf("\nHI.2:HI_DHS_LVIF = 0x%08" PRIx32 "\n", value);
   return err != 0;
 }

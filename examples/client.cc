@@ -16,7 +16,7 @@ int main() {
     morvane::write_entries(table, 0, written);
     batch.commit_and_verify(table, written[0]);
     const auto read = morvane::read_entries(table, 0, written.size());
-    std::printf("\nHI.2 HI_DHS_LVIF: %zu entries written, %" PRIu32 " to %" PRIu32 " read back\n",
+    std::printf("\nHI.2:HI_DHS_LVIF: %zu entries written, %" PRIu32 " to %" PRIu32 " read back\n",
                 read.size(), read.front(), read.back());
 
     constexpr morvane::port port = morvane::hif(5);

@@ -13,9 +13,9 @@ export MORVANE_SWITCH="$folder/socket"
 morvaned --socket "$MORVANE_SWITCH" 2>"$folder/log" &
 service=$!
 
-mrvctl write HI.2 HI_DHS_LVIF 7
-mrvctl read HI.2 HI_DHS_LVIF --expect 7
-mrvctl qos show hif 3 --watch 1 >/dev/null &
+mrvctl write HI.2:40 7
+mrvctl read HI.2:40 --expect 7
+mrvctl qos show hif:3 --watch 1 >/dev/null &
 watcher=$!
 until mrvctl clients | grep -q 'QoS statistics'; do
   kill -0 "$watcher"

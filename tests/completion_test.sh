@@ -10,7 +10,17 @@ failed=0
 offers() {
   local expected=$1
   shift
-  COMP_WORDS=(mrvctl "$@") COMP_CWORD=$# COMPREPLY=()
+  COMP_WORDS=(mrvctl) COMPREPLY=()
+  local word
+  for word; do  # a colon is a word to the shell
+    if [[ $word == *:* ]]; then
+      COMP_WORDS+=("${word%%:*}" :)
+      word=${word#*:}
+      [[ $word ]] || continue
+    fi
+    COMP_WORDS+=("$word")
+  done
+  COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
   _mrvctl
   # shellcheck disable=SC2053  # a pattern
   [[ ${COMPREPLY[*]} == $expected ]] && return
@@ -25,28 +35,30 @@ offers "read" --calls --slot 3 rea
 offers "HR. HI. HF." read h
 offers "read" expect-fail rea
 offers "show clear clear-all metrics top" qos ""
-offers "hif nif cif bif" qos metrics hif ""
+offers "hif: nif: cif: bif:" qos metrics hif ""
 offers "drops pause writes" qos top --sort ""
 offers "--help --opts *" qos show --
-offers "hif nif cif bif" qos show ""
-offers "HI.3 HI.30 HI.31" read hi.3
-offers "HI_DHS_LVIF_TCAM_OFFSET HI_DHS_LVIF_OFFSET" write hi.2 hi_dhs_lv
-offers "HF_DHS_POL_OFFSET" dhs-read HF.0 HF_DHS_PO
+offers "hif: nif: cif: bif:" qos show ""
+offers "HI.3: HI.30: HI.31:" read hi.3
+offers "HI_DHS_LVIF_TCAM HI_DHS_LVIF" write hi.2:hi_dhs_lv
+offers "SS_CFG_CG SS_CFG_CG_WR" read ss.0:ss_cfg
+offers "HF_DHS_POL" dhs-read HF.0:HF_DHS_PO
+offers "HI_DHS_LVIF_TCAM HI_DHS_LVIF" calls --register HI.2:hi_dhs_lv
 offers "ETIMEDOUT" fail etimed
 offers "SYSERR_KEL_ASIC_UNKNOWN *ETIMEDOUT*" --calls error ""
 offers "on off" pause ""
-offers "hif" pause on h
+offers "hif:" pause on h
 offers "SS HR * XL" regs ""
 offers "SS. HR. * XL." dump ""
 offers "" nodrop ""
 offers "/etc" record /et
 offers "*basename*" record /tmp -- basenam
-offers "n2h h2n" traffic hif 3 --direction ""
+offers "n2h h2n" traffic hif:3 --direction ""
 offers "RECORDED FAST" replay --speed ""
 offers "HR. HI. HF." last-write h
 offers "--help --read --scratch *--junit" check --
 offers "SS. HR. *XL." check --scratch ""
 offers "nif:" check --port N
-offers "HI_DHS_LVIF_TCAM_OFFSET HI_DHS_LVIF_OFFSET" dump HI.2 --from hi_dhs_lv
-offers "/etc" dhs-write HI.2 HI_DHS_LVIF 0 --from /et
+offers "/etc" dhs-write HI.2:HI_DHS_LVIF[0] --from /et
+offers "/etc" last-write HI.2:40 /et
 exit $failed

@@ -29,7 +29,7 @@ function(run_client program last_line)
   run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${root}/${LIBDIR} ${program})
   expect_text("${output}" "\n${last_line}$" ${program})
 endfunction()
-set(c_prints "HI.2 HI_DHS_LVIF = 0x00001234")
+set(c_prints "HI.2:HI_DHS_LVIF = 0x00001234")
 set(cc_prints "host port 5: flow control 1, 0 writes discarded")
 
 run(${CMAKE_COMMAND} -E env DESTDIR=${work}/stage
@@ -85,10 +85,10 @@ foreach(file IN LISTS binaries)
   endif()
 endforeach()
 file(MAKE_DIRECTORY ${work}/recordings)
-run(${root}/bin/mrvctl record ${work}/recordings -- ${root}/bin/mrvctl read HI.2 HI_DHS_LVIF)
+run(${root}/bin/mrvctl record ${work}/recordings -- ${root}/bin/mrvctl read HI.2:40)
 file(GLOB recording ${work}/recordings/mrvctl.*.mrec)
 run(${root}/bin/mrvctl calls ${recording})
-expect_text("${output}" "HI.2 HI_DHS_LVIF" "mrvctl calls")
+expect_text("${output}" "HI.2:40 " "mrvctl calls")
 
 # Where recorders for both word sizes stand, each program gets its own: in the folder that its ld.so
 # looks in, which for the target is one of two.
@@ -96,8 +96,8 @@ foreach(folder lib/i386-linux-gnu lib32 lib/x86_64-linux-gnu)
   file(COPY ${root}/${LIBDIR}/ DESTINATION ${work}/both/${folder})
 endforeach()
 run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${work}/both/$LIB ${root}/bin/mrvctl record ${work}/recordings
-  -- sh -c "echo $LD_PRELOAD && ${root}/bin/mrvctl read HI.2 5")
-expect_text("${output}" "${work}/both/[$]LIB/libmorvanerecord.so\n.*HI.2 5 = " "a recorder of each word size")
+  -- sh -c "echo $LD_PRELOAD && ${root}/bin/mrvctl read HI.2:5")
+expect_text("${output}" "${work}/both/[$]LIB/libmorvanerecord.so\n.*HI.2:5 = " "a recorder of each word size")
 # Where its own stands alone it is named by its path.
 set(other lib/i386-linux-gnu lib32)
 if(WORD_SIZE EQUAL 4)

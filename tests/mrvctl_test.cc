@@ -224,17 +224,15 @@ TEST_F(Mrvctl, AddressesOfCallsLeadBackToTheirRegisters) {
   const std::vector<Json> map = json_lines(run("--json info").out + run("--json dhs").out);
   for (const Json &block : map.at(0)["blocks"]) {
     names.push_back(block["block"].get<std::string>() + "." +
-                    std::to_string(block["instances"].get<int>() - 1) + " " +
+                    std::to_string(block["instances"].get<int>() - 1) + ":" +
                     std::to_string(block["registers"].get<int>() - 2));
     script += "read " + names.back() + "\n";
   }
   for (const Json &table : map.at(1)["tables"]) {
-    std::string name = table["block"].get<std::string>() + ".0 ";
-    name += table["register"].get<std::string>();
-    name.resize(name.size() - std::strlen("_OFFSET"));
-    const std::string highest = std::to_string(table["highest_index"].get<int>());
-    script.append("dhs-read ").append(name).append(" ").append(highest).append("\n");
-    names.push_back(name.append(" [").append(highest).append("]"));
+    std::string name = table["register"];
+    names.push_back(name.replace(name.find('*'), 1, "0") + "[" +
+                    std::to_string(table["highest_index"].get<int>()) + "]");
+    script += "dhs-read " + names.back() + "\n";
   }
   ASSERT_GT(names.size(), 70U);
   // A request of which words are left out.
@@ -243,8 +241,8 @@ TEST_F(Mrvctl, AddressesOfCallsLeadBackToTheirRegisters) {
     entries += "1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16\n";
   write_file("load.dhs", entries);
   recorded(script +
-           "dhs-read NF.0 NF_DHS_TCAM 0 256\ndhs-write NF.0 NF_DHS_TCAM 0 --from load.dhs\n");
-  names.insert(names.end(), 2, "NF.0 NF_DHS_TCAM [0]");
+           "dhs-read NF.0:NF_DHS_TCAM 0 256\ndhs-write NF.0:NF_DHS_TCAM 0 --from load.dhs\n");
+  names.insert(names.end(), 2, "NF.0:NF_DHS_TCAM[0]");
   const std::vector<Json> calls = json_lines(run("--json calls " + folder_ + "/*.mrec").out);
   std::vector<std::string> shown(calls.size());
   std::transform(calls.begin(), calls.end(), shown.begin(),
@@ -262,7 +260,7 @@ TEST_F(Mrvctl, AddressesOfCallsLeadBackToTheirRegisters) {
 TEST_F(Mrvctl, CallsAreFollowedWhileTheyAreMade) {
   const Outcome result = shell(
       "cd " + folder_ + " && { " + recorder() +
-      " qos show hif 1 --watch 0.2 --count 4 >/dev/null & until ls *.mrec; do sleep 0.1; done;"
+      " qos show hif:1 --watch 0.2 --count 4 >/dev/null & until ls *.mrec; do sleep 0.1; done;"
       " env --default-signal=INT " MRVCTL_PATH
       " calls --follow *.mrec >shown & shown=$!; until [ $(grep -c qos-get shown) = 4 ];"
       " do sleep 0.1; done; kill -INT $shown; wait $shown; } 2>/dev/null");
@@ -296,9 +294,9 @@ std::string screen(int terminal) {
 }
 
 constexpr const char *kFirstScreen =
-    R"(  hif 30    111k    156k   16.2k   1672k   2852k   22.1k    5236  rx   ####100%
+    R"(  hif:30    111k    156k   16.2k   1672k   2852k   22.1k    5236  rx   ####100%
 
-nif 2, class          0       1       2       3       4       5       6       7
+nif:2, class          0       1       2       3       4       5       6       7
   writes          24.1k   25.1k   26.1k   27.1k   28.2k   29.2k   30.2k   31.2k
   reads           35.3k   36.4k   37.4k   38.4k   39.4k   40.5k   41.5k   42.5k
   drops n2h        396k    403k    409k    415k    421k    427k    433k    439k
@@ -320,33 +318,33 @@ bool press_keys(int terminal, const char *keys) {
 void use_every_key(int ours) {
   const auto press = [ours](const char *keys) { return press_keys(ours, keys); };
   EXPECT_TRUE(press("\033[F"));
-  read_until(ours, "> hif 5 ");  // the last
+  read_until(ours, "> hif:5 ");  // the last
   EXPECT_TRUE(press("\033[Hp"));
   read_until(ours, "by pause");
-  read_until(ours, first_row("\033[7m> nif 4 "));
+  read_until(ours, first_row("\033[7m> nif:4 "));
   EXPECT_TRUE(press("d"));
   read_until(ours, "by drops");
-  read_until(ours, first_row("\033[7m> nif 2 "));
+  read_until(ours, first_row("\033[7m> nif:2 "));
   EXPECT_TRUE(press("\033[6~"));
-  read_until(ours, "> hif 24 ");  // ten rows on
+  read_until(ours, "> hif:24 ");  // ten rows on
   EXPECT_TRUE(press("\033[Hw\033[Bj"));
   read_until(ours, "by writes");
-  read_until(ours, first_row("  nif 7 "));  // which is chosen no longer
+  read_until(ours, first_row("  nif:7 "));  // which is chosen no longer
   const winsize wide = {50, 160, 0, 0};
   ioctl(ours, TIOCSWINSZ, &wide);
   read_until(ours, "TIMEOUT");
   expect_part(screen(ours),
-              "> nif 5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k"
+              "> nif:5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k"
               "   34.3k   33.3k   43.5k   44.6k  rx tx" +
                   std::string(24, '#') + "100%\n");
   EXPECT_TRUE(press("d"));  // what was chosen stays chosen
   read_until(ours, "by drops");
-  read_until(ours, "> nif 5 ");
+  read_until(ours, "> nif:5 ");
 }
 
 TEST_F(Mrvctl, TopGivesTheTerminalBackHoweverItEnds) {
   const std::string script =
-      write_file("top.mrv", "begin x\nwrite HI.2 5 1\nqos top --interval 3600\n");
+      write_file("top.mrv", "begin x\nwrite HI.2:5 1\nqos top --interval 3600\n");
   for (const int ending : {0, SIGINT, SIGTERM, SIGHUP, SIGSEGV, SIGABRT}) {
     SCOPED_TRACE(ending);
     int ours = -1, theirs = -1;

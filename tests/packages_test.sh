@@ -30,9 +30,9 @@ install -d -o morvaned -g morvaned /run/morvaned.test
 OPTIONS="--socket $MORVANE_SWITCH"
 # shellcheck disable=SC2086  # a command line
 setpriv --reuid morvaned --regid morvaned --clear-groups ${start/\$OPTIONS/$OPTIONS} 2>"$work/service" &
-runuser -u switch-member -- mrvctl write HI.2 5 7 >/dev/null
-runuser -u switch-member -- mrvctl read HI.2 5 | grep -q 00000007
-if MORVANE_SWITCH_WAIT=0 runuser -u switch-stranger -- mrvctl read HI.2 5 >/dev/null 2>&1; then
+runuser -u switch-member -- mrvctl write HI.2:5 7 >/dev/null
+runuser -u switch-member -- mrvctl read HI.2:5 | grep -q 00000007
+if MORVANE_SWITCH_WAIT=0 runuser -u switch-stranger -- mrvctl read HI.2:5 >/dev/null 2>&1; then
   echo "a stranger reads the switch"
   exit 1
 fi

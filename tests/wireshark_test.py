@@ -40,7 +40,7 @@ def expected_request(call):
         fields[name] = [entry[key] for entry in entries if entry.get(key) is not None]
     for name, key in (("num", "num"), ("context", "context"), ("func", "func"), ("file", "file"),
                       ("line", "line"), ("transaction", "name"), ("reorder", "reorder"),
-                      ("port", "port"), ("opts", "opts")):
+                      ("opts", "opts")):
         if key in call:
             fields[name] = call[key]
     if "entries" in call:
@@ -51,8 +51,9 @@ def expected_request(call):
     elif not call["operation"].startswith("read"):
         fields["data"] = call.get("data", [])
         fields["word"] = call.get("words", [])
-    if "port_type" in call:
-        fields["port_type"] = PORT_TYPES.index(call["port_type"])
+    if call.get("port"):
+        port_type, port = call["port"].split(":")
+        fields["port_type"], fields["port"] = PORT_TYPES.index(port_type), int(port)
     return fields
 
 
@@ -89,7 +90,7 @@ def main(mrvctl, root):
         run(mrvctl, "calls", "--pcap", file, *recordings)
         tshark = ["tshark", "-X", f"lua_script:{root}/share/wireshark/morvane.lua", "-r", file]
         shown = run(*tshark, "-2", "-T", "json", "-J", "frame morvane")
-        for info in (" write 0x00000010\n", ' answer: transaction "half" EFAULT\n'):
+        for info in (" write 0x00000010\n", " write HI.2:HI_DHS_LVIF[0]\n", " qos-get nif:9\n", ' answer: transaction "half" EFAULT\n'):
             assert info in run(*tshark), info
     layers = [flatten(packet, {})
               for packet in json.loads(shown, object_pairs_hook=list)]

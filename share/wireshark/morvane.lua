@@ -211,7 +211,7 @@ local function target_text(kind, record, texts)
   if kind == 4 and record then
     if record(0, 4):le_uint() == 2 then return " all ports" end
     local port_type = record(8, 4):le_uint()
-    return string.format(" %s %u", port_types[port_type] or port_type, record(12, 1):uint())
+    return string.format(" %s:%u", port_types[port_type] or port_type, record(12, 1):uint())
   end
   if kind == 3 and record then return ' "' .. record(0, 32):stringz() .. '"' end
   if texts[4] and texts[4].text ~= "" then return " " .. texts[4].text end

@@ -34,16 +34,16 @@ With everything allowed none is skipped. Registers, tables and ports are as they
   $ mrvctl --json check $everything | cut -c 1-146
   {"command":"check","planned":60,"ran":60,"failed":0,"skipped":0,"checks":[{"number":1,"name":"the register map describes an ASIC","clause":"P16","
   $ mrvctl -f - <<E
-  > write HI.2 40 17
-  > write HI.2 47 34
-  > dhs-write HF.0 HF_DHS_POL 1 1 2 3 4 5 6 7 8
-  > pause on hif 3
+  > write HI.2:40 17
+  > write HI.2:47 34
+  > dhs-write HF.0:HF_DHS_POL 1 1 2 3 4 5 6 7 8
+  > pause on hif:3
   > E
-  HI.2 40 <- 0x00000011: written
-  HI.2 47 <- 0x00000022: written
-  HF.0 HF_DHS_POL_OFFSET: 1 entry of 8 words from index 1: written
-  link pause on for hif 3
-  $ look() { mrvctl dump HI.2 --to 60; mrvctl dump HF.0 HF_DHS_POL; mrvctl qos show hif 3 | grep -o 'flow.*'; }
+  HI.2:40 <- 0x00000011: written
+  HI.2:47 <- 0x00000022: written
+  HF.0:HF_DHS_POL[1]: 1 entry of 8 words: written
+  link pause on for hif:3
+  $ look() { mrvctl dump HI.2:0..60; mrvctl dump HF.0:HF_DHS_POL; mrvctl qos show hif:3 | grep -o 'flow.*'; }
   $ look >before
   $ mrvctl check $everything | grep -v '^ok [0-9]* - [^#]*$'
   TAP version 14
@@ -132,9 +132,9 @@ In a transaction nothing is checked. Options that are not understood:
   > check --read HI.32:5
   > check --port nif:8
   > E
-  stdin:1: check --scratch HI.2:40..41,HI.32:5: HI.32 5: block HI has instances 0 to 31
-  stdin:2: check --read HI.32:5: HI.32 5: block HI has instances 0 to 31
-  stdin:3: check --port nif:8: port 8: the limits have 8 ports of type nif
+  stdin:1: check --scratch HI.2:40..41,HI.32:5: HI.32:5: block HI has instances 0 to 31
+  stdin:2: check --read HI.32:5: HI.32:5: block HI has instances 0 to 31
+  stdin:3: check --port nif:8: nif:8: the limits have 8 ports of type nif
   [2]
   $ mrvctl -f - <<E
   > check --scratch-table HI.2:5
@@ -143,9 +143,9 @@ In a transaction nothing is checked. Options that are not understood:
   > check --read HI.2
   > check --port hif:256
   > E
-  stdin:1: check --scratch-table HI.2:5: --scratch-table: HI.2 5 is no table register (see dhs)
-  stdin:2: check --scratch HI.2:47..40: --scratch: 'HI.2:47..40' ends before it begins
+  stdin:1: check --scratch-table HI.2:5: --scratch-table: HI.2:5 is not a table; `mrvctl dhs` lists the tables
+  stdin:2: check --scratch HI.2:47..40: --scratch: '47..40' ends before it begins
   stdin:3: check --scratch HI.2:0..512: --scratch: more than 512 scratch registers
-  stdin:4: check --read HI.2: --read: 'HI.2' has no colon; write it like HI.2:40
+  stdin:4: check --read HI.2: --read: 'HI.2' has no register; use for example HI.2:40
   stdin:5: check --port hif:256: --port: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   [2]

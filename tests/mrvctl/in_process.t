@@ -1,10 +1,10 @@
 Without MORVANE_SWITCH and --switch each process has its own virtual switch, which is lost when it ends.
 
   $ PATH=${BUILD:=$TESTDIR/../../build/target}/bin:$PATH
-  $ mrvctl write HI.2 5 7
-  HI.2 5 <- 0x00000007: written
-  $ mrvctl read HI.2 5
-  HI.2 5 = 0x00000000 (0)
+  $ mrvctl write HI.2:5 7
+  HI.2:5 <- 0x00000007: written
+  $ mrvctl read HI.2:5
+  HI.2:5 = 0x00000000 (0)
   $ mrvctl clients
   clients: no morvaned serves this switch: name one with --switch
   [1]
@@ -19,24 +19,24 @@ So a script starts on an empty switch. The examples do, as text and as JSON.
 The card of the switch can be changed. With this one the service answers only 5 words of a table.
 
   $ mrvctl -f - <<E
-  > dhs-write HF.0 HF_DHS_POL 0 1 2 3 4 5 6 7 8
+  > dhs-write HF.0:HF_DHS_POL 0 1 2 3 4 5 6 7 8
   > card 266
   > state
-  > dhs-read HF.0 HF_DHS_POL 0 --addresses
-  > expect-fail dump HF.0 HF_DHS_POL --entries 0..1
+  > dhs-read HF.0:HF_DHS_POL 0 --addresses
+  > expect-fail dump HF.0:HF_DHS_POL[0..1]
   > card 65535
   > E
-  HF.0 HF_DHS_POL_OFFSET: 1 entry of 8 words from index 0: written
+  HF.0:HF_DHS_POL[0]: 1 entry of 8 words: written
   software card identifier 266
   software card identifier  266
   no-drop class map         0x00
   SP timer                  0
   clears of drop counters   0
   SFP failures reported     0
-  HF.0 HF_DHS_POL_OFFSET: 1 entry of 8 words, 5 of 8 words answered
+  HF.0:HF_DHS_POL[0]: 1 entry of 8 words, 5 of 8 words answered
     index  address     words
         0  0x1c059a00  00000001 00000002 00000003 00000004 00000005 -------- -------- --------
-  failed as expected: dump HF.0 HF_DHS_POL --entries 0..1: HF.0 HF_DHS_POL_OFFSET: 10 of 16 words answered
+  failed as expected: dump HF.0:HF_DHS_POL[0..1]: HF.0:HF_DHS_POL: 10 of 16 words answered
   software card identifier 65535
   $ mrvctl card 65536
   mrvctl: ID: '65536' is no number from 0 to 65535, in decimal, hexadecimal (0x) or binary (0b)
@@ -47,13 +47,13 @@ The card of the switch can be changed. With this one the service answers only 5 
 
   $ cp "$BUILD/lib/libexample_platform.so" platform.so
   $ mrvctl --calls --platform platform.so -f - <<E
-  > write HI.3 40 5
-  > expect-fail read HI.4 40
+  > write HI.3:40 5
+  > expect-fail read HI.4:40
   > fail EPERM
   > E
   sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x033000a0, data=0x5, mask=0xffffffff, num=0, context=1, write stdin:1}) = 0 <*> (glob)
-  HI.3 40 <- 0x00000005: written
-  failed as expected: read HI.4 40: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 3
+  HI.3:40 <- 0x00000005: written
+  failed as expected: read HI.4:40: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 3
   stdin:3: fail EPERM: this platform has no vp_fail_next_call: it is no virtual platform
   [1]
   $ mrvctl --platform /no/such/file info
@@ -68,10 +68,10 @@ The card of the switch can be changed. With this one the service answers only 5 
 A switch that morvaned does not serve:
 
   $ export MORVANE_SWITCH_WAIT=0
-  $ mrvctl --switch /no/switch read HI.2 5
+  $ mrvctl --switch /no/switch read HI.2:5
   init: no switch at /no/switch: No such file or directory
   [1]
-  $ mrvctl --switch @ read HI.2 5
+  $ mrvctl --switch @ read HI.2:5
   init: no switch at @: Invalid argument (its address, MORVANE_SWITCH_WAIT, MORVANE_SWITCH_TIMEOUT or MORVANE_SWITCH_USER)
   [1]
   $ MORVANE_SWITCH=/no/switch mrvctl clients

@@ -7,8 +7,8 @@ own.
 
 A view of one port shows the counters that rose, with their rates, after the statistics:
 
-  $ mrvctl $numbering qos show nif 5 --watch 0.1 --count 2 >shown
-  $ grep -c '^nif 5, module 0, ASIC 0' shown
+  $ mrvctl $numbering qos show nif:5 --watch 0.1 --count 2 >shown
+  $ grep -c '^nif:5, module 0, ASIC 0' shown
   2
   $ sed -n '/^rising/,$s/ *[0-9.]*$//p' shown | sed -n '1,4p;9p;$p'
   rising, per second
@@ -17,13 +17,13 @@ A view of one port shows the counters that rose, with their rates, after the sta
     pause XOFF sent
     PFC XOFF sent [3]
     drops h2n [5][7]
-  $ mrvctl qos show nif 5 --watch 0.1 --count 2 | grep -c rising
+  $ mrvctl qos show nif:5 --watch 0.1 --count 2 | grep -c rising
   0
   [1]
 
 A rate is the difference of two readings, divided by the time between them.
 
-  $ mrvctl $numbering --json qos show nif 5 --watch 0.1 --count 2 | python3 -c '
+  $ mrvctl $numbering --json qos show nif:5 --watch 0.1 --count 2 | python3 -c '
   > import json, sys
   > first, second = map(json.loads, sys.stdin)
   > print("rates" in first)
@@ -39,11 +39,11 @@ A rate is the difference of two readings, divided by the time between them.
   $ mrvctl $numbering --json qos top --once --interval 0.1 | python3 -c '
   > import json, sys
   > ports = json.load(sys.stdin)["ports"]
-  > port = next(port for port in ports if port["port_type"] == "nif" and port["port"] == 5)
+  > port = next(port for port in ports if port["port"] == "nif:5")
   > rates = port.pop("rates")
   > print(len(ports), port)
   > print({name: round(rate / rates["timeouts"] * 22277) for name, rate in rates.items()})'
-  40 {'port_type': 'nif', 'port': 5, 'up': True, 'xoff_receive': True, 'xoff_transmit': True, 'dropped_share': 1.0}
+  40 {'port': 'nif:5', 'up': True, 'xoff_receive': True, 'xoff_transmit': True, 'dropped_share': 1.0}
   {'writes': 110632, 'reads': 155688, 'discards': 16133, 'drops_n2h': 1671168, 'drops_h2n': 2850816, 'pfc': 22028, 'pause': 5144, 'errors': 17157, 'multicast_discards': 16645, 'flushes': 21765, 'timeouts': 22277}
 
 ^C ends a view, and the script goes on.
@@ -54,7 +54,7 @@ A rate is the difference of two readings, divided by the time between them.
   >   until grep -qs '^  XOFF sent\|^drops h2n' seen || ! kill -0 $!; do sleep 0.01; done
   >   kill -$signal $!; wait $!
   > }
-  $ printf 'begin x\nwrite HI.2 5 1\nqos show hif 1 --watch 30\ncommit\n' >open.mrv
+  $ printf 'begin x\nwrite HI.2:5 1\nqos show hif:1 --watch 30\ncommit\n' >open.mrv
   $ end_when_shown INT -f open.mrv
   $ tail -n 1 seen
   transaction "x" is sent: 1 write
@@ -65,12 +65,12 @@ The view of all ports begins with the totals. The first port in the order shows 
   $ sed -n '1,4p; 41,$p' seen | sed 's/^>/*/'
   module 0, ASIC 0  40 ports by drops  frames in all
     PORT    WRITES   READS    DISC     N2H     H2N     PFC   PAUSE  XOFF DROPPED
-  * nif 2     221k    311k   32.3k   3343k   5702k   44.0k   10.2k  rx   ####100%
-    nif 3     221k    311k   32.3k   3343k   5702k   44.0k   10.2k  rx tx####100%
-    hif 4     111k    156k   16.1k   1671k   2851k   22.0k    5148  rx   ####100%
-    hif 5     111k    156k   16.1k   1671k   2851k   22.0k    5144  rx tx####100%
+  * nif:2     221k    311k   32.3k   3343k   5702k   44.0k   10.2k  rx   ####100%
+    nif:3     221k    311k   32.3k   3343k   5702k   44.0k   10.2k  rx tx####100%
+    hif:4     111k    156k   16.1k   1671k   2851k   22.0k    5148  rx   ####100%
+    hif:5     111k    156k   16.1k   1671k   2851k   22.0k    5144  rx tx####100%
   
-  nif 2, class          0       1       2       3       4       5       6       7
+  nif:2, class          0       1       2       3       4       5       6       7
     writes          24.1k   25.1k   26.1k   27.1k   28.2k   29.2k   30.2k   31.2k
     reads           35.3k   36.4k   37.4k   38.4k   39.4k   40.5k   41.5k   42.5k
     drops n2h        396k    403k    409k    415k    421k    427k    433k    439k
@@ -80,28 +80,28 @@ The view of all ports begins with the totals. The first port in the order shows 
   
   $ end_when_shown INT $numbering qos top --interval 30 --sort PAUSE
   $ sed -n '1s/every.*//p; 3,5p; 42,44p' seen | sed 's,^>,*,' | cut -c -64
-  * nif 4     221k    311k   32.3k   3342k   5702k   44.1k   10.3k
-    nif 5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k
-    nif 6     221k    311k   32.3k   3343k   5702k   44.1k   10.3k
-    hif 0     111k    156k   16.1k   1671k   2851k   22.0k    5132
+  * nif:4     221k    311k   32.3k   3342k   5702k   44.1k   10.3k
+    nif:5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k
+    nif:6     221k    311k   32.3k   3343k   5702k   44.1k   10.3k
+    hif:0     111k    156k   16.1k   1671k   2851k   22.0k    5132
   
-  nif 4, class          0       1       2       3       4       5 
+  nif:4, class          0       1       2       3       4       5 
   $ end_when_shown INT $numbering qos top --interval 30 --sort writes
   $ sed -n '1s/every.*//p; 3,5p; 42,44p' seen | sed 's,^>,*,' | cut -c -64
-  * nif 7     221k    311k   32.3k   3343k   5702k   44.0k   10.3k
-    nif 6     221k    311k   32.3k   3343k   5702k   44.1k   10.3k
-    nif 5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k
-    hif 0     111k    156k   16.1k   1671k   2851k   22.0k    5132
+  * nif:7     221k    311k   32.3k   3343k   5702k   44.0k   10.3k
+    nif:6     221k    311k   32.3k   3343k   5702k   44.1k   10.3k
+    nif:5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k
+    hif:0     111k    156k   16.1k   1671k   2851k   22.0k    5132
   
-  nif 7, class          0       1       2       3       4       5 
+  nif:7, class          0       1       2       3       4       5 
 
 Ports without traffic come in the order of their numbers, and have no share of drops.
 
   $ mrvctl qos top --once --interval 0.1 | sed -n '4p;34,36p' | tr -s ' ' | sed 's, $,,'
-   hif 1 0 0 0 0 0 0 0
-   hif 31 0 0 0 0 0 0 0
-   nif 0 0 0 0 0 0 0 0
-   nif 1 0 0 0 0 0 0 0
+   hif:1 0 0 0 0 0 0 0
+   hif:31 0 0 0 0 0 0 0
+   nif:0 0 0 0 0 0 0 0
+   nif:1 0 0 0 0 0 0 0
 
   $ mrvctl --calls qos top --once --interval 0.1 2>&1 | grep -c 'opts=0x0'
   82
@@ -122,14 +122,14 @@ A view that cannot read a port at all fails.
 
   $ printf 'fail EPERM\nqos top\n' | mrvctl -f -
   the next service call fails with EPERM (Operation not permitted)
-  stdin:2: qos top: service call failed: Operation not permitted (0x82230001): hif 0
+  stdin:2: qos top: service call failed: Operation not permitted (0x82230001): hif:0
   [1]
   $ mrvctl -f - <<E
   > qos top --sort size
   > qos top --interval 0
-  > qos show hif 3 --watch 3601
+  > qos show hif:3 --watch 3601
   > E
   stdin:1: qos top --sort size: --sort: 'size' is none of drops, pause, writes
   stdin:2: qos top --interval 0: --interval: '0' is no time from 0.1 to 3600 seconds
-  stdin:3: qos show hif 3 --watch 3601: --watch: '3601' is no time from 0.1 to 3600 seconds
+  stdin:3: qos show hif:3 --watch 3601: --watch: '3601' is no time from 0.1 to 3600 seconds
   [2]

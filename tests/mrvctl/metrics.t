@@ -3,8 +3,8 @@
 
 The counters of ports for Prometheus:
 
-  $ mrvctl traffic hif 3 --class 2 --frames 9007199254740995 --excess 4
-  hif 3: 9007199254740995 frames of class 2 n2h, 4 of them in excess
+  $ mrvctl traffic hif:3 --class 2 --frames 9007199254740995 --excess 4
+  hif:3: 9007199254740995 frames of class 2 n2h, 4 of them in excess
   $ mrvctl qos metrics hif:3 --nonzero >metrics
   $ grep -E '_total.* [1-9]|drops_n2h' metrics
   morvane_port_writes_received_total{module="0",asic="0",port_type="hif",port="3",class="2"} 3
@@ -65,7 +65,7 @@ Each counter has its metric. This platform answers each with another number.
   morvane_port_drops_n2h_total{row="5",class="7"} 46848
   morvane_port_drops_h2n_total{row="5",class="7"} 71424
   $ mrvctl $numbering --json qos metrics nif:5 | cut -c 1-133
-  {"command":"qos metrics","module":0,"asic":0,"ports":[{"port_type":"nif","port":5,"up":true,"stats":{"pause":{"flow_ctrl":262,"rx_xof
+  {"command":"qos metrics","module":0,"asic":0,"ports":[{"port":"nif:5","up":true,"stats":{"pause":{"flow_ctrl":262,"rx_xoff_cnt":518,"
 
 All ports, or those of a type, each once:
 
@@ -87,7 +87,7 @@ A file is replaced when all ports are read, and kept when one of them fails.
   > qos metrics --output m.prom
   > E
   the next service call fails with EIO (Input/output error)
-  stdin:2: qos metrics --output m.prom: service call failed: Input/output error, or a positive answer (0x82230005): hif 0
+  stdin:2: qos metrics --output m.prom: service call failed: Input/output error, or a positive answer (0x82230005): hif:0
   [1]
   $ mrvctl qos metrics --output /dev/null
   qos metrics --output /dev/null: /dev/null: is no plain file
@@ -108,13 +108,13 @@ A port that the switch does not have is down; a service that does not answer is 
   morvane_port_up{module="0",asic="0",port_type="hif",port="40"} 0
   morvane_port_up{module="0",asic="0",port_type="hif",port="41"} 0
   morvane_port_up{module="0",asic="0",port_type="nif",port="1"} 1
-  qos metrics hif:40 hif:41 nif:1: service call failed: No such device or address (0x82230006): hif 40 (and 1 more)
+  qos metrics hif:40 hif:41 nif:1: service call failed: No such device or address (0x82230006): hif:40 (and 1 more)
   $ echo 'fail EIO
   > qos metrics' | mrvctl -f - 2>&1 | grep -v '^#'
   the next service call fails with EIO (Input/output error)
   morvane_build_info{module="0",asic="0",version="*"} 1 (glob)
   morvane_up{module="0",asic="0"} 0
-  stdin:2: qos metrics: service call failed: Input/output error, or a positive answer (0x82230005): hif 0
+  stdin:2: qos metrics: service call failed: Input/output error, or a positive answer (0x82230005): hif:0
   $ mrvctl qos metrics cif
   qos metrics cif: the ASIC has no port of type cif
   [1]
@@ -135,7 +135,7 @@ For the types that have no limit, ports are read until the service lacks one. EI
   morvane_port_up{module="0",asic="0",port_type="cif",port="0"} 1
   morvane_port_up{module="0",asic="0",port_type="cif",port="1"} 1
   morvane_port_up{module="0",asic="0",port_type="cif",port="2"} 0
-  qos metrics cif: service call failed: Input/output error, or a positive answer (0x82230005): cif 2
+  qos metrics cif: service call failed: Input/output error, or a positive answer (0x82230005): cif:2
 
 Arguments that are not understood:
 
@@ -145,7 +145,7 @@ Arguments that are not understood:
   > qos metrics nonsense
   > qos metrics --output ""
   > E
-  stdin:1: qos metrics hif:3:1: 'hif:3:1' is neither TYPE nor TYPE:PORT
+  stdin:1: qos metrics hif:3:1: '3:1' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   stdin:2: qos metrics hif:256: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   stdin:3: qos metrics nonsense: 'nonsense' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
   stdin:4: qos metrics --output : --output: an empty value

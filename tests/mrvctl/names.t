@@ -35,56 +35,56 @@ The registers of a block that have a name:
   $ mrvctl regs HI
   block HI: 1584 registers, 0 to 1583
   number  hex    register
-     309  0x135  HI_HI0_DHS_LVIF_TCAM_OFFSET
-    1250  0x4e2  HI_DHS_LVIF_TCAM_OFFSET
-    1461  0x5b5  HI_DHS_LVIF_OFFSET
+     309  0x135  HI.*:HI_HI0_DHS_LVIF_TCAM
+    1250  0x4e2  HI.*:HI_DHS_LVIF_TCAM
+    1461  0x5b5  HI.*:HI_DHS_LVIF
   1581 others have no name
   $ mrvctl regs rs_edma
   block RSEDMA: 364 registers, 0 to 363
   none of them has a name
   $ mrvctl --json regs HF | cut -c 1-100
-  {"command":"regs","block":"HF","registers":246,"named":[{"vreg":0,"register":"HF_DHS_SVIF_MEM_OFFSET
+  {"command":"regs","block":"HF","registers":246,"named":[{"number":0,"register":"HF.*:HF_DHS_SVIF_MEM
 
 Search by a part of the name, in any case, or by an address:
 
   $ mrvctl find dhs_lvif
-  block   number  register                     address
-  HI         309  HI_HI0_DHS_LVIF_TCAM_OFFSET  0x10001900 to 0x11f01900, in 32 instances
-  HI        1250  HI_DHS_LVIF_TCAM_OFFSET      0x10003a00 to 0x11f03a00, in 32 instances
-  HI        1461  HI_DHS_LVIF_OFFSET           0x10004b00 to 0x11f04b00, in 32 instances
-  HF           3  HF_DHS_LVIF_MEM_OFFSET       0x1c030600 to 0x1c730600, in 8 instances
+  number  register                   address
+     309  HI.*:HI_HI0_DHS_LVIF_TCAM  0x10001900 to 0x11f01900, in 32 instances
+    1250  HI.*:HI_DHS_LVIF_TCAM      0x10003a00 to 0x11f03a00, in 32 instances
+    1461  HI.*:HI_DHS_LVIF           0x10004b00 to 0x11f04b00, in 32 instances
+       3  HF.*:HF_DHS_LVIF_MEM       0x1c030600 to 0x1c730600, in 8 instances
   $ mrvctl find HF_DHS_POL
-  block   number  register              address
-  HF         116  HF_DHS_POL_OFFSET     0x1c059a00 to 0x1c759a00, in 8 instances
-  HF         117  HF_DHS_POL_00_OFFSET  0x1c0001d4 to 0x1c7001d4, in 8 instances
-  HF         118  HF_DHS_POL_01_OFFSET  0x1c0001d8 to 0x1c7001d8, in 8 instances
-  HF         119  HF_DHS_POL_02_OFFSET  0x1c0001dc to 0x1c7001dc, in 8 instances
+  number  register            address
+     116  HF.*:HF_DHS_POL     0x1c059a00 to 0x1c759a00, in 8 instances
+     117  HF.*:HF_DHS_POL_00  0x1c0001d4 to 0x1c7001d4, in 8 instances
+     118  HF.*:HF_DHS_POL_01  0x1c0001d8 to 0x1c7001d8, in 8 instances
+     119  HF.*:HF_DHS_POL_02  0x1c0001dc to 0x1c7001dc, in 8 instances
   $ mrvctl find 0x102000a0
-  0x102000a0  HI.2 40
+  0x102000a0  HI.2:40
   $ mrvctl find 0x10204b04
-  0x10204b04  HI.2 HI_DHS_LVIF [1]
+  0x10204b04  HI.2:HI_DHS_LVIF[1]
   $ mrvctl --json find 0x10204b04
-  {"command":"find","block":"HI","instance":2,"register":"HI_DHS_LVIF_OFFSET","vreg":1461,"address":270551812,"entry":1,"word":0}
+  {"command":"find","register":"HI.2:HI_DHS_LVIF[1]","address":270551812}
   $ mrvctl find 0xFFFFFFE4
   0xffffffe4  KEL_ASIC_CMD_CLEAR_DROP_COUNTERS
 
 The table registers, with the words of an entry and the indices:
 
   $ mrvctl dhs HF
-  block   number  words  indices       register
-  HF           0      1  0 to 16383    HF_DHS_SVIF_MEM_OFFSET
-  HF           1      2  0 to 16383    HF_DHS_SVIF_MEM_LO_OFFSET
-  HF           3      1  0 to 4095     HF_DHS_LVIF_MEM_OFFSET
-  HF         108     16  0 to 2047     HF_DHS_TCAM_OFFSET
-  HF         109      1  0 to 1023     HF_DHS_RESULT_OFFSET
-  HF         110      4  0 to 1023     HF_DHS_RESULT_00_OFFSET
-  HF         116      8  0 to 63       HF_DHS_POL_OFFSET
-  HF         225      2  0 to 1023     HF_DHS_RESULT_LO_OFFSET
-  HF         226      2  0 to 1023     HF_DHS_RESULT_HI_OFFSET
+  number  words  indices       register
+       0      1  0 to 16383    HF.*:HF_DHS_SVIF_MEM
+       1      2  0 to 16383    HF.*:HF_DHS_SVIF_MEM_LO
+       3      1  0 to 4095     HF.*:HF_DHS_LVIF_MEM
+     108     16  0 to 2047     HF.*:HF_DHS_TCAM
+     109      1  0 to 1023     HF.*:HF_DHS_RESULT
+     110      4  0 to 1023     HF.*:HF_DHS_RESULT_00
+     116      8  0 to 63       HF.*:HF_DHS_POL
+     225      2  0 to 1023     HF.*:HF_DHS_RESULT_LO
+     226      2  0 to 1023     HF.*:HF_DHS_RESULT_HI
   $ mrvctl dhs | wc -l
   138
   $ mrvctl --json dhs SS | cut -c 1-150
-  {"command":"dhs","tables":[{"block":"SS","vreg":2690,"entry_size":1,"highest_index":1023,"register":"SS_DHS_DD_OFFSET"},{"block":"SS","vreg":2692,"ent
+  {"command":"dhs","tables":[{"number":2690,"entry_size":1,"highest_index":1023,"register":"SS.*:SS_DHS_DD"},{"number":2692,"entry_size":2,"highest_inde
 
 What a result means, by number, name or errno:
 
@@ -129,7 +129,7 @@ Names that do not exist:
   > E
   stdin:1: regs QX: no block 'QX'; nearest: QS, SS, HR
   stdin:2: dhs QX: no block 'QX'; nearest: QS, SS, HR
-  stdin:3: find: TEXT|ADDRESS is required
+  stdin:3: find: TEXT is required
   stdin:4: error SYSERR_KEL_ASIC_UNINI: CODE: no result 'SYSERR_KEL_ASIC_UNINI'; nearest: SYSERR_KEL_ASIC_UNINIT, SYSERR_KEL_ASIC_UNKNOWN, SYSERR_KEL_ASIC_FAILURE
   stdin:5: error 4294967296: CODE: '4294967296' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
   [2]

@@ -10,10 +10,10 @@ A program is a file of writes that the library makes in one call. A fifth number
   sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x10200014, data=0xff, mask=0xffffffff, num=0, context=0, pgm mrvctl:0}) = 0 <*> (glob)
   sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE_FIELD, module=0, asic=0x0, addr=0x1c0001d4, data=0x3, mask=0x1, num=0, context=0, pgm mrvctl:0}) = 0 <*> (glob)
   2 steps for ASIC 0: written
-  $ mrvctl read HI.2 5
-  HI.2 5 = 0x000000ff (255)
-  $ mrvctl read HF.0 117
-  HF.0 HF_DHS_POL_00_OFFSET = 0x00000001 (1)
+  $ mrvctl read HI.2:5
+  HI.2:5 = 0x000000ff (255)
+  $ mrvctl read HF.0:117
+  HF.0:HF_DHS_POL_00 = 0x00000001 (1)
   $ mrvctl --json pgm - <<E
   > HI 2 5 1
   > E
@@ -56,7 +56,7 @@ A step that the library would refuse starts no program.
   stdin:2: pgm mask.pgm: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): mask.pgm:2: a mask of 0 selects no bit; nothing is written
   the next service call fails with EPERM (Operation not permitted)
   sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x10200014, data=0xff, mask=0xffffffff, num=0, context=4, pgm stdin:4}) = -1 EPERM (Operation not permitted) <*> (glob)
-  stdin:4: pgm good.pgm: service call failed: Operation not permitted (0x82230001): good.pgm:1: HI.2 5; the steps before the one that failed are written
+  stdin:4: pgm good.pgm: service call failed: Operation not permitted (0x82230001): good.pgm:1: HI.2:5; the steps before the one that failed are written
   [1]
 
 Files that are not understood:

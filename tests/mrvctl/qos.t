@@ -2,13 +2,13 @@
 
 Of 90 frames of class 1 that arrive at a host port, 9 find their queue full.
 
-  $ mrvctl traffic hif 3 --class 1 --frames 90 --excess 9
-  hif 3: 90 frames of class 1 n2h, 9 of them in excess
-  $ mrvctl traffic hif 3 --class 7 --frames 6 --excess 4 --direction h2n
-  hif 3: 6 frames of class 7 h2n, 4 of them in excess
-  $ mrvctl pause on hif 3
-  link pause on for hif 3
-  $ mrvctl qos show hif 3 >shown
+  $ mrvctl traffic hif:3 --class 1 --frames 90 --excess 9
+  hif:3: 90 frames of class 1 n2h, 9 of them in excess
+  $ mrvctl traffic hif:3 --class 7 --frames 6 --excess 4 --direction h2n
+  hif:3: 6 frames of class 7 h2n, 4 of them in excess
+  $ mrvctl pause on hif:3
+  link pause on for hif:3
+  $ mrvctl qos show hif:3 >shown
   $ grep -E 'by class|discarded|writes r|reads|flow' shown
     XOFF                             0           0    flow control 0x0001
   by class                       0       1       2       3       4       5       6       7
@@ -26,43 +26,43 @@ Clearing the drop counters leaves the other statistics; clearing those of the po
 
   $ mrvctl clear-drops
   drop counters of module 0, ASIC 0 cleared
-  $ mrvctl qos show hif 3 | grep -E 'discarded|row 0'
+  $ mrvctl qos show hif:3 | grep -E 'discarded|row 0'
   writes discarded                  13
   multicast discarded                0
     row 0                        0       0       0       0       0       0       0       0
     row 0                        0       0       0       0       0       0       0       0
-  $ mrvctl qos clear hif 3
-  QoS statistics of hif 3 cleared
-  $ mrvctl qos show hif 3 | grep -E 'flow|writes r'
+  $ mrvctl qos clear hif:3
+  QoS statistics of hif:3 cleared
+  $ mrvctl qos show hif:3 | grep -E 'flow|writes r'
     XOFF                             0           0    flow control 0x0001
     writes received              0       0       0       0       0       0       0       0
 
 clear-all clears every port. A host and a network port with one number are two ports.
 
-  $ mrvctl traffic hif 7 --class 1 --frames 5
-  hif 7: 5 frames of class 1 n2h, 0 of them in excess
-  $ mrvctl traffic nif 7 --class 1 --frames 5
-  nif 7: 5 frames of class 1 n2h, 0 of them in excess
-  $ mrvctl qos clear nif 7
-  QoS statistics of nif 7 cleared
-  $ mrvctl qos show hif 7 | grep 'writes r'
+  $ mrvctl traffic hif:7 --class 1 --frames 5
+  hif:7: 5 frames of class 1 n2h, 0 of them in excess
+  $ mrvctl traffic nif:7 --class 1 --frames 5
+  nif:7: 5 frames of class 1 n2h, 0 of them in excess
+  $ mrvctl qos clear nif:7
+  QoS statistics of nif:7 cleared
+  $ mrvctl qos show hif:7 | grep 'writes r'
     writes received              0       5       0       0       0       0       0       0
   $ mrvctl qos clear-all
   QoS statistics of all ports cleared
-  $ mrvctl qos show hif 7 | grep 'writes r'
+  $ mrvctl qos show hif:7 | grep 'writes r'
     writes received              0       0       0       0       0       0       0       0
 
 Frames of a class in the no-drop map are not dropped but paused by PFC. Link pause stops all classes, by XOFF.
 
   $ mrvctl nodrop 8
   no-drop map 0x08, classes 3
-  $ mrvctl traffic hif 31 --class 3 --frames 100 --excess 10
-  hif 31: 100 frames of class 3 n2h, 10 of them in excess
-  $ mrvctl pause on hif 31
-  link pause on for hif 31
-  $ mrvctl traffic hif 31 --class 4 --frames 50 --excess 20
-  hif 31: 50 frames of class 4 n2h, 20 of them in excess
-  $ mrvctl qos show hif 31 | grep -E 'XO|PFC|reads|row 0' | grep -v received
+  $ mrvctl traffic hif:31 --class 3 --frames 100 --excess 10
+  hif:31: 100 frames of class 3 n2h, 10 of them in excess
+  $ mrvctl pause on hif:31
+  link pause on for hif:31
+  $ mrvctl traffic hif:31 --class 4 --frames 50 --excess 20
+  hif:31: 50 frames of class 4 n2h, 20 of them in excess
+  $ mrvctl qos show hif:31 | grep -E 'XO|PFC|reads|row 0' | grep -v received
     XOFF                             0           1    flow control 0x0001
     XON                              0           1    receive side in XOFF: no
     PFC                              0           2    transmit side in XOFF: no
@@ -74,21 +74,21 @@ Frames of a class in the no-drop map are not dropped but paused by PFC. Link pau
 
 Counters of 64 bits keep their place.
 
-  $ mrvctl traffic hif 1 --class 2 --frames 99123456789012 --excess 12345678901234
-  hif 1: 99123456789012 frames of class 2 n2h, 12345678901234 of them in excess
-  $ mrvctl qos show hif 1 | grep 'discarded'
+  $ mrvctl traffic hif:1 --class 2 --frames 99123456789012 --excess 12345678901234
+  hif:1: 99123456789012 frames of class 2 n2h, 12345678901234 of them in excess
+  $ mrvctl qos show hif:1 | grep 'discarded'
   writes discarded          12345678901234
   multicast discarded                    0
-  $ mrvctl traffic hif 2 --class 2 --frames 18446744073709551615
-  hif 2: 18446744073709551615 frames of class 2 n2h, 0 of them in excess
-  $ mrvctl --json qos show hif 2 | grep -o '"wr_rcvd_cnt[^]]*'
+  $ mrvctl traffic hif:2 --class 2 --frames 18446744073709551615
+  hif:2: 18446744073709551615 frames of class 2 n2h, 0 of them in excess
+  $ mrvctl --json qos show hif:2 | grep -o '"wr_rcvd_cnt[^]]*'
   "wr_rcvd_cnt":[0,0,18446744073709551615,0,0,0,0,0
 
 Every counter has its place. This platform answers each with another number.
 
   $ numbering="--platform $BUILD/lib/librefusing_platform.so"
-  $ mrvctl $numbering qos show hif 3
-  hif 3, module 0, ASIC 0
+  $ mrvctl $numbering qos show hif:3
+  hif:3, module 0, ASIC 0
   
   pause                       received        sent
     XOFF                           512        1536    flow control 0x0100
@@ -124,9 +124,9 @@ Every counter has its place. This platform answers each with another number.
     row 3                    59654   60166   60678   61190   61702   62214   62726   63238
     row 4                    63750   64262   64774   65286   65798   66310   66822   67334
     row 5                    67846   68358   68870   69382   69894   70406   70918   71430
-  $ mrvctl $numbering --json qos show hif 3 | tr '{' '\n'
+  $ mrvctl $numbering --json qos show hif:3 | tr '{' '\n'
   
-  "command":"qos show","module":0,"asic":0,"port_type":"hif","port":3,"stats":
+  "command":"qos show","module":0,"asic":0,"port":"hif:3","stats":
   "pause":
   "flow_ctrl":256,"rx_xoff_cnt":512,"rx_xon_cnt":1024,"tx_xoff_cnt":1536,"tx_xon_cnt":2048,"tx_pfc_xoff_cnt":[2560,3072,3584,4096,4608,5120,5632,6144],"rx_pfc_xoff_cnt":[6656,7168,7680,8192,8704,9216,9728,10240],"tx_pfc_cnt":10752,"rx_pfc_cnt":11264,"rx_xoff_status":3,"tx_xoff_status":1},"ss_dhs":
   "wr_rcvd_cnt":[12035,12547,13059,13571,14083,14595,15107,15619],"wr_discard_cnt":16131,"wr_discard_mcast_cnt":16643,"wr_rcvd_err_cnt":17155,"rd_sent_cnt":[17667,18179,18691,19203,19715,20227,20739,21251]},"oq":
@@ -135,25 +135,25 @@ Every counter has its place. This platform answers each with another number.
 
 Ports that the switch does not have, and arguments that are not understood:
 
-  $ mrvctl qos show hif 40
-  qos show hif 40: service call failed: No such device or address (0x82230006)
+  $ mrvctl qos show hif:40
+  qos show hif:40: service call failed: No such device or address (0x82230006)
   [1]
   $ mrvctl --module 1 clear-drops
   clear-drops: the library clears the drop counters of module 0, ASIC 0 only
   [2]
-  $ mrvctl traffic nif 8 --class 1 --frames 1
-  traffic nif 8 --class 1 --frames 1: module 0, ASIC 0 has no port nif 8
+  $ mrvctl traffic nif:8 --class 1 --frames 1
+  traffic nif:8 --class 1 --frames 1: module 0, ASIC 0 has no port nif:8
   [1]
   $ mrvctl -f - <<E
-  > traffic hif 3 --class 8 --frames 1
-  > traffic hif 3 --class 1 --frames 1 --excess 2
+  > traffic hif:3 --class 8 --frames 1
+  > traffic hif:3 --class 1 --frames 1 --excess 2
   > qos show fif 0
-  > qos show hif 256
-  > qos show hif 0 --count 3
+  > qos show hif:256
+  > qos show hif:0 --count 3
   > E
-  stdin:1: traffic hif 3 --class 8 --frames 1: --class: '8' is no number from 0 to 7, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:2: traffic hif 3 --class 1 --frames 1 --excess 2: more excess than frames
-  stdin:3: qos show fif 0: TYPE: 'fif' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
-  stdin:4: qos show hif 256: PORT: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:5: qos show hif 0 --count 3: --count is for --watch
+  stdin:1: traffic hif:3 --class 8 --frames 1: --class: '8' is no number from 0 to 7, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:2: traffic hif:3 --class 1 --frames 1 --excess 2: more excess than frames
+  stdin:3: qos show fif 0: PORT: 'fif' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
+  stdin:4: qos show hif:256: PORT: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:5: qos show hif:0 --count 3: --count is for --watch
   [2]

@@ -1,55 +1,81 @@
   $ . "$TESTDIR/setup.sh"
 
-A register is named by its block instance and by its name or number. Names may be in lower case and
-without _OFFSET; numbers are decimal, hexadecimal or binary.
+A register is BLOCK.INST:REGISTER, in one word or two. REGISTER is a name, in any case and with or
+without _OFFSET, or a number: decimal, hexadecimal or binary.
 
-  $ mrvctl write HI.2 HI_DHS_LVIF 0x1234
-  HI.2 HI_DHS_LVIF_OFFSET <- 0x00001234: written
-  $ mrvctl read hi.2 hi_dhs_lvif
-  HI.2 HI_DHS_LVIF_OFFSET = 0x00001234 (4660)
-  $ mrvctl read HI.0b10 0x5b5
-  HI.2 HI_DHS_LVIF_OFFSET = 0x00001234 (4660)
+  $ mrvctl write SS.0:SS_CFG_CG 0x1234
+  SS.0:SS_CFG_CG <- 0x00001234: written
+  $ mrvctl read ss.0 ss_cfg_cg_offset
+  SS.0:SS_CFG_CG = 0x00001234 (4660)
+  $ mrvctl --json read SS.0b0:0x2b
+  {"command":"read","register":"SS.0:43","address":67109036,"words":[0],"transaction_sent":false}
 
-COUNT reads registers with consecutive numbers, also if their addresses are not consecutive.
+A range, or COUNT, reads registers with consecutive numbers, also if their addresses are not
+consecutive. An asterisk reads the register of every instance.
 
-  $ mrvctl write HI.2 309 7
-  HI.2 HI_HI0_DHS_LVIF_TCAM_OFFSET <- 0x00000007: written
-  $ mrvctl --calls read HI.2 308 3
+  $ mrvctl write HI.2:309 7
+  HI.2:309 <- 0x00000007: written
+  $ mrvctl --calls read HI.2:308..310
   sse_call2(SYSSRV_REG_READ_CASE, 236, 200, {TYPE_READ_DHS, module=0, asic=0x0, addr=0x102004d0, data=0x0, mask=0xffffffff, num=1, context=0, read mrvctl:0}) = 0 {num=1, words=[00000000]} <*> (glob)
   sse_call2(SYSSRV_REG_READ_CASE, 236, 200, {TYPE_READ_DHS, module=0, asic=0x0, addr=0x10201900, data=0x0, mask=0xffffffff, num=1, context=0, read mrvctl:0}) = 0 {num=1, words=[00000007]} <*> (glob)
   sse_call2(SYSSRV_REG_READ_CASE, 236, 200, {TYPE_READ_DHS, module=0, asic=0x0, addr=0x102004d8, data=0x0, mask=0xffffffff, num=1, context=0, read mrvctl:0}) = 0 {num=1, words=[00000000]} <*> (glob)
-  HI.2 308: 3 words
+  HI.2:308..310: 3 words
     0: 00000000 00000007 00000000
   $ mrvctl read HI.2 308 1
-  HI.2 308: 1 word
+  HI.2:308: 1 word
     0: 00000000
+  $ mrvctl write XL.7:3 9
+  XL.7:3 <- 0x00000009: written
+  $ mrvctl read 'XL.*:3..4' | grep -A1 XL.[67]
+  XL.6:3..4: 2 words
+    0: 00000000 00000000
+  XL.7:3..4: 2 words
+    0: 00000009 00000000
+  $ mrvctl --json read 'XL.*:3' --expect 0
+  {"command":"read","register":"XL.0:3","address":1275068428,"words":[0],"transaction_sent":false}
+  {"command":"read","register":"XL.1:3","address":1276117004,"words":[0],"transaction_sent":false}
+  {"command":"read","register":"XL.2:3","address":1277165580,"words":[0],"transaction_sent":false}
+  {"command":"read","register":"XL.3:3","address":1278214156,"words":[0],"transaction_sent":false}
+  {"command":"read","register":"XL.4:3","address":1279262732,"words":[0],"transaction_sent":false}
+  {"command":"read","register":"XL.5:3","address":1280311308,"words":[0],"transaction_sent":false}
+  {"command":"read","register":"XL.6:3","address":1281359884,"words":[0],"transaction_sent":false}
+  {"command":"read","file":null,"line":null,"error":{"code":null,"name":"FAILED","text":"XL.7:3: word 0 is 0x00000009, expected 0x00000000"}}
+  [1]
+  $ mrvctl --json find 'SI.*:5..6'
+  {"command":"find","register":"SI.0:5","address":402653204}
+  {"command":"find","register":"SI.0:6","address":402653208}
 
-An asterisk reads the register of every instance.
+A table is read and written with dhs-read and dhs-write; its number is a register like any other.
 
-  $ mrvctl write HF.7 3 9
-  HF.7 HF_DHS_LVIF_MEM_OFFSET <- 0x00000009: written
-  $ mrvctl read HF.* HF_DHS_LVIF_MEM
-  HF.0 HF_DHS_LVIF_MEM_OFFSET = 0x00000000 (0)
-  HF.1 HF_DHS_LVIF_MEM_OFFSET = 0x00000000 (0)
-  HF.2 HF_DHS_LVIF_MEM_OFFSET = 0x00000000 (0)
-  HF.3 HF_DHS_LVIF_MEM_OFFSET = 0x00000000 (0)
-  HF.4 HF_DHS_LVIF_MEM_OFFSET = 0x00000000 (0)
-  HF.5 HF_DHS_LVIF_MEM_OFFSET = 0x00000000 (0)
-  HF.6 HF_DHS_LVIF_MEM_OFFSET = 0x00000000 (0)
-  HF.7 HF_DHS_LVIF_MEM_OFFSET = 0x00000009 (9)
-  $ mrvctl read SI.* 5
-  SI.0 5 = 0x00000000 (0)
+  $ mrvctl read HI.2:HI_DHS_LVIF
+  read HI.2:HI_DHS_LVIF: 'HI.2:HI_DHS_LVIF' is a table; use dhs-read
+  [2]
+  $ mrvctl write HI.2:HI_DHS_LVIF[5] 1
+  write HI.2:HI_DHS_LVIF[5] 1: 'HI.2:HI_DHS_LVIF[5]' is a table; use dhs-write
+  [2]
+  $ mrvctl write HI.2:1461 0x5
+  HI.2:1461 <- 0x00000005: written
+  $ mrvctl dhs-read HI.2:HI_DHS_LVIF[0..1]
+  HI.2:HI_DHS_LVIF[0..1]: 2 entries of 1 word
+    index  words
+        0  00000005
+        1  00000000
+  $ mrvctl dump HI.2:1460..1461 | tee dump.mrv
+  write HI.2:1460 0x00000000
+  write HI.2:1461 0x00000005  # HI_DHS_LVIF
+  $ mrvctl --dry-run -f dump.mrv
+  dump.mrv: 2 commands, nothing is run
 
 A field is written under a mask. The value is not shifted.
 
-  $ mrvctl write HI.2 7 0xAABBCCDD
-  HI.2 7 <- 0xaabbccdd: written
-  $ mrvctl write-field HI.2 7 0x11223344 0x00FF0FF0
-  HI.2 7 <- 0x11223344 mask 0x00ff0ff0 (bits 0x11003004 of the value are outside the mask): written
-  $ mrvctl write-field HI.2 7 0x00000003 0x0000000f
-  HI.2 7 <- 0x00000003 mask 0x0000000f: written
-  $ mrvctl read HI.2 7
-  HI.2 7 = 0xaa22c343 (2854404931)
+  $ mrvctl write HI.2:7 0xAABBCCDD
+  HI.2:7 <- 0xaabbccdd: written
+  $ mrvctl write-field HI.2:7 0x11223344 0x00FF0FF0
+  HI.2:7 <- 0x11223344 mask 0x00ff0ff0 (bits 0x11003004 of the value are outside the mask): written
+  $ mrvctl write-field HI.2:7 0x00000003 0x0000000f
+  HI.2:7 <- 0x00000003 mask 0x0000000f: written
+  $ mrvctl read HI.2:7
+  HI.2:7 = 0xaa22c343 (2854404931)
 
 A raw address is written unchecked. Some addresses are commands.
 
@@ -58,81 +84,101 @@ A raw address is written unchecked. Some addresses are commands.
   address 0x1020001c <- 0x00000000: written
   $ mrvctl write-field --raw 0x1020001c 0xff 0xf
   address 0x1020001c <- 0x000000ff mask 0x0000000f (bits 0x000000f0 of the value are outside the mask): written
-  $ mrvctl read HI.2 7
-  HI.2 7 = 0x0000000f (15)
+  $ mrvctl read HI.2:7
+  HI.2:7 = 0x0000000f (15)
   $ mrvctl write --raw 0xFFFFFFE4 0
   address 0xffffffe4 (KEL_ASIC_CMD_CLEAR_DROP_COUNTERS) <- 0x00000000: written
 
 A read can check what it finds.
 
-  $ mrvctl read HI.2 7 --expect 0xf
-  HI.2 7 = 0x0000000f (15)
-  $ mrvctl read HI.2 6 2 --expect 0,14
-  read HI.2 6 2 --expect 0,14: word 1 is 0x0000000f, expected 0x0000000e
+  $ mrvctl read HI.2:7 --expect 0xf
+  HI.2:7 = 0x0000000f (15)
+  $ mrvctl read HI.2:6 2 --expect 0,14
+  read HI.2:6 2 --expect 0,14: word 1 is 0x0000000f, expected 0x0000000e
   [1]
-  $ mrvctl read HI.* 5 --expect 1
-  read HI.* 5 --expect 1: HI.0 5: word 0 is 0x00000000, expected 0x00000001
+  $ mrvctl read HI.*:5 --expect 1
+  read HI.*:5 --expect 1: HI.0:5: word 0 is 0x00000000, expected 0x00000001
   [1]
 
 Registers that do not exist:
 
-  $ mrvctl read HI.32 5
-  read HI.32 5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
+  $ mrvctl read HI.32:5
+  read HI.32:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
   [1]
   $ mrvctl --keep-going -f - <<E
-  > read HI.0 1584
-  > read HR.0 26
-  > read HR.0 20 7
-  > read NI.0 1100 50
-  > write-field HI.2 5 1 0
+  > read HI.0:1584
+  > read HR.0:26
+  > read HR.0:20 7
+  > read NI.0:1100 50
+  > write-field HI.2:5 1 0
   > write-field --raw 1 2 3
   > E
-  stdin:1: read HI.0 1584: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has registers 0 to 1583
-  stdin:2: read HR.0 26: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): number 26 of block HR is a hole: no register
-  stdin:3: read HR.0 20 7: word 6 of the run: number 26 of block HR is a hole: no register
-  stdin:4: read NI.0 1100 50: word 6 of the run: block NI has registers 0 to 1105
-  stdin:5: write-field HI.2 5 1 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): a mask of 0 selects no bit
+  stdin:1: read HI.0:1584: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has registers 0 to 1583
+  stdin:2: read HR.0:26: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): number 26 of block HR is a hole: no register
+  stdin:3: read HR.0:20 7: word 6 of the run: number 26 of block HR is a hole: no register
+  stdin:4: read NI.0:1100 50: word 6 of the run: block NI has registers 0 to 1105
+  stdin:5: write-field HI.2:5 1 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): a mask of 0 selects no bit
   stdin:6: write-field --raw 1 2 3: service call failed: Bad address (0x8223000E)
   [1]
-  $ mrvctl --asic 1 read HI.0 5
-  read HI.0 5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0
+  $ mrvctl --asic 1 read HI.0:5
+  read HI.0:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0
   [1]
 
 Arguments that are not understood; none of the commands runs:
 
-  $ mrvctl read HI.2 HI_DHS_LVIX
-  read HI.2 HI_DHS_LVIX: block HI has no register HI_DHS_LVIX; nearest: HI_DHS_LVIF, HI_DHS_LVIF_TCAM, HI_HI0_DHS_LVIF_TCAM (or give a number from 0 to 1583)
-  [2]
-  $ mrvctl read HI.2
-  mrvctl: REGISTER is required
+  $ mrvctl read HI.2:HI_DHS_LVIX
+  mrvctl: REGISTER: block HI has no register HI_DHS_LVIX; nearest: HI_DHS_LVIF, HI_DHS_LVIF_TCAM, HI_HI0_DHS_LVIF_TCAM (or give a number from 0 to 1583)
   (mrvctl --help and mrvctl COMMAND --help say more)
   [2]
+  $ mrvctl read HI.2
+  read HI.2: 'HI.2' has no register; use for example HI.2:40
+  [2]
   $ mrvctl -f - <<E
-  > read HI.2 HF_DHS_POL
+  > read HI.2:HF_DHS_POL
   > read NI.2 FOO
   > read QX.2 5
   > read HI 5
-  > read HI.2x 5
-  > read HI.2 4294967296
-  > read HI.2 0x
-  > read HI.2 5 1048577
-  > read HI.2 5 2 --expect 7
-  > read HI.2 40 --expect 010
-  > write HI.2 5
-  > write HI.2 5 -1
-  > write HI.* 5 1
+  > read HI:5
+  > read HI.2:6..5
+  > read HI.2:5..6 2
+  > write HI.2:5..6 1
+  > write HI.2:HI_DHS_LVIF[5 1
+  > dhs-read HI.2:40..41[5]
+  > dhs-read HF.0:HF_DHS_POL[0..1].2
+  > dhs-write HF.0:HF_DHS_POL[0].1 5
+  > dhs-write HF.*:HF_DHS_POL[0] 1
+  > dump HI.2:HI_DHS_LVIF --named
+  > read HI.2x:5
+  > read HI.2:4294967296
+  > read HI.2:0x
+  > read HI.2:5 1048577
+  > read HI.2:5 2 --expect 7
+  > read HI.2:40 --expect 010
+  > write HI.2:5
+  > write HI.2:5 -1
+  > write HI.*:5 1
   > E
-  stdin:1: read HI.2 HF_DHS_POL: register HF_DHS_POL is one of block HF, not of HI
-  stdin:2: read NI.2 FOO: no register of block NI has a name; give a number from 0 to 1105
-  stdin:3: read QX.2 5: no block 'QX'; nearest: QS, SS, HR
-  stdin:4: read HI 5: 'HI' names no block instance; write it like HI.2
-  stdin:5: read HI.2x 5: '2x' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:6: read HI.2 4294967296: '4294967296' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:7: read HI.2 0x: '0x' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:8: read HI.2 5 1048577: COUNT: '1048577' is no number from 0 to 1048576, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:9: read HI.2 5 2 --expect 7: 2 words to read, but 1 expected
-  stdin:10: read HI.2 40 --expect 010: --expect: '010' begins with 0: hexadecimal is written 0x010
-  stdin:11: write HI.2 5: 2 arguments given, where 3 are needed (see --help)
-  stdin:12: write HI.2 5 -1: '-1' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:13: write HI.* 5 1: '*' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:1: read HI.2:HF_DHS_POL: REGISTER: register HF_DHS_POL is in block HF, not in HI
+  stdin:2: read NI.2 FOO: REGISTER: no register of block NI has a name; give a number from 0 to 1105
+  stdin:3: read QX.2 5: REGISTER: no block 'QX'; nearest: QS, SS, HR
+  stdin:4: read HI 5: 'HI' has no register; use for example HI.2:40
+  stdin:5: read HI:5: REGISTER: 'HI:5' has no instance; use for example HI.2:40, or HI.*:40 for all
+  stdin:6: read HI.2:6..5: REGISTER: '6..5' ends before it begins
+  stdin:7: read HI.2:5..6 2: give either a range of registers or COUNT
+  stdin:8: write HI.2:5..6 1: 'HI.2:5..6' is not a single register; use for example HI.2:40
+  stdin:9: write HI.2:HI_DHS_LVIF[5 1: 'HI.2:HI_DHS_LVIF[5' is not a table entry; use for example HI.2:HI_DHS_LVIF[5]
+  stdin:10: dhs-read HI.2:40..41[5]: REGISTER: 'HI.2:40..41[5]' has more than one range
+  stdin:11: dhs-read HF.0:HF_DHS_POL[0..1].2: REGISTER: 'HF.0:HF_DHS_POL[0..1].2' has more than one range
+  stdin:12: dhs-write HF.0:HF_DHS_POL[0].1 5: 'HF.0:HF_DHS_POL[0].1' is not an entry of one table
+  stdin:13: dhs-write HF.*:HF_DHS_POL[0] 1: 'HF.*:HF_DHS_POL[0]' is not an entry of one table
+  stdin:14: dump HI.2:HI_DHS_LVIF --named: --named is for registers, and 'HI.2:HI_DHS_LVIF' is a table
+  stdin:15: read HI.2x:5: REGISTER: '2x' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:16: read HI.2:4294967296: REGISTER: '4294967296' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:17: read HI.2:0x: REGISTER: '0x' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:18: read HI.2:5 1048577: COUNT: '1048577' is no number from 0 to 1048576, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:19: read HI.2:5 2 --expect 7: 2 words to read, but 1 expected
+  stdin:20: read HI.2:40 --expect 010: --expect: '010' begins with 0: hexadecimal is written 0x010
+  stdin:21: write HI.2:5: DATA is required
+  stdin:22: write HI.2:5 -1: DATA: '-1' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:23: write HI.*:5 1: 'HI.*:5' is not a single register; use for example HI.2:40
   [2]

@@ -2,14 +2,14 @@
 
 A script has one command per line. Words may be quoted, and # starts a comment.
 
-  $ printf "# two registers\nwrite HI.2 5 0b101 # five\r\n\nread 'HI.2' \"5\" --expect 5\n" >two.mrv
+  $ printf "# two registers\nwrite HI.2:5 0b101 # five\r\n\nread 'HI.2' \"5\" --expect 5\n" >two.mrv
   $ mrvctl -f two.mrv
-  HI.2 5 <- 0x00000005: written
-  HI.2 5 = 0x00000005 (5)
+  HI.2:5 <- 0x00000005: written
+  HI.2:5 = 0x00000005 (5)
   $ mrvctl --dry-run -f two.mrv
   two.mrv: 2 commands, nothing is run
-  $ mrvctl --json --dry-run read HI.2 5
-  {"command":"dry-run","script":"read HI.2 5","commands":1}
+  $ mrvctl --json --dry-run read HI.2:5
+  {"command":"dry-run","script":"read HI.2:5","commands":1}
   $ printf '# nothing\n\n  # at all\n' | mrvctl -f -
 
 Files that it names are looked up next to the script.
@@ -25,37 +25,37 @@ It stops at the first failure, and runs no command unless all are understood.
 
   $ cat >fails.mrv <<E
   > fail etimedout
-  > read HI.2 5
-  > read HI.2 6
+  > read HI.2:5
+  > read HI.2:6
   > pgm no.pgm
   > E
   $ mrvctl -f fails.mrv
   the next service call fails with ETIMEDOUT (Connection timed out)
-  fails.mrv:2: read HI.2 5: service call failed: Connection timed out (0x8223006E)
+  fails.mrv:2: read HI.2:5: service call failed: Connection timed out (0x8223006E)
   [1]
   $ mrvctl --keep-going -f fails.mrv
   the next service call fails with ETIMEDOUT (Connection timed out)
-  fails.mrv:2: read HI.2 5: service call failed: Connection timed out (0x8223006E)
-  HI.2 6 = 0x00000000 (0)
+  fails.mrv:2: read HI.2:5: service call failed: Connection timed out (0x8223006E)
+  HI.2:6 = 0x00000000 (0)
   fails.mrv:4: pgm no.pgm: cannot open no.pgm: No such file or directory
   [1]
   $ mrvctl --json --keep-going -f fails.mrv
   {"command":"fail","errno":110,"name":"ETIMEDOUT"}
   {"command":"read","file":"fails.mrv","line":2,"error":{"code":2183331950,"name":"ETIMEDOUT","text":"service call failed: Connection timed out (0x8223006E)"}}
-  {"command":"read","block":"HI","instance":2,"register":null,"vreg":6,"address":270532632,"words":[0],"transaction_sent":false}
+  {"command":"read","register":"HI.2:6","address":270532632,"words":[0],"transaction_sent":false}
   {"command":"pgm","file":"fails.mrv","line":4,"error":{"code":null,"name":"USAGE","text":"cannot open no.pgm: No such file or directory"}}
   [1]
   $ mrvctl -f - <<E
-  > write HI.2 5 1
-  > read 'HI.2 5
-  > raed HI.2 5
+  > write HI.2:5 1
+  > read 'HI.2:5
+  > raed HI.2:5
   > expect-fail raed
-  > read HI.2 5 --help
+  > read HI.2:5 --help
   > E
-  stdin:2: read 'HI.2 5: a quote (') is not closed
-  stdin:3: raed HI.2 5: no command 'raed'; nearest: read, card, regs
+  stdin:2: read 'HI.2:5: a quote (') is not closed
+  stdin:3: raed HI.2:5: no command 'raed'; nearest: read, card, regs
   stdin:4: expect-fail raed: no command 'raed'; nearest: read, card, regs
-  stdin:5: read HI.2 5 --help: not expected: --help
+  stdin:5: read HI.2:5 --help: not expected: --help
   [2]
 
   $ echo 'record /tmp true' | mrvctl -f -
@@ -64,26 +64,26 @@ It stops at the first failure, and runs no command unless all are understood.
 
 The exit status is that of the first failure.
 
-  $ printf 'pgm no.pgm\nread HI.32 5\n' | mrvctl --keep-going -f -
+  $ printf 'pgm no.pgm\nread HI.32:5\n' | mrvctl --keep-going -f -
   stdin:1: pgm no.pgm: cannot open no.pgm: No such file or directory
-  stdin:2: read HI.32 5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
+  stdin:2: read HI.32:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
   [2]
 
 expect-fail succeeds if its command fails.
 
-  $ mrvctl expect-fail read HI.32 5
-  failed as expected: read HI.32 5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
-  $ mrvctl expect-fail read HI.2 5
-  HI.2 5 = 0x00000009 (9)
-  expect-fail read HI.2 5: the command succeeded, where a failure was expected
+  $ mrvctl expect-fail read HI.32:5
+  failed as expected: read HI.32:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
+  $ mrvctl expect-fail read HI.2:5
+  HI.2:5 = 0x00000009 (9)
+  expect-fail read HI.2:5: the command succeeded, where a failure was expected
   [1]
-  $ mrvctl --json expect-fail read HI.2 5
+  $ mrvctl --json expect-fail read HI.2:5
   {"command":"expect-fail","file":null,"line":null,"error":{"code":null,"name":"FAILED","text":"the command succeeded, where a failure was expected"}}
   [1]
 
 A command line that is not understood:
 
-  $ mrvctl raed HI.2 5
+  $ mrvctl raed HI.2:5
   mrvctl: no command 'raed'; nearest: read, card, regs
   (mrvctl --help and mrvctl COMMAND --help say more)
   [2]

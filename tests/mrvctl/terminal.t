@@ -4,18 +4,18 @@ At a terminal the cells of the drop grids have colours: by tens, hundreds, ten t
 
   $ class=1
   $ for drops in 99 100 9999 10000 999999 1000000; do
-  >   mrvctl traffic hif 1 --class $((class += 1)) --frames 1000000 --excess $drops
+  >   mrvctl traffic hif:1 --class $((class += 1)) --frames 1000000 --excess $drops
   > done >/dev/null 2>&1
   $ at_terminal() { script -qec "$*" /dev/null </dev/null | tr -d '\r'; }
-  $ TERM=xterm at_terminal mrvctl qos show hif 1 | grep -m 1 'row 0'
+  $ TERM=xterm at_terminal mrvctl qos show hif:1 | grep -m 1 'row 0'
     row 0                 \x1b[2m       0\x1b[0m\x1b[2m       0\x1b[0m\x1b[33m       99\x1b[0m\x1b[1;33m      100\x1b[0m\x1b[1;33m     9999\x1b[0m\x1b[31m    10000\x1b[0m\x1b[31m   999999\x1b[0m\x1b[1;31m  1000000\x1b[0m (esc)
-  $ TERM=xterm NO_COLOR= at_terminal mrvctl qos show hif 1 | grep -c '\[31m   999999'
+  $ TERM=xterm NO_COLOR= at_terminal mrvctl qos show hif:1 | grep -c '\[31m   999999'
   1
-  $ TERM=xterm NO_COLOR=1 at_terminal mrvctl qos show hif 1 | grep -m 1 'row 0'
+  $ TERM=xterm NO_COLOR=1 at_terminal mrvctl qos show hif:1 | grep -m 1 'row 0'
     row 0                        0       0       99      100     9999    10000   999999  1000000
-  $ TERM=dumb at_terminal mrvctl qos show hif 1 | grep -m 1 'row 0'
+  $ TERM=dumb at_terminal mrvctl qos show hif:1 | grep -m 1 'row 0'
     row 0                        0       0       99      100     9999    10000   999999  1000000
-  $ TERM=xterm mrvctl qos show hif 1 | grep -m 1 'row 0'
+  $ TERM=xterm mrvctl qos show hif:1 | grep -m 1 'row 0'
     row 0                        0       0       99      100     9999    10000   999999  1000000
 
 A view of all ports takes the screen, repaints it after each interval, and gives it back at q.
@@ -39,9 +39,9 @@ Without a screen it prints lines, until ^C.
 A script that is typed goes on after a failure. With --dry-run each line is only checked.
 
   $ type_in() { TERM=xterm script -qec "$*" /dev/null | tr -d '\r' | grep '^stdin\|^HI'; }
-  $ printf 'raed\nread HI.32 5\nread HI.2 6\n' | type_in mrvctl -f -
+  $ printf 'raed\nread HI.32:5\nread HI.2:6\n' | type_in mrvctl -f -
   stdin:1: raed: no command 'raed'; nearest: read, card, regs
-  stdin:2: read HI.32 5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
-  HI.2 6 = 0x00000000 (0)
-  $ printf 'write HI.2 40 x\nread HI.2 6\n' | type_in mrvctl --dry-run -f -
-  stdin:1: write HI.2 40 x: 'x' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:2: read HI.32:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
+  HI.2:6 = 0x00000000 (0)
+  $ printf 'write HI.2:40 x\nread HI.2:6\n' | type_in mrvctl --dry-run -f -
+  stdin:1: write HI.2:40 x: DATA: 'x' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)

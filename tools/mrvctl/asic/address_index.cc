@@ -3,38 +3,41 @@
 
 #include <algorithm>
 
-#include "text/errors.h"
-#include "text/numbers.h"
 #include "text/text.h"
 
 namespace mrvctl {
 
+namespace {
+
+bool includes(const RegisterReference &reference, const Register &reg) {
+  return reference.block == reg.block &&
+         reference.instance.value_or(reg.instance) == reg.instance &&
+         (!reference.registers || reference.registers->contains(reg.vreg));
+}
+
+// The addresses of a span that a reference includes; none of a register that has no entries if it
+// names some.
+std::pair<uint64_t, uint64_t> included_part(const RegisterReference &reference,
+                                            const AddressSpan &span) {
+  if (!reference.entries)
+    return {span.begin, span.end};
+  const uint64_t entry_bytes = uint64_t{span.entry_size} * 4;
+  uint64_t begin = span.begin + reference.entries->first * entry_bytes;
+  uint64_t end = begin + reference.entries->count() * entry_bytes;
+  if (reference.word && *reference.word < span.entry_size) {
+    begin += uint64_t{*reference.word} * 4;
+    end = begin + 4;
+  }
+  return {begin, std::min(end, span.end)};
+}
+
+}  // namespace
+
 std::string location_text(const Location &location) {
-  std::string text = short_register_text(location.reg);
-  if (location.entry)
-    text += format(" [%u]", *location.entry);
-  if (location.word != 0)
-    text += format(".%u", location.word);
-  return text;
-}
-
-RegisterChoice parse_register_choice(const std::string &place, const std::string &name) {
-  const size_t bracket = name.find('[');
-  RegisterChoice choice;
-  choice.reg = parse_register(place, name.substr(0, bracket));
-  if (bracket == std::string::npos)
-    return choice;
-  if (name.back() != ']')
-    throw UsageError("'" + name + "' is no table entry; write it like HI_DHS_LVIF[5]");
-  choice.entry = parse_number(name.substr(bracket + 1, name.size() - bracket - 2));
-  return choice;
-}
-
-RegisterChoice parse_register_choice(const std::string &text) {
-  const size_t colon = text.find(':');
-  if (colon != std::string::npos)
-    return parse_register_choice(text.substr(0, colon), text.substr(colon + 1));
-  return {parse_block_instance(text), true, std::nullopt};
+  if (!location.entry)
+    return register_text(location.reg);
+  const std::string text = entry_range_text(location.reg, *location.entry);
+  return location.word == 0 ? text : text + format(".%u", location.word);
 }
 
 AddressIndex::AddressIndex(const RegisterMap &map) : spans_(address_spans(map)) {
@@ -73,20 +76,17 @@ std::string AddressIndex::text(uint32_t address) const {
   return known.empty() ? format("0x%08x", address) : known;
 }
 
-std::optional<uint32_t> AddressIndex::last_word_of(const RegisterChoice &choice, uint32_t address,
-                                                   uint32_t words) const {
+std::optional<uint32_t> AddressIndex::last_word_of(const RegisterReference &reference,
+                                                   uint32_t address, uint32_t words) const {
   const uint64_t end = address + uint64_t{words} * 4;
   auto span =
       std::upper_bound(spans_.begin(), spans_.end(), address,
                        [](uint32_t wanted, const AddressSpan &one) { return wanted < one.end; });
   std::optional<uint32_t> found;
   for (; span != spans_.end() && span->begin < end; ++span) {
-    if (span->reg.block != choice.reg.block || span->reg.instance != choice.reg.instance ||
-        (!choice.whole_instance && span->reg.vreg != choice.reg.vreg))
+    if (!includes(reference, span->reg))
       continue;
-    const uint64_t entry_bytes = uint64_t{span->entry_size} * 4;
-    const uint64_t first = span->begin + (choice.entry ? *choice.entry * entry_bytes : 0);
-    const uint64_t behind = choice.entry ? std::min(first + entry_bytes, span->end) : span->end;
+    const auto [first, behind] = included_part(reference, *span);
     if (std::max<uint64_t>(first, address) < std::min(behind, end))
       found = static_cast<uint32_t>((std::min(behind, end) - 1 - address) / 4);
   }

@@ -10,7 +10,7 @@
 
 #include "asic/address_spans.h"
 #include "asic/asic_map.h"
-#include "asic/register_names.h"
+#include "asic/register_reference.h"
 
 namespace mrvctl {
 
@@ -21,22 +21,8 @@ struct Location {
   uint32_t word = 0;              // of the entry
 };
 
-// "HI.2 HI_DHS_LVIF"; of a table "HI.2 HI_DHS_LVIF [5]", behind the first word of an entry
-// "HF.0 HF_DHS_POL [5].2".
+// "HI.2:HI_DHS_LVIF[5]"; of a word after the first of an entry "HF.0:HF_DHS_POL[5].2".
 std::string location_text(const Location &location);
-
-// What somebody asks after: a block instance, one of its registers, or one entry of a table.
-struct RegisterChoice {
-  Register reg;
-  bool whole_instance = false;
-  std::optional<uint32_t> entry;
-};
-
-// Reads "HI.2" with "HI_DHS_LVIF", "1461" or "HI_DHS_LVIF[5]". Throws UsageError.
-RegisterChoice parse_register_choice(const std::string &place, const std::string &name);
-
-// Reads "HI.2", "HI.2:HI_DHS_LVIF" or "HI.2:HI_DHS_LVIF[5]". Throws UsageError.
-RegisterChoice parse_register_choice(const std::string &text);
 
 class AddressIndex {
  public:
@@ -51,9 +37,9 @@ class AddressIndex {
   // The same, or the address in digits.
   std::string text(uint32_t address) const;
 
-  // Which word of a run from an address on is the last that belongs to the choice; empty where
-  // none does.
-  std::optional<uint32_t> last_word_of(const RegisterChoice &choice, uint32_t address,
+  // Which word of a run from an address on is the last that a reference includes; empty if it
+  // includes none.
+  std::optional<uint32_t> last_word_of(const RegisterReference &reference, uint32_t address,
                                        uint32_t words) const;
 
  private:

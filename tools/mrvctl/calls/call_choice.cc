@@ -6,7 +6,7 @@
 namespace mrvctl {
 namespace {
 
-bool touches(const DecodedCall &call, const RegisterChoice &reg, const AddressIndex &index) {
+bool touches(const DecodedCall &call, const RegisterReference &reg, const AddressIndex &index) {
   const std::vector<Access> all = accesses(call);
   return std::any_of(all.begin(), all.end(), [&](const Access &access) {
     return index.last_word_of(reg, access.address, access.words).has_value();

@@ -10,7 +10,7 @@
 namespace mrvctl {
 
 struct CallChoice {
-  std::optional<RegisterChoice> reg;
+  std::optional<RegisterReference> reg;
   bool writes = false;
   bool failed = false;
   std::optional<uint64_t> slower_ns;
@@ -23,7 +23,7 @@ bool is_chosen(const CallChoice &choice, const DecodedCall &call, const AddressI
 
 // A register of one module and ASIC.
 struct PlacedRegister {
-  RegisterChoice reg;
+  RegisterReference reg;
   uint32_t module;
   uint32_t asic;
 };

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "asic/port_types.h"
+#include "asic/port_reference.h"
 #include "asic/qos_counters.h"
 #include "asic/register_names.h"
 #include "kel_asic_record_kinds.h"

@@ -73,7 +73,7 @@ bool is_write(const Fields &request);
 // Whether it is a write to a command address.
 bool is_command(const RegisterFields &request);
 
-// "LINK_PAUSE_ENABLE hif 3"
+// "LINK_PAUSE_ENABLE hif:3"
 std::string command_text(uint32_t command, uint32_t port_word);
 
 // "writes=5, reads=5, n2h_drops=0, h2n_drops=0"

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "asic/port_types.h"
+#include "asic/port_reference.h"
 #include "asic/register_names.h"
 #include "kel_asic_record_kinds.h"
 #include "text/errors.h"
@@ -66,9 +66,9 @@ struct RequestText {
   }
 
   std::string operator()(const QosFields &request) const {
-    return format("%s, module=%u, asic=%u, port_type=%s, port=%u, opts=0x%x",
-                  qos_type_name(request.type), request.module, request.asic,
-                  port_type_text(request.port_type).c_str(), request.port, request.opts);
+    return format("%s, module=%u, asic=%u, port=%s, opts=0x%x", qos_type_name(request.type),
+                  request.module, request.asic, port_text(request.port_type, request.port).c_str(),
+                  request.opts);
   }
 };
 

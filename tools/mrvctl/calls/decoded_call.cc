@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "asic/port_types.h"
+#include "asic/port_reference.h"
 #include "text/errors.h"
 #include "text/text.h"
 #include "text/times.h"
@@ -80,7 +80,7 @@ std::string entry_text(const kel_asic_xn_entry_t &entry, const AddressIndex &ind
 
 // The first entries; those that touch a register where somebody asks after one.
 std::string entries_text(const TransactionFields &transaction, const AddressIndex &index,
-                         const std::optional<RegisterChoice> &wanted) {
+                         const std::optional<RegisterReference> &wanted) {
   std::vector<std::string> entries;
   for (const kel_asic_xn_entry_t &entry : transaction.entries) {
     if (wanted && !index.last_word_of(*wanted, entry.reg, 1))
@@ -93,7 +93,7 @@ std::string entries_text(const TransactionFields &transaction, const AddressInde
 }
 
 std::string detail_text(const DecodedCall &call, const AddressIndex &index,
-                        const std::optional<RegisterChoice> &wanted) {
+                        const std::optional<RegisterReference> &wanted) {
   if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
     return entries_text(*transaction, index, wanted);
   const auto *qos = std::get_if<QosFields>(&call.answer);
@@ -172,7 +172,7 @@ std::string call_heading(size_t process_width) {
 }
 
 std::string call_line(const DecodedCall &call, const AddressIndex &index, size_t process_width,
-                      const std::optional<RegisterChoice> &wanted) {
+                      const std::optional<RegisterReference> &wanted) {
   const std::string duration = call.duration_ns ? duration_text(*call.duration_ns) : "-";
   std::string line =
       format("%s  %-*s  %12s  %-13s  %-30s  %-26s  %-10s  ", local_time_text(call.wall_ns).c_str(),

@@ -75,7 +75,7 @@ std::string caller_text(const DecodedCall &call);
 // sums of its statistics.
 std::string call_heading(size_t process_width);
 std::string call_line(const DecodedCall &call, const AddressIndex &index, size_t process_width,
-                      const std::optional<RegisterChoice> &wanted);
+                      const std::optional<RegisterReference> &wanted);
 
 }  // namespace mrvctl
 

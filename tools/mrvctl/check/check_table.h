@@ -8,17 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "asic/port_reference.h"
 #include "asic/register_names.h"
 #include "check/saved_values.h"
 #include "morvaneusd.hpp"
-#include "platform/card_config.h"
 
 namespace mrvctl {
-
-struct PortName {
-  cardcfg_port_type_t type;
-  cardcfg_port_id_t number;
-};
 
 // What the checks may look at and write to.
 struct CheckTarget {
@@ -28,7 +23,7 @@ struct CheckTarget {
   std::optional<Register> read;
   std::vector<Register> scratch;
   std::optional<Register> scratch_table;
-  std::optional<PortName> port;
+  std::optional<Port> port;
   bool all_ports = false;
   std::optional<uint16_t> sp_timer;
   bool faults = false;

@@ -3,7 +3,8 @@
 #include <cstring>
 
 #include "asic/address_spans.h"
-#include "asic/port_types.h"
+#include "asic/port_reference.h"
+#include "asic/register_reference.h"
 #include "asic/table_shapes.h"
 #include "check/check_table.h"
 #include "check/isolation.h"

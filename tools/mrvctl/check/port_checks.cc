@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <cstddef>
 
-#include "asic/port_types.h"
+#include "asic/port_reference.h"
 #include "asic/qos_counters.h"
 #include "check/check_table.h"
 #include "check/isolation.h"
@@ -25,7 +25,7 @@ struct QosAnswer {
 };
 
 // Asks for the statistics of a port, in a record whose statistics are full of one byte.
-QosAnswer ask_qos(const CheckTarget &subject, kel_asic_qos_stats_type_t type, const PortName &port,
+QosAnswer ask_qos(const CheckTarget &subject, kel_asic_qos_stats_type_t type, const Port &port,
                   uint8_t fill_pattern = 0) {
   const GuardedMemory memory(sizeof(kel_asic_qos_stats_params_t));
   auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
@@ -33,8 +33,8 @@ QosAnswer ask_qos(const CheckTarget &subject, kel_asic_qos_stats_type_t type, co
   request.type = type;
   request.module = static_cast<cardcfg_module_id_t>(subject.module);
   request.asic = static_cast<cardcfg_dev_id_t>(subject.asic);
-  request.port_type = port.type;
-  request.port = port.number;
+  request.port_type = static_cast<cardcfg_port_type_t>(port.type);
+  request.port = static_cast<cardcfg_port_id_t>(port.number);
   std::fill_n(reinterpret_cast<uint8_t *>(&request.stats), sizeof request.stats, fill_pattern);
   const CallResult result = send_record(SYSSRV_MEM_READ_CASE, memory, memory.length());
   return {result, request.stats};
@@ -75,9 +75,9 @@ void answers_all_statistics(const CheckTarget &subject) {
 }
 
 // By the error a client tells a port that is not there from one that fails.
-void expect_lacking(const CheckTarget &subject, const PortName &port, std::vector<int> errors) {
+void expect_lacking(const CheckTarget &subject, const Port &port, std::vector<int> errors) {
   const CallResult result = ask_qos(subject, QOS_STATS_GET, port).result;
-  const std::string what = format("statistics of port %u of type %u", port.number, port.type);
+  const std::string what = "statistics of port " + port_text(port);
   expect_refusal(result, what);
   if (std::find(errors.begin(), errors.end(), result.error_number) == errors.end())
     throw Violation{what + " refused as of a port that is not there", result_text(result)};
@@ -88,7 +88,7 @@ void refuses_missing_ports(const CheckTarget &subject) {
   for (const auto type : {CARDCFG_PORT_TYPE_HIF, CARDCFG_PORT_TYPE_NIF}) {
     const uint32_t first = *max_ports(limits, type);
     if (first < kPortNumbers)
-      expect_lacking(subject, {type, static_cast<cardcfg_port_id_t>(first)}, {ENXIO, ENODEV});
+      expect_lacking(subject, {type, first}, {ENXIO, ENODEV});
   }
   expect_lacking(subject, {kNoPortType, 0}, {ENXIO, ENODEV, EINVAL});
 }
@@ -119,7 +119,8 @@ void make_traffic(const CheckTarget &subject) {
   const vp_traffic traffic = {VP_N2H, 0, 100, 10};
   if (found != nullptr)
     reinterpret_cast<decltype(vp_add_traffic) *>(found)(
-        subject.module, subject.asic, subject.port->type, subject.port->number, &traffic);
+        subject.module, subject.asic, static_cast<cardcfg_port_type_t>(subject.port->type),
+        subject.port->number, &traffic);
 }
 
 void expect_cleared(const CheckTarget &subject, kel_asic_qos_stats_type_t type, const char *what) {

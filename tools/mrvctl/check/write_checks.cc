@@ -2,6 +2,7 @@
 // first, and put back when the check is over.
 #include <algorithm>
 
+#include "asic/register_reference.h"
 #include "asic/table_shapes.h"
 #include "check/check_table.h"
 #include "check/isolation.h"

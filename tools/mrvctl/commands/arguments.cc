@@ -17,6 +17,19 @@ std::string last_word(const std::string &name) {
   return name.substr(name.rfind(' ') + 1);
 }
 
+bool is_option(const std::string &word) {
+  return word.size() > 1 && word[0] == '-';
+}
+
+// Whether an option of a command, or of the tool, is followed by its value.
+bool takes_value(const CLI::App *app, const std::string &name) {
+  for (; app != nullptr; app = app->get_parent()) {
+    if (const CLI::Option *option = app->get_option_no_throw(name))
+      return option->get_items_expected_max() > 0;
+  }
+  return false;
+}
+
 class HelpFormatter : public CLI::Formatter {
  public:
   std::string make_subcommand(const CLI::App *command) const override {
@@ -107,13 +120,44 @@ Argument Arguments::taken(const std::string &name,
   return Argument(app_.add_option_function<std::string>(name, checked, help)->type_name(""));
 }
 
+size_t Arguments::count_positionals() const {
+  return app_.get_options([](const CLI::Option *option) { return option->get_positional(); })
+      .size();
+}
+
 // Some or all of the commands, and what the last parse chose of them.
 struct Parser::AppInstance {
+  // Parses words, of which a reference may be two.
+  void parse(std::vector<std::string> words);
+
   CLI::App app;
+  std::map<const CLI::App *, Arguments::Reference> references;  // of the commands that have one
   std::map<std::string, CLI::App *> prefixes;
   Command chosen;
   std::vector<std::function<void()>> resets;
 };
+
+void Parser::AppInstance::parse(std::vector<std::string> words) {
+  const CLI::App *command = &app;
+  size_t position = 0;
+  for (size_t i = 0; i < words.size(); ++i) {
+    const std::string &word = words[i];
+    const auto has_name = [&](const CLI::App *below) { return below->get_name() == word; };
+    const std::vector<const CLI::App *> below = command->get_subcommands(has_name);
+    const Arguments::Reference reference = references[command];
+    if (is_option(word)) {
+      i += takes_value(command, word) ? 1 : 0;
+    } else if (!below.empty()) {
+      command = below[0];
+    } else if (position++ == reference.position && reference.may_begin != nullptr &&
+               reference.may_begin(word) && i + 1 < words.size() && !is_option(words[i + 1])) {
+      words[i] += ":" + words[i + 1];
+      words.erase(words.begin() + static_cast<std::ptrdiff_t>(i) + 1);
+    }
+  }
+  std::reverse(words.begin(), words.end());
+  app.parse(std::move(words));
+}
 
 Parser::Parser() = default;
 Parser::~Parser() = default;
@@ -140,6 +184,7 @@ void Parser::attach(AppInstance &tree, const Definition &definition) const {
     command->group(text.group);
   Arguments arguments(*command);
   const Attached attached = definition.attach(arguments);
+  tree.references[command] = arguments.reference();
   tree.resets.push_back(attached.reset);
   command->callback([&tree, take = attached.take] { tree.chosen = take(); });
 }
@@ -185,7 +230,7 @@ Command Parser::parse(const std::vector<std::string> &words) {
   for (const auto &reset : tree.resets)
     reset();
   try {
-    tree.app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    tree.parse(words);
   } catch (const CLI::ParseError &error) {
     throw UsageError(refusal_text(tree.app, error));
   }
@@ -221,9 +266,10 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
   };
   // To describe all commands takes longer than most of them run; who asks for help, gives no
   // command or is refused is told of all.
+  const std::vector<std::string> words(argv + 1, argv + argc);
   whole_ = build_app(line, is_named);
   try {
-    whole_->app.parse(argc, argv);
+    whole_->parse(words);
   } catch (const CLI::ParseError &) {
     whole_->chosen = {};
   }
@@ -232,7 +278,7 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
   whole_ = build_app(line, [](const Definition &) { return true; });
   CLI::App &app = whole_->app;
   try {
-    app.parse(argc, argv);
+    whole_->parse(words);
   } catch (const CLI::CallForVersion &) {
     throw HelpRequested{line.version + "\n"};
   } catch (const CLI::Success &) {

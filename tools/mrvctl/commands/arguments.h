@@ -97,6 +97,22 @@ class Arguments {
         name, [&value, parse](const std::string &text) { value = parse(text); }, help);
   }
 
+  // A positional argument like HI.2:40 or hif:3, which is accepted as two words too if the first
+  // may begin one: "HI.2 40". A command has one at most.
+  template <typename T, typename Parse>
+  Argument reference(const std::string &name, T &value, Parse parse,
+                     bool (*may_begin)(const std::string &), const std::string &help) {
+    Argument argument = parsed(name, value, parse, help);
+    reference_ = {count_positionals() - 1, may_begin};
+    return argument;
+  }
+
+  struct Reference {
+    size_t position = 0;  // among the positional arguments
+    bool (*may_begin)(const std::string &word) = nullptr;
+  };
+  const Reference &reference() const { return reference_; }
+
   // A number from low to high; the help says so.
   template <typename T>
   Argument number(const std::string &name, T &value, const std::string &help, T low = 0,
@@ -111,7 +127,10 @@ class Arguments {
   }
 
  private:
+  size_t count_positionals() const;
+
   CLI::App &app_;
+  Reference reference_;
 };
 
 // The command line asked for a text, and gets nothing else.

@@ -7,8 +7,8 @@
 #include "commands/recorded_calls.h"
 #include "output/call_json.h"
 #include "output/call_summary.h"
-#include "output/signals.h"
 #include "output/pcapng.h"
+#include "output/signals.h"
 #include "text/text.h"
 #include "text/times.h"
 
@@ -36,7 +36,7 @@ std::vector<std::string> resolved(const Session &session, std::vector<std::strin
 class CallTable {
  public:
   CallTable(Session &session, const AddressIndex &index, size_t process_width,
-            const std::optional<RegisterChoice> &wanted)
+            const std::optional<RegisterReference> &wanted)
       : report_(session.report), index_(index), process_width_(process_width), wanted_(wanted) {
     if (!report_.json())
       report_.result({}, call_heading(process_width));
@@ -53,7 +53,7 @@ class CallTable {
   Report &report_;
   const AddressIndex &index_;
   size_t process_width_;
-  std::optional<RegisterChoice> wanted_;
+  std::optional<RegisterReference> wanted_;
 };
 
 // Hands on the calls that are there and chosen.
@@ -137,18 +137,13 @@ void run_calls(Session &session, const CallsArgs &args) {
 }
 
 struct LastWriteArgs {
-  RegisterArgs reg;
+  RegisterReference reference;
   std::vector<std::string> files;
-  RegisterChoice choice;
 };
-
-void check_last_write(LastWriteArgs &args) {
-  args.choice = parse_register_choice(args.reg.place, args.reg.name);
-}
 
 void run_last_write(Session &session, const LastWriteArgs &args) {
   const AddressIndex index(session.map());
-  const PlacedRegister reg = {args.choice, session.module, session.asic};
+  const PlacedRegister reg = {args.reference, session.module, session.asic};
   RecordedCalls source(resolved(session, args.files), RecordedCalls::UnderWay::kIncluded);
   std::optional<DecodedCall> last;
   while (std::optional<DecodedCall> call = source.next()) {
@@ -197,7 +192,8 @@ void describe_calls(Arguments &arguments, CallsArgs &args) {
 }
 
 void describe_last_write(Arguments &arguments, LastWriteArgs &args) {
-  describe_register(arguments, args.reg);
+  describe_register(arguments, args.reference,
+                    "HI.2:40, HI.2:HI_DHS_LVIF for all entries, HI.2:HI_DHS_LVIF[5] for one");
   describe_files(arguments, args.files);
 }
 
@@ -214,10 +210,10 @@ void add_call_commands(Parser &parser) {
   parser.add<LastWriteArgs>(
       {"last-write", "Recordings",
        "Tell who wrote a register last, when, and what the service said\n"
-       "REGISTER may be one entry of a table: HI_DHS_LVIF[5]. A write that failed counts too, and\n"
-       "its result stands there. It fails where nobody wrote the register.",
+       "A write that failed counts too, and its result is shown. The command fails if there is no\n"
+       "write.",
        Requires::kRegisterMap},
-      describe_last_write, check_last_write, run_last_write);
+      describe_last_write, run_last_write);
 }
 
 }  // namespace mrvctl

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "asic/port_types.h"
+#include "asic/port_reference.h"
 #include "check/check_results.h"
 #include "check/register_map_query.h"
 #include "commands/commands.h"
@@ -24,55 +24,38 @@ struct CheckArgs {
   std::string junit;
 };
 
-// Splits "A:B" into its two parts.
-std::pair<std::string, std::string> split_pair(const std::string &text, const char *example) {
-  const size_t colon = text.find(':');
-  if (colon == std::string::npos)
-    throw UsageError("'" + text + "' has no colon; write it like " + example);
-  return {text.substr(0, colon), text.substr(colon + 1)};
-}
-
 Register parse_checked_register(const std::string &text) {
-  const auto [place, name] = split_pair(text, "HI.2:40");
-  return parse_register(place, name);
+  return single_register(parse_register_reference(text));
 }
 
 Register parse_table(const std::string &text) {
   const Register reg = parse_checked_register(text);
   if (kel_asic_dhs_entry_size(reg.block, reg.vreg, 0) < 0)
-    throw UsageError(register_text(reg) + " is no table register (see dhs)");
+    throw UsageError(register_text(reg) + " is not a table; `mrvctl dhs` lists the tables");
   return reg;
 }
 
 // Reads "HI.2:40..47", or several such ranges with commas between them.
 std::vector<Register> parse_registers(const std::string &text) {
   std::vector<Register> registers;
-  for (const std::string &range : split(text, ',')) {
-    const auto [place, names] = split_pair(range, "HI.2:40..47");
-    const size_t dots = names.find("..");
-    Register reg = parse_register(place, names.substr(0, dots));
-    const kel_asic_reg_t last =
-        dots == std::string::npos ? reg.vreg : parse_vreg(reg.block, names.substr(dots + 2));
-    if (last < reg.vreg)
-      throw UsageError("'" + range + "' ends before it begins");
-    if (last - reg.vreg >= kMaxScratch - registers.size())
+  for (const std::string &part : split(text, ',')) {
+    const RegisterReference reference = parse_register_reference(part);
+    require_registers(reference);
+    if (!reference.instance || reference.entries)
+      throw UsageError("'" + part + "' is not a range of registers; use for example HI.2:40..47");
+    if (reference.registers->count() > kMaxScratch - registers.size())
       throw UsageError(format("more than %u scratch registers", kMaxScratch));
-    for (; reg.vreg <= last; ++reg.vreg)
+    Register reg = reference.first();
+    for (; reg.vreg <= reference.registers->last; ++reg.vreg)
       registers.push_back(reg);
   }
   return registers;
 }
 
-PortName parse_port(const std::string &text) {
-  const auto [type, number] = split_pair(text, "hif:3");
-  return {static_cast<cardcfg_port_type_t>(parse_port_type(type, UINT32_MAX)),
-          parse_number<uint8_t>(number)};
-}
-
-void refuse_missing_port(const kel_asic_limits_t &limits, const PortName &port) {
+void refuse_missing_port(const kel_asic_limits_t &limits, const Port &port) {
   const std::optional<uint32_t> most = max_ports(limits, port.type);
   if (most && port.number >= *most)
-    throw Skip{format("port %u: the limits have %u ports of type ", port.number, *most) +
+    throw Skip{port_text(port) + format(": the limits have %u ports of type ", *most) +
                port_type_text(port.type)};
 }
 
@@ -213,20 +196,25 @@ void run_check(Session &session, const CheckArgs &args) {
 
 void describe_check(Arguments &arguments, CheckArgs &args) {
   CheckTarget &subject = args.subject;
-  arguments.parsed("--read", subject.read, parse_checked_register, "A register that may be read")
-      .type_name("BLOCK.INST:REG");
+  arguments
+      .parsed("--read", subject.read, parse_checked_register,
+              "A register that may be read, like HI.2:40")
+      .type_name("REGISTER");
   arguments
       .parsed("--scratch", subject.scratch, parse_registers,
-              "Registers that may be written, best at least two with neighbouring addresses")
-      .type_name("BLOCK.INST:REG..REG,...");
+              "Registers that may be written, best at least two with neighbouring addresses,\n"
+              "like HI.2:40..47")
+      .type_name("REGISTER,...");
   arguments
       .parsed("--scratch-table", subject.scratch_table, parse_table,
-              "A table whose entries may be written")
-      .type_name("BLOCK.INST:REG");
+              "A table whose entries may be written, like HF.0:HF_DHS_POL")
+      .type_name("REGISTER");
   arguments
-      .parsed("--port", subject.port, parse_port,
-              "A port whose statistics may be cleared and whose link pause may be switched")
-      .type_name("TYPE:N");
+      .parsed(
+          "--port", subject.port, [](const std::string &text) { return parse_port(text); },
+          "A port whose statistics may be cleared and whose link pause may be switched,\n"
+          "like hif:3")
+      .type_name("PORT");
   arguments.flag("--all-ports", subject.all_ports,
                  "The statistics and drop counters of every port may be cleared too");
   arguments

@@ -1,7 +1,6 @@
 // What the commands share: arguments that several of them take, and live views.
 #include "commands/commands.h"
 
-#include "asic/port_types.h"
 #include "output/signals.h"
 #include "text/text.h"
 
@@ -31,31 +30,24 @@ void add_commands(Parser &parser) {
   add_replay_commands(parser);
 }
 
-void describe_register(Arguments &arguments, RegisterArgs &args) {
-  arguments.word("BLOCK.INST", args.place, "Block and instance, like HI.2").required();
+void describe_register(Arguments &arguments, RegisterReference &reference,
+                       const std::string &forms) {
   arguments
-      .word("REGISTER", args.name,
-            "Name, with _OFFSET or without, in any case; or number (see regs)")
+      .reference("REGISTER", reference, parse_register_reference, is_block_instance,
+                 forms + "; names are in regs and dhs")
       .required();
 }
 
-void check_register(RegisterArgs &args) {
-  args.reg = parse_register(args.place, args.name);
-}
-
-void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type) {
+void describe_port(Arguments &arguments, Port &port, uint32_t highest_type) {
   const auto parse = [highest_type](const std::string &text) {
-    return parse_port_type(text, highest_type);
+    return parse_port(text, highest_type);
   };
   arguments
-      .parsed("TYPE", args.type, parse,
-              format("Port type: hif, nif, cif, bif, or a number (0 to %u)", highest_type))
+      .reference("PORT", port, parse, is_port_type,
+                 format("TYPE:NUMBER, like hif:3. TYPE is hif, nif, cif, bif or a number\n"
+                        "(0 to %u), NUMBER is 0 to 255",
+                        highest_type))
       .required();
-  arguments.number<uint32_t>("PORT", args.port, "Port number within its type", 0, 255).required();
-}
-
-Json port_json(const char *command, const PortArgs &args) {
-  return {{"command", command}, {"port_type", port_type_text(args.type)}, {"port", args.port}};
 }
 
 void describe_watch(Arguments &arguments, WatchArgs &args) {

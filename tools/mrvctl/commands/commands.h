@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "asic/register_names.h"
+#include "asic/port_reference.h"
+#include "asic/register_reference.h"
 #include "commands/arguments.h"
 #include "commands/call_monitor.h"
 #include "commands/session.h"
@@ -36,23 +37,12 @@ void add_clients_command(Parser &parser);
 // All of the above.
 void add_commands(Parser &parser);
 
-// The two words of a register, and the register, once they are checked.
-struct RegisterArgs {
-  std::string place;
-  std::string name;
-  Register reg = {};
-};
+// The positional argument REGISTER; `forms` are examples of what the command takes.
+void describe_register(Arguments &arguments, RegisterReference &reference,
+                       const std::string &forms);
 
-void describe_register(Arguments &arguments, RegisterArgs &args);
-void check_register(RegisterArgs &args);
-
-struct PortArgs {
-  uint32_t type = 0;
-  uint32_t port = 0;
-};
-
-void describe_port(Arguments &arguments, PortArgs &args, uint32_t highest_type);
-Json port_json(const char *command, const PortArgs &args);
+// The positional argument PORT.
+void describe_port(Arguments &arguments, Port &port, uint32_t highest_type);
 
 // The time between two rounds of a live view.
 void describe_interval(Arguments &arguments, const std::string &name, double &seconds,

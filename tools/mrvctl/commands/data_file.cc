@@ -8,7 +8,7 @@
 #include <iostream>
 #include <utility>
 
-#include "asic/register_names.h"
+#include "asic/register_reference.h"
 #include "morvaneusd.hpp"
 #include "text/errors.h"
 #include "text/lines.h"
@@ -80,9 +80,10 @@ kel_asic_pgm_t parse_step(const std::string &line) {
   const std::vector<std::string> words = split_words(line);
   if (words.size() != 4 && words.size() != 5)
     throw UsageError("a step is: block, instance, register, data and perhaps a mask");
-  const kel_asic_blk_t block = parse_block(words[0]);
-  return morvane::step(morvane::at(block, parse_number(words[1]), parse_vreg(block, words[2])),
-                       parse_word(words[3]), words.size() == 5 ? parse_word(words[4]) : UINT32_MAX);
+  const Register reg =
+      single_register(parse_register_reference(words[0] + "." + words[1] + ":" + words[2]));
+  return morvane::step(morvane::at(reg.block, reg.instance, reg.vreg), parse_word(words[3]),
+                       words.size() == 5 ? parse_word(words[4]) : UINT32_MAX);
 }
 
 }  // namespace

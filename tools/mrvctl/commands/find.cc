@@ -1,6 +1,7 @@
-// find: registers by a part of their name, and what stands at an address.
+// find: registers by a part of their name, by their address, and the address of a register.
 #include "asic/address_index.h"
 #include "commands/commands.h"
+#include "commands/reads.h"
 #include "output/listing.h"
 #include "text/text.h"
 
@@ -10,25 +11,57 @@ namespace {
 struct FindArgs {
   std::string text;
   std::optional<uint32_t> address;
+  std::optional<RegisterReference> reference;
 };
 
 void check_find(FindArgs &args) {
   if (!args.text.empty() && args.text[0] >= '0' && args.text[0] <= '9')
     args.address = parse_number(args.text);
+  else if (args.text.find(':') != std::string::npos)
+    args.reference = parse_register_reference(args.text);
+}
+
+void show_address(Session &session, uint32_t address, const std::string &name) {
+  session.report.result({{"command", "find"}, {"register", name}, {"address", address}},
+                        format("0x%08x  ", address) + name + "\n");
 }
 
 void find_address(Session &session, uint32_t address) {
-  if (const char *command = command_name(address); command != nullptr)
-    return session.report.result({{"command", "find"}, {"address", address}, {"name", command}},
-                                 format("0x%08x  %s\n", address, command));
-  const std::optional<Location> found = AddressIndex(session.map()).find(address);
-  if (!found)
+  const char *command = command_name(address);
+  const std::string name =
+      command == nullptr ? AddressIndex(session.map()).name(address) : std::string(command);
+  if (name.empty())
     throw OperationFailed(format("no register has the address 0x%08x", address));
-  Json object = register_json("find", found->reg);
-  object["address"] = address;
-  object["entry"] = found->entry ? Json(*found->entry) : Json();
-  object["word"] = found->word;
-  session.report.result(object, format("0x%08x  ", address) + location_text(*found) + "\n");
+  show_address(session, address, name);
+}
+
+void find_entries(Session &session, const RegisterReference &reference, const Register &reg) {
+  const Table table = table_of(session, reg);
+  const Range &entries = *reference.entries;
+  const uint32_t word = reference.word.value_or(0);
+  if (entries.last > table.highest_index)
+    throw OperationFailed(format("indices are 0 to %u", table.highest_index));
+  if (word >= table.entry_size)
+    throw OperationFailed(format("words are 0 to %u", table.entry_size - 1));
+  for (uint64_t i = 0; i < entries.count(); ++i) {
+    const auto entry = static_cast<uint32_t>(entries.first + i);
+    show_address(session, session.map().address(reg) + 4 * (entry * table.entry_size + word),
+                 location_text({reg, entry, word}));
+  }
+}
+
+void find_registers(Session &session, const RegisterReference &reference) {
+  require_registers(reference);
+  for_each_instance(session, reference, [&](Register reg) {
+    if (reference.entries)
+      return find_entries(session, reference, reg);
+    for (; reg.vreg <= reference.registers->last; ++reg.vreg) {
+      const std::string missing = session.map().missing(reg);
+      if (!missing.empty())
+        throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG, missing);
+      show_address(session, session.map().address(reg), register_text(reg));
+    }
+  });
 }
 
 // The address of the register in each instance of its block.
@@ -72,19 +105,16 @@ std::string instance_lines(const RegisterName &named, const std::vector<uint32_t
 }
 
 void find_name(Session &session, const std::string &part) {
-  const std::vector<RegisterName> found = registers_with(upper_case(part));
+  const std::vector<RegisterName> found = registers_with(register_word(part));
   if (found.empty())
     throw OperationFailed("no name of a register has '" + part + "' in it");
-  Listing registers({{"block", "block "},
-                     {"vreg", "number", Align::kRight},
-                     {"register", "register"},
-                     {"addresses", "address"}});
+  Listing registers(
+      {{"number", "number", Align::kRight}, {"register", "register"}, {"addresses", "address"}});
   std::string instances;
   for (const RegisterName &named : found) {
     const std::vector<uint32_t> addresses = addresses_of(session.map(), named);
-    registers.add({kel_asic_blk_names[named.block],
-                   named.vreg,
-                   named.name,
+    registers.add({named.vreg,
+                   every_register_text(named.block, named.vreg),
                    {addresses_text(addresses), addresses}});
     if (found.size() == 1 && addresses.size() > 1)
       instances = instance_lines(named, addresses);
@@ -96,12 +126,16 @@ void find_name(Session &session, const std::string &part) {
 void run_find(Session &session, const FindArgs &args) {
   if (args.address)
     find_address(session, *args.address);
+  else if (args.reference)
+    find_registers(session, *args.reference);
   else
     find_name(session, args.text);
 }
 
 void describe_find(Arguments &arguments, FindArgs &args) {
-  arguments.word("TEXT|ADDRESS", args.text, "Part of a name, in any case; or an address")
+  arguments
+      .word("TEXT", args.text,
+            "Part of a name, in any case; an address; or a register, like HI.2:HI_DHS_LVIF[5]")
       .required();
 }
 
@@ -110,9 +144,8 @@ void describe_find(Arguments &arguments, FindArgs &args) {
 void add_find_command(Parser &parser) {
   parser.add<FindArgs>(
       {"find", "Registers",
-       "Find registers of all blocks by a part of their name, or what an address is\n"
-       "A name tells the addresses; an address tells the register, or the entry of\n"
-       "a table and its word. No register is touched.",
+       "Search registers by name, or look up an address or the address of a register\n"
+       "No register is read.",
        Requires::kRegisterMap},
       describe_find, check_find, run_find);
 }

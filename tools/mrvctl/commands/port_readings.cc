@@ -4,9 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "asic/port_types.h"
 #include "text/errors.h"
-#include "text/numbers.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -33,7 +31,7 @@ class PortReader {
       return true;
     const std::optional<uint32_t> limit = max_ports(session_.map().limits(), type);
     for (uint32_t port = 0; port < limit.value_or(kPortNumbers); ++port) {
-      const PortReading reading = read(type, port);
+      const PortReading reading = read({type, port});
       if (!limit && end_of_ports(reading.result))
         break;
       if (!no_such_port(reading.result))
@@ -44,26 +42,26 @@ class PortReader {
     return has(type);
   }
 
-  void read_named(uint32_t type, uint32_t port) {
-    const bool known = std::any_of(
-        readings_.begin(), readings_.end(),
-        [&](const PortReading &reading) { return reading.type == type && reading.port == port; });
+  void read_named(const Port &port) {
+    const bool known =
+        std::any_of(readings_.begin(), readings_.end(),
+                    [&](const PortReading &reading) { return reading.port == port; });
     if (!known)
-      readings_.push_back(read(type, port));
+      readings_.push_back(read(port));
   }
 
  private:
   bool has(uint32_t type) const {
     return std::any_of(readings_.begin(), readings_.end(),
-                       [type](const PortReading &reading) { return reading.type == type; });
+                       [type](const PortReading &reading) { return reading.port.type == type; });
   }
 
   // A service that fails at once is not asked for every port, with a time-out each.
-  PortReading read(uint32_t type, uint32_t port) {
-    const PortReading reading = read_port(session_, type, port, opts_);
+  PortReading read(const Port &port) {
+    const PortReading reading = read_port(session_, port, opts_);
     answered_ = answered_ || reading.result == 0 || no_such_port(reading.result);
     if (!answered_)
-      session_.check_result(reading.result, port_text(reading.type, reading.port));
+      session_.check_result(reading.result, port_text(port));
     return reading;
   }
 
@@ -75,20 +73,10 @@ class PortReader {
 
 }  // namespace
 
-PortChoice parse_port_choice(const std::string &word) {
-  const std::vector<std::string> parts = split(word, ':');
-  if (parts.size() > 2)
-    throw UsageError("'" + word + "' is neither TYPE nor TYPE:PORT");
-  const uint32_t type = parse_port_type(parts[0], UINT32_MAX);
-  if (parts.size() == 1)
-    return {type, std::nullopt};
-  return {type, parse_number<uint32_t>(parts[1], 0, kPortNumbers - 1)};
-}
-
-PortReading read_port(Session &session, uint32_t type, uint32_t port, uint32_t opts) {
+PortReading read_port(Session &session, const Port &port, uint32_t opts) {
   std::error_code ec;
-  const morvane::qos_stats stats = morvane::get_qos_stats(session.port(type, port), ec, opts);
-  return {type, port, result_of(ec), stats.record()};
+  const morvane::qos_stats stats = morvane::get_qos_stats(session.port(port), ec, opts);
+  return {port, result_of(ec), stats.record()};
 }
 
 bool no_such_port(syserr_t result) {
@@ -105,12 +93,12 @@ std::vector<PortReading> read_ports(Session &session, const std::vector<PortChoi
     return reader.take();
   }
   for (const PortChoice &choice : choices) {
-    if (!choice.port && !reader.read_type(choice.type))
+    if (!choice.number && !reader.read_type(choice.type))
       throw OperationFailed("the ASIC has no port of type " + port_type_text(choice.type));
   }
   for (const PortChoice &choice : choices) {
-    if (choice.port)
-      reader.read_named(choice.type, *choice.port);
+    if (choice.number)
+      reader.read_named({choice.type, *choice.number});
   }
   return reader.take();
 }

@@ -2,8 +2,6 @@
 #ifndef MRVCTL_PORT_READINGS_H
 #define MRVCTL_PORT_READINGS_H
 
-#include <optional>
-#include <string>
 #include <vector>
 
 #include "commands/session.h"
@@ -11,17 +9,8 @@
 
 namespace mrvctl {
 
-// Ports that a word names: one, or all of a type.
-struct PortChoice {
-  uint32_t type;
-  std::optional<uint32_t> port;
-};
-
-// Reads TYPE or TYPE:PORT. Throws UsageError.
-PortChoice parse_port_choice(const std::string &word);
-
 // One service call.
-PortReading read_port(Session &session, uint32_t type, uint32_t port, uint32_t opts);
+PortReading read_port(Session &session, const Port &port, uint32_t opts);
 
 // Whether the service has answered that the ASIC lacks the port.
 bool no_such_port(syserr_t result);

@@ -1,5 +1,4 @@
 // pause, nodrop, sfp-failed, sp-timer and clear-drops.
-#include "asic/port_types.h"
 #include "commands/commands.h"
 #include "text/text.h"
 
@@ -18,7 +17,7 @@ void finish_write(Session &session, const std::error_code &ec, const std::string
 
 struct PauseArgs {
   std::string state;
-  PortArgs port;
+  Port port;
 };
 
 void check_pause(PauseArgs &args) {
@@ -29,18 +28,17 @@ void check_pause(PauseArgs &args) {
 
 void run_pause(Session &session, const PauseArgs &args) {
   const std::string &state = args.state;
-  const morvane::port port = session.port(args.port.type, args.port.port);
+  const morvane::port port = session.port(args.port);
   std::error_code ec;
   state == "on" ? morvane::link_pause_enable(port, ec) : morvane::link_pause_disable(port, ec);
   const kel_asic_limits_t &limits = session.map().limits();
   const std::string hint = ec == SYSERR_KEL_ASIC_INVALID_ARG
-                               ? format("link pause is for hif 0 to %u and nif 0 to %u",
+                               ? format("link pause is for hif:0 to hif:%u and nif:0 to nif:%u",
                                         limits.max_hi - 1, limits.max_ni - 1)
                                : "";
-  Json object = port_json("pause", args.port);
-  object["state"] = state;
-  finish_write(session, ec, hint, object,
-               "link pause " + state + " for " + port_text(args.port.type, args.port.port));
+  const std::string name = port_text(args.port);
+  finish_write(session, ec, hint, {{"command", "pause"}, {"port", name}, {"state", state}},
+               "link pause " + state + " for " + name);
 }
 
 struct NumberArgs {
@@ -58,11 +56,11 @@ void run_nodrop(Session &session, const NumberArgs &args) {
                       classes.empty() ? ": none" : classes.c_str()));
 }
 
-void run_sfp_failed(Session &session, const PortArgs &args) {
+void run_sfp_failed(Session &session, const Port &port) {
   std::error_code ec;
-  morvane::sfp_validation_failed(session.port(args.type, args.port), ec);
-  finish_write(session, ec, "", port_json("sfp-failed", args),
-               "SFP of " + port_text(args.type, args.port) + " reported as failed");
+  morvane::sfp_validation_failed(session.port(port), ec);
+  finish_write(session, ec, "", {{"command", "sfp-failed"}, {"port", port_text(port)}},
+               "SFP of " + port_text(port) + " reported as failed");
 }
 
 void run_sp_timer(Session &session, const NumberArgs &args) {
@@ -86,8 +84,8 @@ void describe_pause(Arguments &arguments, PauseArgs &args) {
   describe_port(arguments, args.port, 255);
 }
 
-void describe_sfp(Arguments &arguments, PortArgs &args) {
-  describe_port(arguments, args, 255);
+void describe_sfp(Arguments &arguments, Port &port) {
+  describe_port(arguments, port, 255);
 }
 
 void describe_map(Arguments &arguments, NumberArgs &args) {
@@ -110,10 +108,10 @@ void add_port_commands(Parser &parser) {
                           "Set the no-drop class map\n"
                           "Inside a transaction it is queued."},
                          describe_map, run_nodrop);
-  parser.add<PortArgs>({"sfp-failed", "Ports",
-                        "Report that the SFP of a port failed its validation\n"
-                        "Inside a transaction it is queued."},
-                       describe_sfp, run_sfp_failed);
+  parser.add<Port>({"sfp-failed", "Ports",
+                    "Report that the SFP of a port failed its validation\n"
+                    "Inside a transaction it is queued."},
+                   describe_sfp, run_sfp_failed);
   parser.add<NumberArgs>({"sp-timer", "Ports",
                           "Program the SP timer\n"
                           "It is set at once, also inside a transaction."},

@@ -2,7 +2,6 @@
 #include <chrono>
 #include <optional>
 
-#include "asic/port_types.h"
 #include "commands/commands.h"
 #include "commands/port_readings.h"
 #include "output/qos_tables.h"
@@ -12,7 +11,7 @@ namespace mrvctl {
 namespace {
 
 struct ShowArgs {
-  PortArgs port;
+  Port port;
   uint32_t opts = 0;
   WatchArgs watch;
 };
@@ -26,7 +25,7 @@ struct Reading {
 };
 
 Reading take_reading(Session &session, const ShowArgs &args) {
-  const PortReading reading = read_port(session, args.port.type, args.port.port, args.opts);
+  const PortReading reading = read_port(session, args.port, args.opts);
   session.check_result(reading.result);
   return {reading.stats, Clock::now()};
 }
@@ -34,13 +33,14 @@ Reading take_reading(Session &session, const ShowArgs &args) {
 // `before` is the reading of the round before, if there was one.
 void show_reading(Session &session, const ShowArgs &args, const Reading &now,
                   const Reading *before) {
-  const std::string type = port_type_text(args.port.type);
-  Json object = {{"command", "qos show"},  {"module", session.module},
-                 {"asic", session.asic},   {"port_type", type},
-                 {"port", args.port.port}, {"stats", qos_json(now.stats)}};
+  const std::string name = port_text(args.port);
+  Json object = {{"command", "qos show"},
+                 {"module", session.module},
+                 {"asic", session.asic},
+                 {"port", name},
+                 {"stats", qos_json(now.stats)}};
   std::string text = next_screen(session, args.watch);
-  text += port_text(args.port.type, args.port.port) +
-          format(", module %u, ASIC %u\n\n", session.module, session.asic) +
+  text += name + format(", module %u, ASIC %u\n\n", session.module, session.asic) +
           qos_text(now.stats, session.report.colours());
   if (before != nullptr) {
     const double seconds = std::chrono::duration<double>(now.at - before->at).count();
@@ -67,11 +67,11 @@ void run_show(Session &session, const ShowArgs &args) {
 
 void run_clear(Session &session, const ShowArgs &args) {
   std::error_code ec;
-  morvane::clear_qos_stats(session.port(args.port.type, args.port.port), ec, args.opts);
+  morvane::clear_qos_stats(session.port(args.port), ec, args.opts);
   session.check_result(result_of(ec));
-  session.report.result(
-      port_json("qos clear", args.port),
-      "QoS statistics of " + port_text(args.port.type, args.port.port) + " cleared\n");
+  const std::string name = port_text(args.port);
+  session.report.result({{"command", "qos clear"}, {"port", name}},
+                        "QoS statistics of " + name + " cleared\n");
 }
 
 void run_clear_all(Session &session, const ShowArgs &args) {

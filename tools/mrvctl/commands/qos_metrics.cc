@@ -1,7 +1,6 @@
 // qos metrics.
 #include <algorithm>
 
-#include "asic/port_types.h"
 #include "commands/commands.h"
 #include "commands/port_readings.h"
 #include "output/atomic_file.h"
@@ -24,8 +23,7 @@ Json metrics_json(const AsicMetrics &metrics) {
   Json ports = Json::array();
   for (const PortReading &reading : metrics.ports) {
     const bool up = reading.result == 0;
-    ports.push_back({{"port_type", port_type_text(reading.type)},
-                     {"port", reading.port},
+    ports.push_back({{"port", port_text(reading.port)},
                      {"up", up},
                      {"stats", up ? qos_json(reading.stats) : Json()}});
   }
@@ -53,13 +51,13 @@ void check_ports(Session &session, const std::vector<PortReading> &ports) {
   if (first == ports.end())
     return;
   const auto more = std::count_if(first + 1, ports.end(), failed);
-  session.check_result(first->result, port_text(first->type, first->port) +
-                                          (more == 0 ? "" : format(" (and %td more)", more)));
+  session.check_result(first->result,
+                       port_text(first->port) + (more == 0 ? "" : format(" (and %td more)", more)));
 }
 
 void check_metrics(MetricsArgs &args) {
   std::transform(args.words.begin(), args.words.end(), std::back_inserter(args.ports),
-                 parse_port_choice);
+                 [](const std::string &word) { return parse_port_choice(word); });
 }
 
 void run_metrics(Session &session, const MetricsArgs &args) {
@@ -79,7 +77,7 @@ void run_metrics(Session &session, const MetricsArgs &args) {
 
 void describe_metrics(Arguments &arguments, MetricsArgs &args) {
   arguments.words("PORTS", args.words,
-                  "TYPE or TYPE:PORT, like hif or nif:3; all ports if left out");
+                  "Ports, like hif:3, or hif for all ports of a type (default: all ports)");
   arguments
       .word("--output", args.output,
             "Replace this file when all is read, and keep it where the service fails")

@@ -4,8 +4,8 @@
 
 #include "commands/commands.h"
 #include "commands/port_readings.h"
-#include "output/signals.h"
 #include "output/qos_tables.h"
+#include "output/signals.h"
 #include "text/text.h"
 #include "view/terminal.h"
 #include "view/top_view.h"
@@ -31,7 +31,7 @@ class Top {
         opts_(args.opts),
         view_({session.module, session.asic, args.interval, args.sort_key, {}, 0}) {
     for (const PortReading &reading : read_ports(session, {}, args.opts)) {
-      view_.rows.push_back({{reading.type, reading.port, 0, {}}, {}, 0, {}});
+      view_.rows.push_back({{reading.port, 0, {}}, {}, 0, {}});
       note(view_.rows.back(), reading);
     }
     sort();
@@ -44,7 +44,7 @@ class Top {
     for (PortRow &row : view_.rows) {
       if (interrupted != 0)
         break;
-      note(row, read_port(session_, row.reading.type, row.reading.port, opts_));
+      note(row, read_port(session_, row.reading.port, opts_));
     }
     sort();
   }
@@ -83,13 +83,13 @@ class Top {
 
   // The chosen port stays chosen, wherever it goes.
   void sort() {
-    const std::optional<PortReading> chosen =
-        view_.rows.empty() ? std::nullopt : std::optional(view_.rows[view_.chosen].reading);
+    const std::optional<Port> chosen =
+        view_.rows.empty() ? std::nullopt : std::optional(view_.rows[view_.chosen].reading.port);
     sort_rows(view_.rows, view_.sort_key);
     if (follows_first_ || !chosen)
       return;
     const auto place = std::find_if(view_.rows.begin(), view_.rows.end(), [&](const PortRow &row) {
-      return row.reading.type == chosen->type && row.reading.port == chosen->port;
+      return row.reading.port == *chosen;
     });
     view_.chosen = static_cast<size_t>(place - view_.rows.begin());
   }

@@ -23,6 +23,20 @@ void finish_read(Session &session, syserr_t result, const std::string &refusal) 
 
 }  // namespace
 
+void for_each_instance(Session &session, const RegisterReference &reference,
+                       const std::function<void(const Register &)> &use) {
+  Register reg = reference.first();
+  if (reference.instance)
+    return use(reg);
+  for (; reg.instance < session.map().instances(reg.block); ++reg.instance) {
+    try {
+      use(reg);
+    } catch (const OperationFailed &failure) {
+      throw OperationFailed(register_text(reg), failure);
+    }
+  }
+}
+
 Words read_block(Session &session, const Register &reg, std::optional<uint32_t> count) {
   Words run;
   run.words.resize(count.value_or(1));
@@ -36,15 +50,16 @@ Words read_block(Session &session, const Register &reg, std::optional<uint32_t> 
   return run;
 }
 
-Words read_block(Session &session, const Register &reg, const Table &table, uint32_t index,
-                 uint32_t count) {
-  if (static_cast<uint64_t>(table.entry_size) * count > kMaxBlockWords)
+Words read_block(Session &session, const Register &reg, const Table &table, const Range &entries) {
+  const uint32_t index = entries.first;
+  const uint64_t count = entries.count();
+  if (count > kMaxBlockWords / table.entry_size)
     throw UsageError(format("entries of %u words: at most %u of them at a time", table.entry_size,
                             kMaxBlockWords / table.entry_size));
   check_range(table, index, count);
   check_entry_size(session, table, index);
   Words run;
-  run.words.resize(static_cast<size_t>(table.entry_size) * count);
+  run.words.resize(static_cast<size_t>(table.entry_size * count));
   std::error_code ec;
   morvane::read_entries(morvane::table(session.at(reg), table.entry_size), index, run.words, ec,
                         session.caller());
@@ -99,7 +114,7 @@ void check_entry_size(Session &session, const Table &table, uint32_t index) {
                index, size, table.entry_size));
 }
 
-void check_range(const Table &table, uint32_t index, uint32_t count) {
+void check_range(const Table &table, uint32_t index, uint64_t count) {
   const uint64_t end = uint64_t{index} + count;
   if (index <= table.highest_index && end > uint64_t{table.highest_index} + 1)
     throw OperationFailed(format("entries %u to %llu, but indices are 0 to %u", index,

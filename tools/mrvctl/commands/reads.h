@@ -4,10 +4,12 @@
 #define MRVCTL_READS_H
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "asic/register_reference.h"
 #include "asic/table_shapes.h"
 #include "commands/session.h"
 #include "output/words.h"
@@ -17,12 +19,16 @@ namespace mrvctl {
 // Words that one command reads at most: the tool holds them all.
 constexpr uint32_t kMaxBlockWords = 1U << 20;
 
+// Calls `use` with the first register in the instance of a reference, or in every instance of the
+// block; then a failure says in which.
+void for_each_instance(Session &session, const RegisterReference &reference,
+                       const std::function<void(const Register &)> &use);
+
 // Reads a register, or a run of them where there is a count. Throws OperationFailed.
 Words read_block(Session &session, const Register &reg, std::optional<uint32_t> count);
 
 // Reads entries of a table. Throws OperationFailed.
-Words read_block(Session &session, const Register &reg, const Table &table, uint32_t index,
-                 uint32_t count);
+Words read_block(Session &session, const Register &reg, const Table &table, const Range &entries);
 
 // Throws OperationFailed unless the words read are the expected ones; `per_entry` is 0 where they
 // are no table entries.
@@ -40,7 +46,7 @@ void check_entry_size(Session &session, const Table &table, uint32_t index);
 
 // Entries beyond the last, behind one that exists, are refused here: the library looks at the first
 // alone, and the service would meet whatever stands behind the table. Throws OperationFailed.
-void check_range(const Table &table, uint32_t index, uint32_t count);
+void check_range(const Table &table, uint32_t index, uint64_t count);
 
 // Why the library may have refused an entry.
 std::string index_hint(Session &session, const Register &reg, const Table &table, uint32_t index);

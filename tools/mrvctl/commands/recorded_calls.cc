@@ -30,16 +30,16 @@ std::string loss_text(uint64_t count, const char *one, const char *more, const c
 
 void describe_choice(Arguments &arguments, CallChoice &choice) {
   const auto parse_reg = [](const std::string &text) {
-    return std::make_optional(parse_register_choice(text));
+    return std::make_optional(parse_register_reference(text));
   };
   const auto parse_microseconds = [](const std::string &text) {
     return std::make_optional(parse_number<uint32_t>(text) * uint64_t{1000});
   };
   arguments
       .parsed("--register", choice.reg, parse_reg,
-              "Only calls that touch a block instance, a register of it, or a table entry: HI.2,\n"
-              "HI.2:HI_DHS_LVIF, HI.2:HI_DHS_LVIF[5]")
-      .type_name("BLOCK.INST[:REG]");
+              "Only calls that touch this register, table entry, or block instance: HI.2:40,\n"
+              "HI.2:HI_DHS_LVIF[5], HI.2")
+      .type_name("REGISTER");
   arguments.flag("--writes", choice.writes, "Only calls that change something");
   arguments.flag("--failed", choice.failed, "Only calls that failed");
   arguments.parsed("--slower", choice.slower_ns, parse_microseconds, "Only calls that took longer")

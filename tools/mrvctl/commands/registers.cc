@@ -49,9 +49,10 @@ void run_regs(Session &session, const RegsArgs &args) {
   const kel_asic_block_t &info = kel_asic_blocks[args.block];
   const std::vector<RegisterName> names = named_registers(info.block);
   Listing registers(
-      {{"vreg", "number", Align::kRight}, {nullptr, "hex"}, {"register", "register"}});
+      {{"number", "number", Align::kRight}, {nullptr, "hex"}, {"register", "register"}});
   for (const RegisterName &named : names)
-    registers.add({named.vreg, format("0x%03x", named.vreg), named.name});
+    registers.add(
+        {named.vreg, format("0x%03x", named.vreg), every_register_text(named.block, named.vreg)});
   const std::string head =
       format("block %s: %u registers, 0 to %u\n", kel_asic_blk_names[info.block], info.registers,
              info.registers - 1);
@@ -66,8 +67,7 @@ void run_regs(Session &session, const RegsArgs &args) {
 }
 
 struct ReadArgs {
-  RegisterArgs reg;
-  bool all_instances = false;
+  RegisterReference reference;
   std::optional<uint32_t> count;
   std::vector<uint32_t> expected;
 };
@@ -80,9 +80,14 @@ std::vector<uint32_t> parse_words(const std::string &text) {
 }
 
 void check_read(ReadArgs &args) {
-  const Instances instances = parse_instances(args.reg.place);
-  args.all_instances = instances.all;
-  args.reg.reg = {instances.block, instances.first, parse_vreg(instances.block, args.reg.name)};
+  require_plain_registers(args.reference, "use dhs-read");
+  const uint64_t registers = args.reference.registers->count();
+  if (registers > 1 && args.count)
+    throw UsageError("give either a range of registers or COUNT");
+  if (registers > kMaxBlockWords)
+    throw UsageError(format("at most %u registers at a time", kMaxBlockWords));
+  if (registers > 1)
+    args.count = static_cast<uint32_t>(registers);
   const size_t words = args.count.value_or(1);
   if (!args.expected.empty() && args.expected.size() != words)
     throw UsageError(format("%zu words to read, but %zu expected", words, args.expected.size()));
@@ -121,31 +126,25 @@ void read_one(Session &session, const Register &reg, const ReadArgs &args) {
     expect_words(args.expected, run, 0);
   const std::vector<uint32_t> answered(
       run.words.begin(), run.words.begin() + static_cast<std::ptrdiff_t>(run.answered));
-  Json object = register_json("read", reg);
-  object["address"] = session.map().address(reg);
-  object["words"] = answered;
-  object["transaction_sent"] = before.open();
-  std::string text = register_text(reg);
+  const std::string name = plain_register_text(reg, args.count.value_or(1));
+  std::string text = name;
   if (!args.count)
     text += format(" = 0x%08x (%u)\n", run.words[0], run.words[0]);
   else if (run.answered == run.words.size())
     text += ": " + count_text(run.answered, "word", "words") + "\n" + run_text(run);
   else
     text += format(": %zu of %zu words answered\n", run.answered, run.words.size()) + run_text(run);
-  session.report.result(object, text + interruption_text(before));
+  session.report.result({{"command", "read"},
+                         {"register", name},
+                         {"address", session.map().address(reg)},
+                         {"words", answered},
+                         {"transaction_sent", before.open()}},
+                        text + interruption_text(before));
 }
 
 void run_read(Session &session, const ReadArgs &args) {
-  Register reg = args.reg.reg;
-  if (!args.all_instances)
-    return read_one(session, reg, args);
-  for (; reg.instance < session.map().instances(reg.block); ++reg.instance) {
-    try {
-      read_one(session, reg, args);
-    } catch (const OperationFailed &failure) {
-      throw OperationFailed(register_text(reg), failure);
-    }
-  }
+  for_each_instance(session, args.reference,
+                    [&](const Register &reg) { read_one(session, reg, args); });
 }
 
 // Where a write goes: a register, or a raw address.
@@ -155,35 +154,26 @@ struct Target {
 };
 
 struct WriteArgs {
-  std::vector<std::string> words;  // a register and the values; with a raw address the values alone
-  std::string raw;
+  std::string place;  // a register, or a raw address
+  bool raw = false;
+  uint32_t data = 0;
+  uint32_t mask = 0;
   Target target;
-  std::vector<uint32_t> values;
 };
 
-void check_words(WriteArgs &args, size_t values) {
-  const size_t before = args.raw.empty() ? 2 : 0;
-  if (args.words.size() != before + values)
-    throw UsageError(format("%zu arguments given, where %zu are needed (see --help)",
-                            args.words.size(), before + values));
-  args.target = args.raw.empty()
-                    ? Target{parse_register(args.words[0], args.words[1]), KEL_ASIC_WR_SYMBOLIC}
-                    : Target{{KEL_ASIC_NUM_BLK, 0, parse_number(args.raw)}, KEL_ASIC_WR_RAW};
-  for (size_t i = before; i < args.words.size(); ++i)
-    args.values.push_back(parse_word(args.words[i]));
-}
-
 void check_write(WriteArgs &args) {
-  check_words(args, 1);
-}
-
-void check_write_field(WriteArgs &args) {
-  check_words(args, 2);
+  if (args.raw) {
+    args.target = {{KEL_ASIC_NUM_BLK, 0, parse_number(args.place)}, KEL_ASIC_WR_RAW};
+    return;
+  }
+  const RegisterReference reference = parse_register_reference(args.place);
+  require_plain_registers(reference, "use dhs-write");
+  args.target = {single_register(reference), KEL_ASIC_WR_SYMBOLIC};
 }
 
 std::string target_text(const Target &target) {
   if (target.code == KEL_ASIC_WR_SYMBOLIC)
-    return register_text(target.reg);
+    return plain_register_text(target.reg);
   const char *command = command_name(target.reg.vreg);
   return format("address 0x%08x", target.reg.vreg) +
          (command == nullptr ? "" : std::string(" (") + command + ")");
@@ -197,7 +187,7 @@ morvane::target target_of(const Session &session, const Target &target) {
 
 Json target_json(const char *command, const Target &target) {
   if (target.code == KEL_ASIC_WR_SYMBOLIC)
-    return register_json(command, target.reg);
+    return {{"command", command}, {"register", plain_register_text(target.reg)}};
   return {{"command", command}, {"address", target.reg.vreg}};
 }
 
@@ -214,7 +204,7 @@ void finish_write(Session &session, const Target &target, syserr_t result, Json 
 
 void run_write(Session &session, const WriteArgs &args) {
   const Target &target = args.target;
-  const uint32_t data = args.values[0];
+  const uint32_t data = args.data;
   std::error_code ec;
   morvane::write(target_of(session, target), data, ec, session.caller());
   Json object = target_json("write", target);
@@ -224,8 +214,8 @@ void run_write(Session &session, const WriteArgs &args) {
 
 void run_write_field(Session &session, const WriteArgs &args) {
   const Target &target = args.target;
-  const uint32_t value = args.values[0];
-  const uint32_t mask = args.values[1];
+  const uint32_t value = args.data;
+  const uint32_t mask = args.mask;
   std::error_code ec;
   morvane::write_field(target_of(session, target), value, mask, ec, session.caller());
   if (ec == SYSERR_KEL_ASIC_INVALID_ARG && mask == 0)
@@ -245,36 +235,42 @@ void describe_block(Arguments &arguments, RegsArgs &args) {
 }
 
 void describe_read(Arguments &arguments, ReadArgs &args) {
-  describe_register(arguments, args.reg);
+  describe_register(arguments, args.reference,
+                    "HI.2:40, HI.2:40..47, or HI.*:40 for all instances");
   const auto parse_count = [](const std::string &text) {
     return parse_number<uint32_t>(text, 0, kMaxBlockWords);
   };
-  arguments.parsed(
-      "COUNT", args.count, parse_count,
-      format("Registers of a run that starts with this one (0 to %u)", kMaxBlockWords));
+  arguments.parsed("COUNT", args.count, parse_count,
+                   format("Number of registers, in place of a range (0 to %u)", kMaxBlockWords));
   arguments
       .parsed("--expect", args.expected, parse_words,
               "Fail unless these are the values read (0 to 0xFFFFFFFF each)")
       .type_name("VALUE,...");
 }
 
-void describe_target(Arguments &arguments, WriteArgs &args, const std::string &values) {
+void describe_target(Arguments &arguments, WriteArgs &args) {
+  const auto parse_place = [](const std::string &text) { return text; };
   arguments
-      .word(
-          "--raw", args.raw,
-          "Write this register address, unchecked, or send this command address (0 to 0xFFFFFFFF)")
-      .type_name("ADDRESS");
-  arguments.words("WORDS", args.words,
-                  "BLOCK.INST REGISTER " + values + "; behind --raw ADDRESS only " + values +
-                      "; numbers from 0 to 0xFFFFFFFF");
+      .reference("REGISTER", args.place, parse_place, is_block_instance,
+                 "HI.2:40; names are in regs")
+      .required();
+  arguments.flag("--raw", args.raw,
+                 "REGISTER is an address, which is not checked, or a command address");
+}
+
+void describe_word(Arguments &arguments, const std::string &name, uint32_t &value) {
+  arguments.parsed(name, value, parse_word, "0 to 0xFFFFFFFF").required();
 }
 
 void describe_write(Arguments &arguments, WriteArgs &args) {
-  describe_target(arguments, args, "DATA");
+  describe_target(arguments, args);
+  describe_word(arguments, "DATA", args.data);
 }
 
 void describe_write_field(Arguments &arguments, WriteArgs &args) {
-  describe_target(arguments, args, "VALUE MASK");
+  describe_target(arguments, args);
+  describe_word(arguments, "VALUE", args.data);
+  describe_word(arguments, "MASK", args.mask);
 }
 
 }  // namespace
@@ -289,24 +285,20 @@ void add_register_commands(Parser &parser) {
   parser.add<ReadArgs>(
       {"read", "Registers",
        "Read a register, or a run of registers\n"
-       "A run is registers with successive numbers. Where the map does not put one behind the "
-       "other\n"
-       "the tool reads it in parts. HI.* reads the register of every instance of the block.\n"
+       "If registers with successive numbers do not have successive addresses, several reads are\n"
+       "made.\n"
        "Inside a transaction a read sends the writes made so far first; later ones are queued on."},
       describe_read, check_read, run_read);
   parser.add<WriteArgs>({"write", "Registers",
                          "Write all bits of a register\n"
-                         "  write BLOCK.INST REGISTER DATA\n  write --raw ADDRESS DATA\n"
                          "Inside a transaction the write is queued."},
                         describe_write, check_write, run_write);
   parser.add<WriteArgs>({"write-field", "Registers",
                          "Write the bits of a register under a mask\n"
-                         "  write-field BLOCK.INST REGISTER VALUE MASK\n"
-                         "  write-field --raw ADDRESS VALUE MASK\n"
                          "VALUE stands in its place in the register: it is not shifted, and its "
                          "bits outside the mask\n"
                          "are not written. Inside a transaction the write is queued."},
-                        describe_write_field, check_write_field, run_write_field);
+                        describe_write_field, check_write, run_write_field);
 }
 
 }  // namespace mrvctl

@@ -95,8 +95,8 @@ morvane::asic_reg Session::at(const Register &reg) const {
   return morvane::at(reg.block, reg.instance, reg.vreg).on(on());
 }
 
-morvane::port Session::port(uint32_t type, uint32_t number) const {
-  return {static_cast<cardcfg_port_type_t>(type), number, on()};
+morvane::port Session::port(const Port &port) const {
+  return {static_cast<cardcfg_port_type_t>(port.type), port.number, on()};
 }
 
 std::string Session::resolve(const std::string &path) const {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "asic/asic_map.h"
+#include "asic/port_reference.h"
 #include "morvaneusd.hpp"
 #include "output/report.h"
 
@@ -64,7 +65,7 @@ class Session {
   // The ASIC that commands speak to, and what is on it.
   morvane::asic on() const { return {static_cast<int>(module), asic}; }
   morvane::asic_reg at(const Register &reg) const;
-  morvane::port port(uint32_t type, uint32_t number) const;
+  morvane::port port(const Port &port) const;
 
   // Path of a file that a command names: relative to the script's own folder; "-" is none.
   std::string resolve(const std::string &path) const;

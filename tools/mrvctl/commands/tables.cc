@@ -29,8 +29,7 @@ void check_block(TablesArgs &args) {
 }
 
 void run_tables(Session &session, const TablesArgs &args) {
-  Listing tables({{"block", "block "},
-                  {"vreg", "number", Align::kRight},
+  Listing tables({{"number", "number", Align::kRight},
                   {"entry_size", "words", Align::kRight},
                   {"highest_index", "indices     "},
                   {"register", "register"}});
@@ -39,11 +38,10 @@ void run_tables(Session &session, const TablesArgs &args) {
       continue;
     const std::string indices =
         table.highest_index == kAnyIndex ? "any" : format("0 to %u", table.highest_index);
-    tables.add({kel_asic_blk_names[table.block],
-                table.vreg,
+    tables.add({table.vreg,
                 table.entry_size,
                 {indices, table.highest_index},
-                register_name(table.block, table.vreg)});
+                every_register_text(table.block, table.vreg)});
   }
   session.report.result({{"command", "dhs"}, {"tables", tables.json()}}, tables.text());
 }
@@ -54,62 +52,109 @@ std::string entries_of_text(const Table &table, uint32_t count) {
          count_text(table.entry_size, "word", "words");
 }
 
+void check_table(const RegisterReference &reference) {
+  require_registers(reference);
+  if (reference.registers->count() > 1)
+    throw UsageError("'" + reference.text + "' is more than one table");
+}
+
 struct TableReadArgs {
-  RegisterArgs reg;
-  uint32_t index = 0;
-  std::optional<uint32_t> count;
+  RegisterReference reference;
+  std::optional<uint32_t> index;
+  uint32_t count = 0;  // 0 if it is not given
   std::string expected_path;
   bool addresses = false;
+  // As checked:
+  std::optional<Range> entries;  // empty for all
 };
 
 void check_table_read(TableReadArgs &args) {
-  check_register(args.reg);
+  check_table(args.reference);
+  args.entries = args.reference.entries;
+  if (!args.index)
+    return;
+  if (args.entries)
+    throw UsageError("give the entries either in brackets or as INDEX and COUNT");
+  args.entries = {*args.index, *args.index + std::max(args.count, 1U) - 1};
+  if (args.entries->last < args.entries->first)
+    throw UsageError(
+        format("%u entries from index %u end past the last index", args.count, *args.index));
 }
 
-void run_table_read(Session &session, const TableReadArgs &args) {
-  const Register &reg = args.reg.reg;
+// The entries to read; a file of expected ones says how many, if nothing else does.
+Range entries_to_read(const TableReadArgs &args, const Table &table, size_t in_file) {
+  Range entries = args.entries.value_or(Range{0, table.highest_index});
+  if (in_file == 0)
+    return entries;
+  if (entries.count() == 1 && args.count == 0)
+    entries.last = entries.first + static_cast<uint32_t>(in_file) - 1;
+  if (entries.count() != in_file)
+    throw UsageError(format("%llu entries to read, but the file has %zu",
+                            static_cast<unsigned long long>(entries.count()), in_file));
+  return entries;
+}
+
+void read_table(Session &session, const Register &reg, const TableReadArgs &args) {
   const Table table = table_of(session, reg);
   std::vector<uint32_t> expected;
   if (!args.expected_path.empty())
     expected = read_entries(session.resolve(args.expected_path), table.entry_size);
-  const auto in_file = static_cast<uint32_t>(expected.size() / table.entry_size);
-  const uint32_t count = args.count.value_or(expected.empty() ? 1 : in_file);
-  if (!expected.empty() && count != in_file)
-    throw UsageError(format("%u entries to read, but the file has %u", count, in_file));
+  const Range range = entries_to_read(args, table, expected.size() / table.entry_size);
 
   const Transaction before = session.transaction;
-  Entries entries = {args.index, table.entry_size, {}, std::nullopt};
-  entries.run = read_block(session, reg, table, args.index, count);
+  Entries entries = {range.first, table.entry_size, {}, std::nullopt};
+  entries.run = read_block(session, reg, table, range);
   if (!expected.empty())
     expect_words(expected, entries.run, table.entry_size);
   if (args.addresses)
-    entries.address = session.map().address(reg) + 4 * table.entry_size * args.index;
+    entries.address = session.map().address(reg) + 4 * table.entry_size * range.first;
 
-  Json object = register_json("dhs-read", reg);
-  object["entry_size"] = table.entry_size;
-  object["answered_words"] = entries.run.answered;
-  object["transaction_sent"] = before.open();
-  object["entries"] = entries_json(entries);
-  std::string text = register_text(reg) + ": " + entries_of_text(table, count);
+  const std::string name = entry_range_text(reg, range.first, range.count());
+  std::string text = name + ": " + entries_of_text(table, static_cast<uint32_t>(range.count()));
   if (entries.run.answered < entries.run.words.size())
     text += format(", %zu of %zu words answered", entries.run.answered, entries.run.words.size());
   if (!expected.empty())
     text += ", as expected\n";
   else
     text += "\n" + entries_text(entries);
-  session.report.result(object, text + interruption_text(before));
+  session.report.result({{"command", "dhs-read"},
+                         {"register", name},
+                         {"entry_size", table.entry_size},
+                         {"answered_words", entries.run.answered},
+                         {"transaction_sent", before.open()},
+                         {"entries", entries_json(entries)}},
+                        text + interruption_text(before));
+}
+
+void run_table_read(Session &session, const TableReadArgs &args) {
+  for_each_instance(session, args.reference,
+                    [&](const Register &reg) { read_table(session, reg, args); });
 }
 
 struct TableWriteArgs {
-  RegisterArgs reg;
-  uint32_t index = 0;
+  RegisterReference reference;
   std::vector<std::string> words;
   std::vector<uint32_t> numbers;
   std::string path;
 };
 
+// Without an entry in brackets the first word is the index.
+void take_index(TableWriteArgs &args) {
+  if (args.reference.entries)
+    return;
+  if (args.words.empty())
+    throw UsageError("'" + args.reference.text + "' has no entry; use for example " +
+                     "HI.2:HI_DHS_LVIF[5]");
+  const uint32_t index = parse_number(args.words.front());
+  args.reference.entries = {index, index};
+  args.words.erase(args.words.begin());
+}
+
 void check_table_write(TableWriteArgs &args) {
-  check_register(args.reg);
+  check_table(args.reference);
+  if (!args.reference.instance || args.reference.word)
+    throw UsageError("'" + args.reference.text + "' is not an entry of one table");
+  take_index(args);
   if (args.words.empty() == args.path.empty())
     throw UsageError("give either the words or --from FILE");
   for (const std::string &word : args.words)
@@ -118,12 +163,17 @@ void check_table_write(TableWriteArgs &args) {
 
 std::vector<uint32_t> words_to_write(Session &session, const TableWriteArgs &args,
                                      const Table &table) {
-  if (!args.path.empty())
-    return read_entries(session.resolve(args.path), table.entry_size);
-  if (args.numbers.size() % table.entry_size != 0)
-    throw UsageError(format("%zu words, but an entry of this table has %u", args.numbers.size(),
-                            table.entry_size));
-  return args.numbers;
+  const std::vector<uint32_t> words =
+      args.path.empty() ? args.numbers : read_entries(session.resolve(args.path), table.entry_size);
+  if (words.size() % table.entry_size != 0)
+    throw UsageError(
+        format("%zu words, but an entry of this table has %u", words.size(), table.entry_size));
+  const uint64_t entries = args.reference.entries->count();
+  if (entries > 1 && entries != words.size() / table.entry_size)
+    throw UsageError(format("%llu entries to write, but %zu given",
+                            static_cast<unsigned long long>(entries),
+                            words.size() / table.entry_size));
+  return words;
 }
 
 // Shows on a terminal how far a long load is; the line ends with it.
@@ -133,14 +183,15 @@ void show_progress(uint32_t done, uint32_t count, bool ends) {
 }
 
 void run_table_write(Session &session, const TableWriteArgs &args) {
-  const Register &reg = args.reg.reg;
+  const Register reg = args.reference.first();
+  const uint32_t first = args.reference.entries->first;
   const Table table = table_of(session, reg);
   std::vector<uint32_t> words = words_to_write(session, args, table);
   const auto count = static_cast<uint32_t>(words.size() / table.entry_size);
-  check_range(table, args.index, count);
+  check_range(table, first, count);
   const morvane::caller who = session.caller();
   for (uint32_t done = 0; done < count;) {
-    const uint32_t index = args.index + done;
+    const uint32_t index = first + done;
     const uint32_t part = std::min(kEntriesPerCall, count - done);
     check_entry_size(session, table, index);
     const syserr_t result = lib_mrv_asic_write_dhs(
@@ -159,14 +210,14 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
     show_progress(done, count, done == count);
   }
   throw_if_lost();
-  Json object = register_json("dhs-write", reg);
-  object["index"] = args.index;
-  object["entries"] = count;
-  object["entry_size"] = table.entry_size;
-  object["queued"] = session.transaction.open();
-  session.report.result(object,
-                        register_text(reg) + ": " + entries_of_text(table, count) +
-                            format(" from index %u: %s\n", args.index, write_status(session)));
+  const std::string name = entry_range_text(reg, first, count);
+  session.report.result(
+      {{"command", "dhs-write"},
+       {"register", name},
+       {"entries", count},
+       {"entry_size", table.entry_size},
+       {"queued", session.transaction.open()}},
+      name + ": " + entries_of_text(table, count) + ": " + write_status(session) + "\n");
 }
 
 void describe_tables(Arguments &arguments, TablesArgs &args) {
@@ -174,15 +225,13 @@ void describe_tables(Arguments &arguments, TablesArgs &args) {
 }
 
 void describe_table_read(Arguments &arguments, TableReadArgs &args) {
-  describe_register(arguments, args.reg);
-  arguments.number("INDEX", args.index, "First entry").required();
-  const auto parse_count = [](const std::string &text) {
-    return parse_number<uint32_t>(text, 0, kMaxBlockWords);
-  };
-  arguments.parsed(
-      "COUNT", args.count, parse_count,
-      format("Number of entries (0 to %u, and at most as many words in all); 1 if left out",
-             kMaxBlockWords));
+  describe_register(arguments, args.reference,
+                    "HI.2:HI_DHS_LVIF[5], [0..3] for several entries, or no brackets for all");
+  const auto parse_index = [](const std::string &text) { return parse_number(text); };
+  arguments.parsed("INDEX", args.index, parse_index, "First entry, in place of the brackets");
+  arguments.number("COUNT", args.count,
+                   "Number of entries from INDEX, and at most as many words (default: 1)", 1U,
+                   kMaxBlockWords);
   arguments.flag("--addresses", args.addresses, "Show the address of each entry");
   arguments
       .word("--expect-from", args.expected_path,
@@ -191,9 +240,10 @@ void describe_table_read(Arguments &arguments, TableReadArgs &args) {
 }
 
 void describe_table_write(Arguments &arguments, TableWriteArgs &args) {
-  describe_register(arguments, args.reg);
-  arguments.number("INDEX", args.index, "First entry").required();
-  arguments.words("WORDS", args.words, "Words of one or more entries (0 to 0xFFFFFFFF each)");
+  describe_register(arguments, args.reference, "The first entry, HI.2:HI_DHS_LVIF[5]");
+  arguments.words("WORDS", args.words,
+                  "Words of one or more entries (0 to 0xFFFFFFFF each); without brackets the index "
+                  "comes first");
   arguments
       .word("--from", args.path,
             "Take the entries from a file; in a script, beside it; - for standard input")

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "asic/port_types.h"
 #include "commands/commands.h"
 #include "host/platform_library.h"
 #include "text/text.h"
@@ -53,7 +52,7 @@ void run_card(Session &session, const NumberArgs &args) {
 }
 
 struct TrafficArgs {
-  PortArgs port;
+  Port port;
   uint32_t traffic_class = 0;
   uint64_t frames = 0;
   uint64_t excess = 0;
@@ -73,22 +72,23 @@ void run_traffic(Session &session, const TrafficArgs &args) {
   const vp_traffic traffic = {direction, args.traffic_class, args.frames, args.excess};
   const int error = control<decltype(vp_add_traffic)>("vp_add_traffic")(
       session.module, session.asic, static_cast<cardcfg_port_type_t>(args.port.type),
-      args.port.port, &traffic);
-  const std::string port = port_text(args.port.type, args.port.port);
+      args.port.number, &traffic);
+  const std::string port = port_text(args.port);
   if (error == ENXIO)
     throw OperationFailed(format("module %u, ASIC %u has no port ", session.module, session.asic) +
                           port);
   if (error != 0)
     throw OperationFailed(std::strerror(error));
-  Json object = port_json("traffic", args.port);
-  object["direction"] = args.direction;
-  object["class"] = args.traffic_class;
-  object["frames"] = args.frames;
-  object["excess"] = args.excess;
   session.report.result(
-      object, port + format(": %llu frames of class %u %s, %llu of them in excess\n",
-                            static_cast<unsigned long long>(args.frames), args.traffic_class,
-                            args.direction.c_str(), static_cast<unsigned long long>(args.excess)));
+      {{"command", "traffic"},
+       {"port", port},
+       {"direction", args.direction},
+       {"class", args.traffic_class},
+       {"frames", args.frames},
+       {"excess", args.excess}},
+      port + format(": %llu frames of class %u %s, %llu of them in excess\n",
+                    static_cast<unsigned long long>(args.frames), args.traffic_class,
+                    args.direction.c_str(), static_cast<unsigned long long>(args.excess)));
 }
 
 void run_state(Session &session) {
@@ -106,17 +106,16 @@ void run_state(Session &session) {
       "SFP failures reported     %u",
       sw_card_id, state.nodrop_class_map, state.sp_timer, state.drop_clears, state.sfp_failures);
   const bool failed = state.sfp_failures > 0;
-  const std::string last_type = port_type_text(state.last_sfp_port_type);
+  const std::string last_port = port_text(state.last_sfp_port_type, state.last_sfp_port);
   if (failed)
-    text += ", the last on " + port_text(state.last_sfp_port_type, state.last_sfp_port);
+    text += ", the last on " + last_port;
   session.report.result({{"command", "state"},
                          {"sw_card_id", sw_card_id},
                          {"nodrop_class_map", state.nodrop_class_map},
                          {"sp_timer", state.sp_timer},
                          {"drop_clears", state.drop_clears},
                          {"sfp_failures", state.sfp_failures},
-                         {"last_sfp_port_type", failed ? Json(last_type) : Json()},
-                         {"last_sfp_port", failed ? Json(state.last_sfp_port) : Json()}},
+                         {"last_sfp_port", failed ? Json(last_port) : Json()}},
                         text + "\n");
 }
 

@@ -1,7 +1,7 @@
 // Calls as objects.
 #include "output/call_json.h"
 
-#include "asic/port_types.h"
+#include "asic/port_reference.h"
 #include "output/qos_tables.h"
 #include "text/times.h"
 
@@ -67,8 +67,8 @@ void add_timer(Json &object, const TimerFields &request) {
 void add_qos(Json &object, const DecodedCall &call, const QosFields &request) {
   object["module"] = request.module;
   object["asic"] = request.asic;
-  object["port_type"] = port_type_text(request.port_type);
-  object["port"] = request.port;
+  const bool all = request.type == QOS_STATS_CLEAR_ALL;
+  object["port"] = all ? Json() : Json(port_text(request.port_type, request.port));
   object["opts"] = request.opts;
   if (request.type != QOS_STATS_GET)
     return;

@@ -1,7 +1,7 @@
 // The counters of an ASIC's ports in Prometheus's text format.
 #include "output/metrics.h"
 
-#include "asic/port_types.h"
+#include "asic/port_reference.h"
 #include "asic/qos_counters.h"
 #include "text/text.h"
 
@@ -30,15 +30,15 @@ class Family {
 };
 
 // A port that was read.
-struct Port {
+struct PortCounters {
   std::string labels;
   const kel_asic_qos_stats_t &stats;
   std::vector<Counters> counters;
 };
 
 std::string port_labels(const std::string &asic_labels, const PortReading &reading) {
-  return asic_labels + format(",port_type=\"%s\",port=\"%u\"", port_type_text(reading.type).c_str(),
-                              reading.port);
+  return asic_labels + format(",port_type=\"%s\",port=\"%u\"",
+                              port_type_text(reading.port.type).c_str(), reading.port.number);
 }
 
 // The labels that tell the counters of one field apart.
@@ -54,21 +54,22 @@ std::string help_text(const Counters &counters) {
   return format("%s (%s.%s)", counters.label, counters.record, counters.field);
 }
 
-void add_counters(Family &family, const Port &port, const Counters &counters, bool zero_drops) {
+void add_counters(Family &family, const PortCounters &port, const Counters &counters,
+                  bool zero_drops) {
   for (size_t i = 0; i < counters.count; ++i) {
     if (zero_drops || counters.count != kGridCells || counters.values[i] != 0)
       family.add(port.labels + index_labels(counters, i), counters.values[i]);
   }
 }
 
-std::string state_text(const std::vector<Port> &ports) {
+std::string state_text(const std::vector<PortCounters> &ports) {
   Family flow_control("morvane_port_flow_control", "gauge",
                       "flow-control setting (pause.flow_ctrl)");
   Family receive("morvane_port_xoff_state_receive", "gauge",
                  "receive side in XOFF, 0 or not (pause.rx_xoff_status)");
   Family transmit("morvane_port_xoff_state_transmit", "gauge",
                   "transmit side in XOFF, 0 or not (pause.tx_xoff_status)");
-  for (const Port &port : ports) {
+  for (const PortCounters &port : ports) {
     flow_control.add(port.labels, port.stats.pause.flow_ctrl);
     receive.add(port.labels, port.stats.pause.rx_xoff_status);
     transmit.add(port.labels, port.stats.pause.tx_xoff_status);
@@ -86,7 +87,7 @@ std::string metrics_text(const AsicMetrics &metrics, bool zero_drops) {
   up.add(asic_labels, metrics.up ? 1 : 0);
   Family port_up("morvane_port_up", "gauge", "whether the service answers for the port");
 
-  std::vector<Port> ports;
+  std::vector<PortCounters> ports;
   for (const PortReading &reading : metrics.ports) {
     const std::string labels = port_labels(asic_labels, reading);
     port_up.add(labels, reading.result == 0 ? 1 : 0);
@@ -98,7 +99,7 @@ std::string metrics_text(const AsicMetrics &metrics, bool zero_drops) {
   for (size_t field = 0; !ports.empty() && field < ports[0].counters.size(); ++field) {
     const Counters &first = ports[0].counters[field];
     Family family(first.metric, "counter", help_text(first));
-    for (const Port &port : ports)
+    for (const PortCounters &port : ports)
       add_counters(family, port, port.counters[field], zero_drops);
     text += family.text();
   }

@@ -2,15 +2,13 @@
 #ifndef MRVCTL_PORT_READING_H
 #define MRVCTL_PORT_READING_H
 
-#include <cstdint>
-
+#include "asic/port_reference.h"
 #include "kel_asic_intf.h"
 
 namespace mrvctl {
 
 struct PortReading {
-  uint32_t type;
-  uint32_t port;
+  Port port;
   syserr_t result;
   kel_asic_qos_stats_t stats;  // zero unless the result is 0
 };

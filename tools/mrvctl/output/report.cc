@@ -103,13 +103,4 @@ std::string failure_json(const Place &place, const Json &command, const Json &er
                       {"error", error}});
 }
 
-Json register_json(const char *command, const Register &reg) {
-  const char *name = register_name(reg.block, reg.vreg);
-  return {{"command", command},
-          {"block", kel_asic_blk_names[reg.block]},
-          {"instance", reg.instance},
-          {"register", name == nullptr ? Json() : Json(name)},
-          {"vreg", reg.vreg}};
-}
-
 }  // namespace mrvctl

@@ -7,7 +7,6 @@
 #include <string>
 #include <utility>
 
-#include "asic/register_names.h"
 #include "kel_asic_syserr_def.h"
 #include "output/json.h"
 
@@ -63,9 +62,6 @@ Json error_json(const std::exception &error);
 
 // {"command":...,"file":...,"line":...,"error":...}; file and line are null outside a script.
 std::string failure_json(const Place &place, const Json &command, const Json &error);
-
-// {"command":...,"block":...,"instance":...,"register":...,"vreg":...}
-Json register_json(const char *command, const Register &reg);
 
 }  // namespace mrvctl
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <iterator>
 
-#include "asic/port_types.h"
+#include "asic/port_reference.h"
 #include "asic/qos_counters.h"
 #include "output/cells.h"
 #include "text/errors.h"
@@ -172,7 +172,7 @@ std::string heading_line(const Layout &layout) {
 }
 
 std::string port_name(const PortReading &reading) {
-  return port_text(reading.type, reading.port);
+  return port_text(reading.port);
 }
 
 std::string row_line(const PortRow &row, const Layout &layout, bool chosen, bool colours) {
@@ -323,8 +323,7 @@ Json top_json(const TopView &view) {
   Json ports = Json::array();
   for (const PortRow &row : view.rows) {
     const bool rates = !failed(row) && row.seconds > 0;
-    Json port = {{"port_type", port_type_text(row.reading.type)},
-                 {"port", row.reading.port},
+    Json port = {{"port", port_text(row.reading.port)},
                  {"up", !failed(row)},
                  {"xoff_receive", row.reading.stats.pause.rx_xoff_status != 0},
                  {"xoff_transmit", row.reading.stats.pause.tx_xoff_status != 0},

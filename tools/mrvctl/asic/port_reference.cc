@@ -1,5 +1,5 @@
-// The port types by name.
-#include "asic/port_types.h"
+// The parser and the text of a reference to a port.
+#include "asic/port_reference.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,8 +14,6 @@ namespace {
 
 constexpr const char *kPortTypes[] = {"cif", "bif", "nif", "hif"};  // by cardcfg_port_type_t
 
-}  // namespace
-
 uint32_t parse_port_type(const std::string &text, uint32_t highest) {
   for (uint32_t type = 0; type < std::size(kPortTypes); ++type) {
     if (lower_case(text) == kPortTypes[type])
@@ -28,12 +26,33 @@ uint32_t parse_port_type(const std::string &text, uint32_t highest) {
   }
 }
 
+}  // namespace
+
+PortChoice parse_port_choice(const std::string &text, uint32_t highest_type) {
+  const size_t colon = text.find(':');
+  PortChoice choice = {parse_port_type(text.substr(0, colon), highest_type), std::nullopt};
+  if (colon != std::string::npos)
+    choice.number = parse_number<uint32_t>(text.substr(colon + 1), 0, kPortNumbers - 1);
+  return choice;
+}
+
+Port parse_port(const std::string &text, uint32_t highest_type) {
+  const PortChoice choice = parse_port_choice(text, highest_type);
+  if (!choice.number)
+    throw UsageError("'" + text + "' has no port number; use for example hif:3");
+  return {choice.type, *choice.number};
+}
+
+bool is_port_type(const std::string &word) {
+  return word.find(':') == std::string::npos;
+}
+
 std::string port_type_text(uint32_t port_type) {
   return port_type < std::size(kPortTypes) ? kPortTypes[port_type] : std::to_string(port_type);
 }
 
-std::string port_text(uint32_t port_type, uint32_t port) {
-  return port_type_text(port_type) + " " + std::to_string(port);
+std::string port_text(uint32_t port_type, uint32_t number) {
+  return port_type_text(port_type) + ":" + std::to_string(number);
 }
 
 std::optional<uint32_t> max_ports(const kel_asic_limits_t &limits, uint32_t port_type) {
