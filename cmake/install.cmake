@@ -13,7 +13,7 @@ include(CMakePackageConfigHelpers)
 set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/morvaneusd)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/morvaneusd)
 
-# Sets OUT to the way from a folder of an installed tree to its root, so that the tree may be moved.
+# Sets OUT to the path from a directory of an installed tree to its root, so that the tree may be moved.
 function(relative_prefix dir out)
   file(RELATIVE_PATH path /prefix/${dir} /prefix)
   string(REGEX REPLACE "/$" "" path ${path})
@@ -39,12 +39,16 @@ function(install_library target name component)
   add_library(morvaneusd::${name} ALIAS ${target})
 endfunction()
 
-# A service and what starts it; the service names its program by the whole path that this build has for it.
+# A service and what starts it. The service names its program by the prefix of the installation, which is
+# known only then.
 function(install_units component service starter)
-  set(unit ${PROJECT_BINARY_DIR}/systemd/${service})
-  configure_file(share/systemd/${service}.in ${unit} @ONLY)
-  install(FILES ${unit} share/systemd/${starter}
-    DESTINATION lib/systemd/system COMPONENT ${component})
+  install(FILES share/systemd/${starter} DESTINATION lib/systemd/system COMPONENT ${component})
+  install(CODE "
+    set(BINDIR \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR})
+    configure_file(${PROJECT_SOURCE_DIR}/share/systemd/${service}.in
+      ${PROJECT_BINARY_DIR}/systemd/${service} @ONLY)
+    file(INSTALL ${PROJECT_BINARY_DIR}/systemd/${service}
+      DESTINATION \${CMAKE_INSTALL_PREFIX}/lib/systemd/system)" COMPONENT ${component})
 endfunction()
 
 install(DIRECTORY include/ DESTINATION ${header_dir} COMPONENT development
@@ -54,7 +58,9 @@ install_pkg_config(morvaneusd)
 if(TARGET morvaneplatform)
   install(FILES include/virtual_platform.h
     DESTINATION ${header_dir} COMPONENT development)
-  install_library(morvaneplatform platform_virtual platform)
+  install_library(morvaneplatform morvaneplatform platform)
+  install(TARGETS platform_virtual EXPORT morvaneusdTargets)
+  add_library(morvaneusd::platform_virtual ALIAS platform_virtual)
   install_pkg_config(morvaneplatform)
 endif()
 
@@ -70,14 +76,21 @@ install(
         ${PROJECT_BINARY_DIR}/morvaneusdConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg"
-  PATTERN mainpage.md EXCLUDE PATTERN man EXCLUDE)
+if(MORVANE_LIBRARY_ONLY)
+  return()
+endif()
+
+# The pages describe the virtual platform too, so they are installed with it.
+if(TARGET morvaneplatform)
+  install(FILES README.md CHANGELOG.md CONTRIBUTING.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+  install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.svg"
+    PATTERN mainpage.md EXCLUDE PATTERN man EXCLUDE)
+endif()
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
-# A tree of its own finds its libraries wherever it stands; the system's needs no help.
+# An installed tree finds its libraries also after it was moved; in /usr the system finds them.
 if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   relative_prefix(${CMAKE_INSTALL_BINDIR} root)
   set_target_properties(mrvctl PROPERTIES
