@@ -7,8 +7,7 @@
    Each connection has a thread; one lock makes each request, and so each transaction, atomic. A
    request is checked completely before it changes anything. */
 #define _POSIX_C_SOURCE 200809L
-#include <kel_asic_lib_common.h>
-#include <platform/system_service.h>
+#include <kel_asic_record_kinds.h>
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -124,50 +123,38 @@ static int write_all(const kel_asic_xn_entry_t *writes, uint32_t count) {
   return 0;
 }
 
-/* The words of a block access; there may be room for more words than num. */
-static int block_access(kel_asic_reg_access_params_t *request, uint32_t length) {
+static bool is_block_access(const kel_asic_reg_access_params_t *request) {
+  return request->type == TYPE_READ_DHS || request->type == TYPE_WRITE_DHS;
+}
+
+/* Reads, and block writes. The words are checked before the first one changes. */
+static int access_words(kel_asic_reg_access_params_t *request) {
   struct module_state *const module = find_module((uint32_t)request->module, request->asic);
-  if ((length - sizeof *request) % 4 != 0 || request->num > (length - sizeof *request) / 4)
-    return EMSGSIZE;
+  uint32_t *const words = is_block_access(request) ? request->pdata : &request->data;
+  const uint32_t count = is_block_access(request) ? request->num : 1;
   if (module == NULL)
     return ENXIO;
-  for (uint32_t i = 0; i < request->num; ++i) {
+  for (uint32_t i = 0; i < count; ++i) {
     if (!has_word(request->addr + 4 * i))
       return EFAULT;
     if (request->type == TYPE_WRITE_DHS && !make_page(module, request->addr + 4 * i))
       return ENOMEM;
   }
-  for (uint32_t i = 0; i < request->num; ++i) {
+  for (uint32_t i = 0; i < count; ++i) {
     if (request->type == TYPE_WRITE_DHS)
-      write_word(module, request->addr + 4 * i, request->pdata[i], UINT32_MAX);
+      write_word(module, request->addr + 4 * i, words[i], UINT32_MAX);
     else
-      request->pdata[i] = read_word(module, request->addr + 4 * i);
+      words[i] = read_word(module, request->addr + 4 * i);
   }
   return 0;
 }
 
-static int register_request(kel_asic_reg_access_params_t *request, uint32_t length, bool write) {
-  const struct module_state *const module = find_module((uint32_t)request->module, request->asic);
-  const kel_asic_xn_entry_t entry = {
+static int register_request(kel_asic_reg_access_params_t *request) {
+  const kel_asic_xn_entry_t write = {
       request->module, (int32_t)request->asic, request->addr, request->data,
       request->type == TYPE_WRITE_FIELD ? request->mask : UINT32_MAX};
-  if (length < sizeof *request)
-    return EMSGSIZE;
-  if (request->type == (write ? TYPE_WRITE_DHS : TYPE_READ_DHS))
-    return block_access(request, length);
-  if (length != sizeof *request)
-    return EMSGSIZE;
-  if (write)
-    return request->type == TYPE_WRITE || request->type == TYPE_WRITE_FIELD ? write_all(&entry, 1)
-                                                                            : EINVAL;
-  if (request->type != TYPE_READ)
-    return EINVAL;
-  if (module == NULL)
-    return ENXIO;
-  if (!has_word(request->addr))
-    return EFAULT;
-  request->data = read_word(module, request->addr);
-  return 0;
+  const bool single_write = request->type == TYPE_WRITE || request->type == TYPE_WRITE_FIELD;
+  return single_write ? write_all(&write, 1) : access_words(request);
 }
 
 /* Clears the counters of a port. The flow control is a setting, not a counter. */
@@ -177,15 +164,10 @@ static void clear_port(kel_asic_qos_stats_t *port) {
   port->pause.flow_ctrl = flow_ctrl;
 }
 
-static int statistics(kel_asic_qos_stats_params_t *request, uint32_t length) {
-  struct module_state *const module =
-      length == sizeof *request ? find_module(request->module, request->asic) : NULL;
+static int statistics(kel_asic_qos_stats_params_t *request) {
+  struct module_state *const module = find_module(request->module, request->asic);
   kel_asic_qos_stats_t *const port =
       module == NULL ? NULL : find_port(module, (uint32_t)request->port_type, request->port);
-  if (length != sizeof *request)
-    return EMSGSIZE;
-  if (request->type > QOS_STATS_CLEAR_ALL)
-    return EINVAL;
   if (module == NULL || (port == NULL && request->type != QOS_STATS_CLEAR_ALL))
     return ENXIO;
   if (request->type == QOS_STATS_GET)
@@ -198,11 +180,8 @@ static int statistics(kel_asic_qos_stats_params_t *request, uint32_t length) {
   return 0;
 }
 
-static int sp_timer(const kel_asic_reg_access_params_t *request, uint32_t length) {
-  struct module_state *module;
-  if (length != sizeof *request)
-    return EMSGSIZE;
-  module = find_module((uint32_t)request->module, request->asic);
+static int sp_timer(const kel_asic_reg_access_params_t *request) {
+  struct module_state *const module = find_module((uint32_t)request->module, request->asic);
   if (module == NULL)
     return ENXIO;
   if (request->data > UINT16_MAX)
@@ -211,29 +190,23 @@ static int sp_timer(const kel_asic_reg_access_params_t *request, uint32_t length
   return 0;
 }
 
-static int transaction(const kel_asic_xn_t *record, uint32_t length) {
-  if (length != sizeof *record)
-    return EMSGSIZE;
-  if (record->num < 0 || record->num > KEL_ASIC_XN_ENTRIES)
-    return EINVAL;
-  return write_all(record->xn, (uint32_t)record->num);
-}
-
 /* Serves one request. The answer is left in the record. 0, or the errno of the refusal. */
 static int serve(const struct request *request, void *record) {
+  const kel_asic_xn_t *const transaction = record;
+  const int error = kel_asic_record_error(request->case_code, record, request->length);
   if (request->driver_id != KEL_ASIC_DRIVER_MORVANE)
     return ENODEV;
-  switch (request->case_code) {
-    case SYSSRV_REG_READ_CASE:
-      return register_request(record, request->length, false);
-    case SYSSRV_REG_WRITE_CASE:
-      return register_request(record, request->length, true);
-    case SYSSRV_MEM_READ_CASE:
-      return statistics(record, request->length);
-    case SYSSRV_MEM_WRITE_CASE:
-      return transaction(record, request->length);
-    case SYSSRV_SP_TIME_CONFIGURE:
-      return sp_timer(record, request->length);
+  if (error != 0)
+    return error;
+  switch (kel_asic_record_kind(request->case_code, request->length)) {
+    case KEL_ASIC_RECORD_REGISTER:
+      return register_request(record);
+    case KEL_ASIC_RECORD_QOS:
+      return statistics(record);
+    case KEL_ASIC_RECORD_TRANSACTION:
+      return write_all(transaction->xn, (uint32_t)transaction->num);
+    case KEL_ASIC_RECORD_TIMER:
+      return sp_timer(record);
     default:
       return ENOSYS;
   }
