@@ -255,6 +255,8 @@ int main(int argc, char **argv) {
     perror(argv[1]);
     return 1;
   }
+  printf("listening on %s\n", argv[1]);
+  fflush(stdout);
   for (;;) {
     const int client = accept(listener, NULL, NULL);
     pthread_t thread;

@@ -9,7 +9,7 @@ add_test(NAME includes COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/includes_test.sh
   ${PROJECT_SOURCE_DIR}/scripts/includes)
 
 if(MORVANE_PLATFORM STREQUAL "virtual")
-  foreach(client client_c client_cc table_c client_own_platform)
+  foreach(client client_c client_cc table_c)
     add_test(NAME example.${client} COMMAND ${client})
   endforeach()
   set_tests_properties(example.client_c PROPERTIES
@@ -18,8 +18,10 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
     PASS_REGULAR_EXPRESSION "flow control 1, 0 writes discarded\n$")
   set_tests_properties(example.table_c PROPERTIES
     PASS_REGULAR_EXPRESSION "disabled:(\n00000000( 00000000)+)+\n$")
+  add_test(NAME example.client_own_platform COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_example_service.sh
+    $<TARGET_FILE:example_service> $<TARGET_FILE:client_own_platform>)
   set_tests_properties(example.client_own_platform PROPERTIES
-    PASS_REGULAR_EXPRESSION "HI_DHS_LVIF = 0x00000000\n$")
+    PASS_REGULAR_EXPRESSION "HI_DHS_LVIF = 0x00001234\n$")
 
   add_test(NAME completion COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/completion_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
@@ -42,7 +44,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
   list(JOIN warnings " " warning_flags)
   add_test(NAME install COMMAND ${CMAKE_COMMAND}
     -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${PROJECT_BINARY_DIR} -DLIBDIR=${CMAKE_INSTALL_LIBDIR}
-    -DBINDIR=${CMAKE_INSTALL_FULL_BINDIR} -DWORD_SIZE=${CMAKE_SIZEOF_VOID_P}
+    -DWORD_SIZE=${CMAKE_SIZEOF_VOID_P}
     -DGENERATOR=${CMAKE_GENERATOR} -DCC=${CMAKE_C_COMPILER} -DCXX=${CMAKE_CXX_COMPILER}
     -DC_FLAGS=${CMAKE_C_FLAGS} -DCXX_FLAGS=${CMAKE_CXX_FLAGS} "-DWARNINGS=${warning_flags}"
     -DREADELF=${CMAKE_READELF} -P ${CMAKE_CURRENT_SOURCE_DIR}/install_test.cmake)

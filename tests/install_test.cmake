@@ -42,7 +42,7 @@ foreach(file share/man/man1/mrvctl.1 share/man/man1/morvaned.1 lib/systemd/syste
 endforeach()
 
 file(READ ${root}/lib/systemd/system/morvaned.service unit)
-expect_text("${unit}" "\nExecStart=${BINDIR}/morvaned " "the unit of morvaned")
+expect_text("${unit}" "\nExecStart=/opt/morvane/bin/morvaned " "the unit of morvaned")
 
 # Its manual refers to no page that is not there.
 file(READ ${root}/share/man/man7/libmorvaneusd.7 overview)

@@ -52,5 +52,3 @@ held() {
 
 held README.md
 held docs/calls.md
-ln -s target/lib/libexample_platform.so "$work/build/libplatform.so"
-held docs/porting.md

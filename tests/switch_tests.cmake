@@ -29,6 +29,16 @@ endfunction()
 
 transcript_tests(mrvctl ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} $<TARGET_FILE:morvaned>)
 
+# The example platform of one build with the example service of another one.
+function(example_platform_test name folder service)
+  add_test(NAME example.platform${name}
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_example_service.sh ${service}
+      ${CMAKE_CURRENT_SOURCE_DIR}/example_platform_test.sh ${folder}/bin/mrvctl
+      ${folder}/lib/libexample_platform.so)
+endfunction()
+
+example_platform_test("" ${PROJECT_BINARY_DIR} $<TARGET_FILE:example_service>)
+
 # The client side links as C, with nothing left undefined: it needs the C library alone.
 if(NOT MORVANE_SANITIZE)
   add_library(switch_client_alone MODULE $<TARGET_OBJECTS:switch_client>)
@@ -81,4 +91,6 @@ if(target_test)
   remote_test(served_to_32_bit $<TARGET_FILE:morvaned> ${target_bin})
   transcript_tests(mrvctl_served_by_32_bit ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${target_bin}/morvaned)
   transcript_tests(mrvctl_of_32_bit ${target_bin} $<TARGET_FILE:morvaned>)
+  example_platform_test(_with_32_bit_service ${PROJECT_BINARY_DIR} ${target_bin}/example_service)
+  example_platform_test(_of_32_bit ${target_bin}/.. $<TARGET_FILE:example_service>)
 endif()

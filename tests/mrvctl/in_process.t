@@ -46,16 +46,19 @@ The card of the switch can be changed. With this one the service answers only 5 
 --platform uses another platform library. One without / is looked up in this directory first.
 
   $ cp "$BUILD/lib/libexample_platform.so" platform.so
+  $ mkfifo output; export EXAMPLE_SERVICE=$PWD/service
+  $ example_service service >output & read -r _ <output
   $ mrvctl --calls --platform platform.so -f - <<E
   > write HI.3:40 5
   > expect-fail read HI.4:40
   > fail EPERM
   > E
-  sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x033000a0, data=0x5, mask=0xffffffff, num=0, context=1, write stdin:1}) = 0 <*> (glob)
+  sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x080000a0, data=0x5, mask=0xffffffff, num=0, context=1, write stdin:1}) = 0 <*> (glob)
   HI.3:40 <- 0x00000005: written
   failed as expected: read HI.4:40: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 3
   stdin:3: fail EPERM: this platform has no vp_fail_next_call: it is no virtual platform
   [1]
+  $ kill $!
   $ mrvctl --platform /no/such/file info
   init: no platform: /no/such/file: cannot open shared object file: No such file or directory
   [2]
