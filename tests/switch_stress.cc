@@ -42,9 +42,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kClients = 32, kHostile = 6, kLives = 3;
-constexpr uint32_t kRun = 3;           // words that a client writes in one transaction
-constexpr int kPatience = 15;          // seconds; more than the timeouts of the service
-constexpr long kMaxGrowth = 4 * 1024;  // KiB that the service may keep in all
+constexpr uint32_t kRun = 3;   // words that a client writes in one transaction
+constexpr int kPatience = 15;  // seconds; more than the timeouts of the service
+constexpr long kMaxGrowth = (SANITIZED ? 32 : 4) * 1024;  // KiB that the service may keep
 
 // What a client knows of its registers. In files that both word sizes map.
 struct Journal {
@@ -117,6 +117,14 @@ void confirm(volatile Journal &journal, uint32_t in_life) {
   journal.writes = journal.writes + 1;
 }
 
+// While a client starts, SIGTERM waits for its handler.
+void mask_sigterm(int how) {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGTERM);
+  sigprocmask(how, &set, nullptr);
+}
+
 // One client, until SIGTERM asks it to end and it has seen its own words.
 volatile std::sig_atomic_t must_end = 0;
 
@@ -125,6 +133,7 @@ volatile std::sig_atomic_t must_end = 0;
     must_end = 1;
     alarm(kPatience);
   });
+  mask_sigterm(SIG_UNBLOCK);
   const uint32_t own = address(KEL_ASIC_BLK_HI, number), first = number << 24;
   if (journal.sent == 0)
     journal.sent = first;
@@ -215,6 +224,7 @@ pid_t fork_child(Run run) {
 
 pid_t start_client(const char *program, const std::string &journals, uint32_t number) {
   return fork_child([&] {
+    mask_sigterm(SIG_BLOCK);
     execl(program, "switch_stress", "client", journals.c_str(), std::to_string(number).c_str(),
           nullptr);
     _exit(127);

@@ -60,6 +60,7 @@ add_test(NAME man_page_of_morvaned COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_
 # Shorter here than by hand, or in CI.
 add_executable(switch_stress switch_stress.cc)
 target_link_libraries(switch_stress PRIVATE morvaneplatform switch_client morvane_build_flags)
+target_compile_definitions(switch_stress PRIVATE SANITIZED=$<BOOL:${MORVANE_SANITIZE}>)
 add_test(NAME switch_stress COMMAND switch_stress $<TARGET_FILE:morvaned>
   $<IF:$<BOOL:${MORVANE_SANITIZE}>,4,0.3>)
 # What a sanitizer keeps of freed memory is no growth.
