@@ -32,7 +32,7 @@ class Log {
  private:
   struct Queue;
   static void write_lines(const std::shared_ptr<Queue> &queue);
-  void add(const char *format, va_list arguments);
+  [[gnu::format(printf, 2, 0)]] void add(const char *format, va_list arguments);
 
   std::shared_ptr<Queue> queue_;
   std::chrono::steady_clock::time_point second_{};
