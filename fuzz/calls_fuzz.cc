@@ -36,7 +36,7 @@ void read_recording(const std::string &bytes) {
   CallSummary summary;
   try {
     RecordedCalls calls({"/proc/self/fd/" + std::to_string(file)},
-                        RecordedCalls::UnderWay::kIncluded);
+                        RecordedCalls::UnderWay::kIncluded, {});
     while (const auto call = calls.next())
       show(*call, summary);
     calls.gaps();

@@ -336,6 +336,8 @@ const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) 
   static kel_asic_reg_t bases[kInstances];
   const kel_asic_reg_t **table = NEXT(kel_asic_get_all_base_table)(KEL_ASIC_VER_B0);
   std::copy_n(table[KEL_ASIC_BLK_XL], kInstances, bases);
+  if (wrong("has_no_bases"))
+    return nullptr;
   if (wrong("P17_lacks_an_array"))
     return changed.with_array(table, KEL_ASIC_BLK_XL, nullptr);
   if (wrong("P19_has_a_short_array"))
@@ -352,6 +354,8 @@ const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t /*asic_ver*/) {
   static kel_asic_reg_t offsets[KEL_ASIC_HF_NUM_ENUM];
   const kel_asic_reg_t **table = NEXT(kel_asic_get_all_reg_table)(KEL_ASIC_VER_B0);
   std::copy_n(table[KEL_ASIC_BLK_HF], KEL_ASIC_HF_NUM_ENUM, offsets);
+  if (wrong("has_no_offsets"))
+    return nullptr;
   if (wrong("P18_lacks_an_array"))
     return changed.with_array(table, KEL_ASIC_BLK_HF, nullptr);
   if (wrong("P18_has_only_holes")) {

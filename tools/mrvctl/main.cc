@@ -5,6 +5,7 @@
 
 #include "commands/commands.h"
 #include "host/platform_library.h"
+#include "output/report.h"
 #include "output/signals.h"
 #include "runner.h"
 #include "scripts.h"
@@ -150,7 +151,7 @@ int refuse(const std::string &text, const std::string &command, const std::strin
     std::cout << failure_json({}, command.empty() ? Json() : Json(command),
                               error_json(UsageError(text)));
   else
-    std::cerr << "mrvctl: " << text << "\n" << help;
+    print_error("mrvctl: " + text + "\n" + help);
   return static_cast<int>(Status::kUsage);
 }
 
@@ -189,7 +190,7 @@ int main(int argc, char **argv) {
   try {
     return mrvctl::parse_and_run(argc, argv);
   } catch (const std::exception &error) {
-    std::fprintf(stderr, "mrvctl: %s\n", error.what());
+    mrvctl::print_error(std::string("mrvctl: ") + error.what() + "\n");
     return static_cast<int>(mrvctl::Status::kFailed);
   }
 }

@@ -5,8 +5,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <iostream>
+#include <optional>
 
 #include "text/lines.h"
 #include "text/text.h"
@@ -115,12 +115,9 @@ Script read_script(Runner &runner, Parser &parser, Session &session, const std::
     return parse_lines(runner, parser, session, std::cin, kStandardInput);
   const size_t slash = path.rfind('/');
   session.folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-  std::ifstream input(path);
-  const bool opened = runner.run({}, path, [&] {
-    if (!input)
-      throw UsageError(std::string("cannot open: ") + std::strerror(errno));
-  });
-  return opened ? parse_lines(runner, parser, session, input, path) : Script{path, {}};
+  std::optional<TextFile> input;
+  const bool opened = runner.run({}, "mrvctl", [&] { input.emplace(path); });
+  return opened ? parse_lines(runner, parser, session, *input, path) : Script{path, {}};
 }
 
 void run_script(Runner &runner, Session &session, const Script &script, bool keep_going) {

@@ -13,6 +13,22 @@ RegisterMap::RegisterMap(const morvane::caller &caller) {
         "the register map describes no Morvane");
   bases_ = kel_asic_get_all_base_table(revision);
   offsets_ = kel_asic_get_all_reg_table(revision);
+  check_tables();
+}
+
+// The library does not check the tables, and every client that uses them would crash.
+void RegisterMap::check_tables() const {
+  if (bases_ == nullptr)
+    throw OperationFailed("the register map has no base table");
+  if (offsets_ == nullptr)
+    throw OperationFailed("the register map has no register table");
+  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
+    const auto block = static_cast<kel_asic_blk_t>(i);
+    if (instances(block) != 0 && (bases_[i] == nullptr || offsets_[i] == nullptr))
+      throw OperationFailed(format("the register map has no %s for block %s",
+                                   bases_[i] == nullptr ? "bases" : "registers",
+                                   kel_asic_blk_names[i]));
+  }
 }
 
 uint32_t RegisterMap::address(const Register &reg) const {

@@ -44,6 +44,8 @@ class RegisterMap {
   int hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) const;
 
  private:
+  void check_tables() const;
+
   KEL_ASIC_fn hooks_ = {};
   kel_asic_limits_t limits_ = {};
   const kel_asic_reg_t **bases_ = nullptr;

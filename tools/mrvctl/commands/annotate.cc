@@ -2,11 +2,12 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <iostream>
+#include <optional>
 
 #include "asic/address_index.h"
 #include "commands/commands.h"
+#include "text/lines.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -49,13 +50,10 @@ std::string annotated(const std::string &line, const AddressIndex &index) {
 void run_annotate(Session &session, const AnnotateArgs &args) {
   const AddressIndex index(session.map());
   const std::string path = session.resolve(args.file);
-  std::ifstream file;
-  if (path != "-") {
-    file.open(path);
-    if (!file)
-      throw OperationFailed("cannot open " + path + ": " + std::strerror(errno));
-  }
-  std::istream &input = path == "-" ? std::cin : file;
+  std::optional<TextFile> file;
+  if (path != "-")
+    file.emplace(path);
+  std::istream &input = file ? *file : std::cin;
   for (std::string line; std::getline(input, line);) {
     const std::string text = annotated(line, index);
     session.report.result({{"command", "annotate"}, {"text", text}},
@@ -77,7 +75,8 @@ void add_annotate_command(Parser &parser) {
        "Copy a trace log or other text, and add a register name after each address\n"
        "An address is 0x and exactly eight hexadecimal digits, without a letter, digit\n"
        "or underscore before or after it. It gets a name if it belongs to a register, a\n"
-       "table entry or a command. Other text is copied unchanged.\n"
+       "table entry or a command. Control characters become escapes like \\x1b. Other\n"
+       "text is copied unchanged.\n"
        "Example: grep rreg /tmp/kel_asic_log_812 | mrvctl annotate",
        Requires::kRegisterMap},
       describe_annotate, run_annotate);

@@ -2,10 +2,10 @@
 #include "commands/call_monitor.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "calls/call_text.h"
 #include "host/observed_calls.h"
+#include "output/report.h"
 #include "text/errors.h"
 #include "text/text.h"
 
@@ -24,13 +24,12 @@ size_t last_answered = 0;
 uint64_t calls = 0;
 
 void show_request(const DecodedCall &call) {
-  std::fflush(stdout);  // what the library has printed comes before the call
-  std::fputs(request_text(call).c_str(), stderr);
+  print_error(request_text(call));
 }
 
 void show_answer(const DecodedCall &call) {
-  std::fprintf(stderr, "%s <%.6f>\n", answer_text(call).c_str(),
-               static_cast<double>(*call.duration_ns) / 1e9);
+  print_error(answer_text(call) +
+              format(" <%.6f>\n", static_cast<double>(*call.duration_ns) / 1e9));
 }
 
 void note_lost_transaction(const DecodedCall &call, const TransactionFields &sent) {

@@ -122,7 +122,8 @@ void run_calls(Session &session, const CallsArgs &args) {
   const AddressIndex index(session.map());
   using UnderWay = RecordedCalls::UnderWay;
   RecordedCalls source(resolved(session, args.files),
-                       args.follow ? UnderWay::kLeftOut : UnderWay::kIncluded);
+                       args.follow ? UnderWay::kLeftOut : UnderWay::kIncluded,
+                       [&](const OperationFailed &failure) { report_failure(session, failure); });
   if (!args.pcap.empty()) {
     write_pcapng(session, source, args, index);
   } else if (args.summary) {
@@ -134,6 +135,7 @@ void run_calls(Session &session, const CallsArgs &args) {
       follow(source, table, args, index);
   }
   report_gaps(session, source.gaps());
+  source.throw_if_unreadable();
 }
 
 struct LastWriteArgs {
@@ -144,7 +146,8 @@ struct LastWriteArgs {
 void run_last_write(Session &session, const LastWriteArgs &args) {
   const AddressIndex index(session.map());
   const PlacedRegister reg = {args.reference, session.module, session.asic};
-  RecordedCalls source(resolved(session, args.files), RecordedCalls::UnderWay::kIncluded);
+  RecordedCalls source(resolved(session, args.files), RecordedCalls::UnderWay::kIncluded,
+                       [&](const OperationFailed &failure) { report_failure(session, failure); });
   std::optional<DecodedCall> last;
   while (std::optional<DecodedCall> call = source.next()) {
     if (last_written(*call, reg, index))
@@ -171,6 +174,7 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
                                     local_time_text(last->wall_ns) + "  " + last->process->label +
                                     "  " + last->operation + "  " + last->outcome + "  " + who +
                                     "\n");
+  source.throw_if_unreadable();
 }
 
 void describe_files(Arguments &arguments, std::vector<std::string> &files) {

@@ -49,7 +49,7 @@ std::string last_call_text(const vp_client &client) {
   return text + format(", %.1f s ago", seconds(client.last_age_ms));
 }
 
-void show_clients(Session &session, const WatchArgs &args) {
+void show_clients(Session &session) {
   const vp_client *clients = nullptr;
   uint32_t count = 0;
   const int error = control<decltype(vp_clients)>("vp_clients")(&clients, &count);
@@ -76,12 +76,11 @@ void show_clients(Session &session, const WatchArgs &args) {
               client->last_error != 0 ? Json(errno_name(client->last_error)) : Json(),
               has_called ? Json(seconds(client->last_age_ms)) : Json(), last_call_text(*client)});
   }
-  session.report.result({{"command", "clients"}, {"clients", list.json()}},
-                        next_screen(session, args) + list.text());
+  session.report.result({{"command", "clients"}, {"clients", list.json()}}, list.text());
 }
 
 void run_clients(Session &session, const WatchArgs &args) {
-  show_rounds(args, [&] { show_clients(session, args); });
+  show_rounds(session, args, [&] { show_clients(session); });
 }
 
 }  // namespace

@@ -61,20 +61,17 @@ void check_watch(const WatchArgs &args) {
     throw UsageError("--count is for --watch");
 }
 
-void show_rounds(const WatchArgs &args, const std::function<void()> &show) {
+void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show) {
   if (args.interval <= 0)
     return show();
   const Interrupt scope({SIGINT});
   for (uint32_t round = 1; interrupted == 0; ++round) {
+    session.report.clear_screen();
     show();
     if (round == args.rounds)
       return;
     interruptible_sleep(args.interval);
   }
-}
-
-std::string next_screen(const Session &session, const WatchArgs &args) {
-  return args.interval > 0 && session.report.on_terminal() ? "\033[H\033[J" : "";
 }
 
 void describe_interval(Arguments &arguments, const std::string &name, double &seconds,
@@ -85,11 +82,16 @@ void describe_interval(Arguments &arguments, const std::string &name, double &se
   arguments.parsed(name, seconds, parse, help + " (0.1 to 3600)").type_name("SECONDS");
 }
 
+void report_failure(Session &session, const OperationFailed &failure) {
+  session.report.failure(session.place(), session.command(), session.command(),
+                         error_json(failure));
+}
+
 void report_gaps(Session &session, const std::vector<std::string> &gaps) {
   if (gaps.empty())
     return;
   for (const std::string &loss : gaps)
-    std::fprintf(stderr, "%s\n", loss.c_str());
+    print_error(loss + "\n");
   session.report.result({{"command", session.command()}, {"losses", gaps}}, "");
 }
 

@@ -58,12 +58,12 @@ void describe_watch(Arguments &arguments, WatchArgs &args);
 void check_watch(const WatchArgs &args);
 
 // Shows it once, or again and again until the last round or ^C.
-void show_rounds(const WatchArgs &args, const std::function<void()> &show);
+void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show);
 
-// What clears a terminal for the next round; empty elsewhere.
-std::string next_screen(const Session &session, const WatchArgs &args);
+// Reports a failure after which the command continues.
+void report_failure(Session &session, const OperationFailed &failure);
 
-// Tells on standard error, and as JSON, what of recordings or logs a command could not take.
+// Prints on standard error, and as JSON, what a command could not read of recordings.
 void report_gaps(Session &session, const std::vector<std::string> &gaps);
 
 // "written", or "queued" where a transaction is open.

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <iostream>
+#include <optional>
 #include <utility>
 
 #include "asic/register_reference.h"
@@ -36,14 +36,10 @@ void read_lines(LineReader &reader, const std::function<void(const std::string &
 
 // Calls `read` with a reader of the file, or of standard input.
 void with_reader(const std::string &path, const std::function<void(LineReader &)> &read) {
-  std::ifstream file;
-  if (path != kStandardInput) {
-    file.open(path);
-    if (!file)
-      throw UsageError("cannot open " + path + ": " + std::strerror(errno));
-  }
-  LineReader reader(path == kStandardInput ? std::cin : file,
-                    path == kStandardInput ? "stdin" : path);
+  std::optional<TextFile> file;
+  if (path != kStandardInput)
+    file.emplace(path);
+  LineReader reader(file ? *file : std::cin, file ? path : "stdin");
   read(reader);
 }
 

@@ -39,9 +39,8 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
                  {"asic", session.asic},
                  {"port", name},
                  {"stats", qos_json(now.stats)}};
-  std::string text = next_screen(session, args.watch);
-  text += name + format(", module %u, ASIC %u\n\n", session.module, session.asic) +
-          qos_text(now.stats, session.report.colours());
+  std::string text = name + format(", module %u, ASIC %u\n\n", session.module, session.asic) +
+                     qos_text(now.stats, session.report.colours());
   if (before != nullptr) {
     const double seconds = std::chrono::duration<double>(now.at - before->at).count();
     object["seconds"] = seconds;
@@ -49,7 +48,7 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
     object["rates"] = rates_json(delta, seconds);
     text += "\n" + rates_text(delta, seconds);
   }
-  session.report.result(object, text);
+  session.report.result(object, StyledText{text});
 }
 
 void check_show(const ShowArgs &args) {
@@ -58,7 +57,7 @@ void check_show(const ShowArgs &args) {
 
 void run_show(Session &session, const ShowArgs &args) {
   std::optional<Reading> before;
-  show_rounds(args.watch, [&] {
+  show_rounds(session, args.watch, [&] {
     const Reading now = take_reading(session, args);
     show_reading(session, args, now, before ? &*before : nullptr);
     before = now;

@@ -162,7 +162,7 @@ void run_on_screen(Session &session, const TopArgs &args, Top &top) {
 void print_view(Session &session, const Top &top) {
   const std::vector<std::string> lines =
       top_lines(top.view(), kPlainWidth, 0, session.report.colours());
-  session.report.result(top_json(top.view()), join(lines, "\n") + "\n\n");
+  session.report.result(top_json(top.view()), StyledText{join(lines, "\n") + "\n\n"});
 }
 
 void run_in_lines(Session &session, const TopArgs &args, Top &top) {

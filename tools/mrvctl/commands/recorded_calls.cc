@@ -11,16 +11,6 @@
 namespace mrvctl {
 namespace {
 
-// Runs a step on a file; what is wrong with the file is a failure of the command.
-template <typename Step>
-auto reading(Step step) {
-  try {
-    return step();
-  } catch (const recording::Unreadable &error) {
-    throw OperationFailed(error.what());
-  }
-}
-
 // "3 bytes damaged"; empty where there is nothing to tell.
 std::string loss_text(uint64_t count, const char *one, const char *more, const char *how) {
   return count == 0 ? "" : count_text(count, one, more) + " " + how;
@@ -56,12 +46,39 @@ void describe_choice(Arguments &arguments, CallChoice &choice) {
       .type_name("TIME");
 }
 
-RecordedCalls::RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way)
-    : under_way_(under_way) {
+RecordedCalls::RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way,
+                             ReportUnreadable report_unreadable)
+    : under_way_(under_way),
+      report_unreadable_(std::move(report_unreadable)),
+      paths_(paths.size()) {
   for (const std::string &path : paths) {
-    reading([&] { sources_.emplace_back(path); });
-    identify(sources_.back());
+    if (can_read([&] { sources_.emplace_back(path); }))
+      identify(sources_.back());
   }
+  if (sources_.empty())
+    throw_if_unreadable();
+}
+
+// Runs a step on a file; false if the file cannot be read. A file that is the only one fails the
+// command at once.
+template <typename Step>
+bool RecordedCalls::can_read(Step step) {
+  try {
+    step();
+    return true;
+  } catch (const recording::Unreadable &error) {
+    const OperationFailed failure(error.what());
+    if (paths_ == 1)
+      throw failure;
+    ++unreadable_;
+    report_unreadable_(failure);
+    return false;
+  }
+}
+
+void RecordedCalls::throw_if_unreadable() const {
+  if (unreadable_ > 0)
+    throw OperationFailed(format("%zu of %zu files could not be read", unreadable_, paths_));
 }
 
 // A process may have begun to record since the file was looked at last.
@@ -102,8 +119,12 @@ DecodedCall RecordedCalls::noted(size_t file, recording::Call &&call) const {
 void RecordedCalls::advance(size_t file) {
   Source &source = sources_[file];
   recording::Call call;
+  bool found = false;
   source.head.reset();
-  if (reading([&] { return source.reader.next(&call); })) {
+  if (source.unreadable)
+    return;
+  source.unreadable = !can_read([&] { found = source.reader.next(&call); });
+  if (found) {
     source.head = noted(file, std::move(call));
   } else if (under_way_ == UnderWay::kIncluded && !source.gave_under_way) {
     source.gave_under_way = true;
@@ -126,9 +147,13 @@ std::optional<DecodedCall> RecordedCalls::next() {
 
 void RecordedCalls::refresh() {
   for (Source &source : sources_) {
-    reading([&] { source.reader.refresh(); });
+    if (source.unreadable)
+      continue;
+    source.unreadable = !can_read([&] { source.reader.refresh(); });
     identify(source);
   }
+  if (unreadable_ == paths_)
+    throw_if_unreadable();
 }
 
 size_t RecordedCalls::label_width() const {

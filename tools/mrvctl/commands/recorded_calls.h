@@ -3,6 +3,7 @@
 #define MRVCTL_RECORDED_CALLS_H
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -12,6 +13,7 @@
 #include "calls/decoded_call.h"
 #include "commands/arguments.h"
 #include "reader.h"
+#include "text/errors.h"
 
 namespace mrvctl {
 
@@ -23,8 +25,13 @@ class RecordedCalls {
   // Calls that were under way when the files were looked at: of a process that died, its last.
   enum class UnderWay { kLeftOut, kIncluded };
 
-  // Throws OperationFailed where one cannot be read.
-  RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way);
+  // Receives why a file cannot be read, at the moment when this shows.
+  using ReportUnreadable = std::function<void(const OperationFailed &)>;
+
+  // A file that cannot be read, now or later, is reported, and the others are read on. Throws
+  // OperationFailed if no file can be read.
+  RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way,
+                ReportUnreadable report_unreadable);
 
   // The next call of all files; empty behind the last. Within a process they come as the process
   // made them; processes of one boot of the machine compare by its monotonic clock, so that a wall
@@ -38,8 +45,11 @@ class RecordedCalls {
   size_t files() const { return sources_.size(); }
   size_t label_width() const;
 
-  // What next() could not give, a line a file; empty where it gave all.
+  // What next() could not give, one line per file; empty if it gave all.
   std::vector<std::string> gaps() const;
+
+  // Throws OperationFailed if a file could not be read.
+  void throw_if_unreadable() const;
 
  private:
   struct Source {
@@ -49,13 +59,19 @@ class RecordedCalls {
     uint64_t offset_ns = 0;  // what makes a wall clock of the boot's monotonic clock
     std::optional<DecodedCall> head;
     bool gave_under_way = false;
+    bool unreadable = false;
   };
 
+  template <typename Step>
+  bool can_read(Step step);
   void identify(Source &source);
   void advance(size_t file);
   DecodedCall noted(size_t file, recording::Call &&call) const;
 
   UnderWay under_way_;
+  ReportUnreadable report_unreadable_;
+  size_t paths_;
+  size_t unreadable_ = 0;
   std::deque<Source> sources_;
   std::map<std::string, uint64_t> boots_;  // the offset of each boot of the machine
 };

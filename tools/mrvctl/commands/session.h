@@ -58,6 +58,7 @@ class Session {
   // Who asks from now on.
   void set_place(const std::string &file, int line);
   bool in_script() const { return line_ != 0; }
+  Place place() const { return {file_, line_}; }
   void set_command(const std::string &command) { command_ = command; }
   const std::string &command() const { return command_; }
   morvane::caller caller() const;

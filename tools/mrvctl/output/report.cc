@@ -14,6 +14,12 @@
 namespace mrvctl {
 namespace {
 
+constexpr char kClearScreen[] = "\033[H\033[J";
+
+std::string printable_lines(const std::string &text) {
+  return printable(text, "\n\t");
+}
+
 std::string object_line(const Json &object) {
   return object.dump() + "\n";
 }
@@ -62,27 +68,35 @@ void Report::print(const std::string &text) {
 }
 
 void Report::result(const Json &object, const std::string &text) {
-  std::fflush(stdout);  // what the library has printed stands before the result
-  if (json_ && json_suppressed_)
-    return;
-  print(json_ ? object_line(object) : text);
+  result(object, StyledText{json_ ? "" : printable_lines(text)});
+}
+
+void Report::result(const Json &object, const StyledText &text) {
+  std::fflush(stdout);  // what the library has printed comes before the result
+  if (!json_)
+    print((std::exchange(clear_screen_, false) ? kClearScreen : "") + text.text);
+  else if (!json_suppressed_)
+    print(object_line(object));
 }
 
 void Report::failure(const Place &place, const std::string &command_line, const Json &command,
                      const Json &error) {
-  std::fflush(stdout);
   if (json_)
     return print(failure_json(place, command, error));
   const std::string position =
       place.line > 0 ? place.file + ":" + std::to_string(place.line) + ": " : "";
-  std::fprintf(stderr, "%s%s: %s\n", position.c_str(), command_line.c_str(),
-               error.text_at("text").c_str());
+  print_error(position + command_line + ": " + error.text_at("text") + "\n");
 }
 
 bool Report::close() {
   if (std::fclose(out_) != 0)
     failed_ = true;
   return !failed_;
+}
+
+void print_error(const std::string &text) {
+  std::fflush(stdout);
+  std::fputs(printable_lines(text).c_str(), stderr);
 }
 
 Json error_json(const std::exception &error) {

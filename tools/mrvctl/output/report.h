@@ -18,6 +18,13 @@ struct Place {
   int line = 0;
 };
 
+// Text with the tool's own sequences for colours. Nothing in it comes from outside the tool.
+struct StyledText {
+  std::string text;
+};
+
+// Everything that the tool prints leaves through here, and text, but not JSON, is made printable:
+// arguments, files and recordings can contain sequences that control a terminal.
 class Report {
  public:
   // Keeps the process's standard output for results alone: what the library prints from now on goes
@@ -37,8 +44,12 @@ class Report {
   // Prints no objects, or prints them again; returns what was set before.
   bool suppress_json(bool suppress) { return std::exchange(json_suppressed_, suppress); }
 
+  // Clears the terminal, if there is one, before the next text.
+  void clear_screen() { clear_screen_ = on_terminal(); }
+
   // One command's result, in the form that was asked for.
   void result(const Json &object, const std::string &text);
+  void result(const Json &object, const StyledText &text);
 
   // One command's failure: on standard error behind its place, "FILE:LINE: " or nothing; an object
   // is a result like the others.
@@ -54,8 +65,12 @@ class Report {
   std::FILE *out_ = stdout;
   bool json_ = false;
   bool json_suppressed_ = false;
+  bool clear_screen_ = false;
   bool failed_ = false;
 };
+
+// Prints on standard error, after what the library has printed.
+void print_error(const std::string &text);
 
 // {"code":...,"name":...,"text":...}; the code is null if it was not the library that failed.
 Json error_json(const std::exception &error);

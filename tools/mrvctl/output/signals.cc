@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 
+#include "text/text.h"
 #include "text/times.h"
 
 namespace mrvctl {
@@ -95,7 +96,7 @@ void end_by_signal(int signal_number) {
 
 void set_exit_notice(const std::string &text) {
   std::string &next = notices[notice == notices.data() ? 1 : 0];
-  next = text.empty() ? "" : "mrvctl: " + text + "\n";
+  next = text.empty() ? "" : "mrvctl: " + printable(text) + "\n";
   notice = &next;
 }
 

@@ -1,6 +1,9 @@
 // Lines of text.
 #include "text/lines.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -13,6 +16,23 @@ constexpr const char kByteOrderMark[] = "\xEF\xBB\xBF";  // of UTF-8
 
 bool is_blank(char c) {
   return c == ' ' || c == '\t';
+}
+
+[[noreturn]] void refuse_file(const std::string &path, const char *why) {
+  throw UsageError("cannot open " + path + ": " + why);
+}
+
+// Does not wait for the writer of a FIFO to come, but later for what a writer that is there writes.
+int open_text(const std::string &path) {
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (file < 0 || fcntl(file, F_SETFL, 0) != 0)
+    refuse_file(path, std::strerror(errno));
+  return file;
+}
+
+bool is_fifo(int file) {
+  struct stat status = {};
+  return fstat(file, &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
 // Takes one word from `line`, `at` standing on its first character.
@@ -48,6 +68,13 @@ std::vector<std::string> split_words(const std::string &line) {
       return words;
     words.push_back(take_word(line, at));
   }
+}
+
+TextFile::TextFile(const std::string &path)
+    : std::istream(nullptr), buffer_(open_text(path), std::ios::in) {
+  rdbuf(&buffer_);
+  if (is_fifo(buffer_.fd()) && peek() == std::char_traits<char>::eof())
+    refuse_file(path, "a FIFO that no process writes to");
 }
 
 bool LineReader::next() {

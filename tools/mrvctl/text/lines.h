@@ -2,6 +2,8 @@
 #ifndef MRVCTL_LINES_H
 #define MRVCTL_LINES_H
 
+#include <ext/stdio_filebuf.h>
+
 #include <istream>
 #include <string>
 #include <vector>
@@ -12,6 +14,17 @@ namespace mrvctl {
 // quotes a backslash keeps the character behind it. A # at the beginning of a word starts a
 // comment. Throws UsageError where a quote is not closed.
 std::vector<std::string> split_words(const std::string &line);
+
+// A text file that is open for reading. A FIFO that no process writes to is refused: its writer may
+// never come.
+class TextFile : public std::istream {
+ public:
+  // Throws UsageError if the file cannot be opened.
+  explicit TextFile(const std::string &path);
+
+ private:
+  __gnu_cxx::stdio_filebuf<char> buffer_;
+};
 
 // Reads a text line by line and counts the lines. A byte-order mark at its beginning is none of it.
 class LineReader {

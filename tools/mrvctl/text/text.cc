@@ -26,6 +26,24 @@ size_t edit_distance(const std::string &from, const std::string &to) {
   return row.back();
 }
 
+// Bytes of the printable UTF-8 character at this place; 0 if there is none.
+size_t character_size(const std::string &text, size_t at) {
+  const auto byte = [&](size_t i) { return i < text.size() ? text[i] & 0xFFU : 0; };
+  const unsigned lead = byte(at);
+  if (lead < 0x80)
+    return lead >= ' ' && lead != 0x7F ? 1 : 0;
+  if (lead < 0xC2 || lead > 0xF4)
+    return 0;
+  // Lower second bytes: control characters after C2, longer forms of other characters after E0, F0.
+  const unsigned min_second = lead == 0xC2 || lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+  const size_t size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  for (size_t i = 1; i < size; ++i) {
+    if ((byte(at + i) & 0xC0) != 0x80)
+      return 0;
+  }
+  return byte(at + 1) >= min_second ? size : 0;
+}
+
 }  // namespace
 
 std::string format(const char *pattern, ...) {
@@ -57,10 +75,14 @@ std::string lower_case(std::string text) {
   return text;
 }
 
-std::string printable(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-  return text;
+std::string printable(const std::string &text, const std::string &kept) {
+  std::string safe;
+  for (size_t at = 0; at < text.size();) {
+    const size_t size = kept.find(text[at]) != std::string::npos ? 1 : character_size(text, at);
+    safe += size > 0 ? text.substr(at, size) : format("\\x%02x", text[at] & 0xFFU);
+    at += std::max<size_t>(size, 1);
+  }
+  return safe;
 }
 
 std::vector<std::string> split(const std::string &text, char separator) {

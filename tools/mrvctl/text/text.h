@@ -17,8 +17,9 @@ std::string count_text(uint64_t count, const char *one, const char *more);
 std::string upper_case(std::string text);
 std::string lower_case(std::string text);
 
-// A text that may hold anything, for a terminal: what is not printable is a question mark.
-std::string printable(std::string text);
+// A text that is safe on a terminal: control characters and bytes that are not UTF-8 become escapes
+// like \x1b, except the characters in `kept`.
+std::string printable(const std::string &text, const std::string &kept = "");
 
 // The parts of a text between separators, empty ones too.
 std::vector<std::string> split(const std::string &text, char separator);
