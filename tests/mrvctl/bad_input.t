@@ -9,8 +9,8 @@ A file that is not a recording hides no other file. It is reported, and the exit
   calls: cannot open missing: No such file or directory
   calls --last 1 junk.mrec bringup.mrec missing: 2 of 3 files could not be read
   [1]
-  $ cut -c 29-65 calls
-  PROCESS           DURATION  OPERATION
+  $ cut -c 29-64 calls
+  PROCESS           DURATION  OPERATIO
   mrvctl.20634         0.2us  read-run
   $ mrvctl --json calls --last 1 junk.mrec bringup.mrec | grep -o '"text":.*\|"operation":"[^"]*"'
   "text":"junk.mrec is no recording"}}
