@@ -16,10 +16,10 @@ A file that is not a recording hides no other file. It is reported, and the exit
   "text":"junk.mrec is no recording"}}
   "operation":"read-run"
   "text":"1 of 2 files could not be read"}}
-  $ mrvctl last-write HF.0 HF_DHS_POL[0] bringup.mrec junk.mrec
+  $ mrvctl last-write HF.0:HF_DHS_POL[0] bringup.mrec junk.mrec
   last-write: junk.mrec is no recording
-  HF.0 HF_DHS_POL [0].7 <- 0x00000001  * (glob)
-  last-write HF.0 HF_DHS_POL[0] bringup.mrec junk.mrec: 1 of 2 files could not be read
+  HF.0:HF_DHS_POL[0].7 <- 0x00000001  * (glob)
+  last-write HF.0:HF_DHS_POL[0] bringup.mrec junk.mrec: 1 of 2 files could not be read
   [1]
   $ mrvctl calls --summary junk.mrec junk.mrec
   calls: junk.mrec is no recording
@@ -57,7 +57,7 @@ A FIFO that no process writes to is refused. A pipe is read.
   calls fifo: fifo is no recording: it is not a regular file
   [1]
   $ echo 'from 0x10200000 on' | mrvctl annotate /dev/stdin
-  from 0x10200000 (HI.2 0) on
+  from 0x10200000 (HI.2:0) on
 
 Control characters and bytes that are not UTF-8 are printed as escapes. JSON contains them as they are.
 

@@ -105,7 +105,7 @@ A command line that is not understood:
   (mrvctl --help and mrvctl COMMAND --help say more)
   [2]
   $ mrvctl -f /no/such/file
-  /no/such/file: cannot open: No such file or directory
+  mrvctl: cannot open /no/such/file: No such file or directory
   [2]
   $ mrvctl -f /tmp
   /tmp: cannot read /tmp: Is a directory

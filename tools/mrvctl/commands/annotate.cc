@@ -55,6 +55,8 @@ void run_annotate(Session &session, const AnnotateArgs &args) {
     file.emplace(path);
   std::istream &input = file ? *file : std::cin;
   for (std::string line; std::getline(input, line);) {
+    if (!line.empty() && line.back() == '\r')
+      line.pop_back();
     const std::string text = annotated(line, index);
     session.report.result({{"command", "annotate"}, {"text", text}},
                           text + (input.eof() ? "" : "\n"));
@@ -75,8 +77,8 @@ void add_annotate_command(Parser &parser) {
        "Copy a trace log or other text, and add a register name after each address\n"
        "An address is 0x and exactly eight hexadecimal digits, without a letter, digit\n"
        "or underscore before or after it. It gets a name if it belongs to a register, a\n"
-       "table entry or a command. Control characters become escapes like \\x1b. Other\n"
-       "text is copied unchanged.\n"
+       "table entry or a command. Control characters become escapes like \\x1b, and\n"
+       "lines end with LF. Other text is copied unchanged.\n"
        "Example: grep rreg /tmp/kel_asic_log_812 | mrvctl annotate",
        Requires::kRegisterMap},
       describe_annotate, run_annotate);
