@@ -5,7 +5,7 @@ A file that is not a recording hides no other file. It is reported, and the exit
   $ cp "$TESTDIR/../../examples/recordings/bringup.mrec" .
   $ echo junk >junk.mrec
   $ mrvctl calls --last 1 junk.mrec bringup.mrec missing >calls
-  calls: junk.mrec is no recording
+  calls: junk.mrec is not a recording
   calls: cannot open missing: No such file or directory
   calls --last 1 junk.mrec bringup.mrec missing: 2 of 3 files could not be read
   [1]
@@ -13,17 +13,17 @@ A file that is not a recording hides no other file. It is reported, and the exit
   PROCESS           DURATION  OPERATIO
   mrvctl.20634         0.2us  read-run
   $ mrvctl --json calls --last 1 junk.mrec bringup.mrec | grep -o '"text":.*\|"operation":"[^"]*"'
-  "text":"junk.mrec is no recording"}}
+  "text":"junk.mrec is not a recording"}}
   "operation":"read-run"
   "text":"1 of 2 files could not be read"}}
   $ mrvctl last-write HF.0:HF_DHS_POL[0] bringup.mrec junk.mrec
-  last-write: junk.mrec is no recording
+  last-write: junk.mrec is not a recording
   HF.0:HF_DHS_POL[0].7 <- 0x00000001  * (glob)
   last-write HF.0:HF_DHS_POL[0] bringup.mrec junk.mrec: 1 of 2 files could not be read
   [1]
   $ mrvctl calls --summary junk.mrec junk.mrec
-  calls: junk.mrec is no recording
-  calls: junk.mrec is no recording
+  calls: junk.mrec is not a recording
+  calls: junk.mrec is not a recording
   calls --summary junk.mrec junk.mrec: 2 of 2 files could not be read
   [1]
 
@@ -54,7 +54,7 @@ A FIFO that no process writes to is refused. A pipe is read.
   annotate fifo: cannot open fifo: a FIFO that no process writes to
   [2]
   $ mrvctl calls fifo
-  calls fifo: fifo is no recording: it is not a regular file
+  calls fifo: fifo is not a recording: it is not a regular file
   [1]
   $ echo 'from 0x10200000 on' | mrvctl annotate /dev/stdin
   from 0x10200000 (HI.2:0) on
