@@ -67,11 +67,10 @@ bool RecordedCalls::can_read(Step step) {
     step();
     return true;
   } catch (const recording::Unreadable &error) {
-    const OperationFailed failure(error.what());
     if (paths_ == 1)
-      throw failure;
+      throw OperationFailed(error.what());
     ++unreadable_;
-    report_unreadable_(failure);
+    report_unreadable_(OperationFailed(error.what()));
     return false;
   }
 }

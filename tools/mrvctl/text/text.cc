@@ -26,9 +26,13 @@ size_t edit_distance(const std::string &from, const std::string &to) {
   return row.back();
 }
 
+unsigned byte_at(const std::string &text, size_t at) {
+  return static_cast<unsigned char>(text[at]);
+}
+
 // Bytes of the printable UTF-8 character at this place; 0 if there is none.
 size_t character_size(const std::string &text, size_t at) {
-  const auto byte = [&](size_t i) { return i < text.size() ? text[i] & 0xFFU : 0; };
+  const auto byte = [&](size_t i) { return i < text.size() ? byte_at(text, i) : 0U; };
   const unsigned lead = byte(at);
   if (lead < 0x80)
     return lead >= ' ' && lead != 0x7F ? 1 : 0;
@@ -79,7 +83,7 @@ std::string printable(const std::string &text, const std::string &kept) {
   std::string safe;
   for (size_t at = 0; at < text.size();) {
     const size_t size = kept.find(text[at]) != std::string::npos ? 1 : character_size(text, at);
-    safe += size > 0 ? text.substr(at, size) : format("\\x%02x", text[at] & 0xFFU);
+    safe += size > 0 ? text.substr(at, size) : format("\\x%02x", byte_at(text, at));
     at += std::max<size_t>(size, 1);
   }
   return safe;
