@@ -38,12 +38,11 @@ constexpr char kFooter[] =
     "failure.";
 
 void describe_options(Arguments &arguments, Options &options) {
-  arguments
-      .word("-f,--file", options.script,
-            "Run the commands of a script, one a line; - for standard input. It is read whole\n"
-            "and does not start unless every line is understood. At a terminal - runs each\n"
-            "line as it is typed, and goes on behind a failure")
-      .type_name("FILE");
+  arguments.word(
+      "-f,--file FILE", options.script,
+      "Run the commands of a script, one a line; - for standard input. It is read whole\n"
+      "and does not start unless every line is understood. At a terminal - runs each\n"
+      "line as it is typed, and goes on behind a failure");
   arguments.flag("--keep-going", options.keep_going,
                  "Go on behind a command of a script that failed");
   arguments.flag("--dry-run", options.dry_run,
@@ -51,18 +50,16 @@ void describe_options(Arguments &arguments, Options &options) {
   arguments.flag("--json", options.json, "Print results as JSON, one object a line");
   arguments.flag("--calls", options.calls,
                  "Show each service call, decoded, with its duration, on standard error");
-  arguments
-      .word("--platform", options.platform,
-            "Take the platform from this library; if left out, the one that the tool was built for")
-      .type_name("FILE");
-  arguments
-      .word("--switch", options.service,
-            "Work on the switch that morvaned serves at this address; if left out, on that of\n"
-            "MORVANE_SWITCH, or one of its own")
-      .type_name("PATH");
-  arguments.number<uint32_t>("--slot", options.slot, "Slot of the card; 0 if left out", 0, 255);
-  arguments.number<uint32_t>("--module", options.module, "Module; 0 if left out", 0, 3);
-  arguments.number<uint32_t>("--asic", options.asic, "ASIC number; 0 if left out", 0, 255);
+  arguments.word(
+      "--platform FILE", options.platform,
+      "Take the platform from this library; if left out, the one that the tool was built for");
+  arguments.word(
+      "--switch PATH", options.service,
+      "Work on the switch that morvaned serves at this address; if left out, on that of\n"
+      "MORVANE_SWITCH, or one of its own");
+  arguments.number<uint32_t>("--slot N", options.slot, "Slot of the card; 0 if left out", 0, 255);
+  arguments.number<uint32_t>("--module N", options.module, "Module; 0 if left out", 0, 3);
+  arguments.number<uint32_t>("--asic N", options.asic, "ASIC number; 0 if left out", 0, 255);
 }
 
 // What the command line has from the command on.

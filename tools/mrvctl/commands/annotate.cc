@@ -66,7 +66,7 @@ void run_annotate(Session &session, const AnnotateArgs &args) {
 }
 
 void describe_annotate(Arguments &arguments, AnnotateArgs &args) {
-  arguments.word("FILE", args.file, "A trace log or other text (default: standard input)");
+  arguments.word("[FILE]", args.file, "A trace log or other text (default: standard input)");
 }
 
 }  // namespace

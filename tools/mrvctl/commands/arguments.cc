@@ -62,34 +62,31 @@ std::string refusal_text(const CLI::App &app, const CLI::ParseError &error) {
   return unexpected ? "not expected: " + join(app.remaining(true), " ") : error.what();
 }
 
+// The name without the brackets of a word or the value of an option, as the parser is to see it.
+std::string bare_name(const std::string &name) {
+  return name[0] == '[' ? name.substr(1, name.size() - 2) : first_word(name);
+}
+
+void finish(CLI::Option *option, const std::string &name) {
+  const size_t blank = name.find(' ');
+  option->type_name(blank == std::string::npos ? "" : name.substr(blank + 1));
+  option->required(name[0] != '-' && name[0] != '[');
+}
+
 }  // namespace
 
-Argument &Argument::required() {
-  option_->required();
-  return *this;
+void Arguments::word(const std::string &name, std::string &value, const std::string &help) {
+  const auto parse = [name, &value](const std::string &text) {
+    if (text.empty() && name[0] == '-')  // most often an empty variable of a shell
+      throw UsageError("value must not be empty");
+    value = text;
+  };
+  option(name, parse, help);
 }
 
-Argument &Argument::type_name(const std::string &name) {
-  option_->type_name(name);
-  return *this;
-}
-
-Argument &Argument::excludes(const Argument &other) {
-  option_->excludes(other.option_);
-  return *this;
-}
-
-Argument Arguments::word(const std::string &name, std::string &value, const std::string &help) {
-  CLI::Option *const option = app_.add_option(name, value, help)->type_name("");
-  // An option that is given says something: most often a variable of a shell was empty.
-  if (name[0] == '-')
-    option->check([](const std::string &word) { return word.empty() ? "an empty value" : ""; });
-  return Argument(option);
-}
-
-Argument Arguments::words(const std::string &name, std::vector<std::string> &values,
-                          const std::string &help) {
-  return Argument(app_.add_option(name, values, help)->type_name(""));
+void Arguments::words(const std::string &name, std::vector<std::string> &values,
+                      const std::string &help) {
+  finish(app_.add_option(bare_name(name), values, help), name);
 }
 
 void Arguments::rest(const std::string &name, std::vector<std::string> &values) {
@@ -103,21 +100,26 @@ void Arguments::rest(const std::string &name, std::vector<std::string> &values) 
   });
 }
 
-Argument Arguments::flag(const std::string &name, bool &value, const std::string &help) {
-  return Argument(app_.add_flag(name, value, help));
+void Arguments::flag(const std::string &name, bool &value, const std::string &help) {
+  app_.add_flag(name, value, help);
 }
 
-Argument Arguments::taken(const std::string &name,
-                          const std::function<void(const std::string &)> &take,
-                          const std::string &help) {
-  const auto checked = [name, take](const std::string &text) {
+void Arguments::option(const std::string &name,
+                       const std::function<void(const std::string &)> &parse_fn,
+                       const std::string &help) {
+  const std::string bare = bare_name(name);
+  const auto parse = [bare, parse_fn](const std::string &text) {
     try {
-      take(text);
+      parse_fn(text);
     } catch (const UsageError &error) {
-      throw CLI::ValidationError(name, error.what());
+      throw CLI::ValidationError(bare.substr(bare.rfind(',') + 1), error.what());
     }
   };
-  return Argument(app_.add_option_function<std::string>(name, checked, help)->type_name(""));
+  finish(app_.add_option_function<std::string>(bare, parse, help), name);
+}
+
+void Arguments::require_option(const std::string &name) {
+  app_.get_option(name)->required();
 }
 
 size_t Arguments::count_positionals() const {

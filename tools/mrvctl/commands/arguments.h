@@ -4,7 +4,7 @@
 //     struct NodropArgs { uint32_t map = 0; };
 //
 //     void describe(Arguments &arguments, NodropArgs &args) {
-//       arguments.number<uint32_t>("MAP", args.map, "A bit a class", 0, 255).required();
+//       arguments.number("MAP", args.map, "One bit per class", 0U, 255U);
 //     }
 //
 //     parser.add<NodropArgs>({"nodrop", "Ports", "Set the no-drop class map"}, describe, run);
@@ -27,7 +27,6 @@
 
 namespace CLI {
 class App;
-class Option;
 }  // namespace CLI
 
 namespace mrvctl {
@@ -56,55 +55,40 @@ struct CommandText {
   Requires setup = Requires::kLibrary;
 };
 
-// One argument that is being described.
-class Argument {
- public:
-  explicit Argument(CLI::Option *option) : option_(option) {}
-  Argument &required();
-  Argument &type_name(const std::string &name);  // what the help calls the value of an option
-  Argument &excludes(const Argument &other);
-
- private:
-  CLI::Option *option_;
-};
-
-// Describes the arguments of one command. A name that begins with - is an option; any other is a
-// positional argument, in the order in which they are described. The values outlive the parser.
+// Describes the arguments of one command by names as the usage shows them: "--output FILE" is an
+// option with a value, "NAME" a required word, "[NAME]" one that may be missing. Words come in the
+// order in which they are described. The values outlive the parser.
 class Arguments {
  public:
   explicit Arguments(CLI::App &app) : app_(app) {}
 
-  // A word that stands for itself.
-  Argument word(const std::string &name, std::string &value, const std::string &help);
+  void word(const std::string &name, std::string &value, const std::string &help);
 
-  // All words from here on that are no options.
-  Argument words(const std::string &name, std::vector<std::string> &values,
-                 const std::string &help);
+  // All words from here on that are not options.
+  void words(const std::string &name, std::vector<std::string> &values, const std::string &help);
 
   // All words from here on, options too.
   void rest(const std::string &name, std::vector<std::string> &values);
 
-  Argument flag(const std::string &name, bool &value, const std::string &help);
-
-  // A word that a function takes, or refuses with a UsageError.
-  Argument taken(const std::string &name, const std::function<void(const std::string &)> &take,
-                 const std::string &help);
+  void flag(const std::string &name, bool &value, const std::string &help);
 
   // A word that a function reads, or refuses with a UsageError.
+  void option(const std::string &name, const std::function<void(const std::string &)> &parse_fn,
+              const std::string &help);
+
   template <typename T, typename Parse>
-  Argument parsed(const std::string &name, T &value, Parse parse, const std::string &help) {
-    return taken(
+  void parsed(const std::string &name, T &value, Parse parse, const std::string &help) {
+    option(
         name, [&value, parse](const std::string &text) { value = parse(text); }, help);
   }
 
   // A positional argument like HI.2:40 or hif:3, which is accepted as two words too if the first
   // may begin one: "HI.2 40". A command has one at most.
   template <typename T, typename Parse>
-  Argument reference(const std::string &name, T &value, Parse parse,
-                     bool (*may_begin)(const std::string &), const std::string &help) {
-    Argument argument = parsed(name, value, parse, help);
+  void reference(const std::string &name, T &value, Parse parse,
+                 bool (*may_begin)(const std::string &), const std::string &help) {
+    parsed(name, value, parse, help);
     reference_ = {count_positionals() - 1, may_begin};
-    return argument;
   }
 
   struct Reference {
@@ -113,18 +97,19 @@ class Arguments {
   };
   const Reference &reference() const { return reference_; }
 
-  // A number from low to high; the help says so.
-  template <typename T>
-  Argument number(const std::string &name, T &value, const std::string &help, T low = 0,
-                  T high = std::numeric_limits<T>::max()) {
+  // A number from low to high, which the help shows.
+  template <typename T = uint32_t, typename Value>
+  void number(const std::string &name, Value &value, const std::string &help, T low = 0,
+              T high = std::numeric_limits<T>::max()) {
     const auto parse = [low, high](const std::string &text) {
       return parse_number<T>(text, low, high);
     };
-    Argument argument =
-        parsed(name, value, parse,
-               help + " (" + std::to_string(low) + " to " + std::to_string(high) + ")");
-    return name[0] == '-' ? argument.type_name("N") : argument;
+    parsed(name, value, parse,
+           help + " (" + std::to_string(low) + " to " + std::to_string(high) + ")");
   }
+
+  // Makes an option that was described required.
+  void require_option(const std::string &name);
 
  private:
   size_t count_positionals() const;

@@ -178,21 +178,19 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
 }
 
 void describe_files(Arguments &arguments, std::vector<std::string> &files) {
-  arguments.words("FILE", files, "Recordings, of one or more processes").required();
+  arguments.words("FILE", files, "Recordings, of one or more processes");
 }
 
 void describe_calls(Arguments &arguments, CallsArgs &args) {
   describe_files(arguments, args.files);
   describe_choice(arguments, args.choice);
-  arguments.number<uint32_t>("--last", args.last, "Only the last N of these calls", 1);
+  arguments.number<uint32_t>("--last N", args.last, "Only the last N of these calls", 1);
   arguments.flag("--follow", args.follow, "Go on with the calls to come, until ^C");
   arguments.flag("--summary", args.summary,
                  "A table by operation: calls, failures, durations, the slowest with its caller");
-  arguments
-      .word("--pcap", args.pcap,
-            "Write the calls as packets to a new file, for Wireshark and tshark; there\n"
-            "morvane.lua shows them")
-      .type_name("OUT");
+  arguments.word("--pcap OUT", args.pcap,
+                 "Write the calls as packets to a new file, for Wireshark and tshark; there\n"
+                 "morvane.lua shows them");
 }
 
 void describe_last_write(Arguments &arguments, LastWriteArgs &args) {

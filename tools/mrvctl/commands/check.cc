@@ -196,38 +196,25 @@ void run_check(Session &session, const CheckArgs &args) {
 
 void describe_check(Arguments &arguments, CheckArgs &args) {
   CheckTarget &subject = args.subject;
-  arguments
-      .parsed("--read", subject.read, parse_checked_register,
-              "A register that may be read, like HI.2:40")
-      .type_name("REGISTER");
-  arguments
-      .parsed("--scratch", subject.scratch, parse_registers,
-              "Registers that may be written, best at least two with neighbouring addresses,\n"
-              "like HI.2:40..47")
-      .type_name("REGISTER,...");
-  arguments
-      .parsed("--scratch-table", subject.scratch_table, parse_table,
-              "A table whose entries may be written, like HF.0:HF_DHS_POL")
-      .type_name("REGISTER");
-  arguments
-      .parsed(
-          "--port", subject.port, [](const std::string &text) { return parse_port(text); },
-          "A port whose statistics may be cleared and whose link pause may be switched,\n"
-          "like hif:3")
-      .type_name("PORT");
+  arguments.parsed("--read REGISTER", subject.read, parse_checked_register,
+                   "A register that may be read, like HI.2:40");
+  arguments.parsed("--scratch REGISTER,...", subject.scratch, parse_registers,
+                   "Registers that may be written, best at least two with neighbouring addresses,\n"
+                   "like HI.2:40..47");
+  arguments.parsed("--scratch-table REGISTER", subject.scratch_table, parse_table,
+                   "A table whose entries may be written, like HF.0:HF_DHS_POL");
+  arguments.parsed(
+      "--port PORT", subject.port, [](const std::string &text) { return parse_port(text); },
+      "A port whose statistics may be cleared and whose link pause may be switched,\n"
+      "like hif:3");
   arguments.flag("--all-ports", subject.all_ports,
                  "The statistics and drop counters of every port may be cleared too");
-  arguments
-      .parsed(
-          "--sp-timer", subject.sp_timer,
-          [](const std::string &text) { return parse_number<uint16_t>(text); },
-          "The SP timer may be set to this, and stays so (0 to 65535)")
-      .type_name("TIME");
+  arguments.number<uint16_t>("--sp-timer TIME", subject.sp_timer,
+                             "The SP timer may be set to this, and stays so");
   arguments.flag("--faults", subject.faults, "Let calls fail, on a platform that can be told to");
-  arguments.number<uint32_t>("--time-limit", args.time_limit,
+  arguments.number<uint32_t>("--time-limit N", args.time_limit,
                              "Seconds that a check may take; 10 if left out", 1, 3600);
-  arguments.word("--junit", args.junit, "Write the results to this file as JUnit XML")
-      .type_name("FILE");
+  arguments.word("--junit FILE", args.junit, "Write the results to this file as JUnit XML");
 }
 
 }  // namespace

@@ -32,28 +32,24 @@ void add_commands(Parser &parser) {
 
 void describe_register(Arguments &arguments, RegisterReference &reference,
                        const std::string &forms) {
-  arguments
-      .reference("REGISTER", reference, parse_register_reference, is_block_instance,
-                 forms + "; names are in regs and dhs")
-      .required();
+  arguments.reference("REGISTER", reference, parse_register_reference, is_block_instance,
+                      forms + "; names are in regs and dhs");
 }
 
 void describe_port(Arguments &arguments, Port &port, uint32_t highest_type) {
   const auto parse = [highest_type](const std::string &text) {
     return parse_port(text, highest_type);
   };
-  arguments
-      .reference("PORT", port, parse, is_port_type,
-                 format("TYPE:NUMBER, like hif:3. TYPE is hif, nif, cif, bif or a number\n"
-                        "(0 to %u), NUMBER is 0 to 255",
-                        highest_type))
-      .required();
+  arguments.reference("PORT", port, parse, is_port_type,
+                      format("TYPE:NUMBER, like hif:3. TYPE is hif, nif, cif, bif or a number\n"
+                             "(0 to %u), NUMBER is 0 to 255",
+                             highest_type));
 }
 
 void describe_watch(Arguments &arguments, WatchArgs &args) {
   describe_interval(arguments, "--watch", args.interval,
                     "A live view, with so much time between two rounds");
-  arguments.number<uint32_t>("--count", args.rounds, "End the live view after so many rounds", 1);
+  arguments.number<uint32_t>("--count N", args.rounds, "End the live view after so many rounds", 1);
 }
 
 void check_watch(const WatchArgs &args) {
@@ -79,7 +75,7 @@ void describe_interval(Arguments &arguments, const std::string &name, double &se
   const auto parse = [](const std::string &text) {
     return parse_seconds(text, kShortestWait, kLongestWait);
   };
-  arguments.parsed(name, seconds, parse, help + " (0.1 to 3600)").type_name("SECONDS");
+  arguments.parsed(name + " SECONDS", seconds, parse, help + " (0.1 to 3600)");
 }
 
 void report_failure(Session &session, const OperationFailed &failure) {

@@ -29,7 +29,7 @@ void run_error(Session &session, const ErrorArgs &args) {
 }
 
 void describe_error(Arguments &arguments, ErrorArgs &args) {
-  arguments.parsed("CODE", args.code, parse_result,
+  arguments.parsed("[CODE]", args.code, parse_result,
                    "Number, name, or name of an error number, like 0x42230003 or ETIMEDOUT");
 }
 

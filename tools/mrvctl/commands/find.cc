@@ -133,10 +133,9 @@ void run_find(Session &session, const FindArgs &args) {
 }
 
 void describe_find(Arguments &arguments, FindArgs &args) {
-  arguments
-      .word("TEXT", args.text,
-            "Part of a name, in any case; an address; or a register, like HI.2:HI_DHS_LVIF[5]")
-      .required();
+  arguments.word(
+      "TEXT", args.text,
+      "Part of a name, in any case; an address; or a register, like HI.2:HI_DHS_LVIF[5]");
 }
 
 }  // namespace

@@ -80,7 +80,7 @@ void run_clear_drops(Session &session) {
 }
 
 void describe_pause(Arguments &arguments, PauseArgs &args) {
-  arguments.word("STATE", args.state, "on or off").required();
+  arguments.word("STATE", args.state, "on or off");
   describe_port(arguments, args.port, 255);
 }
 
@@ -89,12 +89,11 @@ void describe_sfp(Arguments &arguments, Port &port) {
 }
 
 void describe_map(Arguments &arguments, NumberArgs &args) {
-  arguments.number<uint32_t>("MAP", args.number, "A bit a class", 0, 255).required();
+  arguments.number<uint32_t>("MAP", args.number, "A bit a class", 0, 255);
 }
 
 void describe_timer(Arguments &arguments, NumberArgs &args) {
-  arguments.number<uint32_t>("TIME", args.number, "Time in the service's unit", 0, UINT16_MAX)
-      .required();
+  arguments.number<uint32_t>("TIME", args.number, "Time in the service's unit", 0, UINT16_MAX);
 }
 
 }  // namespace

@@ -8,17 +8,25 @@
 namespace mrvctl {
 namespace {
 
-constexpr uint32_t kHighestInMap = 30;
+constexpr uint32_t kMaxInMap = 30;
 
 struct ProgramArgs {
   std::string path;
-  std::optional<std::vector<uint32_t>> asics;
+  std::optional<uint32_t> asic;
+  std::vector<uint32_t> asics;
 };
+
+void check_program(ProgramArgs &args) {
+  if (args.asic && !args.asics.empty())
+    throw UsageError("--asic and --asics exclude each other");
+  if (args.asic)
+    args.asics = {*args.asic};
+}
 
 std::vector<uint32_t> parse_asics(const std::string &text) {
   std::vector<uint32_t> asics;
   for (const std::string &part : split(text, ','))
-    asics.push_back(parse_number<uint32_t>(part, 0, kHighestInMap));
+    asics.push_back(parse_number<uint32_t>(part, 0, kMaxInMap));
   std::sort(asics.begin(), asics.end());
   asics.erase(std::unique(asics.begin(), asics.end()), asics.end());
   return asics;
@@ -61,8 +69,7 @@ std::string failed_step_text(const Program &program, uint64_t calls, size_t asic
 void run_program(Session &session, const ProgramArgs &args) {
   const Program program = read_program(session.resolve(args.path));
   const std::vector<kel_asic_pgm_t> &steps = program.steps;
-  const std::vector<uint32_t> asics =
-      args.asics ? *args.asics : parse_asics(std::to_string(session.asic));
+  const std::vector<uint32_t> asics = args.asics.empty() ? std::vector{session.asic} : args.asics;
   std::vector<std::string> existing, missing;
   for (const uint32_t asic : asics) {
     const bool exists = asic <= session.map().limits().max_asic;
@@ -96,20 +103,10 @@ void run_program(Session &session, const ProgramArgs &args) {
 }
 
 void describe_program(Arguments &arguments, ProgramArgs &args) {
-  const auto parse_one = [](const std::string &text) {
-    return std::vector<uint32_t>{parse_number<uint32_t>(text, 0, kHighestInMap)};
-  };
-  arguments.word("FILE", args.path, "File with the steps; in a script, beside the script")
-      .required();
-  const Argument one = arguments
-                           .parsed("--asic", args.asics, parse_one,
-                                   format("Run it on this ASIC (0 to %u)", kHighestInMap))
-                           .type_name("N");
-  arguments
-      .parsed("--asics", args.asics, parse_asics,
-              format("Run it on these ASICs (0 to %u each)", kHighestInMap))
-      .type_name("N,...")
-      .excludes(one);
+  arguments.word("FILE", args.path, "File with the steps; in a script, beside the script");
+  arguments.number("--asic N", args.asic, "Run it on this ASIC", 0U, kMaxInMap);
+  arguments.parsed("--asics N,...", args.asics, parse_asics,
+                   format("Run it on these ASICs (0 to %u each)", kMaxInMap));
 }
 
 }  // namespace
@@ -122,7 +119,7 @@ void add_program_commands(Parser &parser) {
        "written. # starts a comment, and - is standard input. Inside a transaction the writes are\n"
        "queued. ASICs that do not exist are passed over; where none does, and where a step names\n"
        "no register, the program does not start."},
-      describe_program, run_program);
+      describe_program, check_program, run_program);
 }
 
 }  // namespace mrvctl

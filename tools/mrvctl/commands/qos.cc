@@ -81,7 +81,7 @@ void run_clear_all(Session &session, const ShowArgs &args) {
 }
 
 void describe_options(Arguments &arguments, ShowArgs &args) {
-  arguments.number("--opts", args.opts, "Options that are passed to the service");
+  arguments.number("--opts N", args.opts, "Options that are passed to the service");
 }
 
 void describe_port_and_options(Arguments &arguments, ShowArgs &args) {

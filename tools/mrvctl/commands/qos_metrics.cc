@@ -76,14 +76,12 @@ void run_metrics(Session &session, const MetricsArgs &args) {
 }
 
 void describe_metrics(Arguments &arguments, MetricsArgs &args) {
-  arguments.words("PORTS", args.words,
+  arguments.words("[PORTS]", args.words,
                   "Ports, like hif:3, or hif for all ports of a type (default: all ports)");
-  arguments
-      .word("--output", args.output,
-            "Replace this file when all is read, and keep it where the service fails")
-      .type_name("FILE");
+  arguments.word("--output FILE", args.output,
+                 "Replace this file when all is read, and keep it where the service fails");
   arguments.flag("--nonzero", args.nonzero, "Leave out the cells of the drop grids that are zero");
-  arguments.number("--opts", args.opts, "Options that are passed to the service");
+  arguments.number("--opts N", args.opts, "Options that are passed to the service");
 }
 
 }  // namespace

@@ -192,14 +192,12 @@ void run_top(Session &session, const TopArgs &args) {
 }
 
 void describe_top(Arguments &arguments, TopArgs &args) {
-  arguments
-      .parsed("--sort", args.sort_key, parse_sort_key,
-              "What comes first: drops (if left out), pause or writes")
-      .type_name("WHAT");
+  arguments.parsed("--sort WHAT", args.sort_key, parse_sort_key,
+                   "What comes first: drops (if left out), pause or writes");
   describe_interval(arguments, "--interval", args.interval,
                     "Time between two paints; 1 if left out");
   arguments.flag("--once", args.once, "Print the rates of one interval as lines, and end");
-  arguments.number("--opts", args.opts, "Options that are passed to the service");
+  arguments.number("--opts N", args.opts, "Options that are passed to the service");
 }
 
 }  // namespace

@@ -25,17 +25,12 @@ struct RecordArgs {
 };
 
 void describe_record(Arguments &arguments, RecordArgs &args) {
-  arguments.word("DIR", args.directory, "Where the recordings go; it must be there").required();
-  arguments
-      .parsed(
-          "--size", args.size,
-          [](const std::string &text) {
-            return parse_number<uint32_t>(text, MREC_RING_MIN, MREC_RING_MAX);
-          },
-          format("Bytes of calls that each process keeps (%u to %u); %u if left out", MREC_RING_MIN,
-                 MREC_RING_MAX, MREC_RING_DEFAULT))
-      .type_name("N");
-  arguments.words("PROGRAM", args.program, "It and its arguments").required();
+  arguments.word("DIR", args.directory, "Where the recordings go; it must be there");
+  arguments.number<uint32_t>(
+      "--size N", args.size,
+      format("Bytes of calls that each process keeps; %u if left out", MREC_RING_DEFAULT),
+      MREC_RING_MIN, MREC_RING_MAX);
+  arguments.words("PROGRAM", args.program, "It and its arguments");
 }
 
 // The program may change its folder before it is recorded.

@@ -25,25 +25,21 @@ void describe_choice(Arguments &arguments, CallChoice &choice) {
   const auto parse_microseconds = [](const std::string &text) {
     return std::make_optional(parse_number<uint32_t>(text) * uint64_t{1000});
   };
-  arguments
-      .parsed("--register", choice.reg, parse_reg,
-              "Only calls that touch this register, table entry, or block instance: HI.2:40,\n"
-              "HI.2:HI_DHS_LVIF[5], HI.2")
-      .type_name("REGISTER");
+  arguments.parsed("--register REGISTER", choice.reg, parse_reg,
+                   "Only calls that touch this register, table entry, or block instance: HI.2:40,\n"
+                   "HI.2:HI_DHS_LVIF[5], HI.2");
   arguments.flag("--writes", choice.writes, "Only calls that change something");
   arguments.flag("--failed", choice.failed, "Only calls that failed");
-  arguments.parsed("--slower", choice.slower_ns, parse_microseconds, "Only calls that took longer")
-      .type_name("MICROSECONDS");
-  arguments
-      .word("--caller", choice.caller, "Only calls whose caller's function, or file:line, has TEXT")
-      .type_name("TEXT");
-  arguments
-      .parsed("--since", choice.since_ns, parse_moment,
-              "Only calls that began at TIME or later: 2026-11-25 03:00, 03:00 today, -10m, or\n"
-              "@SECONDS since 1970")
-      .type_name("TIME");
-  arguments.parsed("--until", choice.until_ns, parse_moment, "Only calls that began before TIME")
-      .type_name("TIME");
+  arguments.parsed("--slower MICROSECONDS", choice.slower_ns, parse_microseconds,
+                   "Only calls that took longer");
+  arguments.word("--caller TEXT", choice.caller,
+                 "Only calls whose caller's function, or file:line, has TEXT");
+  arguments.parsed(
+      "--since TIME", choice.since_ns, parse_moment,
+      "Only calls that began at TIME or later: 2026-11-25 03:00, 03:00 today, -10m, or\n"
+      "@SECONDS since 1970");
+  arguments.parsed("--until TIME", choice.until_ns, parse_moment,
+                   "Only calls that began before TIME");
 }
 
 RecordedCalls::RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way,

@@ -37,13 +37,8 @@ void run_info(Session &session) {
 }
 
 struct RegsArgs {
-  std::string name;
   kel_asic_blk_t block = {};
 };
-
-void check_block(RegsArgs &args) {
-  args.block = parse_block(args.name);
-}
 
 void run_regs(Session &session, const RegsArgs &args) {
   const kel_asic_block_t &info = kel_asic_blocks[args.block];
@@ -231,35 +226,28 @@ void run_write_field(Session &session, const WriteArgs &args) {
 }
 
 void describe_block(Arguments &arguments, RegsArgs &args) {
-  arguments.word("BLOCK", args.name, "Block, like HI").required();
+  arguments.parsed("BLOCK", args.block, parse_block, "Block, like HI");
 }
 
 void describe_read(Arguments &arguments, ReadArgs &args) {
   describe_register(arguments, args.reference,
                     "HI.2:40, HI.2:40..47, or HI.*:40 for all instances");
-  const auto parse_count = [](const std::string &text) {
-    return parse_number<uint32_t>(text, 0, kMaxBlockWords);
-  };
-  arguments.parsed("COUNT", args.count, parse_count,
-                   format("Number of registers, in place of a range (0 to %u)", kMaxBlockWords));
-  arguments
-      .parsed("--expect", args.expected, parse_words,
-              "Fail unless these are the values read (0 to 0xFFFFFFFF each)")
-      .type_name("VALUE,...");
+  arguments.number("[COUNT]", args.count, "Number of registers, in place of a range", 0U,
+                   kMaxBlockWords);
+  arguments.parsed("--expect VALUE,...", args.expected, parse_words,
+                   "Fail unless these are the values read (0 to 0xFFFFFFFF each)");
 }
 
 void describe_target(Arguments &arguments, WriteArgs &args) {
   const auto parse_place = [](const std::string &text) { return text; };
-  arguments
-      .reference("REGISTER", args.place, parse_place, is_block_instance,
-                 "HI.2:40; names are in regs")
-      .required();
+  arguments.reference("REGISTER", args.place, parse_place, is_block_instance,
+                      "HI.2:40; names are in regs");
   arguments.flag("--raw", args.raw,
                  "REGISTER is an address, which is not checked, or a command address");
 }
 
 void describe_word(Arguments &arguments, const std::string &name, uint32_t &value) {
-  arguments.parsed(name, value, parse_word, "0 to 0xFFFFFFFF").required();
+  arguments.parsed(name, value, parse_word, "0 to 0xFFFFFFFF");
 }
 
 void describe_write(Arguments &arguments, WriteArgs &args) {
@@ -281,7 +269,7 @@ void add_register_commands(Parser &parser) {
       run_info);
   parser.add<RegsArgs>(
       {"regs", "Registers", "List the registers of a block that have a name", Requires::kNone},
-      describe_block, check_block, run_regs);
+      describe_block, run_regs);
   parser.add<ReadArgs>(
       {"read", "Registers",
        "Read a register, or a run of registers\n"

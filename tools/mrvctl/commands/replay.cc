@@ -223,19 +223,15 @@ bool parse_ignored(const std::string &text) {
 }
 
 void describe_replay(Arguments &arguments, ReplayArgs &args) {
-  arguments.word("FILE", args.file, "The recording of one process").required();
+  arguments.word("FILE", args.file, "The recording of one process");
   arguments.flag(
       "--check", args.check,
       "Compare results and answers with those recorded, show the first differences, and\n"
       "fail if there are any");
-  arguments
-      .parsed("--speed", args.at_recorded_speed, parse_speed,
-              "RECORDED, with the pauses between the calls, or FAST (if left out)")
-      .type_name("SPEED");
-  arguments
-      .parsed("--ignore", args.ignore_qos, parse_ignored,
-              "qos: do not compare statistics, which traffic changes")
-      .type_name("WHAT");
+  arguments.parsed("--speed SPEED", args.at_recorded_speed, parse_speed,
+                   "RECORDED, with the pauses between the calls, or FAST (if left out)");
+  arguments.parsed("--ignore WHAT", args.ignore_qos, parse_ignored,
+                   "qos: do not compare statistics, which traffic changes");
 }
 
 }  // namespace

@@ -19,14 +19,8 @@ constexpr uint32_t kEntriesPerCall = 256;
 constexpr uint32_t kAnyIndex = UINT32_MAX;
 
 struct TablesArgs {
-  std::string name;
   std::optional<kel_asic_blk_t> block;
 };
-
-void check_block(TablesArgs &args) {
-  if (!args.name.empty())
-    args.block = parse_block(args.name);
-}
 
 void run_tables(Session &session, const TablesArgs &args) {
   Listing tables({{"number", "number", Align::kRight},
@@ -221,33 +215,28 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
 }
 
 void describe_tables(Arguments &arguments, TablesArgs &args) {
-  arguments.word("BLOCK", args.name, "Only those of this block");
+  arguments.parsed("[BLOCK]", args.block, parse_block, "Only those of this block");
 }
 
 void describe_table_read(Arguments &arguments, TableReadArgs &args) {
   describe_register(arguments, args.reference,
                     "HI.2:HI_DHS_LVIF[5], [0..3] for several entries, or no brackets for all");
-  const auto parse_index = [](const std::string &text) { return parse_number(text); };
-  arguments.parsed("INDEX", args.index, parse_index, "First entry, in place of the brackets");
-  arguments.number("COUNT", args.count,
+  arguments.number("[INDEX]", args.index, "First entry, in place of the brackets");
+  arguments.number("[COUNT]", args.count,
                    "Number of entries from INDEX, and at most as many words (default: 1)", 1U,
                    kMaxBlockWords);
   arguments.flag("--addresses", args.addresses, "Show the address of each entry");
-  arguments
-      .word("--expect-from", args.expected_path,
-            "Fail unless these entries are read; COUNT is then their number")
-      .type_name("FILE");
+  arguments.word("--expect-from FILE", args.expected_path,
+                 "Fail unless these entries are read; COUNT is then their number");
 }
 
 void describe_table_write(Arguments &arguments, TableWriteArgs &args) {
   describe_register(arguments, args.reference, "The first entry, HI.2:HI_DHS_LVIF[5]");
-  arguments.words("WORDS", args.words,
+  arguments.words("[WORDS]", args.words,
                   "Words of one or more entries (0 to 0xFFFFFFFF each); without brackets the index "
                   "comes first");
-  arguments
-      .word("--from", args.path,
-            "Take the entries from a file; in a script, beside it; - for standard input")
-      .type_name("FILE");
+  arguments.word("--from FILE", args.path,
+                 "Take the entries from a file; in a script, beside it; - for standard input");
 }
 
 }  // namespace
@@ -259,7 +248,7 @@ void add_table_commands(Parser &parser) {
        "Entry sizes and index ranges are those that the library checks; no register is\n"
        "touched.",
        Requires::kRegisterMap},
-      describe_tables, check_block, run_tables);
+      describe_tables, run_tables);
   parser.add<TableReadArgs>(
       {"dhs-read", "Tables",
        "Read entries of a table register\n"

@@ -48,7 +48,7 @@ void run_commit(Session &session) {
 }
 
 void describe_begin(Arguments &arguments, BeginArgs &args) {
-  arguments.word("NAME", args.name, "Name of the transaction, 31 characters of it").required();
+  arguments.word("NAME", args.name, "Name of the transaction, 31 characters of it");
   arguments.flag("--reorder", args.reorder, "Let the service reorder the writes");
 }
 

@@ -123,29 +123,28 @@ void describe_fail(Arguments &arguments, NumberArgs &args) {
   const auto parse = [](const std::string &text) {
     return static_cast<uint32_t>(parse_errno(text));
   };
-  arguments.parsed("ERRNO", args.number, parse, "Name, like ETIMEDOUT, or number (1 to 4095)")
-      .required();
+  arguments.parsed("ERRNO", args.number, parse, "Name, like ETIMEDOUT, or number (1 to 4095)");
 }
 
 void describe_delay(Arguments &arguments, DelayArgs &args) {
-  arguments
-      .number<uint32_t>("MILLISECONDS", args.milliseconds, "How much longer a call takes", 0,
-                        kLongestDelay)
-      .required();
-  arguments.number<uint32_t>("CALLS", args.calls, "Of so many calls; 1 if left out");
+  arguments.number<uint32_t>("MILLISECONDS", args.milliseconds, "How much longer a call takes", 0,
+                             kLongestDelay);
+  arguments.number<uint32_t>("[CALLS]", args.calls, "Of so many calls; 1 if left out");
 }
 
 void describe_card(Arguments &arguments, NumberArgs &args) {
-  arguments.number<uint32_t>("ID", args.number, "Identifier", 0, UINT16_MAX).required();
+  arguments.number<uint32_t>("ID", args.number, "Identifier", 0, UINT16_MAX);
 }
 
 void describe_traffic(Arguments &arguments, TrafficArgs &args) {
   describe_port(arguments, args.port, UINT32_MAX);
-  arguments.number<uint32_t>("--class", args.traffic_class, "Traffic class", 0, 7).required();
-  arguments.number<uint64_t>("--frames", args.frames, "Frames that arrive").required();
-  arguments.number<uint64_t>("--excess", args.excess,
+  arguments.number<uint32_t>("--class N", args.traffic_class, "Traffic class", 0, 7);
+  arguments.require_option("--class");
+  arguments.number<uint64_t>("--frames N", args.frames, "Frames that arrive");
+  arguments.require_option("--frames");
+  arguments.number<uint64_t>("--excess N", args.excess,
                              "How many of them find the queue full; at most all");
-  arguments.word("--direction", args.direction, "n2h (if left out) or h2n").type_name("DIRECTION");
+  arguments.word("--direction DIRECTION", args.direction, "n2h (if left out) or h2n");
 }
 
 }  // namespace
