@@ -17,7 +17,7 @@ class Runner {
   bool failed() const { return status_ != Status::kDone; }
   int status() const { return static_cast<int>(status_); }
 
-  // Runs one step; a message shows its place and `shown`, which the step may improve. False if the
+  // Runs one step; a message shows its place and `shown`, which the step may change. False if the
   // step failed.
   bool run(const Place &place, const std::string &shown, const std::function<void()> &step);
 

@@ -56,8 +56,8 @@ void run_expect_fail(Session &session, const ExpectFailArgs &args) {
       "failed as expected: " + join(args.words, " ") + ": " + failure->what() + "\n");
 }
 
-// The command of the line where the reader stands, which has no run where the line has none; false
-// if it cannot be understood.
+// Parses the reader's current line; its command has no run if the line has none. False if it is
+// not a valid command.
 bool parse_line(Runner &runner, Parser &parser, Session &session, const LineReader &reader,
                 const std::string &name, ScriptLine &line) {
   line = {reader.number(), reader.line(), {}};

@@ -24,17 +24,18 @@ struct Script {
   std::vector<ScriptLine> lines;
 };
 
-// Whether a person types the script: each line runs as it comes.
+// Whether a person types the script: each line runs as it is entered.
 bool is_typed(const std::string &path);
 
-// Reads a script, "-" for standard input, and parses it whole. Every line that cannot be understood
-// is reported. Commands look for their files beside the script from now on.
+// Reads and parses a script; "-" is standard input. Every invalid line is reported. From now on
+// relative paths in commands start at the script's directory.
 Script read_script(Runner &runner, Parser &parser, Session &session, const std::string &path);
 
 // Runs the lines in order, up to the first that fails, or all of them.
 void run_script(Runner &runner, Session &session, const Script &script, bool keep_going);
 
-// Reads lines from standard input and runs each before the next is read; a failure ends nothing.
+// Reads lines from standard input and runs each before the next is read; a failure does not end the
+// session.
 void run_typed_lines(Runner &runner, Parser &parser, Session &session);
 
 }  // namespace mrvctl

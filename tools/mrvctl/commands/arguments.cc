@@ -266,8 +266,8 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
   const auto is_named = [&](const Definition &definition) {
     return std::find(argv, argv + argc, first_word(definition.text.name)) != argv + argc;
   };
-  // To describe all commands takes longer than most of them run; who asks for help, gives no
-  // command or is refused is told of all.
+  // Describing all commands takes longer than most of them run. Only help, an error and a missing
+  // command need them all.
   const std::vector<std::string> words(argv + 1, argv + argc);
   whole_ = build_app(line, is_named);
   try {

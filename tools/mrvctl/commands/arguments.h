@@ -9,7 +9,7 @@
 //
 //     parser.add<NodropArgs>({"nodrop", "Ports", "Set the no-drop class map"}, describe, run);
 //
-// The parser behind it is known to arguments.cc alone: its headers take longer to compile than all
+// Only arguments.cc includes the parser library: its headers take longer to compile than all
 // commands together.
 #ifndef MRVCTL_ARGUMENTS_H
 #define MRVCTL_ARGUMENTS_H
@@ -35,8 +35,8 @@ class Session;  // what a command acts in; nothing here looks inside
 
 struct NoArgs {};
 
-// What has to be there before a command runs: the library initialised for the card; the platform
-// alone; of it the register map alone, which is there also while no service is; or nothing.
+// What a command requires: the library initialised for the card; only the platform; only its
+// register map, which exists also without a service; or nothing.
 enum class Requires { kLibrary, kPlatform, kRegisterMap, kNone };
 
 // A command that was parsed.
@@ -50,7 +50,7 @@ struct Command {
 // A command of the tool, as its help shows it.
 struct CommandText {
   std::string name;   // all its words, as in "qos show"
-  std::string group;  // the heading that it stands under
+  std::string group;  // the heading above it
   std::string help;   // the first line is for the list of commands, all of it for its own help
   Requires setup = Requires::kLibrary;
 };
@@ -135,7 +135,7 @@ class ArgumentsRefused : public UsageError {
   std::string command_;
 };
 
-// What the command line of the tool has beside commands.
+// What the command line of the tool has in addition to commands.
 struct CommandLine {
   std::function<void(Arguments &)> describe_options;
   std::string description;
@@ -150,12 +150,12 @@ class Parser {
   Parser(const Parser &) = delete;
   Parser &operator=(const Parser &) = delete;
 
-  // Adds a word that stands before several commands, like qos.
+  // Adds a word that comes before several commands, like qos.
   void add_prefix(const CommandText &text);
 
   // describe(Arguments &, Args &), check(Args &) and run(Session &, const Args &). The check sees
   // all arguments together, makes of them what run needs, and throws UsageError: what it finds
-  // wrong in a line keeps the whole script from running.
+  // wrong in a line keeps the script from running.
   template <typename Args, typename Describe, typename Check, typename Run>
   void add(const CommandText &text, Describe describe, Check check, Run run) {
     add_definition({text, [text, describe, check, run](Arguments &arguments) -> Attached {
@@ -190,15 +190,14 @@ class Parser {
   Command parse(const std::vector<std::string> &words);
 
   // Parses the command line of the tool: options, and perhaps a command, which is not checked and
-  // has no run where there is none. Throws HelpRequested and ArgumentsRefused.
+  // has no run if there is none. Throws HelpRequested and ArgumentsRefused.
   Command parse_command_line(int argc, char **argv, const CommandLine &line);
 
-  // The help of the whole tool, once its command line was parsed.
+  // The help of the tool, once its command line was parsed.
   std::string help() const;
 
  private:
-  // What a description leaves behind: how to forget the arguments of the last parse, and how to
-  // take those of this one.
+  // How to reset the arguments of the last parse, and how to get the command of this one.
   struct Attached {
     std::function<void()> reset;
     std::function<Command()> take;

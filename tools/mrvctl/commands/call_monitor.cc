@@ -1,4 +1,4 @@
-// What the tool itself wants to know of the service calls that its commands come to.
+// What the tool monitors of the service calls of its commands.
 #include "commands/call_monitor.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// What the tool itself wants to know of the service calls that its commands come to.
+// What the tool monitors of the service calls of its commands.
 #ifndef MRVCTL_SENT_CALLS_H
 #define MRVCTL_SENT_CALLS_H
 
@@ -11,17 +11,17 @@ namespace mrvctl {
 void watch_calls(bool show);
 
 // Throws OperationFailed if a transaction that was sent since the last check has failed, which the
-// library tells nobody.
+// library reports to no caller.
 void throw_if_lost();
 
-// Whatever has failed so far is no failure of the command to come.
+// Forgets failures so far, which are not failures of the next command.
 void clear_lost();
 
 // How many calls there were so far.
 uint64_t calls_so_far();
 
 // How many words the service answered to the last read of a run, at most `wanted`. The library
-// copies that many and does not tell.
+// copies that many and does not report it.
 size_t answered_words(size_t wanted);
 
 }  // namespace mrvctl

@@ -66,7 +66,7 @@ void report_failure(Session &session, const OperationFailed &failure);
 // Prints on standard error, and as JSON, what a command could not read of recordings.
 void report_gaps(Session &session, const std::vector<std::string> &gaps);
 
-// "written", or "queued" where a transaction is open.
+// "written", or "queued" if a transaction is open.
 const char *write_status(const Session &session);
 
 }  // namespace mrvctl

@@ -43,7 +43,7 @@ void with_reader(const std::string &path, const std::function<void(LineReader &)
   read(reader);
 }
 
-// Standard input has no name that tells: there a comma does.
+// Standard input has no file name: a comma decides.
 bool is_csv(const std::string &path, const std::string &line) {
   if (path == kStandardInput)
     return line.find(',') != std::string::npos;

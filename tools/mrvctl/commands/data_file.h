@@ -16,7 +16,7 @@ namespace mrvctl {
 // line, unless each line has `entry_size` words.
 std::vector<uint32_t> read_entries(const std::string &path, uint32_t entry_size);
 
-// A register program, and where each of its steps stands: "FILE:LINE: ".
+// A register program, and the place of each step: "FILE:LINE: ".
 struct Program {
   std::vector<kel_asic_pgm_t> steps;
   std::vector<std::string> positions;

@@ -100,7 +100,7 @@ class Top {
   bool follows_first_ = true;  // the chosen row is the first, whichever port that is
 };
 
-// False where the key quits.
+// False if the key quits.
 bool press(Top &top, int key) {
   switch (key) {
     case 'q':

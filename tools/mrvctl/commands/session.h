@@ -14,25 +14,25 @@
 
 namespace mrvctl {
 
-// The write transaction as far as the tool's own commands have moved it: the library has no
-// operation that tells.
+// The write transaction as the tool's own commands have changed it: the library has no operation
+// that shows it.
 class Transaction {
  public:
   bool open() const { return open_; }
   const std::string &name() const { return name_; }
   uint64_t pending() const { return pending_; }
-  // Whether a read has sent what was there before.
+  // Whether a read has sent the writes before it.
   bool interrupted() const;
   // "3 writes", of those that wait for the commit.
   std::string pending_text() const;
-  // What is lost where the transaction, which is open, is never committed.
+  // What is lost if the open transaction is never committed.
   std::string loss_text() const;
 
   void start(const std::string &name);
   void close();
-  // Writes were added to it, where it is open; a full transaction was sent and continued.
+  // Adds writes if it is open; a full transaction was sent and continued.
   void add(uint64_t writes);
-  // Writes were added, nobody can tell how many.
+  // Adds an unknown number of writes.
   void add_some();
   // A read, refused by the library or not: one that was not refused sent the transaction first.
   void after_read(syserr_t result);
@@ -55,7 +55,7 @@ class Session {
   // Sets up the library for the slot. Throws OperationFailed.
   void initialise();
 
-  // Who asks from now on.
+  // The caller from now on.
   void set_place(const std::string &file, int line);
   bool in_script() const { return line_ != 0; }
   Place place() const { return {file_, line_}; }
@@ -68,7 +68,7 @@ class Session {
   morvane::asic_reg at(const Register &reg) const;
   morvane::port port(const Port &port) const;
 
-  // Path of a file that a command names: relative to the script's own folder; "-" is none.
+  // Path of a file that a command names, relative to the script's directory; "-" stays.
   std::string resolve(const std::string &path) const;
 
   const RegisterMap &map();
@@ -88,7 +88,7 @@ class Session {
   Transaction transaction;
 
  private:
-  // Why the ASIC does not exist; empty where it does.
+  // Why the ASIC does not exist; empty if it does.
   std::string place_hint();
 
   std::string file_ = "mrvctl";

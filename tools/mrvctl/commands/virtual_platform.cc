@@ -1,5 +1,4 @@
-// fail, delay, card, traffic and state: the controls of the virtual platform, where that is the
-// platform.
+// fail, delay, card, traffic and state: the controls of the virtual platform.
 #include "virtual_platform.h"
 
 #include <cerrno>

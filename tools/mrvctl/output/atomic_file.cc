@@ -18,7 +18,7 @@ namespace {
   throw OperationFailed(path + ": " + what);
 }
 
-// Whether the whole text stands in the file, for everybody to read as far as the umask lets.
+// Writes the text, with the permissions that the umask allows; false if it is not complete.
 bool fill(int file, const std::string &text) {
   const mode_t mask = umask(0);
   umask(mask);

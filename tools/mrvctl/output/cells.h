@@ -10,7 +10,7 @@ namespace mrvctl {
 // What a counter counts: drops are shaded by how many they are.
 enum class Counts { kFrames, kDrops };
 
-// The text of a number, right-aligned; with colours dimmed where the number is zero.
+// The text of a number, right-aligned; with colours dimmed if the number is zero.
 std::string cell(const std::string &text, size_t width, double number, Counts counts, bool colours);
 
 // A text in a colour or style of the terminal: the parameters of its sequence, like "1;31".

@@ -4,8 +4,7 @@
 //     Json object = {{"command", "read"}, {"words", words}};
 //     object["queued"] = false;
 //
-// What it is printed with is known to json.cc alone: the JSON library's headers take longer to
-// compile than a room of commands.
+// Only json.cc includes the JSON library: its headers take longer to compile than several commands.
 #ifndef MRVCTL_JSON_H
 #define MRVCTL_JSON_H
 
@@ -44,7 +43,7 @@ class Json {
   // A text as it was given; empty for anything else.
   std::string text_at(const std::string &key) const;
 
-  // In one line, bytes that are no UTF-8 replaced.
+  // In one line, bytes that are not UTF-8 replaced.
   std::string dump() const;
 
  private:

@@ -11,7 +11,7 @@ namespace {
 // A sample is a double: above this, neighbouring counts would be the same number.
 constexpr uint64_t kExact = uint64_t{1} << 53;
 
-// One family: its heading, once it has a sample, and a sample a line.
+// One family: its heading, if it has a sample, and one sample per line.
 class Family {
  public:
   Family(const char *name, const char *type, const std::string &help)
@@ -41,7 +41,7 @@ std::string port_labels(const std::string &asic_labels, const PortReading &readi
                               port_type_text(reading.port.type).c_str(), reading.port.number);
 }
 
-// The labels that tell the counters of one field apart.
+// The labels that distinguish the counters of one field.
 std::string index_labels(const Counters &counters, size_t i) {
   if (counters.count == 1)
     return "";

@@ -24,7 +24,7 @@ std::string object_line(const Json &object) {
   return object.dump() + "\n";
 }
 
-// What the library has printed until now goes to where it was sent.
+// What the library printed before this still goes to its old destination.
 void send_standard_output_to(int file) {
   std::fflush(stdout);
   if (dup2(file, STDOUT_FILENO) < 0)

@@ -1,4 +1,4 @@
-// What the tool prints: results for people or as JSON, one object a line, and failures.
+// What the tool prints: results as text or as JSON, one object per line, and failures.
 #ifndef MRVCTL_REPORT_H
 #define MRVCTL_REPORT_H
 
@@ -12,7 +12,7 @@
 
 namespace mrvctl {
 
-// Where a command stands: a line of a script, or no script.
+// The place of a command: a line of a script, or no script.
 struct Place {
   std::string file;
   int line = 0;
@@ -27,17 +27,17 @@ struct StyledText {
 // arguments, files and recordings can contain sequences that control a terminal.
 class Report {
  public:
-  // Keeps the process's standard output for results alone: what the library prints from now on goes
+  // Keeps the process's standard output for results only: what the library prints from now on goes
   // to standard error.
   void take_standard_output();
-  // Gives it back, to a program that takes the tool's place.
+  // Gives standard output back, to a program that replaces the tool.
   void return_standard_output() const;
   // Discards what the library prints, or sends it to standard error again.
   static void discard_library_output(bool discard);
 
   void use_json() { json_ = true; }
   bool json() const { return json_; }
-  // Whether people read along on a terminal and have not set NO_COLOR.
+  // Whether standard output is a terminal with colours, and NO_COLOR is not set.
   bool colours() const;
   bool on_terminal() const;
 
@@ -51,12 +51,12 @@ class Report {
   void result(const Json &object, const std::string &text);
   void result(const Json &object, const StyledText &text);
 
-  // One command's failure: on standard error behind its place, "FILE:LINE: " or nothing; an object
-  // is a result like the others.
+  // One command's failure: on standard error after its place, "FILE:LINE: " or nothing; as JSON it
+  // is an object like the results.
   void failure(const Place &place, const std::string &command_line, const Json &command,
                const Json &error);
 
-  // False where a result could not be written.
+  // False if a result could not be written.
   bool close();
 
  private:

@@ -27,7 +27,7 @@ bool begins_as_number(const std::string &text) {
   return !text.empty() && text[0] >= '0' && text[0] <= '9';
 }
 
-// 0 where there is no such name.
+// 0 if there is no such name.
 int errno_of_name(const std::string &name) {
   for (int number = 1; number <= kHighestErrno; ++number) {
     const char *known = strerrorname_np(number);

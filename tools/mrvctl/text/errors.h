@@ -26,10 +26,10 @@ class OperationFailed : public std::runtime_error {
  public:
   explicit OperationFailed(const std::string &text) : std::runtime_error(text) {}
   OperationFailed(syserr_t code, const std::string &hint);
-  // The same failure, with where it was.
+  // The same failure, with its place.
   OperationFailed(const std::string &place, const OperationFailed &failure)
       : std::runtime_error(place + ": " + failure.what()), code_(failure.code_) {}
-  // The library's result, where it was the library that failed.
+  // The library's result, if the library failed.
   std::optional<syserr_t> code() const { return code_; }
 
  private:
@@ -48,7 +48,7 @@ std::string result_meaning(syserr_t code);
 // A result in a message, with its value.
 std::string result_text(syserr_t code);
 
-// Name of an error number, or its digits where it has none.
+// Name of an error number, or its digits if it has no name.
 std::string errno_name(int error_number);
 
 // The names of all error numbers, in the order of these.
@@ -58,7 +58,7 @@ std::vector<std::string> errno_names();
 // Throws UsageError.
 int parse_errno(const std::string &text);
 
-// Reads a result: a number, the name of an enumerator or constant, or that of an error number, for
+// Reads a result: a number, the name of an enumerator or constant, or the name of an errno, for
 // the service call that fails with it. Throws UsageError.
 syserr_t parse_result(const std::string &text);
 

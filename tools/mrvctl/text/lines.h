@@ -10,9 +10,9 @@
 
 namespace mrvctl {
 
-// Splits a line into words. Between single quotes everything stands for itself; between double
-// quotes a backslash keeps the character behind it. A # at the beginning of a word starts a
-// comment. Throws UsageError where a quote is not closed.
+// Splits a line into words. Between single quotes every character is literal; between double quotes
+// a backslash keeps the next character. A # at the beginning of a word starts a comment. Throws
+// UsageError if a quote is not closed.
 std::vector<std::string> split_words(const std::string &line);
 
 // A text file that is open for reading. A FIFO that no process writes to is refused: its writer may
@@ -26,13 +26,13 @@ class TextFile : public std::istream {
   __gnu_cxx::stdio_filebuf<char> buffer_;
 };
 
-// Reads a text line by line and counts the lines. A byte-order mark at its beginning is none of it.
+// Reads a text line by line and counts the lines. A byte-order mark at its beginning is skipped.
 class LineReader {
  public:
   // `name` is what messages call the input.
   LineReader(std::istream &input, std::string name) : input_(input), name_(std::move(name)) {}
 
-  // False at the end. Throws UsageError where the input cannot be read.
+  // False at the end. Throws UsageError if the input cannot be read.
   bool next();
 
   const std::string &line() const { return line_; }

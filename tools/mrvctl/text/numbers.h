@@ -1,4 +1,4 @@
-// Strict numbers: what a person types is the whole of a number in range, or it is refused.
+// Strict numbers: a text is a number in range and nothing else, or it is refused.
 #ifndef MRVCTL_NUMBERS_H
 #define MRVCTL_NUMBERS_H
 

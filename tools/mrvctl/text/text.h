@@ -27,7 +27,7 @@ std::vector<std::string> split(const std::string &text, char separator);
 // The parts of a list with the separator between them.
 std::string join(const std::vector<std::string> &parts, const std::string &separator);
 
-// The candidates that differ least from a word, at most three, best first.
+// The three candidates that are closest to a word, best first.
 std::vector<std::string> nearest(const std::string &word, std::vector<std::string> candidates);
 
 }  // namespace mrvctl

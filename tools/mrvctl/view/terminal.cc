@@ -1,5 +1,5 @@
-// The terminal of a view, given back however the process ends. What signal handlers call here is
-// safe in them: write, tcsetattr, dup2 and their like.
+// The terminal of a view, restored however the process ends. Signal handlers call some functions
+// here: these use only write, tcsetattr, dup2 and other calls that are safe in a handler.
 #include "view/terminal.h"
 
 #include <fcntl.h>
@@ -28,8 +28,8 @@ struct SavedTerminal {
   int tty = -1;
   termios before = {};
   termios during = {};
-  int null = -1;  // takes what is printed meanwhile on a standard error that is the terminal
-  int error_output = -1;  // standard error before; below 0 where it is no terminal
+  int null = -1;  // receives what is printed during a view if standard error is the terminal
+  int error_output = -1;  // standard error before; below 0 if it is not a terminal
   volatile std::sig_atomic_t active = 0;
 };
 
@@ -54,7 +54,7 @@ void send_errors_to(int file) {
   dup2(file, STDOUT_FILENO);
 }
 
-// A process in the background leaves the terminal to whom it belongs.
+// A process in the background leaves the terminal to its owner.
 void enter() {
   if (saved.active != 0 || saved.tty < 0 || tcgetpgrp(saved.tty) != getpgrp())
     return;
@@ -94,7 +94,7 @@ constexpr Sequence kSequences[] = {
     {"\033[1~", kFirst},  {"\033[F", kLast},      {"\033OF", kLast},  {"\033[4~", kLast},
 };
 
-// How long the rest of a key's sequence may be on its way.
+// How long the rest of a key's sequence may take to arrive.
 constexpr double kRestOfSequence = 0.05;
 
 bool begins_sequence(const std::string &typed) {
@@ -163,7 +163,7 @@ void Terminal::paint(const std::vector<std::string> &lines) const {
   write_all(tty_, frame.data(), frame.size());
 }
 
-// Takes a key from what was typed; kNoKey where there is none, or the rest of one is missing.
+// Removes a key from what was typed; kNoKey if there is none, or if the rest of one is missing.
 int Terminal::next_key() {
   for (const Sequence &sequence : kSequences) {
     if (typed_.rfind(sequence.text, 0) == 0) {

@@ -1,4 +1,4 @@
-// The terminal of a view that takes all of it.
+// The terminal of a full-screen view.
 #ifndef MRVCTL_TERMINAL_H
 #define MRVCTL_TERMINAL_H
 
@@ -23,10 +23,10 @@ enum Key : int {
   kLast
 };
 
-// A terminal in the hands of a view: another screen, no cursor, keys as they are pressed, and
-// nothing else printed on it. ^C is noted (output/signals.h), a second one ends the process. It is
-// given back when the object goes, and before a signal ends or stops the process; a process that
-// goes on takes it again. At most one lives at a time.
+// The terminal while a view has it: another screen, no cursor, keys as they are pressed, and
+// nothing else printed on it. ^C is noted (output/signals.h), a second one ends the process. The
+// terminal is restored by the destructor, and before a signal ends or stops the process; a process
+// that continues enters it again. Only one object may exist at a time.
 class Terminal {
  public:
   struct Size {
@@ -37,7 +37,7 @@ class Terminal {
   // Whether the process has a terminal that can show a view.
   static bool available();
 
-  // Throws OperationFailed where it is not.
+  // Throws OperationFailed if there is none.
   Terminal();
   ~Terminal();
   Terminal(const Terminal &) = delete;
@@ -48,7 +48,7 @@ class Terminal {
   // Shows the lines from the top on, in place of all that was there.
   void paint(const std::vector<std::string> &lines) const;
 
-  // Waits at most so many seconds.
+  // Waits for a key, at most for this time.
   int wait_key(double seconds);
 
  private:

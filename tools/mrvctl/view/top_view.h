@@ -40,7 +40,7 @@ struct TopView {
 // Ports that failed come first, then those with the largest values; others stay as they were.
 void sort_rows(std::vector<PortRow> &rows, SortKey key);
 
-// The lines of the view, each as wide as it fits; `height` is 0 where all rows are to be shown.
+// The lines of the view, as wide as fits; `height` is 0 to show all rows.
 std::vector<std::string> top_lines(const TopView &view, size_t width, size_t height, bool colours);
 
 Json top_json(const TopView &view);
