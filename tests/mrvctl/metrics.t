@@ -148,5 +148,5 @@ Arguments that are not understood:
   stdin:1: qos metrics hif:3:1: '3:1' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   stdin:2: qos metrics hif:256: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   stdin:3: qos metrics nonsense: 'nonsense' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
-  stdin:4: qos metrics --output : --output: an empty value
+  stdin:4: qos metrics --output : --output: value must not be empty
   [2]
