@@ -77,6 +77,5 @@ Files that are not understood:
   (mrvctl --help and mrvctl COMMAND --help say more)
   [2]
   $ mrvctl pgm good.pgm --asic 0 --asics 0
-  mrvctl: --asic excludes --asics
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  pgm good.pgm --asic 0 --asics 0: --asic and --asics exclude each other
   [2]
