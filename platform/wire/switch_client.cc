@@ -346,7 +346,8 @@ bool reserve(uint32_t body_length) {
   void *bytes = realloc(buffer.bytes, body_length + size_t{1});
   if (bytes == nullptr)
     return false;
-  buffer = {bytes, body_length + size_t{1}};
+  buffer.bytes = bytes;
+  buffer.size = body_length + size_t{1};
   return true;
 }
 
