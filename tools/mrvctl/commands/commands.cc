@@ -7,8 +7,8 @@
 namespace mrvctl {
 namespace {
 
-constexpr double kShortestWait = 0.1;
-constexpr double kLongestWait = 3600;
+constexpr double kMinWait = 0.1;
+constexpr double kMaxWait = 3600;
 
 }  // namespace
 
@@ -73,7 +73,7 @@ void show_rounds(Session &session, const WatchArgs &args, const std::function<vo
 void describe_interval(Arguments &arguments, const std::string &name, double &seconds,
                        const std::string &help) {
   const auto parse = [](const std::string &text) {
-    return parse_seconds(text, kShortestWait, kLongestWait);
+    return parse_seconds(text, kMinWait, kMaxWait);
   };
   arguments.parsed(name + " SECONDS", seconds, parse, help + " (0.1 to 3600)");
 }

@@ -21,7 +21,8 @@ void run_error(Session &session, const ErrorArgs &args) {
   Listing results({{"code", ""}, {"name", ""}, {"meaning", nullptr}});
   for (const syserr_t code : args.code ? std::vector{*args.code} : all_results()) {
     const std::string name = result_name(code), meaning = result_meaning(code);
-    results.add({{format("0x%08X", code), code}, {name + ": " + meaning, name}, Json(meaning)});
+    results.add(
+        {{format("0x%08X", code), code}, {join({name, meaning}, ": "), name}, Json(meaning)});
   }
   Json object = args.code ? results.json_of(0) : Json({{"results", results.json()}});
   object["command"] = "error";

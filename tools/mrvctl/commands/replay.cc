@@ -15,7 +15,7 @@ namespace mrvctl {
 namespace {
 
 // A longer record is none that a platform takes; a recording may claim it all the same.
-constexpr uint32_t kLongestRecord = 1U << 24;
+constexpr uint32_t kMaxRecord = 1U << 24;
 constexpr size_t kDifferencesShown = 10;
 
 struct ReplayArgs {
@@ -113,7 +113,7 @@ void compare(const DecodedCall &recorded, const DecodedCall &now, const ReplayAr
 
 // Whether all that the service was given is there, to be given again.
 bool is_whole(const DecodedCall &call) {
-  if (call.request_cut || call.length > kLongestRecord)
+  if (call.request_cut || call.length > kMaxRecord)
     return false;
   const bool known = !std::holds_alternative<std::monostate>(call.request);
   return known || call.request_bytes.empty() || call.request_bytes.size() == call.length;

@@ -11,7 +11,7 @@ namespace mrvctl {
 namespace {
 
 constexpr char kInterrupted[] = "<Interrupted>";  // as the library names it
-constexpr size_t kLongestTransactionName = 31;
+constexpr size_t kMaxTransactionName = 31;
 
 }  // namespace
 
@@ -34,7 +34,7 @@ void Transaction::note_loss() const {
 void Transaction::start(const std::string &name) {
   *this = Transaction();
   open_ = true;
-  name_ = name.substr(0, kLongestTransactionName);
+  name_ = name.substr(0, kMaxTransactionName);
   note_loss();
 }
 
@@ -71,7 +71,7 @@ bool trace_enabled() {
   return access(kTraceMarker, R_OK) == 0;
 }
 
-void Session::initialise() {
+void Session::initialise() const {
   std::error_code code;
   // Without the trace the library prints only "LIB debug disabled:", which no newline ends.
   Report::discard_library_output(!trace_enabled());

@@ -53,7 +53,7 @@ bool trace_enabled();
 class Session {
  public:
   // Sets up the library for the slot. Throws OperationFailed.
-  void initialise();
+  void initialise() const;
 
   // The caller from now on.
   void set_place(const std::string &file, int line);

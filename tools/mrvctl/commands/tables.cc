@@ -157,7 +157,7 @@ void check_table_write(TableWriteArgs &args) {
 
 std::vector<uint32_t> words_to_write(Session &session, const TableWriteArgs &args,
                                      const Table &table) {
-  const std::vector<uint32_t> words =
+  std::vector<uint32_t> words =
       args.path.empty() ? args.numbers : read_entries(session.resolve(args.path), table.entry_size);
   if (words.size() % table.entry_size != 0)
     throw UsageError(

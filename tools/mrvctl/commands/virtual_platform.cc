@@ -11,7 +11,7 @@
 namespace mrvctl {
 namespace {
 
-constexpr uint32_t kLongestDelay = 24 * 3600 * 1000;  // milliseconds
+constexpr uint32_t kMaxDelay = 24 * 3600 * 1000;  // milliseconds
 
 struct NumberArgs {
   uint32_t number = 0;
@@ -127,7 +127,7 @@ void describe_fail(Arguments &arguments, NumberArgs &args) {
 
 void describe_delay(Arguments &arguments, DelayArgs &args) {
   arguments.number<uint32_t>("MILLISECONDS", args.milliseconds, "How much longer a call takes", 0,
-                             kLongestDelay);
+                             kMaxDelay);
   arguments.number<uint32_t>("[CALLS]", args.calls, "Of so many calls; 1 if left out");
 }
 

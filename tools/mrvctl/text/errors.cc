@@ -13,7 +13,7 @@
 namespace mrvctl {
 namespace {
 
-constexpr int kHighestErrno = static_cast<int>(KEL_ASIC_SYSERR_ERRNO_MASK);
+constexpr int kMaxErrno = static_cast<int>(KEL_ASIC_SYSERR_ERRNO_MASK);
 
 bool is_service_failure(syserr_t code) {
   return (code & KEL_ASIC_SYSERR_KIND_MASK) == KEL_ASIC_SYSERR_SERVICE;
@@ -29,7 +29,7 @@ bool begins_as_number(const std::string &text) {
 
 // 0 if there is no such name.
 int errno_of_name(const std::string &name) {
-  for (int number = 1; number <= kHighestErrno; ++number) {
+  for (int number = 1; number <= kMaxErrno; ++number) {
     const char *known = strerrorname_np(number);
     if (known != nullptr && strcasecmp(known, name.c_str()) == 0)
       return number;
@@ -50,7 +50,7 @@ std::string errno_name(int error_number) {
 
 std::vector<std::string> errno_names() {
   std::vector<std::string> names;
-  for (int number = 1; number <= kHighestErrno; ++number) {
+  for (int number = 1; number <= kMaxErrno; ++number) {
     const char *name = strerrorname_np(number);
     if (name != nullptr)
       names.emplace_back(name);
@@ -62,10 +62,10 @@ int parse_errno(const std::string &text) {
   if (const int number = errno_of_name(text); number != 0)
     return number;
   if (begins_as_number(text))
-    return static_cast<int>(parse_u64(text, 1, static_cast<uint64_t>(kHighestErrno)));
+    return static_cast<int>(parse_u64(text, 1, static_cast<uint64_t>(kMaxErrno)));
   throw UsageError("no error '" + text +
                    "'; nearest: " + join(nearest(upper_case(text), errno_names()), ", ") +
-                   "; or a number from 1 to " + std::to_string(kHighestErrno));
+                   "; or a number from 1 to " + std::to_string(kMaxErrno));
 }
 
 syserr_t parse_result(const std::string &text) {
