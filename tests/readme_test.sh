@@ -52,3 +52,4 @@ held() {
 
 held README.md
 held docs/calls.md
+held docs/json.md
