@@ -24,6 +24,10 @@
 #ifndef MORVANEUSD_HPP
 #define MORVANEUSD_HPP
 
+#if __cplusplus < 201703L
+#error "morvaneusd.hpp requires C++17: compile with -std=c++17 or later"
+#endif
+
 #include <array>
 #include <climits>
 #include <cstddef>

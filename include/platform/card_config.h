@@ -1,7 +1,7 @@
 /**
  * @file
  * The card-configuration service: what the library asks of the platform about the cards of the
- * switch, and the vocabulary for their ports.
+ * switch, and the types of their ports.
  */
 #ifndef PLATFORM_CARD_CONFIG_H
 #define PLATFORM_CARD_CONFIG_H

@@ -2,9 +2,9 @@
  * @file
  * The width of the enumerations that cross the library's interface.
  *
- * Every enumeration in a record or in an argument is 32 bits wide, and a value that names no
- * enumerator is an ordinary value: the library checks it or passes it on. C gives an enumeration
- * that much by itself on the targets; C++ needs the underlying type spelled out.
+ * Every enumeration in a record or in an argument is 32 bits wide. A value without an enumerator is
+ * valid in the language: the library checks it or passes it on. In C, enumerations have this width
+ * on the supported targets; C++ needs the underlying type.
  *
  *     typedef enum colour_t KEL_ENUM32 { COLOUR_RED = 0 } colour_t;
  */
