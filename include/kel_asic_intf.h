@@ -482,6 +482,14 @@ typedef struct kel_asic_qos_stats_params_t {
   uint32_t opts;                 /**< 1136: the caller's options, passed through */
 } kel_asic_qos_stats_params_t;
 
+KEL_SIZE_IS(kel_asic_pgm_t, 24);
+KEL_SIZE_IS(kel_asic_qos_pause_stats_t, 184);
+KEL_SIZE_IS(kel_asic_qos_ss_dhs_stats_t, 152);
+KEL_SIZE_IS(kel_asic_qos_oq_stats_t, 16);
+KEL_SIZE_IS(kel_asic_qos_drops_t, 768);
+KEL_SIZE_IS(kel_asic_qos_stats_t, 1120);
+KEL_SIZE_IS(kel_asic_qos_stats_params_t, 1140);
+
 /**
  * @defgroup init Initialisation and helpers
  * @{

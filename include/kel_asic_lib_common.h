@@ -117,6 +117,12 @@ typedef struct kel_asic_xn_t {
   kel_asic_xn_entry_t xn[KEL_ASIC_XN_ENTRIES]; /**< 40: the entries, in the order of the writes */
 } kel_asic_xn_t;
 
+KEL_SIZE_IS(kel_asic_limits_t, 84);
+KEL_SIZE_IS(kel_asic_lib_debug_info_t, 168);
+KEL_SIZE_IS(kel_asic_reg_access_params_t, 196);
+KEL_SIZE_IS(kel_asic_xn_entry_t, 20);
+KEL_SIZE_IS(kel_asic_xn_t, 10280);
+
 #ifdef __cplusplus
 }
 #endif

@@ -37,15 +37,16 @@ find_breaches() {
   wait
   diff <(grep -oE '"P[0-9]+_[^"]*' "$source/tests/wrong_platform.cc" | tr -d '"' | sort) \
     <(tr ' ' '\n' <<<"${groups[*]}" | sort)
-  comm -23 <(sed -n 's/^- \*\*\(P[0-9]*\)\*\*.*/\1/p' "$source/docs/porting.md" | grep -v 'P28\|P29\|P3.' | sort) \
+  comm -23 <(sed -n 's/^- \*\*\(P[0-9]*\)\*\*.*/\1/p' "$source/docs/porting.md" | grep -v 'P30\|P34' | sort) \
     <(grep -oE 'P[0-9]+' <<<"${groups[*]}" | sort -u) | sed 's/^/no platform breaks /'
-  comm -23 <(sed -n 's/^ok \([0-9]*\) .*/\1/p' "$work/right.tap" | sort) \
+  comm -23 <(sed -n '/SKIP/!s/^ok \([0-9]*\) .*/\1/p' "$work/right.tap" | sort) \
     <(sed -n 's/^not ok \([0-9]*\) .*/\1/p' "$work"/P*.tap | sort -u) | sed 's/^/no platform fails check /'
 }
 
 complaints=$(
   expect "" right "$virtual" "${everything[@]}"
-  ! grep SKIP "$work/right.tap"
+  # Only on a switch that morvaned serves can two processes share it.
+  [[ $(grep -c SKIP "$work/right.tap") == 1 ]] || grep SKIP "$work/right.tap"
   expect "" unbroken "$wrong" "${everything[@]}"
   expect "P11" has_nothing "$wrong"  # no register that an option could name
   grep -q 'expected: "a block with an instance"' "$work/has_nothing.tap" || cat "$work/has_nothing.tap"

@@ -17,6 +17,13 @@ foreach(header ${headers})
   list(APPEND checked ${name}.checked)
 endforeach()
 
+# An option that changes the size of a record is refused.
+add_custom_command(OUTPUT record_sizes.checked DEPENDS ${headers}
+  COMMAND sh -c "! \"$0\" \"$@\" 2>/dev/null" ${CMAKE_C_COMPILER} ${c_flags} -std=c11 -fshort-enums ${alone}
+    ${PROJECT_SOURCE_DIR}/include/kel_asic_intf.h
+  COMMAND ${CMAKE_COMMAND} -E touch record_sizes.checked VERBATIM)
+list(APPEND checked record_sizes.checked)
+
 # .ci/run does so with each compiler, word size and standard.
 set(snippets_test ${CMAKE_CURRENT_SOURCE_DIR}/cxx_snippets_test.sh)
 add_custom_command(OUTPUT morvaneusd.hpp.checked

@@ -34,6 +34,7 @@ Function *right(Function * /*function*/, const char *name) {
 #define NEXT(function) right(&(function), #function)
 
 constexpr uint32_t kAll = 0xFFFFFFFF;
+const pid_t loader = getpid();  // the process that loaded this platform
 
 int fail(int error) {
   errno = error;
@@ -78,6 +79,15 @@ __attribute__((no_sanitize("address"))) void write_before(Request *request) {
 }
 
 int read(Request *request, uint32_t length) {
+  static uint32_t last_answer = 0;
+  if (request->type == TYPE_READ && wrong("P28_answers_late") && usleep(300) != 0) {
+    request->data = last_answer;
+    return 0;
+  }
+  if (length > 65536 && wrong("P29_refuses_long_records"))
+    return fail(EMSGSIZE);
+  if (request->asic == 1 && wrong("P23_takes_any_asic"))
+    request->asic = 0;
   if (request->type == 99 && wrong("P23_takes_any_type"))
     return 0;
   if (request->module == 99 && wrong("P23_takes_any_module"))
@@ -96,8 +106,11 @@ int read(Request *request, uint32_t length) {
       wrong("P3_P22_answers_no_read"))
     return 0;
   const int result = send(SYSSRV_REG_READ_CASE, request, length);
+  if (result != 0 && request->addr > 0xFFFFFF00 && wrong("P33_answers_everywhere"))
+    return 0;
   if (result != 0 || length < sizeof *request)
     return result;
+  last_answer = request->data;
   if (request->type == TYPE_READ_DHS) {
     if (request->num == 1 && last_single != nullptr && wrong("P2_answers_again_later"))
       std::thread(answer_again, &last_single->data).detach();
@@ -117,6 +130,8 @@ int read(Request *request, uint32_t length) {
 
 int write(Request *request, uint32_t length) {
   const bool command = request->addr >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
+  if (getpid() != loader && wrong("loses_writes_of_children"))
+    return 0;
   if (request->type == TYPE_WRITE && command && wrong("P25_drops_commands"))
     return 0;
   if (request->data == 0x11223344 && wrong("hangs_in_a_field_write")) {
@@ -261,6 +276,10 @@ constexpr uint32_t kInstances = 8;  // of the block that addresses are wrong in
 }  // namespace
 
 int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t length) {
+  if (getpid() != loader && wrong("P31_serves_no_child"))
+    return fail(EBADF);
+  if (wrong("P32_prints"))
+    std::puts("call");
   if (wrong("P4_uses_an_earlier_address")) {
     static volatile uint32_t *earlier = nullptr;
     if (earlier != nullptr)

@@ -1,6 +1,6 @@
 /**
  * @file
- * The width of the enumerations that cross the library's interface.
+ * The width of the enumerations, and the size of the records, that cross the library's interface.
  *
  * Every enumeration in a record or in an argument is 32 bits wide. A value without an enumerator is
  * valid in the language: the library checks it or passes it on. In C, enumerations have this width
@@ -17,6 +17,18 @@
 #define KEL_ENUM32 : uint32_t
 #else
 #define KEL_ENUM32
+#endif
+
+/* Stops the compiler if a record has another size than the service expects, for example with
+   -fshort-enums or a packing option. */
+#ifdef __cplusplus
+#define KEL_SIZE_IS(type, size) \
+  static_assert(sizeof(type) == (size), "a compiler option changes the size of " #type)
+#elif defined __STDC_VERSION__ && __STDC_VERSION__ >= 201112L
+#define KEL_SIZE_IS(type, size) \
+  _Static_assert(sizeof(type) == (size), "a compiler option changes the size of " #type)
+#else
+#define KEL_SIZE_IS(type, size) typedef char size_of_##type[sizeof(type) == (size) ? 1 : -1]
 #endif
 
 #endif

@@ -52,7 +52,7 @@ void describe_options(Arguments &arguments, Options &options) {
                  "Show each service call, decoded, with its duration, on standard error");
   arguments.word(
       "--platform FILE", options.platform,
-      "Take the platform from this library; if left out, the one that the tool was built for");
+      "Platform library to load (default: $MORVANE_PLATFORM, else the one mrvctl was built for)");
   arguments.word(
       "--switch PATH", options.service,
       "Work on the switch that morvaned serves at this address; if left out, on that of\n"
@@ -123,6 +123,10 @@ int run_and_close(Parser &parser, const Options &options, const Command &chosen,
   session.asic = options.asic;
   if (options.json)
     session.report.use_json();
+  session.open_platform = [&options] {
+    open_platform(options.platform);
+    connect_to_switch(options.service);
+  };
   session.report.take_standard_output();
   const SignalHandler ending({SIGINT, SIGTERM, SIGHUP, SIGPIPE}, end_by_signal);
   Runner runner(session);

@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <utility>
 
+#include "asic/address_spans.h"
 #include "asic/table_shapes.h"
 #include "calls/call_fields.h"
 #include "check/check_table.h"
@@ -55,22 +58,32 @@ CallResult send_for_unknown_driver(const Request &request) {
                      kUnknownDriver);
 }
 
+// Shows that a refusal is the answer of a service that accepts other calls.
+void expect_accepted(const CheckTarget &subject) {
+  if (const std::optional<CallResult> result = send_accepted_call(subject))
+    expect_success(*result, "a valid call, sent before the refusals");
+}
+
 void refuses_unknown_driver(const CheckTarget &subject) {
+  expect_accepted(subject);
   expect_refusal(send_for_unknown_driver(read_request(subject)),
                  format("a call for driver %u", kUnknownDriver));
 }
 
 void refuses_unknown_case(const CheckTarget &subject) {
+  expect_accepted(subject);
   expect_refusal(read_request(subject).send(kUnknownCase), format("case 0x%08x", kUnknownCase));
 }
 
 void refuses_unknown_type(const CheckTarget &subject) {
+  expect_accepted(subject);
   const Request request = read_request(subject);
   request->type = kUnknownType;
   expect_refusal(request.send(SYSSRV_REG_READ_CASE), format("a read of type %u", kUnknownType));
 }
 
 void refuses_wrong_lengths(const CheckTarget &subject) {
+  expect_accepted(subject);
   const auto entry = Registers(subject).entry(any_address(subject));
   const auto header = static_cast<uint32_t>(sizeof(kel_asic_reg_access_params_t));
   const auto expect_refused = [](uint32_t case_code, const GuardedMemory &memory) {
@@ -85,9 +98,11 @@ void refuses_wrong_lengths(const CheckTarget &subject) {
   const Request run(TYPE_READ_DHS, entry, 1);
   run->num = 2;
   expect_refused(SYSSRV_REG_READ_CASE, run.memory());
-  const GuardedMemory statistics(sizeof(kel_asic_qos_stats_params_t) - 4);
-  std::fill_n(static_cast<uint8_t *>(statistics.data()), statistics.length(), uint8_t{0});
-  expect_refused(SYSSRV_MEM_READ_CASE, statistics);
+  expect_refused(SYSSRV_REG_READ_CASE, Request(TYPE_READ, entry, 1).memory());
+  if (const std::optional<Port> port = any_port()) {
+    for (const uint32_t length : {4U, 1136U, 1144U})
+      expect_refused(SYSSRV_MEM_READ_CASE, statistics_request(subject, *port, length));
+  }
 }
 
 // A read commits an open transaction: that shows a platform that calls the library.
@@ -170,14 +185,85 @@ void counts_the_words_of_a_run(const CheckTarget &subject) {
       std::count_if(request.words(), request.words() + kRoom,
                     [](uint32_t word) { return word != Request::kFillPattern; }));
   if (written != request->num)
-    throw Violation{format("%u words of answer, as num says", request->num),
-                    std::to_string(written)};
+    throw Violation{"num the number of words answered",
+                    format("%u words answered, num says %u", written, request->num)};
 }
 
-void refuses_unknown_module(const CheckTarget &subject) {
-  const Request request = read_request(subject);
-  request->module = kNoModule;
-  expect_refusal(request.send(SYSSRV_REG_READ_CASE), format("a read from module %d", kNoModule));
+void refuses_unknown_places(const CheckTarget &subject) {
+  expect_accepted(subject);
+  const auto modules = static_cast<int32_t>(queried_map().limits().max_modules);
+  const auto module = static_cast<int32_t>(subject.module);
+  const std::pair<int32_t, uint32_t> places[] = {{kNoModule, subject.asic}, {modules, subject.asic},
+                                                 {-1, subject.asic},        {module, 1},
+                                                 {module, 0x10000},         {module, UINT32_MAX}};
+  for (const auto &[place, asic] : places) {
+    const Request request = read_request(subject);
+    request->module = place;
+    request->asic = asic;
+    expect_refusal(request.send(SYSSRV_REG_READ_CASE),
+                   format("a read from module %d, ASIC %u", place, asic));
+  }
+  const std::optional<Port> port = any_port();
+  for (const auto &[place, asic] :
+       {std::pair{modules, 0U}, {255, 0U}, {module, 1U}, {module, 255U}}) {
+    if (!port)
+      return;
+    const GuardedMemory memory = statistics_request(subject, *port);
+    auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
+    request.module = static_cast<cardcfg_module_id_t>(place);
+    request.asic = static_cast<cardcfg_dev_id_t>(asic);
+    expect_refusal(send_record(SYSSRV_MEM_READ_CASE, memory, memory.length()),
+                   format("statistics of module %d, ASIC %u", place, asic));
+  }
+}
+
+// The addresses of commands have no register, nor has the first address after the last register.
+void refuses_addresses_without_register(const CheckTarget &subject) {
+  expect_accepted(subject);
+  const std::vector<AddressSpan> spans = address_spans(queried_map());
+  const auto last =
+      std::max_element(spans.begin(), spans.end(),
+                       [](const AddressSpan &a, const AddressSpan &b) { return a.end < b.end; });
+  if (last == spans.end())
+    throw Skip{"the map has no register"};
+  const Registers registers(subject);
+  const auto expect_bad_address = [&](kel_asic_access_type_t type, uint64_t address,
+                                      uint32_t count) {
+    const Request request(type, registers.entry(static_cast<uint32_t>(address)), count);
+    const CallResult result = request.send(SYSSRV_REG_READ_CASE);
+    const std::string what = format("a read of %u words from 0x%08llx", std::max(count, 1U),
+                                    static_cast<unsigned long long>(address));
+    expect_refusal(result, what);
+    if (result.error_number != EFAULT)
+      throw Violation{what + " refused with EFAULT", result_text(result)};
+  };
+  expect_bad_address(TYPE_READ, KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, 0);
+  expect_bad_address(TYPE_READ, UINT32_MAX - 3, 0);
+  expect_bad_address(TYPE_READ_DHS, UINT32_MAX - 3, 2);
+  if (last->end <= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS)  // else the map is wrong, which P20 reports
+    expect_bad_address(TYPE_READ_DHS, last->end - 4, 2);
+}
+
+void prints_nothing(const CheckTarget &subject) {
+  FILE *const output = std::tmpfile();
+  if (output == nullptr)
+    throw Skip{"no temporary file"};
+  dup2(fileno(output), STDOUT_FILENO);
+  queried_map();
+  send_accepted_call(subject);
+  std::fflush(nullptr);
+  const off_t length = lseek(fileno(output), 0, SEEK_END);
+  if (length > 0)
+    throw Violation{"nothing printed on standard output",
+                    format("%lld bytes", static_cast<long long>(length))};
+}
+
+// There may be room for more words than the request asks for.
+void passes_long_records(const CheckTarget &subject) {
+  const Request request(TYPE_READ_DHS, Registers(subject).entry(read_address(subject)), 20000);
+  request->num = 1;
+  expect_success(request.send(SYSSRV_REG_READ_CASE),
+                 format("a read in a record of %u bytes", request.memory().length()));
 }
 
 void answers_the_library(const CheckTarget &subject) {
@@ -196,13 +282,18 @@ std::vector<Check> call_checks() {
       {"an unknown case is refused", "P23", kNothing, refuses_unknown_case},
       {"an unknown type of request is refused", "P23", kNothing, refuses_unknown_type},
       {"a record of a wrong length is refused", "P23", kNothing, refuses_wrong_lengths},
-      {"a module that the switch lacks is refused", "P23", kNothing, refuses_unknown_module},
+      {"a module or ASIC that the switch lacks is refused", "P23", kNothing,
+       refuses_unknown_places},
+      {"an address without a register is refused with EFAULT", "P33", kNothing,
+       refuses_addresses_without_register},
+      {"nothing is printed on standard output", "P32", kNothing, prints_nothing},
       {"no function of the platform calls the library", "P21", kNothing, calls_no_library},
       {"a read is answered in its record", "P22", kRead, answers_in_the_record},
       {"the answer stands there when the call returns", "P2", kRead, answers_before_it_returns},
       {"no address of a call is used after it", "P4", kRead, forgets_the_addresses},
       {"nothing is touched beyond the length of a record", "P5", kRead, stays_within_the_record},
       {"the answer to a run counts its words", "P6", kRead, counts_the_words_of_a_run},
+      {"a record above 64 KiB is passed", "P29", kRead, passes_long_records},
       {"the library reads through it", "P22", kRead, answers_the_library},
   };
 }

@@ -74,7 +74,8 @@ size_t count(const std::vector<CheckResult> &results, Verdict verdict) {
 }
 
 std::string tap_head(size_t planned) {
-  return format("TAP version 14\n1..%zu\n", planned);
+  return format("TAP version 14\n1..%zu\n# version %d of the clauses in docs/porting.md\n", planned,
+                kClauseVersion);
 }
 
 std::string tap_lines(size_t number, const CheckResult &result) {

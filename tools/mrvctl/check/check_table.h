@@ -15,6 +15,9 @@
 
 namespace mrvctl {
 
+// The version of the clauses in docs/porting.md.
+constexpr int kClauseVersion = 2;
+
 // What the checks may look at and write to.
 struct CheckTarget {
   uint32_t slot = 0;

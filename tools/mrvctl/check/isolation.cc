@@ -26,6 +26,7 @@ using Clock = std::chrono::steady_clock;
 constexpr char kRightMessage = '+';
 constexpr char kWrongMessage = '-';
 constexpr char kSkippedMessage = '/';
+constexpr char kNoServiceMessage = '!';
 constexpr int kTexts = 3;
 
 int message_pipe = -1;
@@ -101,6 +102,8 @@ void catch_bad_addresses() {
                  breach.seen.c_str());
   } catch (const Skip &skipped) {
     send_message(kSkippedMessage, "", "", skipped.why.c_str());
+  } catch (const NoService &missing) {
+    send_message(kNoServiceMessage, "", "", missing.why.c_str());
   } catch (const std::exception &error) {
     send_message(kWrongMessage, "", "no failure", error.what());
   }
@@ -144,9 +147,10 @@ Reading read_message(int pipe, Clock::time_point deadline, const volatile std::s
 
 Outcome parse_message(const std::string &message) {
   const std::vector<std::string> texts = split(message.substr(1), '\0');
-  const Verdict verdict = message[0] == kRightMessage     ? Verdict::kRight
-                          : message[0] == kSkippedMessage ? Verdict::kSkipped
-                                                          : Verdict::kWrong;
+  const Verdict verdict = message[0] == kRightMessage       ? Verdict::kRight
+                          : message[0] == kSkippedMessage   ? Verdict::kSkipped
+                          : message[0] == kNoServiceMessage ? Verdict::kNoService
+                                                            : Verdict::kWrong;
   return {verdict, texts[0], texts[1], texts[2], {}};
 }
 

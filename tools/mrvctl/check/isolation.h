@@ -19,12 +19,17 @@ struct Violation {
   std::string clause{};  // where it is not the check's own that is broken
 };
 
+// Thrown before the checks: calls find no service.
+struct NoService {
+  std::string why;
+};
+
 // Thrown by a check that has nothing to look at on this platform.
 struct Skip {
   std::string why;
 };
 
-enum class Verdict { kRight, kWrong, kSkipped };
+enum class Verdict { kRight, kWrong, kSkipped, kNoService };
 
 struct Outcome {
   Verdict verdict = Verdict::kWrong;

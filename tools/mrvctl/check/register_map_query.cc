@@ -10,9 +10,10 @@ namespace mrvctl {
 namespace {
 
 // Copies an array of the platform's, every element of which has to be there.
-std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t length) {
-  const CrashClause blame("P19", "arrays as long as the limits and enumerations say",
-                          "an array ends before");
+std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t length,
+                                       const std::string &name) {
+  const std::string seen = "the array of " + name + " ends before";
+  const CrashClause blame("P19", "arrays as long as the limits and enumerations say", seen.c_str());
   return {array, array + length};
 }
 
@@ -22,15 +23,15 @@ std::vector<std::vector<kel_asic_reg_t>> copy_table(const Description &descripti
                                                     const kel_asic_reg_t **table, const char *what,
                                                     const char *clause, Length length) {
   if (table == nullptr)
-    throw Violation{format("a table of %ss", what), "none", clause};
+    throw Violation{format("a table of %ses", what), "none", clause};
   std::vector<std::vector<kel_asic_reg_t>> copies(KEL_ASIC_NUM_BLK);
   for (const kel_asic_block_t &info : kel_asic_blocks) {
     const uint32_t i = info.block;
     if (kel_asic_block_instances(&description.limits, info.block) == 0)
       continue;
     if (table[i] == nullptr)
-      throw Violation{format("an array of %ss for block %s", what, info.name), "none", clause};
-    copies[i] = copy_array(table[i], length(info));
+      throw Violation{format("an array of %ses for block %s", what, info.name), "none", clause};
+    copies[i] = copy_array(table[i], length(info), format("%ses of block %s", what, info.name));
   }
   return copies;
 }
@@ -49,13 +50,14 @@ Description query_register_map(uint8_t fill_pattern) {
 AddressTables query_tables(const Description &description) {
   if (description.result != 0)
     throw Violation{"result 0 of morvane_lib_init", format("0x%08x", description.result), "P16"};
-  return {copy_table(description, kel_asic_get_all_base_table(description.revision), "base address",
-                     "P17",
-                     [&](const kel_asic_block_t &info) {
-                       return kel_asic_block_instances(&description.limits, info.block);
-                     }),
-          copy_table(description, kel_asic_get_all_reg_table(description.revision), "offset", "P18",
-                     [](const kel_asic_block_t &info) { return info.registers; })};
+  return {
+      copy_table(description, kel_asic_get_all_base_table(description.revision), "base address",
+                 "P17",
+                 [&](const kel_asic_block_t &info) {
+                   return kel_asic_block_instances(&description.limits, info.block);
+                 }),
+      copy_table(description, kel_asic_get_all_reg_table(description.revision), "offset address",
+                 "P18", [](const kel_asic_block_t &info) { return info.registers; })};
 }
 
 RegisterMap queried_map() {

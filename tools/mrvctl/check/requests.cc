@@ -11,6 +11,7 @@
 
 #include "check/check_table.h"
 #include "check/isolation.h"
+#include "check/register_map_query.h"
 #include "text/errors.h"
 #include "text/text.h"
 
@@ -175,6 +176,50 @@ CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int
 
 void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &what) {
   expect_success(send_transaction(entries, static_cast<int32_t>(entries.size())), what);
+}
+
+GuardedMemory statistics_request(const CheckTarget &subject, const Port &port, uint32_t length) {
+  kel_asic_qos_stats_params_t request = {};
+  request.module = static_cast<cardcfg_module_id_t>(subject.module);
+  request.asic = static_cast<cardcfg_dev_id_t>(subject.asic);
+  request.port_type = static_cast<cardcfg_port_type_t>(port.type);
+  request.port = static_cast<cardcfg_port_id_t>(port.number);
+  const GuardedMemory memory(length);
+  std::memset(memory.data(), 0, length);
+  std::memcpy(memory.data(), &request, std::min<size_t>(length, sizeof request));
+  return memory;
+}
+
+std::optional<Port> any_port() {
+  const kel_asic_limits_t limits = queried_map().limits();
+  if (limits.max_hi > 0)
+    return Port{CARDCFG_PORT_TYPE_HIF, 0};
+  if (limits.max_ni > 0)
+    return Port{CARDCFG_PORT_TYPE_NIF, 0};
+  return std::nullopt;
+}
+
+std::optional<CallResult> send_accepted_call(const CheckTarget &subject) {
+  if (subject.read) {
+    const kel_asic_xn_entry_t entry =
+        Registers(subject).entry(queried_map().address(*subject.read));
+    return Request(TYPE_READ, entry).send(SYSSRV_REG_READ_CASE);
+  }
+  const std::optional<Port> port = any_port();
+  if (!port)
+    return std::nullopt;
+  const GuardedMemory memory = statistics_request(subject, *port);
+  return send_record(SYSSRV_MEM_READ_CASE, memory, memory.length());
+}
+
+void expect_service(const CheckTarget &subject) {
+  const std::optional<CallResult> result = send_accepted_call(subject);
+  if (!result || result->result >= 0)
+    return;
+  for (const int error : {ENOENT, ECONNREFUSED, ENOTCONN}) {
+    if (result->error_number == error)
+      throw NoService{result_text(*result)};
+  }
 }
 
 }  // namespace mrvctl

@@ -4,6 +4,7 @@
 #define MRVCTL_REQUESTS_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 namespace mrvctl {
 
 struct CheckTarget;
+struct Port;
 
 // Memory whose last byte stands before a page that nobody may touch, and another such page before
 // its own. It stays until the process ends: whoever writes into it late is noticed.
@@ -89,6 +91,17 @@ class Registers {
 CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int32_t num);
 // Sends all of them. Throws Violation.
 void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &what);
+
+// A request for the statistics of a port, in a record of this length.
+GuardedMemory statistics_request(const CheckTarget &subject, const Port &port,
+                                 uint32_t length = sizeof(kel_asic_qos_stats_params_t));
+// The first port that the limits have.
+std::optional<Port> any_port();
+// Sends a call that every service accepts and that changes nothing. None if the switch has no port
+// and --read names no register.
+std::optional<CallResult> send_accepted_call(const CheckTarget &subject);
+// Throws NoService if that call finds no service.
+void expect_service(const CheckTarget &subject);
 
 }  // namespace mrvctl
 

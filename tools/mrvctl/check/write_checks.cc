@@ -1,6 +1,13 @@
 // Checks that write, to registers and tables that may be written. What they find there is kept
 // first, and put back when the check is over.
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <functional>
 
 #include "asic/register_reference.h"
 #include "asic/table_shapes.h"
@@ -8,7 +15,9 @@
 #include "check/isolation.h"
 #include "check/register_map_query.h"
 #include "check/requests.h"
+#include "host/platform_library.h"
 #include "text/text.h"
+#include "virtual_platform.h"
 
 namespace mrvctl {
 namespace {
@@ -170,13 +179,23 @@ void applies_nothing_of_a_refused_transaction(const CheckTarget &subject) {
   const kel_asic_xn_entry_t good = scratch.registers.entry(address, pattern(2));
   kel_asic_xn_entry_t bad = scratch.registers.entry(address, pattern(3));
   bad.module = 99;
+  const auto at = [&](int32_t module, int32_t asic, uint32_t where) {
+    return kel_asic_xn_entry_t{module == 0 ? good.module : module, asic == 0 ? good.asic_map : asic,
+                               where, pattern(3), UINT32_MAX};
+  };
   const struct {
     const char *what;
     std::vector<kel_asic_xn_entry_t> entries;
     int32_t num;
   } refused[] = {{"a transaction of -1 entries", {good}, -1},
                  {"a transaction of 513 entries", {KEL_ASIC_XN_ENTRIES, good}, 513},
-                 {"a transaction with an entry for module 99", {good, bad}, 2}};
+                 {"a transaction with an entry for module 99", {good, bad}, 2},
+                 {"a transaction with an entry for module -1", {good, at(-1, 0, address)}, 2},
+                 {"a transaction with an entry for ASIC 1", {good, at(0, 1, address)}, 2},
+                 {"a transaction with an entry for ASIC -1", {good, at(0, -1, address)}, 2},
+                 {"a transaction with an entry for no register",
+                  {good, at(0, 0, KEL_ASIC_CMD_CLEAR_DROP_COUNTERS + 1)},
+                  2}};
   for (const auto &transaction : refused) {
     expect_refusal(send_transaction(transaction.entries, transaction.num), transaction.what);
     scratch.registers.expect(address, pattern(1), std::string("after ") + transaction.what);
@@ -223,6 +242,86 @@ void writes_through_the_library(const CheckTarget &subject) {
   }
   expect_word(pattern(3), morvane::read(first, kCaller), "after mrv_asic_transaction_commit");
   expect_word(pattern(3), morvane::read_block(first, 1, kCaller)[0], "from lib_mrv_asic_n_read");
+}
+
+// Two registers hold different values, so that a late answer to an interrupted read is seen.
+void survives_signals(const CheckTarget &subject) {
+  const Scratch scratch(subject);
+  const std::vector<uint32_t> run = run_of(scratch);
+  for (const uint32_t address : {run[0], run[1]})
+    scratch.registers.write(address, pattern(address));
+  const auto expect_own_answer = [&](uint32_t i) {
+    const uint32_t address = run[i % 2];
+    const Request request(TYPE_READ, scratch.registers.entry(address));
+    const CallResult result = request.send(SYSSRV_REG_READ_CASE);
+    if (result.result == 0)
+      expect_word(pattern(address), request->data, "from a read under signals");
+    return result;
+  };
+  struct sigaction action = {};
+  action.sa_handler = [](int) {};  // without SA_RESTART: it interrupts
+  sigaction(SIGALRM, &action, nullptr);
+  const itimerval often = {{0, 200}, {0, 200}};
+  setitimer(ITIMER_REAL, &often, nullptr);
+  for (uint32_t i = 0; i < 2000; ++i)
+    expect_own_answer(i);
+  const itimerval never = {};
+  setitimer(ITIMER_REAL, &never, nullptr);
+  for (uint32_t i = 0; i < 4; ++i)
+    expect_success(expect_own_answer(i), "a read after the signals");
+}
+
+// Whether other processes can reach the switch: that of a virtual platform may be private.
+bool is_shared() {
+  void *const clients = platform_symbol("vp_clients");
+  const vp_client *all = nullptr;
+  uint32_t count = 0;
+  return clients == nullptr || reinterpret_cast<decltype(vp_clients) *>(clients)(&all, &count) == 0;
+}
+
+// Does something in a child of this process, and meanwhile something else in this process. Throws
+// Violation.
+void in_two_processes(const std::function<void()> &in_child, const std::function<void()> &here,
+                      const char *expected, const char *clause) {
+  const pid_t child = fork();
+  if (child == 0) {
+    try {
+      in_child();
+      _exit(0);
+    } catch (const Violation &) {
+      _exit(1);
+    }
+  }
+  here();
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (status != 0)
+    throw Violation{expected, "a call in the child fails, or answers another value", clause};
+}
+
+void works_in_children(const CheckTarget &subject) {
+  const Scratch scratch(subject);
+  scratch.registers.write(scratch.first(), pattern(1));
+  in_two_processes([&] { scratch.registers.expect(scratch.first(), pattern(1), "in a child"); },
+                   [] {}, "calls of a child of the process that loaded the platform", "P31");
+  scratch.registers.expect(scratch.first(), pattern(1), "after a child has read it");
+}
+
+void shares_the_switch(const CheckTarget &subject) {
+  if (!is_shared())
+    throw Skip{"each process has its own virtual switch"};
+  const Scratch scratch(subject);
+  const std::vector<uint32_t> run = run_of(scratch);
+  const auto write_and_read = [&](uint32_t address) {
+    for (uint32_t i = 0; i < 500; ++i) {
+      scratch.registers.write(address, pattern(i));
+      scratch.registers.expect(address, pattern(i), "while two processes call");
+    }
+  };
+  in_two_processes([&] { write_and_read(run[1]); }, [&] { write_and_read(run[0]); },
+                   "each process to read what it wrote", "P34");
+  scratch.registers.expect(run[1], pattern(499), "after another process wrote it");
 }
 
 // The first two entries and the last of the scratch table, with what was found in them kept.
@@ -328,6 +427,9 @@ std::vector<Check> write_checks() {
       {"nothing of a refused transaction is applied", "P23", kScratch,
        applies_nothing_of_a_refused_transaction},
       {"a refused write changes nothing", "P23", kScratch, changes_nothing_by_refused_writes},
+      {"a signal gives no call the answer of another", "P28", kScratch, survives_signals},
+      {"a child of the process makes calls", "P31", kScratch, works_in_children},
+      {"two processes share the switch", "P34", kScratch, shares_the_switch},
       {"the library writes through it", "P22", kScratch, writes_through_the_library},
       {"the entries of a table stand where their addresses say", "P27", kScratchTable,
        places_entries_where_addresses_say},

@@ -8,6 +8,7 @@
 #include "asic/port_reference.h"
 #include "check/check_results.h"
 #include "check/register_map_query.h"
+#include "check/requests.h"
 #include "commands/commands.h"
 #include "kel_asic_dhs_tables.h"
 #include "output/signals.h"
@@ -60,14 +61,22 @@ void refuse_missing_port(const kel_asic_limits_t &limits, const Port &port) {
 }
 
 // Refuses registers and ports that the map lacks. A map that is wrong itself is for the checks to
-// tell.
-void refuse_missing(const CheckTarget &subject, std::chrono::seconds limit) {
+// tell. Returns why there is no service; empty if there is one.
+std::string refuse_missing(Session &session, const CheckTarget &subject,
+                           std::chrono::seconds limit) {
   std::vector<Register> registers = subject.scratch;
   for (const std::optional<Register> &reg : {subject.read, subject.scratch_table}) {
     if (reg)
       registers.push_back(*reg);
   }
   const auto work = [&] {
+    try {
+      session.open_platform();
+    } catch (const UsageError &error) {
+      throw Skip{error.what()};
+    } catch (const OperationFailed &error) {
+      throw NoService{error.what()};
+    }
     const RegisterMap map = queried_map();
     for (const Register &reg : registers) {
       const std::string missing = map.missing(reg);
@@ -76,10 +85,12 @@ void refuse_missing(const CheckTarget &subject, std::chrono::seconds limit) {
     }
     if (subject.port)
       refuse_missing_port(map.limits(), *subject.port);
+    expect_service(subject);
   };
   const Outcome outcome = run_isolated(work, limit, interrupted);
   if (outcome.verdict == Verdict::kSkipped)
     throw UsageError(outcome.seen);
+  return outcome.verdict == Verdict::kNoService ? outcome.seen : "";
 }
 
 // What stays changed, as it is told behind something else; empty where nothing does.
@@ -88,17 +99,25 @@ std::string leftovers_text(const SavedValues &found) {
 }
 
 // Puts back what a check that has ended in the middle has left.
-void put_back_leftovers(SavedValues &found, std::chrono::seconds limit) {
+void put_back_leftovers(Session &session, SavedValues &found, std::chrono::seconds limit) {
   constexpr std::sig_atomic_t kNeverStop = 0;
   if (!found.empty())
-    run_isolated([&found] { found.restore(); }, limit, kNeverStop);
+    run_isolated(
+        [&] {
+          session.open_platform();
+          found.restore();
+        },
+        limit, kNeverStop);
 }
 
-Outcome run_one(const Check &check, const CheckTarget &subject, std::chrono::seconds limit) {
+Outcome run_one(Session &session, const Check &check, const CheckTarget &subject,
+                std::chrono::seconds limit) {
   const std::string missing = missing_options(check, subject);
   if (!missing.empty())
     return {Verdict::kSkipped, "", "", "needs " + missing, {}};
+  // The platform is opened in the process of the check, so that its threads live there.
   const auto work = [&] {
+    session.open_platform();
     try {
       check.run(subject);
     } catch (...) {
@@ -108,7 +127,7 @@ Outcome run_one(const Check &check, const CheckTarget &subject, std::chrono::sec
     subject.found->restore();
   };
   Outcome outcome = run_isolated(work, limit, interrupted);
-  put_back_leftovers(*subject.found, limit);
+  put_back_leftovers(session, *subject.found, limit);
   outcome.seen += leftovers_text(*subject.found);
   return outcome;
 }
@@ -154,11 +173,15 @@ std::vector<CheckResult> run_all(Session &session, const CheckArgs &args,
   subject.found = &found;
   const Interrupt interrupts_are_noted;
   const std::chrono::seconds limit(args.time_limit);
-  refuse_missing(subject, limit);
+  const std::string no_service = refuse_missing(session, subject, limit);
   std::vector<CheckResult> results;
   show(session, tap_head(checks.size()));
+  if (!no_service.empty()) {
+    show(session, "Bail out! no service: " + no_service + "\n");
+    throw OperationFailed("no service: " + no_service);
+  }
   for (const Check &check : checks) {
-    const Outcome outcome = run_one(check, subject, limit);
+    const Outcome outcome = run_one(session, check, subject, limit);
     if (interrupted != 0) {
       show(session, "Bail out! interrupted" + leftovers_text(found) + "\n");
       break;
@@ -226,7 +249,7 @@ void add_check_commands(Parser &parser) {
        "The result is TAP; a check that fails names the clause of docs/porting.md that is broken.\n"
        "Only what an option names is read or written. What was found in registers, tables and\n"
        "link pause is put back.",
-       Requires::kPlatform},
+       Requires::kNone},
       describe_check, run_check);
 }
 

@@ -4,6 +4,7 @@
 #define MRVCTL_SESSION_H
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -86,6 +87,8 @@ class Session {
   std::string folder;  // the script's, with a slash at its end; empty outside a script
   Report report;
   Transaction transaction;
+  // Opens the platform and connects to the switch, in a command that does so itself.
+  std::function<void()> open_platform;
 
  private:
   // Why the ASIC does not exist; empty if it does.

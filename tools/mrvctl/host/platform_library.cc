@@ -60,7 +60,9 @@ const Forwarded &forwarded() {
   return functions;
 }
 
-void open_platform(const std::string &file) {
+void open_platform(const std::string &option) {
+  const char *const variable = std::getenv("MORVANE_PLATFORM");
+  const std::string file = option.empty() && variable != nullptr ? variable : option;
   const bool in_this_folder =
       file.find('/') == std::string::npos && access(file.c_str(), F_OK) == 0;
   if (!file.empty()) {

@@ -11,10 +11,11 @@
 
 namespace mrvctl {
 
-// Opens the library of a file, or without a name the one that this mrvctl was built for. Throws
+// Opens the library of the option --platform, of MORVANE_PLATFORM, or the one that this mrvctl was
+// built for, in this order. Throws
 // UsageError where it cannot be opened or lacks a function. Before it, no function of the platform
 // may be called.
-void open_platform(const std::string &file);
+void open_platform(const std::string &option);
 
 // Connects the virtual platform to the switch that morvaned serves at an address, or without one to
 // that of MORVANE_SWITCH, if it is set. Throws OperationFailed.
