@@ -129,6 +129,18 @@ separate_arguments(package UNIX_COMMAND "${output}")
 run(${CC} -std=c99 ${c_flags} ${SOURCE}/examples/client.c ${package} -o ${work}/client_c)
 run_client(${work}/client_c "${c_prints}")
 
+# Each linker keeps the platform, which the client does not call itself.
+foreach(linker bfd gold lld)
+  find_program(linker_${linker} ld.${linker})
+  if(NOT linker_${linker})
+    message(STATUS "ld.${linker} is not installed: not tested")
+    continue()
+  endif()
+  run(${CC} -std=c99 ${c_flags} -fuse-ld=${linker} -Wl,--as-needed ${SOURCE}/examples/client.c ${package}
+    -o ${work}/client_${linker})
+  run_client(${work}/client_${linker} "${c_prints}")
+endforeach()
+
 # By CMake: C++ and C on the virtual platform, C on one of its own.
 run(${CMAKE_COMMAND} -S ${SOURCE}/examples -B ${work}/build -G ${GENERATOR}
   -DCMAKE_PREFIX_PATH=${root} -DCMAKE_C_COMPILER=${CC} -DCMAKE_CXX_COMPILER=${CXX}
