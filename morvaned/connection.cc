@@ -17,8 +17,8 @@ using remote::Hello;
 constexpr std::size_t kMinReceive = 16384;
 constexpr std::size_t kMaxReceive = 65536;
 
-// A larger buffer is released after its message. A record that fits is never refused for lack of
-// room.
+// A larger buffer is released after its message. A record that fits is never refused because
+// buffers are full.
 constexpr std::size_t kKeptCapacity = 65536;
 
 constexpr const char *kTooLong = "record too long";

@@ -34,8 +34,8 @@ std::optional<gid_t> find_group(const std::string &name) {
   return found->gr_gid;
 }
 
-// Blocks the signals that end the service, so that they end it only in its loop. Gives the
-// descriptor to read them from.
+// Blocks the signals that end the service, so that they end it only in its loop. Returns
+// the descriptor to read them from.
 Descriptor block_ending_signals() {
   sigset_t ending;
   sigemptyset(&ending);

@@ -8,7 +8,7 @@
 namespace morvaned {
 
 struct Options {
-  std::string socket;  // a path, or @name; empty where there is no default for this user
+  std::string socket;  // a path, or @name; empty if there is no default for this user
   std::string group;   // empty: none
   uint32_t max_clients = 256;
   uint32_t max_record = 16 * 1024 * 1024;  // bytes

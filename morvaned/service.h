@@ -1,4 +1,4 @@
-// What morvaned answers: the one switch, the rights of each client, and the counts of its calls.
+// The service of morvaned: the switch, the rights of each client, and the counts of its calls.
 #ifndef MORVANED_SERVICE_H
 #define MORVANED_SERVICE_H
 
@@ -43,9 +43,9 @@ class Service {
   // buffers and each of their users a share of it; root and the service's user have another pool.
   bool is_full(const Peer &peer) const;
 
-  // Serves a request whose header has passed its check. Gives the header of the reply. The body of
-  // the reply replaces that of the request; a longer one is appended to out, with the header before
-  // it. Allocates nothing after the request has changed the switch.
+  // Serves a request whose header has passed its check. Returns the header of the reply. The body
+  // of the reply replaces that of the request; a longer one is appended to out, with the header
+  // before it. Allocates nothing after the request has changed the switch.
   remote::Header serve(Peer &peer, const remote::Header &request, uint8_t *body, Bytes &out);
 
   // Peers stay where they are until they leave.

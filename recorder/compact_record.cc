@@ -84,7 +84,7 @@ compact_record keep_request(const call_payload &record, uint8_t *to) {
   return kept;
 }
 
-// The service may have overwritten the type: the request tells it.
+// The type is that of the request: the service may have overwritten it.
 compact_record measure_answer(const call_payload &record, uint32_t shape, const uint8_t *request) {
   switch (shape) {
     case MREC_SHAPE_REGISTER:

@@ -1,4 +1,4 @@
-// What a note keeps of a record: as much of it as means something.
+// The part of a record that a note keeps: the bytes that have a meaning.
 #ifndef RECORDER_COMPACT_RECORD_H
 #define RECORDER_COMPACT_RECORD_H
 
@@ -8,7 +8,7 @@
 
 #pragma GCC visibility push(hidden)
 
-// What a call carries.
+// The record of a call.
 struct call_payload {
   uint32_t case_code;
   const uint8_t *bytes;  // null: none
@@ -21,10 +21,10 @@ struct compact_record {
   uint32_t size;
 };
 
-// Copies what is kept of a request, at most MREC_REQUEST_MAX bytes.
+// Copies the kept part of a request, at most MREC_REQUEST_MAX bytes.
 compact_record keep_request(const call_payload &record, uint8_t *to);
 
-// How many bytes are kept of the answer to a kept request, and whether it is cut.
+// How many bytes are kept of the answer to a kept request, and whether it is truncated.
 compact_record measure_answer(const call_payload &record, uint32_t shape, const uint8_t *request);
 
 // Copies them.

@@ -17,13 +17,13 @@ namespace {
 constexpr std::size_t kStep = sizeof(mrec_note_t);  // notes begin at its multiples
 constexpr uint64_t kRingStep = 4096;
 constexpr std::size_t kChunk = 65536;
-// Bytes that the note of a call has at most: its request, its answer and what fills it up.
+// Maximum size of the note of a call: its request, its answer and padding.
 constexpr std::size_t kMaxCallBytes =
     sizeof(mrec_call_t) + MREC_REQUEST_MAX + 2 * sizeof(uint32_t) * MREC_WORDS_MAX;
 constexpr std::size_t kRegisterHeader = sizeof(kel_asic_reg_access_params_t);
 constexpr std::size_t kRegisterAnswer = 8;  // data and num
 constexpr std::size_t kTransactionHeader = offsetof(kel_asic_xn_t, xn);
-constexpr std::size_t kQosRequest = 20;  // up to the statistics, and the options behind them
+constexpr std::size_t kQosRequest = 20;  // up to the statistics, and the options after them
 constexpr std::size_t kQosStats = sizeof(kel_asic_qos_stats_t);
 
 using Bytes = std::vector<uint8_t>;
@@ -47,7 +47,7 @@ class File {
   uint64_t device() const { return status_.st_dev; }
   uint64_t inode() const { return status_.st_ino; }
 
-  // Gives how many bytes there were: fewer where the file ends.
+  // Returns the number of bytes read: fewer at the end of the file.
   std::size_t read(uint64_t offset, void *to, std::size_t size) const {
     std::size_t done = 0;
     while (done < size) {
@@ -77,7 +77,7 @@ Value value_at(const uint8_t *bytes) {
   return value;
 }
 
-// A text of a record: up to its NUL, what cannot be printed replaced.
+// A text of a record, up to its NUL. Characters that cannot be printed are replaced.
 template <std::size_t size>
 std::string text_of(const char (&field)[size]) {
   std::string text(field, strnlen(field, size));
@@ -99,7 +99,7 @@ Process process_of(const mrec_header_t &header) {
   return process;
 }
 
-// Says what is wrong with a header, or gives null.
+// Returns the fault of a header, or null.
 const char *fault_of(const mrec_header_t &header) {
   if (std::memcmp(header.magic, MREC_MAGIC, sizeof header.magic) != 0)
     return "is not a recording";
@@ -116,8 +116,8 @@ const char *fault_of(const mrec_header_t &header) {
   return nullptr;
 }
 
-// The header as it stands, all 0 where the process had not begun to record. Its two positions may
-// move between the looks at them, and then it is looked at again.
+// The current header, all 0 if the process had not begun to record. It is read again if its two
+// positions move between two reads.
 mrec_header_t load_header(const File &file, const std::string &path) {
   constexpr int kLooks = 8;
   const char *fault = nullptr;
@@ -134,7 +134,7 @@ mrec_header_t load_header(const File &file, const std::string &path) {
   throw Unreadable(path + ' ' + fault);
 }
 
-// The call under way is written while we may be reading; it is whole if its number stays.
+// The process may write the call in flight while this reads it. It is complete if its number stays.
 void load_call_under_way(const File &file, mrec_header_t *header) {
   mrec_u64_t number = 0;
   file.read(offsetof(mrec_header_t, begun.number), &number, sizeof number);
@@ -142,8 +142,8 @@ void load_call_under_way(const File &file, mrec_header_t *header) {
     header->begun.number = 0;
 }
 
-// What was kept of a record, and of its answer, made into records again. False where the sizes are
-// not those of the shape.
+// Restores the records from the kept parts of a request and its answer. False if the sizes do not
+// fit the shape.
 bool register_records(const Bytes &request, const Bytes &answer, Call *call) {
   if (request.size() < kRegisterHeader || request.size() % 4 != 0)
     return false;
@@ -219,7 +219,7 @@ bool make_records(const Bytes &request, const Bytes &answer, Call *call) {
   }
 }
 
-// What a note and a call under way tell alike.
+// The fields that a note and a call in flight have in common.
 template <typename Noted>
 Call call_of(const Noted &noted) {
   Call call;
@@ -234,7 +234,7 @@ Call call_of(const Noted &noted) {
   return call;
 }
 
-// Makes a call of a note; false where the note contradicts itself.
+// Converts a note into a call; false if the note contradicts itself.
 bool make_call(const uint8_t *bytes, std::size_t size, Call *call) {
   if (size < sizeof(mrec_call_t))
     return false;
@@ -312,7 +312,7 @@ bool Reader::next(Call *call) {
 
 bool Reader::under_way(Call *call) const {
   const mrec_begun_t &begun = header_.begun;
-  // A process may end between the note of a call and the end of its being under way.
+  // A process may end after it wrote the note and before the call stopped being in flight.
   if (begun.number == 0 || begun.number == last_number_ ||
       begun.request_size > sizeof begun.request) {
     return false;
@@ -325,7 +325,7 @@ const uint8_t *Reader::next_bytes() const {
   return buffer_.data() + static_cast<std::size_t>(position_ - buffer_position_);
 }
 
-// How much the ring holds in one piece from here on.
+// The number of bytes from here to the end of the ring or of the notes.
 uint64_t Reader::contiguous() const {
   return std::min(header_.ring_size - position_ % header_.ring_size, header_.head - position_);
 }
@@ -340,8 +340,8 @@ void Reader::skip(uint64_t size, uint64_t *count) {
   *count += size;
 }
 
-// Has `wanted` bytes from the next note on in the buffer; or passes over what cannot be had, and
-// gives false. The ring has them in one piece.
+// Reads `wanted` bytes from the next note on into the buffer. If that fails, skips the bytes that
+// cannot be read and returns false. The bytes do not cross the end of the ring.
 bool Reader::fill(std::size_t wanted) {
   if (position_ - buffer_position_ + wanted <= buffer_.size())
     return true;

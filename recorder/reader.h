@@ -1,4 +1,4 @@
-// Reads the recordings of processes, dead or alive, and trusts nothing that stands in them.
+// Reads the recordings of ended and live processes, and trusts no value in them.
 #ifndef RECORDER_READER_H
 #define RECORDER_READER_H
 
@@ -17,47 +17,46 @@ struct Unreadable : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Who was recorded. All empty or 0 where the process had not begun to record.
+// The recorded process. All fields are empty or 0 if it had not begun to record.
 struct Process {
-  std::string program;  // printable characters alone
+  std::string program;  // printable characters only
   uint32_t pid = 0;
   uint32_t parent_pid = 0;
   uint32_t word_size = 0;     // bytes of its pointers
   uint64_t wall_ns = 0;       // when the recording began, by the wall clock since 1970
-  uint64_t monotonic_ns = 0;  // and by the monotonic clock, which runs since the machine booted
+  uint64_t monotonic_ns = 0;  // the same moment by the monotonic clock, which runs since boot
   std::string boot_id;        // equal ids: monotonic times of two processes compare; may be empty
   uint64_t ring_size = 0;     // bytes
 };
 
-// A service call. Both records are as kel_asic_lib_common.h and kel_asic_intf.h lay them out, up to
-// the last byte that means something; what follows, up to length, had no meaning. Whatever the file
-// says, their sizes are
+// A service call. kel_asic_lib_common.h and kel_asic_intf.h declare both records. They end at the
+// last byte with a meaning, before length. Whatever the file contains, their sizes are
 //   MREC_SHAPE_REGISTER     196 bytes, then at most num words: of a write in the request, of a
 //                           read in the answer
 //   MREC_SHAPE_TRANSACTION  40 bytes and num entries, num being 0 to 512; no answer
 //   MREC_SHAPE_QOS          1140 bytes
 //   MREC_SHAPE_OTHER        0 to 256 bytes
-// while every value in them is as untrusted as the file.
+// Every value in them is as untrusted as the file.
 struct Call {
-  uint64_t number = 0;        // which call of the process, from 1, in the order of beginning
+  uint64_t number = 0;        // of the call in the process, from 1, in the order of beginning
   uint64_t wall_ns = 0;       // when it began, by the wall clock since 1970
   uint64_t monotonic_ns = 0;  // and by the monotonic clock
   uint64_t duration_ns = 0;
   uint32_t case_code = 0;
   uint32_t driver = 0;
-  uint32_t length = 0;  // of the record as it was passed; not bounded
+  uint32_t length = 0;  // of the record, as the caller passed it; not bounded
   uint32_t shape = MREC_SHAPE_OTHER;
-  bool returned = false;     // false: it is the one under way
-  bool request_cut = false;  // words were left out
+  bool returned = false;     // false: the call is in flight
+  bool request_cut = false;  // words are missing
   bool answer_cut = false;
   int32_t result = 0;            // of sse_call2
-  int32_t error_number = 0;      // errno, where result is below 0
-  std::vector<uint8_t> request;  // the record as it was sent
-  std::vector<uint8_t> answer;   // as it was answered; empty where the call failed
+  int32_t error_number = 0;      // errno, if result is below 0
+  std::vector<uint8_t> request;  // the record that was sent
+  std::vector<uint8_t> answer;   // the answer; empty if the call failed
 };
 
-// One recording, read forwards up to where it stood when it was looked at last. The file is open
-// only while it is looked at, so that any number of readers can stand side by side.
+// One recording, read forwards up to its end at the last refresh. The file is open only during a
+// refresh, so that there can be any number of readers.
 class Reader {
  public:
   // Throws Unreadable. A file whose process had not yet begun to record has no calls.
@@ -66,23 +65,23 @@ class Reader {
   const std::string &path() const { return path_; }
   const Process &process() const { return process_; }
 
-  // Gives the next call that has returned, in the order of returning; false behind the last one.
-  // Throws Unreadable where the file can no longer be read.
+  // Returns the next call, in the order in which calls returned; false after the last one. Throws
+  // Unreadable if the file can no longer be read.
   bool next(Call *call);
 
-  // Looks at the file again: next() goes on with what has come since. Throws Unreadable.
+  // Reads the file again: next() continues with newer calls. Throws Unreadable.
   void refresh();
 
-  // Gives the call that was under way when the file was looked at, false where there was none.
-  // Meant for when next() has given the last one.
+  // Returns the call that was in flight at the last refresh; false if there was none. To be used
+  // after next() has returned the last call.
   bool under_way(Call *call) const;
 
-  // What next() has passed over so far: bytes that newer notes overwrote while it was reading,
-  // bytes that are no notes, and notes of kinds that it does not know.
+  // What next() has skipped so far: bytes that newer notes overwrote during the read, bytes that
+  // are not notes, and notes of unknown kinds.
   uint64_t overwritten_bytes() const { return overwritten_; }
   uint64_t damaged_bytes() const { return damaged_; }
   uint64_t unknown_notes() const { return unknown_; }
-  // Calls that the process could not note.
+  // Calls that the process could not record.
   uint64_t missed_calls() const { return header_.missed; }
 
  private:
@@ -95,7 +94,7 @@ class Reader {
 
   std::string path_;
   Process process_;
-  mrec_header_t header_{};  // as it stood at the last look; all 0 where recording had not begun
+  mrec_header_t header_{};  // at the last refresh; all 0 if recording had not begun
   uint64_t device_ = 0, inode_ = 0;
   uint64_t position_ = 0;  // of the next note
   std::vector<uint8_t> buffer_;

@@ -52,7 +52,7 @@ bool can_write_error() {
          ready.revents == POLLOUT;
 }
 
-// Writes the decimal digits and a NUL. Gives the end of the digits.
+// Writes the decimal digits and a NUL. Returns the end of the digits.
 char *append_number(char *to, uint32_t number) {
   char digits[11];
   char *first = digits + sizeof digits - 1;
@@ -77,7 +77,7 @@ bool ring_size_of(const char *text, uint32_t *size) {
   return true;
 }
 
-// Writes the name of the program as a part of a file name. Gives its end.
+// Writes the name of the program as a part of a file name. Returns its end.
 char *append_program(char *to, std::size_t size) {
   const char *program = program_invocation_short_name;
   if (program == nullptr || *program == '\0')
@@ -111,7 +111,7 @@ int create_file(int directory, char *name) {
   return -1;
 }
 
-// Gives 0 or an error number. A file beyond the process's limit would raise SIGXFSZ.
+// Returns 0 or an error number. A file beyond the process's limit would raise SIGXFSZ.
 int allocate(int file, off_t size) {
   rlimit limit = {};
   if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
@@ -151,7 +151,7 @@ void write_header(mrec_header_t *header, uint32_t ring_size) {
   std::memcpy(header->magic, MREC_MAGIC, sizeof header->magic);
 }
 
-// Gives 0 or an error number. The pages are there from the start, so that no call waits for one.
+// Returns 0 or an error number. The pages are there from the start, so that no call waits for one.
 int map_recording(int file, uint32_t ring_size, ring *to) {
   const std::size_t size = MREC_HEADER_SIZE + ring_size;
   if (const int error = allocate(file, static_cast<off_t>(size)))
@@ -169,7 +169,7 @@ int map_recording(int file, uint32_t ring_size, ring *to) {
   return 0;
 }
 
-// Gives 0 or an error number.
+// Returns 0 or an error number.
 __attribute__((noinline)) int create_in(int directory, uint32_t ring_size, ring *to) {
   char name[160];
   const int file = create_file(directory, name);

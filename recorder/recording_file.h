@@ -20,7 +20,7 @@ void remember_standard_error();
 void read_settings(recording_settings *settings);
 
 // Creates the file of this process, allocates all of it and maps it. If that fails, reports it on
-// standard error and gives false.
+// standard error and returns false.
 bool create_recording(const recording_settings &settings, ring *to);
 
 void unmap_recording(const ring &of);

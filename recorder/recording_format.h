@@ -2,16 +2,15 @@
  * @file
  * The file in which a process keeps its last service calls: a header, then a ring of notes.
  *
- * The file is the interface between the process that wrote it, which may be dead or still at work,
- * and whoever reads it. It is the same on 32-bit and 64-bit machines: little-endian, without gaps.
- * A comment behind a field gives its offset in bytes. docs/recording.md tells it in prose.
+ * The file is the interface between the process that writes it, which may have ended, and its
+ * readers. It is the same on 32-bit and 64-bit machines: little-endian, without gaps. A comment
+ * after a field starts with its offset in bytes. docs/recording.md describes the file.
  *
- * A position counts bytes since the recording began, and only grows; it stands in the file at
- * ::MREC_HEADER_SIZE + position % ring_size. The notes from tail up to head are whole. Before old
- * notes are overwritten tail passes them; after a note is written head passes it. So whoever reads
- * tail and head, copies notes and then reads tail again, has got whole those that stand at or
- * behind that tail, and a process that is killed at any instant leaves nothing but whole notes
- * between the two.
+ * A position counts bytes since the recording began, and only grows. Its offset in the file is
+ * ::MREC_HEADER_SIZE + position % ring_size. The notes from tail up to head are complete: tail
+ * moves before a note is overwritten, head moves after a note is written. A reader reads both,
+ * copies notes and then reads tail again: the notes from the new tail on were copied completely. A
+ * process that is killed at any instant leaves only complete notes between the two.
  */
 #ifndef RECORDING_FORMAT_H
 #define RECORDING_FORMAT_H
@@ -32,36 +31,37 @@ typedef uint64_t mrec_u64_t __attribute__((aligned(8)));
 /** Bytes in front of the ring. */
 #define MREC_HEADER_SIZE UINT32_C(16384)
 
-/** Limits of ring_size, which is a multiple of 4096, and what it is by default. */
+/** Limits of ring_size, which is a multiple of 4096, and its default. */
 #define MREC_RING_MIN UINT32_C(65536)
 #define MREC_RING_MAX UINT32_C(1073741824)
 #define MREC_RING_DEFAULT UINT32_C(4194304)
 
-/** At most so many data words of a register request, and of its answer, are kept. */
+/** Maximum number of data words that are kept of a register request, and of its answer. */
 #define MREC_WORDS_MAX UINT32_C(2048)
 
-/** At most so many bytes are kept of a record that is none of those in kel_asic_lib_common.h. */
+/** Maximum number of bytes that are kept of a record that kel_asic_lib_common.h does not declare.
+ */
 #define MREC_OTHER_MAX UINT32_C(256)
 
-/** At most so many bytes are kept of any request: those of a transaction with all its entries. */
+/** Maximum number of bytes that are kept of any request: a transaction with all its entries. */
 #define MREC_REQUEST_MAX UINT32_C(10280)
 
 /** Begins each note, exclusive-or'ed with the low 32 bits of its position. */
 #define MREC_NOTE_MARK UINT32_C(0xCA11CA11)
 
-/** What a note is. A reader skips kinds that it does not know. */
+/** Kinds of notes. A reader skips unknown kinds. */
 enum {
-  MREC_NOTE_FILLER = 0, /**< nothing; fills the ring up to its end */
-  MREC_NOTE_CALL = 1    /**< ::mrec_call_t and what was kept of its record */
+  MREC_NOTE_FILLER = 0, /**< without content; fills the ring up to its end */
+  MREC_NOTE_CALL = 1    /**< ::mrec_call_t and the kept part of its record */
 };
 
-/** What is kept of a record, and how. */
+/** Which part of a record is kept. */
 enum {
-  /** No record, or one that is none of the others: its first bytes, as sent and as answered. */
+  /** No record, or any other: its first bytes, in the request and in the answer. */
   MREC_SHAPE_OTHER = 0,
   /**
-   * kel_asic_reg_access_params_t. Request: its 196 bytes, then of a write of words the words.
-   * Answer: data, num, then of a read of words the words.
+   * kel_asic_reg_access_params_t. Request: its 196 bytes, then the words of a write of several
+   * words. Answer: data, num, then the words of a read of several words.
    */
   MREC_SHAPE_REGISTER = 1,
   /** kel_asic_xn_t of 0 to 512 entries. Request: 40 bytes, then the num entries. Answer: none. */
@@ -70,48 +70,48 @@ enum {
   MREC_SHAPE_QOS = 3
 };
 
-/** Bits of mrec_call_t::flags: what was longer than what is kept. */
+/** Bits of mrec_call_t::flags: the request or the answer is truncated. */
 enum { MREC_REQUEST_CUT = 1, MREC_ANSWER_CUT = 2 };
 
 /** Begins every note. 16 bytes; a note begins at a multiple of 16 and never wraps. */
 typedef struct mrec_note_t {
   uint32_t mark;     /**< 0: ::MREC_NOTE_MARK ^ low 32 bits of the note's position */
-  uint32_t size;     /**< 4: bytes of the whole note, a multiple of 16, not 0 */
-  uint32_t kind;     /**< 8: what it is */
+  uint32_t size;     /**< 4: bytes of the complete note, a multiple of 16, not 0 */
+  uint32_t kind;     /**< 8: its kind */
   uint32_t reserved; /**< 12: 0 */
 } mrec_note_t;
 
 /** A call that has returned. 96 bytes, then request_size bytes of request, then of answer. */
 typedef struct mrec_call_t {
   mrec_note_t note;        /**< 0: the beginning of every note */
-  mrec_u64_t number;       /**< 16: which call of the process, by when it began; from 1 */
+  mrec_u64_t number;       /**< 16: number of the call in the process, from 1 */
   mrec_u64_t wall_ns;      /**< 24: when it began: CLOCK_REALTIME in nanoseconds */
   mrec_u64_t monotonic_ns; /**< 32: when it began: CLOCK_MONOTONIC in nanoseconds */
-  mrec_u64_t duration_ns;  /**< 40: how long it took */
+  mrec_u64_t duration_ns;  /**< 40: its duration */
   uint32_t case_code;      /**< 48: case code */
   uint32_t driver;         /**< 52: driver identifier */
   uint32_t length;         /**< 56: length of the record as it was passed */
   int32_t result;          /**< 60: what the call returned */
   int32_t error_number;    /**< 64: errno where result is below 0; else 0 */
-  uint32_t shape;          /**< 68: what is kept of the record */
-  uint32_t flags;          /**< 72: what was cut */
+  uint32_t shape;          /**< 68: which part of the record is kept */
+  uint32_t flags;          /**< 72: what is truncated */
   uint32_t request_size;   /**< 76: bytes kept of the request */
   uint32_t answer_size;    /**< 80: bytes kept of the answer, which follow; 0 if the call failed */
   uint32_t reserved[3];    /**< 84: 0 */
 } mrec_call_t;
 
-/** The call that has begun and not yet returned. 10328 bytes. */
+/** The call in flight: it has begun and not yet returned. 10328 bytes. */
 typedef struct mrec_begun_t {
-  mrec_u64_t number;                 /**< 0: as in ::mrec_call_t; 0 while there is none */
+  mrec_u64_t number;                 /**< 0: as in ::mrec_call_t; 0 if no call is in flight */
   mrec_u64_t wall_ns;                /**< 8: when it began, as there */
   mrec_u64_t monotonic_ns;           /**< 16: when it began, as there */
   uint32_t case_code;                /**< 24: case code */
   uint32_t driver;                   /**< 28: driver identifier */
   uint32_t length;                   /**< 32: length of the record as it was passed */
-  uint32_t shape;                    /**< 36: what is kept of the record */
-  uint32_t flags;                    /**< 40: what was cut */
+  uint32_t shape;                    /**< 36: which part of the record is kept */
+  uint32_t flags;                    /**< 40: what is truncated */
   uint32_t request_size;             /**< 44: bytes kept of the request */
-  uint8_t request[MREC_REQUEST_MAX]; /**< 48: they, and zeros or leftovers of other calls */
+  uint8_t request[MREC_REQUEST_MAX]; /**< 48: the request, then zeros or leftovers of other calls */
 } mrec_begun_t;
 
 /** Beginning of the file. 10600 bytes, then zeros up to ::MREC_HEADER_SIZE. */
@@ -121,17 +121,17 @@ typedef struct mrec_header_t {
   uint32_t header_size;    /**< 12: ::MREC_HEADER_SIZE */
   mrec_u64_t ring_size;    /**< 16: bytes of the ring, which ends the file */
   mrec_u64_t tail;         /**< 24: position of the oldest note */
-  mrec_u64_t head;         /**< 32: position behind the newest note */
-  mrec_u64_t missed;       /**< 40: calls without a note: of a signal handler that ran amid one */
+  mrec_u64_t head;         /**< 32: position after the newest note */
+  mrec_u64_t missed;       /**< 40: calls that could not be recorded */
   mrec_u64_t wall_ns;      /**< 48: when the recording began: CLOCK_REALTIME in nanoseconds */
   mrec_u64_t monotonic_ns; /**< 56: when it began: CLOCK_MONOTONIC in nanoseconds */
   uint32_t pid;            /**< 64: the process */
   uint32_t parent_pid;     /**< 68: its parent */
   uint32_t word_size;      /**< 72: bytes of its pointers */
   uint32_t reserved;       /**< 76: 0 */
-  char boot_id[40];        /**< 80: boot of the machine, NUL-padded; empty where it is unknown */
+  char boot_id[40];        /**< 80: boot of the machine, NUL-padded; empty if it is unknown */
   char program[152];       /**< 120: name of the program, NUL-padded, byte 151 NUL */
-  mrec_begun_t begun;      /**< 272: the call under way */
+  mrec_begun_t begun;      /**< 272: the call in flight */
 } mrec_header_t;
 
 #ifdef __cplusplus

@@ -13,7 +13,7 @@ namespace {
 constexpr uint32_t kFirstCommand = KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
 constexpr uint32_t kWholeRegister = 0xFFFFFFFF;
 
-// What a command has in place of the ASIC number.
+// The port word, which a command has instead of the ASIC number.
 struct PortWord {
   explicit PortWord(int32_t asic_map)
       : asic(static_cast<uint32_t>(asic_map) >> 16),
@@ -44,7 +44,7 @@ Target target_of(const kel_asic_xn_entry_t &write) {
   }
 }
 
-// The flow control of a port is a setting: it outlives its statistics.
+// The flow control of a port is a setting: a clear of the statistics keeps it.
 void clear_stats(kel_asic_qos_stats_t &stats) {
   const port_flow_ctrl_t flow_ctrl = stats.pause.flow_ctrl;
   stats = {};

@@ -1,6 +1,6 @@
 // The driver service of the virtual Morvane: it owns the ASICs and answers the records that reach
-// it, from the transport of its process or through morvaned. It knows nothing of who asks. The
-// refusals and the counting are told in virtual_platform.h.
+// it, from the transport of its process or through morvaned. It does not know the caller.
+// virtual_platform.h documents the refusals and the counters.
 #ifndef DRIVER_SERVICE_H
 #define DRIVER_SERVICE_H
 
@@ -18,22 +18,22 @@ struct VirtualAsic {
   vp_asic_state commands{};
   std::array<kel_asic_qos_stats_t, virtual_asic::kHostPorts + virtual_asic::kNetworkPorts> ports{};
 
-  // The statistics of a port, or null where the ASIC lacks the port.
+  // The statistics of a port, or null if the ASIC does not have the port.
   kel_asic_qos_stats_t *find_port(cardcfg_port_type_t port_type, uint32_t port);
 };
 
-// The service. Every function that returns an int gives 0 or the errno of its refusal, and a
-// refusal changes nothing. Memory for the words is allocated before the first one is written: if
-// there is none, handle() gives ENOMEM.
+// The service. Every function that returns an int returns 0 or the errno of its refusal, and
+// a refusal changes nothing. Memory for the words is allocated before the first one is written: if
+// that fails, handle() returns ENOMEM.
 class DriverService {
  public:
-  // Handles a record, which is not null and has length bytes, and leaves the answer in it.
+  // Handles a record, which is not null and has length bytes, and writes the answer into it.
   int handle(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length);
 
   int add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
                   const vp_traffic &traffic);
 
-  // The ASIC, or null where the switch lacks it.
+  // The ASIC, or null if the switch does not have it.
   VirtualAsic *find_asic(uint32_t module, uint32_t asic) {
     return module < virtual_asic::kModules && asic <= virtual_asic::kHighestAsic
                ? &asics_[module][asic]
@@ -48,7 +48,7 @@ class DriverService {
   int write_block(const kel_asic_reg_access_params_t &request);
   int check_words(const kel_asic_reg_access_params_t &request, uint32_t count);
   int write_transaction(const kel_asic_xn_t &transaction);
-  // Inline, as a transaction calls them for each of its entries.
+  // Inline, because a transaction calls them for each of its entries.
   inline int prepare_write(const kel_asic_xn_entry_t &write);
   inline void apply_write(const kel_asic_xn_entry_t &write);
   int check_command(const kel_asic_xn_entry_t &command);

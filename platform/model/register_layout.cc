@@ -1,4 +1,4 @@
-// Where the registers of the virtual Morvane are in its address space.
+// The register addresses of the virtual Morvane.
 #include "register_layout.h"
 
 #include <algorithm>
@@ -29,7 +29,7 @@ constexpr Hole kHoles[] = {
     {KEL_ASIC_BLK_CI, 168}, {KEL_ASIC_BLK_MISC, 99}, {KEL_ASIC_BLK_CH, 640},
 };
 
-// The tables whose shape clients do not know, and ask the hook for.
+// The tables whose shape is not published: clients call the hook.
 struct HookTable {
   kel_asic_blk_t block;
   kel_asic_reg_t vreg;
@@ -54,13 +54,13 @@ const HookTable *find_hook_table(kel_asic_blk_t block, kel_asic_reg_t vreg) {
   return found != std::end(kHookTables) ? found : nullptr;
 }
 
-// Block 0 begins one span above address 0, which no register has.
+// Block 0 begins one span above address 0, so that no register has address 0.
 constexpr uint32_t kBlockSpan = 0x04000000;
 constexpr uint32_t kInstanceSpan = 0x00100000;
 constexpr uint32_t kWindowAlignment = 0x100;
 
-// Gives a table its window, unless it has one. A gap before it lets a run past the last entry of
-// the table before meet no register.
+// Gives a table its window, unless it has one. A gap before it separates it from the previous
+// table, so that a block access past the last entry there fails.
 void add_table(RegisterLayout &layout, kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t words) {
   if (layout.offsets[block][vreg] != 4 * vreg)
     return;
@@ -73,7 +73,7 @@ void add_table(RegisterLayout &layout, kel_asic_blk_t block, kel_asic_reg_t vreg
 }
 
 void add_tables(RegisterLayout &layout) {
-  // Before its neighbours, which clients know: scripts and recordings tell their addresses.
+  // Before the tables that clients know: scripts and recordings contain the addresses.
   const HookTable &first = kHookTables[0];
   add_table(layout, first.block, first.vreg, first.entries * first.words);
   for (const kel_asic_dhs_row_t &row : kel_asic_dhs_rows) {

@@ -1,9 +1,9 @@
-// Where the registers of the virtual Morvane are in its address space.
+// The register addresses of the virtual Morvane.
 //
 // Each block has a span of addresses, each of its instances a part of that. An instance begins with
-// its registers, four bytes each in the order of their enumeration, so that a run of words reads
-// neighbours; the places of holes and of table registers stay empty. Behind them follow the windows
-// of the tables, with room for every entry.
+// its registers, four bytes each in the order of their enumeration, so that a block access
+// reaches neighbours; the addresses of holes and of table registers stay empty. After them follow
+// the windows of the tables, which have space for every entry.
 #ifndef REGISTER_LAYOUT_H
 #define REGISTER_LAYOUT_H
 
@@ -15,7 +15,7 @@
 
 namespace virtual_asic {
 
-// A run of words without a gap: a table, or neighbouring registers.
+// Consecutive words: a table, or neighbouring registers.
 struct Window {
   uint32_t begin;
   uint32_t size;
@@ -27,19 +27,19 @@ struct Window {
 struct RegisterLayout {
   std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> bases;    // one per instance
   std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> offsets;  // one per register
-  std::array<std::vector<Window>, KEL_ASIC_NUM_BLK> windows;  // by their place in an instance
+  std::array<std::vector<Window>, KEL_ASIC_NUM_BLK> windows;  // by their offset in an instance
 };
 
 // Built at the first use and never destroyed: clients keep the tables until the process ends.
 const RegisterLayout &register_layout();
 
-// Words in an entry of a table whose shape clients do not know; -1 for any other register or entry.
+// Words in an entry of a table whose shape is not published; -1 for any other register or entry.
 int hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index);
 
-// The window that was found last. Neighbours are mostly asked for together.
+// The window that was found last: neighbours are usually accessed together.
 extern Window cached_window;
 
-// Finds the window that an address is in, if there is one.
+// Finds the window of an address; null if there is none.
 bool find_window(uint32_t address);
 
 // Whether a register, or an entry of a table register, has a word at this address.

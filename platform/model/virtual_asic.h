@@ -13,10 +13,10 @@ constexpr uint32_t kHighestAsic = 0;
 constexpr uint32_t kHostPorts = 32;
 constexpr uint32_t kNetworkPorts = 8;
 
-// Software identifier of the card that is plugged in at the start.
+// Software identifier of the initial card.
 constexpr uint16_t kPlainCard = 1;
 
-// Ports of a type; 0 of the types that the ASIC lacks.
+// Ports of a type; 0 for types that the ASIC does not have.
 constexpr uint32_t port_count(cardcfg_port_type_t type) {
   switch (type) {
     case CARDCFG_PORT_TYPE_HIF:

@@ -6,8 +6,8 @@
 
 #include "model/virtual_switch.h"
 
-// Never destroyed, because calls come as long as the process lives; in static memory, because
-// callers are C and expect no exception.
+// Never destroyed, because calls may come until the process ends. In static memory, because C
+// callers expect no exception.
 inline VirtualSwitch &own_switch() {
   alignas(VirtualSwitch) static unsigned char memory[sizeof(VirtualSwitch)];
   static auto *const instance = new (memory) VirtualSwitch;

@@ -1,5 +1,5 @@
-// The controls that act on the switch itself, be it in this process or in morvaned. Those of the
-// card stand in card_config.cc; those of this process's calls, and the reset, in system_service.cc.
+// The controls of the switch, in this process or in morvaned. card_config.cc has the controls of
+// the card; system_service.cc those of this process's calls, and the reset.
 #include <cerrno>
 
 #include "own_switch.h"

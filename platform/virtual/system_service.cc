@@ -1,5 +1,5 @@
-// The system-service transport of the virtual switch: it carries a record to the driver service, in
-// this process or in another, or lets the call go wrong as the controls ask, and tells the watcher.
+// The system-service transport of the virtual switch: it passes a record to the driver service, in
+// this process or in another, or lets the call fail as the controls request, and calls the watcher.
 #include "platform/system_service.h"
 
 #include <cerrno>
@@ -17,11 +17,11 @@ namespace {
 
 using remote::Outcome;
 
-// What the controls ask of the calls of this process.
+// The requests of the controls for the calls of this process.
 struct Transport {
-  std::vector<Outcome> faults;  // of the next calls, in their order
+  std::vector<Outcome> faults;  // of the next calls, in order
   std::optional<uint32_t> next_num;
-  uint32_t delay = 0;  // milliseconds, of so many calls to come
+  uint32_t delay = 0;  // milliseconds, for a number of calls
   uint32_t delayed_calls = 0;
   vp_watcher watcher = nullptr;
   void *user = nullptr;
@@ -46,7 +46,7 @@ Outcome carry(uint32_t case_code, const sys_srvc_case_params_t &params, uint32_t
   return {refusal == 0 ? 0 : -1, refusal};
 }
 
-// An answer to a run of words carries the number that the controls ask for.
+// The answer to a block read has the number of words that the controls request.
 void change_num(uint32_t case_code, void *record) {
   auto &request = *static_cast<kel_asic_reg_access_params_t *>(record);
   if (!transport().next_num || case_code != SYSSRV_REG_READ_CASE || request.type != TYPE_READ_DHS)
@@ -55,7 +55,7 @@ void change_num(uint32_t case_code, void *record) {
   transport().next_num.reset();
 }
 
-// A service that takes its time cannot be interrupted by a signal.
+// A signal cannot interrupt a slow service.
 void wait_as_asked() {
   if (transport().delayed_calls == 0)
     return;
@@ -94,7 +94,7 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
   call.result = outcome.result;
   call.error_number = outcome.error_number;
   tell_watcher(VP_CALL_ANSWERED, call);
-  // Last, as the watcher may have used errno for its own.
+  // Last, because the watcher may have changed errno.
   if (outcome.result < 0)
     errno = outcome.error_number;
   return outcome.result;

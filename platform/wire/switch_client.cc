@@ -159,7 +159,7 @@ int wait_for(int fd, short events, int64_t deadline) {
   }
 }
 
-// Whether the service has gone away, or the program has closed our socket.
+// Whether the service has ended, or the program has closed our socket.
 bool is_gone(int error) {
   return error == EPIPE || error == ECONNRESET || error == ENOTCONN || error == EBADF ||
          error == ENOTSOCK;

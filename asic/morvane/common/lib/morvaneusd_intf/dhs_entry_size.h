@@ -8,8 +8,8 @@
 
 #pragma GCC visibility push(hidden)
 
-// The published rows in less room, with an index by block: a lookup is on the way of every access
-// to a table.
+// The published rows in a compact form, with an index by block: every access to a table makes a
+// lookup.
 struct dhs_row {
   uint8_t words;           // in each entry, or KEL_ASIC_DHS_BY_HOOK
   uint16_t highest_index;  // of the entries
@@ -20,7 +20,7 @@ struct dhs_row {
 constexpr std::size_t dhs_row_count = KEL_ASIC_DHS_ROWS;
 
 struct dhs_table {
-  uint8_t begin[KEL_ASIC_NUM_BLK + 1];  // where the rows of each block begin, and the last ones end
+  uint8_t begin[KEL_ASIC_NUM_BLK + 1];  // start of the rows of each block, and end of the last ones
   dhs_row rows[dhs_row_count];
 };
 
@@ -35,9 +35,8 @@ inline const dhs_row *find_dhs_row(kel_asic_blk_t blk, kel_asic_reg_t vreg) {
   return nullptr;
 }
 
-// Words in one entry, or what the register map's hook says for the registers that are left to it;
-// below 1 when the register is no table or the entry is out of its range. The address has been
-// checked.
+// Words in one entry; for some registers, the register map's hook returns them. Below 1 if the
+// register is not a table or the entry is out of range. The caller has checked the address.
 KEL_INLINE int kel_asic_reg_dhs_entry_size(kel_asic_num_t asic_id, kel_asic_blk_t blk,
                                            kel_asic_reg_t vreg, uint32_t dhs_index) {
   constexpr const char *function = "kel_asic_reg_dhs_entry_size";

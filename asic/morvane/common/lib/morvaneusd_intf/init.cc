@@ -16,13 +16,14 @@ namespace {
 constexpr uint32_t first_buffer_size = request_size(2048);
 
 uint32_t card_asic_type(slot_num_t slot) {
-  // A query that fails leaves the output alone, so it starts as no Morvane.
+  // A failed query does not write the output, so it must not start as a Morvane.
   uint32_t dev_type = CARDCFG_DEV_TYPE_MAX;
   cardcfg_get_real_asic_type(slot, 0, &dev_type);
   return kel_get_asic_type(dev_type);
 }
 
-// Fills slot 0 behind what the register map has written, and allocates the request buffer.
+// Fills the rest of slot 0 after the register map has written its part, and allocates the request
+// buffer.
 syserr_t fill_slot(kel_asic_specific_context_t &slot) {
   slot.asic_type = KEL_ASIC_DRIVER_MORVANE;
   for (const kel_asic_block_t &row : kel_asic_blocks) {
@@ -93,7 +94,7 @@ syserr_t lib_mrv_asic_init(slot_num_t slot, uint32_t asic_type, uint32_t context
   if (syserr == 0 && fill_slot(slot0) != 0)
     return KEL_ASIC_SYSERR_NO_BUFFER;
   if (syserr != 0)
-    slot0 = {};  // nothing counts of what a register map that failed has filled in
+    slot0 = {};  // discards the output of a register map that failed
 
   // Also after a failure: the card will not change, and an empty slot refuses every address.
   lib_init_done = 1;

@@ -1,4 +1,4 @@
-// The library's one context and what every file of the library shares.
+// The library's context, and declarations for every file of the library.
 #ifndef KEL_ASIC_LIB_PRIVATE_H
 #define KEL_ASIC_LIB_PRIVATE_H
 
@@ -10,15 +10,15 @@
 #include "kel_asic_syserr_def.h"
 #include "platform/register_map.h"
 
-// Of a short access, each call on the way is a good part of the cost.
+// Each function call is a considerable part of the cost of a short access.
 #define KEL_INLINE __attribute__((always_inline)) inline
 
-// What the public headers declare is exported; everything else of ours is hidden.
+// The declarations of the public headers are exported; all others are hidden.
 #pragma GCC visibility push(hidden)
 
 constexpr std::size_t kel_asic_slots = 4;
 
-// One ASIC. The ASIC number is the index of its slot; initialisation fills slot 0 alone.
+// One ASIC. The ASIC number is the index of its slot; initialisation fills only slot 0.
 struct kel_asic_specific_context_t {
   uint32_t asic_type;                   // driver identifier found on the card
   kel_asic_ver_t asic_ver;              // revision, the register map's own

@@ -1,4 +1,4 @@
-// Multi-word access: runs of registers, and runs of table (DHS) entries.
+// Multi-word access: consecutive registers, and consecutive table (DHS) entries.
 #include <cstring>
 
 #include "dhs_entry_size.h"
@@ -12,8 +12,8 @@
 
 namespace {
 
-// Moves data words between the caller's array and the request: as a block, or word by word where
-// the trace wants a line for each. The lines count from 1.
+// Moves data words between the caller's array and the request: as a block, or word by word if
+// the trace is on, which has a line for each. The lines count from 1.
 template <typename TraceWord>
 void copy_words(uint32_t *to, const uint32_t *from, uint32_t words, TraceWord trace_word) {
   if (!trace_enabled()) {
@@ -26,8 +26,8 @@ void copy_words(uint32_t *to, const uint32_t *from, uint32_t words, TraceWord tr
   }
 }
 
-// Sends the read request in the buffer, which has room for that many words, and copies the words of
-// the answer. However many the service says that it has answered, the caller's array is no longer.
+// Sends the read request in the buffer, which is long enough for that many words, and copies the
+// words of the answer. The service may report more words than the caller's array holds.
 template <typename TraceWord>
 syserr_t read_words(uint32_t *p_data, uint32_t words, TraceWord trace_word) {
   const syserr_t result = call_service(SYSSRV_REG_READ_CASE, lib_ctx.p_params, request_size(words));
@@ -38,14 +38,14 @@ syserr_t read_words(uint32_t *p_data, uint32_t words, TraceWord trace_word) {
   return 0;
 }
 
-// The entries that a DHS operation is about.
+// The entries of a DHS operation.
 struct dhs_run {
   real_address real;       // of the register
   int entry_size;          // words in one entry
   uint32_t entry_address;  // of the first entry
 };
 
-// What both DHS operations do first. Any result but 0 refuses the call.
+// The first part of both DHS operations. Any result except 0 refuses the call.
 KEL_INLINE syserr_t find_entries(int module, const symbolic_address &address, uint32_t dhs_index,
                                  const uint32_t *p_data, dhs_run *run) {
   const syserr_t refusal = check_access(module, address, p_data);
@@ -59,7 +59,7 @@ KEL_INLINE syserr_t find_entries(int module, const symbolic_address &address, ui
   return 0;
 }
 
-// Words in a run of entries. False when its request would have no 32-bit size.
+// Words in consecutive entries. False if the size of the request does not fit into 32 bits.
 bool count_words(int entry_size, uint32_t num_entries, uint32_t *words) {
   const uint64_t count = static_cast<uint64_t>(entry_size) * num_entries;
   *words = static_cast<uint32_t>(count);
@@ -71,10 +71,10 @@ bool is_short_entry_card(uint16_t sw_card_id) {
   return sw_card_id == 265 || sw_card_id == 266 || sw_card_id == 345 || sw_card_id == 373;
 }
 
-// On some cards the entries of two tables hold fewer words than their size says; a read asks for no
-// more than that.
+// On some cards the entries of two tables have fewer words than their size; a read must not request
+// more.
 uint32_t words_to_read(kel_asic_reg_t vreg, int entry_size, uint32_t num_entries) {
-  // A query that fails leaves the output alone, so it starts as none of those cards.
+  // A failed query does not write the output, so it must not start as one of those cards.
   uint16_t sw_card_id = 0;
   cardcfg_card_get_sw_card_id(0, &sw_card_id);
   uint32_t words = static_cast<uint32_t>(entry_size);

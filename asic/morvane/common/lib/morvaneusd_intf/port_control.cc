@@ -6,15 +6,15 @@
 
 namespace {
 
-// What the library names as its own source in the requests that it makes by itself.
+// The source file in requests of the library itself.
 constexpr const char *library_path = "asic/morvane/common/lib/morvaneusd_intf";
 
-// ASIC number, port type and port number as a command carries them. Nothing is cut to its width.
+// ASIC number, port type and port number in a command. No value is truncated to its width.
 uint32_t port_word(int asic_id, uint32_t port_type, uint32_t port) {
   return static_cast<uint32_t>(asic_id) << 16 | port_type << 8 | port;
 }
 
-// 0 when a command for this ASIC may be sent.
+// 0 if a command for this ASIC may be sent.
 syserr_t check_asic(int module, int asic_id) {
   if (lib_init_done == 0)
     return SYSERR_KEL_ASIC_UNINIT;
@@ -95,7 +95,7 @@ syserr_t lib_mrv_asic_prog_sp_timer(cardcfg_module_id_t module, cardcfg_dev_id_t
   const syserr_t refusal = check_asic(module, asic);
   if (refusal != 0)
     return refusal;
-  // The service looks at these three alone; the rest is zero.
+  // The service uses only these three fields; the rest is zero.
   kel_asic_reg_access_params_t request = {};
   request.module = module;
   request.asic = asic;
@@ -110,7 +110,7 @@ syserr_t lib_mrv_asic_clear_all_drop_counters(void) {
   KEL_TRACE_ENTER(operation);
   if (lib_init_done == 0)
     return SYSERR_KEL_ASIC_UNINIT;
-  // Straight to the service: what waits in an open transaction has nothing to do with it.
+  // Sent immediately: it does not depend on the writes of an open transaction.
   kel_asic_reg_access_params_t request;
   const syserr_t result =
       send_request(SYSSRV_REG_WRITE_CASE, &request,

@@ -8,7 +8,7 @@
 
 namespace {
 
-// The service reads and answers the request; a get has somewhere to put the answer.
+// The service reads and answers the request; only a get receives the answer.
 syserr_t request_stats(const char *operation, kel_asic_qos_stats_type_t type,
                        cardcfg_module_id_t module, cardcfg_dev_id_t asic,
                        cardcfg_port_type_t port_type, cardcfg_port_id_t port, uint32_t opts,
@@ -18,7 +18,7 @@ syserr_t request_stats(const char *operation, kel_asic_qos_stats_type_t type,
     return SYSERR_KEL_ASIC_UNINIT;
   if (!valid_module(module) || !valid_asic(asic) || (type == QOS_STATS_GET && stats == nullptr))
     return SYSERR_KEL_ASIC_INVALID_ARG;
-  // Both records have padding, which an initialiser or an assignment need not reach.
+  // Both records have padding, which an initialiser or an assignment may not clear.
   kel_asic_qos_stats_params_t request;
   std::memset(&request, 0, sizeof request);
   request.type = type;

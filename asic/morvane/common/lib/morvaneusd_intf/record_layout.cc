@@ -1,5 +1,5 @@
 // The layout of every record that crosses the interface, checked once at build time: clients, the
-// platform and the driver service are built apart and agree on bytes alone.
+// platform and the driver service are built separately and share only the bytes.
 #include <cstddef>
 
 #include "kel_asic_blocks.h"

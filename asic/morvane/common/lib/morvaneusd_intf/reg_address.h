@@ -1,4 +1,4 @@
-// The register address: its checks and its translation, one place for all operations.
+// The register address: the checks and the translation for all operations.
 #ifndef REG_ADDRESS_H
 #define REG_ADDRESS_H
 
@@ -6,9 +6,8 @@
 
 #pragma GCC visibility push(hidden)
 
-// The predicates. All compare as unsigned, so that a negative number is as bad as a large one.
-// Those with an asic_id are called only behind valid_asic, those with a block only behind
-// valid_block.
+// The predicates. All compare as unsigned, so that a negative number is refused like a large one.
+// Those with an asic_id require valid_asic first, those with a block require valid_block first.
 inline bool valid_module(int module) {
   return static_cast<uint32_t>(module) <= 3;
 }
@@ -38,7 +37,7 @@ inline bool valid_nif(kel_asic_num_t asic_id, uint32_t nif_idx) {
   return nif_idx < lib_ctx.asic_specific[asic_id].limits.max_ni;
 }
 
-// A symbolic address as the caller gave it, but for the module.
+// A symbolic address from the caller, without the module.
 struct symbolic_address {
   kel_asic_num_t asic;
   kel_asic_blk_t block;
@@ -51,14 +50,14 @@ struct real_address {
   kel_asic_reg_t rreg;  // of the register
 };
 
-// In this order: each check reads a table by what the one before has accepted.
+// In this order: each check uses a value that the previous one has accepted as an index.
 inline bool valid_address(const symbolic_address &address) {
   return valid_asic(address.asic) && valid_block(address.block) &&
          valid_instance(address.asic, address.block, address.instance) &&
          valid_register_address(address.asic, address.block, address.vreg);
 }
 
-// What each read and each table access checks first; 0 when the access may go on to translation.
+// The first checks of each read and each table access; 0 if the address can be translated.
 KEL_INLINE syserr_t check_access(int module, const symbolic_address &address,
                                  const uint32_t *p_data) {
   if (lib_init_done == 0)
@@ -68,10 +67,11 @@ KEL_INLINE syserr_t check_access(int module, const symbolic_address &address,
   return 0;
 }
 
-// Says in the trace that a virtual register names no register.
+// Reports a hole in the trace.
 __attribute__((cold, noinline)) void trace_invalid_vreg(const symbolic_address &address);
 
-// Translates an address that valid_address has accepted. False for a hole, which the trace tells.
+// Translates an address that valid_address has accepted. False for a hole, which is reported in the
+// trace.
 inline bool translate_address(const symbolic_address &address, real_address *real) {
   const kel_asic_specific_context_t &slot = lib_ctx.asic_specific[address.asic];
   const uint32_t offset = slot.reg_table[address.block][address.vreg];
@@ -84,7 +84,7 @@ inline bool translate_address(const symbolic_address &address, real_address *rea
   return true;
 }
 
-// The checks and the translation of a read, in one.
+// The checks and the translation of a read.
 KEL_INLINE syserr_t find_register(int module, const symbolic_address &address,
                                   const uint32_t *p_data, real_address *real) {
   const syserr_t refusal = check_access(module, address, p_data);

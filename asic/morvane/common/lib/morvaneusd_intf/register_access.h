@@ -1,5 +1,5 @@
-// The single-register writes, for the exported operations and for what is built on them. They are
-// inline: in a register program, passing their arguments on costs as much as checking them.
+// The single-register writes, for the exported operations and register programs. They are inline:
+// in a register program, passing their arguments costs as much as checking them.
 #ifndef REGISTER_ACCESS_H
 #define REGISTER_ACCESS_H
 

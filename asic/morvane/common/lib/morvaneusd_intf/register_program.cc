@@ -7,8 +7,8 @@ namespace {
 
 constexpr uint32_t is_bit_map = 0x80000000;
 
-// The ASICs that each step is written to, a bit each: those of the selection that a sweep from 0
-// upwards meets before the first number that does not exist.
+// The ASICs that each step is written to, one bit per ASIC: the selected ones before the first
+// number that does not exist.
 uint32_t selected_asics(kel_asic_num_t asic) {
   const uint32_t selection =
       (asic & is_bit_map) != 0 ? asic & ~is_bit_map : UINT32_C(1) << (asic % 32);
@@ -28,7 +28,7 @@ syserr_t write_step(int module, kel_asic_num_t asic, const kel_asic_pgm_t &step,
   return write_register_field(module, address, step.data, step.mask, KEL_ASIC_WR_SYMBOLIC, caller);
 }
 
-// Applies a step to each of the ASICs, also behind one that fails. The result is the last write's.
+// Applies a step to each of the ASICs, also after a failure. Returns the result of the last write.
 syserr_t sweep_step(int module, uint32_t asics, const kel_asic_pgm_t &step,
                     const caller_id &caller) {
   syserr_t status = 0;

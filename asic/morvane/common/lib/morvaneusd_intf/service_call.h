@@ -1,4 +1,4 @@
-// The register request and the service call, one place for all operations.
+// The register request and the service call of all operations.
 #ifndef SERVICE_CALL_H
 #define SERVICE_CALL_H
 
@@ -9,7 +9,7 @@
 
 #pragma GCC visibility push(hidden)
 
-// Who called the operation; sent along and never looked at.
+// The caller of the operation; sent, but not used here.
 struct caller_id {
   uint32_t context;
   const char *file;
@@ -20,7 +20,7 @@ struct caller_id {
 constexpr uint32_t request_header_size = sizeof(kel_asic_reg_access_params_t);
 constexpr uint32_t whole_register = 0xFFFFFFFF;
 
-// What a request asks for.
+// The contents of a request.
 struct register_access {
   kel_asic_access_type_t type;
   int module;
@@ -31,15 +31,15 @@ struct register_access {
   uint32_t num;
 };
 
-// Copies a text of the caller's into a field of a record: cut so that a NUL ends it, the rest of
-// the field NUL. A null text is an empty one.
+// Copies a text of the caller into a field of a record, truncated and padded with NUL. A null text
+// counts as empty.
 template <std::size_t size>
 inline void copy_text(char (&field)[size], const char *text) {
   std::strncpy(field, text != nullptr ? text : "", size - 1);
   field[size - 1] = '\0';
 }
 
-// Fills the whole header of a request; the data words are left alone.
+// Fills the complete header of a request, but not the data words.
 inline void fill_request(kel_asic_reg_access_params_t *request, const register_access &access,
                          const caller_id &caller) {
   request->type = access.type;
@@ -55,22 +55,22 @@ inline void fill_request(kel_asic_reg_access_params_t *request, const register_a
   copy_text(request->info.file, caller.file);
 }
 
-// Hands a record to the driver service. Gives the service's own result.
+// Passes a record to the driver service. Returns the service's result.
 inline int send_record(uint32_t case_code, void *record, uint32_t length) {
   sys_srvc_case_params_t case_params = {lib_ctx.driver_id, record};
   return sse_call2(case_code, &case_params, length);
 }
 
-// What an operation returns for a call that has just failed.
+// The result of an operation whose call has just failed.
 __attribute__((cold, noinline)) syserr_t service_failure(int rc);
 
-// Hands a record to the driver service. Gives the result as an operation returns it.
+// Passes a record to the driver service. Returns the result of the operation.
 inline syserr_t call_service(uint32_t case_code, void *record, uint32_t length) {
   const int rc = send_record(case_code, record, length);
   return rc == 0 ? 0 : service_failure(rc);
 }
 
-// Builds a single-register request and hands it over.
+// Builds and sends a single-register request.
 inline syserr_t send_request(uint32_t case_code, kel_asic_reg_access_params_t *request,
                              const register_access &access, const caller_id &caller) {
   fill_request(request, access, caller);

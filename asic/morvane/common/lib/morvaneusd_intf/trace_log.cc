@@ -17,7 +17,7 @@ FILE *kel_asic_log_fp;
 pid_t kel_asic_log_pid;
 
 // "%m/%d/%Y %H:%M:%S" of a moment. The text of the last second is kept: most lines of a busy trace
-// share it, and local time is the dearest part of a line.
+// share it, and local time is the most expensive part of a line.
 const char *date_text(time_t seconds) {
   static char text[32];
   static time_t text_seconds;
@@ -27,14 +27,14 @@ const char *date_text(time_t seconds) {
   std::size_t length = 0;
   if (local != nullptr)
     length = std::strftime(text, sizeof text, "%m/%d/%Y %H:%M:%S", local);
-  // The rest of the line stands at fixed columns, whatever became of the date.
+  // The rest of the line is at fixed columns, even without a date.
   if (length < date_length)
     std::memset(text + length, ' ', date_length - length);
   text_seconds = seconds;
   return text;
 }
 
-// Writes everything before the message and gives its length.
+// Writes the part before the message and returns its length.
 std::size_t compose_prefix(char (&line)[trace_line_size], char level, uint32_t number) {
   struct timeval now;
   gettimeofday(&now, nullptr);
@@ -46,7 +46,7 @@ std::size_t compose_prefix(char (&line)[trace_line_size], char level, uint32_t n
   return date_length + static_cast<std::size_t>(length);
 }
 
-// Ends the line with one newline; a line that fills its buffer loses the end of its message.
+// Ends the line with one newline. A line that fills its buffer is truncated.
 void end_line(char (&line)[trace_line_size], std::size_t length) {
   constexpr std::size_t longest = trace_line_size - 1;
   const bool cut = length > longest;

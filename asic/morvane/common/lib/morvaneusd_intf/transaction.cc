@@ -16,7 +16,7 @@ void start_transaction(const char *xn_name, int reorder) {
   KEL_TRACE_EXIT("mrv_asic_transaction_start");
 }
 
-// The old entries and the rest of the name stay: the service looks at the first num entries alone.
+// The old entries and the rest of the name stay: the service uses only the first num entries.
 void close_transaction() {
   pending_xn.name[0] = '\0';
   pending_xn.reorder_allowed = 0;
@@ -35,7 +35,7 @@ int mrv_asic_transaction_commit(void) {
   if (!kel_asic_transaction_pending())
     return 0;
   const int rc = send_record(SYSSRV_MEM_WRITE_CASE, &pending_xn, sizeof pending_xn);
-  // The service may have answered into the record, the end of the name included.
+  // The service may have written into the record, including the end of the name.
   pending_xn.name[sizeof pending_xn.name - 1] = '\0';
   if (rc != 0)
     KEL_TRACE('l', 0, "LIB: XN <%s/%d> commit failure <rc=%x>. asic_typ=%s <%d>\n", pending_xn.name,

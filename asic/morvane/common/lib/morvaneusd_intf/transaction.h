@@ -1,4 +1,4 @@
-// The pending write transaction: while it is open, written words wait in it for the commit.
+// The write transaction: while it is open, written words are queued until the commit.
 #ifndef TRANSACTION_H
 #define TRANSACTION_H
 
@@ -13,11 +13,11 @@ inline bool kel_asic_transaction_pending() {
   return pending_xn.name[0] != '\0';
 }
 
-// Opens a transaction where none is open, and sends a full one to continue in a new one.
+// Opens a transaction if none is open. Sends a full one and continues in a new one.
 __attribute__((cold, noinline)) void make_transaction_room();
 
-// Appends one entry. Every caller has found a transaction open; only a commit in between can have
-// closed it.
+// Appends one entry. Every caller has checked that a transaction is open; only a commit since then
+// can have closed it.
 inline void kel_asic_transaction_add(int module, uint32_t asic_map, uint32_t reg, uint32_t data,
                                      uint32_t mask) {
   KEL_TRACE_ENTER("kel_asic_transaction_add");
@@ -31,7 +31,7 @@ inline void kel_asic_transaction_add(int module, uint32_t asic_map, uint32_t reg
 // Sends and reopens the transaction.
 __attribute__((cold, noinline)) void reopen_interrupted_transaction();
 
-// What every read does before its request: earlier writes go first, later ones stay batched.
+// The first step of every read: earlier writes are sent first, later ones are queued again.
 inline void interrupt_transaction() {
   if (kel_asic_transaction_pending())
     reopen_interrupted_transaction();
