@@ -1,6 +1,5 @@
-# What CPack's generator of Debian packages lacks: the Multi-Arch field, so that both word sizes can be
-# installed side by side; and it adds scripts that call ldconfig to packages of libraries, where the
-# trigger does.
+# Corrects the packages of CPack: adds the Multi-Arch field, so that both word sizes can be installed
+# together, and removes the scripts that call ldconfig, because a trigger calls it.
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
   set(folder ${CPACK_TEMPORARY_DIRECTORY}/finish)
   file(REMOVE_RECURSE ${folder})

@@ -1,5 +1,4 @@
-# Libraries of headers alone, of which each program takes what it needs. Where their package files
-# insist on a pointer size, the headers still serve both.
+# Header-only libraries. Their package files may require a pointer size, but the headers work for both.
 function(header_library package target header debian)
   find_package(${package} QUIET)
   if(TARGET ${target})

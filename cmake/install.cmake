@@ -4,7 +4,7 @@
 #   development  headers, .so links, pkg-config files, the CMake package, its man pages, docs, examples
 #   service      morvaned, its man page, its units and its user
 #   recorder     libmorvanerecord.so
-#   tool         mrvctl, its man page, completion and units; what Wireshark, Prometheus and Grafana take
+#   tool         mrvctl, its man page, completion and units; files for Wireshark, Prometheus and Grafana
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -97,11 +97,11 @@ if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     INSTALL_RPATH "$ORIGIN/${root}/${CMAKE_INSTALL_LIBDIR}")
 endif()
 install(TARGETS mrvctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-# Programs are run with it; none is linked to a version of it.
+# Programs are run with it, and not linked to a version of it.
 install(TARGETS morvanerecord LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT recorder)
 install(FILES tools/mrvctl/completion/mrvctl
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
-# What others read: the same place for every architecture.
+# Files for other programs: the same path for every architecture.
 install_units(tool mrvctl-metrics@.service mrvctl-metrics@.timer)
 install(DIRECTORY share/grafana share/prometheus share/wireshark
   DESTINATION ${CMAKE_INSTALL_DATADIR}/mrvctl COMPONENT tool)
@@ -112,7 +112,7 @@ if(TARGET morvaned)
   install(FILES share/sysusers.d/morvaned.conf DESTINATION lib/sysusers.d COMPONENT service)
 endif()
 
-# What an installation needs to have been built.
+# The targets that an installation requires.
 add_custom_target(delivered)
 foreach(target morvaneusd morvaneplatform morvanerecord mrvctl morvaned)
   if(TARGET ${target})

@@ -1,11 +1,11 @@
 # Debian packages, by component, for the architecture MORVANE_PACKAGE (see the presets): run cpack in
-# the build folder, or scripts/package.
-#   libmorvaneusd1       the library, for whoever has a platform
+# the build directory, or scripts/package.
+#   libmorvaneusd1       the library, without a platform
 #   libmorvaneplatform1  the virtual platform
 #   libmorvaneusd-dev    headers, links, pkg-config files, CMake package, man pages, docs, examples
-#   morvaned             the virtual switch in a process of its own
+#   morvaned             the shared virtual switch
 #   libmorvanerecord     the recorder of service calls
-#   mrvctl               the tool, which takes its platform at run time
+#   mrvctl               the command-line tool, which loads its platform at run time
 set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(generated ${PROJECT_BINARY_DIR}/debian)
 set(revision 1)
@@ -16,7 +16,7 @@ if(NOT newest MATCHES "^libmorvaneusd \\(${full_version}\\) ")
   message(FATAL_ERROR "${debian}/changelog does not begin with ${full_version}")
 endif()
 
-# What every package has in its folder of documents, compressed without the time of day.
+# The changelogs in every package, compressed without a timestamp.
 function(compressed source name)
   execute_process(COMMAND gzip -9nc ${source} OUTPUT_FILE ${generated}/${name}
     COMMAND_ERROR_IS_FATAL ANY)
@@ -68,33 +68,33 @@ library_control(platform morvaneplatform libmorvaneplatform1 "")
 debian_package(library libmorvaneusd1 libs
   "Programming interface to the Morvane switching ASIC"
   "The library checks and translates symbolic register addresses, packs each
-request into a fixed record and hands it to the driver service of the ASIC.
+request into a fixed-layout record and passes it to the ASIC's driver service.
 It leaves the six functions of the platform undefined: a program also links
 the library that provides them.")
 debian_package(platform libmorvaneplatform1 libs
   "Virtual platform of libmorvaneusd"
-  "The virtual platform provides what libmorvaneusd expects of a switch, on any
-Linux machine: a service that keeps what is written and answers with it, a
-card, and the register map of a Morvane.")
+  "The virtual platform simulates a switch for libmorvaneusd on any Linux
+machine: a driver service that stores the written values, a card, and the
+register map of a Morvane.")
 debian_package(development libmorvaneusd-dev libdevel
   "Development files of libmorvaneusd"
   "Headers, pkg-config files, a CMake package, manual pages, reference and
 examples of libmorvaneusd and of its virtual platform.")
 debian_package(recorder libmorvanerecord libs
   "Recorder of service calls for libmorvaneusd"
-  "Loaded into a program, the recorder keeps the last calls of the driver service
-that the program made, by whom and with what answer, in a file that outlives
-it however it ends. mrvctl reads and replays such files.")
+  "The recorder keeps the most recent service calls of a program, with their
+callers and answers, in a file that survives the program, even if it is
+killed. mrvctl reads and replays such files.")
 debian_package(tool mrvctl utils
-  "Command-line client of libmorvaneusd"
+  "Command-line tool for a Morvane switching ASIC"
   "mrvctl reads and writes registers and tables of a Morvane switching ASIC,
-runs transactions and programs, and shows and controls its ports. It opens
-the platform at its start, if not told otherwise the virtual one.")
+runs transactions and programs, and shows and controls its ports. It loads
+the platform at run time (default: the virtual platform).")
 debian_package(service morvaned utils
-  "Virtual Morvane switch in a process of its own"
-  "morvaned owns one virtual switch and serves it to any number of processes
-over a Unix socket, as the driver service of a switch does. With it a whole
-control plane runs on any Linux machine.")
+  "Virtual Morvane switch for several processes"
+  "morvaned serves one virtual switch to several processes over a Unix socket,
+like the driver service of a real switch. With it a complete control plane
+runs on any Linux machine.")
 set(same "(= ${full_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmorvaneusd1 ${same}, libmorvaneplatform1 ${same}")
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmorvaneusd1 (>= ${PROJECT_VERSION})")

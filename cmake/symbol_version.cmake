@@ -1,6 +1,5 @@
-# Reads what the library exports from its version script, and stops unless the release has reached its
-# newest symbol version: what was added to the interface is as old as its symbol version says, and a new
-# major number begins anew. Included by the build; runs alone as
+# Reads the exported symbols of the library from its version script. Stops unless the newest symbol version
+# is between MAJOR.0 and the release. Included by the build; runs alone as
 #   cmake -DMAP=FILE -DRELEASE=MAJOR.MINOR.PATCH -P symbol_version.cmake
 
 function(check_symbol_version map release)

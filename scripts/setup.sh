@@ -1,4 +1,4 @@
-# What the scripts share: installing missing packages, and building a preset. To be sourced.
+# Functions of the scripts: install missing packages, build a preset. To be sourced.
 # shellcheck shell=sh
 
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
@@ -7,7 +7,7 @@ build_packages="g++-multilib cmake ninja-build googletest libcli11-dev nlohmann-
 test_packages="python3-cram"
 docs_packages="doxygen graphviz man-db python3"
 clang_packages="clang libclang-rt-14-dev"
-# For the checks alone.
+# Only for the checks.
 check_packages="$clang_packages clang-format clang-tidy cppcheck prometheus python3 tshark"
 
 # missing_packages PACKAGE...: those that are not installed.

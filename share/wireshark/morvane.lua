@@ -1,8 +1,8 @@
 -- Service calls of a Morvane ASIC, as `mrvctl calls --pcap` writes them.
 --
--- Put this file into the folder of personal Lua plugins (Help, About, Folders), or load it once:
+-- Copy this file to the directory of personal Lua plugins (Help, About, Folders), or load it once:
 --     tshark -X lua_script:morvane.lua -r calls.pcapng -Y 'morvane.failed == 1'
--- It takes the link type USER0 by itself. All numbers are little-endian.
+-- It registers the link type USER0. All numbers are little-endian.
 
 local morvane = Proto("morvane", "Morvane service call")
 
@@ -91,8 +91,8 @@ local malformed = ProtoExpert.new("morvane.malformed", "No call of this version"
   expert.group.MALFORMED, expert.severity.ERROR)
 morvane.experts = { failed_call, malformed }
 
--- By recording and number of the call: the frame of its request and that of its answer, and what the
--- request was about, which the answer of a failed call does not tell.
+-- By recording and number of the call: the frames of its request and of its answer, and the target of
+-- the request, which the answer of a failed call does not contain.
 local requests, answers, targets = {}, {}, {}
 
 function morvane.init()
@@ -205,8 +205,8 @@ local function link(tree, pinfo, key, answer)
   tree:add(answer and f.answer_to or f.answer_in, other[key]):set_generated()
 end
 
--- What a request is about: its register, by the address where that has no name, its transaction, or
--- its port.
+-- The target of a request: its register, or the address if that has no name, its transaction, or its
+-- port.
 local function target_text(kind, record, texts)
   if kind == 4 and record then
     if record(0, 4):le_uint() == 2 then return " all ports" end
