@@ -382,7 +382,7 @@ typedef enum kel_asic_xl_reg_t KEL_ENUM32 {
 
 /**
  * The code argument of the two single-register writes: vreg is the register address itself, or a
- * command address. Any value but ::KEL_ASIC_WR_SYMBOLIC says so; this is the one to use.
+ * command address. Any value except ::KEL_ASIC_WR_SYMBOLIC means the same; use this one.
  */
 #define KEL_ASIC_WR_RAW UINT32_C(0x800CCBB2)
 
@@ -447,7 +447,7 @@ typedef struct kel_asic_qos_ss_dhs_stats_t {
 /** Queue counters of a port. 16 bytes. */
 typedef struct kel_asic_qos_oq_stats_t {
   kel_asic_counter_t flush_cnt; /**< 0: queue flushes */
-  kel_asic_counter_t tout_cnt;  /**< 8: queue time-outs */
+  kel_asic_counter_t tout_cnt;  /**< 8: queue timeouts */
 } kel_asic_qos_oq_stats_t;
 
 /** Drop counters of a port by direction. 768 bytes; the service defines both indices. */

@@ -85,8 +85,8 @@ typedef struct kel_asic_reg_access_params_t {
   uint32_t data;                  /**< 16: value of a single-register access; else 0 */
   uint32_t mask;                  /**< 20: bits of a field write; 0xFFFFFFFF, or 0 of the timer */
   uint32_t num;                   /**< 24: number of data words; 0 in a single-register request */
-  kel_asic_lib_debug_info_t info; /**< 28: who asked */
-  uint32_t pdata[];               /**< 196: data words */
+  kel_asic_lib_debug_info_t info; /**< 28: the caller */
+  uint32_t pdata[];               /**< 196: data words; in a read request old data */
 } kel_asic_reg_access_params_t;
 
 #ifdef __cplusplus

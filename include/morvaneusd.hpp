@@ -1468,7 +1468,7 @@ class qos_stats {
   }
   /** @return queue flushes */
   [[nodiscard]] uint64_t queue_flushes() const noexcept { return record_.oq.flush_cnt; }
-  /** @return queue time-outs */
+  /** @return queue timeouts */
   [[nodiscard]] uint64_t queue_timeouts() const noexcept { return record_.oq.tout_cnt; }
   /** @return drops in the n2h direction */
   [[nodiscard]] drops n2h_drops() const noexcept { return copy<drops>(&record_.drops.n2h_drops); }
