@@ -31,8 +31,8 @@ typedef enum kel_asic_ver_t KEL_ENUM32 { KEL_ASIC_VER_A0 = 0, KEL_ASIC_VER_B0 = 
  * @param file     source file of that call
  * @param line     source line of that call
  * @param func     function that made that call
- * @return 0 on success; any other value becomes the result of lib_mrv_asic_init. It must not be 12 or
- * 0xFFFFFFFF, which mean to its callers that they may call it again
+ * @return 0 on success; any other value becomes the result of lib_mrv_asic_init. It must not be 12
+ * or 0xFFFFFFFF, which mean to its callers that they may call it again
  */
 syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asic_ver_t *asic_ver,
                           uint32_t context, char *file, int line, const char *func);
