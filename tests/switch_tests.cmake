@@ -1,17 +1,12 @@
 # The switch in a process of its own.
 
-# The cases of the tool and of the virtual platform once more, on a switch that morvaned serves; the
-# register map, which stays in the process, is left out.
+# The cases of the virtual platform once more, on a switch that morvaned serves; the register map, which
+# stays in the process, is left out.
 function(remote_test name morvaned folder)
-  add_test(NAME ${name}.mrvctl COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
-    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=*Cases*)
-  add_test(NAME ${name}.mrvctl_at_work COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
-    ${folder}/mrvctl_test --gtest_brief=1 --gtest_filter=-*Cases*)
   add_test(NAME ${name}.virtual_platform
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
     ${folder}/virtual_platform_test --gtest_brief=1 --gtest_filter=-*none_behind_a_table)
-  set_tests_properties(${name}.mrvctl ${name}.mrvctl_at_work ${name}.virtual_platform
-    PROPERTIES TIMEOUT 120 COST 98)
+  set_tests_properties(${name}.virtual_platform PROPERTIES TIMEOUT 120)
 endfunction()
 
 remote_test(served $<TARGET_FILE:morvaned> ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
@@ -85,7 +80,7 @@ endif()
 # Both word sizes across, where the 32-bit build is there beside the 64-bit one.
 set(target_bin ${PROJECT_SOURCE_DIR}/build/target/bin)
 if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT MORVANE_SANITIZE)
-  file(GLOB target_test CONFIGURE_DEPENDS ${target_bin}/mrvctl_test)  # which may be built later
+  file(GLOB target_test CONFIGURE_DEPENDS ${target_bin}/virtual_platform_test)  # which may be built later
 endif()
 if(target_test)
   remote_test(served_by_32_bit ${target_bin}/morvaned ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})

@@ -1,0 +1,101 @@
+  $ . "$TESTDIR/setup.sh"
+  $ cp "$TESTDIR"/../../examples/recordings/*.mrec .
+
+The requests of a recording are sent again, writes and commands too. On an empty switch nothing differs.
+
+  $ mrvctl replay --check bringup.mrec
+  5 calls sent again, 0 differences; 0 skipped whose record is not whole
+  $ mrvctl read SS.0:SS_CFG_CG
+  SS.0:SS_CFG_CG = 0x00000001 (1)
+  $ mrvctl replay --check refusals.mrec --speed recorded
+  19 calls sent again, 0 differences; 0 skipped whose record is not whole
+
+The first differences are shown. Statistics need not be compared.
+
+  $ mrvctl traffic hif:3 --class 1 --frames 5
+  hif:3: 5 frames of class 1 n2h, 0 of them in excess
+  $ mrvctl replay --check refusals.mrec
+  call 16: qos-get hif:3: ss_dhs.wr_rcvd_cnt[1]: recorded 0, now 5
+  call 16: qos-get hif:3: ss_dhs.rd_sent_cnt[1]: recorded 0, now 5
+  19 calls sent again, 2 differences; 0 skipped whose record is not whole
+  replay --check refusals.mrec: the platform answered otherwise than it was recorded
+  [1]
+  $ mrvctl replay --check refusals.mrec --ignore qos
+  19 calls sent again, 0 differences; 0 skipped whose record is not whole
+  $ printf 'fail EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl -f -
+  the next service call fails with EPERM (Operation not permitted)
+  call 1: write HI.2:HI_DHS_LVIF[0]: result: recorded ok, now EPERM
+  call 11: read HI.2:HI_DHS_LVIF[0]: data: recorded 0x00001234, now 0x0000120f
+  19 calls sent again, 2 differences; 0 skipped whose record is not whole
+  stdin:2: replay --check refusals.mrec --ignore qos: the platform answered otherwise than it was recorded
+  [1]
+  $ printf 'fail EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl --json -f - | cut -c 1-300
+  {"command":"fail","errno":1,"name":"EPERM"}
+  {"command":"replay","file":"refusals.mrec","sent":19,"skipped":0,"differences":2,"first_differences":[{"number":1,"operation":"write","register":"HI.2:HI_DHS_LVIF[0]","field":"result","recorded":"ok","now":"EPERM"},{"number":11,"operation":"read","register":"HI.2:HI_DHS_LVIF[0]","field":"data","reco
+  {"command":"replay","file":"stdin","line":2,"error":{"code":null,"name":"FAILED","text":"the platform answered otherwise than it was recorded"}}
+  $ mkdir calls
+  $ mrvctl record calls -- mrvctl read HI.2:5
+  HI.2:5 = 0x00000000 (0)
+  $ cp calls/*.mrec read.mrec
+  $ mrvctl write HI.2:5 1
+  HI.2:5 <- 0x00000001: written
+  $ mrvctl replay --check read.mrec
+  call 1: read HI.2:5: data: recorded 0x00000000, now 0x00000001
+  1 call sent again, 1 difference; 0 skipped whose record is not whole
+  replay --check read.mrec: the platform answered otherwise than it was recorded
+  [1]
+  $ (echo fail EPERM; echo replay --check read.mrec) | mrvctl -f -
+  the next service call fails with EPERM (Operation not permitted)
+  call 1: read HI.2:5: result: recorded ok, now EPERM
+  call 1: read HI.2:5: data: recorded 0x00000000, now nothing
+  1 call sent again, 2 differences; 0 skipped whose record is not whole
+  stdin:2: replay --check read.mrec: the platform answered otherwise than it was recorded
+  [1]
+
+Without --check answers and failures do not matter.
+
+  $ printf 'fail EIO\nreplay bringup.mrec\nwrite HI.2:40 7\n' | mrvctl -f -
+  the next service call fails with EIO (Input/output error)
+  5 calls sent again; 0 skipped whose record is not whole
+  HI.2:40 <- 0x00000007: written
+  $ python3 "$TESTDIR/craft_recordings.py" refusals.mrec
+  $ mrvctl replay kinds.mrec
+  18 calls sent again; 0 skipped whose record is not whole
+  kinds.mrec: 1 note of a kind that is not known
+
+  $ mrvctl -f - <<E
+  > begin x
+  > write HI.2:5 1
+  > replay bringup.mrec
+  > E
+  transaction "x" is open
+  HI.2:5 <- 0x00000001: queued
+  stdin:3: replay bringup.mrec: a transaction is open: commit it first
+  end: transaction "x" was never committed: 1 write lost
+  [1]
+  $ mrvctl replay bringup.mrec refusals.mrec
+  mrvctl: not expected: refusals.mrec
+  (mrvctl --help and mrvctl COMMAND --help say more)
+  [2]
+  $ mrvctl replay /dev/null
+  replay /dev/null: /dev/null is not a recording: it is not a regular file
+  [1]
+
+Every address leads back to its register. Records that were truncated in a recording are skipped.
+
+  $ mrvctl info | awk '/^[A-Z]/ && NF == 4 { print $1 "." $4 - 1 ":" $2 - 2 }' >names
+  $ sed 's/^/read /' names >reads
+  $ mrvctl dhs | awk 'NR > 1 { sub(/[*]/, "0", $NF); print $NF "[" $(NF - 1) "]" }' | tee -a names |
+  >   sed 's/^/dhs-read /' >>reads
+  $ yes '1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16' | head -n 256 >load.dhs
+  $ echo 'dhs-write NF.0:NF_DHS_TCAM 0 --from load.dhs' >>reads
+  $ echo 'NF.0:NF_DHS_TCAM[0]' >>names
+  $ mkdir all
+  $ mrvctl record all -- mrvctl -f reads | wc -l
+  434
+  $ mrvctl --json calls all/*.mrec | sed 's/.*"register":"\([^"]*\)".*/\1/' | diff names -
+  $ mrvctl --json calls all/*.mrec | grep -o '"num":4096\|"cut":true'
+  "num":4096
+  "cut":true
+  $ mrvctl replay all/*.mrec
+  156 calls sent again; 1 skipped whose record is not whole

@@ -1,0 +1,146 @@
+// qos top at a terminal: its keys, its signals, and the terminal it leaves.
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+#include <utmp.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+namespace {
+
+void expect_part(const std::string &text, const std::string &part) {
+  EXPECT_NE(text.find(part), std::string::npos) << part << " is not in: " << text;
+}
+
+// Reads a terminal until a part comes, or nothing more.
+std::string read_until(int terminal, const std::string &part) {
+  constexpr int kPatience = 60000;  // milliseconds
+  std::string text;
+  char next = 0;
+  pollfd readable = {terminal, POLLIN, 0};
+  while (text.find(part) == std::string::npos && poll(&readable, 1, kPatience) == 1 &&
+         read(terminal, &next, 1) == 1)
+    text += next;
+  expect_part(text, part);
+  return text;
+}
+
+// The rest of a screen, as a person sees it: without colours and movements.
+std::string screen(int terminal) {
+  const std::string text = read_until(terminal, "q quits");
+  std::string seen;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\033')
+      i = std::min(text.find_first_of("mKJHhl", i), text.size() - 1);
+    else if (text[i] != '\r')
+      seen += text[i];
+  }
+  return seen;
+}
+
+constexpr const char *kFirstScreen =
+    R"(  hif:30    111k    156k   16.2k   1672k   2852k   22.1k    5236  rx   ####100%
+
+nif:2, class          0       1       2       3       4       5       6       7
+  writes          24.1k   25.1k   26.1k   27.1k   28.2k   29.2k   30.2k   31.2k
+  reads           35.3k   36.4k   37.4k   38.4k   39.4k   40.5k   41.5k   42.5k
+  drops n2h        396k    403k    409k    415k    421k    427k    433k    439k
+  drops h2n        691k    697k    704k    710k    716k    722k    728k    734k
+  XOFF received   13.3k   14.3k   15.4k   16.4k   17.4k   18.4k   19.5k   20.5k
+  XOFF sent        5122    6146    7170    8194    9218   10.2k   11.3k   12.3k
+d drops  p pause  w writes  arrows choose  home follows the first  q quits)";
+
+// The first row of a screen, as it comes behind the headings.
+std::string first_row(const std::string &begin) {
+  return "DROPPED\033[0m\033[K\r\r\n" + begin;
+}
+
+bool press_keys(int terminal, const char *keys) {
+  return write(terminal, keys, std::strlen(keys)) > 0;
+}
+
+// What each key makes of the view, and a wider terminal.
+void use_every_key(int ours) {
+  const auto press = [ours](const char *keys) { return press_keys(ours, keys); };
+  EXPECT_TRUE(press("\033[F"));
+  read_until(ours, "> hif:5 ");  // the last
+  EXPECT_TRUE(press("\033[Hp"));
+  read_until(ours, "by pause");
+  read_until(ours, first_row("\033[7m> nif:4 "));
+  EXPECT_TRUE(press("d"));
+  read_until(ours, "by drops");
+  read_until(ours, first_row("\033[7m> nif:2 "));
+  EXPECT_TRUE(press("\033[6~"));
+  read_until(ours, "> hif:24 ");  // ten rows on
+  EXPECT_TRUE(press("\033[Hw\033[Bj"));
+  read_until(ours, "by writes");
+  read_until(ours, first_row("  nif:7 "));  // which is chosen no longer
+  const winsize wide = {50, 160, 0, 0};
+  ioctl(ours, TIOCSWINSZ, &wide);
+  read_until(ours, "TIMEOUT");
+  expect_part(screen(ours),
+              "> nif:5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k"
+              "   34.3k   33.3k   43.5k   44.6k  rx tx" +
+                  std::string(24, '#') + "100%\n");
+  EXPECT_TRUE(press("d"));  // what was chosen stays chosen
+  read_until(ours, "by drops");
+  read_until(ours, "> nif:5 ");
+}
+
+// The switch is the process's own; a transaction is open that the end of the process loses.
+TEST(TopView, gives_the_terminal_back_however_it_ends) {
+  const std::string script = testing::TempDir() + "top_view_test." + std::to_string(getpid());
+  std::ofstream(script) << "begin x\nwrite HI.2:5 1\nqos top --interval 3600\n";
+  for (const int ending : {0, SIGINT, SIGTERM, SIGHUP, SIGSEGV, SIGABRT}) {
+    SCOPED_TRACE(ending);
+    int ours = -1, theirs = -1;
+    winsize size = {24, 80, 0, 0};
+    ASSERT_EQ(openpty(&ours, &theirs, nullptr, nullptr, &size), 0);
+    termios before = {}, during = {}, after = {};
+    tcgetattr(theirs, &before);
+    const pid_t child = fork();
+    if (child == 0) {
+      login_tty(theirs);
+      setenv("TERM", "xterm", 1);
+      unsetenv("NO_COLOR");
+      unsetenv("MORVANE_SWITCH");
+      execl(MRVCTL_PATH, "mrvctl", "--platform", NUMBERING_PLATFORM, "-f", script.c_str(), nullptr);
+      _exit(127);
+    }
+    const auto press = [ours](const char *keys) { return press_keys(ours, keys); };
+    read_until(ours, first_row("\033[7m> "));  // the first row is chosen
+    expect_part(screen(ours), kFirstScreen);
+    EXPECT_EQ(read_until(ours, "\033[J"), "\033[K\033[J");  // nothing older stays below
+    tcgetattr(theirs, &during);
+    EXPECT_EQ(during.c_lflag & (ICANON | ECHO), 0U);
+    if (ending == 0)
+      use_every_key(ours);
+    EXPECT_TRUE(press("\032"));  // ^Z, where nobody could continue it
+    EXPECT_NE(read_until(ours, "\033[?1049h").find("\033[?1049l"), std::string::npos);
+    if (ending == 0 || ending == SIGINT)
+      EXPECT_TRUE(press(ending == 0 ? "q" : "\003"));
+    else
+      kill(child, ending);
+    const std::string rest = read_until(ours, "1 write lost");
+    EXPECT_LT(rest.find("\033[?1049l"), rest.find("1 write lost"));
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(WIFSIGNALED(status) ? WTERMSIG(status) : 0, ending == SIGINT ? 0 : ending);
+    tcgetattr(theirs, &after);
+    EXPECT_EQ(after.c_lflag, before.c_lflag);
+    close(ours);
+    close(theirs);
+  }
+  unlink(script.c_str());
+}
+
+}  // namespace
