@@ -1,5 +1,5 @@
-// A client of libmorvaneusd in C++: fills a table in one batch and reads it back, then switches on
-// link pause for a port and looks at the port's statistics.
+// A client of libmorvaneusd in C++: fills a table in one batch and reads it back, then enables
+// link pause on a port and reads the port's statistics.
 #include <cinttypes>
 #include <cstdio>
 #include <morvaneusd.hpp>

@@ -1,5 +1,5 @@
-// A process of a control plane, for night_with_a_fault.sh: looks at the statistics of host ports,
-// so many times, with a pause between two rounds.
+// A process of a control plane, for night_with_a_fault.sh: reads the statistics of host ports
+// repeatedly, with a pause between two rounds.
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>

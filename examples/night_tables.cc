@@ -1,6 +1,6 @@
 // A process of a control plane, for night_with_a_fault.sh: loads two tables, each in one
-// transaction, and says on standard output when host ports may be tuned. Its argument is the
-// address of the register that holds the policers while their table changes; that register has no
+// transaction, and prints a line when host ports may be tuned. Its argument is the address of the
+// register that stops the policers while their table changes; that register has no
 // name.
 #include <cinttypes>
 #include <cstdio>

@@ -1,10 +1,10 @@
 #!/bin/sh
 # A night with a fault. Three processes of a control plane work on one switch, all recorded: one loads
-# tables, one looks at statistics, one tunes ports. A table entry is overwritten and a transaction is
-# lost, and nobody is told. Then the way to both, and the night without them.
-#   night_with_a_fault.sh [--short] [FOLDER]
-# --short shows the faults alone. The recordings stay in FOLDER, if it is given.
-# Needs morvaned, mrvctl and the night_* programs of this folder in the path; leaves nothing behind.
+# tables, one reads statistics, one tunes ports. A table entry is overwritten and a transaction is
+# lost, and no process reports it. The script finds both faults, and runs the night without them.
+#   night_with_a_fault.sh [--short] [DIRECTORY]
+# --short shows only the faults. The recordings stay in DIRECTORY, if it is given.
+# Needs morvaned, mrvctl and the night_* programs of this directory in the path; removes its files at the end.
 set -eu
 exec 2>&1  # as a terminal shows it
 short=
@@ -20,19 +20,19 @@ clean_up() {
   [ -n "$given" ] || rm -rf "$work"
 }
 trap clean_up EXIT
-# Not every shell does that when a signal ends it. A process that was just begun hears it a moment later.
+# Not every shell does that when a signal ends it. A process that has just started gets it a moment later.
 trap 'sleep 0.1; exit 1' INT TERM HUP
 [ -n "$work" ] || work=$(mktemp -d)
 mkdir -p "$work"
 cd "$work"
 
-# say COMMAND: shows it and runs it, as if it was typed.
+# say COMMAND: prints the command and runs it, as if it was typed.
 say() {
   echo "\$ $1"
   eval "$1"
 }
 
-# new_switch NAME: an empty switch in place of the one before.
+# new_switch NAME: replaces the switch with an empty one.
 new_switch() {
   [ -z "$service" ] || { kill "$service" && wait "$service" && service=; }
   say "morvaned --socket $1 2>>service.log &"
@@ -40,7 +40,7 @@ new_switch() {
   say "export MORVANE_SWITCH=$1"
 }
 
-# night NAME REGISTER ADDRESS: what the processes do in a night, recorded in the folder NAME.
+# night NAME REGISTER ADDRESS: the processes of a night, recorded in the directory NAME.
 night() {
   mkdir "$1"
   new_switch "$1/switch"

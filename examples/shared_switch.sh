@@ -1,12 +1,12 @@
 #!/bin/sh
-# A switch that many processes share: one writes, another reads, a third looks at the ports, a fourth
-# shows who is there. Needs morvaned and mrvctl in the path; leaves nothing behind.
+# A switch that several processes share: one writes, another reads, a third shows the ports, a fourth
+# lists the clients. Needs morvaned and mrvctl in the path; removes its files at the end.
 set -eu
 folder=
 service=
 watcher=
 trap 'kill $watcher $service 2>/dev/null || true; wait; rm -rf "$folder"' EXIT  # ^C reaches them too
-# Not every shell does that when a signal ends it. A process that was just begun hears it a moment later.
+# Not every shell does that when a signal ends it. A process that has just started gets it a moment later.
 trap 'sleep 0.1; exit 1' INT TERM HUP
 folder=$(mktemp -d)
 export MORVANE_SWITCH="$folder/socket"
