@@ -9,9 +9,8 @@ Each process of a recorded program leaves a recording of its calls. Only the use
   -rw------- 
   81920
   mrvctl.PID.mrec
-  $ mrvctl calls calls/*.mrec | cut -c 56-
-   OPERATION      REGISTER                        VALUE                       RESULT      CALLER
-   write          HI.2:5 (module 1)               0x00000007                  ok          write mrvctl:0
+  $ mrvctl calls calls/*.mrec | sed '1d; s/.*us  //'
+  write          HI.2:5 (module 1)               0x00000007                  ok          write mrvctl:0
 
 The exit status is that of the program.
 
