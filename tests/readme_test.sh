@@ -1,8 +1,8 @@
 #!/bin/sh
-# The front page tells the truth: its client is examples/client.c, its C++ is of examples/client.cc, and
-# its sessions, one shell's from first to last, print what they show; so do those of other pages. "..."
-# stands for lines left out.
-# Arguments: the project's folder, the build's.
+# The client in README.md is examples/client.c, and its C++ is part of examples/client.cc. The sessions of
+# README.md and of other pages show the output of their commands. A page is one shell session; "..."
+# is any number of lines.
+# Arguments: the directories of the project and of the build.
 set -eu
 root=$1 build=$2
 . "$root/tests/pages.sh"
@@ -16,7 +16,7 @@ sed 's/^    //' "$root/examples/client.cc" |
        found < lines && $0 == shown[found + 1] { print; ++found; next }
        found { exit }' "$work/cpp" - | diff "$work/cpp" -
 
-# The project as scripts/run finds it where all is built, and the client.
+# A project in which all is built, for scripts/run, and the client.
 mkdir -p "$work/scripts" "$work/build"
 cp "$root/scripts/run" "$work/scripts"
 cat >"$work/scripts/setup.sh" <<END
@@ -28,14 +28,14 @@ ln -s "$build" "$work/build/target"
 cp "$build/bin/client_c" "$work/client"
 ln -s "$root/examples" "$work"
 
-# held PAGE: whether its console blocks show what their commands print.
-held() {
+# check_page PAGE: fails unless its console blocks show the output of their commands.
+check_page() {
   block console "$root/$1" >"$work/page"
   sed -n 's/^\$ //p' "$work/page" |
     awk '{ print "cat <<\\LINE\n$ " $0 "\nLINE"; print } END { print "kill $! 2>/dev/null; wait" }' >"$work/session"
   (cd "$work" && PATH=$build/bin:$PATH sh session >printed 2>&1)
-  steady <"$work/page" >"$work/shown"
-  steady <"$work/printed" | awk -v page="$1" '
+  normalise <"$work/page" >"$work/shown"
+  normalise <"$work/printed" | awk -v page="$1" '
     NR == FNR { shown[++lines] = $0; next }
     { printed[++last] = $0 }
     END {
@@ -50,6 +50,6 @@ held() {
     }' "$work/shown" -
 }
 
-held README.md
-held docs/calls.md
-held docs/json.md
+check_page README.md
+check_page docs/calls.md
+check_page docs/json.md
