@@ -58,7 +58,7 @@ int signal_that_killed(pid_t process) {
   return field == nullptr ? 0 : static_cast<int>(std::strtol(field, nullptr, 10)) & 0x7F;
 }
 
-// Room for the descriptors of so many clients.
+// Raises the limit of open files to what that number of clients needs.
 void raise_file_limit(rlim_t clients) {
   rlimit limit = {};
   const rlim_t needed = clients + kOtherFiles;
@@ -67,7 +67,7 @@ void raise_file_limit(rlim_t clients) {
     return;
   limit.rlim_cur = needed;
   if (limit.rlim_max < needed || setrlimit(RLIMIT_NOFILE, &limit) != 0)
-    throw StartError("--max-clients: a process may not have so many open files here");
+    throw StartError("--max-clients: more open files than a process may have here");
 }
 
 }  // namespace
