@@ -39,8 +39,8 @@ endif()
 # Clients of a library with sanitizers need their flags too, and the recorder cannot be loaded before
 # them; nobody installs that one.
 if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
-  add_test(NAME readme COMMAND sh ${CMAKE_CURRENT_SOURCE_DIR}/readme_test.sh
-    ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
+  add_test(NAME pages COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/pages_test.py ${PROJECT_SOURCE_DIR}
+    ${PROJECT_BINARY_DIR} README.md docs/calls.md docs/json.md)
   list(JOIN warnings " " warning_flags)
   add_test(NAME install COMMAND ${CMAKE_COMMAND}
     -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${PROJECT_BINARY_DIR} -DLIBDIR=${CMAKE_INSTALL_LIBDIR}

@@ -722,9 +722,9 @@ TEST_F(SwitchService, gives_enomem_and_applies_nothing_when_its_memory_runs_out)
   ASSERT_EQ(prlimit(service_, RLIMIT_DATA, &no_more, nullptr), 0);
   EXPECT_EQ(sse_call2(SYSSRV_MEM_WRITE_CASE, &params, sizeof transaction), -1);
   EXPECT_EQ(errno, ENOMEM);
+  ASSERT_EQ(prlimit(service_, RLIMIT_DATA, &before, nullptr), 0);
   EXPECT_EQ(written_words(), 0U);
   EXPECT_EQ(expect_only_client().failures, 1U);  // on the same connection
-  ASSERT_EQ(prlimit(service_, RLIMIT_DATA, &before, nullptr), 0);
   EXPECT_EQ(sse_call2(SYSSRV_MEM_WRITE_CASE, &params, sizeof transaction), 0);
   EXPECT_EQ(written_words(), 4U * per_module);
 }

@@ -71,10 +71,9 @@ set_tests_properties(example.shared_switch PROPERTIES
 
 # The recorder cannot be loaded before a sanitizer.
 if(NOT MORVANE_SANITIZE)
-  add_test(NAME example.night_with_a_fault
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/night_test.sh ${PROJECT_SOURCE_DIR})
-  set_tests_properties(example.night_with_a_fault PROPERTIES TIMEOUT 60
-    ENVIRONMENT_MODIFICATION PATH=path_list_prepend:${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  add_test(NAME example.night_with_a_fault COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/pages_test.py
+    ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR} docs/night-with-a-fault.md)
+  set_tests_properties(example.night_with_a_fault PROPERTIES TIMEOUT 60)
 endif()
 
 # Both word sizes across, where the 32-bit build is there beside the 64-bit one.
