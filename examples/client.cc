@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <morvaneusd.hpp>
 #include <numeric>
+#include <stdexcept>
 
 int main() {
   try {
@@ -14,8 +15,10 @@ int main() {
     std::iota(written.begin(), written.end(), 100U);
     morvane::batch batch("fill the table");
     morvane::write_entries(table, 0, written);
-    batch.commit_and_verify(table, written[0]);
+    batch.commit();
     const auto read = morvane::read_entries(table, 0, written.size());
+    if (read.back() != written.back())  // a commit cannot report failure
+      throw std::runtime_error("the commit failed");
     std::printf("\nHI.2:HI_DHS_LVIF: %zu entries written, %" PRIu32 " to %" PRIu32 " read back\n",
                 read.size(), read.front(), read.back());
 

@@ -13,7 +13,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
     add_test(NAME example.${client} COMMAND ${client})
   endforeach()
   set_tests_properties(example.client_c PROPERTIES
-    PASS_REGULAR_EXPRESSION "HI_DHS_LVIF = 0x00001234\n$")
+    PASS_REGULAR_EXPRESSION "SS_CFG_CG = 0x00001234\n$")
   set_tests_properties(example.client_cc PROPERTIES
     PASS_REGULAR_EXPRESSION "flow control 1, 0 writes discarded\n$")
   set_tests_properties(example.table_c PROPERTIES
@@ -21,7 +21,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
   add_test(NAME example.client_own_platform COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_example_service.sh
     $<TARGET_FILE:example_service> $<TARGET_FILE:client_own_platform>)
   set_tests_properties(example.client_own_platform PROPERTIES
-    PASS_REGULAR_EXPRESSION "HI_DHS_LVIF = 0x00001234\n$")
+    PASS_REGULAR_EXPRESSION "SS_CFG_CG = 0x00001234\n$")
 
   add_test(NAME completion COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/completion_test.sh
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
@@ -40,7 +40,7 @@ endif()
 # them; nobody installs that one.
 if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
   add_test(NAME pages COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/pages_test.py ${PROJECT_SOURCE_DIR}
-    ${PROJECT_BINARY_DIR} README.md docs/calls.md docs/json.md)
+    ${PROJECT_BINARY_DIR} README.md docs/tutorial.md docs/calls.md docs/json.md)
   list(JOIN warnings " " warning_flags)
   add_test(NAME install COMMAND ${CMAKE_COMMAND}
     -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${PROJECT_BINARY_DIR} -DLIBDIR=${CMAKE_INSTALL_LIBDIR}

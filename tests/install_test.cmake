@@ -29,7 +29,7 @@ function(run_client program last_line)
   run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${root}/${LIBDIR} ${program})
   expect_text("${output}" "\n${last_line}$" ${program})
 endfunction()
-set(c_prints "HI.2:HI_DHS_LVIF = 0x00001234")
+set(c_prints "SS.0:SS_CFG_CG = 0x00001234")
 set(cc_prints "host port 5: flow control 1, 0 writes discarded")
 
 run(${CMAKE_COMMAND} -E env DESTDIR=${work}/stage

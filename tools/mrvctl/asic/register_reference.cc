@@ -98,9 +98,9 @@ RegisterReference parse_register_reference(const std::string &text) {
       parse_range(name, [&](const std::string &word) { return parse_vreg(reference.block, word); });
   if (bracket != std::string::npos)
     parse_entries(reference, rest.substr(bracket));
-  reference.is_table = reference.entries ||
-                       (!is_number(name) && name.find("..") == std::string::npos &&
-                        is_table(reference.block, reference.registers->first));
+  reference.is_table =
+      reference.entries || (!is_number(name) && name.find("..") == std::string::npos &&
+                            is_table(reference.block, reference.registers->first));
   return reference;
 }
 
