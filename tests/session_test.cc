@@ -318,6 +318,60 @@ std::string run_line(const arguments &a) {
   return outcome_text(result);
 }
 
+// Lines that sessions share, with the names of the words that differ in them.
+struct passage {
+  std::vector<std::string> parameters, lines;
+};
+
+using passages = std::map<std::string, passage>;
+
+void replace_all(std::string &text, const std::string &name, const std::string &value) {
+  for (std::size_t at = text.find(name); at != std::string::npos;
+       at = text.find(name, at + value.size()))
+    text.replace(at, name.size(), value);
+}
+
+std::string expanded(const passages &known, const std::string &line);
+
+std::string expanded(const passages &known, const passage &used, std::istringstream &words) {
+  std::vector<std::string> values(used.parameters.size());
+  for (std::string &value : values)
+    if (&value != &values.back())
+      words >> value;
+    else
+      std::getline(words >> std::ws, value);
+  std::string text;
+  for (std::string line : used.lines) {
+    for (std::size_t i = 0; i < values.size(); ++i)
+      replace_all(line, "{" + used.parameters[i] + "}", values[i]);
+    text += expanded(known, line);
+  }
+  return text;
+}
+
+// The line, and in place of a passage's name at its end the lines of that passage.
+std::string expanded(const passages &known, const std::string &line) {
+  const std::size_t arrow = line.find("=> ");
+  if (arrow == std::string::npos)
+    return line + "\n";
+  std::istringstream words(line.substr(arrow + 3));
+  std::string name;
+  words >> name;
+  const auto used = known.find(name);
+  if (used == known.end())
+    return "  no passage " + name + "\n";
+  const std::string before =
+      line.find_first_not_of(' ') < arrow ? line.substr(0, arrow - 1) + "\n" : "";
+  return before + expanded(known, used->second, words);
+}
+
+passage parameters_of(std::istringstream &words) {
+  passage read;
+  for (std::string word; words >> word;)
+    read.parameters.push_back(word);
+  return read;
+}
+
 class session : public testing::Test {
  public:
   explicit session(std::string expected) : expected_(std::move(expected)) {}
@@ -343,15 +397,22 @@ class session : public testing::Test {
 // NOLINTNEXTLINE(cert-err58-cpp)
 const bool added = [] {
   std::ifstream file(SESSIONS);
+  passages known;
   std::map<std::string, std::string> sessions;
-  std::string title;
+  std::string title, *session_lines = nullptr;
+  passage *open = nullptr;
   for (std::string line; std::getline(file, line);) {
-    if (line.rfind("== ", 0) == 0)
-      title = line.substr(3);
-    else
-      sessions[title] += line + "\n";
+    std::istringstream words(line);
+    words.ignore(3) >> title;
+    if (line.rfind("-- ", 0) == 0)
+      open = &(known[title] = parameters_of(words));
+    else if (line.rfind("== ", 0) == 0)
+      session_lines = &sessions[title];
+    else if (session_lines != nullptr)
+      *session_lines += expanded(known, line);
+    else if (open != nullptr && !line.empty() && line[0] != '#')
+      open->lines.push_back(line);
   }
-  sessions.erase("");
   for (auto [name, lines] : sessions)
     testing::RegisterTest("Session", name.c_str(), nullptr, nullptr, SESSIONS, 1,
                           [lines = lines]() -> testing::Test * { return new session(lines); });
