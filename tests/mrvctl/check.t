@@ -98,7 +98,7 @@ A platform that crashes or hangs fails the check; its values are put back.
   $ MORVANE_WRONG=P22_P25_P26_crashes mrvctl $wrong check $everything 2>/dev/null | grep -c '^not ok'
   4
   $ export MORVANE_WRONG=hangs_in_a_field_write
-  $ mrvctl $wrong check --time-limit 1 --scratch HI.2:40..47 2>/dev/null | grep -A 5 '^not ok'
+  $ mrvctl $wrong check --time-limit 1 --scratch HI.2:40..47 2>/dev/null | grep -A 5 '^not ok.*value of a field write'
   not ok 38 - the value of a field write stands in its place
     ---
     clause: P26
