@@ -73,6 +73,18 @@ Entries and tables that do not exist:
   stdin:5: dhs-read HI.2:5 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): no table register with entries of up to 256 words (see dhs)
   [1]
 
+A register map whose entries differ in size would make the library write past the array of the caller:
+
+  $ MORVANE_WRONG=grows_entry_5 mrvctl --platform "$BUILD/lib/libwrong_platform.so" -f - <<E
+  > dhs-read HI.0:HI_HI0_DHS_LVIF_TCAM[4]
+  > dhs-read HI.0:HI_HI0_DHS_LVIF_TCAM[5]
+  > E
+  HI.0:HI_HI0_DHS_LVIF_TCAM[4]: 1 entry of 2 words
+    index  words
+        4  00000000 00000000
+  stdin:2: dhs-read HI.0:HI_HI0_DHS_LVIF_TCAM[5]: entry 5 has 256 words and entry 0 has 2: the tool handles no table of unequal entries
+  [1]
+
 Data that is not understood:
 
   $ printf '1 2\n1 2 3\n' >ragged.dhs
