@@ -31,9 +31,9 @@ With --follow, a file is reported when it goes away, and the others are followed
 
   $ cp bringup.mrec gone.mrec
   $ env --default-signal=INT mrvctl calls --follow gone.mrec bringup.mrec >followed 2>errors &
-  $ until grep -q read-run followed; do kill -0 $! || break; done
+  $ until grep -qs read-run followed; do kill -0 $! || break; done
   $ rm gone.mrec
-  $ until grep -q gone errors; do kill -0 $! || break; done
+  $ until grep -qs gone errors; do kill -0 $! || break; done
   $ kill -INT $!
   $ wait $!
   [1]
