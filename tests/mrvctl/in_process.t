@@ -45,10 +45,10 @@ The card of the switch can be changed. With this one the service answers only 5 
 
 --platform uses another platform library. One without / is looked up in this directory first.
 
-  $ cp "$BUILD/lib/libexample_platform.so" platform.so
+  $ cp "$BUILD/lib/libexample_platform.so" libwrong_platform.so
   $ mkfifo output; export EXAMPLE_SERVICE=$PWD/service
   $ example_service service >output & read -r _ <output
-  $ mrvctl --calls --platform platform.so -f - <<E
+  $ mrvctl --calls --platform libwrong_platform.so -f - <<E
   > write HI.3:40 5
   > expect-fail read HI.4:40
   > fail EPERM
