@@ -286,7 +286,8 @@ bool is_within_a_kilobyte_of_stack() {
 void run_on_small_stack() {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, PTHREAD_STACK_MIN - 1024 + RECORDER_STACK);
+  pthread_attr_setstacksize(&attributes,
+                            static_cast<std::size_t>(PTHREAD_STACK_MIN) - 1024 + RECORDER_STACK);
   hook = [] { handlers_write.send(2); };
   pthread_t thread = 0;
   const auto call = [](void *) -> void * {
@@ -905,7 +906,7 @@ TEST_F(Damaged, gives_fewer_calls) {
       EXPECT_FALSE(reader.under_way(&call));
     }
   }
-  for (const std::size_t size : {0, 16384, 16384 + 700}) {
+  for (const std::size_t size : {0U, 16384U, 16384U + 700U}) {
     write(good_.substr(0, size));
     Reader reader(path_);
     EXPECT_EQ(calls_of(reader).size(), size < 16385 ? 0U : 2U);
