@@ -71,7 +71,7 @@ kel_asic_case_t kel_asic_cases[] = {
  *
  * @param case_code the case code of a call
  *
- * @return its row of ::kel_asic_cases, or NULL if the case is unknown
+ * @return its row of kel_asic_cases, or NULL if the case is unknown
  */
 static inline const kel_asic_case_t *kel_asic_find_case(uint32_t case_code) {
   for (size_t i = 0; i < sizeof kel_asic_cases / sizeof kel_asic_cases[0]; ++i) {

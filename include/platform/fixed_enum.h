@@ -13,14 +13,20 @@
 
 #include <stdint.h>
 
+/** Placed after the name of an enumeration: makes it 32 bits wide. */
 #ifdef __cplusplus
 #define KEL_ENUM32 : uint32_t
 #else
 #define KEL_ENUM32
 #endif
 
-/* Stops the compiler if a record has another size than the service expects, for example with
-   -fshort-enums or a packing option. */
+/**
+ * Stops the compiler if a record has another size than the service expects, for example with
+ * -fshort-enums or a packing option.
+ *
+ * @param type the record
+ * @param size its size in bytes
+ */
 #ifdef __cplusplus
 #define KEL_SIZE_IS(type, size) \
   static_assert(sizeof(type) == (size), "a compiler option changes the size of " #type)
