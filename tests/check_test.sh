@@ -6,7 +6,7 @@ mrvctl=$1 source=$2 virtual=$3 wrong=$4
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-everything=(--read HI.2:5 --scratch HI.2:40..47 --scratch-table HF.0:HF_DHS_POL --port hif:3 --all-ports
+everything=(--read HI.2:5 --read-all --scratch HI.2:40..47 --scratch-table HF.0:HF_DHS_POL --port hif:3,nif:3 --all-ports
   --sp-timer 7 --faults)
 
 # Where the result of some breaches is.
@@ -35,7 +35,7 @@ find_breaches() {
     expect "$(grep -oE 'P[0-9]+' <<<"$group" | sort -uV | paste -sd ' ')" "$group" "$wrong" "${everything[@]}" &
   done
   wait
-  diff <(grep -oE '"P[0-9]+_[^"]*' "$source/tests/wrong_platform.cc" | tr -d '"' | sort) \
+  diff <(grep -oE '"P[0-9]+_[^"]*' "$source/tests/wrong_platform.cc" | tr -d '"' | sort -u) \
     <(tr ' ' '\n' <<<"${groups[*]}" | sort)
   comm -23 <(sed -n 's/^- \*\*\(P[0-9]*\)\*\*.*/\1/p' "$source/docs/porting.md" | grep -v 'P30\|P34' | sort) \
     <(grep -oE 'P[0-9]+' <<<"${groups[*]}" | sort -u) | sed 's/^/no platform breaks /'

@@ -34,7 +34,8 @@ Function *right(Function * /*function*/, const char *name) {
 #define NEXT(function) right(&(function), #function)
 
 constexpr uint32_t kAll = 0xFFFFFFFF;
-const pid_t loader = getpid();  // the process that loaded this platform
+constexpr uint32_t kInstances = 8;  // of the block that addresses are wrong in
+const pid_t loader = getpid();      // the process that loaded this platform
 
 int fail(int error) {
   errno = error;
@@ -82,6 +83,16 @@ __attribute__((no_sanitize("address"))) void write_before(Request *request) {
     before = 0;
 }
 
+// The address of the last instance of the block that addresses are wrong in.
+uint32_t last_instance() {
+  return NEXT(kel_asic_get_all_base_table)(KEL_ASIC_VER_B0)[KEL_ASIC_BLK_XL][kInstances - 1];
+}
+
+__attribute__((no_sanitize("address"))) void write_behind(uint16_t *identifier) {
+  if (identifier[1] == 0x5A5A)  // what a check puts there
+    identifier[1] = 0;
+}
+
 int read(Request *request, uint32_t length) {
   static uint32_t last_answer = 0;
   if (request->type == TYPE_READ && wrong("P28_answers_late") && usleep(300) != 0) {
@@ -90,8 +101,13 @@ int read(Request *request, uint32_t length) {
   }
   if (length > 65536 && wrong("P29_refuses_long_records"))
     return fail(EMSGSIZE);
-  if (request->asic == 1 && wrong("P23_takes_any_asic"))
+  if (wrong("P23_takes_any_asic"))
     request->asic = 0;
+  if (request->module == -1 && wrong("P23_takes_module_minus_1"))
+    request->module = 0;
+  if (request->addr >> 28 == last_instance() >> 28 && request->addr >= last_instance() &&
+      request->addr < last_instance() + 0x8000 && wrong("P22_lacks_an_instance"))
+    return fail(EFAULT);
   if (request->type == 99 && wrong("P23_takes_any_type"))
     return 0;
   if (request->module == 99 && wrong("P23_takes_any_module"))
@@ -132,8 +148,19 @@ int read(Request *request, uint32_t length) {
   return 0;
 }
 
+// Whether the word of a command names a network port.
+bool of_network_port(uint32_t word) {
+  return (word >> 8 & 0xFF) == CARDCFG_PORT_TYPE_NIF;
+}
+
 int write(Request *request, uint32_t length) {
   const bool command = request->addr >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
+  if (request->asic != 0 && !command && wrong("P23_writes_to_any_asic"))
+    request->asic = 0;
+  if (request->module < 0 && wrong("P23_writes_to_module_minus_1"))
+    request->module = 0;
+  if (wrong("P25_drops_commands_of_network_ports") && command && of_network_port(request->asic))
+    return 0;
   if (getpid() != loader && wrong("loses_writes_of_children"))
     return 0;
   if (request->type == TYPE_WRITE && command && wrong("P25_drops_commands"))
@@ -159,7 +186,9 @@ int write(Request *request, uint32_t length) {
     send(SYSSRV_REG_WRITE_CASE, request, length);
     return fail(EINVAL);
   }
-  return send(SYSSRV_REG_WRITE_CASE, request, length);
+  const int result = send(SYSSRV_REG_WRITE_CASE, request, length);
+  const bool missing_port = command && request->mask == kAll && result != 0 && errno == ENXIO;
+  return missing_port && wrong("P23_takes_commands_for_missing_ports") ? 0 : result;
 }
 
 int commit(kel_asic_xn_t transaction) {
@@ -180,6 +209,10 @@ int commit(kel_asic_xn_t transaction) {
     ++transaction.num;
   for (kel_asic_xn_entry_t *entry = begin; entry != end; ++entry) {
     const bool command = entry->reg >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
+    if (entry->module == -1 && wrong("P23_takes_entries_for_module_minus_1"))
+      entry->module = 0;
+    if (entry->asic_map != 0 && !command && wrong("P23_takes_entries_for_any_asic"))
+      entry->asic_map = 0;
     if (command ? wrong("P25_takes_masked_commands_in_transactions")
                 : wrong("P1_P26_writes_whole_registers_in_transactions"))
       entry->mask = kAll;
@@ -187,6 +220,10 @@ int commit(kel_asic_xn_t transaction) {
       *entry = {0, 0, 0x18000000, 0, 0x1};
   }
   const int result = send(SYSSRV_MEM_WRITE_CASE, &transaction, sizeof transaction);
+  if (result != 0 && errno == ENXIO && begin->mask == kAll &&
+      begin->reg >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS &&
+      wrong("P23_takes_commands_for_missing_ports_in_transactions"))
+    return 0;
   if (result != 0 && transaction.num == 2 && wrong("P23_applies_half_a_refused_transaction")) {
     transaction.num = 1;
     send(SYSSRV_MEM_WRITE_CASE, &transaction, sizeof transaction);
@@ -204,6 +241,8 @@ int statistics(kel_asic_qos_stats_params_t *request, uint32_t length) {
     return 0;
   const kel_asic_qos_drops_t before = request->stats.drops;
   const int result = send(SYSSRV_MEM_READ_CASE, request, length);
+  if (result != 0 && request->type == QOS_STATS_CLEAR && wrong("P23_clears_missing_ports"))
+    return 0;
   if (result != 0 && wrong("P23_fails_for_missing_ports"))
     return fail(EIO);
   if (wrong("P22_answers_no_drops"))
@@ -221,12 +260,16 @@ int serve(uint32_t case_code, void *record, uint32_t length) {
     case SYSSRV_REG_WRITE_CASE:
       return write(static_cast<Request *>(record), length);
     case SYSSRV_MEM_WRITE_CASE:
-      return commit(*static_cast<kel_asic_xn_t *>(record));
+      if (length == sizeof(kel_asic_xn_t))
+        return commit(*static_cast<kel_asic_xn_t *>(record));
+      return wrong("P23_takes_transactions_of_any_length") ? 0 : send(case_code, record, length);
     case SYSSRV_MEM_READ_CASE:
       return length != sizeof(kel_asic_qos_stats_params_t)
                  ? send(case_code, record, length)
                  : statistics(static_cast<kel_asic_qos_stats_params_t *>(record), length);
     case SYSSRV_SP_TIME_CONFIGURE:
+      if (length != sizeof(Request) && wrong("P23_takes_timers_of_any_length"))
+        return 0;
       return wrong("P22_has_no_sp_timer") ? fail(ENOSYS) : send(case_code, record, length);
     default:
       if (wrong("P23_hangs"))
@@ -275,8 +318,6 @@ struct ChangedTable {
   }
 };
 
-constexpr uint32_t kInstances = 8;  // of the block that addresses are wrong in
-
 }  // namespace
 
 int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t length) {
@@ -314,7 +355,7 @@ int cardcfg_get_real_asic_type(uint32_t slot, uint32_t asic_index, uint32_t *dev
 int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
   static uint16_t asked = 0;
   if (wrong("P10_takes_its_time"))
-    usleep(2000);
+    usleep(20000);
   if (wrong("P21_calls_the_library")) {
     char file[] = "wrong";
     uint32_t data = 0;
@@ -323,6 +364,8 @@ int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
     library_read(0, 0, KEL_ASIC_BLK_HI, 0, 0, &data, 0, file, 0, "wrong");
   }
   const int result = NEXT(cardcfg_card_get_sw_card_id)(slot, sw_card_id);
+  if (wrong("P8_writes_32_bits"))
+    write_behind(sw_card_id);
   if (wrong("P8_tells_another_each_time"))
     *sw_card_id = ++asked;
   return result;
@@ -338,6 +381,8 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
   funcs->reg_dhs_entry_size = hook;
   if (wrong("P11_leaves_a_limit"))
     limits->max_xl = limits_before.max_xl;
+  if (wrong("P11_mixes_up_limits"))
+    limits->max_xl = 0;
   if (wrong("P11_has_nine_modules"))
     limits->max_modules = 9;
   if (wrong("has_nothing"))
@@ -361,6 +406,8 @@ const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) 
   std::copy_n(table[KEL_ASIC_BLK_XL], kInstances, bases);
   if (wrong("has_no_bases"))
     return nullptr;
+  if (wrong("P11_mixes_up_limits"))
+    return changed.with_array(table, KEL_ASIC_BLK_HF, nullptr);
   if (wrong("P17_lacks_an_array"))
     return changed.with_array(table, KEL_ASIC_BLK_XL, nullptr);
   if (wrong("P19_has_a_short_array"))

@@ -53,6 +53,12 @@ With everything allowed none is skipped. Registers, tables and ports are as they
   ok 62 - a clear of the drop counters is a command # SKIP the port has counted nothing that could be cleared
   $ look | diff before -
 
+Without `--scratch` nothing is written.
+
+  $ mrvctl record looks -- mrvctl check --read HI.2:5 --read-all >result
+  $ mrvctl calls looks/*.mrec | grep -c read
+  $ mrvctl calls --writes looks/*.mrec
+
 A failed check names the clause of docs/porting.md that the platform does not satisfy.
 
   $ wrong="--platform $BUILD/lib/libwrong_platform.so"
@@ -83,7 +89,9 @@ Two processes share a switch: what one of them writes the other one reads.
     ---
     clause: P34
 
-No check passes without a service.
+No check passes without a service. `--platform` is used rather than MORVANE_PLATFORM.
+
+  $ MORVANE_PLATFORM=/no/such/platform MORVANE_WRONG= mrvctl $wrong check | grep -c '^ok'
 
   $ MORVANE_PLATFORM="$BUILD/lib/libexample_platform.so" mrvctl check
   TAP version 14

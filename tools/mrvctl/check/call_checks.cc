@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <utility>
 
 #include "asic/address_spans.h"
 #include "asic/table_shapes.h"
@@ -22,7 +21,6 @@ namespace {
 constexpr uint32_t kUnknownDriver = KEL_ASIC_DRIVER_MORVANE + 1;
 constexpr uint32_t kUnknownCase = 0x40000004;
 constexpr auto kUnknownType = static_cast<kel_asic_access_type_t>(99);
-constexpr int32_t kNoModule = 99;
 constexpr uint32_t kLate = 50000;  // microseconds that something late may take
 
 // A register for requests that are to be refused: the one to read, or the first plain one.
@@ -138,6 +136,24 @@ void answers_in_the_record(const CheckTarget &subject) {
     throw Violation{"the value in the record", "the record as it was sent"};
 }
 
+// The first register of each block instance that is not part of a table.
+void reads_every_instance(const CheckTarget &subject) {
+  const Registers registers(subject);
+  const RegisterMap map = queried_map();
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    for (uint32_t instance = 0; instance < map.instances(info.block); ++instance) {
+      Register reg = {info.block, instance, 0};
+      while (reg.vreg < info.registers &&
+             (!map.missing(reg).empty() || find_table(map, reg.block, reg.vreg)))
+        ++reg.vreg;
+      if (reg.vreg == info.registers)
+        break;
+      const Request request(TYPE_READ, registers.entry(map.address(reg)));
+      expect_success(request.send(SYSSRV_REG_READ_CASE), "a read of " + register_text(reg));
+    }
+  }
+}
+
 void answers_before_it_returns(const CheckTarget &subject) {
   const auto entry = Registers(subject).entry(read_address(subject));
   const Request single(TYPE_READ, entry);
@@ -191,29 +207,25 @@ void counts_the_words_of_a_run(const CheckTarget &subject) {
 
 void refuses_unknown_places(const CheckTarget &subject) {
   expect_accepted(subject);
+  for (const AsicPlace &place : unknown_places(subject)) {
+    const Request request = read_request(subject);
+    request->module = place.module;
+    request->asic = place.asic;
+    expect_refusal(request.send(SYSSRV_REG_READ_CASE), "a read from " + place_text(place));
+  }
   const auto modules = static_cast<int32_t>(queried_map().limits().max_modules);
   const auto module = static_cast<int32_t>(subject.module);
-  const std::pair<int32_t, uint32_t> places[] = {{kNoModule, subject.asic}, {modules, subject.asic},
-                                                 {-1, subject.asic},        {module, 1},
-                                                 {module, 0x10000},         {module, UINT32_MAX}};
-  for (const auto &[place, asic] : places) {
-    const Request request = read_request(subject);
-    request->module = place;
-    request->asic = asic;
-    expect_refusal(request.send(SYSSRV_REG_READ_CASE),
-                   format("a read from module %d, ASIC %u", place, asic));
-  }
   const std::optional<Port> port = any_port();
-  for (const auto &[place, asic] :
-       {std::pair{modules, 0U}, {255, 0U}, {module, 1U}, {module, 255U}}) {
+  for (const AsicPlace &place : {AsicPlace{modules, 0U}, AsicPlace{255, 0U}, AsicPlace{module, 1U},
+                                 AsicPlace{module, 255U}}) {
     if (!port)
       return;
     const GuardedMemory memory = statistics_request(subject, *port);
     auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
-    request.module = static_cast<cardcfg_module_id_t>(place);
-    request.asic = static_cast<cardcfg_dev_id_t>(asic);
+    request.module = static_cast<cardcfg_module_id_t>(place.module);
+    request.asic = static_cast<cardcfg_dev_id_t>(place.asic);
     expect_refusal(send_record(SYSSRV_MEM_READ_CASE, memory, memory.length()),
-                   format("statistics of module %d, ASIC %u", place, asic));
+                   "statistics of " + place_text(place));
   }
 }
 
@@ -289,6 +301,7 @@ std::vector<Check> call_checks() {
       {"nothing is printed on standard output", "P32", kNothing, prints_nothing},
       {"no function of the platform calls the library", "P21", kNothing, calls_no_library},
       {"a read is answered in its record", "P22", kRead, answers_in_the_record},
+      {"a register of each block instance can be read", "P22", kReadAll, reads_every_instance},
       {"the answer stands there when the call returns", "P2", kRead, answers_before_it_returns},
       {"no address of a call is used after it", "P4", kRead, forgets_the_addresses},
       {"nothing is touched beyond the length of a record", "P5", kRead, stays_within_the_record},

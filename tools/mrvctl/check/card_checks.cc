@@ -11,6 +11,9 @@ namespace {
 constexpr uint32_t kSlots = 256;
 constexpr uint32_t kAsicsAsked = 4;
 
+using Clock = std::chrono::steady_clock;
+constexpr char kQuickly[] = "the identifier within 1 ms";
+
 void carries_a_morvane(const CheckTarget &subject) {
   for (const uint32_t fill_pattern : {UINT32_MAX, 0U}) {
     uint32_t type = fill_pattern;
@@ -22,11 +25,13 @@ void carries_a_morvane(const CheckTarget &subject) {
 }
 
 uint16_t identifier_of(uint32_t slot, uint16_t fill_pattern) {
-  uint16_t identifier = fill_pattern;
-  const int result = cardcfg_card_get_sw_card_id(slot, &identifier);
+  uint16_t memory[] = {fill_pattern, fill_pattern};  // the identifier, and what follows it
+  const int result = cardcfg_card_get_sw_card_id(slot, memory);
   if (result != 0)
     throw Violation{format("result 0 for the card in slot %u", slot), std::to_string(result)};
-  return identifier;
+  if (memory[1] != fill_pattern)
+    throw Violation{"an identifier of 16 bits", "wrote more than 16 bits", "P8"};
+  return memory[0];
 }
 
 // Slot 0 is asked at every read of table entries, whatever slot the card has.
@@ -42,12 +47,16 @@ void has_an_identifier(const CheckTarget &subject) {
 
 void leaves_outputs_of_failed_queries(const CheckTarget & /*subject*/) {
   constexpr uint32_t kUntouched = 0x5AA55AA5;
+  constexpr auto kLong = std::chrono::seconds(1);  // for all slots
+  const Clock::time_point begin = Clock::now();
   for (uint32_t slot = 0; slot < kSlots; ++slot) {
     uint16_t identifier = static_cast<uint16_t>(kUntouched);
     if (cardcfg_card_get_sw_card_id(slot, &identifier) != 0 &&
         identifier != static_cast<uint16_t>(kUntouched))
       throw Violation{format("the identifier left alone by a failure for slot %u", slot),
                       std::to_string(identifier)};
+    if (Clock::now() - begin > kLong)
+      throw Violation{kQuickly, format("more than 1 s for the cards in %u slots", slot + 1), "P10"};
     for (uint32_t asic = 0; asic < kAsicsAsked; ++asic) {
       uint32_t type = kUntouched;
       if (cardcfg_get_real_asic_type(slot, asic, &type) != 0 && type != kUntouched)
@@ -59,9 +68,8 @@ void leaves_outputs_of_failed_queries(const CheckTarget & /*subject*/) {
 }
 
 void answers_quickly(const CheckTarget & /*subject*/) {
-  using Clock = std::chrono::steady_clock;
   constexpr auto kQuick = std::chrono::milliseconds(1);
-  constexpr int kTimes = 100;
+  constexpr int kTimes = 20;
   auto fastest = Clock::duration::max();
   for (int i = 0; i < kTimes && fastest > kQuick; ++i) {
     const Clock::time_point begin = Clock::now();
@@ -70,8 +78,7 @@ void answers_quickly(const CheckTarget & /*subject*/) {
   }
   if (fastest > kQuick)
     throw Violation{
-        "the identifier within 1 ms",
-        format("%.3f ms at best", std::chrono::duration<double>(fastest).count() * 1000)};
+        kQuickly, format("%.3f ms at best", std::chrono::duration<double>(fastest).count() * 1000)};
 }
 
 }  // namespace

@@ -78,15 +78,23 @@ std::string tap_head(size_t planned) {
                 kClauseVersion);
 }
 
-std::string tap_lines(size_t number, const CheckResult &result) {
+std::string tap_lines(const std::vector<CheckResult> &results) {
+  const CheckResult &result = results.back();
   const Outcome &outcome = result.outcome;
-  const std::string line = format("ok %zu - %s", number, result.check.name);
+  const std::string line = format("ok %zu - %s", results.size(), result.check.name);
   if (outcome.verdict == Verdict::kRight)
     return line + "\n";
   if (outcome.verdict == Verdict::kSkipped)
     return line + " # SKIP " + outcome.seen + "\n";
-  return "not " + line + "\n  ---\n  clause: " + result.clause() +
-         "\n  expected: " + quoted(outcome.expected) + "\n  seen: " + quoted(outcome.seen) +
+  const std::string head = "not " + line + "\n  ---\n  clause: " + result.clause();
+  const auto first =
+      std::find_if(results.begin(), results.end() - 1, [&](const CheckResult &earlier) {
+        return earlier.outcome.verdict == Verdict::kWrong && earlier.clause() == result.clause() &&
+               earlier.outcome.expected == outcome.expected && earlier.outcome.seen == outcome.seen;
+      });
+  if (first != results.end() - 1)
+    return head + format("\n  same as: %td\n  ...\n", first - results.begin() + 1);
+  return head + "\n  expected: " + quoted(outcome.expected) + "\n  seen: " + quoted(outcome.seen) +
          "\n  ...\n";
 }
 

@@ -21,9 +21,10 @@ struct CheckResult {
 
 size_t count(const std::vector<CheckResult> &results, Verdict verdict);
 
-// What stands before the results, and the lines of the n-th of them.
+// What stands before the results, and the lines of the last of them.
+// A failure equal to an earlier one refers to it.
 std::string tap_head(size_t planned);
-std::string tap_lines(size_t number, const CheckResult &result);
+std::string tap_lines(const std::vector<CheckResult> &results);
 
 // Checks that were planned and did not run are errors.
 std::string junit_text(const std::vector<Check> &planned, const std::vector<CheckResult> &results);

@@ -1,6 +1,7 @@
 // The table of checks.
 #include "check/check_table.h"
 
+#include "check/isolation.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -23,16 +24,48 @@ std::string missing_options(const Check &check, const CheckTarget &subject) {
   } options[] = {{kRead, subject.read.has_value(), "--read"},
                  {kScratch, !subject.scratch.empty(), "--scratch"},
                  {kScratchTable, subject.scratch_table.has_value(), "--scratch-table"},
-                 {kPort, subject.port.has_value(), "--port"},
+                 {kPort, !subject.ports.empty(), "--port"},
                  {kAllPorts, subject.all_ports, "--all-ports"},
                  {kSpTimer, subject.sp_timer.has_value(), "--sp-timer"},
-                 {kFaults, subject.faults, "--faults"}};
+                 {kFaults, subject.faults, "--faults"},
+                 {kReadAll, subject.read_all, "--read-all"}};
   std::vector<std::string> missing;
   for (const auto &option : options) {
     if ((check.needs & option.need) != 0 && !option.given)
       missing.emplace_back(option.option);
   }
   return join(missing, ", ");
+}
+
+void run_check_of(const Check &check, const CheckTarget &subject) {
+  const auto run = [&check](const CheckTarget &target) {
+    try {
+      check.run(target);
+    } catch (...) {
+      target.found->restore();
+      throw;
+    }
+    target.found->restore();
+  };
+  if ((check.needs & kPort) == 0)
+    return run(subject);
+  std::string skipped;
+  size_t skips = 0;
+  for (const Port &port : subject.ports) {
+    CheckTarget target = subject;
+    target.port = port;
+    try {
+      run(target);
+    } catch (const Skip &skip) {
+      skipped = skip.why;
+      ++skips;
+    } catch (Violation &breach) {
+      breach.seen += ", port " + port_text(port);
+      throw;
+    }
+  }
+  if (skips == subject.ports.size())
+    throw Skip{skipped};
 }
 
 }  // namespace mrvctl

@@ -26,7 +26,9 @@ struct CheckTarget {
   std::optional<Register> read;
   std::vector<Register> scratch;
   std::optional<Register> scratch_table;
-  std::optional<Port> port;
+  std::vector<Port> ports;
+  std::optional<Port> port;  // the one of them that a check is about
+  bool read_all = false;
   bool all_ports = false;
   std::optional<uint16_t> sp_timer;
   bool faults = false;
@@ -46,7 +48,8 @@ enum Needs : uint32_t {
   kPort = 8,
   kAllPorts = 16,
   kSpTimer = 32,
-  kFaults = 64
+  kFaults = 64,
+  kReadAll = 128
 };
 
 struct Check {
@@ -61,6 +64,9 @@ std::vector<Check> all_checks();
 
 // The options that a check needs and a subject lacks, "--scratch, --port"; empty where it has all.
 std::string missing_options(const Check &check, const CheckTarget &subject);
+
+// Runs a check that needs a port for each port in turn. What it found is put back each time.
+void run_check_of(const Check &check, const CheckTarget &subject);
 
 // The parts of the table, by what they are about.
 std::vector<Check> map_checks();

@@ -74,6 +74,12 @@ void answers_all_statistics(const CheckTarget &subject) {
   }
 }
 
+kel_asic_xn_entry_t link_pause_command(const CheckTarget &subject, const Port &port, bool enable) {
+  const uint32_t word = subject.asic << 16 | port.type << 8 | port.number;
+  return {static_cast<int32_t>(subject.module), static_cast<int32_t>(word),
+          enable ? KEL_ASIC_CMD_LINK_PAUSE_ENABLE : KEL_ASIC_CMD_LINK_PAUSE_DISABLE, 0, UINT32_MAX};
+}
+
 // By the error a client tells a port that is not there from one that fails.
 void expect_lacking(const CheckTarget &subject, const Port &port, std::vector<int> errors) {
   const CallResult result = ask_qos(subject, QOS_STATS_GET, port).result;
@@ -84,6 +90,7 @@ void expect_lacking(const CheckTarget &subject, const Port &port, std::vector<in
 }
 
 void refuses_missing_ports(const CheckTarget &subject) {
+  statistics(subject);  // a valid call is accepted
   const kel_asic_limits_t limits = query_register_map(0).limits;
   for (const auto type : {CARDCFG_PORT_TYPE_HIF, CARDCFG_PORT_TYPE_NIF}) {
     const uint32_t first = *max_ports(limits, type);
@@ -91,6 +98,20 @@ void refuses_missing_ports(const CheckTarget &subject) {
       expect_lacking(subject, {type, first}, {ENXIO, ENODEV});
   }
   expect_lacking(subject, {kNoPortType, 0}, {ENXIO, ENODEV, EINVAL});
+}
+
+// Valid calls of these kinds are accepted in the checks of link pause and of the clear.
+void refuses_writes_to_missing_ports(const CheckTarget &subject) {
+  const std::optional<uint32_t> ports = max_ports(query_register_map(0).limits, subject.port->type);
+  if (!ports || *ports == kPortNumbers)
+    throw Skip{"every port of the type exists"};
+  const Port missing = {subject.port->type, *ports};
+  statistics(subject);
+  expect_refusal(ask_qos(subject, QOS_STATS_CLEAR, missing).result, "a clear of a missing port");
+  const kel_asic_xn_entry_t command = link_pause_command(subject, missing, true);
+  expect_refusal(Request(TYPE_WRITE, command).send(SYSSRV_REG_WRITE_CASE),
+                 "link pause of a missing port");
+  expect_refusal(send_transaction({command}, 1), "link pause of a missing port, in a transaction");
 }
 
 uint64_t counted_frames(const kel_asic_qos_stats_t &stats) {
@@ -171,10 +192,7 @@ class LinkPause {
   }
 
   kel_asic_xn_entry_t command(bool enable) const {
-    const uint32_t word = subject_.asic << 16 | subject_.port->type << 8 | subject_.port->number;
-    return {static_cast<int32_t>(subject_.module), static_cast<int32_t>(word),
-            enable ? KEL_ASIC_CMD_LINK_PAUSE_ENABLE : KEL_ASIC_CMD_LINK_PAUSE_DISABLE, 0,
-            UINT32_MAX};
+    return link_pause_command(subject_, *subject_.port, enable);
   }
 
   port_flow_ctrl_t flow_control() const { return statistics(subject_).pause.flow_ctrl; }
@@ -208,6 +226,7 @@ void takes_commands_in_transactions(const CheckTarget &subject) {
 void takes_no_masked_command(const CheckTarget &subject) {
   const LinkPause pause(subject);
   send_request(TYPE_WRITE, pause.command(true));
+  commit({pause.command(true)}, "a transaction of a command");
   const port_flow_ctrl_t enabled = pause.flow_control();
   kel_asic_xn_entry_t masked = pause.command(false);
   masked.mask = 0xFF;
@@ -229,12 +248,26 @@ void programs_the_sp_timer(const CheckTarget &subject) {
   expect_success(request.send(SYSSRV_SP_TIME_CONFIGURE), "the SP timer");
 }
 
+void refuses_wrong_lengths_of_the_timer(const CheckTarget &subject) {
+  programs_the_sp_timer(subject);
+  for (const uint32_t length :
+       {sizeof(kel_asic_reg_access_params_t) - 4, sizeof(kel_asic_reg_access_params_t) + 4}) {
+    const GuardedMemory memory(length);
+    std::fill_n(static_cast<uint8_t *>(memory.data()), length, uint8_t{0});
+    *static_cast<kel_asic_access_type_t *>(memory.data()) = TYPE_READ;
+    expect_refusal(send_record(SYSSRV_SP_TIME_CONFIGURE, memory, length),
+                   format("an SP timer record of %u bytes", length));
+  }
+}
+
 }  // namespace
 
 std::vector<Check> port_checks() {
   return {
       {"the statistics of a port are answered whole", "P22", kPort, answers_all_statistics},
       {"a port that the switch lacks is refused as such", "P23", kPort, refuses_missing_ports},
+      {"a clear or a command for a port that the switch lacks is refused", "P23", kPort,
+       refuses_writes_to_missing_ports},
       {"a clear clears the statistics of a port", "P22", kPort, clears_a_port},
       {"link pause is a command in a request", "P25", kPort, takes_commands_in_requests},
       {"link pause is a command in a transaction", "P25", kPort, takes_commands_in_transactions},
@@ -242,6 +275,8 @@ std::vector<Check> port_checks() {
       {"a clear of every port clears this one", "P22", kPort | kAllPorts, clears_every_port},
       {"a clear of the drop counters is a command", "P25", kPort | kAllPorts, clears_drop_counters},
       {"the SP timer is programmed", "P22", kSpTimer, programs_the_sp_timer},
+      {"an SP timer record of a wrong length is refused", "P23", kSpTimer,
+       refuses_wrong_lengths_of_the_timer},
   };
 }
 

@@ -17,6 +17,19 @@ std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t len
   return {array, array + length};
 }
 
+// An array without instances, next to instances without an array, shows limits that are mixed up.
+void refuse_limits_in_another_order(const kel_asic_limits_t &limits, const kel_asic_reg_t **table,
+                                    const kel_asic_block_t &without_array) {
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    if (table[info.block] != nullptr && kel_asic_block_instances(&limits, info.block) == 0)
+      throw Violation{"the limits in the order of kel_asic_limits_t",
+                      format("block %s has an array and no instance, block %s instances and no "
+                             "array",
+                             info.name, without_array.name),
+                      "P11"};
+  }
+}
+
 // `length` tells how many elements a block's array has; blocks without instances need none.
 template <typename Length>
 std::vector<std::vector<kel_asic_reg_t>> copy_table(const Description &description,
@@ -29,8 +42,10 @@ std::vector<std::vector<kel_asic_reg_t>> copy_table(const Description &descripti
     const uint32_t i = info.block;
     if (kel_asic_block_instances(&description.limits, info.block) == 0)
       continue;
-    if (table[i] == nullptr)
+    if (table[i] == nullptr) {
+      refuse_limits_in_another_order(description.limits, table, info);
       throw Violation{format("an array of %ses for block %s", what, info.name), "none", clause};
+    }
     copies[i] = copy_array(table[i], length(info), format("%ses of block %s", what, info.name));
   }
   return copies;

@@ -59,6 +59,17 @@ void GuardedMemory::revoke() const {
   mprotect(pages_, pages_length_, PROT_NONE);
 }
 
+std::vector<AsicPlace> unknown_places(const CheckTarget &subject) {
+  const auto modules = static_cast<int32_t>(queried_map().limits().max_modules);
+  const auto module = static_cast<int32_t>(subject.module);
+  return {{99, subject.asic}, {modules, subject.asic}, {-1, subject.asic},
+          {module, 1},        {module, 0x10000},       {module, UINT32_MAX}};
+}
+
+std::string place_text(const AsicPlace &place) {
+  return format("module %d, ASIC %u", place.module, place.asic);
+}
+
 std::string result_text(const CallResult &result) {
   if (result.result >= 0)
     return format("result %d", result.result);
@@ -164,13 +175,15 @@ void Registers::expect(uint32_t address, uint32_t expected, const std::string &a
   expect_word(expected, read(address), format("at 0x%08x ", address) + after);
 }
 
-CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int32_t num) {
-  const GuardedMemory memory(sizeof(kel_asic_xn_t));
-  auto &transaction = *static_cast<kel_asic_xn_t *>(memory.data());
-  transaction = {};
+CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int32_t num,
+                            uint32_t length) {
+  kel_asic_xn_t transaction = {};
   std::strcpy(transaction.name, "check");
   transaction.num = num;
   std::copy(entries.begin(), entries.end(), transaction.xn);
+  const GuardedMemory memory(length);
+  std::memset(memory.data(), 0, length);
+  std::memcpy(memory.data(), &transaction, std::min<size_t>(length, sizeof transaction));
   return send_record(SYSSRV_MEM_WRITE_CASE, memory, memory.length());
 }
 

@@ -35,6 +35,15 @@ class GuardedMemory {
   void *data_;
 };
 
+// A module and an ASIC.
+struct AsicPlace {
+  int32_t module;
+  uint32_t asic;
+};
+// Places that the switch lacks: one of the two numbers is wrong.
+std::vector<AsicPlace> unknown_places(const CheckTarget &subject);
+std::string place_text(const AsicPlace &place);
+
 // How a call came back.
 struct CallResult {
   int result;
@@ -88,7 +97,8 @@ class Registers {
 };
 
 // A transaction of these entries. `num` is how many of them it claims.
-CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int32_t num);
+CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int32_t num,
+                            uint32_t length = sizeof(kel_asic_xn_t));
 // Sends all of them. Throws Violation.
 void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &what);
 

@@ -175,55 +175,56 @@ void changes_bits_under_the_mask_of_an_entry(const CheckTarget &subject) {
 void applies_nothing_of_a_refused_transaction(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const uint32_t address = scratch.first();
-  scratch.registers.write(address, pattern(1));
+  commit({scratch.registers.entry(address, pattern(1))}, "a valid transaction");
   const kel_asic_xn_entry_t good = scratch.registers.entry(address, pattern(2));
-  kel_asic_xn_entry_t bad = scratch.registers.entry(address, pattern(3));
-  bad.module = 99;
-  const auto at = [&](int32_t module, int32_t asic, uint32_t where) {
-    return kel_asic_xn_entry_t{module == 0 ? good.module : module, asic == 0 ? good.asic_map : asic,
-                               where, pattern(3), UINT32_MAX};
+  const auto expect_refused = [&](const std::string &what,
+                                  const std::vector<kel_asic_xn_entry_t> &entries, int32_t num,
+                                  uint32_t length = sizeof(kel_asic_xn_t)) {
+    expect_refusal(send_transaction(entries, num, length), "a transaction " + what);
+    scratch.registers.expect(address, pattern(1), "after a transaction " + what);
   };
-  const struct {
-    const char *what;
-    std::vector<kel_asic_xn_entry_t> entries;
-    int32_t num;
-  } refused[] = {{"a transaction of -1 entries", {good}, -1},
-                 {"a transaction of 513 entries", {KEL_ASIC_XN_ENTRIES, good}, 513},
-                 {"a transaction with an entry for module 99", {good, bad}, 2},
-                 {"a transaction with an entry for module -1", {good, at(-1, 0, address)}, 2},
-                 {"a transaction with an entry for ASIC 1", {good, at(0, 1, address)}, 2},
-                 {"a transaction with an entry for ASIC -1", {good, at(0, -1, address)}, 2},
-                 {"a transaction with an entry for no register",
-                  {good, at(0, 0, KEL_ASIC_CMD_CLEAR_DROP_COUNTERS + 1)},
-                  2}};
-  for (const auto &transaction : refused) {
-    expect_refusal(send_transaction(transaction.entries, transaction.num), transaction.what);
-    scratch.registers.expect(address, pattern(1), std::string("after ") + transaction.what);
+  expect_refused("of -1 entries", {good}, -1);
+  expect_refused("of 513 entries", {KEL_ASIC_XN_ENTRIES, good}, 513);
+  for (const uint32_t length : {sizeof(kel_asic_xn_t) - 4, sizeof(kel_asic_xn_t) + 4})
+    expect_refused(format("in a record of %u bytes", length), {good}, 1, length);
+  for (const AsicPlace &place : unknown_places(subject)) {
+    kel_asic_xn_entry_t bad = good;
+    bad.module = place.module;
+    bad.asic_map = static_cast<int32_t>(place.asic);
+    expect_refused("with an entry for " + place_text(place), {good, bad}, 2);
   }
+  kel_asic_xn_entry_t bad = good;
+  bad.reg = KEL_ASIC_CMD_CLEAR_DROP_COUNTERS + 1;
+  expect_refused("with an entry for no register", {good, bad}, 2);
 }
 
 void changes_nothing_by_refused_writes(const CheckTarget &subject) {
   const Scratch scratch(subject);
   const uint32_t address = scratch.first();
   scratch.registers.write(address, pattern(1));
-  const auto expect_refused = [&](const char *what, kel_asic_access_type_t type, uint32_t room,
-                                  uint32_t num, int32_t module) {
+  const auto expect_refused = [&](const std::string &what, kel_asic_access_type_t type,
+                                  uint32_t room = 0, uint32_t num = 0,
+                                  std::optional<AsicPlace> place = std::nullopt,
+                                  uint32_t driver = KEL_ASIC_DRIVER_MORVANE) {
     const Request request(type, scratch.registers.entry(address, pattern(2)), room);
     request->num = num;
-    request->module += module;
-    expect_refusal(request.send(SYSSRV_REG_WRITE_CASE), what);
-    scratch.registers.expect(address, pattern(1), std::string("after ") + what);
+    if (place) {
+      request->module = place->module;
+      request->asic = place->asic;
+    }
+    expect_refusal(
+        send_record(SYSSRV_REG_WRITE_CASE, request.memory(), request.memory().length(), driver),
+        what);
+    scratch.registers.expect(address, pattern(1), "after " + what);
   };
-  expect_refused("a write of type 99", static_cast<kel_asic_access_type_t>(99), 0, 0, 0);
-  expect_refused("a read sent as a write", TYPE_READ, 0, 0, 0);
-  expect_refused("a write of one register with data words", TYPE_WRITE, 1, 0, 0);
-  expect_refused("a run of more words than its record has", TYPE_WRITE_DHS, 1, 2, 0);
-  expect_refused("a write to a module that the switch lacks", TYPE_WRITE, 0, 0, 99);
-  const Request other(TYPE_WRITE, scratch.registers.entry(address, pattern(2)));
-  expect_refusal(send_record(SYSSRV_REG_WRITE_CASE, other.memory(), other.memory().length(),
-                             KEL_ASIC_DRIVER_MORVANE + 1),
-                 "a write for another driver");
-  scratch.registers.expect(address, pattern(1), "after a write for another driver");
+  expect_refused("a write of type 99", static_cast<kel_asic_access_type_t>(99));
+  expect_refused("a read sent as a write", TYPE_READ);
+  expect_refused("a write of one register with data words", TYPE_WRITE, 1);
+  expect_refused("a run of more words than its record has", TYPE_WRITE_DHS, 1, 2);
+  for (const AsicPlace &place : unknown_places(subject))
+    expect_refused("a write to " + place_text(place), TYPE_WRITE, 0, 0, place);
+  expect_refused("a write for another driver", TYPE_WRITE, 0, 0, std::nullopt,
+                 KEL_ASIC_DRIVER_MORVANE + 1);
 }
 
 void writes_through_the_library(const CheckTarget &subject) {

@@ -53,10 +53,17 @@ std::vector<Register> parse_registers(const std::string &text) {
   return registers;
 }
 
+std::vector<Port> parse_ports(const std::string &text) {
+  std::vector<Port> ports;
+  for (const std::string &part : split(text, ','))
+    ports.push_back(parse_port(part));
+  return ports;
+}
+
 void refuse_missing_port(const kel_asic_limits_t &limits, const Port &port) {
   const std::optional<uint32_t> most = max_ports(limits, port.type);
   if (most && port.number >= *most)
-    throw Skip{port_text(port) + format(": the limits have %u ports of type ", *most) +
+    throw Skip{"--port: " + port_text(port) + format(": the limits have %u ports of type ", *most) +
                port_type_text(port.type)};
 }
 
@@ -64,11 +71,13 @@ void refuse_missing_port(const kel_asic_limits_t &limits, const Port &port) {
 // tell. Returns why there is no service; empty if there is one.
 std::string refuse_missing(Session &session, const CheckTarget &subject,
                            std::chrono::seconds limit) {
-  std::vector<Register> registers = subject.scratch;
-  for (const std::optional<Register> &reg : {subject.read, subject.scratch_table}) {
-    if (reg)
-      registers.push_back(*reg);
-  }
+  std::vector<std::pair<const char *, Register>> registers;
+  for (const Register &reg : subject.scratch)
+    registers.emplace_back("--scratch", reg);
+  if (subject.read)
+    registers.emplace_back("--read", *subject.read);
+  if (subject.scratch_table)
+    registers.emplace_back("--scratch-table", *subject.scratch_table);
   const auto work = [&] {
     try {
       session.open_platform();
@@ -78,13 +87,13 @@ std::string refuse_missing(Session &session, const CheckTarget &subject,
       throw NoService{error.what()};
     }
     const RegisterMap map = queried_map();
-    for (const Register &reg : registers) {
+    for (const auto &[option, reg] : registers) {
       const std::string missing = map.missing(reg);
       if (!missing.empty())
-        throw Skip{register_text(reg) + ": " + missing};
+        throw Skip{option + (": " + register_text(reg)) + ": " + missing};
     }
-    if (subject.port)
-      refuse_missing_port(map.limits(), *subject.port);
+    for (const Port &port : subject.ports)
+      refuse_missing_port(map.limits(), port);
     expect_service(subject);
   };
   const Outcome outcome = run_isolated(work, limit, interrupted);
@@ -118,13 +127,7 @@ Outcome run_one(Session &session, const Check &check, const CheckTarget &subject
   // The platform is opened in the process of the check, so that its threads live there.
   const auto work = [&] {
     session.open_platform();
-    try {
-      check.run(subject);
-    } catch (...) {
-      subject.found->restore();
-      throw;
-    }
-    subject.found->restore();
+    run_check_of(check, subject);
   };
   Outcome outcome = run_isolated(work, limit, interrupted);
   put_back_leftovers(session, *subject.found, limit);
@@ -187,7 +190,7 @@ std::vector<CheckResult> run_all(Session &session, const CheckArgs &args,
       break;
     }
     results.push_back({check, outcome});
-    show(session, tap_lines(results.size(), results.back()));
+    show(session, tap_lines(results));
   }
   return results;
 }
@@ -221,15 +224,15 @@ void describe_check(Arguments &arguments, CheckArgs &args) {
   CheckTarget &subject = args.subject;
   arguments.parsed("--read REGISTER", subject.read, parse_checked_register,
                    "A register that may be read, like HI.2:40");
+  arguments.flag("--read-all", subject.read_all, "One register of each block instance may be read");
   arguments.parsed("--scratch REGISTER,...", subject.scratch, parse_registers,
                    "Registers that may be written, best at least two with neighbouring addresses,\n"
                    "like HI.2:40..47");
   arguments.parsed("--scratch-table REGISTER", subject.scratch_table, parse_table,
                    "A table whose entries may be written, like HF.0:HF_DHS_POL");
-  arguments.parsed(
-      "--port PORT", subject.port, [](const std::string &text) { return parse_port(text); },
-      "A port whose statistics may be cleared and whose link pause may be switched,\n"
-      "like hif:3");
+  arguments.parsed("--port PORT,...", subject.ports, parse_ports,
+                   "Ports whose statistics may be cleared and whose link pause may be switched,\n"
+                   "like hif:3,nif:1");
   arguments.flag("--all-ports", subject.all_ports,
                  "The statistics and drop counters of every port may be cleared too");
   arguments.number<uint16_t>("--sp-timer TIME", subject.sp_timer,
