@@ -250,8 +250,7 @@ void programs_the_sp_timer(const CheckTarget &subject) {
 
 void refuses_wrong_lengths_of_the_timer(const CheckTarget &subject) {
   programs_the_sp_timer(subject);
-  for (const uint32_t length :
-       {sizeof(kel_asic_reg_access_params_t) - 4, sizeof(kel_asic_reg_access_params_t) + 4}) {
+  for (const uint32_t length : wrong_lengths(sizeof(kel_asic_reg_access_params_t))) {
     const GuardedMemory memory(length);
     std::fill_n(static_cast<uint8_t *>(memory.data()), length, uint8_t{0});
     *static_cast<kel_asic_access_type_t *>(memory.data()) = TYPE_READ;

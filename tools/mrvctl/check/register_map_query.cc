@@ -23,7 +23,7 @@ void refuse_limits_in_another_order(const kel_asic_limits_t &limits, const kel_a
   for (const kel_asic_block_t &info : kel_asic_blocks) {
     if (table[info.block] != nullptr && kel_asic_block_instances(&limits, info.block) == 0)
       throw Violation{"the limits in the order of kel_asic_limits_t",
-                      format("block %s has an array and no instance, block %s instances and no "
+                      format("block %s has an array and no instance, block %s has instances and no "
                              "array",
                              info.name, without_array.name),
                       "P11"};

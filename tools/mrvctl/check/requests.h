@@ -3,6 +3,7 @@
 #ifndef MRVCTL_REQUESTS_H
 #define MRVCTL_REQUESTS_H
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -43,6 +44,11 @@ struct AsicPlace {
 // Places that the switch lacks: one of the two numbers is wrong.
 std::vector<AsicPlace> unknown_places(const CheckTarget &subject);
 std::string place_text(const AsicPlace &place);
+
+// The nearest lengths that are not the right one.
+constexpr std::array<uint32_t, 2> wrong_lengths(uint32_t right) {
+  return {right - 4, right + 4};
+}
 
 // How a call came back.
 struct CallResult {

@@ -185,7 +185,7 @@ void applies_nothing_of_a_refused_transaction(const CheckTarget &subject) {
   };
   expect_refused("of -1 entries", {good}, -1);
   expect_refused("of 513 entries", {KEL_ASIC_XN_ENTRIES, good}, 513);
-  for (const uint32_t length : {sizeof(kel_asic_xn_t) - 4, sizeof(kel_asic_xn_t) + 4})
+  for (const uint32_t length : wrong_lengths(sizeof(kel_asic_xn_t)))
     expect_refused(format("in a record of %u bytes", length), {good}, 1, length);
   for (const AsicPlace &place : unknown_places(subject)) {
     kel_asic_xn_entry_t bad = good;
