@@ -90,7 +90,7 @@ A failure that equals an earlier one refers to it.
   $ MORVANE_WRONG=P11_mixes_up_limits mrvctl $wrong check 2>/dev/null >result
   [1]
   $ grep -A 5 -m 1 '^not ok' result
-  not ok 6 - the hook tells the entry sizes of its registers
+  not ok 6 - the hook returns the entry sizes of its registers
     ---
     clause: P11
     expected: "the limits in the order of kel_asic_limits_t"
@@ -127,7 +127,7 @@ A platform that crashes or hangs fails the check; its values are put back.
   4
   $ export MORVANE_WRONG=hangs_in_a_field_write
   $ mrvctl $wrong check --time-limit 1 --scratch HI.2:40..47 2>/dev/null | grep -A 5 '^not ok.*value of a field write'
-  not ok 39 - the value of a field write stands in its place
+  not ok 39 - the value of a field write is in its place
     ---
     clause: P26
     expected: "an answer within 1 s"
@@ -157,9 +157,9 @@ In a transaction nothing is checked. Options that are not understood:
   stdin:2: check: a transaction is open: commit it first
   $ mrvctl check --port cif:0 | grep '^not ok\|cif'
   check --port cif:0: 3 of 69 checks failed
-  not ok 56 - the statistics of a port are answered whole
+  not ok 56 - the statistics of a port are answered completely
     seen: "result -1, errno 6 (No such device or address), port cif:0"
-  not ok 57 - a port that the switch lacks is refused as such
+  not ok 57 - a port that does not exist is refused as such
     seen: "result -1, errno 6 (No such device or address), port cif:0"
   not ok 59 - a clear clears the statistics of a port
   $ mrvctl check --junit /no/such/file 2>&1 >result

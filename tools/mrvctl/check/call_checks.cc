@@ -163,7 +163,7 @@ void answers_before_it_returns(const CheckTarget &subject) {
   const uint32_t answers[] = {single->data, run->num, run.words()[0]};
   usleep(kLate);
   if (single->data != answers[0] || run->num != answers[1] || run.words()[0] != answers[2])
-    throw Violation{"the record left alone once the call has returned", "it has changed"};
+    throw Violation{"the record unchanged once the call has returned", "it has changed"};
 }
 
 void forgets_the_addresses(const CheckTarget &subject) {
@@ -202,7 +202,7 @@ void counts_the_words_of_a_run(const CheckTarget &subject) {
                     [](uint32_t word) { return word != Request::kFillPattern; }));
   if (written != request->num)
     throw Violation{"num the number of words answered",
-                    format("%u words answered, num says %u", written, request->num)};
+                    format("%u words answered, num is %u", written, request->num)};
 }
 
 void refuses_unknown_places(const CheckTarget &subject) {
@@ -294,15 +294,14 @@ std::vector<Check> call_checks() {
       {"an unknown case is refused", "P23", kNothing, refuses_unknown_case},
       {"an unknown type of request is refused", "P23", kNothing, refuses_unknown_type},
       {"a record of a wrong length is refused", "P23", kNothing, refuses_wrong_lengths},
-      {"a module or ASIC that the switch lacks is refused", "P23", kNothing,
-       refuses_unknown_places},
+      {"a module or ASIC that does not exist is refused", "P23", kNothing, refuses_unknown_places},
       {"an address without a register is refused with EFAULT", "P33", kNothing,
        refuses_addresses_without_register},
       {"nothing is printed on standard output", "P32", kNothing, prints_nothing},
       {"no function of the platform calls the library", "P21", kNothing, calls_no_library},
       {"a read is answered in its record", "P22", kRead, answers_in_the_record},
       {"a register of each block instance can be read", "P22", kReadAll, reads_every_instance},
-      {"the answer stands there when the call returns", "P2", kRead, answers_before_it_returns},
+      {"the answer is in the record when the call returns", "P2", kRead, answers_before_it_returns},
       {"no address of a call is used after it", "P4", kRead, forgets_the_addresses},
       {"nothing is touched beyond the length of a record", "P5", kRead, stays_within_the_record},
       {"the answer to a run counts its words", "P6", kRead, counts_the_words_of_a_run},

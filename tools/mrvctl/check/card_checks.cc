@@ -53,7 +53,7 @@ void leaves_outputs_of_failed_queries(const CheckTarget & /*subject*/) {
     uint16_t identifier = static_cast<uint16_t>(kUntouched);
     if (cardcfg_card_get_sw_card_id(slot, &identifier) != 0 &&
         identifier != static_cast<uint16_t>(kUntouched))
-      throw Violation{format("the identifier left alone by a failure for slot %u", slot),
+      throw Violation{format("the identifier unchanged by a failure for slot %u", slot),
                       std::to_string(identifier)};
     if (Clock::now() - begin > kLong)
       throw Violation{kQuickly, format("more than 1 s for the cards in %u slots", slot + 1), "P10"};
@@ -61,7 +61,7 @@ void leaves_outputs_of_failed_queries(const CheckTarget & /*subject*/) {
       uint32_t type = kUntouched;
       if (cardcfg_get_real_asic_type(slot, asic, &type) != 0 && type != kUntouched)
         throw Violation{
-            format("the device type left alone by a failure for slot %u, ASIC %u", slot, asic),
+            format("the device type unchanged by a failure for slot %u, ASIC %u", slot, asic),
             std::to_string(type)};
     }
   }
@@ -87,7 +87,7 @@ std::vector<Check> card_checks() {
   return {
       {"the card carries a Morvane", "P7", kNothing, carries_a_morvane},
       {"the card has an identifier, the same each time", "P8", kNothing, has_an_identifier},
-      {"a card query that fails leaves its output alone", "P9", kNothing,
+      {"a card query that fails leaves its output unchanged", "P9", kNothing,
        leaves_outputs_of_failed_queries},
       {"the identifier comes quickly", "P10", kNothing, answers_quickly},
   };

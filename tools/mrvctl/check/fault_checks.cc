@@ -96,9 +96,9 @@ void takes_no_word_too_many(const CheckTarget &subject) {
 
 std::vector<Check> fault_checks() {
   return {
-      {"a call fails as it is told, and the next one works", "P3", kRead | kFaults,
+      {"a call fails as ordered, and the next one works", "P3", kRead | kFaults,
        fails_as_it_is_told},
-      {"the library tells each failure, and the next call works", "P3", kRead | kFaults,
+      {"the library reports each failure, and the next call works", "P3", kRead | kFaults,
        fails_the_library_as_it_is_told},
       {"the library takes no word too many from an answer", "P6", kRead | kFaults,
        takes_no_word_too_many},

@@ -180,7 +180,7 @@ void has_aligned_addresses(const CheckTarget & /*subject*/) {
 }
 
 void shares_no_address(const CheckTarget & /*subject*/) {
-  expect_no_clash("an address of its own for each register",
+  expect_no_clash("a separate address for each register",
                   [](const AddressSpan &a, const AddressSpan &b) { return a.begin == b.begin; });
 }
 
@@ -212,14 +212,14 @@ std::vector<Check> map_checks() {
       {"every field of the limits is set", "P11", kNothing, fills_the_limits},
       {"the numbers of modules and instances are plausible", "P11", kNothing, has_plausible_limits},
       {"the highest ASIC number is 0", "P12", kNothing, has_one_asic},
-      {"the hook is set, or null where no register needs it", "P13", kNothing, sets_the_hook},
-      {"the hook tells the entry sizes of its registers", "P14", kNothing,
+      {"the hook is set, or null if no register needs it", "P13", kNothing, sets_the_hook},
+      {"the hook returns the entry sizes of its registers", "P14", kNothing,
        hook_knows_its_registers},
       {"the hook refuses every other register", "P14", kNothing, hook_refuses_other_registers},
       {"a revision is given", "P15", kNothing, gives_a_revision},
       {"every instance has a base address", "P17", kNothing, has_bases},
       {"every block has offsets", "P18", kNothing, has_offsets},
-      {"the tables of addresses stay as they are", "P19", kNothing, keeps_its_tables},
+      {"the tables of addresses stay unchanged", "P19", kNothing, keeps_its_tables},
       {"every address is a multiple of 4", "P20", kNothing, has_aligned_addresses},
       {"no two registers share an address", "P20", kNothing, shares_no_address},
       {"every table has room for its entries", "P20", kNothing, has_room_for_tables},

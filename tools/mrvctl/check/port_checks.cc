@@ -175,7 +175,7 @@ void clears_drop_counters(const CheckTarget &subject) {
 
 const CheckTarget &with_link_pause(const CheckTarget &subject) {
   if (subject.port->type != CARDCFG_PORT_TYPE_HIF && subject.port->type != CARDCFG_PORT_TYPE_NIF)
-    throw Skip{"host and network ports alone have link pause"};
+    throw Skip{"only host and network ports have link pause"};
   return subject;
 }
 
@@ -263,9 +263,9 @@ void refuses_wrong_lengths_of_the_timer(const CheckTarget &subject) {
 
 std::vector<Check> port_checks() {
   return {
-      {"the statistics of a port are answered whole", "P22", kPort, answers_all_statistics},
-      {"a port that the switch lacks is refused as such", "P23", kPort, refuses_missing_ports},
-      {"a clear or a command for a port that the switch lacks is refused", "P23", kPort,
+      {"the statistics of a port are answered completely", "P22", kPort, answers_all_statistics},
+      {"a port that does not exist is refused as such", "P23", kPort, refuses_missing_ports},
+      {"a clear or a command for a port that does not exist is refused", "P23", kPort,
        refuses_writes_to_missing_ports},
       {"a clear clears the statistics of a port", "P22", kPort, clears_a_port},
       {"link pause is a command in a request", "P25", kPort, takes_commands_in_requests},

@@ -13,7 +13,8 @@ namespace {
 std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t length,
                                        const std::string &name) {
   const std::string seen = "the array of " + name + " ends before";
-  const CrashClause blame("P19", "arrays as long as the limits and enumerations say", seen.c_str());
+  const CrashClause blame("P19", "arrays as long as the limits and enumerations require",
+                          seen.c_str());
   return {array, array + length};
 }
 

@@ -42,7 +42,7 @@ GuardedMemory::GuardedMemory(uint32_t length) : length_(length) {
   const auto begin = reinterpret_cast<uintptr_t>(pages_);
   const uintptr_t end = begin + pages_length_;
   add_guard({begin - page, begin, "P5", kWithinLength, "the page before the record was touched"});
-  add_guard({end, end + page, "P5", kWithinLength, "the page behind the record was touched"});
+  add_guard({end, end + page, "P5", kWithinLength, "the page after the record was touched"});
 }
 
 void GuardedMemory::expect_untouched_before() const {

@@ -117,7 +117,7 @@ void writes_runs_in_order(const CheckTarget &subject) {
   scratch.registers.write_block(run[0], words);
   for (size_t i = 0; i < words.size(); ++i)
     scratch.registers.expect(run[i], words[i], "after a run was written");
-  scratch.registers.expect(behind, pattern(behind), "behind a run that was written");
+  scratch.registers.expect(behind, pattern(behind), "after a run that was written");
 }
 
 void applies_a_transaction_of_one(const CheckTarget &subject) {
@@ -155,9 +155,9 @@ void leaves_entries_beyond_num(const CheckTarget &subject) {
   const kel_asic_xn_entry_t counts = scratch.registers.entry(address, pattern(1));
   const kel_asic_xn_entry_t leftover = scratch.registers.entry(address, pattern(2));
   expect_success(send_transaction({counts, leftover, leftover}, 1), "a transaction of 1 entry");
-  scratch.registers.expect(address, pattern(1), "after an entry with leftovers behind it");
+  scratch.registers.expect(address, pattern(1), "after an entry with leftovers after it");
   expect_success(send_transaction({leftover}, 0), "a transaction of no entries");
-  scratch.registers.expect(address, pattern(1), "after no entry with leftovers behind it");
+  scratch.registers.expect(address, pattern(1), "after no entry with leftovers after it");
 }
 
 void changes_bits_under_the_mask_of_an_entry(const CheckTarget &subject) {
@@ -413,17 +413,16 @@ void moves_entries_through_the_library(const CheckTarget &subject) {
 std::vector<Check> write_checks() {
   return {
       {"a register reads as it was written", "P22", kScratch, reads_what_was_written},
-      {"a field write changes the bits under its mask alone", "P26", kScratch,
+      {"a field write changes only the bits under its mask", "P26", kScratch,
        changes_bits_under_the_mask},
-      {"the value of a field write stands in its place", "P26", kScratch,
-       takes_a_field_in_its_place},
+      {"the value of a field write is in its place", "P26", kScratch, takes_a_field_in_its_place},
       {"a run is read in order, in steps of 4", "P27", kScratch, reads_runs_in_order},
       {"a run is written in order, in steps of 4", "P27", kScratch, writes_runs_in_order},
       {"a transaction of 1 entry is applied", "P24", kScratch, applies_a_transaction_of_one},
-      {"a transaction of 512 entries arrives whole", "P1", kScratch, delivers_all_entries},
+      {"a transaction of 512 entries arrives completely", "P1", kScratch, delivers_all_entries},
       {"entries are applied in order", "P24", kScratch, applies_entries_in_order},
       {"entries beyond num are not looked at", "P24", kScratch, leaves_entries_beyond_num},
-      {"an entry changes the bits under its mask alone", "P26", kScratch,
+      {"an entry changes only the bits under its mask", "P26", kScratch,
        changes_bits_under_the_mask_of_an_entry},
       {"nothing of a refused transaction is applied", "P23", kScratch,
        applies_nothing_of_a_refused_transaction},
@@ -432,7 +431,7 @@ std::vector<Check> write_checks() {
       {"a child of the process makes calls", "P31", kScratch, works_in_children},
       {"two processes share the switch", "P34", kScratch, shares_the_switch},
       {"the library writes through it", "P22", kScratch, writes_through_the_library},
-      {"the entries of a table stand where their addresses say", "P27", kScratchTable,
+      {"the entries of a table are at their addresses", "P27", kScratchTable,
        places_entries_where_addresses_say},
       {"the words of an entry are taken in a transaction", "P24", kScratchTable,
        takes_entries_in_transactions},
