@@ -88,7 +88,11 @@ if(TARGET morvaneplatform)
     FILES_MATCHING PATTERN "*.md" PATTERN "*.svg"
     PATTERN mainpage.md EXCLUDE PATTERN man EXCLUDE)
 endif()
-install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+if(NOT TARGET morvaned)
+  set(scripts_of_morvaned PATTERN "*.sh" EXCLUDE)
+endif()
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+  ${scripts_of_morvaned})
 
 # An installed tree finds its libraries also after it was moved; in /usr the system finds them.
 if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
