@@ -3,12 +3,18 @@
 set -eu
 page=$1 program=$2
 help=$("$program" --help)
-for command in $(grep -oE '^  [a-z][-a-z]+ ' <<<"$help"); do
+commands_of() {
+  "$program" "$@" --help 2>/dev/null | sed -n '/^Commands:/,/^$/s/^.\{17\}\([a-z][-a-z]*\) .*/  \1 /p'
+}
+commands=$(commands_of)
+for command in $commands; do
   help+=$'\n'$("$program" "$command" --help)
 done
-for command in $("$program" qos --help 2>/dev/null | grep -oE '^  [a-z][-a-z]+ '); do
+below=$(commands_of qos)
+for command in $below; do
   help+=$'\n'$("$program" qos "$command" --help)
 done
+help+=$'\n'$commands$'\n'$below
 named=$(grep -oE '^  [a-z][-a-z]* |^ +(-[?a-zA-Z], ?)?--[-a-z]+' <<<"$help" | sed 's|^ *||; s|^-., *||; s| *$||' | sort -u)
 (($(wc -l <<<"$named") > 5)) || { echo "nothing in the help"; exit 1; }
 missing=$(comm -23 - <(sed 's/\\-/-/g' "$page" | grep -oE '[-a-z]+' | sort -u) <<<"$named")

@@ -28,38 +28,29 @@ struct Options {
 };
 
 constexpr char kDescription[] =
-    "Client of libmorvaneusd: registers, tables, transactions, programs, QoS and ports of a\n"
-    "Morvane ASIC";
+    "Read, write and monitor a Morvane switching ASIC\n"
+    "Examples:\n"
+    "  mrvctl read HI.2:40..47               Read eight registers\n"
+    "  mrvctl write HI.2:40 0x5              Write a register\n"
+    "  mrvctl qos show hif:3                 Show the statistics of a port\n";
 
 constexpr char kFooter[] =
-    "Numbers are decimal, hexadecimal (0x) or binary (0b), in files too. The exit status is 0, 1 "
-    "where a\n"
-    "command failed, or 2 where it could not be understood; with --keep-going that of the first\n"
-    "failure.";
+    "Numbers are decimal, hexadecimal (0x) or binary (0b). Exit status: 0 success,\n"
+    "1 refused or failed, 2 a word or number that is never valid; with --keep-going\n"
+    "that of the first failure. 'mrvctl help COMMAND' shows the help of a command.";
 
 void describe_options(Arguments &arguments, Options &options) {
-  arguments.word(
-      "-f,--file FILE", options.script,
-      "Run the commands of a script, one a line; - for standard input. It is read whole\n"
-      "and does not start unless every line is understood. At a terminal - runs each\n"
-      "line as it is typed, and goes on behind a failure");
-  arguments.flag("--keep-going", options.keep_going,
-                 "Go on behind a command of a script that failed");
-  arguments.flag("--dry-run", options.dry_run,
-                 "Tell whether the command or the script is understood, and run nothing");
-  arguments.flag("--json", options.json, "Print results as JSON, one object a line");
-  arguments.flag("--calls", options.calls,
-                 "Show each service call, decoded, with its duration, on standard error");
-  arguments.word(
-      "--platform FILE", options.platform,
-      "Platform library to load (default: $MORVANE_PLATFORM, else the one mrvctl was built for)");
-  arguments.word(
-      "--switch PATH", options.service,
-      "Work on the switch that morvaned serves at this address; if left out, on that of\n"
-      "MORVANE_SWITCH, or one of its own");
-  arguments.number<uint32_t>("--slot N", options.slot, "Slot of the card; 0 if left out", 0, 255);
-  arguments.number<uint32_t>("--module N", options.module, "Module; 0 if left out", 0, 3);
-  arguments.number<uint32_t>("--asic N", options.asic, "ASIC number; 0 if left out", 0, 255);
+  arguments.word("-f,--file FILE", options.script, "Check and run a script (-: standard input)");
+  arguments.flag("--keep-going", options.keep_going, "Continue after a failed command");
+  arguments.flag("--dry-run", options.dry_run, "Check the syntax only");
+  arguments.flag("--json", options.json, "Print results as JSON, one object per line");
+  arguments.flag("--calls", options.calls, "Show each service call on standard error");
+  arguments.word("--platform FILE", options.platform,
+                 "Platform library (default: $MORVANE_PLATFORM)");
+  arguments.word("--switch PATH", options.service, "Socket of morvaned (default: $MORVANE_SWITCH)");
+  arguments.number<uint32_t>("--slot N", options.slot, "Card slot (default: 0)", 0, 255);
+  arguments.number<uint32_t>("--module N", options.module, "Module (default: 0)", 0, 3);
+  arguments.number<uint32_t>("--asic N", options.asic, "ASIC number (default: 0)", 0, 255);
 }
 
 // What the command line has from the command on.
@@ -146,18 +137,23 @@ int run_and_close(Parser &parser, const Options &options, const Command &chosen,
   return runner.status();
 }
 
-int refuse(const std::string &text, const std::string &command, const std::string &help,
-           bool json) {
+int refuse(const std::string &text, const std::string &command, bool json) {
   if (json)
     std::cout << failure_json({}, command.empty() ? Json() : Json(command),
                               error_json(UsageError(text)));
   else
-    print_error("mrvctl: " + text + "\n" + help);
+    print_error("mrvctl: " + text + "\nTry 'mrvctl " + (command.empty() ? "" : command + " ") +
+                "--help'.\n");
   return static_cast<int>(Status::kUsage);
 }
 
+int refuse_without_command(bool json) {
+  if (!json)
+    print_error(std::string(kDescription) + "\nUsage: mrvctl [OPTIONS] COMMAND\n");
+  return refuse("no command", "", json);
+}
+
 int parse_and_run(int argc, char **argv) {
-  constexpr const char kMore[] = "(mrvctl --help and mrvctl COMMAND --help say more)\n";
   std::ios::sync_with_stdio(false);  // so that std::cin tells an error from the end
   Options options;
   Parser parser;
@@ -175,12 +171,12 @@ int parse_and_run(int argc, char **argv) {
   } catch (const ArgumentsRefused &refusal) {
     // The parser may have stopped before it came to the option.
     const bool json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
-    return refuse(refusal.what(), refusal.command(), kMore, json);
+    return refuse(refusal.what(), refusal.command(), json);
   }
   if (chosen.run && !options.script.empty())
-    return refuse("give either a command or a script", chosen.name, kMore, options.json);
+    return refuse("give either a command or a script", chosen.name, options.json);
   if (!chosen.run && options.script.empty())
-    return refuse("no command", "", parser.help(), options.json);
+    return refuse_without_command(options.json);
   return run_and_close(parser, options, chosen, shown_command(chosen.name, argc, argv));
 }
 

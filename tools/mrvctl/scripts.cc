@@ -21,6 +21,11 @@ struct ExpectFailArgs {
   Command command;
 };
 
+struct HelpArgs {
+  std::vector<std::string> words;
+  std::string text;
+};
+
 // A command that has to fail prints no object: the failure becomes the object of expect-fail.
 class SuppressJson {
  public:
@@ -49,7 +54,7 @@ void run_expect_fail(Session &session, const ExpectFailArgs &args) {
   const std::optional<OperationFailed> failure = failure_of(session, args.command);
   if (!failure) {
     session.set_command("expect-fail");
-    throw OperationFailed("the command succeeded, where a failure was expected");
+    throw OperationFailed("the command succeeded, but a failure was expected");
   }
   session.report.result(
       {{"command", "expect-fail"}, {"failed", args.command.name}, {"error", error_json(*failure)}},
@@ -96,10 +101,18 @@ Script parse_lines(Runner &runner, Parser &parser, Session &session, std::istrea
 }  // namespace
 
 void add_script_commands(Parser &parser) {
+  parser.add<HelpArgs>(
+      {"help", "", "Show the help of mrvctl or of a command", "mrvctl help read", Requires::kNone},
+      [](Arguments &arguments, HelpArgs &args) {
+        arguments.words("[COMMAND]", args.words, "Words of the command");
+      },
+      [&parser](HelpArgs &args) { args.text = parser.help(args.words); },
+      [](Session &session, const HelpArgs &args) {
+        session.report.result({{"command", "help"}, {"text", args.text}}, args.text);
+      });
   parser.add<ExpectFailArgs>(
-      {"expect-fail", "Scripts",
-       "Run a COMMAND that has to fail\n"
-       "A failure succeeds, and a success fails: for scripts that show or check failures."},
+      {"expect-fail", "Scripts", "Run COMMAND; succeed only if it fails",
+       "mrvctl expect-fail read HI.2:1584"},
       [](Arguments &arguments, ExpectFailArgs &args) { arguments.rest("COMMAND", args.words); },
       [&parser](ExpectFailArgs &args) { args.command = parser.parse(args.words); },
       run_expect_fail);

@@ -41,7 +41,7 @@ std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats) {
        8, "class"},
       {"oq", "flush_cnt", "morvane_port_queue_flushes_total", "queue flushes", &oq.flush_cnt, 1,
        nullptr},
-      {"oq", "tout_cnt", "morvane_port_queue_timeouts_total", "queue time-outs", &oq.tout_cnt, 1,
+      {"oq", "tout_cnt", "morvane_port_queue_timeouts_total", "queue timeouts", &oq.tout_cnt, 1,
        nullptr},
       {"drops", "n2h_drops", "morvane_port_drops_n2h_total", "drops n2h", drops.n2h_drops[0],
        kGridCells, nullptr},

@@ -17,7 +17,7 @@ constexpr uint32_t kWholeRegister = 0xFFFFFFFF;
 
 std::string outcome_of(const DecodedCall &call) {
   if (!call.result)
-    return "under-way";
+    return "in-flight";
   if (*call.result < 0)
     return errno_name(call.error_number);
   return *call.result == 0 ? "ok" : format("result=%d", *call.result);

@@ -41,7 +41,7 @@ struct DecodedCall {
   Fields request;
   Fields answer;  // none where there was none
   std::string operation;
-  std::string outcome;  // "ok", "ETIMEDOUT", "result=3", "under-way" ...
+  std::string outcome;  // "ok", "ETIMEDOUT", "result=3", "in-flight" ...
   bool failed = false;
 };
 

@@ -73,14 +73,13 @@ void describe_annotate(Arguments &arguments, AnnotateArgs &args) {
 
 void add_annotate_command(Parser &parser) {
   parser.add<AnnotateArgs>(
-      {"annotate", "Registers",
-       "Copy a trace log or other text, and add a register name after each address\n"
-       "An address is 0x and exactly eight hexadecimal digits, without a letter, digit\n"
-       "or underscore before or after it. It gets a name if it belongs to a register, a\n"
-       "table entry or a command. Control characters become escapes like \\x1b, and\n"
-       "lines end with LF. Other text is copied unchanged.\n"
-       "Example: grep rreg /tmp/kel_asic_log_812 | mrvctl annotate",
-       Requires::kRegisterMap},
+      {"annotate", "Look",
+       "Copy a log and add a register name to each address\n"
+       "An address is 0x and exactly eight hexadecimal digits, without a letter, digit or "
+       "underscore before or after it. It gets a name if it belongs to a register, a table entry "
+       "or a command. Control characters become escapes like \\x1b, and lines end with LF. Other "
+       "text is copied unchanged.",
+       "echo 'rreg 0x04000000' | mrvctl annotate", Requires::kRegisterMap},
       describe_annotate, run_annotate);
 }
 

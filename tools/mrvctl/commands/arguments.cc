@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <sstream>
 
 #include "text/text.h"
 
@@ -30,12 +31,55 @@ bool takes_value(const CLI::App *app, const std::string &name) {
   return false;
 }
 
+// Breaks the lines of a help that are longer than a terminal, and indents their rest like the
+// descriptions of options.
+std::string wrapped(const std::string &help) {
+  constexpr size_t kColumns = 80;
+  constexpr size_t kDescription = 30;
+  std::istringstream lines(help);
+  std::string text;
+  for (std::string line; std::getline(lines, line);) {
+    const size_t indent = line[0] == ' ' ? kDescription : 0;
+    while (line.size() > kColumns) {
+      const size_t blank = line.rfind(' ', kColumns);
+      if (blank == std::string::npos || blank <= indent)
+        break;
+      text += line.substr(0, blank) + "\n";
+      line = std::string(indent, ' ') + line.substr(blank + 1);
+    }
+    text += line + "\n";
+  }
+  return text;
+}
+
 class HelpFormatter : public CLI::Formatter {
  public:
-  std::string make_subcommand(const CLI::App *command) const override {
-    const std::string help = command->get_description();
-    std::string text = format("  %-20s", command->get_name().c_str());
-    return text + help.substr(0, help.find('\n')) + "\n";
+  HelpFormatter() { label("SUBCOMMAND", "COMMAND"); }
+
+  std::string make_help(const CLI::App *app, std::string name,
+                        CLI::AppFormatMode mode) const override {
+    return wrapped(CLI::Formatter::make_help(app, std::move(name), mode));
+  }
+
+  // The first command of each task has the task before it.
+  std::string make_subcommands(const CLI::App *app, CLI::AppFormatMode) const override {
+    std::vector<std::string> groups;
+    std::map<std::string, std::string> lines;
+    for (const CLI::App *command : app->get_subcommands([](const CLI::App *) { return true; })) {
+      const std::string group = command->get_group();
+      if (group.empty())
+        continue;
+      if (lines[group].empty())
+        groups.push_back(group);
+      const std::string help = command->get_description();
+      lines[group] += format("  %-15s%-13s", lines[group].empty() ? group.c_str() : "",
+                             command->get_name().c_str()) +
+                      help.substr(0, help.find('\n')) + "\n";
+    }
+    std::string text;
+    for (const std::string &group : groups)
+      text += lines[group];
+    return text.empty() ? "" : "\nCommands:\n" + text;
   }
 
   std::string make_usage(const CLI::App *app, std::string name) const override {
@@ -59,12 +103,20 @@ std::string parsed_command(const CLI::App &app) {
 // What the parser refuses, in our words.
 std::string refusal_text(const CLI::App &app, const CLI::ParseError &error) {
   const bool unexpected = dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr;
-  return unexpected ? "not expected: " + join(app.remaining(true), " ") : error.what();
+  return unexpected ? "unexpected argument: " + join(app.remaining(true), " ") : error.what();
 }
 
 // The name without the brackets of a word or the value of an option, as the parser is to see it.
 std::string bare_name(const std::string &name) {
   return name[0] == '[' ? name.substr(1, name.size() - 2) : first_word(name);
+}
+
+std::string example_text(const CommandText &text) {
+  std::istringstream lines(text.example);
+  std::string example = "Example:";
+  for (std::string line; std::getline(lines, line);)
+    example += "\n  " + line;
+  return example;
 }
 
 void finish(CLI::Option *option, const std::string &name) {
@@ -178,12 +230,13 @@ void Parser::attach(AppInstance &tree, const Definition &definition) const {
     if (known == nullptr)
       known = tree.app.add_subcommand(prefix.name, prefix.help)
                   ->require_subcommand(1)
+                  ->footer(example_text(prefix))
                   ->group(prefix.group);
     parent = known;
   }
   CLI::App *command = parent->add_subcommand(last_word(text.name), text.help);
-  if (parent == &tree.app)
-    command->group(text.group);
+  command->group(text.group);
+  command->footer(example_text(text));
   Arguments arguments(*command);
   const Attached attached = definition.attach(arguments);
   tree.references[command] = arguments.reference();
@@ -211,7 +264,7 @@ std::string Parser::no_command_text(const std::string &word) const {
     if (names.empty() || names.back() != name)
       names.push_back(name);
   }
-  return "no command '" + word + "'; nearest: " + join(nearest(word, names), ", ");
+  return "unknown command '" + word + "'" + suggestion(word, names);
 }
 
 void Parser::refuse_unknown_command(const CLI::App &app) const {
@@ -220,9 +273,12 @@ void Parser::refuse_unknown_command(const CLI::App &app) const {
     throw ArgumentsRefused(no_command_text(extra[0]), "");
 }
 
-Command Parser::parse(const std::vector<std::string> &words) {
-  if (words.empty())
+Command Parser::parse(const std::vector<std::string> &typed) {
+  if (typed.empty())
     throw UsageError("no command");
+  std::vector<std::string> words = typed;
+  if (words[0] == "?")
+    words[0] = "help";
   const auto is_first = [&](const Definition &definition) {
     return first_word(definition.text.name) == words[0];
   };
@@ -243,18 +299,19 @@ Command Parser::parse(const std::vector<std::string> &words) {
 
 // The parser of a command line: its options, and some commands or all.
 std::unique_ptr<Parser::AppInstance> Parser::build_app(
-    const CommandLine &line, const std::function<bool(const Definition &)> &is_wanted) const {
+    const std::function<bool(const Definition &)> &is_wanted) const {
   auto tree = std::make_unique<AppInstance>();
   CLI::App &app = tree->app;
   app.name("mrvctl");
-  app.description(line.description);
-  app.footer(line.footer);
+  app.description(line_.description);
+  app.footer(line_.footer);
   app.formatter(std::make_shared<HelpFormatter>());
   app.fallthrough();
-  app.set_version_flag("--version", line.version);
+  app.set_version_flag("--version", line_.version, "Show the version");
+  app.set_help_flag("-h,--help", "Show this help");
   app.require_subcommand(0, 1);
   Arguments options(app);
-  line.describe_options(options);
+  line_.describe_options(options);
   for (const Definition &definition : definitions_) {
     if (is_wanted(definition))
       attach(*tree, definition);
@@ -263,13 +320,15 @@ std::unique_ptr<Parser::AppInstance> Parser::build_app(
 }
 
 Command Parser::parse_command_line(int argc, char **argv, const CommandLine &line) {
+  line_ = line;
+  std::vector<std::string> words(argv + 1, argv + argc);
+  std::replace(words.begin(), words.end(), std::string("?"), std::string("help"));
   const auto is_named = [&](const Definition &definition) {
-    return std::find(argv, argv + argc, first_word(definition.text.name)) != argv + argc;
+    return std::find(words.begin(), words.end(), first_word(definition.text.name)) != words.end();
   };
   // Describing all commands takes longer than most of them run. Only help, an error and a missing
   // command need them all.
-  const std::vector<std::string> words(argv + 1, argv + argc);
-  whole_ = build_app(line, is_named);
+  whole_ = build_app(is_named);
   try {
     whole_->parse(words);
   } catch (const CLI::ParseError &) {
@@ -277,7 +336,7 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
   }
   if (whole_->chosen.run)
     return whole_->chosen;
-  whole_ = build_app(line, [](const Definition &) { return true; });
+  whole_ = build_app([](const Definition &) { return true; });
   CLI::App &app = whole_->app;
   try {
     whole_->parse(words);
@@ -293,8 +352,17 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
   return whole_->chosen;
 }
 
-std::string Parser::help() const {
-  return whole_->app.help();
+std::string Parser::help(const std::vector<std::string> &words) {
+  const std::unique_ptr<AppInstance> tree = build_app([](const Definition &) { return true; });
+  const CLI::App *at = &tree->app;
+  for (const std::string &word : words) {
+    const auto has_name = [&](const CLI::App *below) { return below->get_name() == word; };
+    const std::vector<const CLI::App *> below = at->get_subcommands(has_name);
+    if (below.empty())
+      throw UsageError(no_command_text(word));
+    at = below[0];
+  }
+  return at->help(at == &tree->app ? "" : "mrvctl");
 }
 
 }  // namespace mrvctl

@@ -7,7 +7,8 @@
 //       arguments.number("MAP", args.map, "One bit per class", 0U, 255U);
 //     }
 //
-//     parser.add<NodropArgs>({"nodrop", "Ports", "Set the no-drop class map"}, describe, run);
+//     parser.add<NodropArgs>({"nodrop", "Ports", "Set the no-drop class map", "mrvctl nodrop 8"},
+//                            describe, run);
 //
 // Only arguments.cc includes the parser library: its headers take longer to compile than all
 // commands together.
@@ -49,9 +50,10 @@ struct Command {
 
 // A command of the tool, as its help shows it.
 struct CommandText {
-  std::string name;   // all its words, as in "qos show"
-  std::string group;  // the heading above it
-  std::string help;   // the first line is for the list of commands, all of it for its own help
+  std::string name;     // all its words, as in "qos show"
+  std::string group;    // the task it is listed under; empty if it is not listed
+  std::string help;     // the first line is for the list of commands, all of it for its own help
+  std::string example;  // command lines of a shell
   Requires setup = Requires::kLibrary;
 };
 
@@ -187,14 +189,15 @@ class Parser {
   }
 
   // Parses and checks one command of a script. Throws UsageError.
-  Command parse(const std::vector<std::string> &words);
+  Command parse(const std::vector<std::string> &typed);
 
   // Parses the command line of the tool: options, and perhaps a command, which is not checked and
   // has no run if there is none. Throws HelpRequested and ArgumentsRefused.
   Command parse_command_line(int argc, char **argv, const CommandLine &line);
 
-  // The help of the tool, once its command line was parsed.
-  std::string help() const;
+  // The help of the tool, or of the command that the words name, once the command line was parsed.
+  // Throws UsageError.
+  std::string help(const std::vector<std::string> &words);
 
  private:
   // How to reset the arguments of the last parse, and how to get the command of this one.
@@ -212,10 +215,11 @@ class Parser {
   void attach(AppInstance &tree, const Definition &definition) const;
   AppInstance &tree_of(const std::string &first_word);
   std::unique_ptr<AppInstance> build_app(
-      const CommandLine &line, const std::function<bool(const Definition &)> &is_wanted) const;
+      const std::function<bool(const Definition &)> &is_wanted) const;
   std::string no_command_text(const std::string &word) const;
   void refuse_unknown_command(const CLI::App &app) const;
 
+  CommandLine line_;
   std::vector<CommandText> prefixes_;
   std::vector<Definition> definitions_;
   std::map<std::string, std::unique_ptr<AppInstance>>

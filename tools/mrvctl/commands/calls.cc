@@ -155,7 +155,7 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
   }
   report_gaps(session, source.gaps());
   if (!last)
-    throw OperationFailed("nobody wrote it, as far as the recordings reach back");
+    throw OperationFailed("no write to it in these recordings");
   const WrittenWord written = *last_written(*last, reg, index);
   const uint32_t address = written.access.address + 4 * written.word;
   const std::vector<uint32_t> &values = written.access.values;
@@ -185,12 +185,11 @@ void describe_calls(Arguments &arguments, CallsArgs &args) {
   describe_files(arguments, args.files);
   describe_choice(arguments, args.choice);
   arguments.number<uint32_t>("--last N", args.last, "Only the last N of these calls", 1);
-  arguments.flag("--follow", args.follow, "Go on with the calls to come, until ^C");
+  arguments.flag("--follow", args.follow, "Continue with new calls until ^C");
   arguments.flag("--summary", args.summary,
-                 "A table by operation: calls, failures, durations, the slowest with its caller");
+                 "Summarize by operation: calls, failures, durations, slowest caller");
   arguments.word("--pcap OUT", args.pcap,
-                 "Write the calls as packets to a new file, for Wireshark and tshark; there\n"
-                 "morvane.lua shows them");
+                 "Write the calls to a new pcapng file, for Wireshark with morvane.lua");
 }
 
 void describe_last_write(Arguments &arguments, LastWriteArgs &args) {
@@ -203,17 +202,20 @@ void describe_last_write(Arguments &arguments, LastWriteArgs &args) {
 
 void add_call_commands(Parser &parser) {
   parser.add<CallsArgs>({"calls", "Recordings",
-                         "Show the service calls that processes have recorded\n"
-                         "One line a call: when, who, how long, what, which register, its value,\n"
-                         "the service's result, and where in the source it was made. The calls of\n"
-                         "several processes are merged in time. No register is touched.",
+                         "Show recorded service calls\n"
+                         "One line per call: time, process, duration, operation, register, value, "
+                         "result and the place in the source. The calls of several processes are "
+                         "merged by time. No register is accessed.",
+                         "mrvctl calls examples/recordings/bringup.mrec --summary\n"
+                         "mrvctl calls examples/recordings/*.mrec --writes --last 5",
                          Requires::kRegisterMap},
                         describe_calls, check_calls, run_calls);
   parser.add<LastWriteArgs>(
       {"last-write", "Recordings",
-       "Tell who wrote a register last, when, and what the service said\n"
-       "A write that failed counts too, and its result is shown. The command fails if there is no\n"
-       "write.",
+       "Show the last write to a register\n"
+       "The process, time and result are shown. "
+       "A failed write counts too. The command fails if the recordings hold no write.",
+       "mrvctl last-write HI.2:HI_DHS_LVIF examples/recordings/refusals.mrec",
        Requires::kRegisterMap},
       describe_last_write, run_last_write);
 }

@@ -226,8 +226,8 @@ void describe_check(Arguments &arguments, CheckArgs &args) {
                    "A register that may be read, like HI.2:40");
   arguments.flag("--read-all", subject.read_all, "One register of each block instance may be read");
   arguments.parsed("--scratch REGISTER,...", subject.scratch, parse_registers,
-                   "Registers that may be written, best at least two with neighbouring addresses,\n"
-                   "like HI.2:40..47");
+                   "Registers that may be written, at least two with\n"
+                   "consecutive addresses if possible, like HI.2:40..47");
   arguments.parsed("--scratch-table REGISTER", subject.scratch_table, parse_table,
                    "A table whose entries may be written, like HF.0:HF_DHS_POL");
   arguments.parsed("--port PORT,...", subject.ports, parse_ports,
@@ -236,10 +236,10 @@ void describe_check(Arguments &arguments, CheckArgs &args) {
   arguments.flag("--all-ports", subject.all_ports,
                  "The statistics and drop counters of every port may be cleared too");
   arguments.number<uint16_t>("--sp-timer TIME", subject.sp_timer,
-                             "The SP timer may be set to this, and stays so");
-  arguments.flag("--faults", subject.faults, "Let calls fail, on a platform that can be told to");
+                             "The SP timer may be set to TIME; it is not restored");
+  arguments.flag("--faults", subject.faults, "Make calls fail, on a platform that supports it");
   arguments.number<uint32_t>("--time-limit N", args.time_limit,
-                             "Seconds that a check may take; 10 if left out", 1, 3600);
+                             "Time limit of a check in seconds (default: 10)", 1, 3600);
   arguments.word("--junit FILE", args.junit, "Write the results to this file as JUnit XML");
 }
 
@@ -248,11 +248,11 @@ void describe_check(Arguments &arguments, CheckArgs &args) {
 void add_check_commands(Parser &parser) {
   parser.add<CheckArgs>(
       {"check", "Platform",
-       "Check whether the platform keeps what it owes\n"
-       "The result is TAP; a check that fails names the clause of docs/porting.md that is broken.\n"
-       "Only what an option names is read or written. What was found in registers, tables and\n"
-       "link pause is put back.",
-       Requires::kNone},
+       "Run the conformance tests for a platform\n"
+       "The output is TAP. A failed check names the clause of docs/porting.md that is broken. Only "
+       "registers, tables and ports that an option names are read or written. Registers, tables "
+       "and link pause are restored.",
+       "mrvctl check --read HI.2:40 --scratch HI.2:40..47 --port hif:3", Requires::kNone},
       describe_check, run_check);
 }
 

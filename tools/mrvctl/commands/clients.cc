@@ -86,10 +86,10 @@ void run_clients(Session &session, const WatchArgs &args) {
 }  // namespace
 
 void add_clients_command(Parser &parser) {
-  parser.add<WatchArgs>({"clients", "Virtual platform",
-                         "Show who is connected to the switch that morvaned serves\n"
+  parser.add<WatchArgs>({"clients", "Virtual switch",
+                         "List the clients of a switch that morvaned serves\n"
                          "^C ends a live view.",
-                         Requires::kPlatform},
+                         "mrvctl clients", Requires::kPlatform},
                         describe_watch, check_watch, run_clients);
 }
 

@@ -33,7 +33,7 @@ void add_commands(Parser &parser) {
 void describe_register(Arguments &arguments, RegisterReference &reference,
                        const std::string &forms) {
   arguments.reference("REGISTER", reference, parse_register_reference, is_block_instance,
-                      forms + "; names are in regs and dhs");
+                      forms + "; regs and dhs list the names");
 }
 
 void describe_port(Arguments &arguments, Port &port, uint32_t highest_type) {
@@ -41,15 +41,14 @@ void describe_port(Arguments &arguments, Port &port, uint32_t highest_type) {
     return parse_port(text, highest_type);
   };
   arguments.reference("PORT", port, parse, is_port_type,
-                      format("TYPE:NUMBER, like hif:3. TYPE is hif, nif, cif, bif or a number\n"
+                      format("TYPE:NUMBER, like hif:3. TYPE is hif, nif, cif, bif or a number "
                              "(0 to %u), NUMBER is 0 to 255",
                              highest_type));
 }
 
 void describe_watch(Arguments &arguments, WatchArgs &args) {
-  describe_interval(arguments, "--watch", args.interval,
-                    "A live view, with so much time between two rounds");
-  arguments.number<uint32_t>("--count N", args.rounds, "End the live view after so many rounds", 1);
+  describe_interval(arguments, "--watch", args.interval, "Refresh every SECONDS seconds");
+  arguments.number<uint32_t>("--count N", args.rounds, "Stop after N refreshes", 1);
 }
 
 void check_watch(const WatchArgs &args) {

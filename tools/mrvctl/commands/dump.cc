@@ -137,11 +137,12 @@ void describe_dump(Arguments &arguments, DumpArgs &args) {
 
 void add_dump_command(Parser &parser) {
   parser.add<DumpArgs>(
-      {"dump", "Registers",
-       "Print registers, or table entries, as the lines of a script that writes them back\n"
-       "mrvctl -f restores a dump, and diff compares two. Holes are left out. What was asked for "
-       "is\n"
-       "read, and nothing else; but some registers change by being read."},
+      {"dump", "Look",
+       "Print registers as a script that restores them\n"
+       "The lines are mrvctl commands: mrvctl -f restores a dump, diff compares two. Numbers "
+       "without a register are skipped. Warning: some registers change when they are read.",
+       "mrvctl dump HI.2:40..47 > saved.mrv\n"
+       "mrvctl -f saved.mrv"},
       describe_dump, check_dump, run_dump);
 }
 

@@ -37,9 +37,11 @@ void describe_error(Arguments &arguments, ErrorArgs &args) {
 }  // namespace
 
 void add_result_commands(Parser &parser) {
-  parser.add<ErrorArgs>({"error", "Registers",
-                         "Tell what a result means\n"
-                         "Without a CODE, all results and what they mean.",
+  parser.add<ErrorArgs>({"error", "Look",
+                         "Explain a result code\n"
+                         "Without CODE, all results are listed.",
+                         "mrvctl error ETIMEDOUT\n"
+                         "mrvctl error 0x42230003",
                          Requires::kNone},
                         describe_error, run_error);
 }

@@ -141,12 +141,13 @@ void describe_find(Arguments &arguments, FindArgs &args) {
 }  // namespace
 
 void add_find_command(Parser &parser) {
-  parser.add<FindArgs>(
-      {"find", "Registers",
-       "Search registers by name, or look up an address or the address of a register\n"
-       "No register is read.",
-       Requires::kRegisterMap},
-      describe_find, check_find, run_find);
+  parser.add<FindArgs>({"find", "Look",
+                        "Search registers by name, or look up an address\n"
+                        "For a register, its address is shown. No register is read.",
+                        "mrvctl find LVIF\n"
+                        "mrvctl find HI.2:HI_DHS_LVIF[5]",
+                        Requires::kRegisterMap},
+                       describe_find, check_find, run_find);
 }
 
 }  // namespace mrvctl

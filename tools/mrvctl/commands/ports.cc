@@ -89,7 +89,7 @@ void describe_sfp(Arguments &arguments, Port &port) {
 }
 
 void describe_map(Arguments &arguments, NumberArgs &args) {
-  arguments.number<uint32_t>("MAP", args.number, "A bit a class", 0, 255);
+  arguments.number<uint32_t>("MAP", args.number, "One bit per class", 0, 255);
 }
 
 void describe_timer(Arguments &arguments, NumberArgs &args) {
@@ -101,23 +101,28 @@ void describe_timer(Arguments &arguments, NumberArgs &args) {
 void add_port_commands(Parser &parser) {
   parser.add<PauseArgs>({"pause", "Ports",
                          "Enable or disable link pause on a port\n"
-                         "Inside a transaction it is queued."},
+                         "Inside a transaction the command is queued.",
+                         "mrvctl pause on hif:3"},
                         describe_pause, check_pause, run_pause);
   parser.add<NumberArgs>({"nodrop", "Ports",
                           "Set the no-drop class map\n"
-                          "Inside a transaction it is queued."},
+                          "Inside a transaction the command is queued.",
+                          "mrvctl nodrop 0x08"},
                          describe_map, run_nodrop);
   parser.add<Port>({"sfp-failed", "Ports",
-                    "Report that the SFP of a port failed its validation\n"
-                    "Inside a transaction it is queued."},
+                    "Report that the SFP of a port failed validation\n"
+                    "Inside a transaction the command is queued.",
+                    "mrvctl sfp-failed nif:1"},
                    describe_sfp, run_sfp_failed);
   parser.add<NumberArgs>({"sp-timer", "Ports",
                           "Program the SP timer\n"
-                          "It is set at once, also inside a transaction."},
+                          "The timer is set at once, also inside a transaction.",
+                          "mrvctl sp-timer 100"},
                          describe_timer, run_sp_timer);
   parser.add({"clear-drops", "Ports",
               "Clear all drop counters of module 0, ASIC 0\n"
-              "They are cleared at once, also inside a transaction."},
+              "The counters are cleared at once, also inside a transaction.",
+              "mrvctl clear-drops"},
              run_clear_drops);
 }
 

@@ -103,7 +103,7 @@ void run_program(Session &session, const ProgramArgs &args) {
 }
 
 void describe_program(Arguments &arguments, ProgramArgs &args) {
-  arguments.word("FILE", args.path, "File with the steps; in a script, beside the script");
+  arguments.word("FILE", args.path, "File with the steps; in a script, relative to the script");
   arguments.number("--asic N", args.asic, "Run it on this ASIC", 0U, kMaxInMap);
   arguments.parsed("--asics N,...", args.asics, parse_asics,
                    format("Run it on these ASICs (0 to %u each)", kMaxInMap));
@@ -115,10 +115,11 @@ void add_program_commands(Parser &parser) {
   parser.add<ProgramArgs>(
       {"pgm", "Programs",
        "Run a register program from a file\n"
-       "A step a line: BLOCK INSTANCE REGISTER DATA [MASK]; without a mask the whole register is\n"
-       "written. # starts a comment, and - is standard input. Inside a transaction the writes are\n"
-       "queued. ASICs that do not exist are passed over; where none does, and where a step names\n"
-       "no register, the program does not start."},
+       "One step per line: BLOCK INSTANCE REGISTER DATA [MASK]. Without a mask all bits are "
+       "written. # starts a comment, and - is standard input. Inside a transaction the writes are "
+       "queued. ASICs that do not exist are skipped. The program does not start if no ASIC exists "
+       "or a step names no register.",
+       "mrvctl pgm examples/bringup.pgm"},
       describe_program, check_program, run_program);
 }
 

@@ -97,15 +97,20 @@ void describe_show(Arguments &arguments, ShowArgs &args) {
 }  // namespace
 
 void add_qos_commands(Parser &parser) {
-  parser.add_prefix({"qos", "Ports", "Show or clear the QoS statistics of a port"});
+  parser.add_prefix(
+      {"qos", "Ports", "QoS statistics: show, clear, metrics, live view", "mrvctl qos show hif:3"});
   parser.add<ShowArgs>({"qos show", "Ports",
                         "Show the QoS statistics of a port\n"
-                        "A live view shows also how fast each counter rises; ^C ends it."},
+                        "A live view also shows the rate of each counter; ^C ends it.",
+                        "mrvctl qos show hif:3\n"
+                        "mrvctl qos show hif:3 --watch 0.5 --count 2"},
                        describe_show, check_show, run_show);
-  parser.add<ShowArgs>({"qos clear", "Ports", "Clear the QoS statistics of a port"},
-                       describe_port_and_options, run_clear);
-  parser.add<ShowArgs>({"qos clear-all", "Ports", "Clear the QoS statistics of every port"},
-                       describe_options, run_clear_all);
+  parser.add<ShowArgs>(
+      {"qos clear", "Ports", "Clear the QoS statistics of a port", "mrvctl qos clear hif:3"},
+      describe_port_and_options, run_clear);
+  parser.add<ShowArgs>(
+      {"qos clear-all", "Ports", "Clear the QoS statistics of every port", "mrvctl qos clear-all"},
+      describe_options, run_clear_all);
   add_qos_metrics_command(parser);
   add_qos_top_command(parser);
 }

@@ -79,19 +79,20 @@ void describe_metrics(Arguments &arguments, MetricsArgs &args) {
   arguments.words("[PORTS]", args.words,
                   "Ports, like hif:3, or hif for all ports of a type (default: all ports)");
   arguments.word("--output FILE", args.output,
-                 "Replace this file when all is read, and keep it where the service fails");
-  arguments.flag("--nonzero", args.nonzero, "Leave out the cells of the drop grids that are zero");
+                 "Replace FILE atomically; leave it unchanged on error");
+  arguments.flag("--nonzero", args.nonzero, "Omit the cells of the drop grids that are zero");
   arguments.number("--opts N", args.opts, "Options that are passed to the service");
 }
 
 }  // namespace
 
 void add_qos_metrics_command(Parser &parser) {
-  parser.add<MetricsArgs>({"qos metrics", "Ports",
-                           "Print the counters of all ports for Prometheus\n"
-                           "One service call a port. A port that the ASIC lacks fails the command "
-                           "where it was named."},
-                          describe_metrics, check_metrics, run_metrics);
+  parser.add<MetricsArgs>(
+      {"qos metrics", "Ports",
+       "Print the counters of all ports for Prometheus\n"
+       "One service call per port. The command fails if a named port does not exist.",
+       "mrvctl qos metrics hif nif:1 --nonzero"},
+      describe_metrics, check_metrics, run_metrics);
 }
 
 }  // namespace mrvctl

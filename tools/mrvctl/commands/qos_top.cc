@@ -193,22 +193,23 @@ void run_top(Session &session, const TopArgs &args) {
 
 void describe_top(Arguments &arguments, TopArgs &args) {
   arguments.parsed("--sort WHAT", args.sort_key, parse_sort_key,
-                   "What comes first: drops (if left out), pause or writes");
+                   "Sort key: drops, pause or writes (default: drops)");
   describe_interval(arguments, "--interval", args.interval,
-                    "Time between two paints; 1 if left out");
-  arguments.flag("--once", args.once, "Print the rates of one interval as lines, and end");
+                    "Time between two refreshes (default: 1)");
+  arguments.flag("--once", args.once, "Print the rates of one interval and exit");
   arguments.number("--opts N", args.opts, "Options that are passed to the service");
 }
 
 }  // namespace
 
 void add_qos_top_command(Parser &parser) {
-  parser.add<TopArgs>({"qos top", "Ports",
-                       "Show what passes all ports, most interesting first\n"
-                       "A live view: d, p and w sort by drops, pause and writes; the arrows choose "
-                       "the port\nwhose classes are shown; q or ^C ends it. Lines where the output "
-                       "is no terminal."},
-                      describe_top, run_top);
+  parser.add<TopArgs>(
+      {"qos top", "Ports",
+       "Live counters of all ports, most drops first\n"
+       "Keys: d, p and w sort by drops, pause and writes. The arrows choose the port whose classes "
+       "are shown. q or ^C ends the view. The output is plain lines if it is not a terminal.",
+       "mrvctl qos top --once"},
+      describe_top, run_top);
 }
 
 }  // namespace mrvctl

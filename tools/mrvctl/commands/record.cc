@@ -25,12 +25,12 @@ struct RecordArgs {
 };
 
 void describe_record(Arguments &arguments, RecordArgs &args) {
-  arguments.word("DIR", args.directory, "Where the recordings go; it must be there");
+  arguments.word("DIR", args.directory, "Existing directory for the recordings");
   arguments.number<uint32_t>(
       "--size N", args.size,
-      format("Bytes of calls that each process keeps; %u if left out", MREC_RING_DEFAULT),
-      MREC_RING_MIN, MREC_RING_MAX);
-  arguments.words("PROGRAM", args.program, "It and its arguments");
+      format("Bytes of calls to keep per process (default: %u)", MREC_RING_DEFAULT), MREC_RING_MIN,
+      MREC_RING_MAX);
+  arguments.words("PROGRAM", args.program, "Program and its arguments");
 }
 
 // The program may change its folder before it is recorded.
@@ -40,7 +40,7 @@ std::string recordable_directory(const std::string &name) {
   if (realpath(name.c_str(), path) == nullptr || stat(path, &status) != 0)
     throw OperationFailed("cannot record in " + name + ": " + std::strerror(errno));
   if (!S_ISDIR(status.st_mode))
-    throw OperationFailed("cannot record in " + name + ": it is no directory");
+    throw OperationFailed("cannot record in " + name + ": not a directory");
   if (access(path, W_OK | X_OK) != 0)
     throw OperationFailed("cannot record in " + name + ": " + std::strerror(errno));
   return path;
@@ -131,13 +131,11 @@ void add_record_command(Parser &parser) {
   parser.add<RecordArgs>(
       {"record", "Recordings",
        "Run PROGRAM and record its service calls in DIR\n"
-       "Every process that makes service calls gets a file DIR/PROGRAM.PID.mrec with its\n"
-       "most recent calls. The file survives a crash. The exit status is the program's.\n"
-       "A 32-bit mrvctl records 64-bit programs, and vice versa, if that recorder is\n"
-       "installed too; otherwise ld.so prints that it ignores the recorder. Set-user-ID\n"
-       "programs are not recorded.\n"
-       "Example: mrvctl record /tmp/calls -- ./client --verbose",
-       Requires::kNone},
+       "Every process that makes service calls gets a file DIR/PROGRAM.PID.mrec with its most "
+       "recent calls. The file survives a crash. The exit status is the program's. A 32-bit mrvctl "
+       "records 64-bit programs, and vice versa, if that recorder is installed too; otherwise "
+       "ld.so prints that it ignores the recorder. Set-user-ID programs are not recorded.",
+       "mrvctl record . -- mrvctl read HI.2:40", Requires::kNone},
       describe_record, run_record);
 }
 

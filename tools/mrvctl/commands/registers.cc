@@ -235,13 +235,13 @@ void describe_read(Arguments &arguments, ReadArgs &args) {
   arguments.number("[COUNT]", args.count, "Number of registers, in place of a range", 0U,
                    kMaxBlockWords);
   arguments.parsed("--expect VALUE,...", args.expected, parse_words,
-                   "Fail unless these are the values read (0 to 0xFFFFFFFF each)");
+                   "Fail unless these values are read (0 to 0xFFFFFFFF each)");
 }
 
 void describe_target(Arguments &arguments, WriteArgs &args) {
   const auto parse_place = [](const std::string &text) { return text; };
   arguments.reference("REGISTER", args.place, parse_place, is_block_instance,
-                      "HI.2:40; names are in regs");
+                      "HI.2:40; regs lists the names");
   arguments.flag("--raw", args.raw,
                  "REGISTER is an address, which is not checked, or a command address");
 }
@@ -264,28 +264,29 @@ void describe_write_field(Arguments &arguments, WriteArgs &args) {
 }  // namespace
 
 void add_register_commands(Parser &parser) {
-  parser.add(
-      {"info", "Registers", "Show the driver, the ASICs, the blocks, and whether the trace is on"},
-      run_info);
+  parser.add({"info", "Look", "Show the driver, the blocks and the trace state", "mrvctl info"},
+             run_info);
   parser.add<RegsArgs>(
-      {"regs", "Registers", "List the registers of a block that have a name", Requires::kNone},
+      {"regs", "Look", "List the named registers of a block", "mrvctl regs HI", Requires::kNone},
       describe_block, run_regs);
-  parser.add<ReadArgs>(
-      {"read", "Registers",
-       "Read a register, or a run of registers\n"
-       "If registers with successive numbers do not have successive addresses, several reads are\n"
-       "made.\n"
-       "Inside a transaction a read sends the writes made so far first; later ones are queued on."},
-      describe_read, check_read, run_read);
-  parser.add<WriteArgs>({"write", "Registers",
+  parser.add<ReadArgs>({"read", "Look",
+                        "Read one or more registers\n"
+                        "Several reads are made if registers with consecutive numbers do not have "
+                        "consecutive addresses. Inside a transaction a read first sends the queued "
+                        "writes. Later writes are queued.",
+                        "mrvctl read HI.2:40\n"
+                        "mrvctl read HI.2:40..47"},
+                       describe_read, check_read, run_read);
+  parser.add<WriteArgs>({"write", "Change",
                          "Write all bits of a register\n"
-                         "Inside a transaction the write is queued."},
+                         "Inside a transaction the write is queued.",
+                         "mrvctl write HI.2:40 0x5"},
                         describe_write, check_write, run_write);
-  parser.add<WriteArgs>({"write-field", "Registers",
+  parser.add<WriteArgs>({"write-field", "Change",
                          "Write the bits of a register under a mask\n"
-                         "VALUE stands in its place in the register: it is not shifted, and its "
-                         "bits outside the mask\n"
-                         "are not written. Inside a transaction the write is queued."},
+                         "VALUE is not shifted. Its bits outside the mask are not written. Inside "
+                         "a transaction the write is queued.",
+                         "mrvctl write-field HI.2:40 0x30 0xf0"},
                         describe_write_field, check_write, run_write_field);
 }
 

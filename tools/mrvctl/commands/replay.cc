@@ -151,7 +151,7 @@ Outcome replay(RecordedCalls &source, const ReplayArgs &args, const AddressIndex
     if (args.at_recorded_speed)
       wait_for(*call, before);
     if (interrupted != 0)
-      throw OperationFailed("interrupted behind " + count_text(outcome.sent, "call", "calls"));
+      throw OperationFailed("interrupted after " + count_text(outcome.sent, "call", "calls"));
     if (!is_whole(*call)) {
       ++outcome.skipped;
       continue;
@@ -195,7 +195,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
   const std::string text =
       differences_text(outcome.first) + count_text(outcome.sent, "call", "calls") + " sent again" +
       (args.check ? ", " + count_text(outcome.differences, "difference", "differences") : "") +
-      format("; %llu skipped whose record is not whole\n",
+      format("; %llu skipped (truncated in the recording)\n",
              static_cast<unsigned long long>(outcome.skipped));
   session.report.result({{"command", "replay"},
                          {"file", args.file},
@@ -206,13 +206,13 @@ void run_replay(Session &session, const ReplayArgs &args) {
                         text);
   report_gaps(session, source.gaps());
   if (outcome.differences > 0)
-    throw OperationFailed("the platform answered otherwise than it was recorded");
+    throw OperationFailed("the answers differ from the recording");
 }
 
 bool parse_speed(const std::string &text) {
   const std::string speed = upper_case(text);
   if (speed != "RECORDED" && speed != "FAST")
-    throw UsageError("'" + text + "' is no speed: RECORDED or FAST");
+    throw UsageError("'" + text + "' is not a speed: RECORDED or FAST");
   return speed == "RECORDED";
 }
 
@@ -229,7 +229,7 @@ void describe_replay(Arguments &arguments, ReplayArgs &args) {
       "Compare results and answers with those recorded, show the first differences, and\n"
       "fail if there are any");
   arguments.parsed("--speed SPEED", args.at_recorded_speed, parse_speed,
-                   "RECORDED, with the pauses between the calls, or FAST (if left out)");
+                   "RECORDED keeps the pauses between the calls (default: FAST)");
   arguments.parsed("--ignore WHAT", args.ignore_qos, parse_ignored,
                    "qos: do not compare statistics, which traffic changes");
 }
@@ -238,9 +238,10 @@ void describe_replay(Arguments &arguments, ReplayArgs &args) {
 
 void add_replay_commands(Parser &parser) {
   parser.add<ReplayArgs>({"replay", "Recordings",
-                          "Send the requests of a recording again, in their order\n"
-                          "They go to the platform of the tool as they were recorded, writes and\n"
-                          "commands too. A request of which words were left out is skipped."},
+                          "Send the requests of a recording again, in order\n"
+                          "All requests are sent, including writes and commands. Requests whose "
+                          "data was truncated in the recording are skipped.",
+                          "mrvctl replay examples/recordings/bringup.mrec"},
                          describe_replay, run_replay);
 }
 

@@ -235,34 +235,33 @@ void describe_table_write(Arguments &arguments, TableWriteArgs &args) {
   arguments.words("[WORDS]", args.words,
                   "Words of one or more entries (0 to 0xFFFFFFFF each); without brackets the index "
                   "comes first");
-  arguments.word("--from FILE", args.path,
-                 "Take the entries from a file; in a script, beside it; - for standard input");
+  arguments.word(
+      "--from FILE", args.path,
+      "Read the entries from a file; in a script, relative to the script; - for standard input");
 }
 
 }  // namespace
 
 void add_table_commands(Parser &parser) {
-  parser.add<TablesArgs>(
-      {"dhs", "Tables",
-       "List the table (DHS) registers\n"
-       "Entry sizes and index ranges are those that the library checks; no register is\n"
-       "touched.",
-       Requires::kRegisterMap},
-      describe_tables, run_tables);
+  parser.add<TablesArgs>({"dhs", "Look",
+                          "List the table (DHS) registers\n"
+                          "Entry sizes and index ranges are the limits that the library checks. No "
+                          "register is accessed.",
+                          "mrvctl dhs HI", Requires::kRegisterMap},
+                         describe_tables, run_tables);
   parser.add<TableReadArgs>(
-      {"dhs-read", "Tables",
+      {"dhs-read", "Look",
        "Read entries of a table register\n"
-       "Inside a transaction a read sends the writes made so far first; later ones are queued on."},
+       "Inside a transaction a read first sends the queued writes. Later writes are queued.",
+       "mrvctl dhs-read HI.2:HI_DHS_LVIF[0..3]"},
       describe_table_read, check_table_read, run_table_read);
   parser.add<TableWriteArgs>(
-      {"dhs-write", "Tables",
+      {"dhs-write", "Change",
        "Write entries of a table register\n"
-       "Inside a transaction the words are queued. A file has an entry a line, its words between\n"
-       "blanks; if its name ends in .csv, between commas, the first column a word like the "
-       "others,\n"
-       "and the first line may name the columns. Words are numbers as on the command line. # "
-       "starts\n"
-       "a comment. Nothing is written unless every line is right."},
+       "Inside a transaction the words are queued. A file has one entry per line, its words "
+       "separated by blanks, or by commas if its name ends in .csv. The first line of a .csv file "
+       "may name the columns. # starts a comment. Nothing is written unless every line is valid.",
+       "mrvctl dhs-write HF.0:HF_DHS_POL[0] --from examples/bringup-policers.csv"},
       describe_table_write, check_table_write, run_table_write);
 }
 

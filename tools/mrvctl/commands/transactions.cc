@@ -48,7 +48,7 @@ void run_commit(Session &session) {
 }
 
 void describe_begin(Arguments &arguments, BeginArgs &args) {
-  arguments.word("NAME", args.name, "Name of the transaction, 31 characters of it");
+  arguments.word("NAME", args.name, "Name of the transaction; 31 characters are kept");
   arguments.flag("--reorder", args.reorder, "Let the service reorder the writes");
 }
 
@@ -58,16 +58,16 @@ void add_transaction_commands(Parser &parser) {
   parser.add<BeginArgs>(
       {"begin", "Transactions",
        "Open a write transaction\n"
-       "Writes are queued from now on and sent by the commit, or by 512 at a time. A\n"
-       "read sends them too, and leaves the transaction open under the name\n"
-       "\"<Interrupted>\"."},
+       "Writes are queued until commit, or sent in groups of 512. A read sends them too, and "
+       "leaves the transaction open under the name \"<Interrupted>\".",
+       "printf 'begin setup\\nwrite HI.2:40 5\\ncommit\\n' | mrvctl -f -"},
       describe_begin, check_begin, run_begin);
-  parser.add(
-      {"commit", "Transactions",
-       "Send the open transaction\n"
-       "The library reports no failure of a commit; the tool does, as for a read or write that\n"
-       "sends a transaction."},
-      run_commit);
+  parser.add({"commit", "Transactions",
+              "Send the open transaction\n"
+              "The library does not report a failed commit; mrvctl does, also if a read or write "
+              "sends the transaction.",
+              "printf 'begin setup\\nwrite HI.2:40 5\\ncommit\\n' | mrvctl -f -"},
+             run_commit);
 }
 
 }  // namespace mrvctl

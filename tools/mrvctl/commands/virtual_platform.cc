@@ -61,7 +61,7 @@ struct TrafficArgs {
 void check_traffic(TrafficArgs &args) {
   args.direction = lower_case(args.direction);
   if (args.direction != "n2h" && args.direction != "h2n")
-    throw UsageError("'" + args.direction + "' is no direction: n2h or h2n");
+    throw UsageError("'" + args.direction + "' is not a direction: n2h or h2n");
   if (args.excess > args.frames)
     throw UsageError("more excess than frames");
 }
@@ -126,9 +126,8 @@ void describe_fail(Arguments &arguments, NumberArgs &args) {
 }
 
 void describe_delay(Arguments &arguments, DelayArgs &args) {
-  arguments.number<uint32_t>("MILLISECONDS", args.milliseconds, "How much longer a call takes", 0,
-                             kMaxDelay);
-  arguments.number<uint32_t>("[CALLS]", args.calls, "Of so many calls; 1 if left out");
+  arguments.number<uint32_t>("MILLISECONDS", args.milliseconds, "Delay of each call", 0, kMaxDelay);
+  arguments.number<uint32_t>("[CALLS]", args.calls, "Number of calls to delay (default: 1)");
 }
 
 void describe_card(Arguments &arguments, NumberArgs &args) {
@@ -141,28 +140,29 @@ void describe_traffic(Arguments &arguments, TrafficArgs &args) {
   arguments.require_option("--class");
   arguments.number<uint64_t>("--frames N", args.frames, "Frames that arrive");
   arguments.require_option("--frames");
-  arguments.number<uint64_t>("--excess N", args.excess,
-                             "How many of them find the queue full; at most all");
-  arguments.word("--direction DIRECTION", args.direction, "n2h (if left out) or h2n");
+  arguments.number<uint64_t>("--excess N", args.excess, "Frames to drop because the queue is full");
+  arguments.word("--direction DIRECTION", args.direction, "n2h or h2n (default: n2h)");
 }
 
 }  // namespace
 
 void add_platform_commands(Parser &parser) {
-  parser.add<NumberArgs>(
-      {"fail", "Virtual platform", "Make the next service call fail, on the virtual platform"},
-      describe_fail, run_fail);
+  parser.add<NumberArgs>({"fail", "Virtual switch", "Make the next service call fail",
+                          "printf 'fail ETIMEDOUT\\nexpect-fail read HI.2:40\\n' | mrvctl -f -"},
+                         describe_fail, run_fail);
   parser.add<DelayArgs>(
-      {"delay", "Virtual platform", "Make the next service calls slow, on the virtual platform"},
+      {"delay", "Virtual switch", "Delay the next service calls", "mrvctl delay 20 2"},
       describe_delay, run_delay);
   parser.add<NumberArgs>(
-      {"card", "Virtual platform", "Set the card's software identifier, on the virtual platform"},
+      {"card", "Virtual switch", "Set the card's software identifier", "mrvctl card 0x123"},
       describe_card, run_card);
-  parser.add<TrafficArgs>(
-      {"traffic", "Virtual platform", "Let traffic pass through a port of the virtual platform"},
-      describe_traffic, check_traffic, run_traffic);
-  parser.add({"state", "Virtual platform",
-              "Show what commands have left on the ASIC of the virtual platform"},
+  parser.add<TrafficArgs>({"traffic", "Virtual switch", "Simulate traffic on a port",
+                           "mrvctl traffic hif:3 --class 3 --frames 1000 --excess 10"},
+                          describe_traffic, check_traffic, run_traffic);
+  parser.add({"state", "Virtual switch",
+              "Show the settings that commands made\n"
+              "The settings are the no-drop map, the SP timer and the like.",
+              "mrvctl state"},
              run_state);
   add_clients_command(parser);
 }

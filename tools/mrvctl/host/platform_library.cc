@@ -22,7 +22,7 @@ template <typename Function>
 void resolve_next(Function *&function, const char *name) {
   function = reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
   if (function == nullptr)
-    throw UsageError(format("the platform lacks the function %s", name));
+    throw UsageError(format("the platform does not have the function %s", name));
 }
 
 void open_library(const std::string &path, const std::string &hint) {

@@ -36,7 +36,7 @@ bool fill(int file, const std::string &text) {
 void write_atomically(const std::string &path, const std::string &text) {
   struct stat old = {};
   if (lstat(path.c_str(), &old) == 0 && !S_ISREG(old.st_mode))
-    fail(path, "is no plain file");
+    fail(path, "is not a plain file");
   std::string temporary = path + ".XXXXXX";
   const int file = mkstemp(temporary.data());
   if (file < 0)

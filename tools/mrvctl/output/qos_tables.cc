@@ -136,7 +136,7 @@ std::string qos_text(const kel_asic_qos_stats_t &stats, bool colours) {
   text += single("multicast discarded", ss_dhs.wr_discard_mcast_cnt, Counts::kDrops);
   text += single("received with an error", ss_dhs.wr_rcvd_err_cnt, Counts::kFrames);
   text += single("queue flushes", oq.flush_cnt, Counts::kFrames);
-  text += single("queue time-outs", oq.tout_cnt, Counts::kFrames);
+  text += single("queue timeouts", oq.tout_cnt, Counts::kFrames);
 
   text += drop_grid("drops n2h", drops.n2h_drops, widths, colours);
   text += drop_grid("drops h2n", drops.h2n_drops, widths, colours);

@@ -49,7 +49,7 @@ uint64_t parse_u64(const std::string &text, uint64_t low, uint64_t high) {
   uint64_t value = 0;
   if (in_range(digits_of(text), low, high, value))
     return value;
-  throw UsageError("'" + text + "' is no number from " + range_text(low, high) +
+  throw UsageError("'" + text + "' is not a number from " + range_text(low, high) +
                    ", in decimal, hexadecimal (0x) or binary (0b)");
 }
 
@@ -65,7 +65,7 @@ double parse_seconds(const std::string &text, double low, double high) {
   const auto [end, error] = std::from_chars(text.data(), last, value, std::chars_format::fixed);
   if (error == std::errc() && end == last && low <= value && value <= high)
     return value;
-  throw UsageError(format("'%s' is no time from %g to %g seconds", text.c_str(), low, high));
+  throw UsageError(format("'%s' is not a time from %g to %g seconds", text.c_str(), low, high));
 }
 
 }  // namespace mrvctl

@@ -114,4 +114,14 @@ std::vector<std::string> nearest(const std::string &word, std::vector<std::strin
   return candidates;
 }
 
+std::string suggestion(const std::string &word, const std::vector<std::string> &candidates) {
+  constexpr size_t kMaxDistance = 2;
+  const std::vector<std::string> best = nearest(word, candidates);
+  if (best.empty())
+    return "";
+  const size_t distance = edit_distance(word, best[0]);
+  const bool is_close = distance <= kMaxDistance && 2 * distance <= word.size();
+  return is_close ? "; did you mean '" + best[0] + "'?" : "";
+}
+
 }  // namespace mrvctl

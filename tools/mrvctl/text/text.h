@@ -30,6 +30,9 @@ std::string join(const std::vector<std::string> &parts, const std::string &separ
 // The three candidates that are closest to a word, best first.
 std::vector<std::string> nearest(const std::string &word, std::vector<std::string> candidates);
 
+// "; did you mean 'NAME'?" for the candidate that a word comes close to, or "".
+std::string suggestion(const std::string &word, const std::vector<std::string> &candidates);
+
 }  // namespace mrvctl
 
 #endif

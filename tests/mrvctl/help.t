@@ -1,0 +1,31 @@
+  $ . "$TESTDIR/setup.sh"
+  $ ln -s "$TESTDIR/../../examples" examples
+
+Each example of the help runs.
+
+  $ listed() { mrvctl "$@" --help | sed -n '/^Commands:/,/^$/s/^.\{17\}\([a-z][-a-z]*\) .*/\1/p'; }
+  $ examples() { mrvctl "$@" --help | sed -n '/^Example/,/^$/s/^  //p'; }
+  $ try() { examples "$@" >lines; sh -e lines >out 2>&1 </dev/null || cat lines out; wc -l <lines >>counts; }
+  $ try
+  $ for command in $(listed) help; do try $command; done
+  $ for command in $(listed qos); do try qos $command; done
+  $ grep -c '^0' counts
+  0
+  [1]
+
+Help has a command and a short form, in scripts too. A suggestion is made only if it is close.
+
+  $ mrvctl --help | awk 'END { print NR <= 60 }'
+  1
+  $ mrvctl help >help && mrvctl --help | cmp - help
+  $ mrvctl '?' pause on >/dev/null
+  mrvctl: unknown command 'on'
+  Try 'mrvctl help --help'.
+  [2]
+  $ printf '? qos show\nhelp\n' | mrvctl -f - | grep -E '^(Show the QoS|Read, write)'
+  Show the QoS statistics of a port
+  Read, write and monitor a Morvane switching ASIC
+  $ mrvctl raed HI.2:40
+  mrvctl: unknown command 'raed'; did you mean 'read'?
+  Try 'mrvctl --help'.
+  [2]
