@@ -8,11 +8,11 @@ commands_of() {
 }
 commands=$(commands_of)
 for command in $commands; do
-  help+=$'\n'$("$program" "$command" --help)
+  help+=$'\n'$("$program" "$command" --help | sed '/^Example:/,$d')
 done
 below=$(commands_of qos)
 for command in $below; do
-  help+=$'\n'$("$program" qos "$command" --help)
+  help+=$'\n'$("$program" qos "$command" --help | sed '/^Example:/,$d')
 done
 help+=$'\n'$commands$'\n'$below
 named=$(grep -oE '^  [a-z][-a-z]* |^ +(-[?a-zA-Z], ?)?--[-a-z]+' <<<"$help" | sed 's|^ *||; s|^-., *||; s| *$||' | sort -u)

@@ -63,13 +63,13 @@ Control characters and bytes that are not UTF-8 are printed as escapes. JSON con
 
   $ printf '\033[A\302\233 \377é\n' >typed
   $ mrvctl -f typed
-  typed:1: \\x1b[A\\xc2\\x9b \\xff\xc3\xa9: no command '\\x1b[A\\xc2\\x9b'; nearest: info, regs, read (esc)
+  typed:1: \\x1b[A\\xc2\\x9b \\xff\xc3\xa9: unknown command '\\x1b[A\\xc2\\x9b'(esc)
   [2]
   $ mrvctl --json -f typed | grep -o '"text".*'
-  "text":"no command '\\u001b[A\xc2\x9b'; nearest: info, regs, read"}} (esc)
+  "text":"unknown command '\\u001b[A\xc2\x9b'"}} (esc)
   $ mrvctl "$(printf 'read\r\033[31m')"
-  mrvctl: no command 'read\x0d\x1b[31m'; nearest: read, regs, record
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  mrvctl: unknown command 'read\x0d\x1b[31m'
+  Try 'mrvctl --help'.
   [2]
   $ printf 'begin "\033[1mbold"\ncommit\n' | mrvctl --calls -f -
   transaction "\x1b[1mbold" is open

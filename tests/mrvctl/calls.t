@@ -119,12 +119,12 @@ and of another boot after the clock was set. The calls of one boot keep their or
 
   $ python3 "$TESTDIR/craft_recordings.py" refusals.mrec
   $ shown died.mrec
-  2026-11-25 10:25:40.697387  mrvctl.20637             -  write          HI.2:HI_DHS_LVIF[0]             0x00001234                  under-way   write examples/refusals.mrv:4 context 4
+  2026-11-25 10:25:40.697387  mrvctl.20637             -  write          HI.2:HI_DHS_LVIF[0]             0x00001234                  in-flight   write examples/refusals.mrv:4 context 4
   $ shown kinds.mrec --last 1
   kinds.mrec: 1 note of a kind that is not known
   2026-11-25 10:25:40.697809 ... qos-clear-all  all ports                       -                           ok
   $ for other in died boot set_clock; do shown bringup.mrec $other.mrec --last 1; done
-  2026-11-25 10:25:40.697387  mrvctl.20637             -  write          HI.2:HI_DHS_LVIF[0]             0x00001234                  under-way   write examples/refusals.mrv:4 context 4
+  2026-11-25 10:25:40.697387  mrvctl.20637             -  write          HI.2:HI_DHS_LVIF[0]             0x00001234                  in-flight   write examples/refusals.mrv:4 context 4
   2026-11-25 10:25:40.652009 ... read-run       HF.0:HF_DHS_POL[0]              16: 00000001 000f4240 ...   ok          dhs-read examples/bringup.mrv:15 context 15
   2026-11-25 10:25:40.697809 ... qos-clear-all  all ports                       -                           ok
   $ cp refusals.mrec twin1.mrec; cp refusals.mrec twin2.mrec
@@ -145,7 +145,7 @@ Arguments that are not understood:
   > calls refusals.mrec --register HI.2:HI_DHS_LVIF[5
   > calls refusals.mrec --summary --follow
   > E
-  stdin:1: calls refusals.mrec --since -30000d: --since: '30000' is no number from 0 to *, in decimal, hexadecimal (0x) or binary (0b) (glob)
+  stdin:1: calls refusals.mrec --since -30000d: --since: '30000' is not a number from 0 to *, in decimal, hexadecimal (0x) or binary (0b) (glob)
   stdin:2: calls refusals.mrec --since 25:00: --since: '25:00' is not a time; write it like 2026-11-25 03:00:00, 03:00, -10m or @1764060000
   stdin:3: calls refusals.mrec --register HI.2:HI_DHS_LVIF[5: --register: 'HI.2:HI_DHS_LVIF[5' is not a table entry; use for example HI.2:HI_DHS_LVIF[5]
   stdin:4: calls refusals.mrec --summary --follow: --follow, --summary and --pcap exclude each other

@@ -185,5 +185,5 @@ In a transaction nothing is checked. Options that are not understood:
   stdin:2: check --scratch HI.2:47..40: --scratch: '47..40' ends before it begins
   stdin:3: check --scratch HI.2:0..512: --scratch: more than 512 scratch registers
   stdin:4: check --read HI.2: --read: 'HI.2' has no register; use for example HI.2:40
-  stdin:5: check --port hif:256: --port: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:5: check --port hif:256: --port: '256' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   [2]

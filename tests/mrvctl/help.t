@@ -18,9 +18,8 @@ Help has a command and a short form, in scripts too. A suggestion is made only i
   $ mrvctl --help | awk 'END { print NR <= 60 }'
   1
   $ mrvctl help >help && mrvctl --help | cmp - help
-  $ mrvctl '?' pause on >/dev/null
-  mrvctl: unknown command 'on'
-  Try 'mrvctl help --help'.
+  $ mrvctl '?' pause on
+  help pause on: unknown command 'on'
   [2]
   $ printf '? qos show\nhelp\n' | mrvctl -f - | grep -E '^(Show the QoS|Read, write)'
   Show the QoS statistics of a port

@@ -39,8 +39,8 @@ The card of the switch can be changed. With this one the service answers only 5 
   failed as expected: dump HF.0:HF_DHS_POL[0..1]: HF.0:HF_DHS_POL: 10 of 16 words answered
   software card identifier 65535
   $ mrvctl card 65536
-  mrvctl: ID: '65536' is no number from 0 to 65535, in decimal, hexadecimal (0x) or binary (0b)
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  mrvctl: ID: '65536' is not a number from 0 to 65535, in decimal, hexadecimal (0x) or binary (0b)
+  Try 'mrvctl card --help'.
   [2]
 
 --platform uses another platform library. One without / is looked up in this directory first.
@@ -63,7 +63,7 @@ The card of the switch can be changed. With this one the service answers only 5 
   init: no platform: /no/such/file: cannot open shared object file: No such file or directory
   [2]
   $ mrvctl --platform libm.so.6 info
-  init: the platform lacks the function sse_call2
+  init: the platform does not have the function sse_call2
   [2]
   $ mrvctl --platform /no/such/file error EIO
   0x82230005  EIO: the service call failed with an I/O error, or with a positive answer
@@ -86,6 +86,6 @@ Version and help need no switch. Without a command there is only a hint.
   $ mrvctl --version
   mrvctl 1.1.0
   $ mrvctl --help | head -n 1
-  Client of libmorvaneusd: registers, tables, transactions, programs, QoS and ports of a
+  Read, write and monitor a Morvane switching ASIC
   $ mrvctl >/dev/null 2>&1
   [2]

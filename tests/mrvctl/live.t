@@ -130,6 +130,6 @@ A view that cannot read a port at all fails.
   > qos show hif:3 --watch 3601
   > E
   stdin:1: qos top --sort size: --sort: 'size' is none of drops, pause, writes
-  stdin:2: qos top --interval 0: --interval: '0' is no time from 0.1 to 3600 seconds
-  stdin:3: qos show hif:3 --watch 3601: --watch: '3601' is no time from 0.1 to 3600 seconds
+  stdin:2: qos top --interval 0: --interval: '0' is not a time from 0.1 to 3600 seconds
+  stdin:3: qos show hif:3 --watch 3601: --watch: '3601' is not a time from 0.1 to 3600 seconds
   [2]

@@ -90,7 +90,7 @@ A file is replaced when all ports are read, and kept when one of them fails.
   stdin:2: qos metrics --output m.prom: service call failed: Input/output error, or a positive answer (0x82230005): hif:0
   [1]
   $ mrvctl qos metrics --output /dev/null
-  qos metrics --output /dev/null: /dev/null: is no plain file
+  qos metrics --output /dev/null: /dev/null: is not a plain file
   [1]
   $ mrvctl qos metrics --output /nosuch/m.prom
   qos metrics --output /nosuch/m.prom: /nosuch/m.prom: No such file or directory
@@ -145,8 +145,8 @@ Arguments that are not understood:
   > qos metrics nonsense
   > qos metrics --output ""
   > E
-  stdin:1: qos metrics hif:3:1: '3:1' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:2: qos metrics hif:256: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:3: qos metrics nonsense: 'nonsense' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
+  stdin:1: qos metrics hif:3:1: '3:1' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:2: qos metrics hif:256: '256' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:3: qos metrics nonsense: 'nonsense' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
   stdin:4: qos metrics --output : --output: value must not be empty
   [2]

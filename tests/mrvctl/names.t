@@ -131,5 +131,5 @@ Names that do not exist:
   stdin:2: dhs QX: BLOCK: no block 'QX'; nearest: QS, SS, HR
   stdin:3: find: TEXT is required
   stdin:4: error SYSERR_KEL_ASIC_UNINI: CODE: no result 'SYSERR_KEL_ASIC_UNINI'; nearest: SYSERR_KEL_ASIC_UNINIT, SYSERR_KEL_ASIC_UNKNOWN, SYSERR_KEL_ASIC_FAILURE
-  stdin:5: error 4294967296: CODE: '4294967296' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:5: error 4294967296: CODE: '4294967296' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
   [2]

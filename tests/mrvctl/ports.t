@@ -71,8 +71,8 @@ Link pause is for host and network ports, and the module has one ASIC:
   sp-timer 4: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0
   [1]
   $ mrvctl --module 4 sp-timer 4
-  mrvctl: --module: '4' is no number from 0 to 3, in decimal, hexadecimal (0x) or binary (0b)
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  mrvctl: --module: '4' is not a number from 0 to 3, in decimal, hexadecimal (0x) or binary (0b)
+  Try 'mrvctl sp-timer --help'.
   [2]
   $ mrvctl -f - <<E
   > pause up hif:3
@@ -82,6 +82,6 @@ Link pause is for host and network ports, and the module has one ASIC:
   > E
   stdin:1: pause up hif:3: 'up' is neither on nor off
   stdin:2: pause on hif: PORT: 'hif' has no port number; use for example hif:3
-  stdin:3: nodrop 0x1FF: MAP: '0x1FF' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:4: sp-timer 65536: TIME: '65536' is no number from 0 to 65535, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:3: nodrop 0x1FF: MAP: '0x1FF' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:4: sp-timer 65536: TIME: '65536' is not a number from 0 to 65535, in decimal, hexadecimal (0x) or binary (0b)
   [2]

@@ -73,8 +73,8 @@ Files that are not understood:
   stdin:3: pgm /no/such/file: cannot open /no/such/file: No such file or directory
   [2]
   $ mrvctl pgm x --asics 0,31
-  mrvctl: --asics: '31' is no number from 0 to 30, in decimal, hexadecimal (0x) or binary (0b)
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  mrvctl: --asics: '31' is not a number from 0 to 30, in decimal, hexadecimal (0x) or binary (0b)
+  Try 'mrvctl pgm --help'.
   [2]
   $ mrvctl pgm good.pgm --asic 0 --asics 0
   pgm good.pgm --asic 0 --asics 0: --asic and --asics exclude each other

@@ -107,7 +107,7 @@ Every counter has its place. This platform answers each with another number.
   multicast discarded            16643
   received with an error         17155
   queue flushes                  21763
-  queue time-outs                22275
+  queue timeouts                 22275
   
   drops n2h                      0       1       2       3       4       5       6       7
     row 0                    22790   23302   23814   24326   24838   25350   25862   26374
@@ -151,9 +151,9 @@ Ports that the switch does not have, and arguments that are not understood:
   > qos show hif:256
   > qos show hif:0 --count 3
   > E
-  stdin:1: traffic hif:3 --class 8 --frames 1: --class: '8' is no number from 0 to 7, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:1: traffic hif:3 --class 8 --frames 1: --class: '8' is not a number from 0 to 7, in decimal, hexadecimal (0x) or binary (0b)
   stdin:2: traffic hif:3 --class 1 --frames 1 --excess 2: more excess than frames
-  stdin:3: qos show fif 0: PORT: 'fif' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
-  stdin:4: qos show hif:256: PORT: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:3: qos show fif 0: PORT: 'fif' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
+  stdin:4: qos show hif:256: PORT: '256' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   stdin:5: qos show hif:0 --count 3: --count is for --watch
   [2]

@@ -28,20 +28,20 @@ The last write to a register: its value, time, process, result and caller.
   $ mrvctl --json last-write HI.2:HI_DHS_LVIF refusals.mrec
   {"command":"last-write","time":"2026-11-25T10:25:40.697682884Z","time_ns":1795602340697682884,"program":"mrvctl","pid":20637,"number":12,"duration_ns":150,"operation":"write-field","case":1073741825,"driver":236,"length":196,"module":0,"asic":0,"address":270551808,"register":"HI.2:HI_DHS_LVIF[0]","data":15,"mask":255,"context":24,"func":"write-field","file":"examples/refusals.mrv","line":24,"result":0,"errno":null,"outcome":"ok","failed":false,"written":{"register":"HI.2:HI_DHS_LVIF[0]","data":15,"mask":255}}
   $ mrvctl last-write HI.3:41 refusals.mrec bringup.mrec
-  last-write HI.3:41 refusals.mrec bringup.mrec: nobody wrote it, as far as the recordings reach back
+  last-write HI.3:41 refusals.mrec bringup.mrec: no write to it in these recordings
   [1]
   $ mrvctl --module 1 last-write HI.2:HI_DHS_LVIF refusals.mrec bringup.mrec
-  last-write HI.2:HI_DHS_LVIF refusals.mrec bringup.mrec: nobody wrote it, as far as the recordings reach back
+  last-write HI.2:HI_DHS_LVIF refusals.mrec bringup.mrec: no write to it in these recordings
   [1]
   $ python3 "$TESTDIR/craft_recordings.py" refusals.mrec
   $ mrvctl last-write HI.2:HI_DHS_LVIF died.mrec
-  HI.2:HI_DHS_LVIF[0] <- 0x00001234  2026-11-25 10:25:40.697387  mrvctl.20637  write  under-way  write examples/refusals.mrv:4 context 4
+  HI.2:HI_DHS_LVIF[0] <- 0x00001234  2026-11-25 10:25:40.697387  mrvctl.20637  write  in-flight  write examples/refusals.mrv:4 context 4
   $ mrvctl last-write HI.2:HI_DHS_LVIF refusals.mrec died.mrec | cut -c -44
   HI.2:HI_DHS_LVIF[0] <- 0x0000000f mask 0x000
   $ mrvctl --json last-write HI.3:41 kinds.mrec
   kinds.mrec: 1 note of a kind that is not known
   {"command":"last-write","losses":["kinds.mrec: 1 note of a kind that is not known"]}
-  {"command":"last-write","file":null,"line":null,"error":{"code":null,"name":"FAILED","text":"nobody wrote it, as far as the recordings reach back"}}
+  {"command":"last-write","file":null,"line":null,"error":{"code":null,"name":"FAILED","text":"no write to it in these recordings"}}
   [1]
 
 Relative times are those of the calls:
@@ -58,16 +58,16 @@ Programs that cannot be started, and directories that cannot be used:
   record calls -- /no/such/program -x: cannot run /no/such/program: No such file or directory
   [1]
   $ mrvctl record refusals.mrec true
-  record refusals.mrec true: cannot record in refusals.mrec: it is no directory
+  record refusals.mrec true: cannot record in refusals.mrec: not a directory
   [1]
   $ mrvctl --platform /no/such/file record /no/such/folder true
   record /no/such/folder true: cannot record in /no/such/folder: No such file or directory
   [1]
   $ mrvctl record calls
   mrvctl: PROGRAM is required
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  Try 'mrvctl record --help'.
   [2]
   $ mrvctl record calls --size 65535 true
-  mrvctl: --size: '65535' is no number from 65536 to 1073741824, in decimal, hexadecimal (0x) or binary (0b)
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  mrvctl: --size: '65535' is not a number from 65536 to 1073741824, in decimal, hexadecimal (0x) or binary (0b)
+  Try 'mrvctl record --help'.
   [2]

@@ -128,7 +128,7 @@ Arguments that are not understood; none of the commands runs:
 
   $ mrvctl read HI.2:HI_DHS_LVIX
   mrvctl: REGISTER: block HI has no register HI_DHS_LVIX; nearest: HI_DHS_LVIF, HI_DHS_LVIF_TCAM, HI_HI0_DHS_LVIF_TCAM (or give a number from 0 to 1583)
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  Try 'mrvctl read --help'.
   [2]
   $ mrvctl read HI.2
   read HI.2: 'HI.2' has no register; use for example HI.2:40
@@ -172,13 +172,13 @@ Arguments that are not understood; none of the commands runs:
   stdin:12: dhs-write HF.0:HF_DHS_POL[0].1 5: 'HF.0:HF_DHS_POL[0].1' is not an entry of one table
   stdin:13: dhs-write HF.*:HF_DHS_POL[0] 1: 'HF.*:HF_DHS_POL[0]' is not an entry of one table
   stdin:14: dump HI.2:HI_DHS_LVIF --named: --named is for registers, and 'HI.2:HI_DHS_LVIF' is a table
-  stdin:15: read HI.2x:5: REGISTER: '2x' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:16: read HI.2:4294967296: REGISTER: '4294967296' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:17: read HI.2:0x: REGISTER: '0x' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:18: read HI.2:5 1048577: COUNT: '1048577' is no number from 0 to 1048576, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:15: read HI.2x:5: REGISTER: '2x' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:16: read HI.2:4294967296: REGISTER: '4294967296' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:17: read HI.2:0x: REGISTER: '0x' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:18: read HI.2:5 1048577: COUNT: '1048577' is not a number from 0 to 1048576, in decimal, hexadecimal (0x) or binary (0b)
   stdin:19: read HI.2:5 2 --expect 7: 2 words to read, but 1 expected
   stdin:20: read HI.2:40 --expect 010: --expect: '010' begins with 0: hexadecimal is written 0x010
   stdin:21: write HI.2:5: DATA is required
-  stdin:22: write HI.2:5 -1: DATA: '-1' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:22: write HI.2:5 -1: DATA: '-1' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
   stdin:23: write HI.*:5 1: 'HI.*:5' is not a single register; use for example HI.2:40
   [2]

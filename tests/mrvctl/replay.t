@@ -4,11 +4,11 @@
 The requests of a recording are sent again, writes and commands too. On an empty switch nothing differs.
 
   $ mrvctl replay --check bringup.mrec
-  5 calls sent again, 0 differences; 0 skipped whose record is not whole
+  5 calls sent again, 0 differences; 0 skipped (truncated in the recording)
   $ mrvctl read SS.0:SS_CFG_CG
   SS.0:SS_CFG_CG = 0x00000001 (1)
   $ mrvctl replay --check refusals.mrec --speed recorded
-  19 calls sent again, 0 differences; 0 skipped whose record is not whole
+  19 calls sent again, 0 differences; 0 skipped (truncated in the recording)
 
 The first differences are shown. Statistics need not be compared.
 
@@ -17,22 +17,22 @@ The first differences are shown. Statistics need not be compared.
   $ mrvctl replay --check refusals.mrec
   call 16: qos-get hif:3: ss_dhs.wr_rcvd_cnt[1]: recorded 0, now 5
   call 16: qos-get hif:3: ss_dhs.rd_sent_cnt[1]: recorded 0, now 5
-  19 calls sent again, 2 differences; 0 skipped whose record is not whole
-  replay --check refusals.mrec: the platform answered otherwise than it was recorded
+  19 calls sent again, 2 differences; 0 skipped (truncated in the recording)
+  replay --check refusals.mrec: the answers differ from the recording
   [1]
   $ mrvctl replay --check refusals.mrec --ignore qos
-  19 calls sent again, 0 differences; 0 skipped whose record is not whole
+  19 calls sent again, 0 differences; 0 skipped (truncated in the recording)
   $ printf 'fail EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl -f -
   the next service call fails with EPERM (Operation not permitted)
   call 1: write HI.2:HI_DHS_LVIF[0]: result: recorded ok, now EPERM
   call 11: read HI.2:HI_DHS_LVIF[0]: data: recorded 0x00001234, now 0x0000120f
-  19 calls sent again, 2 differences; 0 skipped whose record is not whole
-  stdin:2: replay --check refusals.mrec --ignore qos: the platform answered otherwise than it was recorded
+  19 calls sent again, 2 differences; 0 skipped (truncated in the recording)
+  stdin:2: replay --check refusals.mrec --ignore qos: the answers differ from the recording
   [1]
   $ printf 'fail EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl --json -f - | cut -c 1-300
   {"command":"fail","errno":1,"name":"EPERM"}
   {"command":"replay","file":"refusals.mrec","sent":19,"skipped":0,"differences":2,"first_differences":[{"number":1,"operation":"write","register":"HI.2:HI_DHS_LVIF[0]","field":"result","recorded":"ok","now":"EPERM"},{"number":11,"operation":"read","register":"HI.2:HI_DHS_LVIF[0]","field":"data","reco
-  {"command":"replay","file":"stdin","line":2,"error":{"code":null,"name":"FAILED","text":"the platform answered otherwise than it was recorded"}}
+  {"command":"replay","file":"stdin","line":2,"error":{"code":null,"name":"FAILED","text":"the answers differ from the recording"}}
   $ mkdir calls
   $ mrvctl record calls -- mrvctl read HI.2:5
   HI.2:5 = 0x00000000 (0)
@@ -41,26 +41,26 @@ The first differences are shown. Statistics need not be compared.
   HI.2:5 <- 0x00000001: written
   $ mrvctl replay --check read.mrec
   call 1: read HI.2:5: data: recorded 0x00000000, now 0x00000001
-  1 call sent again, 1 difference; 0 skipped whose record is not whole
-  replay --check read.mrec: the platform answered otherwise than it was recorded
+  1 call sent again, 1 difference; 0 skipped (truncated in the recording)
+  replay --check read.mrec: the answers differ from the recording
   [1]
   $ (echo fail EPERM; echo replay --check read.mrec) | mrvctl -f -
   the next service call fails with EPERM (Operation not permitted)
   call 1: read HI.2:5: result: recorded ok, now EPERM
   call 1: read HI.2:5: data: recorded 0x00000000, now nothing
-  1 call sent again, 2 differences; 0 skipped whose record is not whole
-  stdin:2: replay --check read.mrec: the platform answered otherwise than it was recorded
+  1 call sent again, 2 differences; 0 skipped (truncated in the recording)
+  stdin:2: replay --check read.mrec: the answers differ from the recording
   [1]
 
 Without --check answers and failures do not matter.
 
   $ printf 'fail EIO\nreplay bringup.mrec\nwrite HI.2:40 7\n' | mrvctl -f -
   the next service call fails with EIO (Input/output error)
-  5 calls sent again; 0 skipped whose record is not whole
+  5 calls sent again; 0 skipped (truncated in the recording)
   HI.2:40 <- 0x00000007: written
   $ python3 "$TESTDIR/craft_recordings.py" refusals.mrec
   $ mrvctl replay kinds.mrec
-  18 calls sent again; 0 skipped whose record is not whole
+  18 calls sent again; 0 skipped (truncated in the recording)
   kinds.mrec: 1 note of a kind that is not known
 
   $ mrvctl -f - <<E
@@ -74,8 +74,8 @@ Without --check answers and failures do not matter.
   end: transaction "x" was never committed: 1 write lost
   [1]
   $ mrvctl replay bringup.mrec refusals.mrec
-  mrvctl: not expected: refusals.mrec
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  mrvctl: unexpected argument: refusals.mrec
+  Try 'mrvctl replay --help'.
   [2]
   $ mrvctl replay /dev/null
   replay /dev/null: /dev/null is not a recording: it is not a regular file
@@ -98,4 +98,4 @@ Every address leads back to its register. Records that were truncated in a recor
   "num":4096
   "cut":true
   $ mrvctl replay all/*.mrec
-  156 calls sent again; 1 skipped whose record is not whole
+  156 calls sent again; 1 skipped (truncated in the recording)

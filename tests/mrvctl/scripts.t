@@ -53,9 +53,9 @@ It stops at the first failure, and runs no command unless all are understood.
   > read HI.2:5 --help
   > E
   stdin:2: read 'HI.2:5: a quote (') is not closed
-  stdin:3: raed HI.2:5: no command 'raed'; nearest: read, card, regs
-  stdin:4: expect-fail raed: no command 'raed'; nearest: read, card, regs
-  stdin:5: read HI.2:5 --help: not expected: --help
+  stdin:3: raed HI.2:5: unknown command 'raed'
+  stdin:4: expect-fail raed: unknown command 'raed'
+  stdin:5: read HI.2:5 --help: unexpected argument: --help
   [2]
 
   $ echo 'record /tmp true' | mrvctl -f -
@@ -75,21 +75,21 @@ expect-fail succeeds if its command fails.
   failed as expected: read HI.32:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
   $ mrvctl expect-fail read HI.2:5
   HI.2:5 = 0x00000009 (9)
-  expect-fail read HI.2:5: the command succeeded, where a failure was expected
+  expect-fail read HI.2:5: the command succeeded, but a failure was expected
   [1]
   $ mrvctl --json expect-fail read HI.2:5
-  {"command":"expect-fail","file":null,"line":null,"error":{"code":null,"name":"FAILED","text":"the command succeeded, where a failure was expected"}}
+  {"command":"expect-fail","file":null,"line":null,"error":{"code":null,"name":"FAILED","text":"the command succeeded, but a failure was expected"}}
   [1]
 
 A command line that is not understood:
 
   $ mrvctl raed HI.2:5
-  mrvctl: no command 'raed'; nearest: read, card, regs
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  mrvctl: unknown command 'raed'
+  Try 'mrvctl --help'.
   [2]
   $ mrvctl info a b
-  mrvctl: not expected: a b
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  mrvctl: unexpected argument: a b
+  Try 'mrvctl info --help'.
   [2]
   $ mrvctl --json info a
   {"command":"info","file":null,"line":null,"error":{"code":null,"name":"USAGE","text":"not expected: a"}}
@@ -102,7 +102,7 @@ A command line that is not understood:
   [2]
   $ mrvctl -f /dev/null info
   mrvctl: give either a command or a script
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  Try 'mrvctl info --help'.
   [2]
   $ mrvctl -f /no/such/file
   mrvctl: cannot open /no/such/file: No such file or directory
@@ -114,8 +114,8 @@ A command line that is not understood:
   stdin: cannot read stdin: Is a directory
   [2]
   $ mrvctl --slot 256 info
-  mrvctl: --slot: '256' is no number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
-  (mrvctl --help and mrvctl COMMAND --help say more)
+  mrvctl: --slot: '256' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
+  Try 'mrvctl info --help'.
   [2]
 
 Output that cannot be written is a failure.

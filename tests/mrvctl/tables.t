@@ -104,8 +104,8 @@ Data that is not understood:
   > dhs-read HF.0:HF_DHS_TCAM 0 65537
   > E
   stdin:1: dhs-write NF.0:NF_DHS_RESULT 0 --from ragged.dhs: ragged.dhs:2: 3 words, but an entry of this table has 2
-  stdin:2: dhs-write NF.0:NF_DHS_RESULT 0 --from gap.csv: gap.csv:2: '' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:3: dhs-write NF.0:NF_DHS_RESULT 0 --from long.dhs: long.dhs:2: '0x123456789' is no number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:2: dhs-write NF.0:NF_DHS_RESULT 0 --from gap.csv: gap.csv:2: '' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:3: dhs-write NF.0:NF_DHS_RESULT 0 --from long.dhs: long.dhs:2: '0x123456789' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
   stdin:4: dhs-write NF.0:NF_DHS_RESULT 0 --from dump.dhs: dump.dhs:1: '0000000a' begins with 0: hexadecimal is written 0x0000000a
   stdin:5: dhs-write NF.0:NF_DHS_RESULT 0 --from empty.dhs: empty.dhs has no entry
   stdin:6: dhs-write NF.0:NF_DHS_RESULT 0 --from /no/such/file: cannot open /no/such/file: No such file or directory

@@ -30,9 +30,9 @@ struct Options {
 constexpr char kDescription[] =
     "Read, write and monitor a Morvane switching ASIC\n"
     "Examples:\n"
-    "  mrvctl read HI.2:40..47               Read eight registers\n"
-    "  mrvctl write HI.2:40 0x5              Write a register\n"
-    "  mrvctl qos show hif:3                 Show the statistics of a port\n";
+    "  mrvctl read HI.2:40..47               # Read eight registers\n"
+    "  mrvctl write HI.2:40 0x5              # Write a register\n"
+    "  mrvctl qos show hif:3                 # Show the statistics of a port\n";
 
 constexpr char kFooter[] =
     "Numbers are decimal, hexadecimal (0x) or binary (0b). Exit status: 0 success,\n"
@@ -155,6 +155,9 @@ int refuse_without_command(bool json) {
 
 int parse_and_run(int argc, char **argv) {
   std::ios::sync_with_stdio(false);  // so that std::cin tells an error from the end
+  char help[] = "help";
+  if (argc > 1 && std::string(argv[1]) == "?")
+    argv[1] = help;
   Options options;
   Parser parser;
   add_commands(parser);

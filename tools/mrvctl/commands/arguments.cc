@@ -307,8 +307,8 @@ std::unique_ptr<Parser::AppInstance> Parser::build_app(
   app.footer(line_.footer);
   app.formatter(std::make_shared<HelpFormatter>());
   app.fallthrough();
-  app.set_version_flag("--version", line_.version, "Show the version");
   app.set_help_flag("-h,--help", "Show this help");
+  app.set_version_flag("--version", line_.version, "Show the version");
   app.require_subcommand(0, 1);
   Arguments options(app);
   line_.describe_options(options);
@@ -321,8 +321,7 @@ std::unique_ptr<Parser::AppInstance> Parser::build_app(
 
 Command Parser::parse_command_line(int argc, char **argv, const CommandLine &line) {
   line_ = line;
-  std::vector<std::string> words(argv + 1, argv + argc);
-  std::replace(words.begin(), words.end(), std::string("?"), std::string("help"));
+  const std::vector<std::string> words(argv + 1, argv + argc);
   const auto is_named = [&](const Definition &definition) {
     return std::find(words.begin(), words.end(), first_word(definition.text.name)) != words.end();
   };
