@@ -56,7 +56,7 @@ offers "*basename*" record /tmp -- basenam
 offers "n2h h2n" traffic hif:3 --direction ""
 offers "RECORDED FAST" replay --speed ""
 offers "HR. HI. HF." last-write h
-offers "--help --read --scratch *--junit" check --
+offers "--help --read *--scratch *--junit" check --
 offers "SS. HR. *XL." check --scratch ""
 offers "nif:" check --port N
 offers "/etc" dhs-write HI.2:HI_DHS_LVIF[0] --from /et

@@ -53,8 +53,8 @@ It stops at the first failure, and runs no command unless all are understood.
   > read HI.2:5 --help
   > E
   stdin:2: read 'HI.2:5: a quote (') is not closed
-  stdin:3: raed HI.2:5: unknown command 'raed'
-  stdin:4: expect-fail raed: unknown command 'raed'
+  stdin:3: raed HI.2:5: unknown command 'raed'; did you mean 'read'?
+  stdin:4: expect-fail raed: unknown command 'raed'; did you mean 'read'?
   stdin:5: read HI.2:5 --help: unexpected argument: --help
   [2]
 
@@ -84,7 +84,7 @@ expect-fail succeeds if its command fails.
 A command line that is not understood:
 
   $ mrvctl raed HI.2:5
-  mrvctl: unknown command 'raed'
+  mrvctl: unknown command 'raed'; did you mean 'read'?
   Try 'mrvctl --help'.
   [2]
   $ mrvctl info a b
@@ -92,7 +92,7 @@ A command line that is not understood:
   Try 'mrvctl info --help'.
   [2]
   $ mrvctl --json info a
-  {"command":"info","file":null,"line":null,"error":{"code":null,"name":"USAGE","text":"not expected: a"}}
+  {"command":"info","file":null,"line":null,"error":{"code":null,"name":"USAGE","text":"unexpected argument: a"}}
   [2]
   $ mrvctl --json
   {"command":null,"file":null,"line":null,"error":{"code":null,"name":"USAGE","text":"no command"}}
