@@ -67,7 +67,7 @@ Registers and entries that do not exist:
   > E
   stdin:1: dump HI.32: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
   stdin:2: dump HF.0:HF_DHS_POL[63..64]: indices are 0 to 63
-  [1]
+  [2]
   $ mrvctl -f - <<E
   > dump HI.2:9..8
   > dump HI.*:0..1584

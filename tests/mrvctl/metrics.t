@@ -120,7 +120,7 @@ A port that the switch does not have is down; a service that does not answer is 
   [1]
   $ mrvctl --asic 1 --json qos metrics
   {"command":"qos metrics","file":null,"line":null,"error":{"code":1109590019,"name":"SYSERR_KEL_ASIC_INVALID_ARG","text":"SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0"}}
-  [1]
+  [2]
 
 For the types that have no limit, ports are read until the service lacks one. EINVAL says so too.
 

@@ -63,13 +63,13 @@ Link pause is for host and network ports, and the module has one ASIC:
 
   $ mrvctl pause on hif:32
   pause on hif:32: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): link pause is for hif:0 to hif:31 and nif:0 to nif:7
-  [1]
+  [2]
   $ mrvctl --asic 1 pause on hif:1
   pause on hif:1: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0
-  [1]
+  [2]
   $ mrvctl --asic 3 sp-timer 4
   sp-timer 4: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0
-  [1]
+  [2]
   $ mrvctl --module 4 sp-timer 4
   mrvctl: --module: '4' is not a number from 0 to 3, in decimal, hexadecimal (0x) or binary (0b)
   Try 'mrvctl sp-timer --help'.

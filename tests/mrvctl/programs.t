@@ -57,7 +57,7 @@ A step that the library would refuse starts no program.
   the next service call fails with EPERM (Operation not permitted)
   sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x10200014, data=0xff, mask=0xffffffff, num=0, context=4, pgm stdin:4}) = -1 EPERM (Operation not permitted) <*> (glob)
   stdin:4: pgm good.pgm: service call failed: Operation not permitted (0x82230001): good.pgm:1: HI.2:5; the steps before the one that failed are written
-  [1]
+  [2]
 
 Files that are not understood:
 

@@ -16,7 +16,7 @@ The exit status is that of the program.
 
   $ mrvctl record calls -- mrvctl read HI.32:5
   read HI.32:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
-  [1]
+  [2]
 
 The last write to a register: its value, time, process, result and caller.
 

@@ -104,7 +104,7 @@ Registers that do not exist:
 
   $ mrvctl read HI.32:5
   read HI.32:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
-  [1]
+  [2]
   $ mrvctl --keep-going -f - <<E
   > read HI.0:1584
   > read HR.0:26
@@ -119,10 +119,10 @@ Registers that do not exist:
   stdin:4: read NI.0:1100 50: word 6 of the run: block NI has registers 0 to 1105
   stdin:5: write-field HI.2:5 1 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): a mask of 0 selects no bit
   stdin:6: write-field --raw 1 2 3: service call failed: Bad address (0x8223000E)
-  [1]
+  [2]
   $ mrvctl --asic 1 read HI.0:5
   read HI.0:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0
-  [1]
+  [2]
 
 Arguments that are not understood; none of the commands runs:
 

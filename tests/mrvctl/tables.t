@@ -71,7 +71,7 @@ Entries and tables that do not exist:
   stdin:3: dhs-write HI.2:HI_DHS_LVIF 700 --from 600.dhs: entries 700 to 1299, but indices are 0 to 1023
   stdin:4: dhs-read HI.32:HI_DHS_LVIF 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
   stdin:5: dhs-read HI.2:5 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): no table register with entries of up to 256 words (see dhs)
-  [1]
+  [2]
 
 A register map whose entries differ in size would make the library write past the array of the caller:
 

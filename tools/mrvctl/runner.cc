@@ -12,6 +12,8 @@ bool Runner::run(const Place &place, const std::string &shown, const std::functi
     return true;
   } catch (const UsageError &error) {
     fail(Status::kUsage, place, shown, error);
+  } catch (const OperationFailed &error) {
+    fail(error.status(), place, shown, error);
   } catch (const std::exception &error) {
     fail(Status::kFailed, place, shown, error);
   }

@@ -98,7 +98,7 @@ void dump_entries(Session &session, const Register &reg, const std::optional<Ran
   const Table table = table_of(session, reg);
   const Range entries = wanted.value_or(Range{0, table.highest_index});
   if (entries.last > table.highest_index)
-    throw OperationFailed(format("indices are 0 to %u", table.highest_index));
+    throw OperationFailed(format("indices are 0 to %u", table.highest_index), Status::kUsage);
   const Transaction before = session.transaction;
   const Words read = read_block(session, reg, table, entries);
   check_answered(read, reg);

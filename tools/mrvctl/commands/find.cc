@@ -40,7 +40,7 @@ void find_entries(Session &session, const RegisterReference &reference, const Re
   const Range &entries = *reference.entries;
   const uint32_t word = reference.word.value_or(0);
   if (entries.last > table.highest_index)
-    throw OperationFailed(format("indices are 0 to %u", table.highest_index));
+    throw UsageError(format("indices are 0 to %u", table.highest_index));
   if (word >= table.entry_size)
     throw OperationFailed(format("words are 0 to %u", table.entry_size - 1));
   for (uint64_t i = 0; i < entries.count(); ++i) {

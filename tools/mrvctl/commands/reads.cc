@@ -118,7 +118,8 @@ void check_range(const Table &table, uint32_t index, uint64_t count) {
   const uint64_t end = uint64_t{index} + count;
   if (index <= table.highest_index && end > uint64_t{table.highest_index} + 1)
     throw OperationFailed(format("entries %u to %llu, but indices are 0 to %u", index,
-                                 static_cast<unsigned long long>(end - 1), table.highest_index));
+                                 static_cast<unsigned long long>(end - 1), table.highest_index),
+                          Status::kUsage);
 }
 
 std::string index_hint(Session &session, const Register &reg, const Table &table, uint32_t index) {

@@ -98,7 +98,7 @@ Words read_registers(Session &session, const Register &first, uint32_t count) {
     if (i == 0 && !missing.empty())
       return read_block(session, first, count);  // the library refuses it
     if (!missing.empty())
-      throw OperationFailed(format("word %u of the run: ", i) + missing);
+      throw OperationFailed(format("word %u of the run: ", i) + missing, Status::kUsage);
     numbers.push_back(reg.vreg);
   }
   if (numbers.empty())

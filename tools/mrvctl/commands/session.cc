@@ -77,9 +77,10 @@ void Session::initialise() const {
   Report::discard_library_output(!trace_enabled());
   morvane::init(static_cast<uint8_t>(slot), code, caller());
   Report::discard_library_output(false);
-  check(result_of(code), code == SYSERR_KEL_ASIC_INVALID_ARG
-                             ? format("the card in slot %u carries no Morvane", slot)
-                             : "");
+  if (code == SYSERR_KEL_ASIC_INVALID_ARG)
+    throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG,
+                          format("the card in slot %u carries no Morvane", slot), Status::kFailed);
+  check(result_of(code));
 }
 
 void Session::set_place(const std::string &file, int line) {

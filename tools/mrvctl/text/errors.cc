@@ -39,8 +39,10 @@ int errno_of_name(const std::string &name) {
 
 }  // namespace
 
-OperationFailed::OperationFailed(syserr_t code, const std::string &hint)
-    : std::runtime_error(result_text(code) + (hint.empty() ? "" : ": " + hint)), code_(code) {
+OperationFailed::OperationFailed(syserr_t code, const std::string &hint, Status status)
+    : std::runtime_error(result_text(code) + (hint.empty() ? "" : ": " + hint)),
+      code_(code),
+      status_(status) {
 }
 
 std::string errno_name(int error_number) {

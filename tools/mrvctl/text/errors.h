@@ -12,28 +12,38 @@
 
 namespace mrvctl {
 
-// Exit statuses.
+// Exit statuses: kUsage if a word or number can never be right, like an unknown name or a number
+// out of its range; kFailed if the switch refused or failed.
 enum class Status { kDone = 0, kFailed = 1, kUsage = 2 };
 
-// The command is not one that the tool can carry out: exit status 2.
+// The command is not one that the tool can carry out.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// The command was carried out and failed: exit status 1.
+// The command was carried out and failed.
 class OperationFailed : public std::runtime_error {
  public:
-  explicit OperationFailed(const std::string &text) : std::runtime_error(text) {}
-  OperationFailed(syserr_t code, const std::string &hint);
+  explicit OperationFailed(const std::string &text, Status status = Status::kFailed)
+      : std::runtime_error(text), status_(status) {}
+  // The hint shows which argument the library refused, if it is known.
+  OperationFailed(syserr_t code, const std::string &hint)
+      : OperationFailed(code, hint,
+                        code == SYSERR_KEL_ASIC_INVALID_ARG ? Status::kUsage : Status::kFailed) {}
+  OperationFailed(syserr_t code, const std::string &hint, Status status);
   // The same failure, with its place.
   OperationFailed(const std::string &place, const OperationFailed &failure)
-      : std::runtime_error(place + ": " + failure.what()), code_(failure.code_) {}
+      : std::runtime_error(place + ": " + failure.what()),
+        code_(failure.code_),
+        status_(failure.status_) {}
   // The library's result, if the library failed.
   std::optional<syserr_t> code() const { return code_; }
+  Status status() const { return status_; }
 
  private:
   std::optional<syserr_t> code_;
+  Status status_ = Status::kFailed;
 };
 
 // Name of a result: an enumerator, an errno, or a constant of the headers.
