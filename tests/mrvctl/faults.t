@@ -66,7 +66,7 @@ Arguments that are not understood:
   > delay 86400001
   > clients --count 2
   > E
-  stdin:1: fail ENOSUCH: ERRNO: no error 'ENOSUCH'; nearest: ENOSPC, ESRCH, ENOLCK; or a number from 1 to 4095
+  stdin:1: fail ENOSUCH: ERRNO: 'ENOSUCH' is not the name of an errno or a number from 1 to 4095; did you mean 'ENOSPC'?
   stdin:2: fail 4096: ERRNO: '4096' is not a number from 1 to 4095, in decimal, hexadecimal (0x) or binary (0b)
   stdin:3: delay 86400001: MILLISECONDS: '86400001' is not a number from 0 to 86400000, in decimal, hexadecimal (0x) or binary (0b)
   stdin:4: clients --count 2: --count is for --watch

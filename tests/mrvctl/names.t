@@ -127,9 +127,9 @@ Names that do not exist:
   > error SYSERR_KEL_ASIC_UNINI
   > error 4294967296
   > E
-  stdin:1: regs QX: BLOCK: no block 'QX'; nearest: QS, SS, HR
-  stdin:2: dhs QX: BLOCK: no block 'QX'; nearest: QS, SS, HR
+  stdin:1: regs QX: BLOCK: 'QX' is not a block; 'mrvctl info' lists all; did you mean 'QS'?
+  stdin:2: dhs QX: BLOCK: 'QX' is not a block; 'mrvctl info' lists all; did you mean 'QS'?
   stdin:3: find: TEXT is required
-  stdin:4: error SYSERR_KEL_ASIC_UNINI: CODE: no result 'SYSERR_KEL_ASIC_UNINI'; nearest: SYSERR_KEL_ASIC_UNINIT, SYSERR_KEL_ASIC_UNKNOWN, SYSERR_KEL_ASIC_FAILURE
+  stdin:4: error SYSERR_KEL_ASIC_UNINI: CODE: 'SYSERR_KEL_ASIC_UNINI' is not a result; 'mrvctl error' lists all; did you mean 'SYSERR_KEL_ASIC_UNINIT'?
   stdin:5: error 4294967296: CODE: '4294967296' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
   [2]

@@ -68,7 +68,7 @@ Files that are not understood:
   > pgm short.pgm
   > pgm /no/such/file
   > E
-  stdin:1: pgm block.pgm: block.pgm:2: no block 'HX'; nearest: HR, HI, HF
+  stdin:1: pgm block.pgm: block.pgm:2: 'HX' is not a block; 'mrvctl info' lists all; did you mean 'HR'?
   stdin:2: pgm short.pgm: short.pgm:1: a step is: block, instance, register, data and perhaps a mask
   stdin:3: pgm /no/such/file: cannot open /no/such/file: No such file or directory
   [2]

@@ -127,7 +127,7 @@ Registers that do not exist:
 Arguments that are not understood; none of the commands runs:
 
   $ mrvctl read HI.2:HI_DHS_LVIX
-  mrvctl: REGISTER: block HI has no register HI_DHS_LVIX; nearest: HI_DHS_LVIF, HI_DHS_LVIF_TCAM, HI_HI0_DHS_LVIF_TCAM (or give a number from 0 to 1583)
+  mrvctl: REGISTER: block HI has no register HI_DHS_LVIX (or give a number from 0 to 1583); did you mean 'HI_DHS_LVIF'?
   Try 'mrvctl read --help'.
   [2]
   $ mrvctl read HI.2
@@ -160,7 +160,7 @@ Arguments that are not understood; none of the commands runs:
   > E
   stdin:1: read HI.2:HF_DHS_POL: REGISTER: register HF_DHS_POL is in block HF, not in HI
   stdin:2: read NI.2 FOO: REGISTER: no register of block NI has a name; give a number from 0 to 1105
-  stdin:3: read QX.2 5: REGISTER: no block 'QX'; nearest: QS, SS, HR
+  stdin:3: read QX.2 5: REGISTER: 'QX' is not a block; 'mrvctl info' lists all; did you mean 'QS'?
   stdin:4: read HI 5: 'HI' has no register; use for example HI.2:40
   stdin:5: read HI:5: REGISTER: 'HI:5' has no instance; use for example HI.2:40, or HI.*:40 for all
   stdin:6: read HI.2:6..5: REGISTER: '6..5' ends before it begins

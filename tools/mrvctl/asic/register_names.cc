@@ -39,7 +39,8 @@ kel_asic_blk_t parse_block(const std::string &text) {
       return info.block;
     names.emplace_back(kel_asic_blk_names[info.block]);
   }
-  throw UsageError("no block '" + text + "'; nearest: " + join(nearest(word, names), ", "));
+  throw UsageError("'" + text + "' is not a block; 'mrvctl info' lists all" +
+                   suggestion(word, names));
 }
 
 std::string register_word(const std::string &text) {

@@ -31,7 +31,7 @@ bool is_number(const std::string &word) {
     throw UsageError(
         format("no register of block %s has a name; give ", kel_asic_blk_names[block]) + numbers);
   throw UsageError("block " + std::string(kel_asic_blk_names[block]) + " has no register " + word +
-                   "; nearest: " + join(nearest(word, names), ", ") + " (or give " + numbers + ")");
+                   " (or give " + numbers + ")" + suggestion(word, names));
 }
 
 kel_asic_reg_t parse_vreg(kel_asic_blk_t block, const std::string &text) {

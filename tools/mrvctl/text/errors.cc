@@ -65,9 +65,8 @@ int parse_errno(const std::string &text) {
     return number;
   if (begins_as_number(text))
     return static_cast<int>(parse_u64(text, 1, static_cast<uint64_t>(kMaxErrno)));
-  throw UsageError("no error '" + text +
-                   "'; nearest: " + join(nearest(upper_case(text), errno_names()), ", ") +
-                   "; or a number from 1 to " + std::to_string(kMaxErrno));
+  throw UsageError("'" + text + "' is not the name of an errno or a number from 1 to " +
+                   std::to_string(kMaxErrno) + suggestion(upper_case(text), errno_names()));
 }
 
 syserr_t parse_result(const std::string &text) {
@@ -81,8 +80,8 @@ syserr_t parse_result(const std::string &text) {
   }
   if (const int number = errno_of_name(text); number != 0)
     return KEL_ASIC_SYSERR_SERVICE | static_cast<syserr_t>(number);
-  throw UsageError("no result '" + text +
-                   "'; nearest: " + join(nearest(upper_case(text), names), ", "));
+  throw UsageError("'" + text + "' is not a result; 'mrvctl error' lists all" +
+                   suggestion(upper_case(text), names));
 }
 
 std::vector<syserr_t> named_results() {

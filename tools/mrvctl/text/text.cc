@@ -105,23 +105,17 @@ std::string join(const std::vector<std::string> &parts, const std::string &separ
   return text;
 }
 
-std::vector<std::string> nearest(const std::string &word, std::vector<std::string> candidates) {
-  std::stable_sort(candidates.begin(), candidates.end(),
-                   [&word](const std::string &a, const std::string &b) {
-                     return edit_distance(word, a) < edit_distance(word, b);
-                   });
-  candidates.resize(std::min<size_t>(candidates.size(), 3));
-  return candidates;
-}
-
 std::string suggestion(const std::string &word, const std::vector<std::string> &candidates) {
   constexpr size_t kMaxDistance = 2;
-  const std::vector<std::string> best = nearest(word, candidates);
-  if (best.empty())
+  const auto best = std::min_element(candidates.begin(), candidates.end(),
+                                     [&word](const std::string &a, const std::string &b) {
+                                       return edit_distance(word, a) < edit_distance(word, b);
+                                     });
+  if (best == candidates.end())
     return "";
-  const size_t distance = edit_distance(word, best[0]);
+  const size_t distance = edit_distance(word, *best);
   const bool is_close = distance <= kMaxDistance && 2 * distance <= word.size();
-  return is_close ? "; did you mean '" + best[0] + "'?" : "";
+  return is_close ? "; did you mean '" + *best + "'?" : "";
 }
 
 }  // namespace mrvctl

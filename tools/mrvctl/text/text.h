@@ -27,9 +27,6 @@ std::vector<std::string> split(const std::string &text, char separator);
 // The parts of a list with the separator between them.
 std::string join(const std::vector<std::string> &parts, const std::string &separator);
 
-// The three candidates that are closest to a word, best first.
-std::vector<std::string> nearest(const std::string &word, std::vector<std::string> candidates);
-
 // "; did you mean 'NAME'?" for the candidate that a word comes close to, or "".
 std::string suggestion(const std::string &word, const std::vector<std::string> &candidates);
 
