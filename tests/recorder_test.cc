@@ -117,7 +117,15 @@ thread_local int readings_left = 0;  // of the clock, up to the one that runs th
 
 extern "C" {
 
-int clock_gettime(clockid_t clock, timespec *now) noexcept(sizeof(long) == 8) {
+// Under the names that programs with 64-bit time and file offsets call.
+#if __SIZEOF_LONG__ == 4
+int test_clock_gettime(clockid_t clock, timespec *now) __asm__("__clock_gettime64");
+#else
+int test_clock_gettime(clockid_t clock, timespec *now) __asm__("clock_gettime");
+#endif
+ssize_t test_pread(int file, void *to, std::size_t size, off_t offset) __asm__("pread64");
+
+int test_clock_gettime(clockid_t clock, timespec *now) {
   static int64_t wall = 5000000000, monotonic = 0;
   if (readings_left > 0 && --readings_left == 0)
     hook();
@@ -130,7 +138,7 @@ int clock_gettime(clockid_t clock, timespec *now) noexcept(sizeof(long) == 8) {
 }
 
 // If the process changes its header meanwhile, a reader may get parts of two states.
-ssize_t pread(int file, void *to, std::size_t size, off_t offset) {
+ssize_t test_pread(int file, void *to, std::size_t size, off_t offset) {
   const iovec part = {to, size};
   const ssize_t got = preadv(file, &part, 1, offset);
   if (offset == 0 && torn_headers > 0 && torn_headers-- > 0)
