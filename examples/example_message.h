@@ -63,7 +63,7 @@ static inline bool set_address(struct sockaddr_un *address, const char *path) {
   const struct sockaddr_un empty = {.sun_family = AF_UNIX};
   size_t length = 0;
   *address = empty;
-  while (path[length] != 0 && length < sizeof address->sun_path - 1) {
+  while (length < sizeof address->sun_path - 1 && path[length] != 0) {
     address->sun_path[length] = path[length];
     ++length;
   }
