@@ -18,14 +18,14 @@ for word in 32:i386-linux-gnu 64:x86_64-linux-gnu; do
   mrvctl record "$work" -- "$work/client" >/dev/null
 done
 mrvctl calls "$work"/client.*.mrec >"$work/calls"
-grep -q 'HI' "$work/calls"
+grep -q 'SS.0:SS_CFG_CG' "$work/calls"
 
 # The service, as its unit starts it, for its group alone.
 useradd --groups morvaned switch-member
 useradd switch-stranger
 cp /usr/lib/systemd/system/morvaned.service "$work"
 start=$(sed -n 's/^ExecStart=//p' "$work/morvaned.service")
-export MORVANE_SWITCH=/run/morvaned.test/socket
+export MORVANE_SWITCH=/run/morvaned.test/socket MORVANE_SWITCH_USER=morvaned
 install -d -o morvaned -g morvaned /run/morvaned.test
 OPTIONS="--socket $MORVANE_SWITCH"
 # shellcheck disable=SC2086  # a command line
