@@ -159,11 +159,11 @@ int write(Request *request, uint32_t length) {
     request->asic = 0;
   if (request->module < 0 && wrong("P23_writes_to_module_minus_1"))
     request->module = 0;
-  if (wrong("P25_drops_commands_of_network_ports") && command && of_network_port(request->asic))
+  if (wrong("P23_P25_drops_commands_of_network_ports") && command && of_network_port(request->asic))
     return 0;
   if (getpid() != loader && wrong("loses_writes_of_children"))
     return 0;
-  if (request->type == TYPE_WRITE && command && wrong("P25_drops_commands"))
+  if (request->type == TYPE_WRITE && command && wrong("P23_P25_drops_commands"))
     return 0;
   if (request->data == 0x11223344 && wrong("hangs_in_a_field_write")) {
     std::fputs("hanging\n", stderr);
@@ -233,7 +233,7 @@ int commit(kel_asic_xn_t transaction) {
 }
 
 int statistics(kel_asic_qos_stats_params_t *request, uint32_t length) {
-  if (request->type == QOS_STATS_CLEAR && wrong("P22_clears_no_port"))
+  if (request->type == QOS_STATS_CLEAR && wrong("P22_P23_clears_no_port"))
     return 0;
   if (request->type == QOS_STATS_CLEAR_ALL && wrong("P22_clears_no_ports"))
     return 0;
@@ -270,7 +270,7 @@ int serve(uint32_t case_code, void *record, uint32_t length) {
     case SYSSRV_SP_TIME_CONFIGURE:
       if (length != sizeof(Request) && wrong("P23_takes_timers_of_any_length"))
         return 0;
-      return wrong("P22_has_no_sp_timer") ? fail(ENOSYS) : send(case_code, record, length);
+      return wrong("P22_P23_has_no_sp_timer") ? fail(ENOSYS) : send(case_code, record, length);
     default:
       if (wrong("P23_hangs"))
         pause();
@@ -412,9 +412,9 @@ const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) 
     return changed.with_array(table, KEL_ASIC_BLK_XL, nullptr);
   if (wrong("P19_has_a_short_array"))
     return changed.with_array(table, KEL_ASIC_BLK_XL, at_the_end_of_memory(bases, kInstances - 1));
-  if (wrong("P19_changes_a_base"))
+  if (wrong("P19_P22_changes_a_base"))
     bases[0] += 0x8000 * ++calls;
-  if (wrong("P20_runs_into_the_commands"))
+  if (wrong("P20_P22_runs_into_the_commands"))
     bases[0] = 0xFFFFFF00;
   return changed.with_array(table, KEL_ASIC_BLK_XL, bases);
 }
