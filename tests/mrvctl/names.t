@@ -95,7 +95,7 @@ What a result means, by number, name or errno:
   $ mrvctl error syserr_kel_asic_uninit
   0x4223002E  SYSERR_KEL_ASIC_UNINIT: the library is not initialised (or a general error of a transceiver)
   $ mrvctl --json error 0
-  {"code":0,"name":"success","meaning":"no error","command":"error"}
+  {"command":"error","code":0,"name":"success","meaning":"no error"}
   $ mrvctl error 7
   0x00000007  unknown code: no result of the library; perhaps one of the register map's
   $ mrvctl error | head -n 3

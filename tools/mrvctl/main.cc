@@ -5,9 +5,7 @@
 
 #include "commands/commands.h"
 #include "host/platform_library.h"
-#include "output/report.h"
 #include "output/signals.h"
-#include "runner.h"
 #include "scripts.h"
 #include "text/text.h"
 
@@ -22,9 +20,6 @@ struct Options {
   bool dry_run = false;
   bool calls = false;
   bool json = false;
-  uint32_t slot = 0;
-  uint32_t module = 0;
-  uint32_t asic = 0;
 };
 
 constexpr char kDescription[] =
@@ -39,7 +34,7 @@ constexpr char kFooter[] =
     "1 refused or failed, 2 a word or number that is never valid; with --keep-going\n"
     "that of the first failure. 'mrvctl help COMMAND' shows the help of a command.";
 
-void describe_options(Arguments &arguments, Options &options) {
+void describe_options(Arguments &arguments, Options &options, Session &session) {
   arguments.word("-f,--file FILE", options.script, "Check and run a script (-: standard input)");
   arguments.flag("--keep-going", options.keep_going, "Continue after a failed command");
   arguments.flag("--dry-run", options.dry_run, "Check the syntax only");
@@ -48,9 +43,9 @@ void describe_options(Arguments &arguments, Options &options) {
   arguments.word("--platform FILE", options.platform,
                  "Platform library (default: $MORVANE_PLATFORM)");
   arguments.word("--switch PATH", options.service, "Socket of morvaned (default: $MORVANE_SWITCH)");
-  arguments.number<uint32_t>("--slot N", options.slot, "Card slot (default: 0)", 0, 255);
-  arguments.number<uint32_t>("--module N", options.module, "Module (default: 0)", 0, 3);
-  arguments.number<uint32_t>("--asic N", options.asic, "ASIC number (default: 0)", 0, 255);
+  arguments.number<uint32_t>("--slot N", session.slot, "Card slot (default: 0)", 0, 255);
+  arguments.number<uint32_t>("--module N", session.module, "Module (default: 0)", 0, 3);
+  arguments.number<uint32_t>("--asic N", session.asic, "ASIC number (default: 0)", 0, 255);
 }
 
 // What the command line has from the command on.
@@ -62,56 +57,44 @@ std::string shown_command(const std::string &name, int argc, char **argv) {
 
 void show_dry_run(Session &session, const Script &script) {
   const size_t count = script.lines.size();
+  session.report.set_command("dry-run");
   session.report.result(
-      {{"command", "dry-run"}, {"script", script.name}, {"commands", count}},
+      {{"script", script.name}, {"commands", count}},
       script.name + ": " + count_text(count, "command", "commands") + ", nothing is run\n");
 }
 
-void initialise(Runner &runner, Session &session, const Options &options, Requires setup) {
-  runner.run({}, "init", [&] {
-    session.set_command("init");
-    watch_calls(options.calls);
-    if (setup != Requires::kNone)
-      open_platform(options.platform);
-    if (setup == Requires::kLibrary || setup == Requires::kPlatform)
-      connect_to_switch(options.service);
-    if (setup == Requires::kLibrary)
-      session.initialise();
-  });
+void initialise(Session &session, const Options &options, Requires setup) {
+  watch_calls(options.calls);
+  if (setup != Requires::kNone)
+    open_platform(options.platform);
+  if (setup == Requires::kLibrary || setup == Requires::kPlatform)
+    connect_to_switch(options.service);
+  if (setup == Requires::kLibrary)
+    session.initialise();
 }
 
-void end(Runner &runner, Session &session) {
-  runner.run({}, "end", [&] {
-    session.set_command("end");
+// Runs the script once all that can be checked before is right.
+void run(Runner &runner, Session &session, const Options &options, const Script &script,
+         Requires setup) {
+  if (runner.failed())
+    return;
+  if (options.dry_run)
+    return show_dry_run(session, script);
+  if (!runner.run("init", {}, "init", [&] { initialise(session, options, setup); }))
+    return;
+  if (is_typed(options.script))
+    runner.run_typed_lines();
+  else
+    runner.run_script(script, options.keep_going);
+  runner.run("end", {}, "end", [&] {
     if (session.transaction.open())
       throw OperationFailed(session.transaction.loss_text());
   });
 }
 
-// Runs the script once all that can be checked before is right.
-void run(Runner &runner, Parser &parser, Session &session, const Options &options,
-         const Script &script, Requires setup) {
-  if (runner.failed())
-    return;
-  if (options.dry_run)
-    return show_dry_run(session, script);
-  initialise(runner, session, options, setup);
-  if (runner.failed())
-    return;
-  if (is_typed(options.script))
-    run_typed_lines(runner, parser, session);
-  else
-    run_script(runner, session, script, options.keep_going);
-  end(runner, session);
-}
-
 // A chosen command is a script of one line.
-int run_and_close(Parser &parser, const Options &options, const Command &chosen,
+int run_and_close(Parser &parser, Session &session, const Options &options, const Command &chosen,
                   const std::string &shown) {
-  Session session;
-  session.slot = options.slot;
-  session.module = options.module;
-  session.asic = options.asic;
   if (options.json)
     session.report.use_json();
   session.open_platform = [&options] {
@@ -120,17 +103,14 @@ int run_and_close(Parser &parser, const Options &options, const Command &chosen,
   };
   session.report.take_standard_output();
   const SignalHandler ending({SIGINT, SIGTERM, SIGHUP, SIGPIPE}, end_by_signal);
-  Runner runner(session);
+  Runner runner(session, parser);
   Script script = {shown, {{0, shown, chosen}}};
   if (chosen.run)
-    runner.run({}, shown, [&] {
-      session.set_command(chosen.name);
-      chosen.check();
-    });
+    runner.run(chosen.name, {}, shown, chosen.check);
   else if (!is_typed(options.script) || options.dry_run)
-    script = read_script(runner, parser, session, options.script);
-  run(runner, parser, session, options, script, chosen.setup);
-  runner.run({}, "output", [&] {
+    script = runner.read_script(options.script);
+  run(runner, session, options, script, chosen.setup);
+  runner.run("output", {}, "output", [&] {
     if (!session.report.close())
       throw OperationFailed("the results could not be written");
   });
@@ -138,12 +118,12 @@ int run_and_close(Parser &parser, const Options &options, const Command &chosen,
 }
 
 int refuse(const std::string &text, const std::string &command, bool json) {
+  Report report;
+  report.set_command(command);
   if (json)
-    std::cout << failure_json({}, command.empty() ? Json() : Json(command),
-                              error_json(UsageError(text)));
-  else
-    print_error("mrvctl: " + text + "\nTry 'mrvctl " + (command.empty() ? "" : command + " ") +
-                "--help'.\n");
+    report.use_json();
+  const std::string help = command.empty() ? "--help" : command + " --help";
+  report.failure({}, "mrvctl", UsageError(text + (json ? "" : "\nTry 'mrvctl " + help + "'.")));
   return static_cast<int>(Status::kUsage);
 }
 
@@ -159,6 +139,7 @@ int parse_and_run(int argc, char **argv) {
   if (argc > 1 && std::string(argv[1]) == "?")
     argv[1] = help;
   Options options;
+  Session session;
   Parser parser;
   add_commands(parser);
   add_script_commands(parser);
@@ -166,8 +147,8 @@ int parse_and_run(int argc, char **argv) {
   try {
     chosen = parser.parse_command_line(
         argc, argv,
-        {[&](Arguments &arguments) { describe_options(arguments, options); }, kDescription, kFooter,
-         "mrvctl " MRVCTL_VERSION});
+        {[&](Arguments &arguments) { describe_options(arguments, options, session); }, kDescription,
+         kFooter, "mrvctl " MRVCTL_VERSION});
   } catch (const HelpRequested &asked) {
     std::cout << asked.text << std::flush;
     return static_cast<int>(std::cout ? Status::kDone : Status::kFailed);
@@ -180,7 +161,7 @@ int parse_and_run(int argc, char **argv) {
     return refuse("give either a command or a script", chosen.name, options.json);
   if (!chosen.run && options.script.empty())
     return refuse_without_command(options.json);
-  return run_and_close(parser, options, chosen, shown_command(chosen.name, argc, argv));
+  return run_and_close(parser, session, options, chosen, shown_command(chosen.name, argc, argv));
 }
 
 }  // namespace

@@ -41,7 +41,7 @@ class SuppressJson {
 
 std::optional<OperationFailed> failure_of(Session &session, const Command &command) {
   const SuppressJson suppressed(session.report);
-  session.set_command(command.name);
+  session.report.set_command(command.name);
   try {
     command.run(session);
   } catch (const OperationFailed &failure) {
@@ -52,50 +52,12 @@ std::optional<OperationFailed> failure_of(Session &session, const Command &comma
 
 void run_expect_fail(Session &session, const ExpectFailArgs &args) {
   const std::optional<OperationFailed> failure = failure_of(session, args.command);
-  if (!failure) {
-    session.set_command("expect-fail");
+  session.report.set_command("expect-fail");
+  if (!failure)
     throw OperationFailed("the command succeeded, but a failure was expected");
-  }
   session.report.result(
-      {{"command", "expect-fail"}, {"failed", args.command.name}, {"error", error_json(*failure)}},
+      {{"failed", args.command.name}, {"error", error_json(*failure)}},
       "failed as expected: " + join(args.words, " ") + ": " + failure->what() + "\n");
-}
-
-// Parses the reader's current line; its command has no run if the line has none. False if it is
-// not a valid command.
-bool parse_line(Runner &runner, Parser &parser, Session &session, const LineReader &reader,
-                const std::string &name, ScriptLine &line) {
-  line = {reader.number(), reader.line(), {}};
-  return runner.run({name, line.number}, line.shown, [&] {
-    const std::vector<std::string> words = split_words(reader.line());
-    if (words.empty())
-      return;
-    line.shown = join(words, " ");
-    session.set_command(words[0]);
-    line.command = parser.parse(words);
-  });
-}
-
-bool run_line(Runner &runner, Session &session, const std::string &name, const ScriptLine &line) {
-  if (line.number > 0)
-    session.set_place(name, line.number);
-  return runner.run({name, line.number}, line.shown, [&] {
-    session.set_command(line.command.name);
-    line.command.run(session);
-  });
-}
-
-Script parse_lines(Runner &runner, Parser &parser, Session &session, std::istream &input,
-                   const std::string &name) {
-  LineReader reader(input, name);
-  Script script = {name, {}};
-  bool more = true;
-  while (runner.run({}, name, [&] { more = reader.next(); }) && more) {
-    ScriptLine line;
-    if (parse_line(runner, parser, session, reader, name, line) && line.command.run)
-      script.lines.push_back(std::move(line));
-  }
-  return script;
 }
 
 }  // namespace
@@ -108,7 +70,7 @@ void add_script_commands(Parser &parser) {
       },
       [&parser](HelpArgs &args) { args.text = parser.help(args.words); },
       [](Session &session, const HelpArgs &args) {
-        session.report.result({{"command", "help"}, {"text", args.text}}, args.text);
+        session.report.result({{"text", args.text}}, args.text);
       });
   parser.add<ExpectFailArgs>(
       {"expect-fail", "Scripts", "Run COMMAND; succeed only if it fails",
@@ -122,32 +84,80 @@ bool is_typed(const std::string &path) {
   return path == "-" && isatty(STDIN_FILENO) != 0;
 }
 
-Script read_script(Runner &runner, Parser &parser, Session &session, const std::string &path) {
-  session.set_command("script");
-  if (path == "-")
-    return parse_lines(runner, parser, session, std::cin, kStandardInput);
-  const size_t slash = path.rfind('/');
-  session.folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-  std::optional<TextFile> input;
-  const bool opened = runner.run({}, "mrvctl", [&] { input.emplace(path); });
-  return opened ? parse_lines(runner, parser, session, *input, path) : Script{path, {}};
+bool Runner::run(const std::string &command, const Place &place, const std::string &shown,
+                 const std::function<void()> &step) {
+  session_.report.set_command(command);
+  try {
+    step();
+    std::fflush(stdout);
+    return true;
+  } catch (const UsageError &error) {
+    fail(Status::kUsage, place, shown, error);
+  } catch (const OperationFailed &error) {
+    fail(error.status(), place, shown, error);
+  } catch (const std::exception &error) {
+    fail(Status::kFailed, place, shown, error);
+  }
+  return false;
 }
 
-void run_script(Runner &runner, Session &session, const Script &script, bool keep_going) {
+void Runner::fail(Status status, const Place &place, const std::string &shown,
+                  const std::exception &error) {
+  if (!failed())
+    status_ = status;
+  session_.report.failure(place, shown, error);
+}
+
+// Uses each line that has a command and is valid.
+void Runner::parse_lines(std::istream &input, const std::string &name, const UseLine &use) {
+  LineReader reader(input, name);
+  bool more = true;
+  while (run("script", {}, name, [&] { more = reader.next(); }) && more) {
+    ScriptLine line = {reader.number(), reader.line(), {}};
+    const bool valid = run("script", {name, line.number}, line.shown, [&] {
+      const std::vector<std::string> words = split_words(reader.line());
+      if (words.empty())
+        return;
+      line.shown = join(words, " ");
+      session_.report.set_command(words[0]);
+      line.command = parser_.parse(words);
+    });
+    if (valid && line.command.run)
+      use(line);
+  }
+}
+
+Script Runner::read_script(const std::string &path) {
+  Script script = {path == "-" ? kStandardInput : path, {}};
+  const auto keep = [&](const ScriptLine &line) { script.lines.push_back(line); };
+  if (path == "-") {
+    parse_lines(std::cin, script.name, keep);
+    return script;
+  }
+  session_.folder = path.substr(0, path.rfind('/') + 1);
+  std::optional<TextFile> input;
+  if (run("script", {}, "mrvctl", [&] { input.emplace(path); }))
+    parse_lines(*input, path, keep);
+  return script;
+}
+
+bool Runner::run_line(const std::string &name, const ScriptLine &line) {
+  if (line.number > 0)
+    session_.set_place(name, line.number);
+  return run(line.command.name, {name, line.number}, line.shown,
+             [&] { line.command.run(session_); });
+}
+
+void Runner::run_script(const Script &script, bool keep_going) {
   for (const ScriptLine &line : script.lines) {
-    if (!run_line(runner, session, script.name, line) && !keep_going)
+    if (!run_line(script.name, line) && !keep_going)
       return;
   }
 }
 
-void run_typed_lines(Runner &runner, Parser &parser, Session &session) {
-  LineReader reader(std::cin, kStandardInput);
-  bool more = true;
-  while (runner.run({}, kStandardInput, [&] { more = reader.next(); }) && more) {
-    ScriptLine line;
-    if (parse_line(runner, parser, session, reader, kStandardInput, line) && line.command.run)
-      run_line(runner, session, kStandardInput, line);
-  }
+void Runner::run_typed_lines() {
+  parse_lines(std::cin, kStandardInput,
+              [&](const ScriptLine &line) { run_line(kStandardInput, line); });
 }
 
 }  // namespace mrvctl

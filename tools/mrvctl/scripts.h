@@ -1,16 +1,19 @@
-// Scripts: one command per line.
+// Runs the steps of the tool, reports those that fail, and keeps the status of the first: a
+// command, or a script with one command per line.
 #ifndef MRVCTL_SCRIPTS_H
 #define MRVCTL_SCRIPTS_H
 
+#include <functional>
+#include <istream>
 #include <string>
 #include <vector>
 
 #include "commands/arguments.h"
-#include "runner.h"
+#include "commands/session.h"
 
 namespace mrvctl {
 
-// expect-fail, the command for scripts that show or check failures.
+// help, and expect-fail for scripts that show or check failures.
 void add_script_commands(Parser &parser);
 
 struct ScriptLine {
@@ -27,16 +30,41 @@ struct Script {
 // Whether a person types the script: each line runs as it is entered.
 bool is_typed(const std::string &path);
 
-// Reads and parses a script; "-" is standard input. Every invalid line is reported. From now on
-// relative paths in commands start at the script's directory.
-Script read_script(Runner &runner, Parser &parser, Session &session, const std::string &path);
+class Runner {
+ public:
+  Runner(Session &session, Parser &parser) : session_(session), parser_(parser) {}
 
-// Runs the lines in order, up to the first that fails, or all of them.
-void run_script(Runner &runner, Session &session, const Script &script, bool keep_going);
+  bool failed() const { return status_ != Status::kDone; }
+  int status() const { return static_cast<int>(status_); }
 
-// Reads lines from standard input and runs each before the next is read; a failure does not end the
-// session.
-void run_typed_lines(Runner &runner, Parser &parser, Session &session);
+  // Runs one step of a command; a message shows its place and `shown`, which the step may change.
+  // False if the step failed.
+  bool run(const std::string &command, const Place &place, const std::string &shown,
+           const std::function<void()> &step);
+
+  // Reads and parses a script; "-" is standard input. Every invalid line is reported. From now on
+  // relative paths in commands start at the script's directory.
+  Script read_script(const std::string &path);
+
+  // Runs the lines in order, up to the first that fails, or all of them.
+  void run_script(const Script &script, bool keep_going);
+
+  // Reads lines from standard input and runs each before the next is read; a failure does not end
+  // the session.
+  void run_typed_lines();
+
+ private:
+  using UseLine = std::function<void(const ScriptLine &)>;
+
+  void fail(Status status, const Place &place, const std::string &shown,
+            const std::exception &error);
+  void parse_lines(std::istream &input, const std::string &name, const UseLine &use);
+  bool run_line(const std::string &name, const ScriptLine &line);
+
+  Session &session_;
+  Parser &parser_;
+  Status status_ = Status::kDone;
+};
 
 }  // namespace mrvctl
 

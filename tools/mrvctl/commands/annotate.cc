@@ -58,8 +58,7 @@ void run_annotate(Session &session, const AnnotateArgs &args) {
     if (!line.empty() && line.back() == '\r')
       line.pop_back();
     const std::string text = annotated(line, index);
-    session.report.result({{"command", "annotate"}, {"text", text}},
-                          text + (input.eof() ? "" : "\n"));
+    session.report.result({{"text", text}}, text + (input.eof() ? "" : "\n"));
   }
   if (input.bad())
     throw OperationFailed("cannot read " + path + ": " + std::strerror(errno));

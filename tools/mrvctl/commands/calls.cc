@@ -71,7 +71,7 @@ void show_summary(Session &session, RecordedCalls &source, const CallsArgs &args
   CallSummary summary;
   take_calls(source, args, index, [&](const DecodedCall &call) { summary.add(call, index); });
   const Listing listing = summary.listing();
-  session.report.result({{"command", "calls"}, {"summary", listing.json()}}, listing.text());
+  session.report.result({{"summary", listing.json()}}, listing.text());
 }
 
 void show_calls(const CallTable &table, RecordedCalls &source, const CallsArgs &args,
@@ -106,7 +106,7 @@ void write_pcapng(Session &session, RecordedCalls &source, const CallsArgs &args
   PcapngWriter writer(path, interfaces);
   take_calls(source, args, index, [&](const DecodedCall &call) { writer.add(call, index); });
   writer.close();
-  session.report.result({{"command", "calls"}, {"pcap", path}, {"packets", writer.packets()}},
+  session.report.result({{"pcap", path}, {"packets", writer.packets()}},
                         format("%llu packets written to %s\n",
                                static_cast<unsigned long long>(writer.packets()), path.c_str()));
 }
@@ -166,7 +166,6 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
   const std::string caller = caller_text(*last);
   const std::string who = caller.empty() ? target_text(*last, index) : caller;
   Json object = call_json(*last, index);
-  object["command"] = "last-write";
   object["written"] = {{"register", index.text(address)},
                        {"data", known ? Json(values[written.word]) : Json()},
                        {"mask", written.access.mask}};

@@ -204,8 +204,7 @@ void run_check(Session &session, const CheckArgs &args) {
   Json list = Json::array();
   for (size_t i = 0; i < results.size(); ++i)
     list.push_back(result_json(i + 1, results[i]));
-  session.report.result({{"command", "check"},
-                         {"planned", checks.size()},
+  session.report.result({{"planned", checks.size()},
                          {"ran", results.size()},
                          {"failed", wrong},
                          {"skipped", count(results, Verdict::kSkipped)},

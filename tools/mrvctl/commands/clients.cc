@@ -76,7 +76,7 @@ void show_clients(Session &session) {
               client->last_error != 0 ? Json(errno_name(client->last_error)) : Json(),
               has_called ? Json(seconds(client->last_age_ms)) : Json(), last_call_text(*client)});
   }
-  session.report.result({{"command", "clients"}, {"clients", list.json()}}, list.text());
+  session.report.result({{"clients", list.json()}}, list.text());
 }
 
 void run_clients(Session &session, const WatchArgs &args) {

@@ -78,8 +78,7 @@ void describe_interval(Arguments &arguments, const std::string &name, double &se
 }
 
 void report_failure(Session &session, const OperationFailed &failure) {
-  session.report.failure(session.place(), session.command(), session.command(),
-                         error_json(failure));
+  session.report.failure(session.place(), session.report.command(), failure);
 }
 
 void report_gaps(Session &session, const std::vector<std::string> &gaps) {
@@ -87,7 +86,7 @@ void report_gaps(Session &session, const std::vector<std::string> &gaps) {
     return;
   for (const std::string &loss : gaps)
     print_error(loss + "\n");
-  session.report.result({{"command", session.command()}, {"losses", gaps}}, "");
+  session.report.result({{"losses", gaps}}, "");
 }
 
 const char *write_status(const Session &session) {

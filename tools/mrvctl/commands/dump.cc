@@ -91,7 +91,7 @@ void dump_registers(Session &session, const DumpArgs &args) {
       ++reg.vreg;
     }
   }
-  finish_dump(session, {{"command", "dump"}, {"lines", list}}, text, before);
+  finish_dump(session, {{"lines", list}}, text, before);
 }
 
 void dump_entries(Session &session, const Register &reg, const std::optional<Range> &wanted) {
@@ -115,7 +115,7 @@ void dump_entries(Session &session, const Register &reg, const std::optional<Ran
     text += "\n";
     list.push_back({{"command", "dhs-write"}, {"register", name}, {"words", words}});
   }
-  finish_dump(session, {{"command", "dump"}, {"lines", list}}, text, before);
+  finish_dump(session, {{"lines", list}}, text, before);
 }
 
 void run_dump(Session &session, const DumpArgs &args) {

@@ -24,8 +24,7 @@ void run_error(Session &session, const ErrorArgs &args) {
     results.add(
         {{format("0x%08X", code), code}, {join({name, meaning}, ": "), name}, Json(meaning)});
   }
-  Json object = args.code ? results.json_of(0) : Json({{"results", results.json()}});
-  object["command"] = "error";
+  const Json object = args.code ? results.json_of(0) : Json({{"results", results.json()}});
   session.report.result(object, results.text());
 }
 

@@ -22,7 +22,7 @@ void check_find(FindArgs &args) {
 }
 
 void show_address(Session &session, uint32_t address, const std::string &name) {
-  session.report.result({{"command", "find"}, {"register", name}, {"address", address}},
+  session.report.result({{"register", name}, {"address", address}},
                         format("0x%08x  ", address) + name + "\n");
 }
 
@@ -119,8 +119,7 @@ void find_name(Session &session, const std::string &part) {
     if (found.size() == 1 && addresses.size() > 1)
       instances = instance_lines(named, addresses);
   }
-  session.report.result({{"command", "find"}, {"registers", registers.json()}},
-                        registers.text() + instances);
+  session.report.result({{"registers", registers.json()}}, registers.text() + instances);
 }
 
 void run_find(Session &session, const FindArgs &args) {

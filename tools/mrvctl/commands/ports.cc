@@ -37,7 +37,7 @@ void run_pause(Session &session, const PauseArgs &args) {
                                         limits.max_hi - 1, limits.max_ni - 1)
                                : "";
   const std::string name = port_text(args.port);
-  finish_write(session, ec, hint, {{"command", "pause"}, {"port", name}, {"state", state}},
+  finish_write(session, ec, hint, {{"port", name}, {"state", state}},
                "link pause " + state + " for " + name);
 }
 
@@ -51,7 +51,7 @@ void run_nodrop(Session &session, const NumberArgs &args) {
   std::string classes;
   for (uint32_t i = 0; i < 8; ++i)
     classes += (args.number >> i & 1) != 0 ? " " + std::to_string(i) : "";
-  finish_write(session, ec, "", {{"command", "nodrop"}, {"map", args.number}},
+  finish_write(session, ec, "", {{"map", args.number}},
                format("no-drop map 0x%02x, classes%s", args.number,
                       classes.empty() ? ": none" : classes.c_str()));
 }
@@ -59,7 +59,7 @@ void run_nodrop(Session &session, const NumberArgs &args) {
 void run_sfp_failed(Session &session, const Port &port) {
   std::error_code ec;
   morvane::sfp_validation_failed(session.port(port), ec);
-  finish_write(session, ec, "", {{"command", "sfp-failed"}, {"port", port_text(port)}},
+  finish_write(session, ec, "", {{"port", port_text(port)}},
                "SFP of " + port_text(port) + " reported as failed");
 }
 
@@ -67,16 +67,14 @@ void run_sp_timer(Session &session, const NumberArgs &args) {
   std::error_code ec;
   morvane::prog_sp_timer(static_cast<uint16_t>(args.number), session.on(), ec);
   session.check_result(result_of(ec));
-  session.report.result({{"command", "sp-timer"}, {"time", args.number}},
-                        format("SP timer %u\n", args.number));
+  session.report.result({{"time", args.number}}, format("SP timer %u\n", args.number));
 }
 
 void run_clear_drops(Session &session) {
   if (session.module != 0 || session.asic != 0)
     throw UsageError("the library clears the drop counters of module 0, ASIC 0 only");
   check(lib_mrv_asic_clear_all_drop_counters());
-  session.report.result({{"command", "clear-drops"}},
-                        "drop counters of module 0, ASIC 0 cleared\n");
+  session.report.result({}, "drop counters of module 0, ASIC 0 cleared\n");
 }
 
 void describe_pause(Arguments &arguments, PauseArgs &args) {

@@ -94,8 +94,7 @@ void run_program(Session &session, const ProgramArgs &args) {
                      join(existing, ", ") + ": " + write_status(session);
   if (!missing.empty())
     text += "; there is no ASIC " + join(missing, ", ");
-  session.report.result({{"command", "pgm"},
-                         {"steps", steps.size()},
+  session.report.result({{"steps", steps.size()},
                          {"asics", asics},
                          {"existing_asics", existing.size()},
                          {"queued", session.transaction.open()}},

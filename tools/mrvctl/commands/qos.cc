@@ -34,8 +34,7 @@ Reading take_reading(Session &session, const ShowArgs &args) {
 void show_reading(Session &session, const ShowArgs &args, const Reading &now,
                   const Reading *before) {
   const std::string name = port_text(args.port);
-  Json object = {{"command", "qos show"},
-                 {"module", session.module},
+  Json object = {{"module", session.module},
                  {"asic", session.asic},
                  {"port", name},
                  {"stats", qos_json(now.stats)}};
@@ -69,15 +68,14 @@ void run_clear(Session &session, const ShowArgs &args) {
   morvane::clear_qos_stats(session.port(args.port), ec, args.opts);
   session.check_result(result_of(ec));
   const std::string name = port_text(args.port);
-  session.report.result({{"command", "qos clear"}, {"port", name}},
-                        "QoS statistics of " + name + " cleared\n");
+  session.report.result({{"port", name}}, "QoS statistics of " + name + " cleared\n");
 }
 
 void run_clear_all(Session &session, const ShowArgs &args) {
   std::error_code ec;
   morvane::clear_all_qos_stats(session.on(), ec, args.opts);
   session.check_result(result_of(ec));
-  session.report.result({{"command", "qos clear-all"}}, "QoS statistics of all ports cleared\n");
+  session.report.result({}, "QoS statistics of all ports cleared\n");
 }
 
 void describe_options(Arguments &arguments, ShowArgs &args) {

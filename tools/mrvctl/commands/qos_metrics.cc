@@ -27,10 +27,7 @@ Json metrics_json(const AsicMetrics &metrics) {
                      {"up", up},
                      {"stats", up ? qos_json(reading.stats) : Json()}});
   }
-  return {{"command", "qos metrics"},
-          {"module", metrics.module},
-          {"asic", metrics.asic},
-          {"ports", ports}};
+  return {{"module", metrics.module}, {"asic", metrics.asic}, {"ports", ports}};
 }
 
 void write_metrics(Session &session, const MetricsArgs &args, const AsicMetrics &metrics) {

@@ -27,8 +27,7 @@ void run_info(Session &session) {
   const std::string head =
       format("driver               %s (%u)\nhighest ASIC number  %u\ntrace                %s\n\n",
              driver, KEL_ASIC_DRIVER_MORVANE, map.limits().max_asic, trace_text().c_str());
-  session.report.result({{"command", "info"},
-                         {"driver", driver},
+  session.report.result({{"driver", driver},
                          {"driver_id", KEL_ASIC_DRIVER_MORVANE},
                          {"max_asic", map.limits().max_asic},
                          {"trace", trace_enabled()},
@@ -54,8 +53,7 @@ void run_regs(Session &session, const RegsArgs &args) {
   const std::string list = names.empty() ? "none of them has a name\n"
                                          : registers.text() + format("%zu others have no name\n",
                                                                      info.registers - names.size());
-  session.report.result({{"command", "regs"},
-                         {"block", kel_asic_blk_names[info.block]},
+  session.report.result({{"block", kel_asic_blk_names[info.block]},
                          {"registers", info.registers},
                          {"named", registers.json()}},
                         head + list);
@@ -129,8 +127,7 @@ void read_one(Session &session, const Register &reg, const ReadArgs &args) {
     text += ": " + count_text(run.answered, "word", "words") + "\n" + run_text(run);
   else
     text += format(": %zu of %zu words answered\n", run.answered, run.words.size()) + run_text(run);
-  session.report.result({{"command", "read"},
-                         {"register", name},
+  session.report.result({{"register", name},
                          {"address", session.map().address(reg)},
                          {"words", answered},
                          {"transaction_sent", before.open()}},
@@ -142,87 +139,70 @@ void run_read(Session &session, const ReadArgs &args) {
                     [&](const Register &reg) { read_one(session, reg, args); });
 }
 
-// Where a write goes: a register, or a raw address.
-struct Target {
-  Register reg = {};
-  uint32_t code = 0;
-};
-
 struct WriteArgs {
   std::string place;  // a register, or a raw address
   bool raw = false;
   uint32_t data = 0;
   uint32_t mask = 0;
-  Target target;
+  // As checked, one of these:
+  Register reg = {};
+  uint32_t address = 0;
 };
 
 void check_write(WriteArgs &args) {
   if (args.raw) {
-    args.target = {{KEL_ASIC_NUM_BLK, 0, parse_number(args.place)}, KEL_ASIC_WR_RAW};
+    args.address = parse_number(args.place);
     return;
   }
   const RegisterReference reference = parse_register_reference(args.place);
   require_plain_registers(reference, "use dhs-write");
-  args.target = {single_register(reference), KEL_ASIC_WR_SYMBOLIC};
+  args.reg = single_register(reference);
 }
 
-std::string target_text(const Target &target) {
-  if (target.code == KEL_ASIC_WR_SYMBOLIC)
-    return plain_register_text(target.reg);
-  const char *command = command_name(target.reg.vreg);
-  return format("address 0x%08x", target.reg.vreg) +
+morvane::target target_of(const Session &session, const WriteArgs &args) {
+  if (args.raw)
+    return morvane::raw(args.address, session.on());
+  return session.at(args.reg);
+}
+
+std::string target_text(const WriteArgs &args) {
+  if (!args.raw)
+    return plain_register_text(args.reg);
+  const char *command = command_name(args.address);
+  return format("address 0x%08x", args.address) +
          (command == nullptr ? "" : std::string(" (") + command + ")");
 }
 
-morvane::target target_of(const Session &session, const Target &target) {
-  if (target.code == KEL_ASIC_WR_SYMBOLIC)
-    return session.at(target.reg);
-  return morvane::raw(target.reg.vreg, session.on());
-}
-
-Json target_json(const char *command, const Target &target) {
-  if (target.code == KEL_ASIC_WR_SYMBOLIC)
-    return {{"command", command}, {"register", plain_register_text(target.reg)}};
-  return {{"command", command}, {"address", target.reg.vreg}};
-}
-
-void finish_write(Session &session, const Target &target, syserr_t result, Json object,
-                  const std::string &text) {
-  if (result != 0)
-    throw OperationFailed(
-        result, target.code == KEL_ASIC_WR_SYMBOLIC ? session.refusal_hint(target.reg) : "");
+void finish_write(Session &session, const WriteArgs &args, const std::error_code &ec,
+                  const Json &values, const std::string &text) {
+  if (ec)
+    throw OperationFailed(result_of(ec), args.raw ? "" : session.refusal_hint(args.reg));
   session.transaction.add(1);
   throw_if_lost();
+  Json object = args.raw ? Json({{"address", args.address}})
+                         : Json({{"register", plain_register_text(args.reg)}});
+  object.append(values);
   object["queued"] = session.transaction.open();
-  session.report.result(object, target_text(target) + text + ": " + write_status(session) + "\n");
+  session.report.result(object, target_text(args) + text + ": " + write_status(session) + "\n");
 }
 
 void run_write(Session &session, const WriteArgs &args) {
-  const Target &target = args.target;
-  const uint32_t data = args.data;
   std::error_code ec;
-  morvane::write(target_of(session, target), data, ec, session.caller());
-  Json object = target_json("write", target);
-  object["data"] = data;
-  finish_write(session, target, result_of(ec), object, format(" <- 0x%08x", data));
+  morvane::write(target_of(session, args), args.data, ec, session.caller());
+  finish_write(session, args, ec, {{"data", args.data}}, format(" <- 0x%08x", args.data));
 }
 
 void run_write_field(Session &session, const WriteArgs &args) {
-  const Target &target = args.target;
-  const uint32_t value = args.data;
-  const uint32_t mask = args.mask;
   std::error_code ec;
-  morvane::write_field(target_of(session, target), value, mask, ec, session.caller());
-  if (ec == SYSERR_KEL_ASIC_INVALID_ARG && mask == 0)
+  morvane::write_field(target_of(session, args), args.data, args.mask, ec, session.caller());
+  if (ec == SYSERR_KEL_ASIC_INVALID_ARG && args.mask == 0)
     throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG, "a mask of 0 selects no bit");
-  Json object = target_json("write-field", target);
-  object["data"] = value;
-  object["mask"] = mask;
-  object["outside_mask"] = value & ~mask;
-  std::string text = format(" <- 0x%08x mask 0x%08x", value, mask);
-  if ((value & ~mask) != 0)
-    text += format(" (bits 0x%08x of the value are outside the mask)", value & ~mask);
-  finish_write(session, target, result_of(ec), object, text);
+  const uint32_t outside = args.data & ~args.mask;
+  std::string text = format(" <- 0x%08x mask 0x%08x", args.data, args.mask);
+  if (outside != 0)
+    text += format(" (bits 0x%08x of the value are outside the mask)", outside);
+  finish_write(session, args, ec,
+               {{"data", args.data}, {"mask", args.mask}, {"outside_mask", outside}}, text);
 }
 
 void describe_block(Arguments &arguments, RegsArgs &args) {

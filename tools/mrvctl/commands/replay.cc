@@ -197,8 +197,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
       (args.check ? ", " + count_text(outcome.differences, "difference", "differences") : "") +
       format("; %llu skipped (truncated in the recording)\n",
              static_cast<unsigned long long>(outcome.skipped));
-  session.report.result({{"command", "replay"},
-                         {"file", args.file},
+  session.report.result({{"file", args.file},
                          {"sent", outcome.sent},
                          {"skipped", outcome.skipped},
                          {"differences", args.check ? Json(outcome.differences) : Json()},

@@ -89,7 +89,7 @@ void Session::set_place(const std::string &file, int line) {
 }
 
 morvane::caller Session::caller() const {
-  return {file_.c_str(), line_, command_.c_str(), static_cast<uint32_t>(line_)};
+  return {file_.c_str(), line_, report.command().c_str(), static_cast<uint32_t>(line_)};
 }
 
 morvane::asic_reg Session::at(const Register &reg) const {

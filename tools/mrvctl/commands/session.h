@@ -60,8 +60,6 @@ class Session {
   void set_place(const std::string &file, int line);
   bool in_script() const { return line_ != 0; }
   Place place() const { return {file_, line_}; }
-  void set_command(const std::string &command) { command_ = command; }
-  const std::string &command() const { return command_; }
   morvane::caller caller() const;
 
   // The ASIC that commands speak to, and what is on it.
@@ -95,7 +93,6 @@ class Session {
   std::string place_hint();
 
   std::string file_ = "mrvctl";
-  std::string command_ = "mrvctl";
   int line_ = 0;
   std::optional<RegisterMap> map_;
 };

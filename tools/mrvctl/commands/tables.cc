@@ -37,7 +37,7 @@ void run_tables(Session &session, const TablesArgs &args) {
                 {indices, table.highest_index},
                 every_register_text(table.block, table.vreg)});
   }
-  session.report.result({{"command", "dhs"}, {"tables", tables.json()}}, tables.text());
+  session.report.result({{"tables", tables.json()}}, tables.text());
 }
 
 // "3 entries of 8 words"
@@ -111,8 +111,7 @@ void read_table(Session &session, const Register &reg, const TableReadArgs &args
     text += ", as expected\n";
   else
     text += "\n" + entries_text(entries);
-  session.report.result({{"command", "dhs-read"},
-                         {"register", name},
+  session.report.result({{"register", name},
                          {"entry_size", table.entry_size},
                          {"answered_words", entries.run.answered},
                          {"transaction_sent", before.open()},
@@ -206,8 +205,7 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
   throw_if_lost();
   const std::string name = entry_range_text(reg, first, count);
   session.report.result(
-      {{"command", "dhs-write"},
-       {"register", name},
+      {{"register", name},
        {"entries", count},
        {"entry_size", table.entry_size},
        {"queued", session.transaction.open()}},

@@ -22,10 +22,9 @@ void run_begin(Session &session, const BeginArgs &args) {
   std::string name = args.name;
   mrv_asic_transaction_start(name.data(), args.reorder ? 1 : 0);
   session.transaction.start(name);
-  session.report.result(
-      {{"command", "begin"}, {"name", session.transaction.name()}, {"reorder", args.reorder}},
-      "transaction \"" + session.transaction.name() + "\" is open" +
-          (args.reorder ? ", in any order\n" : "\n"));
+  session.report.result({{"name", session.transaction.name()}, {"reorder", args.reorder}},
+                        "transaction \"" + session.transaction.name() + "\" is open" +
+                            (args.reorder ? ", in any order\n" : "\n"));
 }
 
 std::string commit_text(const Transaction &sent) {
@@ -41,10 +40,9 @@ void run_commit(Session &session) {
   mrv_asic_transaction_commit();
   session.transaction.close();
   throw_if_lost();
-  session.report.result({{"command", "commit"},
-                         {"name", sent.open() ? Json(sent.name()) : Json()},
-                         {"writes", sent.pending()}},
-                        commit_text(sent));
+  session.report.result(
+      {{"name", sent.open() ? Json(sent.name()) : Json()}, {"writes", sent.pending()}},
+      commit_text(sent));
 }
 
 void describe_begin(Arguments &arguments, BeginArgs &args) {

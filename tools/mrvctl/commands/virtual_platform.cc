@@ -22,7 +22,7 @@ void run_fail(Session &session, const NumberArgs &args) {
   control<decltype(vp_fail_next_call)>("vp_fail_next_call")(error_number);
   const std::string name = errno_name(error_number);
   session.report.result(
-      {{"command", "fail"}, {"errno", args.number}, {"name", name}},
+      {{"errno", args.number}, {"name", name}},
       "the next service call fails with " + name + " (" + std::strerror(error_number) + ")\n");
 }
 
@@ -34,7 +34,7 @@ struct DelayArgs {
 void run_delay(Session &session, const DelayArgs &args) {
   control<decltype(vp_delay_calls)>("vp_delay_calls")(args.milliseconds, args.calls);
   session.report.result(
-      {{"command", "delay"}, {"milliseconds", args.milliseconds}, {"calls", args.calls}},
+      {{"milliseconds", args.milliseconds}, {"calls", args.calls}},
       format("%s %u ms longer\n",
              args.calls == 1 ? "the next service call takes"
                              : format("the next %u service calls take", args.calls).c_str(),
@@ -46,7 +46,7 @@ void run_card(Session &session, const NumberArgs &args) {
       CARDCFG_DEV_TYPE_MORVANE, static_cast<uint16_t>(args.number));
   if (error != 0)
     throw OperationFailed(std::strerror(error));
-  session.report.result({{"command", "card"}, {"sw_card_id", args.number}},
+  session.report.result({{"sw_card_id", args.number}},
                         format("software card identifier %u\n", args.number));
 }
 
@@ -79,8 +79,7 @@ void run_traffic(Session &session, const TrafficArgs &args) {
   if (error != 0)
     throw OperationFailed(std::strerror(error));
   session.report.result(
-      {{"command", "traffic"},
-       {"port", port},
+      {{"port", port},
        {"direction", args.direction},
        {"class", args.traffic_class},
        {"frames", args.frames},
@@ -108,8 +107,7 @@ void run_state(Session &session) {
   const std::string last_port = port_text(state.last_sfp_port_type, state.last_sfp_port);
   if (failed)
     text += ", the last on " + last_port;
-  session.report.result({{"command", "state"},
-                         {"sw_card_id", sw_card_id},
+  session.report.result({{"sw_card_id", sw_card_id},
                          {"nodrop_class_map", state.nodrop_class_map},
                          {"sp_timer", state.sp_timer},
                          {"drop_clears", state.drop_clears},

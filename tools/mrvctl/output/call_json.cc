@@ -79,8 +79,7 @@ void add_qos(Json &object, const DecodedCall &call, const QosFields &request) {
 }  // namespace
 
 Json call_json(const DecodedCall &call, const AddressIndex &index) {
-  Json object = {{"command", "calls"},
-                 {"time", utc_time_text(call.wall_ns)},
+  Json object = {{"time", utc_time_text(call.wall_ns)},
                  {"time_ns", call.wall_ns},
                  {"program", call.process->program},
                  {"pid", call.process->pid},

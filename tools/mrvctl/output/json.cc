@@ -27,8 +27,8 @@ Json Json::array() {
   return list;
 }
 
-void Json::push_back(Json value) {
-  members_.emplace_back("", std::move(value));
+void Json::append(const Json &object) {
+  members_.insert(members_.end(), object.members_.begin(), object.members_.end());
 }
 
 Json &Json::operator[](const std::string &key) {
@@ -38,14 +38,6 @@ Json &Json::operator[](const std::string &key) {
       return value;
   }
   return members_.emplace_back(key, Json()).second;
-}
-
-std::string Json::text_at(const std::string &key) const {
-  for (const auto &[name, value] : members_) {
-    if (kind_ == Kind::kObject && name == key && value.kind_ == Kind::kText)
-      return value.text_;
-  }
-  return "";
 }
 
 std::string Json::dump() const {

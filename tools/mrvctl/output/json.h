@@ -35,13 +35,13 @@ class Json {
   static Json array();
 
   // To the end of a list.
-  void push_back(Json value);
+  void push_back(Json value) { members_.emplace_back("", std::move(value)); }
+
+  // Adds the members of another object.
+  void append(const Json &object);
 
   // The member of an object; a key that it lacks, or null, gets one.
   Json &operator[](const std::string &key);
-
-  // A text as it was given; empty for anything else.
-  std::string text_at(const std::string &key) const;
 
   // In one line, bytes that are not UTF-8 replaced.
   std::string dump() const;

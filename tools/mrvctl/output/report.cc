@@ -20,10 +20,6 @@ std::string printable_lines(const std::string &text) {
   return printable(text, "\n\t");
 }
 
-std::string object_line(const Json &object) {
-  return object.dump() + "\n";
-}
-
 // What the library printed before this still goes to its old destination.
 void send_standard_output_to(int file) {
   std::fflush(stdout);
@@ -67,6 +63,12 @@ void Report::print(const std::string &text) {
     failed_ = true;
 }
 
+void Report::print_object(const Json &members) {
+  Json object = {{"command", command_.empty() ? Json() : Json(command_)}};
+  object.append(members);
+  print(object.dump() + "\n");
+}
+
 void Report::result(const Json &object, const std::string &text) {
   result(object, StyledText{json_ ? "" : printable_lines(text)});
 }
@@ -76,16 +78,19 @@ void Report::result(const Json &object, const StyledText &text) {
   if (!json_)
     print((std::exchange(clear_screen_, false) ? kClearScreen : "") + text.text);
   else if (!json_suppressed_)
-    print(object_line(object));
+    print_object(object);
 }
 
-void Report::failure(const Place &place, const std::string &command_line, const Json &command,
-                     const Json &error) {
+void Report::failure(const Place &place, const std::string &command_line,
+                     const std::exception &error) {
+  const bool in_script = place.line > 0;
   if (json_)
-    return print(failure_json(place, command, error));
+    return print_object({{"file", in_script ? Json(place.file) : Json()},
+                         {"line", in_script ? Json(place.line) : Json()},
+                         {"error", error_json(error)}});
   const std::string position =
-      place.line > 0 ? place.file + ":" + std::to_string(place.line) + ": " : "";
-  print_error(position + command_line + ": " + error.text_at("text") + "\n");
+      in_script ? place.file + ":" + std::to_string(place.line) + ": " : "";
+  print_error(position + command_line + ": " + error.what() + "\n");
 }
 
 bool Report::close() {
@@ -107,14 +112,6 @@ Json error_json(const std::exception &error) {
             {"text", error.what()}};
   const bool usage = dynamic_cast<const UsageError *>(&error) != nullptr;
   return {{"code", Json()}, {"name", usage ? "USAGE" : "FAILED"}, {"text", error.what()}};
-}
-
-std::string failure_json(const Place &place, const Json &command, const Json &error) {
-  const bool in_script = place.line > 0;
-  return object_line({{"command", command},
-                      {"file", in_script ? Json(place.file) : Json()},
-                      {"line", in_script ? Json(place.line) : Json()},
-                      {"error", error}});
 }
 
 }  // namespace mrvctl

@@ -47,21 +47,27 @@ class Report {
   // Clears the terminal, if there is one, before the next text.
   void clear_screen() { clear_screen_ = on_terminal(); }
 
-  // One command's result, in the form that was asked for.
+  // The command whose results and failures follow; empty before one is known.
+  void set_command(const std::string &command) { command_ = command; }
+  const std::string &command() const { return command_; }
+
+  // One command's result, in the form that was asked for. The object also gets the command.
   void result(const Json &object, const std::string &text);
   void result(const Json &object, const StyledText &text);
 
   // One command's failure: on standard error after its place, "FILE:LINE: " or nothing; as JSON it
-  // is an object like the results.
-  void failure(const Place &place, const std::string &command_line, const Json &command,
-               const Json &error);
+  // is an object {"command":...,"file":...,"line":...,"error":...}. File and line are null outside
+  // a script.
+  void failure(const Place &place, const std::string &command_line, const std::exception &error);
 
   // False if a result could not be written.
   bool close();
 
  private:
   void print(const std::string &text);
+  void print_object(const Json &members);
 
+  std::string command_;
   std::FILE *out_ = stdout;
   bool json_ = false;
   bool json_suppressed_ = false;
@@ -74,9 +80,6 @@ void print_error(const std::string &text);
 
 // {"code":...,"name":...,"text":...}; the code is null if it was not the library that failed.
 Json error_json(const std::exception &error);
-
-// {"command":...,"file":...,"line":...,"error":...}; file and line are null outside a script.
-std::string failure_json(const Place &place, const Json &command, const Json &error);
 
 }  // namespace mrvctl
 

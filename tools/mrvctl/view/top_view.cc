@@ -335,8 +335,7 @@ Json top_json(const TopView &view) {
     }
     ports.push_back(port);
   }
-  return {{"command", "qos top"},
-          {"module", view.module},
+  return {{"module", view.module},
           {"asic", view.asic},
           {"sort", sort_key_text(view.sort_key)},
           {"ports", ports}};
