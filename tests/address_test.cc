@@ -24,16 +24,21 @@ constexpr struct {
               {"MB", 43, &limits::max_mb},           {"QS", 289, &limits::max_qs},
               {"XL", 184, &limits::max_xl}};
 
-// Whether the three operations accept a place, and translate it right; they must agree.
+// Whether the three operations accept a place, and translate it correctly; they must agree.
 bool accepted(const reg_place &place) {
+  const auto &[module, asic, block, instance, vreg] = place;
   uint32_t value = 0;
   const syserr_t result = read_reg(place, &value);
   EXPECT_TRUE(result == 0 || result == SYSERR_KEL_ASIC_INVALID_ARG);
-  EXPECT_EQ(write_reg(place, 1), result);
-  EXPECT_EQ(write_field(place, 1, 1), result);
+  EXPECT_EQ(
+      lib_mrv_asic_write(module, asic, block, instance, vreg, 1, KEL_ASIC_WR_SYMBOLIC, CALLER),
+      result);
+  EXPECT_EQ(lib_mrv_asic_write_field(module, asic, block, instance, vreg, 1, 1,
+                                     KEL_ASIC_WR_SYMBOLIC, CALLER),
+            result);
   EXPECT_EQ(fake().calls.size(), result == 0 ? 3U : 0U);
   for (const sent_call &call : fake().calls)
-    EXPECT_EQ(call.request().addr, fake_rreg(place.block, place.instance, place.vreg));
+    EXPECT_EQ(call.request().addr, fake_base(block, instance) + 8 * vreg);
   fake().calls.clear();
   return result == 0;
 }

@@ -51,7 +51,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
 endif()
 
 # The longest begin first, so that none is left alone at the end.
-foreach(test check mrvctl.check switch_stress install recorded.fault_test)
+foreach(test check mrvctl.check switch_stress install)
   if(TEST ${test})
     set_tests_properties(${test} PROPERTIES COST 100)
   endif()

@@ -48,10 +48,11 @@ Result real(const char *name, Arguments... arguments) {
   return reinterpret_cast<Result (*)(Arguments...)>(dlsym(RTLD_NEXT, name))(arguments...);
 }
 
-// Counts a call of a kind while armed, and tells whether it is the one to fail.
-bool fails(unsigned *count, unsigned fail_at, int error_number) {
-  if (!faults().armed || ++*count != fail_at)
+// Whether a call is to fail: the first one while armed.
+bool fails(bool *fail, int error_number) {
+  if (!faults().armed || !*fail)
     return false;
+  *fail = false;
   errno = error_number;
   return true;
 }
@@ -72,7 +73,7 @@ FILE *open_file(const char *name, const char *path, const char *mode) {
   if (std::strcmp(path, "/bootflash/kel_lib_debug") == 0)
     path = faults().marker_file && std::strcmp(mode, "r") == 0 ? "/dev/null" : "";
   if (std::strncmp(path, "/tmp/kel_asic_log_", 18) == 0) {
-    if (fails(&faults().fopens, faults().fail_fopen, EACCES))
+    if (fails(&faults().fail_fopen, EACCES))
       return nullptr;
     path = faults().log_path != nullptr ? faults().log_path : path;
   }
@@ -87,87 +88,18 @@ struct log_remover {
 
 }  // namespace
 
-std::vector<uint32_t> sent_call::header() const {
-  const auto header = as<std::array<uint32_t, sizeof(kel_asic_reg_access_params_t) / 4>>();
-  return {header.begin(), header.end()};
-}
-
-std::vector<uint32_t> sent_call::words() const {
-  constexpr std::size_t header_size = sizeof(kel_asic_reg_access_params_t);
-  std::vector<uint32_t> result((bytes.size() - header_size) / 4);
-  std::copy(bytes.begin() + header_size, bytes.end(), reinterpret_cast<uint8_t *>(result.data()));
-  return result;
-}
-
-std::vector<uint32_t> request_header(kel_asic_access_type_t type, int module, uint32_t asic,
-                                     uint32_t addr, uint32_t data, uint32_t mask, uint32_t num,
-                                     const char *func, uint32_t line, const char *file,
-                                     uint32_t context) {
-  kel_asic_reg_access_params_t record = {type, module, asic, addr, data, mask, num, {}};
-  record.info.userdata = context;
-  record.info.line = line;
-  std::string(func).copy(record.info.func, sizeof record.info.func - 1);
-  std::string(file).copy(record.info.file, sizeof record.info.file - 1);
-  const auto *bytes = reinterpret_cast<const uint8_t *>(&record);
-  return sent_call{0, 0, sizeof record, {bytes, bytes + sizeof record}}.header();
-}
-
 syserr_t read_reg(const reg_place &place, uint32_t *data) {
   return lib_mrv_asic_read(place.module, place.asic, place.block, place.instance, place.vreg, data,
                            CALLER);
 }
 
-syserr_t write_reg(const reg_place &place, uint32_t data, uint32_t code) {
-  return lib_mrv_asic_write(place.module, place.asic, place.block, place.instance, place.vreg, data,
-                            code, CALLER);
-}
-
-syserr_t write_field(const reg_place &place, uint32_t value, uint32_t mask, uint32_t code) {
-  return lib_mrv_asic_write_field(place.module, place.asic, place.block, place.instance, place.vreg,
-                                  value, mask, code, CALLER);
-}
-
-void open_transaction() {
-  mrv_asic_transaction_start(const_cast<char *>("mine"), 1);
-  lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 0, 0x1234, 5, KEL_ASIC_WR_RAW, CALLER);
-}
-
-kel_asic_xn_t commit() {
-  kel_asic_xn_t sent = {};
-  const std::size_t before = fake().calls.size();
-  mrv_asic_transaction_commit();
-  if (fake().calls.size() > before)
-    sent = fake().calls.back().as<kel_asic_xn_t>();
-  return sent;
-}
-
 fake_platform::fake_platform() {
   uint32_t counts[sizeof limits / sizeof(uint32_t)];
-  for (uint32_t &count : counts)
-    count = 4;
+  std::fill(std::begin(counts), std::end(counts), 4);
   std::memcpy(&limits, counts, sizeof limits);
   limits.max_asic = 0;
   limits.max_hi = 32;
   limits.max_ni = 8;
-}
-
-void fake_platform::fail_calls(int result, int error_number) {
-  answer = [=](uint32_t, void *, uint32_t) {
-    errno = error_number;
-    return result;
-  };
-}
-
-void fake_platform::answer_words(uint32_t num, uint32_t first) {
-  answer = [=](uint32_t case_code, void *record, uint32_t length) {
-    if (case_code != SYSSRV_REG_READ_CASE)
-      return 0;
-    auto *request = static_cast<kel_asic_reg_access_params_t *>(record);
-    request->num = num;
-    for (uint32_t i = 0; i < (length - sizeof *request) / 4; ++i)
-      request->pdata[i] = first + i;
-    return 0;
-  };
 }
 
 fake_platform &fake() {
@@ -181,23 +113,19 @@ libc_faults &faults() {
 }
 
 void libc_faults::arm() {
-  callocs = reallocs = fopens = fseeks = 0;
+  allocates = false;
   outputs[0] = '\0';
   armed = true;
 }
 
 void libc_faults::disarm() {
-  armed = false;
+  armed = fail_calloc = fail_realloc = fail_fopen = fail_fseek = false;
 }
 
 uint32_t fake_base(kel_asic_blk_t block, uint32_t instance) {
   if (block == KEL_ASIC_BLK_XL)
     return 0xFFFFFFFCU - instance * 0x00010000U;
   return 0x10000000U + block * 0x01000000U + instance * 0x00010000U;
-}
-
-uint32_t fake_rreg(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg) {
-  return fake_base(block, instance) + 8 * vreg;
 }
 
 syserr_t initialise() {
@@ -231,18 +159,6 @@ std::vector<std::string> trace_lines() {
   for (std::string line; std::getline(rest, line);)
     lines.push_back(line.size() > 27 ? line.substr(27) : line);
   return lines;
-}
-
-std::string enter_line(const std::string &operation) {
-  return "|t|  0 |   : " + operation + ": Enter";
-}
-
-std::string exit_line(const std::string &operation) {
-  return "|t|  0 |   : " + operation + ": Exit";
-}
-
-std::string detail_line(uint32_t number, const std::string &message) {
-  return "|l|  " + std::to_string(static_cast<int>(number)) + " |   : " + message;
 }
 
 extern "C" {
@@ -293,13 +209,13 @@ const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t asic_ver) {
 // The C library's own names of these parameters are reserved.
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 void *calloc(std::size_t count, std::size_t size) {
-  const bool fail = fails(&faults().callocs, faults().fail_calloc, ENOMEM);
-  return fail ? nullptr : real<void *>("calloc", count, size);
+  faults().allocates |= faults().armed;
+  return fails(&faults().fail_calloc, ENOMEM) ? nullptr : real<void *>("calloc", count, size);
 }
 
 void *realloc(void *block, std::size_t size) {
-  const bool fail = fails(&faults().reallocs, faults().fail_realloc, ENOMEM);
-  return fail ? nullptr : real<void *>("realloc", block, size);
+  faults().allocates |= faults().armed;
+  return fails(&faults().fail_realloc, ENOMEM) ? nullptr : real<void *>("realloc", block, size);
 }
 
 FILE *fopen(const char *path, const char *mode) {
@@ -312,8 +228,7 @@ FILE *fopen64(const char *path, const char *mode) {
 }
 
 int fseek(FILE *stream, long offset, int whence) {
-  const bool fail = fails(&faults().fseeks, faults().fail_fseek, ESPIPE);
-  return fail ? -1 : real<int>("fseek", stream, offset, whence);
+  return fails(&faults().fail_fseek, ESPIPE) ? -1 : real<int>("fseek", stream, offset, whence);
 }
 
 // Under the name by which the library calls it: with 64-bit seconds, also on the 32-bit target.

@@ -45,7 +45,7 @@ TEST(ProgramSweep, writes_a_step_to_each_selected_asic_before_the_next) {
   EXPECT_EQ(sweep(0xFFFFFFFA), (words{0x11, 0x31, 0x12, 0x32}));
   trace_lines();
   EXPECT_EQ(sweep(3), (words{0x31, 0x32}));
-  EXPECT_EQ(trace_lines()[1], detail_line(3, "lib_mrv_asic_pgm: 0 3 3 0 0 1"));
+  EXPECT_EQ(trace_lines()[1], "|l|  3 |   : lib_mrv_asic_pgm: 0 3 3 0 0 1");
   lib_ctx.asic_specific[1] = {};  // the sweep ends there, and so do the numbers
   EXPECT_EQ(sweep(0x8000000F), (words{0x01, 0x02}));
   EXPECT_EQ(sweep(2), words{});
@@ -64,7 +64,11 @@ TEST(SecondAsic, is_checked_and_asked_by_its_own_slot) {
   slot.limits.max_ni = 0;
   slot.funcs.reg_dhs_entry_size = [](kel_asic_blk_t, kel_asic_reg_t, uint32_t) { return 3; };
   uint32_t data[3] = {};
-  fake().answer_words(1, 5);
+  fake().answer = [](uint32_t case_code, void *record, uint32_t) {
+    if (case_code == SYSSRV_REG_READ_CASE)
+      static_cast<kel_asic_reg_access_params_t *>(record)->num = 1;
+    return 0;
+  };
   trace_lines();
   lib_mrv_asic_n_read(0, 1, KEL_ASIC_BLK_HI, 0, 0, data, 3, CALLER);
   for (const auto call : {lib_mrv_asic_read_dhs, lib_mrv_asic_write_dhs})

@@ -18,5 +18,6 @@ TEST(TraceLine, ends_with_one_newline_and_fits_its_buffer) {
   }
   const std::size_t before = log_text().size();
   trace_write(line, 'l', 0x80000000, "%s", std::string(300, 'm').c_str());
-  EXPECT_EQ(log_text().substr(before + 27), detail_line(0x80000000, std::string(140, 'm')) + "\n");
+  EXPECT_EQ(log_text().substr(before + 27),
+            "|l|  -2147483648 |   : " + std::string(140, 'm') + "\n");
 }

@@ -1,4 +1,5 @@
-// The trace: the switch, the log file, the line, and which lines the register operations write.
+// The trace: its marker file, its two outputs, and the line.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -10,19 +11,7 @@
 
 namespace {
 
-using texts = std::vector<std::string>;
-
 uint32_t value;
-
-// Leaves the library uninitialised with its trace on.
-void fail_initialisation() {
-  faults().marker_file = true;
-  faults().fail_calloc = 1;
-  faults().arm();
-  EXPECT_EQ(initialise(), 12U);
-  faults().disarm();
-  trace_lines();
-}
 
 }  // namespace
 
@@ -43,23 +32,26 @@ TEST(Trace, is_off_without_the_marker_file) {
 }
 
 TEST(Trace, is_switched_off_by_a_later_initialisation) {
-  fail_initialisation();
+  faults().marker_file = faults().fail_calloc = true;
+  faults().arm();
+  EXPECT_EQ(initialise(), 12U);
+  faults().disarm();
   faults().marker_file = false;
+  trace_lines();
   EXPECT_EQ(initialise(), 0U);
   read_reg({}, &value);
-  EXPECT_EQ(trace_lines(), texts{});
+  EXPECT_TRUE(trace_lines().empty());
 }
 
 TEST(Trace, goes_to_standard_output_alone_without_a_log) {
-  faults().marker_file = true;
-  faults().fail_fopen = 1;
+  faults().marker_file = faults().fail_fopen = true;
   faults().arm();
   testing::internal::CaptureStdout();
   EXPECT_EQ(initialise(), 0xFFFFFFFF);
   read_reg({}, &value);
   const std::string output = testing::internal::GetCapturedStdout();
   EXPECT_EQ(output.substr(0, 18), "LIB debug enabled:");
-  EXPECT_EQ(output.substr(18 + 27), enter_line("lib_mrv_asic_read") + "\n\n");
+  EXPECT_EQ(output.substr(18 + 27), "|t|  0 |   : lib_mrv_asic_read: Enter\n\n");
   EXPECT_STREQ(faults().outputs, "s");
 }
 
@@ -99,17 +91,32 @@ TEST(Trace, prints_what_a_caller_passes_as_it_is) {
   lib_mrv_asic_init(3, KEL_ASIC_DRIVER_MORVANE, 0, nullptr, 0, "%s%n%d");
   EXPECT_NE((trace_lines().front() + "\n").find(" : Caller %s%n%d\n"), std::string::npos);
   char file[] = "%n%s.c", name[] = "%s%n%x";
-  const std::string rest = ": block HI vreg 0x5 base address 0x13020000 rreg 0x13020028 data 0x1";
+  const std::string rest =
+      ":4294967295: block HI vreg 0x5 base address 0x13020000 rreg 0x13020028 data 0x1";
   for (char *given : {file, static_cast<char *>(nullptr)}) {
     EXPECT_EQ(lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 2, 5, 1, KEL_ASIC_WR_SYMBOLIC, 0, given, -1,
                                  nullptr),
               0U);
     EXPECT_EQ(trace_lines()[1],
-              detail_line(0, (given == nullptr ? "(null)" : "%n%s.c") + (":4294967295" + rest)));
+              (given == nullptr ? "|l|  0 |   : (null)" : "|l|  0 |   : %n%s.c") + rest);
   }
   mrv_asic_transaction_start(name, 0);
-  fake().fail_calls(1);
+  fake().answer = [](uint32_t, void *, uint32_t) { return 1; };
   mrv_asic_transaction_commit();
   EXPECT_EQ(trace_lines()[3],
-            detail_line(0, "LIB: XN <%s%n%x/0> commit failure <rc=1>. asic_typ=Morvane <236>"));
+            "|l|  0 |   : LIB: XN <%s%n%x/0> commit failure <rc=1>. asic_typ=Morvane <236>");
+}
+
+TEST(Trace, changes_no_result_if_it_cannot_be_written) {
+  faults().marker_file = true;
+  faults().log_path = "/dev/full";
+  const int output = dup(STDOUT_FILENO), full = open("/dev/full", O_WRONLY);
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
+  dup2(full, STDOUT_FILENO);
+  const syserr_t initialised = initialise(), on_a_full_disk = read_reg({}, &value);
+  close(STDOUT_FILENO);
+  const syserr_t without_an_output = read_reg({}, &value);
+  dup2(output, STDOUT_FILENO);
+  EXPECT_EQ(initialised | on_a_full_disk | without_an_output, 0U);
+  EXPECT_EQ(fake().calls.size(), 2U);
 }

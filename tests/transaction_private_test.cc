@@ -12,9 +12,11 @@ TEST(PendingTransaction, is_opened_by_an_entry_that_finds_none) {
   EXPECT_EQ(pending_xn.num, 1);
   const kel_asic_xn_entry_t entry = {1, INT32_MIN + 2, 3, 4, 5};
   EXPECT_EQ(std::memcmp(pending_xn.xn, &entry, sizeof entry), 0);
-  const std::string add = "kel_asic_transaction_add", start = "mrv_asic_transaction_start";
-  EXPECT_EQ(trace_lines(), (std::vector<std::string>{enter_line(add), enter_line(start),
-                                                     exit_line(start), exit_line(add)}));
+  EXPECT_EQ(trace_lines(),
+            (std::vector<std::string>{"|t|  0 |   : kel_asic_transaction_add: Enter",
+                                      "|t|  0 |   : mrv_asic_transaction_start: Enter",
+                                      "|t|  0 |   : mrv_asic_transaction_start: Exit",
+                                      "|t|  0 |   : kel_asic_transaction_add: Exit"}));
 }
 
 TEST(PendingTransaction, is_closed_in_three_fields_alone) {
