@@ -126,18 +126,6 @@ struct arguments {
   }
 };
 
-// The arguments of the register operation that is under way; null in any other.
-const arguments *called;
-
-// Whether a field holds a text, cut to its size, with NUL behind it to the end.
-template <std::size_t size>
-bool is_text(const char (&field)[size], const char *text) {
-  std::array<char, size> expected = {};
-  if (text != nullptr)
-    std::strncpy(expected.data(), text, size - 1);
-  return std::memcmp(field, expected.data(), size) == 0;
-}
-
 void check_request(uint32_t case_code, const kel_asic_reg_access_params_t &request,
                    uint32_t length) {
   require(is_terminated(request.info.func) && is_terminated(request.info.file), "caller's texts");
@@ -151,16 +139,6 @@ void check_request(uint32_t case_code, const kel_asic_reg_access_params_t &reque
   const bool is_read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
   require(request.type <= TYPE_WRITE_DHS, "type of a request");
   require(case_code != (is_read ? SYSSRV_REG_WRITE_CASE : SYSSRV_REG_READ_CASE), "its case");
-  if (called == nullptr)
-    return;
-  require(request.module == called->module && request.asic == called->asic, "module and ASIC");
-  const bool is_write = request.type == TYPE_WRITE, is_field = request.type == TYPE_WRITE_FIELD;
-  require(request.data == (is_write || is_field ? called->value : 0), "data");
-  require(request.mask == (is_field ? called->mask : 0xFFFFFFFF), "mask");
-  require(request.info.userdata == called->context, "context");
-  require(request.info.line == static_cast<uint32_t>(called->line), "line");
-  require(is_text(request.info.func, called->func), "func");
-  require(is_text(request.info.file, called->file), "file");
 }
 
 uint32_t *array_or_null(uint32_t words) {
@@ -228,10 +206,8 @@ void check_helpers(arguments &with) {
 // Calls a register operation with the arguments that each has, and its own.
 template <typename Operation, typename... Own>
 void at_register(Operation operation, const arguments &with, Own... own) {
-  called = &with;
   operation(with.module, with.asic, with.block, with.instance, with.vreg, own..., with.context,
             with.file, with.line, with.func);
-  called = nullptr;
 }
 
 template <decltype(lib_mrv_asic_read_dhs) operation>

@@ -18,11 +18,7 @@
 #include "platform/system_service.h"
 #include "virtual_platform.h"
 
-namespace {
-
-std::atomic<int> allocations = 0;
-
-}  // namespace
+static std::atomic<int> allocations = 0;
 
 [[gnu::noinline]] void *operator new(std::size_t size) {
   ++allocations;
@@ -51,7 +47,7 @@ using cxx_pairs::steps;
 using cxx_pairs::there;
 using cxx_pairs::values;
 
-// What reached the service: the records, without the caller of a request and without the words that
+// The records that reached the service, without the caller of a request and without the words that
 // a read only has room for.
 std::vector<std::string> calls;
 
@@ -73,11 +69,7 @@ morvane::session card;
 // Whether another thread finds the lock taken.
 bool is_locked() {
   bool locked = true;
-  std::thread([&] {
-    locked = !card.try_lock();
-    if (!locked)
-      card.unlock();
-  }).join();
+  std::thread([&] { locked = !std::unique_lock(card, std::try_to_lock); }).join();
   return locked;
 }
 
@@ -189,7 +181,6 @@ TEST_F(Cxx, names_each_code_and_says_what_to_do) {
   const std::error_code no_such = morvane::to_error_code(KEL_ASIC_SYSERR_SERVICE | ENXIO);
   EXPECT_EQ(no_such, std::errc::no_such_device_or_address);
   EXPECT_NE(no_such, std::errc::io_error);
-  EXPECT_NE(no_such.message().find(std::strerror(ENXIO)), std::string::npos);
   EXPECT_EQ(morvane::to_error_code(KEL_ASIC_SYSERR_SERVICE_ANSWER), std::errc::io_error);
   EXPECT_EQ(morvane::to_error_code(12), morvane::errc::no_buffer);
   EXPECT_EQ(morvane::to_error_code(12), std::errc::not_enough_memory);
@@ -197,12 +188,8 @@ TEST_F(Cxx, names_each_code_and_says_what_to_do) {
   EXPECT_EQ(morvane::to_error_code(SYSERR_KEL_ASIC_INVALID_ARG), std::errc::invalid_argument);
   EXPECT_FALSE(morvane::to_error_code(0));
   std::string messages = morvane::error_category().name();
-  for (const syserr_t code :
-       {0U, 12U, ~0U, uint32_t{SYSERR_KEL_ASIC_UNINIT}, uint32_t{SYSERR_KEL_ASIC_INVALID_ARG},
-        uint32_t{SYSERR_KEL_ASIC_MALLOC}, KEL_ASIC_SYSERR_SERVICE_ANSWER,
-        KEL_ASIC_SYSERR_SERVICE | 1, static_cast<syserr_t>(morvane::errc::wrong_size),
-        static_cast<syserr_t>(morvane::errc::already_open),
-        static_cast<syserr_t>(morvane::errc::not_verified)})
+  for (const uint32_t code : {0U, 12U, ~0U, 0x4223002EU, 0x42230003U, 0x42230002U, 0x82230005U,
+                              0x82230001U, 0x43230001U, 0x43230002U, 0x43230003U})
     messages += "\n" + morvane::error_category().message(static_cast<int>(code));
   EXPECT_EQ(messages, kMessages);
 }
@@ -226,12 +213,8 @@ void expect_block(Enumeration end) {
   EXPECT_TRUE(beyond) << end;
 }
 
-template <typename... Enumeration>
-void expect_blocks(Enumeration... end) {
-  (expect_block(end), ...);
-}
-
 TEST_F(Cxx, takes_the_block_from_the_type_of_the_register) {
+  const auto expect_blocks = [](auto... end) { (expect_block(end), ...); };
   expect_blocks(
       KEL_ASIC_SS_NUM_ENUM, KEL_ASIC_HR_NUM_ENUM, KEL_ASIC_NR_NUM_ENUM, KEL_ASIC_HI_NUM_ENUM,
       KEL_ASIC_NI_NUM_ENUM, KEL_ASIC_SI_NUM_ENUM, KEL_ASIC_HF_NUM_ENUM, KEL_ASIC_NF_NUM_ENUM,
@@ -307,35 +290,32 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   EXPECT_EQ(morvane::table(at(HF_DHS_RESULT_00_OFFSET, 0).on(second)).words(), 0U);
   EXPECT_EQ(morvane::max_words, (UINT32_MAX - sizeof(kel_asic_reg_access_params_t)) / 4);
   uint32_t narrow[2][4] = {};
-  const auto refused = calls_of([&] {
-    for (const auto &refuse : std::vector<std::function<void()>>{
-             [&] { morvane::write_entries(runtime, 0, nine, ec); },
-             [&] { morvane::read_entries(policers, 0, out, ec); },
-             [&] { morvane::read_entries(policers, 0, narrow, ec); }}) {
-      refuse();
-      EXPECT_EQ(ec, morvane::errc::wrong_size);
-      EXPECT_EQ(ec, std::errc::invalid_argument);
-    }
-    for (const auto &refuse : std::vector<std::function<void()>>{
-             [&] { morvane::read_entries(morvane::table(plain), 0, out, ec); },
-             [&] { (void)morvane::read_entries(at(HF_DHS_RESULT_00_OFFSET, 0), 0, 1, ec); },
-             [&] {
-               morvane::read_entries(morvane::table(at(HF_DHS_POL_OFFSET, 0), 4), 0, out, ec);
-             },
-             [&] { (void)morvane::read_block(plain, morvane::max_words + 1, ec); },
-             [&] { (void)morvane::read_rows(policers, 0, morvane::max_words / 8 + 1, ec); },
-             [&] { (void)morvane::get_qos_stats(morvane::hif(256), ec); },
-             [&] { morvane::clear_all_qos_stats({256}, ec); },
-             [&] {
-               morvane::prog_sp_timer(1, {0, 256}, ec);
-             },
-             [&] { morvane::sfp_validation_failed(morvane::nif(256), ec); }}) {
-      ec.clear();
-      refuse();
-      EXPECT_EQ(ec, SYSERR_KEL_ASIC_INVALID_ARG);
-    }
-  });
-  EXPECT_TRUE(refused.empty());
+  const std::error_code invalid = morvane::to_error_code(SYSERR_KEL_ASIC_INVALID_ARG);
+  const std::pair<std::error_code, std::function<void()>> refusals[] = {
+      {morvane::errc::wrong_size, [&] { morvane::write_entries(runtime, 0, nine, ec); }},
+      {morvane::errc::wrong_size, [&] { morvane::read_entries(policers, 0, out, ec); }},
+      {morvane::errc::wrong_size, [&] { morvane::read_entries(policers, 0, narrow, ec); }},
+      {invalid, [&] { morvane::read_entries(morvane::table(plain), 0, out, ec); }},
+      {invalid, [&] { (void)morvane::read_entries(at(HF_DHS_RESULT_00_OFFSET, 0), 0, 1, ec); }},
+      {invalid,
+       [&] { morvane::read_entries(morvane::table(at(HF_DHS_POL_OFFSET, 0), 4), 0, out, ec); }},
+      {invalid, [&] { (void)morvane::read_block(plain, morvane::max_words + 1, ec); }},
+      {invalid, [&] { (void)morvane::read_rows(policers, 0, morvane::max_words / 8 + 1, ec); }},
+      {invalid, [&] { (void)morvane::get_qos_stats(morvane::hif(256), ec); }},
+      {invalid, [&] { morvane::clear_all_qos_stats({256}, ec); }},
+      {invalid,
+       [&] {
+         morvane::prog_sp_timer(1, {0, 256}, ec);
+       }},
+      {invalid, [&] { morvane::sfp_validation_failed(morvane::nif(256), ec); }}};
+  calls.clear();
+  for (const auto &[code, refuse] : refusals) {
+    ec.clear();
+    refuse();
+    EXPECT_EQ(ec, code);
+    EXPECT_EQ(ec, std::errc::invalid_argument);
+  }
+  EXPECT_TRUE(calls.empty());
   EXPECT_EQ(out, std::vector<uint32_t>(9, 77));
 }
 
@@ -450,33 +430,28 @@ TEST_F(Cxx, shows_statistics_by_value) {
     EXPECT_EQ(morvane::qos_stats(state).tx_in_xoff(), !receive);
   }
   const auto &[pause, ss_dhs, oq, by_direction] = filled;
-  struct Scalar {  // no pair, whose constructor would bind a reference to a counter that is not
-                   // aligned
-    uint64_t shown;
-    uint64_t counter;
-  };
-  const Scalar scalars[] = {{all.flow_ctrl(), pause.flow_ctrl},
-                            {all.rx_xoff(), pause.rx_xoff_cnt},
-                            {all.rx_xon(), pause.rx_xon_cnt},
-                            {all.tx_xoff(), pause.tx_xoff_cnt},
-                            {all.tx_xon(), pause.tx_xon_cnt},
-                            {all.tx_pfc(), pause.tx_pfc_cnt},
-                            {all.rx_pfc(), pause.rx_pfc_cnt},
-                            {all.rx_in_xoff(), pause.rx_xoff_status != 0},
-                            {all.tx_in_xoff(), pause.tx_xoff_status != 0},
-                            {all.tx_pfc_xoff()[7], pause.tx_pfc_xoff_cnt[7]},
-                            {all.rx_pfc_xoff()[7], pause.rx_pfc_xoff_cnt[7]},
-                            {all.writes_received()[7], ss_dhs.wr_rcvd_cnt[7]},
-                            {all.writes_discarded(), ss_dhs.wr_discard_cnt},
-                            {all.multicast_writes_discarded(), ss_dhs.wr_discard_mcast_cnt},
-                            {all.write_errors(), ss_dhs.wr_rcvd_err_cnt},
-                            {all.reads_sent()[7], ss_dhs.rd_sent_cnt[7]},
-                            {all.queue_flushes(), oq.flush_cnt},
-                            {all.queue_timeouts(), oq.tout_cnt},
-                            {all.n2h_drops()[5][7], by_direction.n2h_drops[5][7]},
-                            {all.h2n_drops()[5][7], by_direction.h2n_drops[5][7]}};
+  const uint64_t scalars[][2] = {{all.flow_ctrl(), pause.flow_ctrl},
+                                 {all.rx_xoff(), pause.rx_xoff_cnt},
+                                 {all.rx_xon(), pause.rx_xon_cnt},
+                                 {all.tx_xoff(), pause.tx_xoff_cnt},
+                                 {all.tx_xon(), pause.tx_xon_cnt},
+                                 {all.tx_pfc(), pause.tx_pfc_cnt},
+                                 {all.rx_pfc(), pause.rx_pfc_cnt},
+                                 {all.rx_in_xoff(), pause.rx_xoff_status != 0},
+                                 {all.tx_in_xoff(), pause.tx_xoff_status != 0},
+                                 {all.tx_pfc_xoff()[7], pause.tx_pfc_xoff_cnt[7]},
+                                 {all.rx_pfc_xoff()[7], pause.rx_pfc_xoff_cnt[7]},
+                                 {all.writes_received()[7], ss_dhs.wr_rcvd_cnt[7]},
+                                 {all.writes_discarded(), ss_dhs.wr_discard_cnt},
+                                 {all.multicast_writes_discarded(), ss_dhs.wr_discard_mcast_cnt},
+                                 {all.write_errors(), ss_dhs.wr_rcvd_err_cnt},
+                                 {all.reads_sent()[7], ss_dhs.rd_sent_cnt[7]},
+                                 {all.queue_flushes(), oq.flush_cnt},
+                                 {all.queue_timeouts(), oq.tout_cnt},
+                                 {all.n2h_drops()[5][7], by_direction.n2h_drops[5][7]},
+                                 {all.h2n_drops()[5][7], by_direction.h2n_drops[5][7]}};
   for (const auto &[shown, counter] : scalars)
-    EXPECT_EQ(shown, counter) << &shown - &scalars[0].shown;
+    EXPECT_EQ(shown, counter);
 }
 
 TEST_F(Cxx, holds_the_lock_of_a_session_for_operations_and_returns_what_they_return) {
@@ -495,7 +470,7 @@ TEST_F(Cxx, holds_the_lock_of_a_session_for_operations_and_returns_what_they_ret
 }
 
 TEST_F(Cxx, keeps_threads_apart) {
-  constexpr uint32_t kThreads = 4, kRounds = 200;
+  constexpr uint32_t kThreads = 4, kRounds = 50;
   std::vector<std::thread> threads;
   calls.clear();
   for (uint32_t id = 1; id <= kThreads; ++id)

@@ -16,62 +16,39 @@ set(version_node MORVANEUSD_1.0)
 set(platform cardcfg_card_get_sw_card_id cardcfg_get_real_asic_type kel_asic_get_all_base_table
   kel_asic_get_all_reg_table morvane_lib_init sse_call2)
 
-# Runs a program on the library and gives its output as a list of lines.
-function(inspect result)
-  execute_process(COMMAND ${ARGN} ${LIBRARY} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
-  string(REGEX MATCHALL "[^\n]+" lines "${output}")
-  set(${result} ${lines} PARENT_SCOPE)
-endfunction()
-
-function(expect_same what actual expected)
+# expect(WHAT FILE EXPECTED LINES REMOVED PROGRAM...): the lines that the program prints of the file and
+# that match LINES are the expected ones, once each match of REMOVED is removed.
+function(expect what file expected lines removed)
+  execute_process(COMMAND ${ARGN} ${file} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL "[^\n]+" actual "${output}")
+  list(FILTER actual INCLUDE REGEX "${lines}")
+  list(TRANSFORM actual REPLACE "${removed}" "")
   list(SORT actual)
   list(SORT expected)
   if(NOT actual STREQUAL expected)
-    message(SEND_ERROR "${what}:\n  ${actual}\nexpected:\n  ${expected}")
+    message(SEND_ERROR "${what} ${file}:\n  ${actual}\nexpected:\n  ${expected}")
   endif()
 endfunction()
 
-inspect(defined ${NM} -D --defined-only)
-list(TRANSFORM defined REPLACE "^[0-9a-f]+ [A-Z] " "")
-list(TRANSFORM defined REPLACE "^${version_node}@@.*" "${version_node}")  # as some nm print it
-set(versioned ${interface})
-list(TRANSFORM versioned APPEND "@@${version_node}")
-expect_same("Exported" "${defined}" "${versioned};${version_node}")
+set(defined ${NM} -D --defined-only)
+set(undefined ${NM} -D --undefined-only)
+set(dynamic_section ${READELF} -dW)
+set(around_value ".*\\[|\\].*")
+expect("Exported by" ${LIBRARY} "${interface};${version_node}" "."
+  "^[0-9a-f]+ [A-Z] |@@${version_node}$" ${defined})
+expect("Exported by" ${RECORDER} "sse_call2" "." "^[0-9a-f]+ [A-Z] " ${defined})
+expect("SONAME of" ${LIBRARY} "libmorvaneusd.so.1" "\\(SONAME\\)" "${around_value}" ${dynamic_section})
 
-inspect(dynamic ${READELF} -dW)
-set(needed ${dynamic})
-list(FILTER dynamic INCLUDE REGEX "\\(SONAME\\)")
-list(TRANSFORM dynamic REPLACE ".*\\[(.*)\\].*" "\\1")
-expect_same("SONAME" "${dynamic}" "libmorvaneusd.so.1")
-
-# Sanitizers and coverage bring libraries of their own.
+# Sanitizers and coverage bring their own libraries.
 if(INSTRUMENTED)
   return()
 endif()
-list(FILTER needed INCLUDE REGEX "\\(NEEDED\\)")
-list(TRANSFORM needed REPLACE ".*\\[(.*)\\].*" "\\1")
-expect_same("NEEDED" "${needed}" "libc.so.6")
-
-inspect(undefined ${NM} -D --undefined-only)
-set(allocators ${undefined})
-list(FILTER undefined EXCLUDE REGEX "@GLIBC_| w ")
-list(TRANSFORM undefined REPLACE "^ +U " "")
-expect_same("Undefined, but for the C library" "${undefined}" "${platform}")
-
-# Those of which the tests count the calls.
-list(FILTER allocators INCLUDE REGEX "alloc|free|memalign")
-list(TRANSFORM allocators REPLACE "^ +U ([a-z_]+)@.*" "\\1")
-expect_same("Allocators" "${allocators}" "calloc;realloc")
-
-# The recorder stands in for one function, and a call of it allocates nothing.
-set(LIBRARY ${RECORDER})
-inspect(defined ${NM} -D --defined-only)
-list(TRANSFORM defined REPLACE "^[0-9a-f]+ [A-Z] " "")
-expect_same("Exported by the recorder" "${defined}" "sse_call2")
-inspect(needed ${READELF} -dW)
-list(FILTER needed INCLUDE REGEX "\\(NEEDED\\)")
-list(TRANSFORM needed REPLACE ".*\\[(.*)\\].*" "\\1")
-expect_same("NEEDED by the recorder" "${needed}" "libc.so.6")
-inspect(undefined ${NM} -D --undefined-only)
-list(FILTER undefined INCLUDE REGEX " [a-z_]*([mce]alloc|memalign|free)@")
-expect_same("Allocators of the recorder" "${undefined}" "")
+foreach(file ${LIBRARY} ${RECORDER})
+  expect("NEEDED by" ${file} "libc.so.6" "\\(NEEDED\\)" "${around_value}" ${dynamic_section})
+endforeach()
+expect("Undefined, except the C library, in" ${LIBRARY} "${platform}" " U [^@]+(@([^G]|G[^L]).*)?$"
+  "^ +U " ${undefined})
+# The tests count the calls of these. A call of the recorder allocates nothing.
+set(allocators " U [a-z_]*(alloc|memalign|free)@")
+expect("Allocators of" ${LIBRARY} "calloc;realloc" "${allocators}" "^ +U |@.*" ${undefined})
+expect("Allocators of" ${RECORDER} "" " U [a-z_]*([mce]alloc|memalign|free)@" "" ${undefined})
