@@ -26,9 +26,18 @@ void keep(Value &value) {
   asm volatile("" : "+m"(value) : : "memory");
 }
 
+// Makes a C call that receives into a value, and delivers that.
+template <typename Value, typename Call>
+syserr_t into(Value value, Call call) {
+  const syserr_t result = call(value);
+  keep(value);
+  return result;
+}
+
 #define AT_PLAIN 1, 0, KEL_ASIC_BLK_HI, 2, 40
 #define AT_POLICERS 1, 0, KEL_ASIC_BLK_HF, 3, HF_DHS_POL_OFFSET
 #define HOST_PORT 1, 0, CARDCFG_PORT_TYPE_HIF, 3
+#define C(...) [] { return __VA_ARGS__; }
 // Throws without an argument; with a std::error_code it reports there.
 #define CXX(operation, ...)                                                    \
   [](auto &...ec) noexcept(noexcept(morvane::operation(__VA_ARGS__, ec...))) { \
@@ -38,124 +47,77 @@ void keep(Value &value) {
 // Calls visit(name, c, cxx) for each pair. A name begins with the name of the C++ operation.
 template <typename Visit>
 void visit_pairs(Visit visit) {
-  visit(
-      "read",
-      [] {
-        uint32_t value = 0;
-        const syserr_t result = lib_mrv_asic_read(AT_PLAIN, &value, KEL_ASIC_HERE);
-        keep(value);
-        return result;
-      },
-      CXX(read, there));
-  visit(
-      "write", [] { return lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, KEL_ASIC_HERE); },
-      CXX(write, there, 7));
-  visit(
-      "write, raw",
-      [] {
-        return lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW,
-                                  KEL_ASIC_HERE);
-      },
-      CXX(write, morvane::raw(0x102000A0, second), 7));
-  visit(
-      "write, command", [] { return lib_mrv_asic_link_pause_disable(HOST_PORT); },
-      CXX(write, morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0));
-  visit(
-      "write_field",
-      [] { return lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, KEL_ASIC_HERE); },
-      CXX(write_field, there, 6, 15));
-  visit(
-      "read_block 16", [] { return lib_mrv_asic_n_read(AT_PLAIN, values, 16, KEL_ASIC_HERE); },
-      CXX(read_block, there, values));
-  visit(
-      "read_block 16, a vector",
-      [] {
-        std::vector<uint32_t> words(16);
-        const syserr_t result = lib_mrv_asic_n_read(AT_PLAIN, words.data(), 16, KEL_ASIC_HERE);
-        keep(words);
-        return result;
-      },
-      CXX(read_block, there, 16));
-  visit(
-      "read_entries 2",
-      [] { return lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, KEL_ASIC_HERE); },
-      CXX(read_entries, policers, 4, values));
-  visit(
-      "read_entries 2, a vector",
-      [] {
-        std::vector<uint32_t> words(16);
-        const syserr_t result =
-            lib_mrv_asic_read_dhs(AT_POLICERS, 4, words.data(), 2, KEL_ASIC_HERE);
-        keep(words);
-        return result;
-      },
-      CXX(read_entries, policers, 4, 2));
-  visit(
-      "read_rows 2",
-      [] {
-        std::vector<std::array<uint32_t, 8>> rows(2);
-        const syserr_t result =
-            lib_mrv_asic_read_dhs(AT_POLICERS, 4, rows[0].data(), 2, KEL_ASIC_HERE);
-        keep(rows);
-        return result;
-      },
-      CXX(read_rows, policers, 4, 2));
-  visit(
-      "read_row",
-      [] {
-        std::array<uint32_t, 8> row = {};
-        const syserr_t result = lib_mrv_asic_read_dhs(AT_POLICERS, 4, row.data(), 1, KEL_ASIC_HERE);
-        keep(row);
-        return result;
-      },
-      CXX(read_row, policers, 4));
-  visit(
-      "write_entries 2",
-      [] { return lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, KEL_ASIC_HERE); },
-      CXX(write_entries, policers, 4, values));
-  visit(
-      "run 2 steps", [] { return lib_mrv_asic_pgm(1, 0, steps.data(), 2, KEL_ASIC_HERE); },
-      CXX(run, steps, second));
-  visit(
-      "get_qos_stats",
-      [] {
-        kel_asic_qos_stats_t record;
-        const syserr_t result = lib_mrv_asic_get_qos_stats(HOST_PORT, &record, 0);
-        keep(record);
-        return result;
-      },
-      CXX(get_qos_stats, host));
-  visit(
-      "clear_qos_stats", [] { return lib_mrv_asic_clear_qos_stats(HOST_PORT, 0); },
-      CXX(clear_qos_stats, host));
-  visit(
-      "clear_all_qos_stats", [] { return lib_mrv_asic_clear_all_qos_stats(1, 0, 0); },
-      CXX(clear_all_qos_stats, second));
-  visit(
-      "link_pause_enable", [] { return lib_mrv_asic_link_pause_enable(HOST_PORT); },
-      CXX(link_pause_enable, host));
-  visit(
-      "link_pause_disable", [] { return lib_mrv_asic_link_pause_disable(HOST_PORT); },
-      CXX(link_pause_disable, host));
-  visit(
-      "set_nodrop_class_map", [] { return lib_mrv_asic_set_nodrop_class_map(1, 0, 9); },
-      CXX(set_nodrop_class_map, 9, second));
-  visit(
-      "sfp_validation_failed", [] { return lib_mrv_asic_sfp_validation_failed(HOST_PORT); },
-      CXX(sfp_validation_failed, host));
-  visit(
-      "prog_sp_timer", [] { return lib_mrv_asic_prog_sp_timer(1, 0, 77); },
-      CXX(prog_sp_timer, 77, second));
-  visit(
-      "clear_all_drop_counters", [] { return lib_mrv_asic_clear_all_drop_counters(); },
-      [](auto &...ec) noexcept(noexcept(morvane::clear_all_drop_counters(ec...))) {
-        morvane::clear_all_drop_counters(ec...);
-      });
+  constexpr auto read_block = [](auto &to) {
+    return lib_mrv_asic_n_read(AT_PLAIN, to.data(), 16, KEL_ASIC_HERE);
+  };
+  constexpr auto read_two = [](auto &to) {
+    return lib_mrv_asic_read_dhs(AT_POLICERS, 4, to.data(), 2, KEL_ASIC_HERE);
+  };
+  constexpr auto read_rows = [](auto &to) {
+    return lib_mrv_asic_read_dhs(AT_POLICERS, 4, to[0].data(), 2, KEL_ASIC_HERE);
+  };
+  constexpr auto read_row = [](auto &to) {
+    return lib_mrv_asic_read_dhs(AT_POLICERS, 4, to.data(), 1, KEL_ASIC_HERE);
+  };
+  constexpr auto get_qos = [] {
+    kel_asic_qos_stats_t record;
+    const syserr_t result = lib_mrv_asic_get_qos_stats(HOST_PORT, &record, 0);
+    keep(record);
+    return result;
+  };
+  visit("read",
+        C(into(0U, [](auto &to) { return lib_mrv_asic_read(AT_PLAIN, &to, KEL_ASIC_HERE); })),
+        CXX(read, there));
+  visit("write", C(lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, KEL_ASIC_HERE)),
+        CXX(write, there, 7));
+  visit("write, raw",
+        C(lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW,
+                             KEL_ASIC_HERE)),
+        CXX(write, morvane::raw(0x102000A0, second), 7));
+  visit("write, command", C(lib_mrv_asic_link_pause_disable(HOST_PORT)),
+        CXX(write, morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0));
+  visit("write_field",
+        C(lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, KEL_ASIC_HERE)),
+        CXX(write_field, there, 6, 15));
+  visit("read_block 16", C(lib_mrv_asic_n_read(AT_PLAIN, values, 16, KEL_ASIC_HERE)),
+        CXX(read_block, there, values));
+  visit("read_block 16, a vector", C(into(std::vector<uint32_t>(16), read_block)),
+        CXX(read_block, there, 16));
+  visit("read_entries 2", C(lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, KEL_ASIC_HERE)),
+        CXX(read_entries, policers, 4, values));
+  visit("read_entries 2, a vector", C(into(std::vector<uint32_t>(16), read_two)),
+        CXX(read_entries, policers, 4, 2));
+  visit("read_rows 2", C(into(std::vector<std::array<uint32_t, 8>>(2), read_rows)),
+        CXX(read_rows, policers, 4, 2));
+  visit("read_row", C(into(std::array<uint32_t, 8>(), read_row)), CXX(read_row, policers, 4));
+  visit("write_entries 2", C(lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, KEL_ASIC_HERE)),
+        CXX(write_entries, policers, 4, values));
+  visit("run 2 steps", C(lib_mrv_asic_pgm(1, 0, steps.data(), 2, KEL_ASIC_HERE)),
+        CXX(run, steps, second));
+  visit("get_qos_stats", get_qos, CXX(get_qos_stats, host));
+  visit("clear_qos_stats", C(lib_mrv_asic_clear_qos_stats(HOST_PORT, 0)),
+        CXX(clear_qos_stats, host));
+  visit("clear_all_qos_stats", C(lib_mrv_asic_clear_all_qos_stats(1, 0, 0)),
+        CXX(clear_all_qos_stats, second));
+  visit("link_pause_enable", C(lib_mrv_asic_link_pause_enable(HOST_PORT)),
+        CXX(link_pause_enable, host));
+  visit("link_pause_disable", C(lib_mrv_asic_link_pause_disable(HOST_PORT)),
+        CXX(link_pause_disable, host));
+  visit("set_nodrop_class_map", C(lib_mrv_asic_set_nodrop_class_map(1, 0, 9)),
+        CXX(set_nodrop_class_map, 9, second));
+  visit("sfp_validation_failed", C(lib_mrv_asic_sfp_validation_failed(HOST_PORT)),
+        CXX(sfp_validation_failed, host));
+  visit("prog_sp_timer", C(lib_mrv_asic_prog_sp_timer(1, 0, 77)), CXX(prog_sp_timer, 77, second));
+  visit("clear_all_drop_counters", C(lib_mrv_asic_clear_all_drop_counters()),
+        [](auto &...ec) noexcept(noexcept(morvane::clear_all_drop_counters(ec...))) {
+          morvane::clear_all_drop_counters(ec...);
+        });
 }
 
 #undef AT_PLAIN
 #undef AT_POLICERS
 #undef HOST_PORT
+#undef C
 #undef CXX
 
 }  // namespace cxx_pairs
