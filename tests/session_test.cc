@@ -375,7 +375,6 @@ class session : public testing::Test {
       if (line.rfind("  ", 0) != 0)
         actual += line + "\n" + run_line(arguments(line));
     }
-    if (std::getenv("ACTUAL"))
       std::ofstream(std::string("/tmp/w-libtests/actual/") +
                     testing::UnitTest::GetInstance()->current_test_info()->name())
           << actual;  // TEMP
