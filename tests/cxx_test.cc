@@ -469,37 +469,4 @@ TEST_F(Cxx, holds_the_lock_of_a_session_for_operations_and_returns_what_they_ret
   EXPECT_FALSE(is_locked());
 }
 
-TEST_F(Cxx, keeps_threads_apart) {
-  constexpr uint32_t kThreads = 4, kRounds = 50;
-  std::vector<std::thread> threads;
-  calls.clear();
-  for (uint32_t id = 1; id <= kThreads; ++id)
-    threads.emplace_back([id] {
-      for (uint32_t round = 0; round < kRounds; ++round) {
-        {
-          morvane::session::batch mine(card, std::to_string(id).c_str());
-          for (int write = 0; write < 3; ++write) {
-            card([id] { morvane::write(plain, id); });
-            std::this_thread::yield();
-          }
-        }
-        card([] { morvane::write(there, morvane::read(there) + 1); });
-      }
-    });
-  for (std::thread &thread : threads)
-    thread.join();
-  EXPECT_EQ(morvane::read(there), kThreads * kRounds);
-  uint32_t batches = 0;
-  for (const std::string &call : calls) {
-    if (call.size() < sizeof(kel_asic_xn_t))
-      continue;
-    const kel_asic_xn_t sent = transaction(call);
-    ASSERT_EQ(sent.num, 3);
-    for (int i = 0; i < sent.num; ++i)
-      ASSERT_EQ(std::to_string(sent.xn[i].data), sent.name);
-    ++batches;
-  }
-  EXPECT_EQ(batches, kThreads * kRounds);
-}
-
 }  // namespace

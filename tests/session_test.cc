@@ -375,9 +375,9 @@ class session : public testing::Test {
       if (line.rfind("  ", 0) != 0)
         actual += line + "\n" + run_line(arguments(line));
     }
-      std::ofstream(std::string("/tmp/w-libtests/actual/") +
-                    testing::UnitTest::GetInstance()->current_test_info()->name())
-          << actual;  // TEMP
+    std::ofstream(std::string("/tmp/w-libtests/actual/") +
+                  testing::UnitTest::GetInstance()->current_test_info()->name())
+        << actual;  // TEMP
     EXPECT_EQ(actual, expected_);
   }
 
