@@ -37,6 +37,7 @@ syserr_t into(Value value, Call call) {
 #define AT_PLAIN 1, 0, KEL_ASIC_BLK_HI, 2, 40
 #define AT_POLICERS 1, 0, KEL_ASIC_BLK_HF, 3, HF_DHS_POL_OFFSET
 #define HOST_PORT 1, 0, CARDCFG_PORT_TYPE_HIF, 3
+#define C_CALLER 0, const_cast<char *>(__FILE__), __LINE__, "operator()"
 #define C(...) [] { return __VA_ARGS__; }
 // Throws without an argument; with a std::error_code it reports there.
 #define CXX(operation, ...)                                                    \
@@ -44,55 +45,53 @@ syserr_t into(Value value, Call call) {
     return morvane::operation(__VA_ARGS__, ec...);                             \
   }
 
+inline constexpr auto read_block = [](auto &to) {
+  return lib_mrv_asic_n_read(AT_PLAIN, to.data(), 16, C_CALLER);
+};
+inline constexpr auto read_two = [](auto &to) {
+  return lib_mrv_asic_read_dhs(AT_POLICERS, 4, to.data(), 2, C_CALLER);
+};
+inline constexpr auto read_rows = [](auto &to) {
+  return lib_mrv_asic_read_dhs(AT_POLICERS, 4, to[0].data(), 2, C_CALLER);
+};
+inline constexpr auto read_row = [](auto &to) {
+  return lib_mrv_asic_read_dhs(AT_POLICERS, 4, to.data(), 1, C_CALLER);
+};
+
 // Calls visit(name, c, cxx) for each pair. A name begins with the name of the C++ operation.
 template <typename Visit>
 void visit_pairs(Visit visit) {
-  constexpr auto read_block = [](auto &to) {
-    return lib_mrv_asic_n_read(AT_PLAIN, to.data(), 16, KEL_ASIC_HERE);
-  };
-  constexpr auto read_two = [](auto &to) {
-    return lib_mrv_asic_read_dhs(AT_POLICERS, 4, to.data(), 2, KEL_ASIC_HERE);
-  };
-  constexpr auto read_rows = [](auto &to) {
-    return lib_mrv_asic_read_dhs(AT_POLICERS, 4, to[0].data(), 2, KEL_ASIC_HERE);
-  };
-  constexpr auto read_row = [](auto &to) {
-    return lib_mrv_asic_read_dhs(AT_POLICERS, 4, to.data(), 1, KEL_ASIC_HERE);
-  };
   constexpr auto get_qos = [] {
     kel_asic_qos_stats_t record;
     const syserr_t result = lib_mrv_asic_get_qos_stats(HOST_PORT, &record, 0);
     keep(record);
     return result;
   };
-  visit("read",
-        C(into(0U, [](auto &to) { return lib_mrv_asic_read(AT_PLAIN, &to, KEL_ASIC_HERE); })),
+  visit("read", C(into(0U, [](auto &to) { return lib_mrv_asic_read(AT_PLAIN, &to, C_CALLER); })),
         CXX(read, there));
-  visit("write", C(lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, KEL_ASIC_HERE)),
+  visit("write", C(lib_mrv_asic_write(AT_PLAIN, 7, KEL_ASIC_WR_SYMBOLIC, C_CALLER)),
         CXX(write, there, 7));
   visit("write, raw",
-        C(lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW,
-                             KEL_ASIC_HERE)),
+        C(lib_mrv_asic_write(1, 0, KEL_ASIC_BLK_HI, 0, 0x102000A0, 7, KEL_ASIC_WR_RAW, C_CALLER)),
         CXX(write, morvane::raw(0x102000A0, second), 7));
   visit("write, command", C(lib_mrv_asic_link_pause_disable(HOST_PORT)),
         CXX(write, morvane::command(KEL_ASIC_CMD_LINK_PAUSE_DISABLE, host), 0));
-  visit("write_field",
-        C(lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, KEL_ASIC_HERE)),
+  visit("write_field", C(lib_mrv_asic_write_field(AT_PLAIN, 6, 15, KEL_ASIC_WR_SYMBOLIC, C_CALLER)),
         CXX(write_field, there, 6, 15));
-  visit("read_block 16", C(lib_mrv_asic_n_read(AT_PLAIN, values, 16, KEL_ASIC_HERE)),
+  visit("read_block 16", C(lib_mrv_asic_n_read(AT_PLAIN, values, 16, C_CALLER)),
         CXX(read_block, there, values));
   visit("read_block 16, a vector", C(into(std::vector<uint32_t>(16), read_block)),
         CXX(read_block, there, 16));
-  visit("read_entries 2", C(lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, KEL_ASIC_HERE)),
+  visit("read_entries 2", C(lib_mrv_asic_read_dhs(AT_POLICERS, 4, values, 2, C_CALLER)),
         CXX(read_entries, policers, 4, values));
   visit("read_entries 2, a vector", C(into(std::vector<uint32_t>(16), read_two)),
         CXX(read_entries, policers, 4, 2));
   visit("read_rows 2", C(into(std::vector<std::array<uint32_t, 8>>(2), read_rows)),
         CXX(read_rows, policers, 4, 2));
   visit("read_row", C(into(std::array<uint32_t, 8>(), read_row)), CXX(read_row, policers, 4));
-  visit("write_entries 2", C(lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, KEL_ASIC_HERE)),
+  visit("write_entries 2", C(lib_mrv_asic_write_dhs(AT_POLICERS, 4, values, 2, C_CALLER)),
         CXX(write_entries, policers, 4, values));
-  visit("run 2 steps", C(lib_mrv_asic_pgm(1, 0, steps.data(), 2, KEL_ASIC_HERE)),
+  visit("run 2 steps", C(lib_mrv_asic_pgm(1, 0, steps.data(), 2, C_CALLER)),
         CXX(run, steps, second));
   visit("get_qos_stats", get_qos, CXX(get_qos_stats, host));
   visit("clear_qos_stats", C(lib_mrv_asic_clear_qos_stats(HOST_PORT, 0)),
@@ -117,6 +116,7 @@ void visit_pairs(Visit visit) {
 #undef AT_PLAIN
 #undef AT_POLICERS
 #undef HOST_PORT
+#undef C_CALLER
 #undef C
 #undef CXX
 

@@ -228,11 +228,12 @@ std::string words_text(const uint32_t *begin, const uint32_t *end) {
     const uint32_t step = next != end ? *next - *word : 0;
     while (step <= 1 && next != end && *next - next[-1] == step)
       ++next;
-    if (next - word <= 3)
-      next = word + 1;
-    const std::string times = next - word > 3 && step == 0 ? std::to_string(next - word) + "*" : "";
-    const std::string last = next - word > 3 && step == 1 ? ".." + word_text(next[-1]) : "";
-    text += " " + times + word_text(*word) + last;
+    const bool is_run = next - word > 3;
+    next = is_run ? next : word + 1;
+    text += is_run && step == 0 ? " " + std::to_string(next - word) + "*" : " ";
+    text += word_text(*word);
+    if (is_run && step == 1)
+      text += ".." + word_text(next[-1]);
     word = next;
   }
   const auto add = [](uint32_t sum, uint32_t word) { return sum * 16777619 + word; };
