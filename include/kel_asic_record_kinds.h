@@ -182,4 +182,56 @@ static inline int kel_asic_record_error(uint32_t case_code, const void *record, 
   }
 }
 
+/**
+ * Returns whether a write of the complete register to this address is a command.
+ *
+ * @param address the address
+ *
+ * @return 1 for the address of a command, else 0
+ */
+static inline int kel_asic_is_command(uint32_t address) {
+  switch (address) {
+    case KEL_ASIC_CMD_CLEAR_DROP_COUNTERS:
+    case KEL_ASIC_CMD_NODROP_CLASS_MAP:
+    case KEL_ASIC_CMD_LINK_PAUSE_ENABLE:
+    case KEL_ASIC_CMD_LINK_PAUSE_DISABLE:
+    case KEL_ASIC_CMD_SFP_VALIDATION_FAILED:
+      return 1;
+    default:
+      return 0;
+  }
+}
+
+/**
+ * Returns the name of the operation that a call requests, as recordings and faults show it.
+ *
+ * @param case_code the case code of the call
+ * @param record    the record; not NULL
+ * @param length    its length in bytes
+ *
+ * @return its name, at most 15 characters; NULL if the record is not well-formed
+ */
+static inline const char *kel_asic_operation(uint32_t case_code, const void *record,
+                                             uint32_t length) {
+  static const char *const register_names[] = {"read", "write", "write-field", "read-run",
+                                               "write-run"};
+  static const char *const qos_names[] = {"qos-get", "qos-clear", "qos-clear-all"};
+  if (kel_asic_record_error(case_code, record, length) != 0)
+    return NULL;
+  const uint32_t type = kel_asic_record_field(record, 0); /* of a register or QoS record */
+  switch (kel_asic_record_kind(case_code, length)) {
+    case KEL_ASIC_RECORD_REGISTER:
+      return type == TYPE_WRITE && kel_asic_is_command(kel_asic_record_field(
+                                       record, offsetof(kel_asic_reg_access_params_t, addr)))
+                 ? "command"
+                 : register_names[type];
+    case KEL_ASIC_RECORD_QOS:
+      return qos_names[type];
+    case KEL_ASIC_RECORD_TRANSACTION:
+      return "transaction";
+    default:
+      return "sp-timer";
+  }
+}
+
 #endif

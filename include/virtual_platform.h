@@ -106,9 +106,42 @@ typedef struct vp_client {
  */
 int vp_clients(const vp_client **clients, uint32_t *count);
 
+/** The switch that a process uses. 64 bytes. */
+typedef struct vp_switch {
+  uint64_t generation; /**< 0: another number after each start, reset and restore of the switch */
+  uint64_t age_ms;     /**< 8: milliseconds since then */
+  uint64_t time_ms;  /**< 16: its time, which ::vp_set_time can stop; equal to the age otherwise */
+  uint32_t stopped;  /**< 24: 1 if its time is stopped, else 0 */
+  int32_t process;   /**< 28: the process that has the switch; 0 if it is not visible here */
+  uint32_t shared;   /**< 32: 1 if it is the switch of a morvaned, 0 if it is private */
+  uint32_t modules;  /**< 36: number of its modules */
+  uint32_t card;     /**< 40: software identifier of its card */
+  uint32_t faults;   /**< 44: number of its faults, see ::vp_add_fault */
+  uint32_t flows;    /**< 48: number of its steady flows, see ::vp_add_flow */
+  uint32_t clients;  /**< 52: number of its clients; 1 if it is private */
+  uint64_t reserved; /**< 56: 0 */
+} vp_switch;
+
 /**
- * Restores the initial state: the default card, an empty switch, and in this process no pending
- * fault and no watcher.
+ * Shows the switch that this process uses. A client that keeps the generation notices that the
+ * switch was restarted, and is empty.
+ *
+ * @param shown receives it
+ * @retval 0      shown
+ * @retval EFAULT shown is null
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_switch_info(vp_switch *shown);
+
+/**
+ * @return the address of the switch, as ::vp_connect takes it; null if the switch is private. Valid
+ * until the next ::vp_connect
+ */
+const char *vp_switch_address(void);
+
+/**
+ * Restores the initial state: the default card, an empty switch without faults and flows whose time
+ * runs, and in this process no watcher.
  *
  * @return 0; with a switch of morvaned, also an errno of the table above
  */
@@ -129,37 +162,133 @@ int vp_set_card(uint32_t device_type, uint16_t sw_card_id);
  */
 uint16_t vp_sw_card_id(void);
 
-/**
- * Makes the next service call of this process fail: it returns -1 and reaches no driver. Several
- * failures and answers form a queue; each of them takes one call.
- *
- * @param error_number the errno of that call
- */
-void vp_fail_next_call(int error_number);
+/** What a fault does to a call that it hits. */
+typedef enum vp_fault_action KEL_ENUM32 {
+  VP_FAULT_NONE = 0,   /**< nothing except the delay */
+  VP_FAULT_ERRNO = 1,  /**< the call fails with the errno `value` and reaches no ASIC */
+  VP_FAULT_ANSWER = 2, /**< the call returns `value` and reaches no ASIC; below 0 with errno EIO */
+  VP_FAULT_NUM = 3     /**< the answer to a read of several words says that it has `value` words */
+} vp_fault_action;
+
+/** Bits of vp_fault::conditions. A call matches if it meets all conditions that are set. */
+enum {
+  VP_IF_REGISTER = 1,  /**< it reads or writes one of the addresses, also in a transaction entry */
+  VP_IF_PORT = 2,      /**< it is a command or a QoS request for the port */
+  VP_IF_OPERATION = 4, /**< its operation has this name */
+  VP_IF_WRITE = 8,     /**< it changes something */
+  VP_IF_CALLER = 16,   /**< its caller's file or function contains the text */
+  VP_IF_PROCESS = 32,  /**< the process makes it */
+  VP_IF_PROGRAM = 64,  /**< a process of the program makes it */
+  VP_IF_SELF = 128     /**< the client that added the fault makes it */
+};
+
+/** Maximum number of faults. */
+#define VP_FAULTS_MAX 64
 
 /**
- * Makes the next service call of this process return this result, without reaching a driver. It
- * joins the queue of ::vp_fail_next_call.
+ * A fault: a rule of the switch that makes service calls fail, wait, or answer wrongly. The first
+ * fault that matches a call and is not used up hits it; later ones do not see the call. 160 bytes.
+ *
+ * Of the calls that match, the first `skip` are not hit, then every `every`th, until the fault has
+ * hit `times` calls.
+ */
+typedef struct vp_fault {
+  uint32_t number;        /**< 0: its number, from 1; set by the switch */
+  vp_fault_action action; /**< 4: what it does */
+  int32_t value;          /**< 8: the errno (1 to 4095), result or number of words */
+  uint32_t min_delay_us;  /**< 12: shortest delay in microseconds; other clients do not wait */
+  uint32_t max_delay_us;  /**< 16: longest delay, at most an hour */
+  uint32_t seed;          /**< 20: of the delays between the two; equal seeds, equal delays */
+  uint32_t conditions;    /**< 24: which calls match; 0: all */
+  int32_t module;         /**< 28: module of the addresses or port */
+  uint32_t asic;          /**< 32: ASIC of the addresses or port */
+  uint32_t address;       /**< 36: first address */
+  uint32_t size;          /**< 40: bytes from there, a multiple of 4 */
+  uint32_t stride;        /**< 44: distance to the same addresses of the next instance */
+  uint32_t instances;     /**< 48: number of instances, 1 to 64 */
+  uint32_t port_type;     /**< 52: port type (::cardcfg_port_type_t) */
+  uint32_t port;          /**< 56: port number */
+  int32_t process;        /**< 60: the process */
+  uint32_t skip;          /**< 64: matching calls that are not hit at first */
+  uint32_t every;         /**< 68: then every second, third ... matching call is hit; 1: each */
+  uint32_t times;         /**< 72: calls to hit; 0: no limit */
+  uint32_t reserved;      /**< 76: 0 */
+  uint64_t matches;       /**< 80: calls that matched so far; set by the switch */
+  uint64_t hits;          /**< 88: calls that were hit so far; set by the switch */
+  char operation[16];     /**< 96: the operation, as kel_asic_operation() names it */
+  char program[16];       /**< 112: the program, NUL-padded */
+  char caller[32];        /**< 128: text of the caller, NUL-padded */
+} vp_fault;
+
+/**
+ * Adds a fault behind those that exist. If there are ::VP_FAULTS_MAX already, it replaces the
+ * oldest one that is used up.
+ *
+ * @param fault the fault; `number`, `matches` and `hits` are ignored
+ * @retval 0      added
+ * @retval EFAULT fault is null
+ * @retval EINVAL a value is out of range, or a text does not end
+ * @retval ENOSPC there are ::VP_FAULTS_MAX faults, none of them used up
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_add_fault(const vp_fault *fault);
+
+/**
+ * Lists the faults in their order, those that are used up included.
+ *
+ * @param faults receives the list; valid until the next call or control
+ * @param count  receives the number of faults in it
+ * @retval 0      listed
+ * @retval EFAULT faults or count is null
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_faults(const vp_fault **faults, uint32_t *count);
+
+/**
+ * Removes a fault.
+ *
+ * @param number its number; 0 for all faults
+ * @retval 0      removed
+ * @retval ENOENT there is no such fault
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_remove_fault(uint32_t number);
+
+/**
+ * Adds a fault that makes the next service call of this process fail. Several of these form a
+ * queue.
+ *
+ * @param error_number the errno of that call, 1 to 4095
+ * @return as ::vp_add_fault
+ */
+int vp_fail_next_call(int error_number);
+
+/**
+ * Adds a fault that makes the next service call of this process return this result, without
+ * reaching an ASIC.
  *
  * @param result the result; 0 reports a success that did not happen, below 0 comes with errno EIO
+ * @return as ::vp_add_fault
  */
-void vp_answer_next_call(int result);
+int vp_answer_next_call(int result);
 
 /**
- * Makes the next successful answer to a block read of this process report another number of words.
- * The words themselves do not change.
+ * Adds a fault that makes the answer to the next block read of this process report another number
+ * of words. The words themselves do not change.
  *
  * @param num the number in the answer
+ * @return as ::vp_add_fault
  */
-void vp_answer_next_num(uint32_t num);
+int vp_answer_next_num(uint32_t num);
 
 /**
- * Delays the next calls. This replaces an earlier delay.
+ * Adds a fault that delays the next calls of this process.
  *
- * @param milliseconds the delay of each call; 0 for none
- * @param calls        number of calls
+ * @param milliseconds the delay of each call, at most 3,600,000 (an hour)
+ * @param calls        number of calls, 1 or more
+ * @return as ::vp_add_fault
  */
-void vp_delay_calls(uint32_t milliseconds, uint32_t calls);
+int vp_delay_calls(uint32_t milliseconds, uint32_t calls);
 
 /** A service call as a watcher sees it. */
 typedef struct vp_call {
@@ -234,6 +363,54 @@ typedef struct vp_traffic {
  */
 int vp_add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
                    const vp_traffic *traffic);
+
+/** Maximum number of steady flows. */
+#define VP_FLOWS_MAX 256
+
+/**
+ * Starts steady traffic on a port: so many frames in each second of the switch's time, until
+ * ::vp_stop_flows or a reset. It counts as ::vp_add_traffic does, with one XOFF and one XON in each
+ * second that has frames in excess. It replaces the flow of the same port, direction and class.
+ *
+ * @param module    module number, 0 to 3
+ * @param asic      ASIC number, 0
+ * @param port_type ::CARDCFG_PORT_TYPE_NIF or ::CARDCFG_PORT_TYPE_HIF
+ * @param port      port number within its type
+ * @param rate      the frames per second, at most 1,000,000,000
+ * @retval 0      started
+ * @retval ENXIO  the ASIC has no such port
+ * @retval EINVAL there is no such class or direction, more excess than frames, or too many frames
+ * @retval ENOSPC there are ::VP_FLOWS_MAX flows
+ * @retval EFAULT rate is null
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_add_flow(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
+                const vp_traffic *rate);
+
+/**
+ * Stops the steady traffic of a port, or of all ports of an ASIC.
+ *
+ * @param module    module number, 0 to 3
+ * @param asic      ASIC number, 0
+ * @param port_type port type; ::CARDCFG_PORT_TYPE_MAX for all ports
+ * @param port      port number within its type
+ * @retval 0     stopped
+ * @retval ENXIO the ASIC has no such port
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_stop_flows(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port);
+
+/**
+ * Stops the time of the switch and moves it on, or lets it run again. Steady traffic follows it;
+ * delays do not.
+ *
+ * @param run        0 to stop the time, 1 to let it run
+ * @param advance_ms milliseconds to move it on, at most 366 days
+ * @retval 0      done
+ * @retval EINVAL a value is out of range
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_set_time(uint32_t run, uint64_t advance_ms);
 
 /** The settings that commands made on an ASIC. */
 typedef struct vp_asic_state {

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/resource.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -80,12 +82,14 @@ Server::Server(Service &service, Log &log, int listener, int signals, const Limi
       signals_(signals),
       limits_(limits),
       verbose_(verbose),
-      epoll_(epoll_create1(EPOLL_CLOEXEC)) {
+      epoll_(epoll_create1(EPOLL_CLOEXEC)),
+      timer_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
   raise_file_limit(limits.clients);
-  if (epoll_.get() < 0)
+  if (epoll_.get() < 0 || timer_.get() < 0)
     throw StartError(std::string("cannot make the event loop: ") + std::strerror(errno));
   watch(signals_, &signals_);
   watch(listener_, &listener_);
+  watch(timer_.get(), &timer_);
 }
 
 bool Server::wait_for(uint32_t events, int operation, int descriptor, void *what) {
@@ -112,6 +116,8 @@ void Server::run() {
         stopping_ = true;
       else if (what == &listener_)
         accept_clients();
+      else if (what == &timer_)
+        send_held();
       else
         turn(*static_cast<Client *>(what), events[i].events);
     }
@@ -214,6 +220,8 @@ bool Server::has_room_for(const Peer &peer) const {
 // Receives what has arrived, serves one request, and sends the reply.
 void Server::turn(Client &client, uint32_t events) {
   const char *why = nullptr;
+  if (client.is_held && (events & (EPOLLHUP | EPOLLERR)) != 0)
+    return end(client, "disconnected before reading its reply");
   try {
     if ((events & EPOLLIN) != 0)
       why = receive(client);
@@ -221,6 +229,8 @@ void Server::turn(Client &client, uint32_t events) {
       why = send(client);
     if (why == nullptr && client.connection.is_ready()) {
       client.connection.serve_one();
+      if (client.peer->reply_time > Clock::now())
+        return hold(client);
       why = send(client);
     }
   } catch (const std::bad_alloc &) {
@@ -279,6 +289,46 @@ void Server::wait_for_more(Client &client) {
     return;
   client.events = events;
   wait_for(events, EPOLL_CTL_MOD, client.socket.get(), &client);
+}
+
+// Keeps the reply of a client until its time, while others are served.
+void Server::hold(Client &client) {
+  client.is_held = true;
+  if (client.expects_io)
+    --awaited_;
+  client.expects_io = false;
+  client.events = 0;
+  wait_for(0, EPOLL_CTL_MOD, client.socket.get(), &client);
+  set_timer();
+}
+
+void Server::send_held() {
+  const Clock::time_point now = Clock::now();
+  for (auto next = clients_.begin(); next != clients_.end();) {
+    Client &client = **next++;
+    if (!client.is_held || client.peer->reply_time > now)
+      continue;
+    client.is_held = false;
+    turn(client, 0);
+  }
+  set_timer();
+}
+
+// For the first of the replies that are held.
+void Server::set_timer() {
+  Clock::time_point first = Clock::time_point::max();
+  for (const auto &client : clients_) {
+    if (client->is_held)
+      first = std::min(first, client->peer->reply_time);
+  }
+  itimerspec setting = {};  // no timer
+  if (first != Clock::time_point::max()) {
+    const auto time = first.time_since_epoch();
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    setting.it_value = {static_cast<time_t>(seconds.count()),
+                        static_cast<long>((time - seconds) / std::chrono::nanoseconds(1))};
+  }
+  timerfd_settime(timer_.get(), TFD_TIMER_ABSTIME, &setting, nullptr);
 }
 
 const char *Server::timeout_reason(const Client &client) {

@@ -42,6 +42,7 @@ class Server {
     uint32_t events = 0;     // for which the loop waits
     bool expects_io = true;  // its hello or the rest of a message is missing, or replies are unread
     int ticks = 0;           // since then, or since its last progress
+    bool is_held = false;    // its reply waits for its time
   };
 
   bool wait_for(uint32_t events, int operation, int descriptor, void *what);
@@ -57,6 +58,9 @@ class Server {
   static const char *receive(Client &client);
   static const char *send(Client &client);
   void wait_for_more(Client &client);
+  void hold(Client &client);
+  void send_held();
+  void set_timer();
   static const char *timeout_reason(const Client &client);
   void reap_idle();
   void end(Client &client, const char *why);
@@ -68,6 +72,7 @@ class Server {
   Limits limits_;
   bool verbose_;
   Descriptor epoll_;
+  Descriptor timer_;  // expires at the time of the next held reply
   std::list<std::unique_ptr<Client>> clients_;
   bool listening_ = true;
   std::size_t awaited_ = 0;  // clients that the service expects I/O of

@@ -15,13 +15,8 @@ using remote::Header;
 constexpr int kRecordsOfPool = 8;
 constexpr int kRecordsOfUser = 2;
 
-// A record of the messages, which may be unaligned. The check of the header has shown that the body
-// is long enough.
-template <typename Record>
-Record record_at(const uint8_t *bytes) {
-  Record record;
-  std::memcpy(&record, bytes, sizeof record);
-  return record;
+CallingClient client_of(const Peer &peer) {
+  return {peer.serial, peer.process, peer.program.c_str()};
 }
 
 uint64_t milliseconds_since(Clock::time_point then) {
@@ -73,8 +68,9 @@ Header Service::serve(Peer &peer, const Header &request, uint8_t *body, Bytes &o
     return serve_call(peer, request, body);
   try {
     Bytes answer;
-    const bool allowed = peer.may_control || request.kind == remote::kCard;
-    const int error = allowed ? control(request, body, answer) : EPERM;
+    const bool allowed =
+        peer.may_control || request.kind == remote::kCard || request.kind == remote::kShowSwitch;
+    const int error = allowed ? control(peer, request.kind, body, answer) : EPERM;
     const Header reply = answer_to(request, error, answer.size());
     if (!answer.empty()) {
       append(out, &reply, sizeof reply);
@@ -88,57 +84,35 @@ Header Service::serve(Peer &peer, const Header &request, uint8_t *body, Bytes &o
 }
 
 Header Service::serve_call(Peer &peer, const Header &request, uint8_t *body) {
-  const int error =
-      switch_.driver.handle(request.case_code, request.driver_id, body, request.length);
+  const VirtualSwitch::Outcome outcome =
+      switch_.call({request.case_code, request.driver_id, body, request.length}, client_of(peer));
   const bool is_read =
       request.case_code == SYSSRV_REG_READ_CASE || request.case_code == SYSSRV_MEM_READ_CASE;
   ++peer.calls;
-  peer.failures += error != 0 ? 1 : 0;
+  peer.failures += outcome.result != 0 ? 1 : 0;
   peer.last_case = request.case_code;
-  peer.last_error = error;
+  peer.last_error = outcome.error_number;
   peer.last_call = Clock::now();
-  return answer_to(request, error, error == 0 && is_read ? request.length : 0);
+  peer.reply_time = peer.last_call + std::chrono::microseconds(outcome.delay_us);
+  Header answer =
+      answer_to(request, outcome.error_number, outcome.result == 0 && is_read ? request.length : 0);
+  answer.result = outcome.result;
+  return answer;
 }
 
 // Requests other than service calls: 0 and the body of the answer, or the errno of the refusal.
-int Service::control(const Header &request, const uint8_t *body, Bytes &answer) {
-  switch (request.kind) {
-    case remote::kCard: {
-      const remote::Card card = {switch_.device_type, switch_.sw_card_id};
-      append(answer, &card, sizeof card);
-      return 0;
-    }
-    case remote::kSetCard: {
-      const auto card = record_at<remote::Card>(body);
-      if (card.sw_card_id > UINT16_MAX)
-        return EINVAL;
-      switch_.device_type = card.device_type;
-      switch_.sw_card_id = static_cast<uint16_t>(card.sw_card_id);
-      return 0;
-    }
-    case remote::kAddTraffic: {
-      const auto added = record_at<remote::Traffic>(body);
-      return switch_.driver.add_traffic(added.asic.module, added.asic.asic,
-                                        static_cast<cardcfg_port_type_t>(added.port_type),
-                                        added.port, added.traffic);
-    }
-    case remote::kReset:
-      switch_ = VirtualSwitch();
-      return 0;
-    case remote::kShowAsic: {
-      const auto number = record_at<remote::AsicNumber>(body);
-      const VirtualAsic *const asic = switch_.driver.find_asic(number.module, number.asic);
-      if (asic == nullptr)
-        return ENXIO;
-      append(answer, &asic->commands, sizeof asic->commands);
-      return 0;
-    }
-    case remote::kListClients:
-      answer = client_list();
-      return 0;
-    default:
-      return ENOSYS;
+int Service::control(const Peer &peer, uint32_t kind, const uint8_t *body, Bytes &answer) {
+  if (kind == remote::kListClients) {
+    answer = client_list();
+    return 0;
   }
+  const int error = switch_.control(kind, body, client_of(peer), answer);
+  if (kind == remote::kShowSwitch) {
+    auto &shown = *reinterpret_cast<vp_switch *>(answer.data());
+    shown.shared = 1;
+    shown.clients = static_cast<uint32_t>(peers_.size());
+  }
+  return error;
 }
 
 Bytes Service::client_list() const {

@@ -20,6 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 // The client at the other end of a connection.
 struct Peer {
+  uint64_t serial = 0;  // from 1; no two clients have the same
   pid_t process = 0;
   uid_t user = 0;
   bool may_control = false;  // root or the service's user; else a member of the group
@@ -31,6 +32,7 @@ struct Peer {
   uint64_t buffered = 0;  // bytes of its messages, received and to be sent
   Clock::time_point came = Clock::now();
   Clock::time_point last_call = came;
+  Clock::time_point reply_time = came;  // a fault delays the reply until then
 };
 
 class Service {
@@ -50,6 +52,7 @@ class Service {
 
   // Peers stay where they are until they leave.
   std::list<Peer>::iterator enter(Peer peer) {
+    peer.serial = ++last_serial_;
     return peers_.insert(peers_.end(), std::move(peer));
   }
   void leave(std::list<Peer>::iterator peer) { peers_.erase(peer); }
@@ -57,11 +60,12 @@ class Service {
 
  private:
   remote::Header serve_call(Peer &peer, const remote::Header &request, uint8_t *body);
-  int control(const remote::Header &request, const uint8_t *body, Bytes &answer);
+  int control(const Peer &peer, uint32_t kind, const uint8_t *body, Bytes &answer);
   Bytes client_list() const;
 
   VirtualSwitch switch_;
   std::list<Peer> peers_;
+  uint64_t last_serial_ = 0;
   uint32_t max_record_;
 };
 

@@ -42,7 +42,7 @@ using remote::Header;
 using remote::Hello;
 
 constexpr Hello kGoodHello = {remote::kMagic, remote::kVersion, 0, 0, 0};
-constexpr Hello kServiceHello = {remote::kMagic, remote::kVersion, 0, 1 << 24, 0};
+constexpr Hello kServiceHello = {remote::kMagic, remote::kVersion, remote::kFeatures, 1 << 24, 0};
 constexpr uint32_t kRecord = sizeof(kel_asic_reg_access_params_t);
 using Record = std::array<uint32_t, kRecord / 4>;
 
@@ -654,7 +654,7 @@ TEST_F(SwitchService, has_room_for_so_many_long_records_at_once_and_for_short_on
   send_parts(geteuid());
   expect_log("disconnected: receive buffers exhausted");
   EXPECT_EQ(receive(others.back(), 1000),
-            bytes_of(Hello{remote::kMagic, remote::kVersion, 0, length, 0},
+            bytes_of(Hello{remote::kMagic, remote::kVersion, remote::kFeatures, length, 0},
                      Header{1, remote::kCall, 0, 0, -1, ENOBUFS, 0}));
   EXPECT_EQ(sse_call2(SYSSRV_REG_READ_CASE, &params, length), -1);
   EXPECT_EQ(errno, ENOBUFS);

@@ -244,32 +244,36 @@ int DriverService::qos_stats(kel_asic_qos_stats_params_t &request) {
   return 0;
 }
 
-int DriverService::add_traffic(uint32_t module, uint32_t asic_number, cardcfg_port_type_t port_type,
-                               uint32_t port, const vp_traffic &traffic) {
-  VirtualAsic *const asic = find_asic(module, asic_number);
-  kel_asic_qos_stats_t *const stats = asic == nullptr ? nullptr : asic->find_port(port_type, port);
-  if (stats == nullptr)
+bool DriverService::has_port(const PortPlace &place) {
+  VirtualAsic *const asic = find_asic(place.module, place.asic);
+  return asic != nullptr && asic->find_port(place.port_type, place.port) != nullptr;
+}
+
+int DriverService::check_traffic(const PortPlace &place, const vp_traffic &traffic) {
+  if (!has_port(place))
     return ENXIO;
+  const bool is_valid = (traffic.direction == VP_N2H || traffic.direction == VP_H2N) &&
+                        traffic.traffic_class <= 7 && traffic.excess <= traffic.frames;
+  return is_valid ? 0 : EINVAL;
+}
+
+void DriverService::count_traffic(const PortPlace &place, const vp_traffic &traffic,
+                                  uint64_t pauses) {
+  VirtualAsic &asic = *find_asic(place.module, place.asic);
+  kel_asic_qos_stats_t &stats = *asic.find_port(place.port_type, place.port);
   const uint32_t traffic_class = traffic.traffic_class;
-  if ((traffic.direction != VP_N2H && traffic.direction != VP_H2N) || traffic_class > 7 ||
-      traffic.excess > traffic.frames) {
-    return EINVAL;
-  }
-  stats->ss_dhs.wr_rcvd_cnt[traffic_class] += traffic.frames;
-  stats->ss_dhs.rd_sent_cnt[traffic_class] += traffic.frames;
-  if (traffic.excess == 0)
-    return 0;
-  if ((asic->commands.nodrop_class_map >> traffic_class & 1) != 0) {
-    ++stats->pause.tx_pfc_xoff_cnt[traffic_class];
-    stats->pause.tx_pfc_cnt += 2;
-  } else if (stats->pause.flow_ctrl != 0) {
-    ++stats->pause.tx_xoff_cnt;
-    ++stats->pause.tx_xon_cnt;
+  stats.ss_dhs.wr_rcvd_cnt[traffic_class] += traffic.frames;
+  stats.ss_dhs.rd_sent_cnt[traffic_class] += traffic.frames;
+  if ((asic.commands.nodrop_class_map >> traffic_class & 1) != 0) {
+    stats.pause.tx_pfc_xoff_cnt[traffic_class] += pauses;
+    stats.pause.tx_pfc_cnt += 2 * pauses;
+  } else if (stats.pause.flow_ctrl != 0) {
+    stats.pause.tx_xoff_cnt += pauses;
+    stats.pause.tx_xon_cnt += pauses;
   } else {
-    stats->ss_dhs.rd_sent_cnt[traffic_class] -= traffic.excess;
-    stats->ss_dhs.wr_discard_cnt += traffic.excess;
-    (traffic.direction == VP_N2H ? stats->drops.n2h_drops
-                                 : stats->drops.h2n_drops)[0][traffic_class] += traffic.excess;
+    stats.ss_dhs.rd_sent_cnt[traffic_class] -= traffic.excess;
+    stats.ss_dhs.wr_discard_cnt += traffic.excess;
+    (traffic.direction == VP_N2H ? stats.drops.n2h_drops
+                                 : stats.drops.h2n_drops)[0][traffic_class] += traffic.excess;
   }
-  return 0;
 }

@@ -12,6 +12,13 @@
 #include "virtual_platform.h"
 #include "word_store.h"
 
+struct PortPlace {
+  uint32_t module;
+  uint32_t asic;
+  cardcfg_port_type_t port_type;
+  uint32_t port;
+};
+
 // The state of one ASIC.
 struct VirtualAsic {
   WordStore words;
@@ -30,8 +37,14 @@ class DriverService {
   // Handles a record, which is not null and has length bytes, and writes the answer into it.
   int handle(uint32_t case_code, uint32_t driver_id, void *record, uint32_t length);
 
-  int add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
-                  const vp_traffic &traffic);
+  // 0 if the port exists and can have such traffic, else an errno.
+  int check_traffic(const PortPlace &place, const vp_traffic &traffic);
+
+  // Counts traffic that has passed the check. Excess frames that are held back, are so in this
+  // number of pauses.
+  void count_traffic(const PortPlace &place, const vp_traffic &traffic, uint64_t pauses);
+
+  bool has_port(const PortPlace &place);
 
   // The ASIC, or null if the switch does not have it.
   VirtualAsic *find_asic(uint32_t module, uint32_t asic) {

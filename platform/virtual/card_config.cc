@@ -5,16 +5,12 @@
 
 #include "own_switch.h"
 #include "virtual_platform.h"
-#include "wire/switch_client.h"
 
 namespace {
 
 // 0 or an errno.
 int find_card(remote::Card &card) {
-  if (remote::is_remote())
-    return remote::control_request(remote::kCard, nullptr, 0, &card, sizeof card);
-  card = {own_switch().device_type, own_switch().sw_card_id};
-  return 0;
+  return request_control(remote::kCard, nullptr, 0, &card, sizeof card);
 }
 
 }  // namespace
@@ -36,13 +32,7 @@ int cardcfg_card_get_sw_card_id(uint32_t /*slot*/, uint16_t *sw_card_id) {
 }
 
 int vp_set_card(uint32_t device_type, uint16_t sw_card_id) {
-  if (remote::is_remote()) {
-    const remote::Card card = {device_type, sw_card_id};
-    return remote::control_request(remote::kSetCard, &card, sizeof card, nullptr, 0);
-  }
-  own_switch().device_type = device_type;
-  own_switch().sw_card_id = sw_card_id;
-  return 0;
+  return send_control(remote::kSetCard, remote::Card{device_type, sw_card_id});
 }
 
 uint16_t vp_sw_card_id(void) {

@@ -1,25 +1,36 @@
 #include "messages.h"
 
+#include <string.h>
+
 namespace remote {
 namespace {
 
 constexpr int32_t kMaxErrno = 4095;
 
-// Lengths of the bodies by kind; 0 if the header gives the length.
+// Lengths of the bodies by kind. The answer may be a list of up to max_entries. A service call
+// gives the lengths in its header.
 struct Lengths {
   uint32_t request;
   uint32_t answer;
+  uint32_t max_entries;
 };
 
 constexpr Lengths kLengths[kEndOfKinds] = {
-    {0, 0},
-    {0, 0},  // kCall
-    {0, sizeof(Card)},
-    {sizeof(Card), 0},
-    {sizeof(Traffic), 0},
-    {0, 0},
-    {sizeof(AsicNumber), sizeof(vp_asic_state)},
-    {0, 0},  // kListClients
+    {0, 0, 0},
+    {0, 0, 0},  // kCall
+    {0, sizeof(Card), 1},
+    {sizeof(Card), 0, 1},
+    {sizeof(Traffic), 0, 1},
+    {0, 0, 1},
+    {sizeof(AsicNumber), sizeof(vp_asic_state), 1},
+    {0, sizeof(vp_client), kMaxClients},
+    {0, sizeof(vp_switch), 1},
+    {sizeof(vp_fault), 0, 1},
+    {0, sizeof(vp_fault), VP_FAULTS_MAX},
+    {sizeof(FaultNumber), 0, 1},
+    {sizeof(Traffic), 0, 1},
+    {sizeof(Port), 0, 1},
+    {sizeof(Time), 0, 1},
 };
 
 bool has_answer_length(const Header &answer, const Header &request) {
@@ -27,16 +38,42 @@ bool has_answer_length(const Header &answer, const Header &request) {
     return answer.length == 0;
   if (request.kind == kCall)
     return answer.length == 0 || answer.length == request.length;
-  if (request.kind == kListClients) {
-    return answer.length % sizeof(vp_client) == 0 &&
-           answer.length / sizeof(vp_client) <= kMaxClients;
-  }
-  return answer.length == kLengths[request.kind].answer;
+  const Lengths &lengths = kLengths[request.kind];
+  if (lengths.max_entries == 1)
+    return answer.length == lengths.answer;
+  return answer.length % lengths.answer == 0 &&
+         answer.length / lengths.answer <= lengths.max_entries;
+}
+
+template <size_t kSize>
+bool ends(const char (&text)[kSize]) {
+  return memchr(text, '\0', kSize) != nullptr;
+}
+
+bool is_valid(const Card &card) {
+  return card.sw_card_id <= UINT16_MAX;
 }
 
 bool is_valid(const vp_client &client) {
-  return client.process >= 0 && is_errno_or_zero(client.last_error) &&
-         client.program[sizeof client.program - 1] == '\0';
+  return client.process >= 0 && is_errno_or_zero(client.last_error) && ends(client.program);
+}
+
+bool is_valid(const vp_switch &shown) {
+  return shown.process >= 0;
+}
+
+bool is_valid(const vp_fault &fault) {
+  return fault.action <= VP_FAULT_NUM && ends(fault.operation) && ends(fault.program) &&
+         ends(fault.caller);
+}
+
+template <typename Entry>
+bool has_valid_entries(const Header &answer, const void *body) {
+  const auto *entry = static_cast<const Entry *>(body);
+  const auto *const end = entry + answer.length / sizeof(Entry);
+  while (entry != end && is_valid(*entry))
+    ++entry;
+  return entry == end;
 }
 
 }  // namespace
@@ -77,17 +114,18 @@ bool is_valid_reply(const Header &answer, const Header &request) {
 }
 
 bool is_valid_body(const Header &answer, const void *body) {
-  if (answer.result != 0)
-    return true;
-  if (answer.kind == kCard)
-    return static_cast<const Card *>(body)->sw_card_id <= UINT16_MAX;
-  if (answer.kind != kListClients)
-    return true;
-  const auto *client = static_cast<const vp_client *>(body);
-  const auto *const end = client + answer.length / sizeof(vp_client);
-  while (client != end && is_valid(*client))
-    ++client;
-  return client == end;
+  switch (answer.kind) {
+    case kCard:
+      return has_valid_entries<Card>(answer, body);
+    case kListClients:
+      return has_valid_entries<vp_client>(answer, body);
+    case kShowSwitch:
+      return has_valid_entries<vp_switch>(answer, body);
+    case kListFaults:
+      return has_valid_entries<vp_fault>(answer, body);
+    default:
+      return true;
+  }
 }
 
 }  // namespace remote

@@ -15,7 +15,10 @@ namespace remote {
 
 constexpr uint32_t kMagic = 0x5356524D;  // "MRVS"
 constexpr uint32_t kVersion = 1;
-constexpr uint32_t kFeatures = 0;  // one bit for each later addition
+
+// One bit for each later addition. A peer without the bit does not get its messages.
+constexpr uint32_t kTestBench = 1;  // the kinds from kShowSwitch on
+constexpr uint32_t kFeatures = kTestBench;
 
 // The first message in either direction: each side sends its own without waiting for the other's.
 struct Hello {
@@ -35,6 +38,13 @@ enum Kind : uint32_t {
   kReset,        // nothing; nothing
   kShowAsic,     // an AsicNumber; a vp_asic_state
   kListClients,  // nothing; a vp_client for each
+  kShowSwitch,   // nothing; a vp_switch
+  kAddFault,     // a vp_fault; nothing
+  kListFaults,   // nothing; a vp_fault for each
+  kRemoveFault,  // a FaultNumber; nothing
+  kAddFlow,      // a Traffic; nothing
+  kStopFlows,    // a Port; nothing
+  kSetTime,      // a Time; nothing
   kEndOfKinds
 };
 
@@ -60,17 +70,35 @@ struct AsicNumber {
   uint32_t asic;
 };
 
-struct Traffic {
+struct Port {
   AsicNumber asic;
   uint32_t port_type;
   uint32_t port;
+};
+
+struct Traffic {
+  Port port;
   vp_traffic traffic;
 };
 
-static_assert(sizeof(Card) == 8 && sizeof(AsicNumber) == 8 && sizeof(Traffic) == 40 &&
-                  offsetof(Traffic, traffic.frames) == 24 && sizeof(vp_asic_state) == 20 &&
-                  offsetof(vp_asic_state, sp_timer) == 2 && sizeof(vp_client) == 64 &&
-                  offsetof(vp_client, calls) == 8 && offsetof(vp_client, program) == 48,
+struct FaultNumber {
+  uint32_t number;
+};
+
+struct Time {
+  uint32_t run;
+  uint32_t reserved;  // 0
+  uint64_t advance_ms;
+};
+
+static_assert(sizeof(Card) == 8 && sizeof(AsicNumber) == 8 && sizeof(Port) == 16 &&
+                  sizeof(Traffic) == 40 && offsetof(Traffic, traffic.frames) == 24 &&
+                  sizeof(Time) == 16 && offsetof(Time, advance_ms) == 8 &&
+                  sizeof(vp_asic_state) == 20 && offsetof(vp_asic_state, sp_timer) == 2 &&
+                  sizeof(vp_client) == 64 && offsetof(vp_client, calls) == 8 &&
+                  offsetof(vp_client, program) == 48 && sizeof(vp_switch) == 64 &&
+                  offsetof(vp_switch, reserved) == 56 && sizeof(vp_fault) == 160 &&
+                  offsetof(vp_fault, matches) == 80 && offsetof(vp_fault, caller) == 128,
               "the bodies are the same for both word sizes");
 
 // What is wrong with a client's hello; null if it is valid.
@@ -81,11 +109,11 @@ const char *validate(const Hello &hello);
 const char *validate(const Header &request);
 
 // Whether this is the header of an answer to the request. A failure has no body. The service
-// chooses only the number of clients in a list, up to kMaxClients.
+// chooses only the number of entries in a list, up to kMaxClients or VP_FAULTS_MAX.
 bool is_valid_reply(const Header &answer, const Header &request);
 constexpr uint32_t kMaxClients = 65536;
 
-// Whether the body of such an answer is valid. It is aligned like a vp_client.
+// Whether the body of such an answer is valid. It is aligned like a vp_fault.
 bool is_valid_body(const Header &answer, const void *body);
 
 // Whether a field that gives a failure's errno, or 0, has such a value.

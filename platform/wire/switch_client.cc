@@ -42,6 +42,7 @@ struct Connection {
   ino_t inode;
   bool was_open;  // the service was there once, and is not waited for again
   uint32_t sequence;
+  uint32_t features;
   uint32_t max_record;
 };
 
@@ -57,7 +58,7 @@ struct Buffer {
   size_t size;
 };
 
-constexpr Connection kNoConnection = {-1, 0, 0, false, 0, 0};
+constexpr Connection kNoConnection = {-1, 0, 0, false, 0, 0, 0};
 
 Settings settings;
 Connection connection = kNoConnection;
@@ -122,16 +123,7 @@ int read_environment(Settings &read) {
   return 0;
 }
 
-const Settings &known_settings() {
-  if (settings.known)
-    return settings;
-  settings.known = true;
-  const char *address = environment("MORVANE_SWITCH");
-  settings.remote = address != nullptr;
-  settings.address_error = settings.remote ? parse_address(address, &settings.address) : 0;
-  settings.environment_error = read_environment(settings);
-  return settings;
-}
+const Settings &known_settings();
 
 int settings_error() {
   const Settings &known = known_settings();
@@ -257,6 +249,7 @@ int exchange_hellos(int fd, int64_t deadline, bool *received_hello) {
     return EPROTONOSUPPORT;
   if (!is_errno_or_zero(other.error_number))
     return EPROTO;
+  connection.features = other.features;
   connection.max_record = other.max_record;
   return other.error_number;
 }
@@ -272,6 +265,34 @@ int make_socket() {
   close(made);
   errno = error;
   return fd;
+}
+
+// Whether a service that may serve this process listens at the default address.
+bool is_served_by_default() {
+  if (default_address(&settings.address) != 0)
+    return false;
+  const int fd = make_socket();
+  const bool served = fd >= 0 &&
+                      connect(fd, settings.address.get(), settings.address.length) == 0 &&
+                      is_trusted(fd);
+  if (fd >= 0)
+    close(fd);
+  return served;
+}
+
+const Settings &known_settings() {
+  if (settings.known)
+    return settings;
+  settings.known = true;
+  settings.environment_error = read_environment(settings);
+  const char *address = environment("MORVANE_SWITCH");
+  if (address == nullptr) {
+    settings.remote = is_served_by_default();
+  } else if (strcmp(address, "none") != 0) {
+    settings.remote = true;
+    settings.address_error = parse_address(address, &settings.address);
+  }
+  return settings;
 }
 
 // Connects once. Sets again if the service may soon be there, or have room in its queue. The first
@@ -396,6 +417,8 @@ int deliver(Header request, const void *body, uint32_t expected, Header &answer)
   for (int attempt = 0; error == ENOTCONN && attempt < 2; ++attempt) {
     if (const int failure = ensure_connection())
       return failure;
+    if (request.kind >= kShowSwitch && (connection.features & kTestBench) == 0)
+      return EPROTONOSUPPORT;
     if (request.length > connection.max_record)
       return EMSGSIZE;
     if (!reserve(expected))
@@ -447,13 +470,17 @@ int control_request(Kind kind, const void *request, uint32_t length, void *answe
   return header.error_number;
 }
 
-int list_clients(const vp_client **clients, uint32_t *count) {
+int list_request(Kind kind, const void **entries, uint32_t *length) {
   Header header = {};
-  if (const int error = deliver({0, kListClients, 0, 0, 0, 0, 0}, nullptr, 0, header))
+  if (const int error = deliver({0, kind, 0, 0, 0, 0, 0}, nullptr, 0, header))
     return error;
-  *clients = static_cast<const vp_client *>(buffer.bytes);
-  *count = header.length / sizeof(vp_client);
+  *entries = buffer.bytes;
+  *length = header.length;
   return header.error_number;
+}
+
+const char *switch_address() {
+  return known_settings().remote ? settings.address.text : nullptr;
 }
 
 }  // namespace remote

@@ -32,8 +32,11 @@ Outcome call(uint32_t case_code, uint32_t driver_id, void *record, uint32_t leng
 int control_request(Kind kind, const void *request, uint32_t length, void *answer,
                     uint32_t answer_length);
 
-// 0 or an errno. The clients stay valid until the next request.
-int list_clients(const vp_client **clients, uint32_t *count);
+// A request whose answer is a list. 0 or an errno. The entries stay valid until the next request.
+int list_request(Kind kind, const void **entries, uint32_t *length);
+
+// The address of the switch, as use_switch_at() takes it; null if it is in this process.
+const char *switch_address();
 
 }  // namespace remote
 
