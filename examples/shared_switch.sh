@@ -17,7 +17,7 @@ mrvctl write HI.2:40 7
 mrvctl read HI.2:40 --expect 7
 mrvctl qos show hif:3 --watch 1 >/dev/null &
 watcher=$!
-until mrvctl clients | grep -q 'QoS statistics'; do
+until mrvctl switch clients | grep -q 'QoS statistics'; do
   kill -0 "$watcher"
 done
-mrvctl clients
+mrvctl switch clients

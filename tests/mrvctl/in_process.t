@@ -5,8 +5,8 @@ Without MORVANE_SWITCH and --switch each process has its own virtual switch, whi
   HI.2:5 <- 0x00000007: written
   $ mrvctl read HI.2:5
   HI.2:5 = 0x00000000 (0)
-  $ mrvctl clients
-  clients: no morvaned serves this switch: name one with --switch
+  $ mrvctl switch clients
+  switch clients: no morvaned serves this switch: name one with --switch
   [1]
 
 So a script starts on an empty switch. The examples do, as text and as JSON.
@@ -18,13 +18,13 @@ So a script starts on an empty switch. The examples do, as text and as JSON.
 
 The card of the switch can be changed. With this one the service answers only 5 words of a table.
 
-  $ mrvctl -f - <<E
+  $ mrvctl -f - <<E | grep -v '^[a-z][a-z]*  '
   > dhs-write HF.0:HF_DHS_POL 0 1 2 3 4 5 6 7 8
-  > card 266
-  > state
+  > switch card 266
+  > switch
   > dhs-read HF.0:HF_DHS_POL 0 --addresses
   > expect-fail dump HF.0:HF_DHS_POL[0..1]
-  > card 65535
+  > switch card 65535
   > E
   HF.0:HF_DHS_POL[0]: 1 entry of 8 words: written
   software card identifier 266
@@ -38,9 +38,11 @@ The card of the switch can be changed. With this one the service answers only 5 
         0  0x1c059a00  00000001 00000002 00000003 00000004 00000005 -------- -------- --------
   failed as expected: dump HF.0:HF_DHS_POL[0..1]: HF.0:HF_DHS_POL: 10 of 16 words answered
   software card identifier 65535
-  $ mrvctl card 65536
+  $ mrvctl switch card 266
+  software card identifier 266 (private switch, gone when this command ends)
+  $ mrvctl switch card 65536
   mrvctl: ID: '65536' is not a number from 0 to 65535, in decimal, hexadecimal (0x) or binary (0b)
-  Try 'mrvctl card --help'.
+  Try 'mrvctl switch card --help'.
   [2]
 
 --platform uses another platform library. One without / is looked up in this directory first.
@@ -51,12 +53,12 @@ The card of the switch can be changed. With this one the service answers only 5 
   $ mrvctl --calls --platform libwrong_platform.so -f - <<E
   > write HI.3:40 5
   > expect-fail read HI.4:40
-  > fail EPERM
+  > switch fault add EPERM
   > E
   sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x080000a0, data=0x5, mask=0xffffffff, num=0, context=1, write stdin:1}) = 0 <*> (glob)
   HI.3:40 <- 0x00000005: written
   failed as expected: read HI.4:40: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 3
-  stdin:3: fail EPERM: this platform has no vp_fail_next_call: it is no virtual platform
+  stdin:3: switch fault add EPERM: this platform has no vp_add_fault: it is no virtual platform
   [1]
   $ kill $!
   $ mrvctl --platform /no/such/file info
@@ -77,7 +79,7 @@ A switch that morvaned does not serve:
   $ mrvctl --switch @ read HI.2:5
   init: no switch at @: Invalid argument (its address, MORVANE_SWITCH_WAIT, MORVANE_SWITCH_TIMEOUT or MORVANE_SWITCH_USER)
   [1]
-  $ MORVANE_SWITCH=/no/switch mrvctl clients
+  $ MORVANE_SWITCH=/no/switch mrvctl switch clients
   init: no switch at /no/switch: No such file or directory
   [1]
 

@@ -120,8 +120,8 @@ SIGTERM and a closed pipe end mrvctl. The open transaction is lost.
 
 A view that cannot read a port at all fails.
 
-  $ printf 'fail EPERM\nqos top\n' | mrvctl -f -
-  the next service call fails with EPERM (Operation not permitted)
+  $ printf 'switch fault add EPERM\nqos top\n' | mrvctl -f -
+  fault: EPERM for all calls
   stdin:2: qos top: service call failed: Operation not permitted (0x82230001): hif:0
   [1]
   $ mrvctl -f - <<E

@@ -3,7 +3,7 @@
 
 The counters of ports for Prometheus:
 
-  $ mrvctl traffic hif:3 --class 2 --frames 9007199254740995 --excess 4
+  $ mrvctl switch traffic hif:3 --class 2 --frames 9007199254740995 --excess 4
   hif:3: 9007199254740995 frames of class 2 n2h, 4 of them in excess
   $ mrvctl qos metrics hif:3 --nonzero >metrics
   $ grep -E '_total.* [1-9]|drops_n2h' metrics
@@ -83,10 +83,10 @@ A file is replaced when all ports are read, and kept when one of them fails.
   -rw-r-----
   $ echo kept >m.prom
   $ mrvctl -f - <<E
-  > fail EIO
+  > switch fault add EIO
   > qos metrics --output m.prom
   > E
-  the next service call fails with EIO (Input/output error)
+  fault: EIO for all calls
   stdin:2: qos metrics --output m.prom: service call failed: Input/output error, or a positive answer (0x82230005): hif:0
   [1]
   $ mrvctl qos metrics --output /dev/null
@@ -109,9 +109,9 @@ A port that the switch does not have is down; a service that does not answer is 
   morvane_port_up{module="0",asic="0",port_type="hif",port="41"} 0
   morvane_port_up{module="0",asic="0",port_type="nif",port="1"} 1
   qos metrics hif:40 hif:41 nif:1: service call failed: No such device or address (0x82230006): hif:40 (and 1 more)
-  $ echo 'fail EIO
+  $ echo 'switch fault add EIO
   > qos metrics' | mrvctl -f - 2>&1 | grep -v '^#'
-  the next service call fails with EIO (Input/output error)
+  fault: EIO for all calls
   morvane_build_info{module="0",asic="0",version="*"} 1 (glob)
   morvane_up{module="0",asic="0"} 0
   stdin:2: qos metrics: service call failed: Input/output error, or a positive answer (0x82230005): hif:0

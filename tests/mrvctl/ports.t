@@ -16,7 +16,7 @@ Commands to the ports of the switch, and the settings that they leave on the vir
   SP timer 65535
   $ mrvctl clear-drops
   drop counters of module 0, ASIC 0 cleared
-  $ mrvctl state
+  $ mrvctl switch | tail -n 5
   software card identifier  1
   no-drop class map         0xf7
   SP timer                  65535
@@ -26,14 +26,14 @@ Commands to the ports of the switch, and the settings that they leave on the vir
     XOFF                             0           0    flow control 0x0001
   $ mrvctl qos show nif:7 | grep flow
     XOFF                             0           0    flow control 0x0000
-  $ mrvctl --json state
-  {"command":"state","sw_card_id":1,"nodrop_class_map":247,"sp_timer":65535,"drop_clears":1,"sfp_failures":1,"last_sfp_port":"nif:2"}
+  $ mrvctl --json switch | sed 's/"address".*"sw/"sw/'
+  {"command":"switch","sw_card_id":1,"nodrop_class_map":247,"sp_timer":65535,"drop_clears":1,"sfp_failures":1,"last_sfp_port":"nif:2"}
   $ mrvctl --json sfp-failed nif:3
   {"command":"sfp-failed","port":"nif:3","queued":false}
 
 In a transaction they are queued, but the SP timer is set and the drop counters are cleared at once.
 
-  $ mrvctl --calls -f - <<E
+  $ mrvctl --calls -f - <<E | grep -v '^[a-z][a-z]*  '
   > begin ports
   > pause on nif:1
   > nodrop 1
@@ -41,17 +41,17 @@ In a transaction they are queued, but the SP timer is set and the drop counters 
   > sp-timer 4
   > clear-drops
   > commit
-  > state
+  > switch
   > E
+  sse_call2(SYSSRV_SP_TIME_CONFIGURE, 236, 196, {module=0, asic=0, time=4}) = 0 <*> (glob)
+  sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, data=0x0, mask=0xffffffff, num=0, context=0, lib_mrv_asic_clear_all_drop_cou asic/morvane/common/lib/morvaneusd_intf:118}) = 0 <*> (glob)
+  sse_call2(SYSSRV_MEM_WRITE_CASE, 236, 10280, {name="ports", reorder=0, num=3, [{0, 0x201, KEL_ASIC_CMD_LINK_PAUSE_ENABLE, 0x0, 0xffffffff}, {0, 0x1, KEL_ASIC_CMD_NODROP_CLASS_MAP, 0x0, 0xffffffff}, {0, 0x304, KEL_ASIC_CMD_SFP_VALIDATION_FAILED, 0x0, 0xffffffff}]}) = 0 <*> (glob)
   transaction "ports" is open
   link pause on for nif:1: queued
   no-drop map 0x01, classes 0: queued
   SFP of hif:4 reported as failed: queued
-  sse_call2(SYSSRV_SP_TIME_CONFIGURE, 236, 196, {module=0, asic=0, time=4}) = 0 <*> (glob)
   SP timer 4
-  sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, data=0x0, mask=0xffffffff, num=0, context=0, lib_mrv_asic_clear_all_drop_cou asic/morvane/common/lib/morvaneusd_intf:118}) = 0 <*> (glob)
   drop counters of module 0, ASIC 0 cleared
-  sse_call2(SYSSRV_MEM_WRITE_CASE, 236, 10280, {name="ports", reorder=0, num=3, [{0, 0x201, KEL_ASIC_CMD_LINK_PAUSE_ENABLE, 0x0, 0xffffffff}, {0, 0x1, KEL_ASIC_CMD_NODROP_CLASS_MAP, 0x0, 0xffffffff}, {0, 0x304, KEL_ASIC_CMD_SFP_VALIDATION_FAILED, 0x0, 0xffffffff}]}) = 0 <*> (glob)
   transaction "ports" is sent: 3 writes
   software card identifier  1
   no-drop class map         0x01

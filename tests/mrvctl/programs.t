@@ -49,12 +49,12 @@ A step that the library would refuse starts no program.
   $ mrvctl --calls --keep-going -f - <<E
   > pgm hole.pgm
   > pgm mask.pgm
-  > fail EPERM
+  > switch fault add EPERM
   > pgm good.pgm
   > E
   stdin:1: pgm hole.pgm: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): hole.pgm:2: number 26 of block HR is a hole: no register; nothing is written
   stdin:2: pgm mask.pgm: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): mask.pgm:2: a mask of 0 selects no bit; nothing is written
-  the next service call fails with EPERM (Operation not permitted)
+  fault: EPERM for all calls
   sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x10200014, data=0xff, mask=0xffffffff, num=0, context=4, pgm stdin:4}) = -1 EPERM (Operation not permitted) <*> (glob)
   stdin:4: pgm good.pgm: service call failed: Operation not permitted (0x82230001): good.pgm:1: HI.2:5; the steps before the one that failed are written
   [2]

@@ -2,9 +2,9 @@
 
 Of 90 frames of class 1 that arrive at a host port, 9 find their queue full.
 
-  $ mrvctl traffic hif:3 --class 1 --frames 90 --excess 9
+  $ mrvctl switch traffic hif:3 --class 1 --frames 90 --excess 9
   hif:3: 90 frames of class 1 n2h, 9 of them in excess
-  $ mrvctl traffic hif:3 --class 7 --frames 6 --excess 4 --direction h2n
+  $ mrvctl switch traffic hif:3 --class 7 --frames 6 --excess 4 --direction h2n
   hif:3: 6 frames of class 7 h2n, 4 of them in excess
   $ mrvctl pause on hif:3
   link pause on for hif:3
@@ -39,9 +39,9 @@ Clearing the drop counters leaves the other statistics; clearing those of the po
 
 clear-all clears every port. A host and a network port with one number are two ports.
 
-  $ mrvctl traffic hif:7 --class 1 --frames 5
+  $ mrvctl switch traffic hif:7 --class 1 --frames 5
   hif:7: 5 frames of class 1 n2h, 0 of them in excess
-  $ mrvctl traffic nif:7 --class 1 --frames 5
+  $ mrvctl switch traffic nif:7 --class 1 --frames 5
   nif:7: 5 frames of class 1 n2h, 0 of them in excess
   $ mrvctl qos clear nif:7
   QoS statistics of nif:7 cleared
@@ -56,11 +56,11 @@ Frames of a class in the no-drop map are not dropped but paused by PFC. Link pau
 
   $ mrvctl nodrop 8
   no-drop map 0x08, classes 3
-  $ mrvctl traffic hif:31 --class 3 --frames 100 --excess 10
+  $ mrvctl switch traffic hif:31 --class 3 --frames 100 --excess 10
   hif:31: 100 frames of class 3 n2h, 10 of them in excess
   $ mrvctl pause on hif:31
   link pause on for hif:31
-  $ mrvctl traffic hif:31 --class 4 --frames 50 --excess 20
+  $ mrvctl switch traffic hif:31 --class 4 --frames 50 --excess 20
   hif:31: 50 frames of class 4 n2h, 20 of them in excess
   $ mrvctl qos show hif:31 | grep -E 'XO|PFC|reads|row 0' | grep -v received
     XOFF                             0           1    flow control 0x0001
@@ -74,12 +74,12 @@ Frames of a class in the no-drop map are not dropped but paused by PFC. Link pau
 
 Counters of 64 bits keep their place.
 
-  $ mrvctl traffic hif:1 --class 2 --frames 99123456789012 --excess 12345678901234
+  $ mrvctl switch traffic hif:1 --class 2 --frames 99123456789012 --excess 12345678901234
   hif:1: 99123456789012 frames of class 2 n2h, 12345678901234 of them in excess
   $ mrvctl qos show hif:1 | grep 'discarded'
   writes discarded          12345678901234
   multicast discarded                    0
-  $ mrvctl traffic hif:2 --class 2 --frames 18446744073709551615
+  $ mrvctl switch traffic hif:2 --class 2 --frames 18446744073709551615
   hif:2: 18446744073709551615 frames of class 2 n2h, 0 of them in excess
   $ mrvctl --json qos show hif:2 | grep -o '"wr_rcvd_cnt[^]]*'
   "wr_rcvd_cnt":[0,0,18446744073709551615,0,0,0,0,0
@@ -141,18 +141,18 @@ Ports that the switch does not have, and arguments that are not understood:
   $ mrvctl --module 1 clear-drops
   clear-drops: the library clears the drop counters of module 0, ASIC 0 only
   [2]
-  $ mrvctl traffic nif:8 --class 1 --frames 1
-  traffic nif:8 --class 1 --frames 1: module 0, ASIC 0 has no port nif:8
+  $ mrvctl switch traffic nif:8 --class 1 --frames 1
+  switch traffic nif:8 --class 1 --frames 1: module 0, ASIC 0 has no port nif:8
   [1]
   $ mrvctl -f - <<E
-  > traffic hif:3 --class 8 --frames 1
-  > traffic hif:3 --class 1 --frames 1 --excess 2
+  > switch traffic hif:3 --class 8 --frames 1
+  > switch traffic hif:3 --class 1 --frames 1 --excess 2
   > qos show fif 0
   > qos show hif:256
   > qos show hif:0 --count 3
   > E
-  stdin:1: traffic hif:3 --class 8 --frames 1: --class: '8' is not a number from 0 to 7, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:2: traffic hif:3 --class 1 --frames 1 --excess 2: more excess than frames
+  stdin:1: switch traffic hif:3 --class 8 --frames 1: --class: '8' is not a number from 0 to 7, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:2: switch traffic hif:3 --class 1 --frames 1 --excess 2: more excess than frames
   stdin:3: qos show fif 0: PORT: 'fif' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
   stdin:4: qos show hif:256: PORT: '256' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   stdin:5: qos show hif:0 --count 3: --count is for --watch

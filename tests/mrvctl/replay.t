@@ -12,7 +12,7 @@ The requests of a recording are sent again, writes and commands too. On an empty
 
 The first differences are shown. Statistics need not be compared.
 
-  $ mrvctl traffic hif:3 --class 1 --frames 5
+  $ mrvctl switch traffic hif:3 --class 1 --frames 5
   hif:3: 5 frames of class 1 n2h, 0 of them in excess
   $ mrvctl replay --check refusals.mrec
   call 16: qos-get hif:3: ss_dhs.wr_rcvd_cnt[1]: recorded 0, now 5
@@ -22,15 +22,15 @@ The first differences are shown. Statistics need not be compared.
   [1]
   $ mrvctl replay --check refusals.mrec --ignore qos
   19 calls sent again, 0 differences; 0 skipped (truncated in the recording)
-  $ printf 'fail EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl -f -
-  the next service call fails with EPERM (Operation not permitted)
+  $ printf 'switch fault add EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl -f -
+  fault: EPERM for all calls
   call 1: write HI.2:HI_DHS_LVIF[0]: result: recorded ok, now EPERM
   call 11: read HI.2:HI_DHS_LVIF[0]: data: recorded 0x00001234, now 0x0000120f
   19 calls sent again, 2 differences; 0 skipped (truncated in the recording)
   stdin:2: replay --check refusals.mrec --ignore qos: the answers differ from the recording
   [1]
-  $ printf 'fail EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl --json -f - | cut -c 1-300
-  {"command":"fail","errno":1,"name":"EPERM"}
+  $ printf 'switch fault add EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl --json -f - | cut -c 1-300
+  {"command":"switch fault add","effect":"EPERM","calls":"all calls"}
   {"command":"replay","file":"refusals.mrec","sent":19,"skipped":0,"differences":2,"first_differences":[{"number":1,"operation":"write","register":"HI.2:HI_DHS_LVIF[0]","field":"result","recorded":"ok","now":"EPERM"},{"number":11,"operation":"read","register":"HI.2:HI_DHS_LVIF[0]","field":"data","reco
   {"command":"replay","file":"stdin","line":2,"error":{"code":null,"name":"FAILED","text":"the answers differ from the recording"}}
   $ mkdir calls
@@ -44,8 +44,8 @@ The first differences are shown. Statistics need not be compared.
   1 call sent again, 1 difference; 0 skipped (truncated in the recording)
   replay --check read.mrec: the answers differ from the recording
   [1]
-  $ (echo fail EPERM; echo replay --check read.mrec) | mrvctl -f -
-  the next service call fails with EPERM (Operation not permitted)
+  $ (echo switch fault add EPERM; echo replay --check read.mrec) | mrvctl -f -
+  fault: EPERM for all calls
   call 1: read HI.2:5: result: recorded ok, now EPERM
   call 1: read HI.2:5: data: recorded 0x00000000, now nothing
   1 call sent again, 2 differences; 0 skipped (truncated in the recording)
@@ -54,8 +54,8 @@ The first differences are shown. Statistics need not be compared.
 
 Without --check answers and failures do not matter.
 
-  $ printf 'fail EIO\nreplay bringup.mrec\nwrite HI.2:40 7\n' | mrvctl -f -
-  the next service call fails with EIO (Input/output error)
+  $ printf 'switch fault add EIO\nreplay bringup.mrec\nwrite HI.2:40 7\n' | mrvctl -f -
+  fault: EIO for all calls
   5 calls sent again; 0 skipped (truncated in the recording)
   HI.2:40 <- 0x00000007: written
   $ python3 "$TESTDIR/craft_recordings.py" refusals.mrec

@@ -24,23 +24,23 @@ Files that it names are looked up next to the script.
 It stops at the first failure, and runs no command unless all are understood.
 
   $ cat >fails.mrv <<E
-  > fail etimedout
+  > switch fault add etimedout
   > read HI.2:5
   > read HI.2:6
   > pgm no.pgm
   > E
   $ mrvctl -f fails.mrv
-  the next service call fails with ETIMEDOUT (Connection timed out)
+  fault: ETIMEDOUT for all calls
   fails.mrv:2: read HI.2:5: service call failed: Connection timed out (0x8223006E)
   [1]
   $ mrvctl --keep-going -f fails.mrv
-  the next service call fails with ETIMEDOUT (Connection timed out)
+  fault: ETIMEDOUT for all calls
   fails.mrv:2: read HI.2:5: service call failed: Connection timed out (0x8223006E)
   HI.2:6 = 0x00000000 (0)
   fails.mrv:4: pgm no.pgm: cannot open no.pgm: No such file or directory
   [1]
   $ mrvctl --json --keep-going -f fails.mrv
-  {"command":"fail","errno":110,"name":"ETIMEDOUT"}
+  {"command":"switch fault add","effect":"ETIMEDOUT","calls":"all calls"}
   {"command":"read","file":"fails.mrv","line":2,"error":{"code":2183331950,"name":"ETIMEDOUT","text":"service call failed: Connection timed out (0x8223006E)"}}
   {"command":"read","register":"HI.2:6","address":270532632,"words":[0],"transaction_sent":false}
   {"command":"pgm","file":"fails.mrv","line":4,"error":{"code":null,"name":"USAGE","text":"cannot open no.pgm: No such file or directory"}}

@@ -4,7 +4,7 @@ At a terminal the cells of the drop grids have colours: by tens, hundreds, ten t
 
   $ class=1
   $ for drops in 99 100 9999 10000 999999 1000000; do
-  >   mrvctl traffic hif:1 --class $((class += 1)) --frames 1000000 --excess $drops
+  >   mrvctl switch traffic hif:1 --class $((class += 1)) --frames 1000000 --excess $drops
   > done >/dev/null 2>&1
   $ at_terminal() { script -qec "$*" /dev/null </dev/null | tr -d '\r'; }
   $ TERM=xterm at_terminal mrvctl qos show hif:1 | grep -m 1 'row 0'

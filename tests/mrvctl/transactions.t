@@ -79,25 +79,25 @@ The library does not report that a commit failed; mrvctl does. A refused transac
   HI.2:5 = 0x00000003 (3)
   $ mrvctl -f - <<E
   > begin load
-  > fail EPERM
+  > switch fault add EPERM
   > expect-fail dhs-write HI.0:HI_DHS_LVIF 0 --from 600.dhs
   > commit
   > E
   transaction "load" is open
-  the next service call fails with EPERM (Operation not permitted)
+  fault: EPERM for all calls
   failed as expected: dhs-write HI.0:HI_DHS_LVIF 0 --from 600.dhs: service call failed: Operation not permitted (0x82230001): transaction "load" failed: 512 writes lost
   transaction "Contd XN.." is sent: 88 writes
   $ mrvctl -f - <<E
   > begin a
   > write HI.2:5 1
-  > fail EPERM
+  > switch fault add EPERM
   > expect-fail read HI.2:5
   > write HI.2:5 2
   > commit
   > E
   transaction "a" is open
   HI.2:5 <- 0x00000001: queued
-  the next service call fails with EPERM (Operation not permitted)
+  fault: EPERM for all calls
   failed as expected: read HI.2:5: service call failed: Operation not permitted (0x82230001): transaction "a" failed: 1 write lost
   HI.2:5 <- 0x00000002: queued
   transaction "<Interrupted>" is sent: 1 write

@@ -42,7 +42,7 @@ void describe_options(Arguments &arguments, Options &options, Session &session) 
   arguments.flag("--calls", options.calls, "Show each service call on standard error");
   arguments.word("--platform FILE", options.platform,
                  "Platform library (default: $MORVANE_PLATFORM)");
-  arguments.word("--switch PATH", options.service, "Socket of morvaned (default: $MORVANE_SWITCH)");
+  arguments.word("--switch PATH", options.service, "Socket of morvaned, or none (default: $MORVANE_SWITCH)");
   arguments.number<uint32_t>("--slot N", session.slot, "Card slot (default: 0)", 0, 255);
   arguments.number<uint32_t>("--module N", session.module, "Module (default: 0)", 0, 3);
   arguments.number<uint32_t>("--asic N", session.asic, "ASIC number (default: 0)", 0, 255);

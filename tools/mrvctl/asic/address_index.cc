@@ -2,7 +2,10 @@
 #include "asic/address_index.h"
 
 #include <algorithm>
+#include <iterator>
+#include <map>
 
+#include "text/errors.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -74,6 +77,24 @@ std::string AddressIndex::name(uint32_t address) const {
 std::string AddressIndex::text(uint32_t address) const {
   const std::string known = name(address);
   return known.empty() ? format("0x%08x", address) : known;
+}
+
+AddressRange AddressIndex::range_of(const RegisterReference &reference) const {
+  std::map<uint32_t, std::pair<uint64_t, uint64_t>> parts;  // of each instance
+  for (const AddressSpan &span : spans_) {
+    if (!includes(reference, span.reg))
+      continue;
+    const auto [begin, end] = included_part(reference, span);
+    const auto known = parts.emplace(span.reg.instance, std::pair{begin, end}).first;
+    known->second = {std::min(known->second.first, begin), std::max(known->second.second, end)};
+  }
+  if (parts.empty())
+    throw UsageError("the ASIC has no register " + reference.text);
+  const auto [first, end] = parts.begin()->second;
+  const auto next = std::next(parts.begin());
+  const uint64_t stride = next == parts.end() ? 0 : next->second.first - first;
+  return {static_cast<uint32_t>(first), static_cast<uint32_t>(end - first),
+          static_cast<uint32_t>(stride), static_cast<uint32_t>(parts.size())};
 }
 
 std::optional<uint32_t> AddressIndex::last_word_of(const RegisterReference &reference,

@@ -24,6 +24,14 @@ struct Location {
 // "HI.2:HI_DHS_LVIF[5]"; of a word after the first of an entry "HF.0:HF_DHS_POL[5].2".
 std::string location_text(const Location &location);
 
+// The addresses that a reference includes, from the first to the last, in each instance.
+struct AddressRange {
+  uint32_t first;
+  uint32_t size;    // bytes
+  uint32_t stride;  // from one instance to the next
+  uint32_t instances;
+};
+
 class AddressIndex {
  public:
   explicit AddressIndex(const RegisterMap &map);
@@ -36,6 +44,9 @@ class AddressIndex {
 
   // The same, or the address in digits.
   std::string text(uint32_t address) const;
+
+  // Throws UsageError if the reference includes no register.
+  AddressRange range_of(const RegisterReference &reference) const;
 
   // Which word of a run from an address on is the last that a reference includes; empty if it
   // includes none.

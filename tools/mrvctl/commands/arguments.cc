@@ -224,24 +224,29 @@ void Parser::attach(AppInstance &tree, const Definition &definition) const {
   const CommandText &text = definition.text;
   CLI::App *parent = &tree.app;
   for (const CommandText &prefix : prefixes_) {
-    if (text.name.rfind(prefix.name + " ", 0) != 0)
+    if ((text.name + " ").rfind(prefix.name + " ", 0) != 0)
       continue;
     CLI::App *&known = tree.prefixes[prefix.name];
     if (known == nullptr)
-      known = tree.app.add_subcommand(prefix.name, prefix.help)
+      known = parent->add_subcommand(last_word(prefix.name), prefix.help)
                   ->require_subcommand(1)
                   ->footer(example_text(prefix))
                   ->group(prefix.group);
     parent = known;
   }
-  CLI::App *command = parent->add_subcommand(last_word(text.name), text.help);
+  const bool is_prefix = tree.prefixes.count(text.name) != 0;
+  CLI::App *command = is_prefix ? parent->require_subcommand(0, 1)
+                                : parent->add_subcommand(last_word(text.name), text.help);
   command->group(text.group);
   command->footer(example_text(text));
   Arguments arguments(*command);
   const Attached attached = definition.attach(arguments);
   tree.references[command] = arguments.reference();
   tree.resets.push_back(attached.reset);
-  command->callback([&tree, take = attached.take] { tree.chosen = take(); });
+  command->callback([&tree, command, take = attached.take] {
+    if (command->get_subcommands().empty())
+      tree.chosen = take();
+  });
 }
 
 Parser::AppInstance &Parser::tree_of(const std::string &first) {

@@ -23,7 +23,7 @@ void add_commands(Parser &parser) {
   add_qos_commands(parser);
   add_port_commands(parser);
   add_record_command(parser);
-  add_platform_commands(parser);
+  add_switch_commands(parser);
   add_result_commands(parser);
   add_check_commands(parser);
   add_call_commands(parser);

@@ -30,9 +30,8 @@ void add_port_commands(Parser &parser);
 void add_call_commands(Parser &parser);
 void add_replay_commands(Parser &parser);
 void add_record_command(Parser &parser);
-void add_platform_commands(Parser &parser);
+void add_switch_commands(Parser &parser);
 void add_check_commands(Parser &parser);
-void add_clients_command(Parser &parser);
 
 // All of the above.
 void add_commands(Parser &parser);

@@ -87,11 +87,31 @@ void connect_to_switch(const std::string &address) {
   // Only the virtual platform knows the variable.
   if (named.empty() || (address.empty() && platform_symbol("vp_connect") == nullptr))
     return;
-  const int error = control<decltype(vp_connect)>("vp_connect")(named.c_str());
+  const bool is_private = named == "none";
+  const int error =
+      control<decltype(vp_connect)>("vp_connect")(is_private ? nullptr : named.c_str());
   if (error == EAGAIN)
     throw OperationFailed("the switch at " + named + " has as many clients as it takes");
   if (error != 0)
     throw OperationFailed("no switch at " + named + ": " + std::strerror(error) + hint(error));
+}
+
+std::string platform_file() {
+  Dl_info library = {};
+  const bool found = dladdr(reinterpret_cast<void *>(functions.sse_call2), &library) != 0;
+  return found ? library.dli_fname : "-";
+}
+
+std::string switch_text() {
+  void *const address = platform_symbol("vp_switch_address");
+  if (address == nullptr)
+    return "-";
+  const char *const text = reinterpret_cast<decltype(vp_switch_address) *>(address)();
+  return text == nullptr ? "private" : text;
+}
+
+bool has_private_switch() {
+  return switch_text() == "private";
 }
 
 void *platform_symbol(const char *name) {

@@ -18,12 +18,19 @@ namespace mrvctl {
 void open_platform(const std::string &option);
 
 // Connects the virtual platform to the switch that morvaned serves at an address, or without one to
-// that of MORVANE_SWITCH, if it is set. Throws OperationFailed.
+// that of MORVANE_SWITCH, if it is set; "none" is the private switch. Throws OperationFailed.
 void connect_to_switch(const std::string &address);
 
 // The path of a library of the same build or install, which stands beside libmorvaneusd; its plain
 // name where it does not, for the system to find.
 std::string sibling_library(const std::string &file);
+
+// The file of the platform that was opened.
+std::string platform_file();
+
+// "/run/morvaned.sock", "private"; "-" on a platform that is not the virtual one.
+std::string switch_text();
+bool has_private_switch();
 
 // A function of the platform by its name; null where the platform has none of that name.
 void *platform_symbol(const char *name);

@@ -2,6 +2,7 @@
 #include "text/times.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "text/errors.h"
 #include "text/numbers.h"
@@ -120,6 +121,30 @@ uint64_t parse_moment(const std::string &text) {
   if (text[0] == '-')
     return parse_before_now(text);
   return parse_local_time(text);
+}
+
+std::string wait_text(uint64_t microseconds) {
+  const auto number = static_cast<unsigned long long>(microseconds);
+  if (number % 1000 != 0)
+    return format("%llu us", number);
+  return number % 1000000 != 0 ? format("%llu ms", number / 1000)
+                               : format("%llu s", number / 1000000);
+}
+
+uint64_t parse_duration(const std::string &text, uint64_t max_us) {
+  constexpr std::pair<const char *, double> kUnits[] = {
+      {"us", 1}, {"ms", 1e3}, {"s", 1e6}, {"m", 60e6}};
+  const size_t digits = text.find_first_not_of("0123456789.");
+  for (const auto &[unit, microseconds] : kUnits) {
+    if (digits == 0 || digits == std::string::npos || text.substr(digits) != unit)
+      continue;
+    char *end = nullptr;
+    const double value = std::strtod(text.c_str(), &end) * microseconds;
+    if (end == &text[digits] && value <= static_cast<double>(max_us))
+      return static_cast<uint64_t>(value + 0.5);
+  }
+  throw UsageError("'" + text + "' is not a duration of at most " + wait_text(max_us) +
+                   "; write it like 200ms, 1.5s or 300us");
 }
 
 }  // namespace mrvctl

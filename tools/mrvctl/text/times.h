@@ -19,6 +19,12 @@ std::string utc_time_text(uint64_t ns);
 // "12.3us": microseconds in a column compare at a glance, and sort.
 std::string duration_text(uint64_t ns);
 
+// "200 ms", "300 us", "5 s"
+std::string wait_text(uint64_t microseconds);
+
+// Reads a duration, "200ms", "1.5s", "300us" or "2m", in microseconds. Throws UsageError.
+uint64_t parse_duration(const std::string &text, uint64_t max_us);
+
 // Seconds by the monotonic clock, and seconds in the form of the system's waits.
 double monotonic_seconds();
 timespec timespec_of(double seconds);

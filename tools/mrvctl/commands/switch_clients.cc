@@ -1,15 +1,14 @@
-// clients: who is connected to a switch that morvaned serves.
+// switch clients: who is connected to a switch that morvaned serves.
 #include <pwd.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
-#include "commands/commands.h"
-#include "host/platform_library.h"
+#include "commands/switch.h"
 #include "output/listing.h"
 #include "platform/system_service.h"
 #include "text/text.h"
-#include "virtual_platform.h"
 
 namespace mrvctl {
 namespace {
@@ -69,10 +68,12 @@ void show_clients(Session &session) {
                 {"last_age", nullptr},
                 {nullptr, "last call"}});
   for (const vp_client *client = clients; client != clients + count; ++client) {
+    if (client->process == getpid())
+      continue;
     const bool has_called = client->calls != 0;
     list.add({client->process, client->program, client->user, user_name(client->user),
               client->calls, client->failures, Json(seconds(client->age_ms)),
-              has_called ? Json(client->last_case) : Json(),
+              has_called ? Json(case_text(client->last_case)) : Json(),
               client->last_error != 0 ? Json(errno_name(client->last_error)) : Json(),
               has_called ? Json(seconds(client->last_age_ms)) : Json(), last_call_text(*client)});
   }
@@ -85,11 +86,11 @@ void run_clients(Session &session, const WatchArgs &args) {
 
 }  // namespace
 
-void add_clients_command(Parser &parser) {
-  parser.add<WatchArgs>({"clients", "Virtual switch",
-                         "List the clients of a switch that morvaned serves\n"
+void add_switch_clients_command(Parser &parser) {
+  parser.add<WatchArgs>({"switch clients", "Virtual switch",
+                         "List the other clients of the switch that morvaned serves\n"
                          "^C ends a live view.",
-                         "mrvctl clients", Requires::kPlatform},
+                         "mrvctl switch clients", Requires::kPlatform},
                         describe_watch, check_watch, run_clients);
 }
 
