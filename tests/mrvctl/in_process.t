@@ -2,7 +2,7 @@ Without MORVANE_SWITCH and --switch each process has its own virtual switch, whi
 
   $ PATH=${BUILD:=$TESTDIR/../../build/target}/bin:$PATH
   $ mrvctl write HI.2:5 7
-  HI.2:5 <- 0x00000007: written
+  HI.2:5 <- 0x00000007: written (private switch, gone when this command ends)
   $ mrvctl read HI.2:5
   HI.2:5 = 0x00000000 (0)
   $ mrvctl switch clients

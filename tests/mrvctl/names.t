@@ -3,9 +3,20 @@
 The blocks of the ASIC, with the number of their registers and instances:
 
   $ mrvctl info
-  driver               Morvane (236)
-  highest ASIC number  0
-  trace                off (create /bootflash/kel_lib_debug to enable it)
+  driver                    Morvane (236)
+  highest ASIC number       0
+  trace                     off (create /bootflash/kel_lib_debug to enable it)
+  switch                    */switch (glob)
+  process                   * (glob)
+  generation                *, * s old (glob)
+  time                      *.* s, running (glob)
+  clients                   1
+  faults                    0
+  flows                     0
+  software card identifier  1
+  library                   */libmorvaneusd.so.* (glob)
+  platform                  */libmorvaneplatform.so.* (glob)
+  modules                   4
   
   block   registers  with a name  instances
   SS           3933           34          8
@@ -27,8 +38,8 @@ The blocks of the ASIC, with the number of their registers and instances:
   MB             43            0          1
   QS            289           14          8
   XL            184            0          8
-  $ mrvctl --json info | cut -c 1-230
-  {"command":"info","driver":"Morvane","driver_id":236,"max_asic":0,"trace":false,"blocks":[{"block":"SS","registers":3933,"named":34,"instances":8},{"block":"HR","registers":544,"named":15,"instances":4},{"block":"NR","registers":8
+  $ mrvctl --json info | cut -c 1-79
+  {"command":"info","driver":"Morvane","driver_id":236,"max_asic":0,"trace":false
 
 The registers of a block that have a name:
 
@@ -110,7 +121,7 @@ None of these commands needs a switch, or makes a service call.
   $ mrvctl --switch /no/switch regs HI | tail -n 1
   1581 others have no name
   $ mrvctl --calls info | wc -l
-  24
+  35
 
 Names that do not exist:
 

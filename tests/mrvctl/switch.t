@@ -115,13 +115,14 @@ The switch and its settings. The generation shows that it was emptied.
   switch                    */switch (glob)
   process                   * (glob)
   generation                *, * s old (glob)
-  time                      7.* s, running (glob)
-  platform                  */libmorvaneplatform.so.1 (glob)
-  modules                   4
+  time                      *.* s, running (glob)
   clients                   1
   faults                    0
   flows                     0
   software card identifier  1
+  library                   */libmorvaneusd.so.* (glob)
+  platform                  */libmorvaneplatform.so.* (glob)
+  modules                   4
   no-drop class map         0x08
   SP timer                  0
   clears of drop counters   0

@@ -1,6 +1,7 @@
 // What the commands share: arguments that several of them take, and live views.
 #include "commands/commands.h"
 
+#include "host/platform_library.h"
 #include "output/signals.h"
 #include "text/text.h"
 
@@ -89,8 +90,14 @@ void report_gaps(Session &session, const std::vector<std::string> &gaps) {
   session.report.result({{"losses", gaps}}, "");
 }
 
-const char *write_status(const Session &session) {
-  return session.transaction.open() ? "queued" : "written";
+std::string private_hint(const Session &session) {
+  return session.in_script() || !has_private_switch()
+             ? ""
+             : " (private switch, gone when this command ends)";
+}
+
+std::string write_status(const Session &session) {
+  return session.transaction.open() ? "queued" : "written" + private_hint(session);
 }
 
 }  // namespace mrvctl

@@ -65,8 +65,12 @@ void report_failure(Session &session, const OperationFailed &failure);
 // Prints on standard error, and as JSON, what a command could not read of recordings.
 void report_gaps(Session &session, const std::vector<std::string> &gaps);
 
-// "written", or "queued" if a transaction is open.
-const char *write_status(const Session &session);
+// What to add to the result of a command that changes a private switch, outside a script:
+// " (private switch, gone when this command ends)"; else nothing.
+std::string private_hint(const Session &session);
+
+// "written" and that hint, or "queued" if a transaction is open.
+std::string write_status(const Session &session);
 
 }  // namespace mrvctl
 

@@ -12,7 +12,8 @@ void finish_write(Session &session, const std::error_code &ec, const std::string
   session.transaction.add(1);
   throw_if_lost();
   object["queued"] = session.transaction.open();
-  session.report.result(object, text + (session.transaction.open() ? ": queued\n" : "\n"));
+  session.report.result(
+      object, text + (session.transaction.open() ? ": queued" : private_hint(session)) + "\n");
 }
 
 struct PauseArgs {
@@ -67,14 +68,16 @@ void run_sp_timer(Session &session, const NumberArgs &args) {
   std::error_code ec;
   morvane::prog_sp_timer(static_cast<uint16_t>(args.number), session.on(), ec);
   session.check_result(result_of(ec));
-  session.report.result({{"time", args.number}}, format("SP timer %u\n", args.number));
+  session.report.result({{"time", args.number}},
+                        format("SP timer %u", args.number) + private_hint(session) + "\n");
 }
 
 void run_clear_drops(Session &session) {
   if (session.module != 0 || session.asic != 0)
     throw UsageError("the library clears the drop counters of module 0, ASIC 0 only");
   check(lib_mrv_asic_clear_all_drop_counters());
-  session.report.result({}, "drop counters of module 0, ASIC 0 cleared\n");
+  session.report.result({},
+                        "drop counters of module 0, ASIC 0 cleared" + private_hint(session) + "\n");
 }
 
 void describe_pause(Arguments &arguments, PauseArgs &args) {

@@ -68,14 +68,15 @@ void run_clear(Session &session, const ShowArgs &args) {
   morvane::clear_qos_stats(session.port(args.port), ec, args.opts);
   session.check_result(result_of(ec));
   const std::string name = port_text(args.port);
-  session.report.result({{"port", name}}, "QoS statistics of " + name + " cleared\n");
+  session.report.result({{"port", name}},
+                        "QoS statistics of " + name + " cleared" + private_hint(session) + "\n");
 }
 
 void run_clear_all(Session &session, const ShowArgs &args) {
   std::error_code ec;
   morvane::clear_all_qos_stats(session.on(), ec, args.opts);
   session.check_result(result_of(ec));
-  session.report.result({}, "QoS statistics of all ports cleared\n");
+  session.report.result({}, "QoS statistics of all ports cleared" + private_hint(session) + "\n");
 }
 
 void describe_options(Arguments &arguments, ShowArgs &args) {

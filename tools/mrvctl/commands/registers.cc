@@ -2,6 +2,7 @@
 #include "asic/register_names.h"
 #include "commands/commands.h"
 #include "commands/reads.h"
+#include "commands/switch.h"
 #include "output/listing.h"
 #include "text/text.h"
 
@@ -24,15 +25,17 @@ void run_info(Session &session) {
     blocks.add({kel_asic_blk_names[info.block], info.registers, named_registers(info.block).size(),
                 map.instances(info.block)});
   }
-  const std::string head =
-      format("driver               %s (%u)\nhighest ASIC number  %u\ntrace                %s\n\n",
-             driver, KEL_ASIC_DRIVER_MORVANE, map.limits().max_asic, trace_text().c_str());
-  session.report.result({{"driver", driver},
-                         {"driver_id", KEL_ASIC_DRIVER_MORVANE},
-                         {"max_asic", map.limits().max_asic},
-                         {"trace", trace_enabled()},
-                         {"blocks", blocks.json()}},
-                        head + blocks.text());
+  std::vector<Fact> facts = {
+      {"driver", "driver", {format("%s (%u)", driver, KEL_ASIC_DRIVER_MORVANE), driver}},
+      {"driver_id", nullptr, Json(KEL_ASIC_DRIVER_MORVANE)},
+      {"max_asic", "highest ASIC number", map.limits().max_asic},
+      {"trace", "trace", {trace_text(), trace_enabled()}}};
+  for (Fact &fact : switch_facts(session))
+    facts.push_back(std::move(fact));
+  Json object;
+  add_facts(facts, object);
+  object["blocks"] = blocks.json();
+  session.report.result(object, facts_text(facts) + "\n" + blocks.text());
 }
 
 struct RegsArgs {

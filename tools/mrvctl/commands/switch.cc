@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "text/text.h"
 
@@ -13,60 +14,33 @@ double seconds(uint64_t milliseconds) {
   return static_cast<double>(milliseconds) / 1000;
 }
 
-Json address_json() {
-  const char *const address = control<decltype(vp_switch_address)>("vp_switch_address")();
-  return address == nullptr ? Json() : Json(address);
-}
-
-void run_switch(Session &session) {
-  vp_switch shown = {};
-  check_control(control<decltype(vp_switch_info)>("vp_switch_info")(&shown));
+// The settings that commands made on the ASIC.
+std::vector<Fact> asic_facts(Session &session) {
   vp_asic_state state = {};
   check_control(
       control<decltype(vp_asic_show)>("vp_asic_show")(session.module, session.asic, &state), ENXIO,
       format("there is no module %u, ASIC %u", session.module, session.asic));
-  const Json address = address_json();
   const bool has_failure = state.sfp_failures > 0;
   const std::string port = port_text(state.last_sfp_port_type, state.last_sfp_port);
-  const Json object = {{"address", address},
-                       {"process", shown.process},
-                       {"generation", shown.generation},
-                       {"age", seconds(shown.age_ms)},
-                       {"time", seconds(shown.time_ms)},
-                       {"stopped", shown.stopped != 0},
-                       {"platform", platform_file()},
-                       {"modules", shown.modules},
-                       {"clients", shown.clients},
-                       {"faults", shown.faults},
-                       {"flows", shown.flows},
-                       {"sw_card_id", shown.card},
-                       {"nodrop_class_map", state.nodrop_class_map},
-                       {"sp_timer", state.sp_timer},
-                       {"drop_clears", state.drop_clears},
-                       {"sfp_failures", state.sfp_failures},
-                       {"last_sfp_port", has_failure ? Json(port) : Json()}};
-  session.report.result(
-      object, format("switch                    %s\n"
-                     "process                   %d\n"
-                     "generation                %llu, %.1f s old\n"
-                     "time                      %.3f s, %s\n"
-                     "platform                  %s\n"
-                     "modules                   %u\n"
-                     "clients                   %u\n"
-                     "faults                    %u\n"
-                     "flows                     %u\n"
-                     "software card identifier  %u\n"
-                     "no-drop class map         0x%02x\n"
-                     "SP timer                  %u\n"
-                     "clears of drop counters   %u\n"
-                     "SFP failures reported     %u",
-                     switch_text().c_str(), shown.process,
-                     static_cast<unsigned long long>(shown.generation), seconds(shown.age_ms),
-                     seconds(shown.time_ms), shown.stopped != 0 ? "stopped" : "running",
-                     platform_file().c_str(), shown.modules, shown.clients, shown.faults,
-                     shown.flows, shown.card, state.nodrop_class_map, state.sp_timer,
-                     state.drop_clears, state.sfp_failures) +
-                  (has_failure ? ", the last on " + port : "") + "\n");
+  return {{"nodrop_class_map",
+           "no-drop class map",
+           {format("0x%02x", state.nodrop_class_map), state.nodrop_class_map}},
+          {"sp_timer", "SP timer", state.sp_timer},
+          {"drop_clears", "clears of drop counters", state.drop_clears},
+          {"sfp_failures",
+           "SFP failures reported",
+           {std::to_string(state.sfp_failures) + (has_failure ? ", the last on " + port : ""),
+            state.sfp_failures}},
+          {"last_sfp_port", nullptr, has_failure ? Json(port) : Json()}};
+}
+
+void run_switch(Session &session) {
+  std::vector<Fact> facts = switch_facts(session);
+  for (Fact &fact : asic_facts(session))
+    facts.push_back(std::move(fact));
+  Json object;
+  add_facts(facts, object);
+  session.report.result(object, facts_text(facts));
 }
 
 void run_reset(Session &session) {
@@ -97,10 +71,40 @@ void check_control(int error, int known, const std::string &text) {
   throw OperationFailed(error == known && known != 0 ? text : std::strerror(error));
 }
 
-std::string private_hint(const Session &session) {
-  return session.in_script() || !has_private_switch()
-             ? ""
-             : " (private switch, gone when this command ends)";
+std::vector<Fact> switch_facts(Session &session) {
+  std::vector<Fact> facts = {
+      {"library", "library", library_file()},
+      {"platform", "platform", platform_file()},
+      {"modules", "modules", session.map().limits().max_modules},
+  };
+  if (platform_symbol("vp_switch_info") == nullptr)
+    return facts;
+  vp_switch shown = {};
+  check_control(control<decltype(vp_switch_info)>("vp_switch_info")(&shown));
+  const char *const address = control<decltype(vp_switch_address)>("vp_switch_address")();
+  facts.insert(
+      facts.begin(),
+      {{"address",
+        "switch",
+        {address == nullptr ? "private, gone when this command ends" : address,
+         address == nullptr ? Json() : Json(address)}},
+       {"process", "process", shown.process},
+       {"generation",
+        "generation",
+        {format("%llu, %.1f s old", static_cast<unsigned long long>(shown.generation),
+                seconds(shown.age_ms)),
+         shown.generation}},
+       {"age", nullptr, Json(seconds(shown.age_ms))},
+       {"time",
+        "time",
+        {format("%.3f s, %s", seconds(shown.time_ms), shown.stopped != 0 ? "stopped" : "running"),
+         Json(seconds(shown.time_ms))}},
+       {"stopped", nullptr, Json(shown.stopped != 0)},
+       {"clients", "clients", shown.clients},
+       {"faults", "faults", shown.faults},
+       {"flows", "flows", shown.flows},
+       {"sw_card_id", "software card identifier", shown.card}});
+  return facts;
 }
 
 void add_switch_commands(Parser &parser) {

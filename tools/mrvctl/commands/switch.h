@@ -3,9 +3,11 @@
 #define MRVCTL_SWITCH_H
 
 #include <string>
+#include <vector>
 
 #include "commands/commands.h"
 #include "host/platform_library.h"
+#include "output/listing.h"
 #include "virtual_platform.h"
 
 namespace mrvctl {
@@ -17,9 +19,8 @@ void add_switch_clients_command(Parser &parser);
 // Throws OperationFailed unless a control succeeded: with this text if its errno is the known one.
 void check_control(int error, int known = 0, const std::string &text = "");
 
-// What to add to the result of a command that changes a private switch, outside a script: "
-// (private switch, gone when this command ends)"; else nothing.
-std::string private_hint(const Session &session);
+// Which switch the session uses, and which platform and library.
+std::vector<Fact> switch_facts(Session &session);
 
 }  // namespace mrvctl
 

@@ -195,7 +195,8 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
       show_progress(done, count, true);
       throw_if_lost();
       const std::string before =
-          done == 0 ? "" : format(" (%u entries before it are %s)", done, write_status(session));
+          done == 0 ? ""
+                    : format(" (%u entries before it are %s)", done, write_status(session).c_str());
       throw OperationFailed(result, index_hint(session, reg, table, index) + before);
     }
     session.transaction.add(static_cast<uint64_t>(part) * table.entry_size);

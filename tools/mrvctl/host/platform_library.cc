@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "host/forwarded.h"
 #include "platform/card_config.h"
@@ -44,6 +45,16 @@ const char *hint(int error) {
 }
 
 Forwarded functions;
+
+// The file, without links, of the object that has a function.
+std::string file_of(const void *function) {
+  Dl_info object = {};
+  std::error_code ec;
+  if (dladdr(function, &object) == 0)
+    return "-";
+  const std::filesystem::path file = std::filesystem::canonical(object.dli_fname, ec);
+  return ec ? object.dli_fname : file.string();
+}
 
 }  // namespace
 
@@ -97,9 +108,11 @@ void connect_to_switch(const std::string &address) {
 }
 
 std::string platform_file() {
-  Dl_info library = {};
-  const bool found = dladdr(reinterpret_cast<void *>(functions.sse_call2), &library) != 0;
-  return found ? library.dli_fname : "-";
+  return file_of(reinterpret_cast<void *>(functions.sse_call2));
+}
+
+std::string library_file() {
+  return file_of(dlsym(RTLD_NEXT, "lib_mrv_asic_init"));
 }
 
 std::string switch_text() {

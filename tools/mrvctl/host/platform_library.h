@@ -25,8 +25,9 @@ void connect_to_switch(const std::string &address);
 // name where it does not, for the system to find.
 std::string sibling_library(const std::string &file);
 
-// The file of the platform that was opened.
+// The files of the platform that was opened and of libmorvaneusd, whose name ends in its version.
 std::string platform_file();
+std::string library_file();
 
 // "/run/morvaned.sock", "private"; "-" on a platform that is not the virtual one.
 std::string switch_text();

@@ -54,4 +54,20 @@ Json Listing::json_of(size_t row) const {
   return object;
 }
 
+std::string facts_text(const std::vector<Fact> &facts) {
+  std::string text;
+  for (const Fact &fact : facts) {
+    if (fact.heading != nullptr)
+      text += format("%-24s  ", fact.heading) + fact.cell.text + "\n";
+  }
+  return text;
+}
+
+void add_facts(const std::vector<Fact> &facts, Json &object) {
+  for (const Fact &fact : facts) {
+    if (fact.key != nullptr)
+      object[fact.key] = fact.cell.value;
+  }
+}
+
 }  // namespace mrvctl

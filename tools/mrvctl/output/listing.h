@@ -52,6 +52,16 @@ class Listing {
   std::vector<std::vector<Cell>> rows_;
 };
 
+// What is known about one thing, described once: a line for each fact, and members of an object.
+struct Fact {
+  const char *key;      // in an object; null: only in the text
+  const char *heading;  // in the text; null: only in objects
+  Cell cell;
+};
+
+std::string facts_text(const std::vector<Fact> &facts);
+void add_facts(const std::vector<Fact> &facts, Json &object);
+
 }  // namespace mrvctl
 
 #endif
