@@ -35,12 +35,16 @@ std::optional<gid_t> find_group(const std::string &name) {
 }
 
 // Blocks the signals that end the service, so that they end it only in its loop. Returns
-// the descriptor to read them from.
+// the descriptor to read them from. A service that is started with nohup continues at SIGHUP.
 Descriptor block_ending_signals() {
   sigset_t ending;
   sigemptyset(&ending);
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT})
+  for (const int signal : {SIGTERM, SIGINT, SIGQUIT})
     sigaddset(&ending, signal);
+  struct sigaction hangup = {};
+  sigaction(SIGHUP, nullptr, &hangup);
+  if (hangup.sa_handler != SIG_IGN)
+    sigaddset(&ending, SIGHUP);
   sigprocmask(SIG_BLOCK, &ending, nullptr);
   Descriptor signals(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
   if (signals.get() < 0)

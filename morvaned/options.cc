@@ -48,8 +48,9 @@ void describe(CLI::App &app, Options &options) {
   app.description("Serve one virtual switch to several processes over a Unix socket");
   app.footer(
       "Example:\n"
-      "  morvaned --socket /tmp/switch &\n"
-      "  MORVANE_SWITCH=/tmp/switch mrvctl info\n\n"
+      "  folder=$(mktemp -d)\n"
+      "  morvaned --socket $folder/switch &\n"
+      "  MORVANE_SWITCH=$folder/switch mrvctl info\n\n"
       "SIGTERM, SIGINT, SIGHUP or SIGQUIT stops it. The switch's contents are lost.");
   app.set_version_flag("-V,--version", "morvaned " MORVANED_VERSION);
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);

@@ -64,6 +64,9 @@ The card of the switch can be changed. With this one the service answers only 5 
   $ mrvctl --platform /no/such/file info
   init: no platform: /no/such/file: cannot open shared object file: No such file or directory
   [2]
+  $ MORVANE_PLATFORM=$PWD/output mrvctl info
+  init: no platform: /*/output: not a regular file (glob)
+  [2]
   $ mrvctl --platform libm.so.6 info
   init: the platform does not have the function sse_call2
   [2]

@@ -2,6 +2,7 @@
 #include "host/platform_library.h"
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -27,6 +28,9 @@ void resolve_next(Function *&function, const char *name) {
 }
 
 void open_library(const std::string &path, const std::string &hint) {
+  struct stat found = {};  // dlopen() would wait for the writer of a FIFO
+  if (stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode))
+    throw UsageError("no platform: " + path + ": not a regular file" + hint);
   // Global, so that what was preloaded finds the functions too.
   if (dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)
     throw UsageError("no platform: " + std::string(dlerror()) + hint);
