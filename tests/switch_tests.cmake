@@ -42,7 +42,10 @@ if(NOT MORVANE_SANITIZE)
 endif()
 
 morvane_test(switch_service_test morvaneplatform switch_client)
-# The last two: its sendmsg() takes the place of the one that the client side calls.
+# The last two: its functions take the place of those that the client side and the listener call.
+target_sources(switch_service_test PRIVATE ${PROJECT_SOURCE_DIR}/morvaned/listener.cc
+  ${PROJECT_SOURCE_DIR}/morvaned/log.cc)
+target_include_directories(switch_service_test PRIVATE ${PROJECT_SOURCE_DIR}/morvaned)
 target_compile_definitions(switch_service_test PRIVATE MORVANED_PATH="$<TARGET_FILE:morvaned>"
   SANITIZED=$<BOOL:${MORVANE_SANITIZE}>
   _FILE_OFFSET_BITS=64 _TIME_BITS=64)
