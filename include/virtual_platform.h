@@ -11,10 +11,12 @@
  *     syserr_t err = lib_mrv_asic_read(...);   // 0x82230000 | ETIMEDOUT
  *
  * The virtual switch has modules 0 to 3, each with ASIC 0, 32 host ports (type HIF) and 8 network
- * ports (type NIF). It is empty at the start. By default each process has a private switch, for one
- * thread at a time. If the environment variable MORVANE_SWITCH or ::vp_connect names the socket of
- * morvaned, service calls and card configuration go to its switch, which several processes share.
- * The register map always stays in the process.
+ * ports (type NIF). It is empty at the start. A process finds its switch in this order: the socket
+ * of a morvaned that the environment variable MORVANE_SWITCH names ("none": a private switch); the
+ * default socket of morvaned ($XDG_RUNTIME_DIR/morvaned.sock, for root /run/morvaned.sock), if a
+ * service of the same user or root listens there; a private switch of the process, for one thread
+ * at a time. ::vp_connect selects another. To a switch of morvaned go service calls, card
+ * configuration and controls. The register map always stays in the process.
  *
  * A refused call returns -1 with one of these in errno, and changes nothing. If one entry of a
  * transaction is refused, none of them is applied.
@@ -167,7 +169,7 @@ typedef enum vp_fault_action KEL_ENUM32 {
   VP_FAULT_NONE = 0,   /**< nothing except the delay */
   VP_FAULT_ERRNO = 1,  /**< the call fails with the errno `value` and reaches no ASIC */
   VP_FAULT_ANSWER = 2, /**< the call returns `value` and reaches no ASIC; below 0 with errno EIO */
-  VP_FAULT_NUM = 3     /**< the answer to a read of several words says that it has `value` words */
+  VP_FAULT_NUM = 3     /**< the answer to a read of several words reports `value` words */
 } vp_fault_action;
 
 /** Bits of vp_fault::conditions. A call matches if it meets all conditions that are set. */
@@ -221,7 +223,7 @@ typedef struct vp_fault {
 } vp_fault;
 
 /**
- * Adds a fault behind those that exist. If there are ::VP_FAULTS_MAX already, it replaces the
+ * Adds a fault after those that exist. If there are ::VP_FAULTS_MAX already, it replaces the
  * oldest one that is used up.
  *
  * @param fault the fault; `number`, `matches` and `hits` are ignored
@@ -368,7 +370,7 @@ int vp_add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type
 #define VP_FLOWS_MAX 256
 
 /**
- * Starts steady traffic on a port: so many frames in each second of the switch's time, until
+ * Starts steady traffic on a port: the frames arrive in each second of the switch's time, until
  * ::vp_stop_flows or a reset. It counts as ::vp_add_traffic does, with one XOFF and one XON in each
  * second that has frames in excess. It replaces the flow of the same port, direction and class.
  *

@@ -40,7 +40,8 @@ endif()
 # them; nobody installs that one.
 if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
   add_test(NAME pages COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/pages_test.py ${PROJECT_SOURCE_DIR}
-    ${PROJECT_BINARY_DIR} README.md docs/tutorial.md docs/calls.md docs/json.md)
+    ${PROJECT_BINARY_DIR} README.md docs/tutorial.md docs/calls.md docs/json.md
+    docs/test-bench.md)
   list(JOIN warnings " " warning_flags)
   add_test(NAME install COMMAND ${CMAKE_COMMAND}
     -DSOURCE=${PROJECT_SOURCE_DIR} -DBUILD=${PROJECT_BINARY_DIR} -DLIBDIR=${CMAKE_INSTALL_LIBDIR}

@@ -109,7 +109,7 @@ std::vector<Fact> switch_facts(Session &session) {
 
 void add_switch_commands(Parser &parser) {
   const CommandText text = {"switch", "Virtual switch",
-                            "Show the virtual switch, and what commands have set on it",
+                            "Show or control the virtual switch",
                             "mrvctl switch\n"
                             "mrvctl switch fault list"};
   parser.add_prefix(text);

@@ -88,7 +88,7 @@ void run_clients(Session &session, const WatchArgs &args) {
 
 void add_switch_clients_command(Parser &parser) {
   parser.add<WatchArgs>({"switch clients", "Virtual switch",
-                         "List the other clients of the switch that morvaned serves\n"
+                         "List the other clients of the switch\n"
                          "^C ends a live view.",
                          "mrvctl switch clients", Requires::kPlatform},
                         describe_watch, check_watch, run_clients);

@@ -140,7 +140,7 @@ void add_switch_traffic_commands(Parser &parser) {
       describe_stop, run_stop);
   parser.add<TimeArgs>(
       {"switch time", "Virtual switch",
-       "Stop the time of the switch, move it on, or let it run\n"
+       "Stop, move on or run the switch's time\n"
        "Steady traffic follows the time, so that its counts are exact.",
        "mrvctl switch time +5s\n"
        "mrvctl switch time run"},
