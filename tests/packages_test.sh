@@ -39,6 +39,15 @@ fi
 kill %1
 wait %1
 
+# A service at the default address is found, and is not if none is wanted.
+morvaned 2>"$work/service" &
+until [ -S /run/morvaned.sock ]; do kill -0 %2; done
+env -u MORVANE_SWITCH mrvctl switch | grep -q '^switch  */run/morvaned.sock$'
+MORVANE_SWITCH=none mrvctl switch | grep -q '^switch  *private'
+kill %2
+wait %2
+env -u MORVANE_SWITCH mrvctl switch | grep -q '^switch  *private'
+
 # What is installed goes, and what was switched on.
 systemctl --quiet enable morvaned.socket mrvctl-metrics@{0,3}.timer
 mapfile -t installed < <(dpkg -L "${names[@]}" "${names[@]/%/:i386}" morvaned mrvctl 2>/dev/null | sort -u)

@@ -383,6 +383,27 @@ TEST_F(SwitchService, serves_requests_that_come_together_one_by_one_and_answers_
   EXPECT_EQ(receive(raw, expected.size() + 1), expected);
 }
 
+TEST_F(SwitchService, delays_the_answer_to_one_client_and_serves_the_others) {
+  start();
+  vp_fault fault = {};
+  fault.conditions = VP_IF_PROCESS;
+  fault.process = getpid();
+  fault.every = fault.times = 1;
+  fault.min_delay_us = fault.max_delay_us = 3600u * 1000 * 1000;
+  ASSERT_EQ(vp_add_fault(&fault), 0);
+  const Record read = {TYPE_READ, 99};
+  Descriptor delayed = client_that_sends(bytes_of(
+      kGoodHello, Header{1, remote::kCall, SYSSRV_REG_READ_CASE, 236, 0, 0, kRecord}, read));
+  const vp_fault *faults = nullptr;
+  uint32_t count = 0;
+  EXPECT_TRUE(wait_until([&] { return vp_faults(&faults, &count) == 0 && faults->hits == 1; }));
+  EXPECT_EQ(read_register(), 0);
+  EXPECT_EQ(recv(delayed.get(), &fault, 1, MSG_DONTWAIT), -1);
+  delayed = Descriptor();
+  expect_only_client();
+  expect_log("disconnected before reading its reply");
+}
+
 TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
   const Descriptor listener = listen_here();
   const auto list = [] {
