@@ -21,9 +21,8 @@ using remote::Hello;
 
 constexpr uint32_t max_record = sizeof(kel_asic_xn_t);
 
-template <typename Value>
-Value pick(uint8_t choice, std::initializer_list<Value> values) {
-  return values.begin()[choice % values.size()];
+uint32_t pick(input_bytes &input, std::initializer_list<uint32_t> values) {
+  return values.begin()[input.take<uint8_t>() % values.size()];
 }
 
 template <typename Message>
@@ -32,11 +31,8 @@ void append(Bytes &stream, const Message &message) {
 }
 
 Hello any_hello(input_bytes &input) {
-  const auto choice = input.take<uint8_t>();
-  Hello hello = {remote::kMagic, remote::kVersion, 0, 0, 0};
-  if (choice > 250)
-    hello = input.take<Hello>();
-  return hello;
+  return input.take<uint8_t>() > 250 ? input.take<Hello>()
+                                     : Hello{remote::kMagic, remote::kVersion, 0, 0, 0};
 }
 
 // Mostly a header that is taken, or one with one field wrong.
@@ -44,19 +40,15 @@ Header any_header(input_bytes &input) {
   const auto choice = input.take<uint8_t>();
   if (choice > 250)
     return input.take<Header>();
-  Header header = {input.take<uint8_t>(), choice % 9U, 0, 0, 0, 0, 0};
+  Header header = {input.take<uint8_t>(), choice % (remote::kEndOfKinds + 1), 0, 0, 0, 0, 0};
   if (header.kind == remote::kCall) {
-    header.case_code = SYSSRV_REG_READ_CASE + input.take<uint8_t>() % 5;
-    if (header.case_code == SYSSRV_REG_READ_CASE + 4)
-      header.case_code = SYSSRV_SP_TIME_CONFIGURE;
-    header.driver_id = pick<uint32_t>(choice / 9, {236, 236, 236, 236, 235});
+    header.case_code =
+        pick(input, {SYSSRV_REG_READ_CASE, SYSSRV_REG_WRITE_CASE, SYSSRV_MEM_READ_CASE,
+                     SYSSRV_MEM_WRITE_CASE, SYSSRV_SP_TIME_CONFIGURE});
+    header.driver_id = pick(input, {236, 236, 236, 235});
   }
-  const uint32_t lengths[] = {0,          8,
-                              40,         196,
-                              200,        sizeof(kel_asic_qos_stats_params_t),
-                              max_record, max_record + 1,
-                              UINT32_MAX, input.take<uint8_t>()};
-  header.length = lengths[input.take<uint8_t>() % std::size(lengths)];
+  header.length = pick(input, {0, 8, 40, 196, 200, sizeof(kel_asic_qos_stats_params_t), max_record,
+                               max_record + 1, UINT32_MAX, input.take<uint8_t>()});
   return header;
 }
 
@@ -80,70 +72,60 @@ Bytes any_stream(input_bytes &input) {
   return stream;
 }
 
-// What the service owes for a stream, read in one go.
+// The requests of a stream that the service has to answer, and whether it then ends the connection.
 struct Expected {
-  std::vector<Header> served;
-  bool too_long = false;
+  std::vector<Header> answered;
   bool fault = false;
 };
 
 Expected read_stream(const Bytes &stream) {
   Expected expected;
-  size_t at = sizeof(Hello);
-  if (stream.size() < at)
-    return expected;
   Hello hello;
+  size_t at = sizeof hello;
   std::memcpy(&hello, stream.data(), sizeof hello);
   expected.fault = remote::validate(hello) != nullptr;
   while (!expected.fault && stream.size() - at >= sizeof(Header)) {
     Header header;
     std::memcpy(&header, &stream[at], sizeof header);
-    expected.fault = remote::validate(header) != nullptr;
-    expected.too_long = !expected.fault && header.length > max_record;
-    expected.fault |= expected.too_long;
+    const bool is_valid = remote::validate(header) == nullptr;
+    const bool is_too_long = is_valid && header.length > max_record;
+    expected.fault = !is_valid || is_too_long;
     at += sizeof header;
-    if (expected.too_long)
-      expected.served.push_back(header);
-    if (expected.fault || stream.size() - at < header.length)
-      return expected;
-    expected.served.push_back(header);
-    at += header.length;
+    if (is_too_long || (is_valid && stream.size() - at >= header.length))
+      expected.answered.push_back(header);
+    at += std::min<size_t>(header.length, stream.size() - at);
   }
   return expected;
 }
 
-// Hands the stream over in pieces, as a socket would, and takes the answers in pieces.
+// Passes the stream in pieces, as a socket does, and receives the answers in pieces.
 Bytes converse(morvaned::Connection &connection, const Bytes &stream, uint8_t most) {
+  const size_t step = most == 0 ? 1 : most % 16 == 0 ? 4096 : most;
   Bytes answers;
-  size_t at = 0;
-  for (bool moved = true; moved;) {
-    moved = false;
+  for (size_t at = 0;;) {
     if (connection.has_output()) {
       const morvaned::Part output = connection.output();
       const size_t count = std::min<size_t>(output.count, 1U + most);
       morvaned::append(answers, output.bytes, count);
       connection.sent(count);
-      moved = true;
     } else if (connection.is_ready()) {
       connection.serve_one();
-      moved = true;
     } else if (connection.fault() == nullptr && at < stream.size()) {
       const morvaned::Part room = connection.room();
-      const size_t step = most == 0 ? 1 : most % 16 == 0 ? 4096 : most;
       const size_t count = std::min({room.count, stream.size() - at, step});
       std::memcpy(room.bytes, &stream[at], count);
       connection.received(count);
       at += count;
-      moved = true;
+    } else {
+      return answers;
     }
   }
-  return answers;
 }
 
 void check_answers(const Bytes &answers, const Expected &expected) {
   size_t at = sizeof(Hello);
   require(answers.size() >= at);
-  for (const Header &request : expected.served) {
+  for (const Header &request : expected.answered) {
     require(answers.size() - at >= sizeof(Header));
     Header answer;
     std::memcpy(&answer, &answers[at], sizeof answer);

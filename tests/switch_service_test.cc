@@ -671,16 +671,17 @@ TEST_F(SwitchService, has_room_for_so_many_long_records_at_once_and_for_short_on
   const std::string part = bytes_of(kGoodHello, Header{1, remote::kCall, 0, 0, 0, 0, length}) +
                            std::string(length - sizeof(Header), 'x');
   const struct {
-    uid_t user;
-    size_t refused;  // which of its records
+    uid_t user;         // of the first records; the next ones are of the users before it
+    unsigned per_user;  // records
+    unsigned refused;   // which record
     int owners_call;
-  } cases[] = {{geteuid(), 8, ENOBUFS}, {kNobody, 2, 0}};
+  } cases[] = {{geteuid(), 9, 8, ENOBUFS}, {kNobody, 9, 2, 0}, {kNobody, 2, 8, 0}};
   for (const auto &c : cases) {
     if (c.user != geteuid() && geteuid() != 0)
       GTEST_SKIP() << "needs root, to become a member of the group";
     std::vector<Descriptor> clients;
     while (clients.size() <= c.refused) {
-      clients.push_back(connect_as(c.user));
+      clients.push_back(connect_as(c.user - static_cast<uid_t>(clients.size()) / c.per_user));
       send_bytes(clients.back(), part);
       int left = 1;
       EXPECT_TRUE(wait_until(
@@ -744,8 +745,13 @@ TEST_F(SwitchService, gives_enomem_and_applies_nothing_when_its_memory_runs_out)
   expect_log("ready");
   rlimit before = {};
   ASSERT_EQ(prlimit(service_, RLIMIT_DATA, nullptr, &before), 0);
-  const rlimit no_more = {1, before.rlim_max};  // than it has
-  ASSERT_EQ(prlimit(service_, RLIMIT_DATA, &no_more, nullptr), 0);
+  std::ifstream status("/proc/" + std::to_string(service_) + "/status");
+  for (std::string word; word != "VmData:";)
+    ASSERT_TRUE(status >> word);
+  rlim_t used = 0;  // KiB
+  status >> used;
+  const rlimit half = {(used + 512) * 1024, before.rlim_max};  // of the pages
+  ASSERT_EQ(prlimit(service_, RLIMIT_DATA, &half, nullptr), 0);
   EXPECT_EQ(commit(), ENOMEM);
   ASSERT_EQ(prlimit(service_, RLIMIT_DATA, &before, nullptr), 0);
   EXPECT_EQ(written_words(), 0);
