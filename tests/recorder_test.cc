@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -108,6 +109,7 @@ bool own_clock = false;
 
 pid_t forked = -1;                   // by the service
 volatile uint32_t handled = 0;       // signals
+int torn_headers = 0;                // how often a reader gets an impossible header
 std::function<void()> hook;          // run by the service, and at a reading of the clock
 thread_local int readings_left = 0;  // of the clock, up to the one that runs the hook; 0: none
 
@@ -121,6 +123,7 @@ int test_clock_gettime(clockid_t clock, timespec *now) __asm__("__clock_gettime6
 #else
 int test_clock_gettime(clockid_t clock, timespec *now) __asm__("clock_gettime");
 #endif
+ssize_t test_pread(int file, void *to, std::size_t size, off_t offset) __asm__("pread64");
 
 int test_clock_gettime(clockid_t clock, timespec *now) {
   static int64_t wall = 5000000000, monotonic = 0;
@@ -132,6 +135,15 @@ int test_clock_gettime(clockid_t clock, timespec *now) {
   now->tv_sec = clock == CLOCK_REALTIME ? wall-- : 7;
   now->tv_nsec = clock == CLOCK_REALTIME ? 1 : static_cast<long>(++monotonic);
   return 0;
+}
+
+// If the process changes its header meanwhile, a reader may get parts of two states.
+ssize_t test_pread(int file, void *to, std::size_t size, off_t offset) {
+  const iovec part = {to, size};
+  const ssize_t got = preadv(file, &part, 1, offset);
+  if (offset == 0 && torn_headers > 0 && torn_headers-- > 0)
+    static_cast<mrec_header_t *>(to)->tail = 8;
+  return got;
 }
 
 // The service overwrites what an answer may overwrite, and all of a record that it does not know.
@@ -887,6 +899,13 @@ TEST_F(Damaged, gives_fewer_calls) {
     Reader reader(path_);
     EXPECT_EQ(calls_of(reader).size(), size < 16385 ? 0U : 2U);
   }
+}
+
+TEST_F(Damaged, is_read_again_if_its_header_changes_meanwhile) {
+  torn_headers = 7;
+  EXPECT_EQ(calls_in(path_).size(), 22U);
+  torn_headers = 8;
+  EXPECT_THROW(Reader{path_}, recording::Unreadable);
 }
 
 TEST_F(Damaged, is_followed) {

@@ -143,13 +143,13 @@ ssize_t sendmsg(int fd, const msghdr *message, int flags) {
   return -1;
 }
 
-int connect(int fd, const sockaddr *address, socklen_t length) {
+int connect(int fd, const sockaddr *addr, socklen_t len) {
   before_connect();
-  return static_cast<int>(syscall(SYS_connect, fd, address, length));
+  return static_cast<int>(syscall(SYS_connect, fd, addr, len));
 }
 
-int bind(int fd, const sockaddr *address, socklen_t length) noexcept {
-  const auto result = static_cast<int>(syscall(SYS_bind, fd, address, length));
+int bind(int fd, const sockaddr *addr, socklen_t len) noexcept {
+  const auto result = static_cast<int>(syscall(SYS_bind, fd, addr, len));
   after_bind();
   return result;
 }
@@ -256,7 +256,7 @@ class SwitchService : public testing::Test {
     return use(socket.get(), address.get(), address.length);
   }
 
-  Descriptor bind_here(int type, const std::string &path) const {
+  static Descriptor bind_at(const std::string &path, int type) {
     Descriptor made = socket_of(type);
     EXPECT_EQ(at(path, made, bind), 0);
     return made;
@@ -264,7 +264,7 @@ class SwitchService : public testing::Test {
 
   // For a service that the test plays.
   Descriptor listen_here() const {
-    Descriptor listener = bind_here(SOCK_STREAM, address_);
+    Descriptor listener = bind_at(address_, SOCK_STREAM);
     EXPECT_EQ(listen(listener.get(), 8), 0);
     return listener;
   }
@@ -499,7 +499,7 @@ TEST_F(SwitchService, tries_again_a_service_that_ends_before_its_hello_and_ends_
   }
   setenv("MORVANE_SWITCH_WAIT", "1000000", 1);  // longer than this test may take
   std::thread service([&] {
-    Descriptor(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    close(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
     const Descriptor socket(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
     send_bytes(socket, bytes_of(service_hello(EBUSY)));
   });
@@ -826,7 +826,7 @@ TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_wha
       {{"and more"}, 2}};
   for (const auto &[options, status] : wrong)
     expect_refusal(options, status, "");
-  const Descriptor datagrams = bind_here(SOCK_DGRAM, address_);
+  const Descriptor datagrams = bind_at(address_, SOCK_DGRAM);
   expect_refusal({}, 1, address_ + ": Protocol wrong type for socket");
   address_ = folder_ + "/none/socket";
   expect_refusal({}, 1, "No such file or directory");
@@ -890,7 +890,7 @@ TEST_F(SwitchService, gives_the_group_its_own_socket_and_no_file_that_replaces_i
 
 TEST_F(SwitchService, takes_a_socket_that_was_handed_over_and_tells_when_it_is_ready) {
   const std::string notify_path = folder_ + "/notify";
-  const Descriptor listener = listen_here(), notified = bind_here(SOCK_DGRAM, notify_path);
+  const Descriptor listener = listen_here(), notified = bind_at(notify_path, SOCK_DGRAM);
   service_ = spawn({}, [&] {
     fcntl(dup2(listener.get(), 3), F_SETFD, 0);  // which may be its number already
     close_range(0, 2, 0);

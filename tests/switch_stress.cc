@@ -165,7 +165,7 @@ int connect_raw(const std::string &path) {
   remote::Address where;
   remote::parse_address(path.c_str(), &where);
   const int raw = socket(AF_UNIX, SOCK_STREAM, 0);
-  connect(raw, where.get(), where.length);  // if it fails, so does each send
+  static_cast<void>(connect(raw, where.get(), where.length));  // if it fails, so does each send
   return raw;
 }
 

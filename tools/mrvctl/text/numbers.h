@@ -14,7 +14,7 @@ uint64_t parse_u64(const std::string &text, uint64_t low, uint64_t high);
 
 template <typename T = uint32_t>
 T parse_number(const std::string &text, T low = 0, T high = std::numeric_limits<T>::max()) {
-  return static_cast<T>(parse_u64(text, low, high));
+  return static_cast<T>(parse_u64(text, static_cast<uint64_t>(low), static_cast<uint64_t>(high)));
 }
 
 // Reads a word of data, on the command line and in files alike: a number, but not one that begins
