@@ -19,10 +19,11 @@
 #include "virtual_platform.h"
 
 static std::atomic<int> allocations = 0;
+static bool has_memory = true;
 
 [[gnu::noinline]] void *operator new(std::size_t size) {
   ++allocations;
-  void *block = std::malloc(size);
+  void *block = has_memory ? std::malloc(size) : nullptr;
   return block == nullptr ? throw std::bad_alloc() : block;
 }
 
@@ -275,6 +276,11 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   EXPECT_TRUE(morvane::read_entries(policers, 2, 1, ec).empty());
   EXPECT_TRUE(morvane::read_block(plain, 3, ec).empty());
   EXPECT_EQ(morvane::read_entries(policers, 1, 1), std::vector<uint32_t>(8, 5));
+  has_memory = false;
+  const std::size_t words_read = morvane::read_block(plain, 3, ec).size();
+  has_memory = true;
+  EXPECT_EQ(words_read, 0U);
+  EXPECT_EQ(ec, morvane::errc::no_buffer);
   morvane::write_entries(at(HF_DHS_SVIF_MEM_LO_OFFSET, 0), 3, {7, 8});
   EXPECT_EQ(morvane::read_entries(at(HF_DHS_SVIF_MEM_LO_OFFSET, 0), 3, 1),
             (std::vector<uint32_t>{7, 8}));

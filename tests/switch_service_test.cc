@@ -300,6 +300,7 @@ class SwitchService : public testing::Test {
 TEST_F(SwitchService, ends_the_connection_that_brings_a_bad_message_and_nothing_else) {
   start();
   expect_log("ready");
+  EXPECT_EQ(log_lines(), 2) << log();
   ASSERT_EQ(write_register(7), 0);
   const auto request = [](uint32_t kind, uint32_t length, int32_t result = 0, uint32_t driver = 0) {
     return bytes_of(kGoodHello, Header{9, kind, 0, driver, result, 0, length});
@@ -345,6 +346,10 @@ TEST_F(SwitchService, ends_the_connection_that_brings_a_bad_message_and_nothing_
   };
   EXPECT_TRUE(wait_until(is_suppressed));
   EXPECT_LE(log_lines(), 11 * ((Clock::now() - begin) / std::chrono::seconds(1) + 2)) << log();
+  const std::size_t reported = log().rfind("suppressed");
+  client_that_sends(std::string(20, 'x'));
+  EXPECT_TRUE(
+      wait_until([&] { return log().find("disconnected", reported) != std::string::npos; }));
 }
 
 TEST_F(SwitchService, serves_and_ends_while_the_reader_of_its_log_stalls) {
@@ -756,6 +761,12 @@ TEST_F(SwitchService, gives_enomem_and_applies_nothing_when_its_memory_runs_out)
   ASSERT_EQ(prlimit(service_, RLIMIT_DATA, &before, nullptr), 0);
   EXPECT_EQ(written_words(), 0);
   EXPECT_EQ(expect_only_client().failures, 1U);  // on the same connection
+  std::vector<uint32_t> run(1 << 20);            // of which the answer is longer than any before
+  run[0] = TYPE_READ_DHS;
+  const rlimit none = {1, before.rlim_max};
+  setrlimit(RLIMIT_DATA, &none);
+  EXPECT_EQ(send_record(SYSSRV_REG_READ_CASE, run.data(), 4 * run.size()), ENOMEM);
+  setrlimit(RLIMIT_DATA, &before);
   EXPECT_EQ(commit(), 0);
   EXPECT_EQ(written_words(), count);
 }
@@ -826,6 +837,12 @@ TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_wha
       {{"and more"}, 2}};
   for (const auto &[options, status] : wrong)
     expect_refusal(options, status, "");
+  const auto few_files = [] {
+    const rlimit few = {64, 64};
+    setrlimit(RLIMIT_NOFILE, &few);
+  };
+  EXPECT_EQ(wait_for(spawn({"--max-clients", "64"}, few_files)), 1);
+  expect_log("--max-clients: more open files than a process may have here");
   const Descriptor datagrams = bind_at(address_, SOCK_DGRAM);
   expect_refusal({}, 1, address_ + ": Protocol wrong type for socket");
   address_ = folder_ + "/none/socket";

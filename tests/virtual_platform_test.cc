@@ -121,7 +121,9 @@ TEST_F(VirtualPlatform, shows_the_asic_of_the_card_that_is_plugged_in) {
   uint32_t type = 0;
   vp_set_card(3, 1);
   EXPECT_EQ(cardcfg_get_real_asic_type(9, 0, &type), 0);
+  EXPECT_EQ(cardcfg_get_real_asic_type(9, 1, &type), -1);
   EXPECT_EQ(type, 3U);
+  EXPECT_EQ(vp_port_count(CARDCFG_PORT_TYPE_NIF), 8U);
 }
 
 TEST_F(VirtualPlatform, writes_a_run_whole_or_not_at_all_and_to_its_module_alone) {
