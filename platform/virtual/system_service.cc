@@ -15,11 +15,11 @@ struct Watcher {
   void *user = nullptr;
 };
 
-Watcher watcher;
+Watcher current;
 
 void tell_watcher(vp_phase phase, const vp_call &call) {
-  if (watcher.function != nullptr)
-    watcher.function(phase, &call, watcher.user);
+  if (current.function != nullptr)
+    current.function(phase, &call, current.user);
 }
 
 // A signal cannot interrupt a slow switch.
@@ -65,11 +65,11 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
   return outcome.result;
 }
 
-void vp_watch(vp_watcher function, void *user) {
-  watcher = {function, user};
+void vp_watch(vp_watcher watcher, void *user) {
+  current = {watcher, user};
 }
 
 int vp_reset(void) {
-  watcher = Watcher();
+  current = Watcher();
   return request_control(remote::kReset, nullptr, 0, nullptr, 0);
 }

@@ -23,7 +23,7 @@ struct FaultArgs {
 
   vp_fault fault{};
   std::optional<uint32_t> error_number;
-  std::optional<int32_t> answer;
+  std::optional<uint32_t> answer;
   std::optional<uint32_t> words;
   bool has_delay = false;
   std::optional<RegisterReference> reg;
@@ -64,7 +64,7 @@ void check_fault(FaultArgs &args) {
   if (args.error_number)
     set_action(args, VP_FAULT_ERRNO, static_cast<int32_t>(*args.error_number));
   if (args.answer)
-    set_action(args, VP_FAULT_ANSWER, *args.answer);
+    set_action(args, VP_FAULT_ANSWER, static_cast<int32_t>(*args.answer));
   if (args.words)
     set_action(args, VP_FAULT_NUM, static_cast<int32_t>(*args.words));
   if (fault.action == VP_FAULT_NONE && !args.has_delay)
@@ -232,7 +232,7 @@ void describe_add(Arguments &arguments, FaultArgs &args) {
   };
   arguments.parsed("[ERRNO]", args.error_number, parse_error,
                    format("The calls fail with it: a name, like ETIMEDOUT, or 1 to %u", kMaxErrno));
-  arguments.number<int32_t>("--answer N", args.answer, "The calls return N", 1);
+  arguments.number<uint32_t>("--answer N", args.answer, "The calls return N", 1, INT32_MAX);
   arguments.number<uint32_t>("--short N", args.words,
                              "Reads of several words are answered with N words");
   arguments.option(
