@@ -123,3 +123,22 @@ Output that cannot be written is a failure.
   $ mrvctl info >/dev/full
   output: the results could not be written
   [1]
+
+With --interactive each line of a pipe is answered before the next one is written.
+
+  $ mkfifo asked answered
+  $ mrvctl --json --interactive -f - <asked >answered &
+  $ exec 3>asked 4<answered
+  $ ask() { echo "$*" >&3; read -r answer <&4; echo "$answer"; }
+  $ ask write HI.2:5 9
+  {"command":"write","register":"HI.2:5","data":9,"queued":false}
+  $ ask raed HI.2:5
+  {"command":"raed","file":"stdin","line":2,"error":{"code":null,"name":"USAGE","text":"unknown command 'raed'; did you mean 'read'?"}}
+  $ ask read HI.2:5
+  {"command":"read","register":"HI.2:5","address":270532628,"words":[9],"transaction_sent":false}
+  $ exec 3>&-; wait $!
+  [2]
+  $ mrvctl --interactive read HI.2:5
+  mrvctl: --interactive is for -f -
+  Try 'mrvctl --help'.
+  [2]

@@ -1,4 +1,6 @@
 // mrvctl: options, and what they ask for.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
@@ -17,6 +19,7 @@ struct Options {
   std::string platform;
   std::string service;  // address of morvaned
   bool keep_going = false;
+  bool interactive = false;
   bool dry_run = false;
   bool calls = false;
   bool json = false;
@@ -37,15 +40,23 @@ constexpr char kFooter[] =
 void describe_options(Arguments &arguments, Options &options, Session &session) {
   arguments.word("-f,--file FILE", options.script, "Check and run a script (-: standard input)");
   arguments.flag("--keep-going", options.keep_going, "Continue after a failed command");
+  arguments.flag("--interactive", options.interactive, "With -f -: run each line as it comes");
   arguments.flag("--dry-run", options.dry_run, "Check the syntax only");
   arguments.flag("--json", options.json, "Print results as JSON, one object per line");
   arguments.flag("--calls", options.calls, "Show each service call on standard error");
   arguments.word("--platform FILE", options.platform,
                  "Platform library (default: $MORVANE_PLATFORM)");
-  arguments.word("--switch PATH", options.service, "Socket of morvaned, or none (default: $MORVANE_SWITCH)");
+  arguments.word("--switch PATH", options.service,
+                 "Socket of morvaned, or none (default: $MORVANE_SWITCH)");
   arguments.number<uint32_t>("--slot N", session.slot, "Card slot (default: 0)", 0, 255);
   arguments.number<uint32_t>("--module N", session.module, "Module (default: 0)", 0, 3);
   arguments.number<uint32_t>("--asic N", session.asic, "ASIC number (default: 0)", 0, 255);
+}
+
+// Whether each line runs as it is entered.
+bool is_interactive(const Options &options) {
+  return !options.dry_run && options.script == "-" &&
+         (options.interactive || isatty(STDIN_FILENO) != 0);
 }
 
 // What the command line has from the command on.
@@ -82,8 +93,8 @@ void run(Runner &runner, Session &session, const Options &options, const Script 
     return show_dry_run(session, script);
   if (!runner.run("init", {}, "init", [&] { initialise(session, options, setup); }))
     return;
-  if (is_typed(options.script))
-    runner.run_typed_lines();
+  if (is_interactive(options))
+    runner.run_each_line();
   else
     runner.run_script(script, options.keep_going);
   runner.run("end", {}, "end", [&] {
@@ -107,7 +118,7 @@ int run_and_close(Parser &parser, Session &session, const Options &options, cons
   Script script = {shown, {{0, shown, chosen}}};
   if (chosen.run)
     runner.run(chosen.name, {}, shown, chosen.check);
-  else if (!is_typed(options.script) || options.dry_run)
+  else if (!is_interactive(options))
     script = runner.read_script(options.script);
   run(runner, session, options, script, chosen.setup);
   runner.run("output", {}, "output", [&] {
@@ -161,6 +172,8 @@ int parse_and_run(int argc, char **argv) {
     return refuse("give either a command or a script", chosen.name, options.json);
   if (!chosen.run && options.script.empty())
     return refuse_without_command(options.json);
+  if (options.interactive && options.script != "-")
+    return refuse("--interactive is for -f -", "", options.json);
   return run_and_close(parser, session, options, chosen, shown_command(chosen.name, argc, argv));
 }
 

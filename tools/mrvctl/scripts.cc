@@ -1,8 +1,6 @@
 // Scripts: one command per line.
 #include "scripts.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 #include <iostream>
@@ -80,10 +78,6 @@ void add_script_commands(Parser &parser) {
       run_expect_fail);
 }
 
-bool is_typed(const std::string &path) {
-  return path == "-" && isatty(STDIN_FILENO) != 0;
-}
-
 bool Runner::run(const std::string &command, const Place &place, const std::string &shown,
                  const std::function<void()> &step) {
   session_.report.set_command(command);
@@ -155,7 +149,7 @@ void Runner::run_script(const Script &script, bool keep_going) {
   }
 }
 
-void Runner::run_typed_lines() {
+void Runner::run_each_line() {
   parse_lines(std::cin, kStandardInput,
               [&](const ScriptLine &line) { run_line(kStandardInput, line); });
 }

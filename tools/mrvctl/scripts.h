@@ -27,9 +27,6 @@ struct Script {
   std::vector<ScriptLine> lines;
 };
 
-// Whether a person types the script: each line runs as it is entered.
-bool is_typed(const std::string &path);
-
 class Runner {
  public:
   Runner(Session &session, Parser &parser) : session_(session), parser_(parser) {}
@@ -51,7 +48,7 @@ class Runner {
 
   // Reads lines from standard input and runs each before the next is read; a failure does not end
   // the session.
-  void run_typed_lines();
+  void run_each_line();
 
  private:
   using UseLine = std::function<void(const ScriptLine &)>;
