@@ -66,8 +66,8 @@ int write(Request request, size_t room = 0) {
   return send(SYSSRV_REG_WRITE_CASE, request.data(), 4 * (kWords + room));
 }
 
-uint32_t word_at(uint32_t addr, uint32_t module = 0) {
-  Request request = {TYPE_READ, module, 0, addr};
+uint32_t word_at(uint32_t addr) {
+  Request request = {TYPE_READ, 0, 0, addr};
   EXPECT_EQ(read(request), 0);
   return request[kData];
 }
@@ -117,25 +117,12 @@ TEST_F(VirtualPlatform, has_a_word_at_every_address_of_its_own_and_none_behind_a
   }
 }
 
-TEST_F(VirtualPlatform, shows_the_asic_of_the_card_that_is_plugged_in) {
-  uint32_t type = 0;
-  vp_set_card(3, 1);
-  EXPECT_EQ(cardcfg_get_real_asic_type(9, 0, &type), 0);
-  EXPECT_EQ(cardcfg_get_real_asic_type(9, 1, &type), -1);
-  EXPECT_EQ(type, 3U);
-  EXPECT_EQ(vp_port_count(CARDCFG_PORT_TYPE_NIF), 8U);
-}
-
-TEST_F(VirtualPlatform, writes_a_run_whole_or_not_at_all_and_to_its_module_alone) {
+TEST_F(VirtualPlatform, writes_a_run_completely_or_not_at_all) {
   const uint32_t before_a_hole = address(KEL_ASIC_BLK_HR, 0, 25);
   Request request = {TYPE_WRITE_DHS, 0, 0, before_a_hole, 0, kAll, 3};
   request[kWords] = 1;
   EXPECT_EQ(write(request, 3), EFAULT);
   EXPECT_EQ(word_at(before_a_hole), 0U);
-  request[kNum] = 1;
-  EXPECT_EQ(write(request, 3), 0);
-  EXPECT_EQ(word_at(before_a_hole), 1U);
-  EXPECT_EQ(word_at(before_a_hole, 1), 0U);
 }
 
 TEST_F(VirtualPlatform, applies_a_write_completely_or_not_at_all_when_memory_runs_out) {
