@@ -394,7 +394,7 @@ TEST_F(SwitchService, delays_the_answer_to_one_client_and_serves_the_others) {
   fault.conditions = VP_IF_PROCESS;
   fault.process = getpid();
   fault.every = fault.times = 1;
-  fault.min_delay_us = fault.max_delay_us = 3600u * 1000 * 1000;
+  fault.min_delay_us = fault.max_delay_us = 3600U * 1000 * 1000;
   ASSERT_EQ(vp_add_fault(&fault), 0);
   const Record read = {TYPE_READ, 99};
   Descriptor delayed = client_that_sends(bytes_of(
