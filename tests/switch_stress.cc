@@ -42,8 +42,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kClients = 32, kHostile = 6, kLives = 3;
-constexpr uint32_t kRun = 3;        // words that a client writes in one transaction
-constexpr unsigned kPatience = 15;  // seconds, for a client to see its own words
+constexpr uint32_t kRun = 3;  // words that a client writes in one transaction
 constexpr long kMaxGrowth = (SANITIZED ? 32 : 4) * 1024;  // KiB that the service may keep
 
 // What a client knows of its registers. In files that both word sizes map.
@@ -53,6 +52,11 @@ struct Journal {
   uint32_t life;       // this one; 0 if none
   uint32_t writes;
   uint32_t reads;  // that found a confirmed value
+};
+
+struct Journals {
+  uint32_t must_end;  // 1: each client ends as soon as it has seen its own words
+  Journal of[kClients];
 };
 
 char folder[] = "/tmp/switch_stress_XXXXXX";
@@ -96,16 +100,16 @@ uint32_t life() {
   return call(SYSSRV_REG_READ_CASE, request.data(), sizeof request) == 0 ? request[4] : 0;
 }
 
-volatile Journal *map_journals(const std::string &path) {
+volatile Journals *map_journals(const std::string &path) {
   const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  constexpr size_t size = kClients * sizeof(Journal);
+  constexpr size_t size = sizeof(Journals);
   void *const journals = ftruncate(file, size) == 0
                              ? mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)
                              : MAP_FAILED;
   close(file);
   if (journals == MAP_FAILED)
     fail("no journals");
-  return static_cast<volatile Journal *>(journals);
+  return static_cast<volatile Journals *>(journals);
 }
 
 // A confirmed value; killed between two steps, the journal claims less than what is true.
@@ -117,27 +121,12 @@ void confirm(volatile Journal &journal, uint32_t in_life) {
   journal.writes = journal.writes + 1;
 }
 
-// While a client starts, SIGTERM waits for its handler.
-void mask_sigterm(int how) {
-  sigset_t set;
-  sigemptyset(&set);
-  sigaddset(&set, SIGTERM);
-  sigprocmask(how, &set, nullptr);
-}
-
-// One client, until SIGTERM asks it to end and it has seen its own words.
-volatile std::sig_atomic_t must_end = 0;
-
-[[noreturn]] void run_client(volatile Journal &journal, uint32_t number) {
-  std::signal(SIGTERM, [](int) {
-    must_end = 1;
-    alarm(kPatience);
-  });
-  mask_sigterm(SIG_UNBLOCK);
+[[noreturn]] void run_client(volatile Journals &journals, uint32_t number) {
+  volatile Journal &journal = journals.of[number];
   const uint32_t own = address(KEL_ASIC_BLK_HI, number), first = number << 24;
   if (journal.sent == 0)
     journal.sent = first;
-  for (uint32_t rounds = 0; must_end == 0 || rounds == 0;) {
+  for (uint32_t rounds = 0; journals.must_end == 0 || rounds == 0;) {
     const uint32_t before = life();
     std::array<uint32_t, 49 + kRun> request = {TYPE_READ_DHS, 0, 0, own, 0, 0, kRun};
     const bool was_read = call(SYSSRV_REG_READ_CASE, request.data(), sizeof request) == 0;
@@ -208,7 +197,6 @@ pid_t fork_child(Run run) {
 
 pid_t start_client(const char *program, const std::string &journals, uint32_t number) {
   return fork_child([&] {
-    mask_sigterm(SIG_BLOCK);
     execl(program, "switch_stress", "client", journals.c_str(), std::to_string(number).c_str(),
           nullptr);
     _exit(127);
@@ -257,7 +245,7 @@ long resident_memory(pid_t process) {
 int main(int argc, char **argv) {
   if (argc == 4 && std::strcmp(argv[1], "client") == 0) {
     const auto number = static_cast<uint32_t>(std::strtoul(argv[3], nullptr, 10));
-    run_client(map_journals(argv[2])[number], number);
+    run_client(*map_journals(argv[2]), number);
   }
   if (argc != 3 && argc != 4)
     fail("usage: switch_stress MORVANED SECONDS [SWITCH_STRESS]");
@@ -268,7 +256,7 @@ int main(int argc, char **argv) {
   const std::array<const char *, 2> programs = {"/proc/self/exe",
                                                 argc == 4 ? argv[3] : "/proc/self/exe"};
   setenv("MORVANE_SWITCH", path.c_str(), 1);
-  const volatile Journal *const journal = map_journals(journals);
+  volatile Journals *const journal = map_journals(journals);
   pid_t service = start_service(argv[1], path, 1);
   std::vector<pid_t> clients(kClients), hostile(kHostile);
   for (uint32_t i = 0; i < kClients; ++i)
@@ -306,10 +294,10 @@ int main(int argc, char **argv) {
   }
   for (const pid_t attacker : hostile)
     end(attacker, SIGKILL);
+  journal->must_end = 1;
   for (const pid_t client : clients) {
-    kill(client, SIGCONT);
-    if (end(client, SIGTERM) != 0)
-      fail("a client failed, or did not see its own words");
+    if (end(client, SIGCONT) != 0)
+      fail("a client failed");
   }
   const vp_client *list = nullptr;
   uint32_t count = 0;
@@ -330,8 +318,8 @@ int main(int argc, char **argv) {
     fail("the service has grown by " + std::to_string(growth) + " KiB");
   uint64_t writes = 0, reads = 0;
   for (uint32_t i = 0; i < kClients; ++i) {
-    writes += journal[i].writes;
-    reads += journal[i].reads;
+    writes += journal->of[i].writes;
+    reads += journal->of[i].reads;
   }
   std::printf("%" PRIu64 " confirmed writes, %" PRIu64 " verified reads; %" PRIu32
               " clients killed, %" PRIu32 " stopped, %" PRIu32 " hostile; memory grew by %ld KiB\n",
