@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "calls/call_text.h"
 #include "commands/recorded_calls.h"
 #include "host/platform_library.h"
 #include "input_bytes.h"

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "calls/call_text.h"
+
 namespace mrvctl {
 namespace {
 

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "asic/address_index.h"
 #include "calls/decoded_call.h"
 
 namespace mrvctl {

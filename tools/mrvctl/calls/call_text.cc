@@ -1,20 +1,24 @@
-// A decoded call as one line.
+// Decoded calls as lines.
 #include "calls/call_text.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "asic/port_reference.h"
+#include "asic/qos_counters.h"
 #include "asic/register_names.h"
 #include "kel_asic_record_kinds.h"
 #include "text/errors.h"
 #include "text/text.h"
+#include "text/times.h"
 
 namespace mrvctl {
 namespace {
 
-constexpr size_t kWordsShown = 8;
-constexpr size_t kEntriesShown = 4;
+// In a request and its answer, and in a table.
+constexpr size_t kWordsShown = 8, kWordsInTable = 2;
+constexpr size_t kEntriesShown = 4, kEntriesInTable = 3;
+constexpr char kCommandPrefix[] = "KEL_ASIC_CMD_";
 
 const char *case_name(uint32_t case_code) {
   const kel_asic_case_t *const known = kel_asic_find_case(case_code);
@@ -26,11 +30,18 @@ std::string address_text(uint32_t address) {
   return name == nullptr ? format("0x%08x", address) : name;
 }
 
+// The first of so many words, of which all or some are known.
+std::string first_words(const std::vector<uint32_t> &words, size_t count, size_t max_shown) {
+  std::vector<std::string> shown;
+  for (size_t i = 0; i < std::min(words.size(), max_shown); ++i)
+    shown.push_back(format("%08x", words[i]));
+  if (count > shown.size())
+    shown.emplace_back("...");
+  return join(shown, " ");
+}
+
 std::string words_text(const std::vector<uint32_t> &words) {
-  std::string text;
-  for (size_t i = 0; i < std::min(words.size(), kWordsShown); ++i)
-    text += format("%s%08x", i == 0 ? "" : " ", words[i]);
-  return "[" + text + (words.size() > kWordsShown ? " ...]" : "]");
+  return "[" + first_words(words, words.size(), kWordsShown) + "]";
 }
 
 // The record of a request in one line.
@@ -72,6 +83,75 @@ struct RequestText {
   }
 };
 
+// "LINK_PAUSE_ENABLE hif:3"
+std::string command_text(uint32_t command, uint32_t port_word) {
+  std::string name = command_name(command) + sizeof kCommandPrefix - 1;
+  if (command == KEL_ASIC_CMD_CLEAR_DROP_COUNTERS)
+    return name;
+  if (command == KEL_ASIC_CMD_NODROP_CLASS_MAP)
+    return name + format(" 0x%02x", port_word & 0xFF);
+  return name + " " + port_text(port_word >> 8 & 0xFF, port_word & 0xFF);
+}
+
+// "writes=5, reads=5, n2h_drops=0, h2n_drops=0"
+std::string stats_text(const kel_asic_qos_stats_t &stats) {
+  const auto total = [](const kel_asic_counter_t *counters, size_t count) {
+    return static_cast<unsigned long long>(counter_sum(counters, count));
+  };
+  return format(
+      "writes=%llu, reads=%llu, n2h_drops=%llu, h2n_drops=%llu",
+      total(stats.ss_dhs.wr_rcvd_cnt, kClasses), total(stats.ss_dhs.rd_sent_cnt, kClasses),
+      total(stats.drops.n2h_drops[0], kGridCells), total(stats.drops.h2n_drops[0], kGridCells));
+}
+
+std::string register_value_text(const DecodedCall &call, const RegisterFields &request) {
+  if (is_command(request))
+    return "-";
+  const std::vector<uint32_t> values = register_values(call, request);
+  if (is_run(request) && (!values.empty() || !is_read(request)))
+    return format("%u: ", request.num) + first_words(values, request.num, kWordsInTable);
+  if (values.empty())
+    return "-";
+  return masked_text(values[0], request.type == TYPE_WRITE_FIELD ? request.mask : UINT32_MAX);
+}
+
+// Most switches have one module and one ASIC, so they are told only where they are not the first.
+std::string place_text(int32_t module, uint32_t asic) {
+  if (module == 0 && asic == 0)
+    return "";
+  return asic == 0 ? format(" (module %d)", module) : format(" (module %d, ASIC %u)", module, asic);
+}
+
+std::string entry_text(const kel_asic_xn_entry_t &entry, const AddressIndex &index) {
+  const auto port_word = static_cast<uint32_t>(entry.asic_map);
+  if (command_name(entry.reg) != nullptr)
+    return command_text(entry.reg, port_word) + place_text(entry.module, port_word >> 16);
+  return index.text(entry.reg) + place_text(entry.module, port_word) + " <- " +
+         masked_text(entry.data, entry.mask);
+}
+
+// The first entries; those that touch a register where somebody asks after one.
+std::string entries_text(const TransactionFields &transaction, const AddressIndex &index,
+                         const std::optional<RegisterReference> &wanted) {
+  std::vector<std::string> entries;
+  for (const kel_asic_xn_entry_t &entry : transaction.entries) {
+    if (wanted && !index.last_word_of(*wanted, entry.reg, 1))
+      continue;
+    if (entries.size() == kEntriesInTable)
+      return join(entries, ", ") + ", ...";
+    entries.push_back(entry_text(entry, index));
+  }
+  return join(entries, ", ");
+}
+
+std::string detail_text(const DecodedCall &call, const AddressIndex &index,
+                        const std::optional<RegisterReference> &wanted) {
+  if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
+    return entries_text(*transaction, index, wanted);
+  const auto *qos = std::get_if<QosFields>(&call.answer);
+  return qos != nullptr && qos->type == QOS_STATS_GET ? stats_text(qos->stats) : "";
+}
+
 }  // namespace
 
 std::string request_text(const DecodedCall &call) {
@@ -86,13 +166,72 @@ std::string answer_text(const DecodedCall &call) {
     return text + format(" %s (%s)", errno_name(call.error_number).c_str(),
                          std::strerror(call.error_number));
   if (const auto *qos = std::get_if<QosFields>(&call.answer))
-    return text + (qos->type == QOS_STATS_GET ? " {" + stats_text(*qos->stats) + "}" : "");
+    return text + (qos->type == QOS_STATS_GET ? " {" + stats_text(qos->stats) + "}" : "");
   const auto *reg = std::get_if<RegisterFields>(&call.answer);
   if (reg != nullptr && reg->type == TYPE_READ)
     return text + format(" {data=0x%x}", reg->data);
   if (reg != nullptr && reg->type == TYPE_READ_DHS)
     return text + format(" {num=%u, words=%s}", reg->num, words_text(reg->words).c_str());
   return text;
+}
+
+std::string masked_text(uint32_t value, uint32_t mask) {
+  return format("0x%08x", value) + (mask == UINT32_MAX ? "" : format(" mask 0x%08x", mask));
+}
+
+std::string target_text(const DecodedCall &call, const AddressIndex &index) {
+  if (const auto *reg = std::get_if<RegisterFields>(&call.request)) {
+    if (is_command(*reg))
+      return command_text(reg->address, reg->asic) + place_text(reg->module, reg->asic >> 16);
+    return index.text(reg->address) + place_text(reg->module, reg->asic);
+  }
+  if (const auto *timer = std::get_if<TimerFields>(&call.request))
+    return "SP timer" + place_text(timer->module, timer->asic);
+  if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
+    return "\"" + printable(transaction->name) + "\"";
+  if (const auto *qos = std::get_if<QosFields>(&call.request))
+    return (qos->type == QOS_STATS_CLEAR_ALL ? "all ports" : port_text(qos->port_type, qos->port)) +
+           place_text(static_cast<int32_t>(qos->module), qos->asic);
+  return "-";
+}
+
+std::string value_text(const DecodedCall &call) {
+  if (const auto *reg = std::get_if<RegisterFields>(&call.request))
+    return register_value_text(call, *reg);
+  if (const auto *timer = std::get_if<TimerFields>(&call.request))
+    return format("time %u", timer->time);
+  if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
+    return transaction->num < 0
+               ? format("%d writes", transaction->num)
+               : count_text(static_cast<uint64_t>(transaction->num), "write", "writes");
+  return "-";
+}
+
+std::string caller_text(const DecodedCall &call) {
+  const auto *reg = std::get_if<RegisterFields>(&call.request);
+  if (reg == nullptr || (reg->func.empty() && reg->file.empty()))
+    return "";
+  return printable(reg->func) + (reg->func.empty() ? "" : " ") + printable(reg->file) +
+         format(":%u", reg->line) + (reg->context == 0 ? "" : format(" context %u", reg->context));
+}
+
+std::string call_heading(size_t process_width) {
+  return format("%-26s  %-*s  %12s  %-13s  %-30s  %-26s  %-10s  %s\n", "TIME",
+                static_cast<int>(process_width), "PROCESS", "DURATION", "OPERATION", "REGISTER",
+                "VALUE", "RESULT", "CALLER");
+}
+
+std::string call_line(const DecodedCall &call, const AddressIndex &index, size_t process_width,
+                      const std::optional<RegisterReference> &wanted) {
+  const std::string duration = call.duration_ns ? duration_text(*call.duration_ns) : "-";
+  std::string line =
+      format("%s  %-*s  %12s  %-13s  %-30s  %-26s  %-10s  ", local_time_text(call.wall_ns).c_str(),
+             static_cast<int>(process_width), call.process->label.c_str(), duration.c_str(),
+             call.operation.c_str(), target_text(call, index).c_str(), value_text(call).c_str(),
+             call.outcome.c_str()) +
+      caller_text(call) + detail_text(call, index, wanted);
+  line.erase(line.find_last_not_of(' ') + 1);
+  return line + "\n";
 }
 
 }  // namespace mrvctl

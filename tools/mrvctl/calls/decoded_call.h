@@ -1,17 +1,53 @@
 // A decoded call: the same object for a live call and for a call of a recording. Tables, JSON,
-// packets and replay use it. The texts are for people: unprintable characters are replaced.
+// packets and replay use it.
 #ifndef MRVCTL_DECODED_CALL_H
 #define MRVCTL_DECODED_CALL_H
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
-#include "asic/address_index.h"
-#include "calls/call_fields.h"
+#include "kel_asic_intf.h"
+#include "kel_asic_lib_common.h"
 
 namespace mrvctl {
+
+// The fields of the four records.
+
+struct RegisterFields {
+  uint32_t type = 0;
+  int32_t module = 0;
+  uint32_t asic = 0;  // or the port word of a command
+  uint32_t address = 0;
+  uint32_t data = 0;
+  uint32_t mask = 0;
+  uint32_t num = 0;
+  uint32_t context = 0;
+  uint32_t line = 0;
+  std::string func;
+  std::string file;
+  std::vector<uint32_t> words;  // as many of the num as the record has
+};
+
+struct TimerFields {
+  int32_t module = 0;
+  uint32_t asic = 0;
+  uint32_t time = 0;
+};
+
+struct TransactionFields {
+  std::string name;
+  int32_t reorder = 0;
+  int32_t num = 0;
+  std::vector<kel_asic_xn_entry_t> entries;  // as many of the num as the record has
+};
+
+using QosFields = kel_asic_qos_stats_params_t;
+
+using Fields =
+    std::variant<std::monostate, RegisterFields, TimerFields, TransactionFields, QosFields>;
 
 // The process that made the call.
 struct CallingProcess {
@@ -61,21 +97,24 @@ struct Access {
 
 std::vector<Access> accesses(const DecodedCall &call);
 
-// What the call is about: a register, a command, a port, the name of a transaction.
-std::string target_text(const DecodedCall &call, const AddressIndex &index);
+// "TYPE_READ", "QOS_STATS_GET" ..., as the public headers call them.
+const char *register_type_name(uint32_t type);
+const char *qos_type_name(uint32_t type);
 
-// The value or words that it carried, either way.
-std::string value_text(const DecodedCall &call);
+// Whether the service is asked to change something.
+bool is_write(const Fields &request);
 
-// "main client.c:10 context 7"; empty where nobody told.
-std::string caller_text(const DecodedCall &call);
+// Whether it is a write to a command address.
+bool is_command(const RegisterFields &request);
 
-// One line of a table that has these headings. Behind a call that does not tell its caller stand
-// the first entries of its transaction, of those that touch a register where one is wanted, or the
-// sums of its statistics.
-std::string call_heading(size_t process_width);
-std::string call_line(const DecodedCall &call, const AddressIndex &index, size_t process_width,
-                      const std::optional<RegisterReference> &wanted);
+// Whether it reads or writes a run of words.
+bool is_run(const RegisterFields &request);
+
+// Whether it asks for words.
+bool is_read(const RegisterFields &request);
+
+// The words that a register request wrote, or that were read, as far as they are known.
+std::vector<uint32_t> register_values(const DecodedCall &call, const RegisterFields &request);
 
 }  // namespace mrvctl
 

@@ -6,8 +6,9 @@
 #include <cstdio>
 
 #include "asic/address_spans.h"
+#include "asic/register_reference.h"
 #include "asic/table_shapes.h"
-#include "calls/call_fields.h"
+#include "calls/decoded_call.h"
 #include "check/check_table.h"
 #include "check/isolation.h"
 #include "check/register_map_query.h"

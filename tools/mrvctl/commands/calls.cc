@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <deque>
 
+#include "calls/call_text.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
 #include "output/call_json.h"
@@ -160,16 +161,15 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
   const uint32_t address = written.access.address + 4 * written.word;
   const std::vector<uint32_t> &values = written.access.values;
   const bool known = written.word < values.size();
-  const std::string value = known ? format("0x%08x", values[written.word]) : "a word that was cut";
-  const std::string mask =
-      written.access.mask == UINT32_MAX ? "" : format(" mask 0x%08x", written.access.mask);
+  const std::string value =
+      known ? masked_text(values[written.word], written.access.mask) : "a word that was cut";
   const std::string caller = caller_text(*last);
   const std::string who = caller.empty() ? target_text(*last, index) : caller;
   Json object = call_json(*last, index);
   object["written"] = {{"register", index.text(address)},
                        {"data", known ? Json(values[written.word]) : Json()},
                        {"mask", written.access.mask}};
-  session.report.result(object, index.text(address) + " <- " + value + mask + "  " +
+  session.report.result(object, index.text(address) + " <- " + value + "  " +
                                     local_time_text(last->wall_ns) + "  " + last->process->label +
                                     "  " + last->operation + "  " + last->outcome + "  " + who +
                                     "\n");

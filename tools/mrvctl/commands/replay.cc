@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "asic/qos_counters.h"
-#include "calls/decoded_call.h"
+#include "calls/call_text.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
 #include "output/signals.h"
@@ -88,7 +88,7 @@ std::vector<AnswerField> answer_fields(const DecodedCall &call, bool with_qos,
     more = register_fields(*reg, target, index);
   const auto *qos = std::get_if<QosFields>(&call.answer);
   if (qos != nullptr && with_qos && qos->type == QOS_STATS_GET)
-    more = qos_fields(*qos->stats, target);
+    more = qos_fields(qos->stats, target);
   fields.insert(fields.end(), more.begin(), more.end());
   return fields;
 }

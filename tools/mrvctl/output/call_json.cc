@@ -21,14 +21,13 @@ Json register_name_json(uint32_t address, const AddressIndex &index) {
 void add_register(Json &object, const DecodedCall &call, const RegisterFields &request,
                   const AddressIndex &index) {
   const auto *answer = std::get_if<RegisterFields>(&call.answer);
-  const bool run = request.type == TYPE_READ_DHS || request.type == TYPE_WRITE_DHS;
-  const bool read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
+  const bool read = is_read(request);
   object["module"] = request.module;
   object["asic"] = request.asic;
   object["address"] = request.address;
   object["register"] = register_name_json(request.address, index);
   const RegisterFields *values = read ? answer : &request;
-  if (run) {
+  if (is_run(request)) {
     object["num"] = request.num;
     object["answered"] = answer == nullptr || !read ? Json() : Json(answer->num);
     object["words"] = values == nullptr ? Json() : Json(values->words);
@@ -73,7 +72,7 @@ void add_qos(Json &object, const DecodedCall &call, const QosFields &request) {
   if (request.type != QOS_STATS_GET)
     return;
   const auto *answer = std::get_if<QosFields>(&call.answer);
-  object["stats"] = answer == nullptr ? Json() : qos_json(*answer->stats);
+  object["stats"] = answer == nullptr ? Json() : qos_json(answer->stats);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #ifndef MRVCTL_CALL_JSON_H
 #define MRVCTL_CALL_JSON_H
 
+#include "asic/address_index.h"
 #include "calls/decoded_call.h"
 #include "output/json.h"
 

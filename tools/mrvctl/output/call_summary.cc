@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "calls/call_text.h"
 #include "text/text.h"
 #include "text/times.h"
 

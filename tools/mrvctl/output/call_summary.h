@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "asic/address_index.h"
 #include "calls/decoded_call.h"
 #include "output/listing.h"
 

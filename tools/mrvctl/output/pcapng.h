@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "asic/address_index.h"
 #include "calls/decoded_call.h"
 
 namespace mrvctl {
