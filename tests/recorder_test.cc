@@ -934,22 +934,11 @@ TEST_F(Damaged, is_followed) {
   EXPECT_EQ(refusal(), path_ + " has been replaced by another file");
 }
 
-// True if there are calls in the recordings, all complete.
-bool can_read(char **paths, int count) {
-  std::size_t calls = 0;
-  std::for_each(paths, paths + count,
-                [&calls](const char *path) { calls += calls_in(path).size(); });
-  std::printf("%zu calls in %d recordings\n", calls, count);
-  return calls > 0 && !testing::Test::HasFailure();
-}
-
 }  // namespace
 
 int main(int argc, char **argv) {
   if (argc == 3 && std::strcmp(argv[1], "--client") == 0)
     return client(argv[2]);
   testing::InitGoogleTest(&argc, argv);
-  if (argc > 2 && std::strcmp(argv[1], "--read") == 0)
-    return can_read(argv + 2, argc - 2) ? 0 : 1;
   return RUN_ALL_TESTS();
 }
