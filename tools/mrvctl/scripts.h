@@ -1,7 +1,6 @@
 // Runs the steps of the tool, reports those that fail, and keeps the status of the first: a
 // command, or a script with one command per line.
-#ifndef MRVCTL_SCRIPTS_H
-#define MRVCTL_SCRIPTS_H
+#pragma once
 
 #include <functional>
 #include <istream>
@@ -64,5 +63,3 @@ class Runner {
 };
 
 }  // namespace mrvctl
-
-#endif

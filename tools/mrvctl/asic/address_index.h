@@ -1,18 +1,33 @@
-// The way back from an address to the name of its register: the spans of all registers, in a list
-// that is searched by halves.
-#ifndef MRVCTL_ADDRESS_INDEX_H
-#define MRVCTL_ADDRESS_INDEX_H
+// The addresses of all registers of the ASIC, as the register map and the table shapes have them,
+// and the way back from an address to the name of its register.
+#pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "asic/address_spans.h"
 #include "asic/asic_map.h"
 #include "asic/register_reference.h"
 
 namespace mrvctl {
+
+// The addresses of one register, those of all its entries where it is a table.
+struct AddressSpan {
+  uint64_t begin;
+  uint64_t end;         // behind the last byte; beyond 32 bits where the map has no room
+  uint32_t entry_size;  // words; 0 where it is no table
+  Register reg;
+};
+
+// In the order of their addresses; of two registers with one address the first in the enumerations
+// comes first.
+std::vector<AddressSpan> address_spans(const RegisterMap &map);
+
+// The first of those that are wanted, in the same order, without keeping all.
+std::optional<AddressSpan> first_span(const RegisterMap &map,
+                                      const std::function<bool(const AddressSpan &)> &wanted);
 
 // What a word of the ASIC belongs to.
 struct Location {
@@ -58,5 +73,3 @@ class AddressIndex {
 };
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // What the platform's register map tells any client: limits, addresses and the entry-size hook.
-#ifndef MRVCTL_REGISTER_MAP_H
-#define MRVCTL_REGISTER_MAP_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -53,5 +52,3 @@ class RegisterMap {
 };
 
 }  // namespace mrvctl
-
-#endif

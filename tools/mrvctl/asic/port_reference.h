@@ -1,6 +1,5 @@
 // References to ports, as people write them and as everything prints them: "hif:3".
-#ifndef MRVCTL_PORT_REFERENCE_H
-#define MRVCTL_PORT_REFERENCE_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -47,5 +46,3 @@ inline std::string port_text(const Port &port) {
 std::optional<uint32_t> max_ports(const kel_asic_limits_t &limits, uint32_t port_type);
 
 }  // namespace mrvctl
-
-#endif

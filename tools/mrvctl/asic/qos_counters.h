@@ -1,11 +1,11 @@
 // The counters of the QoS record of a port, under their names.
-#ifndef MRVCTL_QOS_COUNTERS_H
-#define MRVCTL_QOS_COUNTERS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include "asic/port_reference.h"
 #include "kel_asic_intf.h"
 
 namespace mrvctl {
@@ -28,8 +28,13 @@ struct Counters {
   const char *index;  // what tells eight of them apart
 };
 
+// What the service answered for one port.
+struct PortReading {
+  Port port;
+  syserr_t result;
+  kel_asic_qos_stats_t stats;  // zero unless the result is 0
+};
+
 std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // Names of blocks, registers and command addresses, as the public headers have them.
-#ifndef MRVCTL_REGISTER_NAMES_H
-#define MRVCTL_REGISTER_NAMES_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -44,5 +43,3 @@ const char *register_name(kel_asic_blk_t block, kel_asic_reg_t vreg);
 const char *command_name(uint32_t address);
 
 }  // namespace mrvctl
-
-#endif

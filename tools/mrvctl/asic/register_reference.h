@@ -5,8 +5,7 @@
 // REGISTER is a name, in any case and with or without _OFFSET, or a number. "*" stands for every
 // instance, A..B for a range of registers or entries, and .WORD after an entry for one of its
 // words: HI.2:HI_DHS_LVIF[5], HI.2:40..47, HI.*:5, HF.0:HF_DHS_POL[0..3], HF.0:HF_DHS_POL[5].2.
-#ifndef MRVCTL_REGISTER_REFERENCE_H
-#define MRVCTL_REGISTER_REFERENCE_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -61,5 +60,3 @@ std::string every_register_text(kel_asic_blk_t block, kel_asic_reg_t vreg);
 std::string entry_range_text(const Register &reg, uint32_t index, uint64_t count = 1);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,7 +1,6 @@
 // The table (DHS) registers: their entry sizes and index ranges, from the published shapes, and
 // from the register map's hook where those leave it to the hook.
-#ifndef MRVCTL_TABLES_H
-#define MRVCTL_TABLES_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -30,5 +29,3 @@ std::optional<Table> find_table(const RegisterMap &map, kel_asic_blk_t block, ke
 std::vector<Table> named_tables(const RegisterMap &map);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // Which calls somebody wants to see.
-#ifndef MRVCTL_CALL_CHOICE_H
-#define MRVCTL_CALL_CHOICE_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -38,5 +37,3 @@ std::optional<WrittenWord> last_written(const DecodedCall &call, const PlacedReg
                                         const AddressIndex &index);
 
 }  // namespace mrvctl
-
-#endif

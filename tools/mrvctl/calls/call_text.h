@@ -1,6 +1,5 @@
 // Decoded calls as texts for people: unprintable characters are replaced.
-#ifndef MRVCTL_CALL_TEXT_H
-#define MRVCTL_CALL_TEXT_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -36,5 +35,3 @@ std::string call_line(const DecodedCall &call, const AddressIndex &index, size_t
                       const std::optional<RegisterReference> &wanted);
 
 }  // namespace mrvctl
-
-#endif

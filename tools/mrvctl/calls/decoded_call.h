@@ -1,7 +1,6 @@
 // A decoded call: the same object for a live call and for a call of a recording. Tables, JSON,
 // packets and replay use it.
-#ifndef MRVCTL_DECODED_CALL_H
-#define MRVCTL_DECODED_CALL_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -117,5 +116,3 @@ bool is_read(const RegisterFields &request);
 std::vector<uint32_t> register_values(const DecodedCall &call, const RegisterFields &request);
 
 }  // namespace mrvctl
-
-#endif

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "asic/address_spans.h"
+#include "asic/address_index.h"
 #include "asic/register_reference.h"
 #include "asic/table_shapes.h"
 #include "calls/decoded_call.h"

@@ -1,6 +1,5 @@
 // The results of checks in the forms that others read: TAP and JUnit.
-#ifndef MRVCTL_CHECK_RESULTS_H
-#define MRVCTL_CHECK_RESULTS_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -30,5 +29,3 @@ std::string tap_lines(const std::vector<CheckResult> &results);
 std::string junit_text(const std::vector<Check> &planned, const std::vector<CheckResult> &results);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,7 +1,6 @@
 // Whether a platform is right: each check is a row of a table and holds the platform to one clause
 // of docs/porting.md.
-#ifndef MRVCTL_CHECK_H
-#define MRVCTL_CHECK_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -77,5 +76,3 @@ std::vector<Check> port_checks();
 std::vector<Check> fault_checks();
 
 }  // namespace mrvctl
-
-#endif

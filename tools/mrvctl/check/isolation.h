@@ -1,6 +1,5 @@
 // Runs a check in a process of its own, so that a platform that crashes or hangs ends nothing else.
-#ifndef MRVCTL_ISOLATION_H
-#define MRVCTL_ISOLATION_H
+#pragma once
 
 #include <chrono>
 #include <csignal>
@@ -72,5 +71,3 @@ class CrashClause {
 };
 
 }  // namespace mrvctl
-
-#endif

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "asic/address_spans.h"
+#include "asic/address_index.h"
 #include "asic/port_reference.h"
 #include "asic/register_reference.h"
 #include "asic/table_shapes.h"

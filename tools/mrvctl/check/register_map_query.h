@@ -1,6 +1,5 @@
 // The ASIC as the platform's register map describes it, in the raw form that checks look at.
-#ifndef MRVCTL_DESCRIBED_ASIC_H
-#define MRVCTL_DESCRIBED_ASIC_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -35,5 +34,3 @@ AddressTables query_tables(const Description &description);
 RegisterMap queried_map();
 
 }  // namespace mrvctl
-
-#endif

@@ -1,7 +1,6 @@
 // Service calls as the checks make them: through the platform's own sse_call2, with each record
 // between pages that nobody may touch.
-#ifndef MRVCTL_REQUESTS_H
-#define MRVCTL_REQUESTS_H
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -120,5 +119,3 @@ std::optional<CallResult> send_accepted_call(const CheckTarget &subject);
 void expect_service(const CheckTarget &subject);
 
 }  // namespace mrvctl
-
-#endif

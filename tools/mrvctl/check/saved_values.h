@@ -1,7 +1,6 @@
 // What checks have found in registers before they wrote to them, in memory that parent and child
 // share: the values can be put back although the process that wrote is dead.
-#ifndef MRVCTL_FOUND_VALUES_H
-#define MRVCTL_FOUND_VALUES_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -41,5 +40,3 @@ class SavedValues {
 };
 
 }  // namespace mrvctl
-
-#endif

@@ -12,8 +12,7 @@
 //
 // Only arguments.cc includes the parser library: its headers take longer to compile than all
 // commands together.
-#ifndef MRVCTL_ARGUMENTS_H
-#define MRVCTL_ARGUMENTS_H
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -228,5 +227,3 @@ class Parser {
 };
 
 }  // namespace mrvctl
-
-#endif

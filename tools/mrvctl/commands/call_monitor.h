@@ -1,6 +1,5 @@
 // What the tool monitors of the service calls of its commands.
-#ifndef MRVCTL_SENT_CALLS_H
-#define MRVCTL_SENT_CALLS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -25,5 +24,3 @@ uint64_t calls_so_far();
 size_t answered_words(size_t wanted);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // The commands: each file adds those of one noun to the parser.
-#ifndef MRVCTL_COMMANDS_H
-#define MRVCTL_COMMANDS_H
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -73,5 +72,3 @@ std::string private_hint(const Session &session);
 std::string write_status(const Session &session);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // Files of table entries and of register program steps.
-#ifndef MRVCTL_DATA_FILE_H
-#define MRVCTL_DATA_FILE_H
+#pragma once
 
 #include <functional>
 #include <string>
@@ -27,5 +26,3 @@ struct Program {
 Program read_program(const std::string &path);
 
 }  // namespace mrvctl
-
-#endif

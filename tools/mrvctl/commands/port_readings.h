@@ -1,11 +1,10 @@
 // Reads the statistics of ports: of one, of those that were named, or of all that the ASIC has.
-#ifndef MRVCTL_PORT_READINGS_H
-#define MRVCTL_PORT_READINGS_H
+#pragma once
 
 #include <vector>
 
+#include "asic/qos_counters.h"
 #include "commands/session.h"
-#include "output/port_reading.h"
 
 namespace mrvctl {
 
@@ -26,5 +25,3 @@ std::vector<PortReading> read_ports(Session &session, const std::vector<PortChoi
                                     uint32_t opts);
 
 }  // namespace mrvctl
-
-#endif

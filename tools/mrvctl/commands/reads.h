@@ -1,7 +1,6 @@
 // Reads of registers and table entries as several commands make them, and what is looked at before
 // the library is asked for entries.
-#ifndef MRVCTL_READS_H
-#define MRVCTL_READS_H
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -52,5 +51,3 @@ void check_range(const Table &table, uint32_t index, uint64_t count);
 std::string index_hint(Session &session, const Register &reg, const Table &table, uint32_t index);
 
 }  // namespace mrvctl
-
-#endif

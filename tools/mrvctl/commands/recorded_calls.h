@@ -1,6 +1,5 @@
 // The calls of recordings: those of several processes, in the order in which they began.
-#ifndef MRVCTL_RECORDED_CALLS_H
-#define MRVCTL_RECORDED_CALLS_H
+#pragma once
 
 #include <deque>
 #include <functional>
@@ -77,5 +76,3 @@ class RecordedCalls {
 };
 
 }  // namespace mrvctl
-
-#endif

@@ -1,7 +1,6 @@
 // One run of the tool: the library it initialised, the ASIC it speaks to, the transaction it
 // opened.
-#ifndef MRVCTL_SESSION_H
-#define MRVCTL_SESSION_H
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -98,5 +97,3 @@ class Session {
 };
 
 }  // namespace mrvctl
-
-#endif

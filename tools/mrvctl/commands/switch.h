@@ -1,6 +1,5 @@
 // What the commands of the virtual switch share.
-#ifndef MRVCTL_SWITCH_H
-#define MRVCTL_SWITCH_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -23,5 +22,3 @@ void check_control(int error, int known = 0, const std::string &text = "");
 std::vector<Fact> switch_facts(Session &session);
 
 }  // namespace mrvctl
-
-#endif

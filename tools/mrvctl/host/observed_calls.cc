@@ -5,7 +5,7 @@
 #include <chrono>
 #include <vector>
 
-#include "host/forwarded.h"
+#include "host/platform_library.h"
 
 namespace mrvctl {
 namespace {

@@ -1,6 +1,5 @@
 // Every call of the tool, on any platform, passes through here and can be observed.
-#ifndef MRVCTL_OBSERVED_CALLS_H
-#define MRVCTL_OBSERVED_CALLS_H
+#pragma once
 
 #include <functional>
 
@@ -18,5 +17,3 @@ struct CallObserver {
 void observe_calls(CallObserver observer);
 
 }  // namespace mrvctl
-
-#endif

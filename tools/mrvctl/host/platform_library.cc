@@ -10,9 +10,6 @@
 #include <cstring>
 #include <filesystem>
 
-#include "host/forwarded.h"
-#include "platform/card_config.h"
-#include "platform/register_map.h"
 #include "text/text.h"
 #include "virtual_platform.h"
 

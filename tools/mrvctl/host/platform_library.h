@@ -2,14 +2,29 @@
 // libmorvaneusd calls are defined in the tool itself and hand on to that library, so that one
 // mrvctl serves every platform. A library that was preloaded and defines one of them stands in
 // between.
-#ifndef MRVCTL_PLATFORM_H
-#define MRVCTL_PLATFORM_H
+#pragma once
 
 #include <string>
 
+#include "platform/card_config.h"
+#include "platform/register_map.h"
+#include "platform/system_service.h"
 #include "text/errors.h"
 
 namespace mrvctl {
+
+// The platform's own definitions of the six functions, for the tool's.
+struct Forwarded {
+  decltype(::sse_call2) *sse_call2;
+  decltype(::cardcfg_get_real_asic_type) *cardcfg_get_real_asic_type;
+  decltype(::cardcfg_card_get_sw_card_id) *cardcfg_card_get_sw_card_id;
+  decltype(::morvane_lib_init) *morvane_lib_init;
+  decltype(::kel_asic_get_all_base_table) *kel_asic_get_all_base_table;
+  decltype(::kel_asic_get_all_reg_table) *kel_asic_get_all_reg_table;
+};
+
+// All null until a platform is open.
+const Forwarded &forwarded();
 
 // Opens the library of the option --platform, of MORVANE_PLATFORM, or the one that this mrvctl was
 // built for, in this order. Throws
@@ -49,5 +64,3 @@ Function *control(const char *name) {
 }
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // Calls that somebody noted, as objects.
-#ifndef MRVCTL_CALL_JSON_H
-#define MRVCTL_CALL_JSON_H
+#pragma once
 
 #include "asic/address_index.h"
 #include "calls/decoded_call.h"
@@ -13,5 +12,3 @@ namespace mrvctl {
 Json call_json(const DecodedCall &call, const AddressIndex &index);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // Calls by operation, like a profile.
-#ifndef MRVCTL_CALL_SUMMARY_H
-#define MRVCTL_CALL_SUMMARY_H
+#pragma once
 
 #include <map>
 #include <string>
@@ -34,5 +33,3 @@ class CallSummary {
 };
 
 }  // namespace mrvctl
-
-#endif

@@ -5,8 +5,7 @@
 //     object["queued"] = false;
 //
 // Only json.cc includes the JSON library: its headers take longer to compile than several commands.
-#ifndef MRVCTL_JSON_H
-#define MRVCTL_JSON_H
+#pragma once
 
 #include <initializer_list>
 #include <string>
@@ -55,5 +54,3 @@ class Json {
 };
 
 }  // namespace mrvctl
-
-#endif

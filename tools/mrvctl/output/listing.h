@@ -3,8 +3,7 @@
 //     Listing blocks({{"block", "block"}, {"instances", "instances", Align::kRight}});
 //     blocks.add({"HI", 32});
 //     report.result({{"command", "info"}, {"blocks", blocks.json()}}, blocks.text());
-#ifndef MRVCTL_LISTING_H
-#define MRVCTL_LISTING_H
+#pragma once
 
 #include <string>
 #include <type_traits>
@@ -63,5 +62,3 @@ std::string facts_text(const std::vector<Fact> &facts);
 void add_facts(const std::vector<Fact> &facts, Json &object);
 
 }  // namespace mrvctl
-
-#endif

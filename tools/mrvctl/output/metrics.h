@@ -1,12 +1,11 @@
 // The counters of an ASIC's ports in Prometheus's text format.
-#ifndef MRVCTL_METRICS_H
-#define MRVCTL_METRICS_H
+#pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "output/port_reading.h"
+#include "asic/qos_counters.h"
 
 namespace mrvctl {
 
@@ -22,5 +21,3 @@ struct AsicMetrics {
 std::string metrics_text(const AsicMetrics &metrics, bool zero_drops);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,8 +1,7 @@
 // Calls as packets of a pcapng file, which network analysers read: request and answer, each with
 // what its reader cannot know: who called, how long it took, what the registers are called.
 // docs/calls.md tells the bytes; share/wireshark/morvane.lua reads them.
-#ifndef MRVCTL_PCAPNG_H
-#define MRVCTL_PCAPNG_H
+#pragma once
 
 #include <cstdint>
 #include <cstdio>
@@ -63,5 +62,3 @@ class PcapngWriter {
 };
 
 }  // namespace mrvctl
-
-#endif

@@ -6,11 +6,19 @@
 #include <vector>
 
 #include "asic/qos_counters.h"
-#include "output/cells.h"
 #include "text/text.h"
 
 namespace mrvctl {
 namespace {
+
+// From a few to a flood: yellow, bright yellow, red, bright red. Every terminal has these.
+const char *drop_style(double number) {
+  if (number < 100)
+    return "33";
+  if (number < 10'000)
+    return "1;33";
+  return number < 1'000'000 ? "31" : "1;31";
+}
 
 using ClassWidths = std::array<size_t, kClasses>;
 
@@ -99,6 +107,18 @@ std::vector<double> per_second(const Counters &delta, double seconds) {
 }
 
 }  // namespace
+
+std::string cell(const std::string &text, size_t width, double number, Counts counts,
+                 bool colours) {
+  const std::string aligned = std::string(width - std::min(width, text.size()), ' ') + text;
+  if (colours && number == 0)
+    return styled("2", aligned);
+  return colours && counts == Counts::kDrops ? styled(drop_style(number), aligned) : aligned;
+}
+
+std::string styled(const char *style, const std::string &text) {
+  return std::string("\033[") + style + "m" + text + "\033[0m";
+}
 
 std::string qos_text(const kel_asic_qos_stats_t &stats, bool colours) {
   const auto &[pause, ss_dhs, oq, drops] = stats;

@@ -1,13 +1,23 @@
-// The QoS statistics of a port as tables and as JSON.
-#ifndef MRVCTL_QOS_TABLES_H
-#define MRVCTL_QOS_TABLES_H
+// The QoS statistics of a port as tables and as JSON, and the cells of such tables: aligned, and on
+// a terminal with colours shaded.
+#pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "kel_asic_intf.h"
 #include "output/json.h"
 
 namespace mrvctl {
+
+// What a counter counts: drops are shaded by how many they are.
+enum class Counts { kFrames, kDrops };
+
+// The text of a number, right-aligned; with colours dimmed if the number is zero.
+std::string cell(const std::string &text, size_t width, double number, Counts counts, bool colours);
+
+// A text in a colour or style of the terminal: the parameters of its sequence, like "1;31".
+std::string styled(const char *style, const std::string &text);
 
 // With colours, zeros are dimmed and drops are shaded by how many they are.
 std::string qos_text(const kel_asic_qos_stats_t &stats, bool colours);
@@ -22,5 +32,3 @@ std::string rates_text(const kel_asic_qos_stats_t &delta, double seconds);
 Json rates_json(const kel_asic_qos_stats_t &delta, double seconds);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // What the tool prints: results as text or as JSON, one object per line, and failures.
-#ifndef MRVCTL_REPORT_H
-#define MRVCTL_REPORT_H
+#pragma once
 
 #include <cstdio>
 #include <exception>
@@ -82,5 +81,3 @@ void print_error(const std::string &text);
 Json error_json(const std::exception &error);
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // What signals do to the tool: end it, interrupt a command, or stop a view that has the terminal.
-#ifndef MRVCTL_SIGNALS_H
-#define MRVCTL_SIGNALS_H
+#pragma once
 
 #include <csignal>
 #include <initializer_list>
@@ -66,5 +65,3 @@ int wait_readable(int file, double seconds);
 void interruptible_sleep(double seconds);
 
 }  // namespace mrvctl
-
-#endif

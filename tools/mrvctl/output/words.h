@@ -1,6 +1,5 @@
 // Words that were read: runs of registers and table entries, in rows.
-#ifndef MRVCTL_WORDS_H
-#define MRVCTL_WORDS_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -32,5 +31,3 @@ std::string entries_text(const Entries &entries);
 Json entries_json(const Entries &entries);
 
 }  // namespace mrvctl
-
-#endif

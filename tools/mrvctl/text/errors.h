@@ -1,6 +1,5 @@
 // What can go wrong in a command, and what it is called.
-#ifndef MRVCTL_ERRORS_H
-#define MRVCTL_ERRORS_H
+#pragma once
 
 #include <optional>
 #include <stdexcept>
@@ -84,5 +83,3 @@ inline void check(syserr_t result, const std::string &hint = "") {
 }
 
 }  // namespace mrvctl
-
-#endif

@@ -1,6 +1,5 @@
 // Lines of text: read and counted, and split into words, with # comments and quotes.
-#ifndef MRVCTL_LINES_H
-#define MRVCTL_LINES_H
+#pragma once
 
 #include <ext/stdio_filebuf.h>
 
@@ -48,5 +47,3 @@ class LineReader {
 };
 
 }  // namespace mrvctl
-
-#endif

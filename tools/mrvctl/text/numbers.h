@@ -1,6 +1,5 @@
 // Strict numbers: a text is a number in range and nothing else, or it is refused.
-#ifndef MRVCTL_NUMBERS_H
-#define MRVCTL_NUMBERS_H
+#pragma once
 
 #include <cstdint>
 #include <limits>
@@ -25,5 +24,3 @@ uint32_t parse_word(const std::string &text);
 double parse_seconds(const std::string &text, double low, double high);
 
 }  // namespace mrvctl
-
-#endif

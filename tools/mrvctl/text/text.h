@@ -1,6 +1,5 @@
 // Texts: formatted, in upper or lower case, split and joined, and the nearest to a word.
-#ifndef MRVCTL_TEXT_H
-#define MRVCTL_TEXT_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -31,5 +30,3 @@ std::string join(const std::vector<std::string> &parts, const std::string &separ
 std::string suggestion(const std::string &word, const std::vector<std::string> &candidates);
 
 }  // namespace mrvctl
-
-#endif

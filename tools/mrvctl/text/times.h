@@ -1,6 +1,5 @@
 // Moments and durations, as nanoseconds; moments count from 1970. Waits are in seconds.
-#ifndef MRVCTL_TIMES_H
-#define MRVCTL_TIMES_H
+#pragma once
 
 #include <cstdint>
 #include <ctime>
@@ -35,5 +34,3 @@ timespec timespec_of(double seconds);
 uint64_t parse_moment(const std::string &text);
 
 }  // namespace mrvctl
-
-#endif

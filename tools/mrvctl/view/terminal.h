@@ -1,6 +1,5 @@
 // The terminal of a full-screen view.
-#ifndef MRVCTL_TERMINAL_H
-#define MRVCTL_TERMINAL_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -60,5 +59,3 @@ class Terminal {
 };
 
 }  // namespace mrvctl
-
-#endif

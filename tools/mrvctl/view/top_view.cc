@@ -8,7 +8,7 @@
 
 #include "asic/port_reference.h"
 #include "asic/qos_counters.h"
-#include "output/cells.h"
+#include "output/qos_tables.h"
 #include "text/errors.h"
 #include "text/text.h"
 

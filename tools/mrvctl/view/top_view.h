@@ -1,14 +1,13 @@
 // All ports of an ASIC, one row per port, sorted, and the classes of one of them.
-#ifndef MRVCTL_TOP_VIEW_H
-#define MRVCTL_TOP_VIEW_H
+#pragma once
 
 #include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "asic/qos_counters.h"
 #include "output/json.h"
-#include "output/port_reading.h"
 
 namespace mrvctl {
 
@@ -46,5 +45,3 @@ std::vector<std::string> top_lines(const TopView &view, size_t width, size_t hei
 Json top_json(const TopView &view);
 
 }  // namespace mrvctl
-
-#endif
