@@ -188,7 +188,6 @@ struct Parser::AppInstance {
   std::map<const CLI::App *, Arguments::Reference> references;  // of the commands that have one
   std::map<std::string, CLI::App *> prefixes;
   Command chosen;
-  std::vector<std::function<void()>> resets;
 };
 
 void Parser::AppInstance::parse(std::vector<std::string> words) {
@@ -212,9 +211,6 @@ void Parser::AppInstance::parse(std::vector<std::string> words) {
   std::reverse(words.begin(), words.end());
   app.parse(std::move(words));
 }
-
-Parser::Parser() = default;
-Parser::~Parser() = default;
 
 void Parser::add_prefix(const CommandText &text) {
   prefixes_.push_back(text);
@@ -240,26 +236,12 @@ void Parser::attach(AppInstance &tree, const Definition &definition) const {
   command->group(text.group);
   command->footer(example_text(text));
   Arguments arguments(*command);
-  const Attached attached = definition.attach(arguments);
+  const Command parsed = definition.attach(arguments);
   tree.references[command] = arguments.reference();
-  tree.resets.push_back(attached.reset);
-  command->callback([&tree, command, take = attached.take] {
+  command->callback([&tree, command, parsed] {
     if (command->get_subcommands().empty())
-      tree.chosen = take();
+      tree.chosen = parsed;
   });
-}
-
-Parser::AppInstance &Parser::tree_of(const std::string &first) {
-  std::unique_ptr<AppInstance> &tree = trees_[first];
-  if (tree)
-    return *tree;
-  tree = std::make_unique<AppInstance>();
-  tree->app.set_help_flag();  // before the commands, which inherit it
-  for (const Definition &definition : definitions_) {
-    if (first_word(definition.text.name) == first)
-      attach(*tree, definition);
-  }
-  return *tree;
 }
 
 std::string Parser::no_command_text(const std::string &word) const {
@@ -284,22 +266,21 @@ Command Parser::parse(const std::vector<std::string> &typed) {
   std::vector<std::string> words = typed;
   if (words[0] == "?")
     words[0] = "help";
-  const auto is_first = [&](const Definition &definition) {
-    return first_word(definition.text.name) == words[0];
-  };
-  if (std::none_of(definitions_.begin(), definitions_.end(), is_first))
+  AppInstance tree;
+  tree.app.set_help_flag();  // before the commands, which inherit it
+  for (const Definition &definition : definitions_) {
+    if (first_word(definition.text.name) == words[0])
+      attach(tree, definition);
+  }
+  if (tree.references.empty())
     throw UsageError(no_command_text(words[0]));
-  AppInstance &tree = tree_of(words[0]);
-  for (const auto &reset : tree.resets)
-    reset();
   try {
     tree.parse(words);
   } catch (const CLI::ParseError &error) {
     throw UsageError(refusal_text(tree.app, error));
   }
-  Command chosen = std::exchange(tree.chosen, {});
-  chosen.check();
-  return chosen;
+  tree.chosen.check();
+  return tree.chosen;
 }
 
 // The parser of a command line: its options, and some commands or all.
@@ -332,18 +313,18 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
   };
   // Describing all commands takes longer than most of them run. Only help, an error and a missing
   // command need them all.
-  whole_ = build_app(is_named);
   try {
-    whole_->parse(words);
+    const std::unique_ptr<AppInstance> tree = build_app(is_named);
+    tree->parse(words);
+    if (tree->chosen.run)
+      return tree->chosen;
   } catch (const CLI::ParseError &) {
-    whole_->chosen = {};
+    // As all commands together report it.
   }
-  if (whole_->chosen.run)
-    return whole_->chosen;
-  whole_ = build_app([](const Definition &) { return true; });
-  CLI::App &app = whole_->app;
+  const std::unique_ptr<AppInstance> tree = build_app([](const Definition &) { return true; });
+  CLI::App &app = tree->app;
   try {
-    whole_->parse(words);
+    tree->parse(words);
   } catch (const CLI::CallForVersion &) {
     throw HelpRequested{line.version + "\n"};
   } catch (const CLI::Success &) {
@@ -353,7 +334,7 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
     refuse_unknown_command(app);
     throw ArgumentsRefused(refusal_text(app, error), parsed_command(app));
   }
-  return whole_->chosen;
+  return tree->chosen;
 }
 
 std::string Parser::help(const std::vector<std::string> &words) {

@@ -17,7 +17,6 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -146,8 +145,7 @@ struct CommandLine {
 
 class Parser {
  public:
-  Parser();
-  ~Parser();
+  Parser() = default;
   Parser(const Parser &) = delete;
   Parser &operator=(const Parser &) = delete;
 
@@ -159,17 +157,13 @@ class Parser {
   // wrong in a line keeps the script from running.
   template <typename Args, typename Describe, typename Check, typename Run>
   void add(const CommandText &text, Describe describe, Check check, Run run) {
-    add_definition({text, [text, describe, check, run](Arguments &arguments) -> Attached {
-                      auto args = std::make_shared<Args>();
-                      describe(arguments, *args);
-                      const auto take = [text, args, check, run]() -> Command {
-                        auto taken = std::make_shared<Args>(*args);
-                        return {text.name, [taken, check] { check(*taken); },
-                                [taken, run](Session &session) { run(session, *taken); },
-                                text.setup};
-                      };
-                      return {[args] { *args = Args(); }, take};
-                    }});
+    const auto attach = [text, describe, check, run](Arguments &arguments) -> Command {
+      const auto args = std::make_shared<Args>();
+      describe(arguments, *args);
+      return {text.name, [args, check] { check(*args); },
+              [args, run](Session &session) { run(session, *args); }, text.setup};
+    };
+    definitions_.push_back({text, attach});
   }
 
   // A command whose arguments can be checked one by one.
@@ -199,20 +193,13 @@ class Parser {
   std::string help(const std::vector<std::string> &words);
 
  private:
-  // How to reset the arguments of the last parse, and how to get the command of this one.
-  struct Attached {
-    std::function<void()> reset;
-    std::function<Command()> take;
-  };
   struct Definition {
     CommandText text;
-    std::function<Attached(Arguments &)> attach;
+    std::function<Command(Arguments &)> attach;  // the parse fills in the command's arguments
   };
   struct AppInstance;
 
-  void add_definition(Definition definition) { definitions_.push_back(std::move(definition)); }
   void attach(AppInstance &tree, const Definition &definition) const;
-  AppInstance &tree_of(const std::string &first_word);
   std::unique_ptr<AppInstance> build_app(
       const std::function<bool(const Definition &)> &is_wanted) const;
   std::string no_command_text(const std::string &word) const;
@@ -221,9 +208,6 @@ class Parser {
   CommandLine line_;
   std::vector<CommandText> prefixes_;
   std::vector<Definition> definitions_;
-  std::map<std::string, std::unique_ptr<AppInstance>>
-      trees_;                           // of the commands that scripts have used
-  std::unique_ptr<AppInstance> whole_;  // of the command line
 };
 
 }  // namespace mrvctl
