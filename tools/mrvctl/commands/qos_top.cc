@@ -1,5 +1,6 @@
 // qos top.
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
 #include "commands/commands.h"
@@ -14,7 +15,6 @@ namespace mrvctl {
 namespace {
 
 constexpr size_t kPlainWidth = 80;
-constexpr size_t kPage = 10;  // rows that a page key passes
 
 struct TopArgs {
   SortKey sort_key = SortKey::kDrops;
@@ -100,43 +100,28 @@ class Top {
   bool follows_first_ = true;  // the chosen row is the first, whichever port that is
 };
 
-// False if the key quits.
+// How many rows a key moves the choice by.
+struct Move {
+  int key;
+  std::ptrdiff_t rows;
+};
+constexpr std::ptrdiff_t kPage = 10, kAllRows = 1 << 16;
+constexpr Move kMoves[] = {{'k', -1},         {kUp, -1},          {'j', 1},         {kDown, 1},
+                           {kPageUp, -kPage}, {kPageDown, kPage}, {kLast, kAllRows}};
+
+// False if the key quits. The first letter of a sort key sorts by it.
 bool press(Top &top, int key) {
-  switch (key) {
-    case 'q':
-    case kEnd:
-      return false;
-    case 'd':
-      top.sort_by(SortKey::kDrops);
-      break;
-    case 'p':
-      top.sort_by(SortKey::kPause);
-      break;
-    case 'w':
-      top.sort_by(SortKey::kWrites);
-      break;
-    case 'k':
-    case kUp:
-      top.move(-1);
-      break;
-    case 'j':
-    case kDown:
-      top.move(1);
-      break;
-    case kPageUp:
-      top.move(-static_cast<std::ptrdiff_t>(kPage));
-      break;
-    case kPageDown:
-      top.move(kPage);
-      break;
-    case kFirst:
-      top.follow_first();
-      break;
-    case kLast:
-      top.move(static_cast<std::ptrdiff_t>(top.view().rows.size()));
-      break;
-    default:
-      break;
+  if (key == 'q' || key == kEnd)
+    return false;
+  if (key == kFirst)
+    top.follow_first();
+  for (size_t i = 0; i < std::size(kSortKeys); ++i) {
+    if (key == kSortKeys[i][0])
+      top.sort_by(static_cast<SortKey>(i));
+  }
+  for (const Move &move : kMoves) {
+    if (key == move.key)
+      top.move(move.rows);
   }
   return true;
 }
@@ -168,17 +153,13 @@ void print_view(Session &session, const Top &top) {
 void run_in_lines(Session &session, const TopArgs &args, Top &top) {
   if (!args.once)
     print_view(session, top);
-  while (true) {
+  do {
     interruptible_sleep(args.interval);
-    if (interrupted != 0)
-      return;
-    top.read();
-    if (interrupted != 0)
-      return;
-    print_view(session, top);
-    if (args.once)
-      return;
-  }
+    if (interrupted == 0)
+      top.read();
+    if (interrupted == 0)
+      print_view(session, top);
+  } while (interrupted == 0 && !args.once);
 }
 
 void run_top(Session &session, const TopArgs &args) {

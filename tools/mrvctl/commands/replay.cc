@@ -25,22 +25,13 @@ struct ReplayArgs {
   bool ignore_qos = false;
 };
 
-// A value that came back otherwise than it was recorded.
-struct Difference {
-  uint64_t number;        // of the call
-  std::string operation;  // of the call
-  std::string place;      // the register, or what the call is about
-  std::string field;
-  std::string recorded;
-  std::string now;
-};
-
 // What happened to the calls of the recording.
 struct Outcome {
   uint64_t sent = 0;
   uint64_t skipped = 0;  // whose record is not whole
   uint64_t differences = 0;
-  std::vector<Difference> first;
+  Json first_differences = Json::array();
+  std::string text;  // of these
 };
 
 // One field of an answer, and where it belongs.
@@ -105,9 +96,17 @@ void compare(const DecodedCall &recorded, const DecodedCall &now, const ReplayAr
     const std::string new_value = i < after.size() ? after[i].value : "nothing";
     if (old_value == new_value)
       continue;
-    if (++outcome.differences <= kDifferencesShown)
-      outcome.first.push_back(
-          {recorded.number, recorded.operation, field.place, field.name, old_value, new_value});
+    if (++outcome.differences > kDifferencesShown)
+      continue;
+    outcome.text += "call " + std::to_string(recorded.number) + ": " + recorded.operation + " " +
+                    field.place + ": " + field.name + ": recorded " + old_value + ", now " +
+                    new_value + "\n";
+    outcome.first_differences.push_back({{"number", recorded.number},
+                                         {"operation", recorded.operation},
+                                         {"register", field.place},
+                                         {"field", field.name},
+                                         {"recorded", old_value},
+                                         {"now", new_value}});
   }
 }
 
@@ -165,27 +164,6 @@ Outcome replay(RecordedCalls &source, const ReplayArgs &args, const AddressIndex
   return outcome;
 }
 
-Json differences_json(const std::vector<Difference> &differences) {
-  Json list = Json::array();
-  for (const Difference &one : differences)
-    list.push_back({{"number", one.number},
-                    {"operation", one.operation},
-                    {"register", one.place},
-                    {"field", one.field},
-                    {"recorded", one.recorded},
-                    {"now", one.now}});
-  return list;
-}
-
-std::string differences_text(const std::vector<Difference> &differences) {
-  std::string text;
-  for (const Difference &one : differences)
-    text += format("call %llu: %s %s: %s: recorded %s, now %s\n",
-                   static_cast<unsigned long long>(one.number), one.operation.c_str(),
-                   one.place.c_str(), one.field.c_str(), one.recorded.c_str(), one.now.c_str());
-  return text;
-}
-
 void run_replay(Session &session, const ReplayArgs &args) {
   if (session.transaction.open())
     throw OperationFailed("a transaction is open: commit it first");
@@ -193,7 +171,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
   RecordedCalls source({session.resolve(args.file)}, RecordedCalls::UnderWay::kLeftOut, {});
   const Outcome outcome = replay(source, args, index);
   const std::string text =
-      differences_text(outcome.first) + count_text(outcome.sent, "call", "calls") + " sent again" +
+      outcome.text + count_text(outcome.sent, "call", "calls") + " sent again" +
       (args.check ? ", " + count_text(outcome.differences, "difference", "differences") : "") +
       format("; %llu skipped (truncated in the recording)\n",
              static_cast<unsigned long long>(outcome.skipped));
@@ -201,7 +179,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
                          {"sent", outcome.sent},
                          {"skipped", outcome.skipped},
                          {"differences", args.check ? Json(outcome.differences) : Json()},
-                         {"first_differences", differences_json(outcome.first)}},
+                         {"first_differences", outcome.first_differences}},
                         text);
   report_gaps(session, source.gaps());
   if (outcome.differences > 0)

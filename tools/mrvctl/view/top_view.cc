@@ -102,15 +102,16 @@ bool in_xoff(const PortRow &row) {
   return pause.rx_xoff_status != 0 || pause.tx_xoff_status != 0;
 }
 
+// By SortKey.
+constexpr double (*kSortValues[])(const Stats &) = {
+    drops, [](const Stats &stats) { return pfc(stats) + pause_frames(stats); }, writes};
+
 double sort_value(const Stats &stats, SortKey key) {
-  switch (key) {
-    case SortKey::kPause:
-      return pfc(stats) + pause_frames(stats);
-    case SortKey::kWrites:
-      return writes(stats);
-    default:
-      return drops(stats);
-  }
+  return kSortValues[static_cast<size_t>(key)](stats);
+}
+
+const char *sort_key_text(SortKey key) {
+  return kSortKeys[static_cast<size_t>(key)];
 }
 
 constexpr size_t kMinColumns = 7;
@@ -229,17 +230,6 @@ std::vector<std::string> class_lines(const PortRow &row, bool colours) {
       class_line("  XOFF sent", rates(delta.pause.tx_pfc_xoff_cnt, 1), Counts::kFrames, colours)};
 }
 
-const char *sort_key_text(SortKey key) {
-  switch (key) {
-    case SortKey::kPause:
-      return "pause";
-    case SortKey::kWrites:
-      return "writes";
-    default:
-      return "drops";
-  }
-}
-
 std::string title_line(const TopView &view) {
   const bool rates = std::any_of(view.rows.begin(), view.rows.end(),
                                  [](const PortRow &row) { return row.seconds > 0; });
@@ -274,10 +264,9 @@ std::array<double, 7> weights(const PortRow &row, SortKey key) {
 }  // namespace
 
 SortKey parse_sort_key(const std::string &text) {
-  for (const SortKey key : {SortKey::kDrops, SortKey::kPause, SortKey::kWrites}) {
-    if (lower_case(text) == sort_key_text(key))
-      return key;
-  }
+  const auto *const found = std::find(std::begin(kSortKeys), std::end(kSortKeys), lower_case(text));
+  if (found != std::end(kSortKeys))
+    return static_cast<SortKey>(found - kSortKeys);
   throw UsageError("'" + text + "' is none of drops, pause, writes");
 }
 

@@ -13,6 +13,7 @@ namespace mrvctl {
 
 // What the ports are sorted by.
 enum class SortKey { kDrops, kPause, kWrites };
+constexpr const char *kSortKeys[] = {"drops", "pause", "writes"};
 
 // "drops", "pause" or "writes". Throws UsageError.
 SortKey parse_sort_key(const std::string &text);
