@@ -1,5 +1,5 @@
 /* Every public type that no exported function names: the records of the service and the register
- * map, and the enumerations. Built for the interface guard alone, which reads their layout from its
+ * map, and the enumerations. Built only for the interface guard, which reads their layout from its
  * debug information. */
 #include "kel_asic_blocks.h"
 #include "kel_asic_dhs_tables.h"

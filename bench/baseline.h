@@ -7,8 +7,8 @@
 
 #include "kel_asic_lib_common.h"
 
-// Allocates the request buffer. To be called right behind the library's initialisation: how fast
-// words move depends on where in their pages they stand, and so both buffers stand alike.
+// Allocates the request buffer. Call it directly after the library's initialisation: how fast
+// words move depends on their place in a page, so both buffers have the same place.
 bool baseline_init();
 
 int baseline_access(kel_asic_access_type_t type, uint32_t addr, uint32_t *data, uint32_t mask,

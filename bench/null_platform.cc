@@ -1,5 +1,5 @@
 // The platform of the benchmarks: a service that answers at once, and the least register map. A
-// shared object of its own, so that library and baseline reach it in the same way.
+// separate shared object, so that library and baseline reach it in the same way.
 #include <array>
 #include <cstring>
 

@@ -1,4 +1,4 @@
-// What each operation costs beside the least that a client of the service must do by itself.
+// Compares each operation with the minimum that a client would do without the library.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
@@ -16,7 +16,7 @@ namespace {
 constexpr uint32_t whole_register = 0xFFFFFFFF;
 constexpr int program_steps = 256;
 
-// The texts stand behind pointers that the compiler cannot see through.
+// The texts are reached through pointers that the compiler cannot see through.
 char *volatile caller_file = const_cast<char *>("control/plane/port_manager.cc");
 const char *volatile caller_func = "port_manager_program_port";
 

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-// The table has an output of its own: what is measured may write to standard output, which goes
+// The table has a separate output: what is measured may write to standard output, which goes
 // nowhere from then on.
 FILE *take_standard_output();
 

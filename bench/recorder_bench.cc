@@ -1,6 +1,6 @@
 // What noting a service call costs beside a recorder that appends the same note with one write(2)
-// to a file in memory. Both stand in front of a service that answers at once, and both read the
-// clocks.
+// to a file in memory. Both are between caller and a service that answers at once, and both read
+// the clocks.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 #include <sys/mman.h>
@@ -62,7 +62,7 @@ class writing_recorder {
   }
 
  private:
-  // As much as the ring holds is kept in memory: the file begins again behind it.
+  // As much as the ring holds is kept in memory: then the file begins again.
   void append(uint32_t size) {
     written_ += size;
     if (written_ > MREC_RING_DEFAULT) {

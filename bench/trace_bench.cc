@@ -1,4 +1,4 @@
-// What a trace line costs beside spdlog: synchronous, two sinks, the same prefix. All outputs go to
+// Compares a trace line with spdlog: synchronous, two sinks, the same prefix. All outputs go to
 // /dev/null.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>

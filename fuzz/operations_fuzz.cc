@@ -135,7 +135,7 @@ void check_request(uint32_t case_code, const kel_asic_reg_access_params_t &reque
   // A read may ask for fewer words than it has room for.
   require(request.type == TYPE_READ_DHS ? request.num <= room : request.num == room, "its num");
   require(is_run || room == 0, "length of a single-register request");
-  // The timer's request has a case of its own.
+  // The timer's request has a separate case.
   const bool is_read = request.type == TYPE_READ || request.type == TYPE_READ_DHS;
   require(request.type <= TYPE_WRITE_DHS, "type of a request");
   require(case_code != (is_read ? SYSSRV_REG_WRITE_CASE : SYSSRV_REG_READ_CASE), "its case");
@@ -237,7 +237,7 @@ constexpr uint32_t initialisation = 9;
 
 constexpr uint32_t operations = std::size(other_operations) + std::size(port_operations);
 
-// Runs an operation and tells how many requests it may have sent.
+// Runs an operation and returns how many requests it may have sent.
 unsigned run_operation(uint32_t which) {
   arguments with;
   if (which >= std::size(other_operations)) {

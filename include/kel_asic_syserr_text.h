@@ -143,7 +143,8 @@ static inline const char *kel_asic_syserr_meaning(syserr_t code) {
     return "no memory: the request buffer cannot be allocated or cannot grow";
   if (code == KEL_ASIC_SYSERR_NO_TRACE_LOG)
     return "the trace log cannot be opened or positioned";
-  return code == 0 ? "no error" : "no result of the library; perhaps one of the register map's";
+  return code == 0 ? "no error"
+                   : "not a result code of this library (it may come from the register map)";
 }
 
 #ifdef __cplusplus

@@ -47,7 +47,7 @@ bool accepted(const reg_place &place) {
 
 TEST(Address, is_checked_at_both_ends_of_module_and_asic) {
   fake().limits.max_modules = 1;        // not looked at
-  fake().limits.max_asic = 0xFFFFFFFF;  // of slot 0 alone
+  fake().limits.max_asic = 0xFFFFFFFF;  // of slot 0 only
   initialise();
   for (int module : {0, 1, 2, 3})
     EXPECT_TRUE(accepted({module})) << module;

@@ -12,7 +12,7 @@ everything=(--read HI.2:5 --read-all --scratch HI.2:40..47 --scratch-table HF.0:
 # Where the result of some breaches is.
 tap() { echo "$work/${1%% *}.tap"; }
 
-# expect CLAUSES BREACHES PLATFORM [ARGUMENT...]: complains unless these clauses alone are broken.
+# expect CLAUSES BREACHES PLATFORM [ARGUMENT...]: fails unless exactly these clauses are broken.
 expect() {
   local expected=$1 breaches=$2 platform=$3 tap status found
   tap=$(tap "$breaches")
@@ -25,7 +25,7 @@ expect() {
   [[ $(sed -n '2s/^1\.\.//p' "$tap") == "$(grep -cE '^(not )?ok ' "$tap")" ]] || echo "$tap is incomplete"
 }
 
-# The breaches of a paragraph run together; with EACH_ALONE each runs alone.
+# The breaches of a paragraph run together; with EACH_ALONE each runs separately.
 find_breaches() {
   local groups group
   mapfile -t groups < <(awk -v RS= '!/^#/ { $1 = $1; print }' "$source/tests/breaches.txt")

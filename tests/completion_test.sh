@@ -6,7 +6,7 @@ PATH=$(dirname -- "$1"):$PATH
 . "$2"
 failed=0
 
-# offers EXPECTED WORD...: EXPECTED is a pattern for the choices behind the words.
+# offers EXPECTED WORD...: EXPECTED is a pattern for the choices after the words.
 offers() {
   local expected=$1
   shift
@@ -28,7 +28,9 @@ offers() {
   failed=1
 }
 
-offers "info regs read *expect-fail" ""
+offers "info regs read *switch check help expect-fail" ""
+offers "qos" help qo
+offers "reset card *" switch ""
 offers "dhs dhs-read dhs-write" dhs
 offers "--help --version --file *--asic" -
 offers "read" --calls --slot 3 rea
@@ -44,7 +46,7 @@ offers "HI_DHS_LVIF_TCAM HI_DHS_LVIF" write hi.2:hi_dhs_lv
 offers "SS_CFG_CG SS_CFG_CG_WR" read ss.0:ss_cfg
 offers "HF_DHS_POL" dhs-read HF.0:HF_DHS_PO
 offers "HI_DHS_LVIF_TCAM HI_DHS_LVIF" calls --register HI.2:hi_dhs_lv
-offers "ETIMEDOUT" fail etimed
+offers "ETIMEDOUT" switch fault add etimed
 offers "SYSERR_KEL_ASIC_UNKNOWN *ETIMEDOUT*" --calls error ""
 offers "on off" pause ""
 offers "hif:" pause on h

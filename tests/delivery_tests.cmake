@@ -37,7 +37,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
 endif()
 
 # Clients of a library with sanitizers need their flags too, and the recorder cannot be loaded before
-# them; nobody installs that one.
+# them; no package contains that one.
 if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
   add_test(NAME pages COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/pages_test.py ${PROJECT_SOURCE_DIR}
     ${PROJECT_BINARY_DIR} README.md docs/tutorial.md docs/calls.md docs/json.md
@@ -51,7 +51,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual" AND NOT MORVANE_SANITIZE)
     -DREADELF=${CMAKE_READELF} -P ${CMAKE_CURRENT_SOURCE_DIR}/install_test.cmake)
 endif()
 
-# The longest begin first, so that none is left alone at the end.
+# The longest begin first, so that no long one runs last.
 foreach(test check mrvctl.check switch_stress install)
   if(TEST ${test})
     set_tests_properties(${test} PROPERTIES COST 100)

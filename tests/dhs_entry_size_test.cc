@@ -1,5 +1,5 @@
 // Which registers are tables, how many entries they have, and how many words are in one: as the
-// library refuses and sends them, and as the public header tells.
+// library refuses and sends them, and as the public header states.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -29,7 +29,7 @@ int hook(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t dhs_index) {
   return dhs_index == 0 || dhs_index == UINT_MAX ? hook_answer : 99;
 }
 
-// The words of an entry as the public header tells them: -1 for none, 0 where the hook decides.
+// The words of an entry in the public header: -1 for none, 0 if the hook decides.
 int known_size(kel_asic_blk_t block, uint32_t vreg, uint32_t dhs_index) {
   const dhs_table *table = find_dhs_table(block, vreg);
   const bool exists = table != nullptr && (table->words == 0 || dhs_index < table->entries);
@@ -64,7 +64,7 @@ TEST(DhsEntrySize, of_every_register_of_every_block_up_to_its_highest_index) {
     hook_answer = answer;
     hook_calls = 0;
     expect_every_size(answer < 1 ? -1 : answer);
-    EXPECT_EQ(hook_calls, 3U * 7U);  // for its seven registers alone
+    EXPECT_EQ(hook_calls, 3U * 7U);  // for its seven registers only
   }
 }
 

@@ -1,5 +1,5 @@
-// The table (DHS) registers as clients know them. They stand here by number, so that a test notices
-// a name that stands for another.
+// The table (DHS) registers as clients know them. They are listed by number, so that a test notices
+// a name with a wrong number.
 #ifndef DHS_TABLES_H
 #define DHS_TABLES_H
 
@@ -7,9 +7,9 @@
 
 struct dhs_table {
   kel_asic_blk_t block;
-  uint32_t first, last;  // registers, each a table of its own
+  uint32_t first, last;  // registers, each a separate table
   uint32_t entries;
-  int words;  // in an entry; 0, as are the entries, where the register map's hook tells
+  int words;  // in an entry; 0, like the entries, if the register map's hook decides
 };
 
 // The table that a register is, or null.

@@ -163,7 +163,7 @@ std::vector<std::string> trace_lines() {
 
 extern "C" {
 
-// What sse_call2 of the library behind the program does.
+// What sse_call2 of the library after the program does.
 int fake_service_call(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t length) {
   const auto *bytes = static_cast<const uint8_t *>(case_params->params);
   fake().calls.push_back({case_code, case_params->caseId, length, {bytes, bytes + length}});

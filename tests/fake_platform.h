@@ -76,14 +76,14 @@ struct libc_faults {
 
 libc_faults &faults();
 
-// Initialises the library as a client does; the fake's limits and the faults stand as set before.
+// Initialises the library as a client does; the fake's limits and faults stay as set before.
 syserr_t initialise();
 syserr_t initialise_with_trace();  // and drops its lines
 
 // What the log file of this process has got since the last call: the lines without their date and
 // time, from the level on, such as "|t|  0 |   : lib_mrv_asic_read: Enter".
 std::vector<std::string> trace_lines();
-// The log file as it stands, to the byte.
+// The exact content of the log file.
 std::string log_text();
 std::string log_path();
 

@@ -1,5 +1,5 @@
-// The transport of the fake platform, in a library behind the program: where a recorder is loaded,
-// it stands between the two.
+// The transport of the fake platform, in a library loaded after the program: if a recorder is
+// loaded, it is between the two.
 #include "platform/system_service.h"
 
 extern "C" int fake_service_call(uint32_t case_code, sys_srvc_case_params_t *case_params,

@@ -7,7 +7,7 @@ export DEBIAN_FRONTEND=noninteractive
 names=(libmorvaneusd1 libmorvaneplatform1 libmorvaneusd-dev libmorvanerecord)
 work=$(mktemp -d)
 
-# Both word sizes of the libraries beside each other; of programs one.
+# The libraries in both word sizes, the programs in one.
 dpkg --install "$folder"/lib*.deb "$folder"/morvaned_*_amd64.deb "$folder"/mrvctl_*_amd64.deb >"$work/log" 2>&1 ||
   { cat "$work/log"; exit 1; }
 
@@ -20,7 +20,7 @@ done
 mrvctl calls "$work"/client.*.mrec >"$work/calls"
 grep -q 'SS.0:SS_CFG_CG' "$work/calls"
 
-# The service, as its unit starts it, for its group alone.
+# The service, as its unit starts it, for its group only.
 useradd --groups morvaned switch-member
 useradd switch-stranger
 cp /usr/lib/systemd/system/morvaned.service "$work"

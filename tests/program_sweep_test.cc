@@ -73,7 +73,7 @@ TEST(SecondAsic, is_checked_and_asked_by_its_own_slot) {
   lib_mrv_asic_n_read(0, 1, KEL_ASIC_BLK_HI, 0, 0, data, 3, CALLER);
   for (const auto call : {lib_mrv_asic_read_dhs, lib_mrv_asic_write_dhs})
     EXPECT_EQ(call(0, 1, KEL_ASIC_BLK_HF, 0, HF_DHS_RESULT_00_OFFSET, 0, data, 1, CALLER), 0U);
-  int numbered = 0;  // lines of the trace that tell the ASIC
+  int numbered = 0;  // lines of the trace that contain the ASIC
   for (const std::string &line : trace_lines())
     numbered += line.rfind("|l|  1 |   : lib_mrv_asic_", 0) == 0;
   EXPECT_EQ(numbered, 2 + 3 + 5);

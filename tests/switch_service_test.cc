@@ -1,4 +1,4 @@
-// The switch in a process of its own: morvaned against hostile clients, the client side against
+// The switch in a separate process: morvaned against hostile clients, the client side against
 // hostile services, and what each does when the other goes away.
 #include <fcntl.h>
 #include <grp.h>
@@ -84,7 +84,7 @@ int access_register(uint32_t case_code, uint32_t &value) {
                    kel_asic_get_all_base_table(KEL_ASIC_VER_B0)[KEL_ASIC_BLK_HI][2], value};
   const Record before = record;
   const int error = send_record(case_code, record.data(), kRecord);
-  EXPECT_TRUE(error == 0 || record == before);  // a failure leaves the record alone
+  EXPECT_TRUE(error == 0 || record == before);  // a failure leaves the record unchanged
   value = record[4];
   return error;
 }
@@ -325,7 +325,7 @@ TEST_F(SwitchService, ends_the_connection_that_brings_a_bad_message_and_nothing_
     SCOPED_TRACE(c.logged);
     clear_log();
     const Descriptor raw = client_that_sends("");
-    for (const char byte : c.sent)  // the rest of a message that is refused finds nobody
+    for (const char byte : c.sent)  // the rest of a refused message has no reader
       send_bytes(raw, {byte});
     shutdown(raw.get(), SHUT_WR);
     EXPECT_EQ(receive(raw, 1000), c.answer);
@@ -607,7 +607,7 @@ TEST_F(SwitchService, connects_anew_where_nothing_was_sent) {
   int ends[2];  // a socket of the program's own, which gets the number of the client's
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
   const Descriptor programs(ends[0]), other_end(ends[1]);
-  shutdown(ends[1], SHUT_WR);  // nobody waits for its answer
+  shutdown(ends[1], SHUT_WR);  // no client waits for the answer
   const int number = dup2(ends[0], last_sent_to);
   EXPECT_EQ(write_register(3), 0);
   EXPECT_EQ(close(number) + shutdown(ends[0], SHUT_RDWR), 0);

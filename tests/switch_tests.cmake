@@ -1,4 +1,4 @@
-# The switch in a process of its own.
+# The switch in a separate process.
 
 # The cases of the virtual platform once more, on a switch that morvaned serves; the register map, which
 # stays in the process, is left out.
@@ -34,7 +34,7 @@ endfunction()
 
 example_platform_test("" ${PROJECT_BINARY_DIR} $<TARGET_FILE:example_service>)
 
-# The client side links as C, with nothing left undefined: it needs the C library alone.
+# The client side links as C, with nothing left undefined: it needs only the C library.
 if(NOT MORVANE_SANITIZE)
   add_library(switch_client_alone MODULE $<TARGET_OBJECTS:switch_client>)
   set_target_properties(switch_client_alone PROPERTIES LINKER_LANGUAGE C)
@@ -79,7 +79,7 @@ if(NOT MORVANE_SANITIZE)
   set_tests_properties(example.night_with_a_fault PROPERTIES TIMEOUT 60)
 endif()
 
-# Both word sizes across, where the 32-bit build is there beside the 64-bit one.
+# Programs of one word size with a service of the other, if both builds exist.
 set(target_bin ${PROJECT_SOURCE_DIR}/build/target/bin)
 if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND NOT MORVANE_SANITIZE)
   file(GLOB target_test CONFIGURE_DEPENDS ${target_bin}/virtual_platform_test)  # which may be built later

@@ -59,7 +59,7 @@ nif:2, class          0       1       2       3       4       5       6       7
   XOFF sent        5122    6146    7170    8194    9218   10.2k   11.3k   12.3k
 d drops  p pause  w writes  arrows choose  home follows the first  q quits)";
 
-// The first row of a screen, as it comes behind the headings.
+// The first row of a screen, as it follows the headings.
 std::string first_row(const std::string &begin) {
   return "DROPPED\033[0m\033[K\r\r\n" + begin;
 }
@@ -124,7 +124,7 @@ TEST(TopView, gives_the_terminal_back_however_it_ends) {
     EXPECT_EQ(during.c_lflag & (ICANON | ECHO), 0U);
     if (ending == 0)
       use_every_key(ours);
-    EXPECT_TRUE(press("\032"));  // ^Z, where nobody could continue it
+    EXPECT_TRUE(press("\032"));  // ^Z, if no shell could continue it
     EXPECT_NE(read_until(ours, "\033[?1049h").find("\033[?1049l"), std::string::npos);
     if (ending == 0 || ending == SIGINT)
       EXPECT_TRUE(press(ending == 0 ? "q" : "\003"));

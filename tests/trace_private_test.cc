@@ -1,4 +1,4 @@
-// The length of a trace line and its end, at the function behind all sites.
+// The length of a trace line and its end, in the function that all sites use.
 #include <gtest/gtest.h>
 
 #include "fake_platform.h"

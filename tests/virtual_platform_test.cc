@@ -54,7 +54,7 @@ int send(uint32_t case_code, void *record, size_t length) {
   return result == 0 ? 0 : errno;
 }
 
-// The words of a register request, with room for five data words behind its header.
+// The words of a register request, with five data words after its header.
 using Request = std::array<uint32_t, 49 + 5>;
 enum Word : size_t { kData = 4, kNum = 6, kWords = 49 };
 
@@ -94,7 +94,7 @@ class VirtualPlatform : public testing::Test {
   void SetUp() override { ASSERT_EQ(vp_reset(), 0); }
 };
 
-// What every platform owes is the business of mrvctl check, which has a test of its own.
+// mrvctl check tests the requirements on every platform, and has a separate test.
 TEST_F(VirtualPlatform, has_a_word_at_every_address_of_its_own_and_none_behind_a_table) {
   KEL_ASIC_fn funcs{};
   kel_asic_limits_t limits{};

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Runs a command whose switch is served by a morvaned of its own: with_morvaned.sh MORVANED COMMAND...
+# Runs a command on the switch of a separate morvaned: with_morvaned.sh MORVANED COMMAND...
 # Fails where the command does, and where the service does not end cleanly.
 set -eu
 morvaned=$1

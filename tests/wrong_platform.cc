@@ -1,6 +1,6 @@
 // The virtual platform with promises broken: MORVANE_WRONG names the breaches, with blanks between
 // them. Each begins with the clauses of docs/porting.md that a check has to find broken, and no
-// others; one without is for a test of its own.
+// others; one without is for a separate test.
 #include <dlfcn.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -296,7 +296,7 @@ int hook(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
   return hooks.reg_dhs_entry_size(block, vreg, index);
 }
 
-// A copy whose end is the end of a page, with nothing behind it.
+// A copy whose end is the end of a page, with nothing after it.
 const kel_asic_reg_t *at_the_end_of_memory(const kel_asic_reg_t *array, uint32_t length) {
   const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
   auto *const memory = static_cast<uint8_t *>(

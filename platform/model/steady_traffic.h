@@ -1,4 +1,4 @@
-// Steady traffic: so many frames per second on a port. It is counted when somebody looks, from the
+// Steady traffic: so many frames per second on a port. It is counted when it is read, from the
 // time that has passed, so that it needs no timer and looking more often changes nothing.
 #ifndef STEADY_TRAFFIC_H
 #define STEADY_TRAFFIC_H

@@ -1,4 +1,4 @@
-// The time of a switch, in nanoseconds: the monotonic clock, until somebody stops it.
+// The time of a switch, in nanoseconds: the monotonic clock, until it is stopped.
 #ifndef SWITCH_CLOCK_H
 #define SWITCH_CLOCK_H
 

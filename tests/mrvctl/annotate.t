@@ -15,4 +15,4 @@ Addresses in a trace log, or in any other text, get the names of their registers
   {"command":"annotate","text":"x 0x102000a0 (HI.2:40)"}
   $ mrvctl annotate missing
   annotate missing: cannot open missing: No such file or directory
-  [2]
+  [1]

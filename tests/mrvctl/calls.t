@@ -142,11 +142,9 @@ Arguments that are not understood:
   $ mrvctl -f - <<E
   > calls refusals.mrec --since -30000d
   > calls refusals.mrec --since 25:00
-  > calls refusals.mrec --register HI.2:HI_DHS_LVIF[5
   > calls refusals.mrec --summary --follow
   > E
   stdin:1: calls refusals.mrec --since -30000d: --since: '30000' is not a number from 0 to *, in decimal, hexadecimal (0x) or binary (0b) (glob)
-  stdin:2: calls refusals.mrec --since 25:00: --since: '25:00' is not a time; write it like 2026-11-25 03:00:00, 03:00, -10m or @1764060000
-  stdin:3: calls refusals.mrec --register HI.2:HI_DHS_LVIF[5: --register: 'HI.2:HI_DHS_LVIF[5' is not a table entry; use for example HI.2:HI_DHS_LVIF[5]
-  stdin:4: calls refusals.mrec --summary --follow: --follow, --summary and --pcap exclude each other
+  stdin:2: calls refusals.mrec --since 25:00: --since: '25:00' is not a time; use for example 2026-11-25 03:00:00, 03:00, -10m or @1764060000
+  stdin:3: calls refusals.mrec --summary --follow: --follow, --summary and --pcap exclude each other
   [2]

@@ -72,12 +72,8 @@ Registers and entries that do not exist:
   > dump HI.2:9..8
   > dump HI.*:0..1584
   > dump HF.0:HF_DHS_POL --named
-  > dump HF.0:HF_DHS_POL[1..0]
-  > dump HI HI_DHS_LVIF
   > E
   stdin:1: dump HI.2:9..8: REGISTER: '9..8' ends before it begins
   stdin:2: dump HI.*:0..1584: block HI has registers 0 to 1583
   stdin:3: dump HF.0:HF_DHS_POL --named: --named is for registers, and 'HF.0:HF_DHS_POL' is a table
-  stdin:4: dump HF.0:HF_DHS_POL[1..0]: REGISTER: '1..0' ends before it begins
-  stdin:5: dump HI HI_DHS_LVIF: unexpected argument: HI_DHS_LVIF
   [2]

@@ -7,7 +7,7 @@ Each example of the help runs.
   $ examples() { mrvctl "$@" --help | sed -n '/^Example/,/^$/s/^  //p'; }
   $ try() { examples "$@" >lines; sh -e lines >out 2>&1 </dev/null || cat lines out; wc -l <lines >>counts; }
   $ try
-  $ for command in $(listed) help; do try $command; done
+  $ for command in $(listed); do try $command; done
   $ for command in $(listed qos); do try qos $command; done
   $ grep -c '^0' counts
   0

@@ -106,6 +106,13 @@ Ports without traffic come in the order of their numbers, and have no share of d
   $ mrvctl --calls qos top --once --interval 0.1 2>&1 | grep -c 'opts=0x0'
   82
 
+A port that drops frames now comes before one that dropped more earlier.
+
+  $ mrvctl switch traffic hif:31 --class 1 --frames 90000000 --excess 90000000 >traffic
+  $ mrvctl switch traffic hif:4 --class 1 --rate 1000 --excess 1000 >traffic
+  $ mrvctl qos top --once --interval 0.1 | sed -n '3,5s/^..\(hif:[0-9]*\).*/\1/p' | paste -sd ' '
+  hif:4 hif:31 hif:0
+
 SIGTERM and a closed pipe end mrvctl. The open transaction is lost.
 
   $ end_when_shown TERM -f open.mrv

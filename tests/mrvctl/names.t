@@ -2,42 +2,15 @@
 
 The blocks of the ASIC, with the number of their registers and instances:
 
-  $ mrvctl info
+  $ mrvctl info | sed '4,/^$/d; /^HI/q'
   driver                    Morvane (236)
   highest ASIC number       0
   trace                     off (create /bootflash/kel_lib_debug to enable it)
-  switch                    */switch (glob)
-  process                   * (glob)
-  generation                *, * s old (glob)
-  time                      *.* s, running (glob)
-  clients                   1
-  faults                    0
-  flows                     0
-  software card identifier  1
-  library                   */libmorvaneusd.so.* (glob)
-  platform                  */libmorvaneplatform.so.* (glob)
-  modules                   4
-  
   block   registers  with a name  instances
   SS           3933           34          8
   HR            544           15          4
   NR            842           56          2
   HI           1584            3         32
-  NI           1106            0          8
-  SI            786            0          1
-  HF            246           18          8
-  NF            753           17          2
-  CI            169            1          1
-  BI            184            0          4
-  CC             36            0          1
-  PC             38            0          1
-  RSEDMA        364            0          1
-  RSPCIE        309            0          1
-  MISC          243            0          1
-  CH            651            0          1
-  MB             43            0          1
-  QS            289           14          8
-  XL            184            0          8
   $ mrvctl --json info | cut -c 1-79
   {"command":"info","driver":"Morvane","driver_id":236,"max_asic":0,"trace":false
 
@@ -108,7 +81,7 @@ What a result means, by number, name or errno:
   $ mrvctl --json error 0
   {"command":"error","code":0,"name":"success","meaning":"no error"}
   $ mrvctl error 7
-  0x00000007  unknown code: no result of the library; perhaps one of the register map's
+  0x00000007  unknown code: not a result code of this library (it may come from the register map)
   $ mrvctl error | head -n 3
   0x42230000  SYSERR_KEL_ASIC_UNKNOWN: not known what went wrong
   0x42230001  SYSERR_KEL_ASIC_FAILURE: a failure
@@ -140,7 +113,7 @@ Names that do not exist:
   > E
   stdin:1: regs QX: BLOCK: 'QX' is not a block; 'mrvctl info' lists all; did you mean 'QS'?
   stdin:2: dhs QX: BLOCK: 'QX' is not a block; 'mrvctl info' lists all; did you mean 'QS'?
-  stdin:3: find: TEXT is required
+  stdin:3: find: missing TEXT
   stdin:4: error SYSERR_KEL_ASIC_UNINI: CODE: 'SYSERR_KEL_ASIC_UNINI' is not a result; 'mrvctl error' lists all; did you mean 'SYSERR_KEL_ASIC_UNINIT'?
   stdin:5: error 4294967296: CODE: '4294967296' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
   [2]

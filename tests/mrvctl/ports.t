@@ -66,13 +66,6 @@ Link pause is for host and network ports, and the module has one ASIC:
   $ mrvctl --asic 1 pause on hif:1
   pause on hif:1: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0
   [2]
-  $ mrvctl --asic 3 sp-timer 4
-  sp-timer 4: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0
-  [2]
-  $ mrvctl --module 4 sp-timer 4
-  mrvctl: --module: '4' is not a number from 0 to 3, in decimal, hexadecimal (0x) or binary (0b)
-  Try 'mrvctl sp-timer --help'.
-  [2]
   $ mrvctl -f - <<E
   > pause up hif:3
   > pause on hif

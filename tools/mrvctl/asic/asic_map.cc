@@ -48,7 +48,7 @@ std::string RegisterMap::missing(const Register &reg) const {
   if (reg.vreg >= kel_asic_blocks[reg.block].registers)
     return format("block %s has registers 0 to %u", name, kel_asic_blocks[reg.block].registers - 1);
   if (offsets_[reg.block][reg.vreg] == KEL_ASIC_NO_REGISTER)
-    return format("number %u of block %s is a hole: no register", reg.vreg, name);
+    return format("block %s has no register %u", name, reg.vreg);
   return "";
 }
 

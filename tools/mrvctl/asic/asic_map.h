@@ -1,4 +1,4 @@
-// What the platform's register map tells any client: limits, addresses and the entry-size hook.
+// The platform's register map: limits, addresses and the entry-size hook.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace mrvctl {
 
-// Registers of which each stands behind the one before, so that one read takes them all.
+// Registers with consecutive addresses, so that one read returns all.
 struct RegisterBlock {
   Register first;
   uint32_t count;

@@ -10,7 +10,7 @@
 
 namespace mrvctl {
 
-constexpr size_t kClasses = 8;   // of traffic, each with counters of its own
+constexpr size_t kClasses = 8;   // of traffic, each with separate counters
 constexpr size_t kDropRows = 6;  // of the grid of drops in one direction
 constexpr size_t kGridCells = kDropRows * kClasses;
 
@@ -25,7 +25,7 @@ struct Counters {
   const char *label;
   const kel_asic_counter_t *values;
   size_t count;       // 1, 8 or 48
-  const char *index;  // what tells eight of them apart
+  const char *index;  // the label of eight counters
 };
 
 // What the service answered for one port.

@@ -1,4 +1,4 @@
-// Which calls somebody wants to see.
+// Selects calls.
 #include "calls/call_choice.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Which calls somebody wants to see.
+// Selects calls.
 #pragma once
 
 #include <optional>
@@ -28,7 +28,7 @@ struct PlacedRegister {
   uint32_t asic;
 };
 
-// The last word that a call writes into a register, and where it stands.
+// The last word that a call writes into a register, and its place.
 struct WrittenWord {
   Access access;
   uint32_t word;  // of the access

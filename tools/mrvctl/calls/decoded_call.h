@@ -57,7 +57,7 @@ struct CallingProcess {
 
 struct DecodedCall {
   const CallingProcess *process = nullptr;
-  size_t file = 0;                      // which of the files it stands in
+  size_t file = 0;                      // index of its file
   uint64_t number = 0;                  // which call of the process, from 1
   uint64_t wall_ns = 0;                 // when it began, since 1970
   uint64_t order_ns = 0;                // its place among the calls of all processes

@@ -20,7 +20,7 @@ struct CheckResult {
 
 size_t count(const std::vector<CheckResult> &results, Verdict verdict);
 
-// What stands before the results, and the lines of the last of them.
+// What precedes the results, and the lines of the last of them.
 // A failure equal to an earlier one refers to it.
 std::string tap_head(size_t planned);
 std::string tap_lines(const std::vector<CheckResult> &results);

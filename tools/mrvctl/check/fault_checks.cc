@@ -75,7 +75,7 @@ void fails_the_library_as_it_is_told(const CheckTarget &subject) {
   }
 }
 
-// A word that ends where nobody may write.
+// A word that ends at a protected page.
 class GuardedWord {
  public:
   uint32_t *data() const { return static_cast<uint32_t *>(memory_.data()); }

@@ -1,4 +1,4 @@
-// A check in a process of its own.
+// A check in a separate process.
 #include "check/isolation.h"
 
 #include <fcntl.h>
@@ -50,7 +50,7 @@ void send_message(char kind, const char *clause, const char *expected, const cha
     write_bytes(text, std::strlen(text) + 1);
 }
 
-// The latest pieces of memory that nobody may touch.
+// The latest protected memory.
 constexpr size_t kMaxGuards = 1024;
 std::array<GuardRegion, kMaxGuards> forbidden;
 size_t forbidden_count = 0;
@@ -158,7 +158,7 @@ Outcome wrong(const std::string &expected, const std::string &seen) {
   return {Verdict::kWrong, "", expected, seen, {}};
 }
 
-// How a child ended that has not said its whole message.
+// How a child ended that has not sent its complete message.
 Outcome judge_end(Reading reading, int status, std::chrono::seconds limit) {
   if (reading == Reading::kStopped)
     return {};  // the caller's own end: nothing was found out

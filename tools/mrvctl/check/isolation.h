@@ -1,4 +1,4 @@
-// Runs a check in a process of its own, so that a platform that crashes or hangs ends nothing else.
+// Runs a check in a separate process, so that a platform that crashes or hangs ends nothing else.
 #pragma once
 
 #include <chrono>

@@ -25,7 +25,7 @@ void describes_an_asic(const CheckTarget & /*subject*/) {
     throw Violation{"result 0 of morvane_lib_init", format("0x%08x", description.result)};
 }
 
-// A field that the platform leaves alone keeps what it was filled with.
+// A field that the platform does not write keeps what it was filled with.
 template <typename Field>
 void expect_filled(Field field, const std::string &name) {
   if (field(query_register_map(kOneFilling)) != field(query_register_map(kOtherFilling)))

@@ -1,5 +1,5 @@
 // Service calls as the checks make them: through the platform's own sse_call2, with each record
-// between pages that nobody may touch.
+// between protected pages.
 #pragma once
 
 #include <array>

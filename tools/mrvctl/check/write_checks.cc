@@ -24,7 +24,7 @@ namespace {
 
 constexpr uint32_t kMasks[] = {0x00000001, 0x80000000, 0x000000F0, 0x00FF0FF0};
 
-// A value of its own for each number.
+// A different value for each number.
 uint32_t pattern(uint32_t number) {
   return 0x9E3779B9 * (number + 1);
 }

@@ -102,8 +102,13 @@ std::string parsed_command(const CLI::App &app) {
 
 // What the parser refuses, in our words.
 std::string refusal_text(const CLI::App &app, const CLI::ParseError &error) {
-  const bool unexpected = dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr;
-  return unexpected ? "unexpected argument: " + join(app.remaining(true), " ") : error.what();
+  if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr)
+    return "unexpected argument: " + join(app.remaining(true), " ");
+  const std::string text = error.what();
+  if (dynamic_cast<const CLI::RequiredError *>(&error) == nullptr)
+    return text;
+  const std::string name = text.substr(0, text.find(" is required"));
+  return "missing " + (name == "A subcommand" ? "COMMAND" : name);
 }
 
 // The name without the brackets of a word or the value of an option, as the parser is to see it.

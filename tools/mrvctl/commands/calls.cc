@@ -33,7 +33,7 @@ std::vector<std::string> resolved(const Session &session, std::vector<std::strin
   return paths;
 }
 
-// Shows calls, a line each, behind a heading.
+// Shows calls, one line per call, after a heading.
 class CallTable {
  public:
   CallTable(Session &session, const AddressIndex &index, size_t process_width,
@@ -156,7 +156,7 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
   }
   report_gaps(session, source.gaps());
   if (!last)
-    throw OperationFailed("no write to it in these recordings");
+    throw OperationFailed("no write to this register in these recordings");
   const WrittenWord written = *last_written(*last, reg, index);
   const uint32_t address = written.access.address + 4 * written.word;
   const std::vector<uint32_t> &values = written.access.values;

@@ -48,7 +48,7 @@ void describe_interval(Arguments &arguments, const std::string &name, double &se
 
 // A live view of what a command shows.
 struct WatchArgs {
-  double interval = 0;  // seconds between rounds; 0 for one round alone
+  double interval = 0;  // seconds between rounds; 0 for a single round
   uint32_t rounds = 0;  // 0 for no end
 };
 

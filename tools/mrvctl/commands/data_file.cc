@@ -75,7 +75,7 @@ bool is_header(const std::vector<std::string> &cells) {
 kel_asic_pgm_t parse_step(const std::string &line) {
   const std::vector<std::string> words = split_words(line);
   if (words.size() != 4 && words.size() != 5)
-    throw UsageError("a step is: block, instance, register, data and perhaps a mask");
+    throw UsageError("a step is BLOCK INSTANCE REGISTER DATA [MASK]");
   const Register reg =
       single_register(parse_register_reference(words[0] + "." + words[1] + ":" + words[2]));
   return morvane::step(morvane::at(reg.block, reg.instance, reg.vreg), parse_word(words[3]),

@@ -95,7 +95,7 @@ std::string addresses_text(const std::vector<uint32_t> &addresses) {
              : first + format(" to 0x%08x, in %zu instances", addresses.back(), addresses.size());
 }
 
-// Of a register that is found alone, every instance.
+// Every instance, if one register is found.
 std::string instance_lines(const RegisterName &named, const std::vector<uint32_t> &addresses) {
   std::string text;
   for (uint32_t instance = 0; instance < addresses.size(); ++instance)

@@ -94,7 +94,7 @@ std::vector<PortReading> read_ports(Session &session, const std::vector<PortChoi
   }
   for (const PortChoice &choice : choices) {
     if (!choice.number && !reader.read_type(choice.type))
-      throw OperationFailed("the ASIC has no port of type " + port_type_text(choice.type));
+      throw OperationFailed("no " + port_type_text(choice.type) + " ports");
   }
   for (const PortChoice &choice : choices) {
     if (choice.number)

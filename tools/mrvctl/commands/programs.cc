@@ -76,7 +76,8 @@ void run_program(Session &session, const ProgramArgs &args) {
     (exists ? existing : missing).push_back(std::to_string(asic));
   }
   if (existing.empty())
-    throw OperationFailed("there is no ASIC " + join(missing, ", ") + ": nothing is written");
+    throw OperationFailed("no such ASIC: " + join(missing, ", ") + "; nothing is written",
+                          Status::kUsage);
   check_steps(session, program);
   const uint64_t calls_before = calls_so_far();
   std::error_code ec;
@@ -93,7 +94,7 @@ void run_program(Session &session, const ProgramArgs &args) {
   std::string text = count_text(steps.size(), "step", "steps") + " for ASIC " +
                      join(existing, ", ") + ": " + write_status(session);
   if (!missing.empty())
-    text += "; there is no ASIC " + join(missing, ", ");
+    text += "; no such ASIC: " + join(missing, ", ");
   session.report.result({{"steps", steps.size()},
                          {"asics", asics},
                          {"existing_asics", existing.size()},

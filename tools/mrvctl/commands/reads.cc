@@ -96,11 +96,11 @@ Table table_of(Session &session, const Register &reg) {
   if (table)
     return *table;
   const std::string missing = session.map().missing(reg);
-  throw OperationFailed(
-      SYSERR_KEL_ASIC_INVALID_ARG,
-      missing.empty()
-          ? format("no table register with entries of up to %u words (see dhs)", kLargestEntry)
-          : missing);
+  throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG,
+                        missing.empty()
+                            ? format("%s register %u is not a table; 'mrvctl dhs' lists the tables",
+                                     kel_asic_blk_names[reg.block], reg.vreg)
+                            : missing);
 }
 
 void check_entry_size(Session &session, const Table &table, uint32_t index) {
@@ -109,8 +109,8 @@ void check_entry_size(Session &session, const Table &table, uint32_t index) {
   const int size = session.map().hook_entry_size(table.block, table.vreg, index);
   if (size >= 1 && size != static_cast<int>(table.entry_size))
     throw OperationFailed(
-        format("entry %u has %d words and entry 0 has %u: the tool handles no "
-               "table of unequal entries",
+        format("entry %u has %d words, but entry 0 has %u: mrvctl requires entries of one "
+               "size",
                index, size, table.entry_size));
 }
 

@@ -51,7 +51,7 @@ std::string find_recorder() {
   const std::string found = sibling_library("libmorvanerecord.so");
   char path[PATH_MAX];
   if (realpath(found.c_str(), path) == nullptr)
-    throw OperationFailed("no recorder: there is no " + found);
+    throw OperationFailed("no recorder: cannot find " + found);
   if (std::strpbrk(path, " :") != nullptr)
     throw OperationFailed(
         std::string("no recorder: LD_PRELOAD takes no path with a space or a colon: ") + path);
@@ -69,7 +69,7 @@ struct LibraryFolder {
 constexpr LibraryFolder kLibraryFolders[] = {
     {32, "/lib/i386-linux-gnu/"}, {32, "/lib32/"}, {64, "/lib/x86_64-linux-gnu/"}};
 
-// Whether $LIB stands for the folder in this process: its C library is there.
+// Whether $LIB is the folder in this process: its C library is there.
 bool is_own(const LibraryFolder &folder) {
   Dl_info library = {};
   return folder.bits == kBits && dladdr(dlsym(RTLD_NEXT, "getenv"), &library) != 0 &&

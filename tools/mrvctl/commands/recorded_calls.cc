@@ -11,7 +11,7 @@
 namespace mrvctl {
 namespace {
 
-// "3 bytes damaged"; empty where there is nothing to tell.
+// "3 bytes damaged"; empty if nothing is damaged.
 std::string loss_text(uint64_t count, const char *one, const char *more, const char *how) {
   return count == 0 ? "" : count_text(count, one, more) + " " + how;
 }

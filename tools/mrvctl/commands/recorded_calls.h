@@ -32,7 +32,7 @@ class RecordedCalls {
   RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way,
                 ReportUnreadable report_unreadable);
 
-  // The next call of all files; empty behind the last. Within a process they come as the process
+  // The next call of all files; empty after the last. Within a process they come as the process
   // made them; processes of one boot of the machine compare by its monotonic clock, so that a wall
   // clock that was set confuses nothing.
   std::optional<DecodedCall> next();

@@ -89,7 +89,7 @@ void check_read(ReadArgs &args) {
     throw UsageError(format("%zu words to read, but %zu expected", words, args.expected.size()));
 }
 
-// The words of registers with successive numbers, in as many runs as the map makes of them.
+// The words of registers with successive numbers, in as many block reads as the map requires.
 Words read_registers(Session &session, const Register &first, uint32_t count) {
   const RegisterMap &map = session.map();
   std::vector<kel_asic_reg_t> numbers;
@@ -99,7 +99,8 @@ Words read_registers(Session &session, const Register &first, uint32_t count) {
     if (i == 0 && !missing.empty())
       return read_block(session, first, count);  // the library refuses it
     if (!missing.empty())
-      throw OperationFailed(format("word %u of the run: ", i) + missing, Status::kUsage);
+      throw OperationFailed(format("%u registers from %u: ", count, first.vreg) + missing,
+                            Status::kUsage);
     numbers.push_back(reg.vreg);
   }
   if (numbers.empty())

@@ -28,7 +28,7 @@ struct ReplayArgs {
 // What happened to the calls of the recording.
 struct Outcome {
   uint64_t sent = 0;
-  uint64_t skipped = 0;  // whose record is not whole
+  uint64_t skipped = 0;  // whose record is truncated
   uint64_t differences = 0;
   Json first_differences = Json::array();
   std::string text;  // of these
@@ -171,7 +171,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
   RecordedCalls source({session.resolve(args.file)}, RecordedCalls::UnderWay::kLeftOut, {});
   const Outcome outcome = replay(source, args, index);
   const std::string text =
-      outcome.text + count_text(outcome.sent, "call", "calls") + " sent again" +
+      outcome.text + count_text(outcome.sent, "call", "calls") + " replayed" +
       (args.check ? ", " + count_text(outcome.differences, "difference", "differences") : "") +
       format("; %llu skipped (truncated in the recording)\n",
              static_cast<unsigned long long>(outcome.skipped));

@@ -19,7 +19,7 @@ std::vector<Fact> asic_facts(Session &session) {
   vp_asic_state state = {};
   check_control(
       control<decltype(vp_asic_show)>("vp_asic_show")(session.module, session.asic, &state), ENXIO,
-      format("there is no module %u, ASIC %u", session.module, session.asic));
+      format("no such ASIC: module %u, ASIC %u", session.module, session.asic));
   const bool has_failure = state.sfp_failures > 0;
   const std::string port = port_text(state.last_sfp_port_type, state.last_sfp_port);
   return {{"nodrop_class_map",
@@ -108,8 +108,7 @@ std::vector<Fact> switch_facts(Session &session) {
 }
 
 void add_switch_commands(Parser &parser) {
-  const CommandText text = {"switch", "Virtual switch",
-                            "Show or control the virtual switch",
+  const CommandText text = {"switch", "Virtual switch", "Show or control the virtual switch",
                             "mrvctl switch\n"
                             "mrvctl switch fault list"};
   parser.add_prefix(text);

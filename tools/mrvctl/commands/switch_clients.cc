@@ -53,9 +53,9 @@ void show_clients(Session &session) {
   uint32_t count = 0;
   const int error = control<decltype(vp_clients)>("vp_clients")(&clients, &count);
   if (error != 0)
-    throw OperationFailed(error == ENOTCONN
-                              ? "no morvaned serves this switch: name one with --switch"
-                              : std::strerror(error));
+    throw OperationFailed(
+        error == ENOTCONN ? "not connected to a morvaned; use --switch PATH or set MORVANE_SWITCH"
+                          : std::strerror(error));
   Listing list({{"process", "process", Align::kRight},
                 {"program", "program        "},
                 {"user", nullptr},

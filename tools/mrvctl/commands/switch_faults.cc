@@ -220,7 +220,7 @@ struct ClearArgs {
 
 void run_clear(Session &session, const ClearArgs &args) {
   check_control(control<decltype(vp_remove_fault)>("vp_remove_fault")(args.number), ENOENT,
-                format("there is no fault %u", args.number));
+                format("no such fault: %u", args.number));
   session.report.result(
       {{"number", args.number == 0 ? Json() : Json(args.number)}},
       args.number == 0 ? "all faults removed\n" : format("fault %u removed\n", args.number));

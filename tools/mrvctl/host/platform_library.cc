@@ -16,21 +16,21 @@
 namespace mrvctl {
 namespace {
 
-// The next definition behind the tool's own: that of a preloaded library, or of the platform.
+// The next definition after the tool's: in a preloaded library, or in the platform.
 template <typename Function>
 void resolve_next(Function *&function, const char *name) {
   function = reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
   if (function == nullptr)
-    throw UsageError(format("the platform does not have the function %s", name));
+    throw OperationFailed(format("the platform does not have the function %s", name));
 }
 
 void open_library(const std::string &path, const std::string &hint) {
   struct stat found = {};  // dlopen() would wait for the writer of a FIFO
   if (stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode))
-    throw UsageError("no platform: " + path + ": not a regular file" + hint);
+    throw OperationFailed("no platform: " + path + ": not a regular file" + hint);
   // Global, so that what was preloaded finds the functions too.
   if (dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr)
-    throw UsageError("no platform: " + std::string(dlerror()) + hint);
+    throw OperationFailed("no platform: " + std::string(dlerror()) + hint);
 }
 
 // What to look at if there is no switch.

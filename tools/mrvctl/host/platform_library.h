@@ -36,7 +36,7 @@ void open_platform(const std::string &option);
 // that of MORVANE_SWITCH, if it is set; "none" is the private switch. Throws OperationFailed.
 void connect_to_switch(const std::string &address);
 
-// The path of a library of the same build or install, which stands beside libmorvaneusd; its plain
+// The path of a library of the same build or install, in the directory of libmorvaneusd; its plain
 // name where it does not, for the system to find.
 std::string sibling_library(const std::string &file);
 
@@ -59,7 +59,7 @@ Function *control(const char *name) {
   void *found = platform_symbol(name);
   if (found == nullptr)
     throw OperationFailed("this platform has no " + std::string(name) +
-                          ": it is no virtual platform");
+                          ": it is not a virtual platform");
   return reinterpret_cast<Function *>(found);
 }
 

@@ -1,4 +1,4 @@
-// Calls that somebody noted, as objects.
+// Recorded calls as objects.
 #pragma once
 
 #include "asic/address_index.h"
@@ -8,7 +8,7 @@
 namespace mrvctl {
 
 // {"command":"calls","time":...}; a field that a call of its kind has not is absent, one that it
-// has and nobody noted is null.
+// has and that was not recorded is null.
 Json call_json(const DecodedCall &call, const AddressIndex &index);
 
 }  // namespace mrvctl

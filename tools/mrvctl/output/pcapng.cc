@@ -25,7 +25,7 @@ constexpr uint16_t kOptionName = 2;
 constexpr uint16_t kOptionTimeResolution = 9;
 constexpr uint8_t kNanoseconds = 9;
 
-// What stands in front of each record.
+// The preamble of each record.
 constexpr char kMagic[] = "MRVC";
 constexpr uint16_t kVersion = 1;
 constexpr uint16_t kPreambleSize = 64;

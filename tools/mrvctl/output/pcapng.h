@@ -1,6 +1,6 @@
 // Calls as packets of a pcapng file, which network analysers read: request and answer, each with
 // what its reader cannot know: who called, how long it took, what the registers are called.
-// docs/calls.md tells the bytes; share/wireshark/morvane.lua reads them.
+// docs/calls.md describes the bytes; share/wireshark/morvane.lua reads them.
 #pragma once
 
 #include <cstdint>
@@ -17,12 +17,12 @@ namespace mrvctl {
 
 class PcapngWriter {
  public:
-  // Makes a file that is not there yet, for its user alone: it holds what was written to the
+  // Makes a file that is not there yet, for its user only: it holds what was written to the
   // registers. An interface for each name. Throws OperationFailed.
   PcapngWriter(const std::string &path, const std::vector<std::string> &interfaces);
 
-  // Calls come in the order in which they began; the answer stands where it came back. The call's
-  // file is its interface.
+  // Calls come in the order in which they began; the answer has the place where it came back. The
+  // call's file is its interface.
   void add(const DecodedCall &call, const AddressIndex &index);
 
   // Throws OperationFailed where something could not be written.

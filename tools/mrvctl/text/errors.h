@@ -12,7 +12,7 @@
 namespace mrvctl {
 
 // Exit statuses: kUsage if a word or number can never be right, like an unknown name or a number
-// out of its range; kFailed if the switch refused or failed.
+// out of its range; kFailed if the switch refused or failed, or a file could not be read.
 enum class Status { kDone = 0, kFailed = 1, kUsage = 2 };
 
 // The command is not one that the tool can carry out.

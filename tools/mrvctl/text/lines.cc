@@ -19,7 +19,7 @@ bool is_blank(char c) {
 }
 
 [[noreturn]] void refuse_file(const std::string &path, const char *why) {
-  throw UsageError("cannot open " + path + ": " + why);
+  throw OperationFailed("cannot open " + path + ": " + why);
 }
 
 // Does not wait for the writer of a FIFO to come, but later for what a writer that is there writes.
@@ -80,7 +80,7 @@ TextFile::TextFile(const std::string &path)
 bool LineReader::next() {
   if (!std::getline(input_, line_)) {
     if (input_.bad())
-      throw UsageError("cannot read " + name_ + ": " + std::strerror(errno));
+      throw OperationFailed("cannot read " + name_ + ": " + std::strerror(errno));
     return false;
   }
   ++number_;

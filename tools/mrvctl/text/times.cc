@@ -16,7 +16,7 @@ constexpr uint64_t kSecond = 1000000000;
 [[noreturn]] void refuse(const std::string &text) {
   throw UsageError(
       "'" + text +
-      "' is not a time; write it like 2026-11-25 03:00:00, 03:00, -10m or @1764060000");
+      "' is not a time; use for example 2026-11-25 03:00:00, 03:00, -10m or @1764060000");
 }
 
 std::string date_text(const tm &date, char between) {
@@ -144,7 +144,7 @@ uint64_t parse_duration(const std::string &text, uint64_t max_us) {
       return static_cast<uint64_t>(value + 0.5);
   }
   throw UsageError("'" + text + "' is not a duration of at most " + wait_text(max_us) +
-                   "; write it like 200ms, 1.5s or 300us");
+                   "; use for example 200ms, 1.5s or 300us");
 }
 
 }  // namespace mrvctl
