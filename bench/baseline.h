@@ -14,7 +14,7 @@ bool baseline_init();
 int baseline_access(kel_asic_access_type_t type, uint32_t addr, uint32_t *data, uint32_t mask,
                     uint32_t context, const char *file, int line, const char *func);
 
-// Runs of 1, 16, 256 and 2048 words. A client with a table of its own knows the length where it is
+// Runs of 1, 16, 256 and 2048 words. A client with one table knows the length when it is
 // compiled, and so does the baseline.
 template <uint32_t num>
 struct baseline_run {

@@ -20,8 +20,8 @@ constexpr int program_steps = 256;
 char *volatile caller_file = const_cast<char *>("control/plane/port_manager.cc");
 const char *volatile caller_func = "port_manager_program_port";
 
-// The caller's array. How fast words move depends on where they stand, in their page and among the
-// pages, so the array stands elsewhere in each repetition.
+// The caller's array. How fast words move depends on their place in a page and on the page, so the
+// array has another place in each repetition.
 constexpr uint32_t array_words = 2048, place_words = 64 * 1024;
 uint32_t places[place_words + array_words];
 uint32_t *words = places;

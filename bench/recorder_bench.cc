@@ -1,4 +1,4 @@
-// What noting a service call costs beside a recorder that appends the same note with one write(2)
+// Compares recording a service call with a recorder that appends the same note with one write(2)
 // to a file in memory. Both are between caller and a service that answers at once, and both read
 // the clocks.
 #include <benchmark/benchmark.h>

@@ -1,5 +1,5 @@
-// What a switch in a process of its own costs: a read through library and morvaned beside a bare
-// ping-pong of the same sizes over the same kind of socket, and a transaction beside single writes.
+// Compares a shared switch with a baseline: a read through library and morvaned with a bare
+// ping-pong of the same sizes over the same kind of socket, and a transaction with single writes.
 // All processes share one processor.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-# Installs into an empty folder, as a package would, and builds example clients against what
-# stands there: client.c by pkg-config, others by CMake.
+# Installs into an empty folder, as a package would, and builds example clients against the
+# installed files: client.c by pkg-config, others by CMake.
 cmake_minimum_required(VERSION 3.25)
 
 set(work ${BUILD}/install_test)
@@ -90,7 +90,7 @@ file(GLOB recording ${work}/recordings/mrvctl.*.mrec)
 run(${root}/bin/mrvctl calls ${recording})
 expect_text("${output}" "HI.2:40 " "mrvctl calls")
 
-# Where recorders for both word sizes stand, each program gets its own: in the folder that its ld.so
+# If recorders for both word sizes are installed, each program gets its own: in the folder that its ld.so
 # looks in, which for the target is one of two.
 foreach(folder lib/i386-linux-gnu lib32 lib/x86_64-linux-gnu)
   file(COPY ${root}/${LIBDIR}/ DESTINATION ${work}/both/${folder})
@@ -98,7 +98,7 @@ endforeach()
 run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${work}/both/$LIB ${root}/bin/mrvctl record ${work}/recordings
   -- sh -c "echo $LD_PRELOAD && ${root}/bin/mrvctl read HI.2:5")
 expect_text("${output}" "${work}/both/[$]LIB/libmorvanerecord.so\n.*HI.2:5 = " "a recorder of each word size")
-# Where its own stands alone it is named by its path.
+# A single recorder is named by its path.
 set(other lib/i386-linux-gnu lib32)
 if(WORD_SIZE EQUAL 4)
   set(other lib/x86_64-linux-gnu)

@@ -57,12 +57,11 @@ int send(uint32_t case_code, void *record, uint32_t length) {
   return NEXT(sse_call2)(case_code, &params, length);
 }
 
-// The last record of a read of one register. It is answered again behind a run of one word alone,
-// so that no check but the one for late answers sees it.
+// The last record of a read of one register. It is answered again only after a block read of
+// one word, so that only the check for late answers sees it.
 Request *last_single;
 
-// Goes on answering, through a pipe, which writes where the record still stands and else does
-// nothing.
+// Answers later through a pipe, which writes if the record still exists and does nothing otherwise.
 void answer_again(uint32_t *data) {
   int ends[2];
   if (pipe(ends) != 0)

@@ -8,7 +8,7 @@ Each example of the help runs.
   $ try() { examples "$@" >lines; sh -e lines >out 2>&1 </dev/null || cat lines out; wc -l <lines >>counts; }
   $ try
   $ for command in $(listed); do try $command; done
-  $ for command in $(listed qos); do try qos $command; done
+  $ for group in qos switch 'switch fault'; do for command in $(listed $group); do try $group $command; done; done
   $ grep -c '^0' counts
   0
   [1]

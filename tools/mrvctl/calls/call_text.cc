@@ -130,7 +130,7 @@ std::string entry_text(const kel_asic_xn_entry_t &entry, const AddressIndex &ind
          masked_text(entry.data, entry.mask);
 }
 
-// The first entries; those that touch a register where somebody asks after one.
+// The first entries; those of a register if one is asked for.
 std::string entries_text(const TransactionFields &transaction, const AddressIndex &index,
                          const std::optional<RegisterReference> &wanted) {
   std::vector<std::string> entries;

@@ -24,7 +24,7 @@ std::string target_text(const DecodedCall &call, const AddressIndex &index);
 // The value or words that it carried, either way.
 std::string value_text(const DecodedCall &call);
 
-// "main client.c:10 context 7"; empty where nobody told.
+// "main client.c:10 context 7"; empty if it is not known.
 std::string caller_text(const DecodedCall &call);
 
 // One line of a table that has these headings. Behind a call that does not tell its caller stand

@@ -44,7 +44,7 @@ Table table_of(Session &session, const Register &reg);
 void check_entry_size(Session &session, const Table &table, uint32_t index);
 
 // Entries beyond the last, behind one that exists, are refused here: the library looks at the first
-// alone, and the service would meet whatever stands behind the table. Throws OperationFailed.
+// only, and the service would access what follows the table. Throws OperationFailed.
 void check_range(const Table &table, uint32_t index, uint64_t count);
 
 // Why the library may have refused an entry.
