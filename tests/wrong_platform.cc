@@ -176,6 +176,9 @@ int write(Request *request, uint32_t length) {
     request->type = TYPE_WRITE;
   if (request->type == TYPE_WRITE_FIELD && wrong("P26_shifts_the_value"))
     request->data <<= __builtin_ctz(request->mask);
+  if (request->type == TYPE_WRITE_FIELD && command && request->mask == kAll &&
+      wrong("P25_refuses_commands_as_field_writes"))
+    return fail(EFAULT);
   if (request->type == TYPE_WRITE_FIELD && command && wrong("P25_takes_masked_commands"))
     request->type = TYPE_WRITE;
   if (request->type == TYPE_WRITE_DHS && has_room(request, length) && wrong("P27_writes_backwards"))
@@ -353,6 +356,8 @@ int cardcfg_get_real_asic_type(uint32_t slot, uint32_t asic_index, uint32_t *dev
 
 int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
   static uint16_t asked = 0;
+  if (wrong("P10_hangs"))
+    pause();
   if (wrong("P10_takes_its_time"))
     usleep(20000);
   if (wrong("P21_calls_the_library")) {

@@ -118,7 +118,7 @@ void calls_no_library(const CheckTarget &subject) {
   uint32_t type = 0;
   uint16_t identifier = 0;
   cardcfg_get_real_asic_type(subject.slot, 0, &type);
-  cardcfg_card_get_sw_card_id(subject.slot, &identifier);
+  query_identifier(subject.slot, &identifier);
   query_tables(query_register_map(0));
   send_for_unknown_driver(unknown);
   if (sent)

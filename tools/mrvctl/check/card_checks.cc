@@ -26,7 +26,7 @@ void carries_a_morvane(const CheckTarget &subject) {
 
 uint16_t identifier_of(uint32_t slot, uint16_t fill_pattern) {
   uint16_t memory[] = {fill_pattern, fill_pattern};  // the identifier, and what follows it
-  const int result = cardcfg_card_get_sw_card_id(slot, memory);
+  const int result = query_identifier(slot, memory);
   if (result != 0)
     throw Violation{format("result 0 for the card in slot %u", slot), std::to_string(result)};
   if (memory[1] != fill_pattern)
@@ -51,8 +51,7 @@ void leaves_outputs_of_failed_queries(const CheckTarget & /*subject*/) {
   const Clock::time_point begin = Clock::now();
   for (uint32_t slot = 0; slot < kSlots; ++slot) {
     uint16_t identifier = static_cast<uint16_t>(kUntouched);
-    if (cardcfg_card_get_sw_card_id(slot, &identifier) != 0 &&
-        identifier != static_cast<uint16_t>(kUntouched))
+    if (query_identifier(slot, &identifier) != 0 && identifier != static_cast<uint16_t>(kUntouched))
       throw Violation{format("the identifier unchanged by a failure for slot %u", slot),
                       std::to_string(identifier)};
     if (Clock::now() - begin > kLong)

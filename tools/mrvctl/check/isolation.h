@@ -61,6 +61,9 @@ inline constexpr morvane::caller kCaller = {"mrvctl", 0, "check"};
 // prints. Throws Violation.
 void init_library(uint32_t slot);
 
+// Queries the identifier of a card. A query that hangs ends the process as a breach of its clause.
+int query_identifier(uint32_t slot, uint16_t *identifier);
+
 // While it lives, whichever bad address ends the process is a breach of its clause.
 class CrashClause {
  public:

@@ -27,14 +27,9 @@ struct QosAnswer {
 // Asks for the statistics of a port, in a record whose statistics are full of one byte.
 QosAnswer ask_qos(const CheckTarget &subject, kel_asic_qos_stats_type_t type, const Port &port,
                   uint8_t fill_pattern = 0) {
-  const GuardedMemory memory(sizeof(kel_asic_qos_stats_params_t));
+  const GuardedMemory memory = statistics_request(subject, port);
   auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
-  std::fill_n(static_cast<uint8_t *>(memory.data()), memory.length(), uint8_t{0});
   request.type = type;
-  request.module = static_cast<cardcfg_module_id_t>(subject.module);
-  request.asic = static_cast<cardcfg_dev_id_t>(subject.asic);
-  request.port_type = static_cast<cardcfg_port_type_t>(port.type);
-  request.port = static_cast<cardcfg_port_id_t>(port.number);
   std::fill_n(reinterpret_cast<uint8_t *>(&request.stats), sizeof request.stats, fill_pattern);
   const CallResult result = send_record(SYSSRV_MEM_READ_CASE, memory, memory.length());
   return {result, request.stats};
@@ -159,8 +154,13 @@ void clears_every_port(const CheckTarget &subject) {
   expect_cleared(subject, QOS_STATS_CLEAR_ALL, "a clear of every port");
 }
 
-void send_request(kel_asic_access_type_t type, const kel_asic_xn_entry_t &command) {
-  expect_success(Request(type, command).send(SYSSRV_REG_WRITE_CASE), "a command");
+void send_request(const kel_asic_xn_entry_t &command) {
+  expect_success(Request(TYPE_WRITE, command).send(SYSSRV_REG_WRITE_CASE), "a command");
+}
+
+void send_as_field_write(const kel_asic_xn_entry_t &command) {
+  expect_success(Request(TYPE_WRITE_FIELD, command).send(SYSSRV_REG_WRITE_CASE),
+                 "a command sent as a field write under the full mask");
 }
 
 void clears_drop_counters(const CheckTarget &subject) {
@@ -169,7 +169,7 @@ void clears_drop_counters(const CheckTarget &subject) {
   const kel_asic_xn_entry_t command = {static_cast<int32_t>(subject.module),
                                        static_cast<int32_t>(subject.asic << 16),
                                        KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, 0, UINT32_MAX};
-  send_request(TYPE_WRITE, command);
+  send_request(command);
   expect_fewer(counted_drops(statistics(subject)), before, "a clear of all drop counters");
 }
 
@@ -214,8 +214,7 @@ class LinkPause {
 };
 
 void takes_commands_in_requests(const CheckTarget &subject) {
-  LinkPause(subject).expect_obeyed(
-      [](const kel_asic_xn_entry_t &command) { send_request(TYPE_WRITE, command); });
+  LinkPause(subject).expect_obeyed(send_request);
 }
 
 void takes_commands_in_transactions(const CheckTarget &subject) {
@@ -225,7 +224,7 @@ void takes_commands_in_transactions(const CheckTarget &subject) {
 
 void takes_no_masked_command(const CheckTarget &subject) {
   const LinkPause pause(subject);
-  send_request(TYPE_WRITE, pause.command(true));
+  send_request(pause.command(true));
   commit({pause.command(true)}, "a transaction of a command");
   const port_flow_ctrl_t enabled = pause.flow_control();
   kel_asic_xn_entry_t masked = pause.command(false);
@@ -238,8 +237,7 @@ void takes_no_masked_command(const CheckTarget &subject) {
   expect_no_command(Request(TYPE_WRITE_FIELD, masked).send(SYSSRV_REG_WRITE_CASE),
                     "a field write at the address of a command");
   expect_no_command(send_transaction({masked}, 1), "an entry under a mask at such an address");
-  pause.expect_obeyed(
-      [](const kel_asic_xn_entry_t &command) { send_request(TYPE_WRITE, command); });
+  pause.expect_obeyed(send_as_field_write);
 }
 
 void programs_the_sp_timer(const CheckTarget &subject) {
@@ -270,7 +268,8 @@ std::vector<Check> port_checks() {
       {"a clear clears the statistics of a port", "P22", kPort, clears_a_port},
       {"link pause is a command in a request", "P25", kPort, takes_commands_in_requests},
       {"link pause is a command in a transaction", "P25", kPort, takes_commands_in_transactions},
-      {"a field write at the address of a command is none", "P25", kPort, takes_no_masked_command},
+      {"a field write is a command only under the full mask", "P25", kPort,
+       takes_no_masked_command},
       {"a clear of every port clears this one", "P22", kPort | kAllPorts, clears_every_port},
       {"a clear of the drop counters is a command", "P25", kPort | kAllPorts, clears_drop_counters},
       {"the SP timer is programmed", "P22", kSpTimer, programs_the_sp_timer},
