@@ -2,43 +2,25 @@
 #include "check/check_results.h"
 
 #include <algorithm>
+#include <map>
 
+#include "output/json.h"
 #include "text/text.h"
 
 namespace mrvctl {
 namespace {
 
-// A text in double quotes, as YAML has it.
-std::string quoted(const std::string &text) {
-  std::string result = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\')
-      result += '\\';
-    if (static_cast<unsigned char>(c) < ' ')
-      result += format("\\x%02x", static_cast<unsigned>(c));
-    else
-      result += c;
-  }
-  return result + "\"";
-}
-
 // A text as the value of an attribute, without the characters that XML cannot hold.
 std::string attribute(const std::string &text) {
+  static const std::map<char, std::string> kEscapes = {
+      {'&', "&amp;"}, {'<', "&lt;"}, {'"', "&quot;"}};
   std::string result;
   for (const char c : text) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
-    }
+    const auto escape = kEscapes.find(c);
+    if (escape != kEscapes.end())
+      result += escape->second;
+    else
+      result += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
   }
   return result;
 }
@@ -94,8 +76,8 @@ std::string tap_lines(const std::vector<CheckResult> &results) {
       });
   if (first != results.end() - 1)
     return head + format("\n  same as: %td\n  ...\n", first - results.begin() + 1);
-  return head + "\n  expected: " + quoted(outcome.expected) + "\n  seen: " + quoted(outcome.seen) +
-         "\n  ...\n";
+  return head + "\n  expected: " + Json(outcome.expected).dump() +
+         "\n  seen: " + Json(outcome.seen).dump() + "\n  ...\n";
 }
 
 std::string junit_text(const std::vector<Check> &planned, const std::vector<CheckResult> &results) {

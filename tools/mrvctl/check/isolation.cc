@@ -9,11 +9,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <string_view>
 
 #include "platform/card_config.h"
 #include "text/errors.h"
@@ -24,11 +26,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A message of the child: the verdict, then three texts that each end in NUL.
-constexpr char kRightMessage = '+';
-constexpr char kWrongMessage = '-';
-constexpr char kSkippedMessage = '/';
-constexpr char kNoServiceMessage = '!';
+// A message of the child: a byte with the verdict, then three texts that each end in NUL.
+constexpr std::string_view kKinds = "+-/!";  // by Verdict
 constexpr int kTexts = 3;
 
 int message_pipe = -1;
@@ -46,8 +45,8 @@ void write_bytes(const char *bytes, size_t length) {
 }
 
 // Called by a signal handler too.
-void send_message(char kind, const char *clause, const char *expected, const char *seen) {
-  write_bytes(&kind, 1);
+void send_message(Verdict verdict, const char *clause, const char *expected, const char *seen) {
+  write_bytes(&kKinds[static_cast<size_t>(verdict)], 1);
   for (const char *text : {clause, expected, seen})
     write_bytes(text, std::strlen(text) + 1);
 }
@@ -70,7 +69,7 @@ const GuardRegion *find_forbidden(uintptr_t address) {
 void end_by_bad_address(int signal_number, siginfo_t *info, void * /*context*/) {
   const GuardRegion *memory = find_forbidden(reinterpret_cast<uintptr_t>(info->si_addr));
   if (memory != nullptr) {
-    send_message(kWrongMessage, memory->clause, memory->expected, memory->seen);
+    send_message(Verdict::kWrong, memory->clause, memory->expected, memory->seen);
     _exit(0);
   }
   signal(signal_number, SIG_DFL);
@@ -98,26 +97,23 @@ void catch_bad_addresses() {
   catch_bad_addresses();
   try {
     work();
-    send_message(kRightMessage, "", "", "");
+    send_message(Verdict::kRight, "", "", "");
   } catch (const Violation &breach) {
-    send_message(kWrongMessage, breach.clause.c_str(), breach.expected.c_str(),
+    send_message(Verdict::kWrong, breach.clause.c_str(), breach.expected.c_str(),
                  breach.seen.c_str());
   } catch (const Skip &skipped) {
-    send_message(kSkippedMessage, "", "", skipped.why.c_str());
+    send_message(Verdict::kSkipped, "", "", skipped.why.c_str());
   } catch (const NoService &missing) {
-    send_message(kNoServiceMessage, "", "", missing.why.c_str());
+    send_message(Verdict::kNoService, "", "", missing.why.c_str());
   } catch (const std::exception &error) {
-    send_message(kWrongMessage, "", "no failure", error.what());
+    send_message(Verdict::kWrong, "", "no failure", error.what());
   }
   std::fflush(nullptr);
   _exit(0);
 }
 
 bool whole(const std::string &message) {
-  int ends = 0;
-  for (const char c : message)
-    ends += c == '\0' ? 1 : 0;
-  return ends == kTexts;
+  return std::count(message.begin(), message.end(), '\0') == kTexts;
 }
 
 // What came of a child's message.
@@ -149,10 +145,8 @@ Reading read_message(int pipe, Clock::time_point deadline, const volatile std::s
 
 Outcome parse_message(const std::string &message) {
   const std::vector<std::string> texts = split(message.substr(1), '\0');
-  const Verdict verdict = message[0] == kRightMessage       ? Verdict::kRight
-                          : message[0] == kSkippedMessage   ? Verdict::kSkipped
-                          : message[0] == kNoServiceMessage ? Verdict::kNoService
-                                                            : Verdict::kWrong;
+  const size_t kind = kKinds.find(message[0]);
+  const Verdict verdict = kind < kKinds.size() ? static_cast<Verdict>(kind) : Verdict::kWrong;
   return {verdict, texts[0], texts[1], texts[2], {}};
 }
 
@@ -222,7 +216,8 @@ CrashClause::~CrashClause() {
 
 int query_identifier(uint32_t slot, uint16_t *identifier) {
   signal(SIGALRM, [](int) {
-    send_message(kWrongMessage, "P10", "the identifier within 1 ms", "no identifier within 0.5 s");
+    send_message(Verdict::kWrong, "P10", "the identifier within 1 ms",
+                 "no identifier within 0.5 s");
     _exit(0);
   });
   const itimerval limit = {{}, {0, 500'000}};

@@ -229,10 +229,9 @@ void expect_service(const CheckTarget &subject) {
   const std::optional<CallResult> result = send_accepted_call(subject);
   if (!result || result->result >= 0)
     return;
-  for (const int error : {ENOENT, ECONNREFUSED, ENOTCONN}) {
-    if (result->error_number == error)
-      throw NoService{result_text(*result)};
-  }
+  const int error = result->error_number;
+  if (error == ENOENT || error == ECONNREFUSED || error == ENOTCONN)
+    throw NoService{result_text(*result)};
 }
 
 }  // namespace mrvctl
