@@ -152,6 +152,19 @@ std::string detail_text(const DecodedCall &call, const AddressIndex &index,
   return qos != nullptr && qos->type == QOS_STATS_GET ? stats_text(qos->stats) : "";
 }
 
+// The value or words that the call carried, either way.
+std::string value_text(const DecodedCall &call) {
+  if (const auto *reg = std::get_if<RegisterFields>(&call.request))
+    return register_value_text(call, *reg);
+  if (const auto *timer = std::get_if<TimerFields>(&call.request))
+    return format("time %u", timer->time);
+  if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
+    return transaction->num < 0
+               ? format("%d writes", transaction->num)
+               : count_text(static_cast<uint64_t>(transaction->num), "write", "writes");
+  return "-";
+}
+
 }  // namespace
 
 std::string request_text(const DecodedCall &call) {
@@ -192,18 +205,6 @@ std::string target_text(const DecodedCall &call, const AddressIndex &index) {
   if (const auto *qos = std::get_if<QosFields>(&call.request))
     return (qos->type == QOS_STATS_CLEAR_ALL ? "all ports" : port_text(qos->port_type, qos->port)) +
            place_text(static_cast<int32_t>(qos->module), qos->asic);
-  return "-";
-}
-
-std::string value_text(const DecodedCall &call) {
-  if (const auto *reg = std::get_if<RegisterFields>(&call.request))
-    return register_value_text(call, *reg);
-  if (const auto *timer = std::get_if<TimerFields>(&call.request))
-    return format("time %u", timer->time);
-  if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
-    return transaction->num < 0
-               ? format("%d writes", transaction->num)
-               : count_text(static_cast<uint64_t>(transaction->num), "write", "writes");
   return "-";
 }
 

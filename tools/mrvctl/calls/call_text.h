@@ -21,9 +21,6 @@ std::string masked_text(uint32_t value, uint32_t mask);
 // What the call is about: a register, a command, a port, the name of a transaction.
 std::string target_text(const DecodedCall &call, const AddressIndex &index);
 
-// The value or words that it carried, either way.
-std::string value_text(const DecodedCall &call);
-
 // "main client.c:10 context 7"; empty if it is not known.
 std::string caller_text(const DecodedCall &call);
 

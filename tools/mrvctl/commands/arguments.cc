@@ -175,10 +175,6 @@ void Arguments::option(const std::string &name,
   finish(app_.add_option_function<std::string>(bare, parse, help), name);
 }
 
-void Arguments::require_option(const std::string &name) {
-  app_.get_option(name)->required();
-}
-
 size_t Arguments::count_positionals() const {
   return app_.get_options([](const CLI::Option *option) { return option->get_positional(); })
       .size();

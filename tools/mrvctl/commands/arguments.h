@@ -108,9 +108,6 @@ class Arguments {
            help + " (" + std::to_string(low) + " to " + std::to_string(high) + ")");
   }
 
-  // Makes an option that was described required.
-  void require_option(const std::string &name);
-
  private:
   size_t count_positionals() const;
 

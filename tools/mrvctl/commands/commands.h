@@ -23,7 +23,6 @@ void add_transaction_commands(Parser &parser);
 void add_program_commands(Parser &parser);
 void add_result_commands(Parser &parser);
 void add_qos_commands(Parser &parser);
-void add_qos_metrics_command(Parser &parser);
 void add_qos_top_command(Parser &parser);
 void add_port_commands(Parser &parser);
 void add_call_commands(Parser &parser);

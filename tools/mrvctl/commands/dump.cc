@@ -43,19 +43,6 @@ std::vector<kel_asic_reg_t> numbers_to_dump(const DumpArgs &args) {
   return numbers;
 }
 
-std::vector<RegisterBlock> runs_to_dump(Session &session, const DumpArgs &args) {
-  const std::vector<kel_asic_reg_t> numbers = numbers_to_dump(args);
-  std::vector<RegisterBlock> runs;
-  for_each_instance(session, args.reference, [&](const Register &first) {
-    if (first.instance >= session.map().instances(first.block))
-      throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG, session.refusal_hint(first));
-    const std::vector<RegisterBlock> more =
-        session.map().runs(first.block, first.instance, numbers);
-    runs.insert(runs.end(), more.begin(), more.end());
-  });
-  return runs;
-}
-
 // A dump lacks nothing that it was asked for: what is written back would lack it too.
 void check_answered(const Words &run, const Register &first) {
   if (run.answered < run.words.size())
@@ -78,19 +65,25 @@ void add_register_line(const Register &reg, uint32_t data, Json &list, std::stri
 }
 
 void dump_registers(Session &session, const DumpArgs &args) {
-  const std::vector<RegisterBlock> runs = runs_to_dump(session, args);
+  const std::vector<kel_asic_reg_t> numbers = numbers_to_dump(args);
   const Transaction before = session.transaction;
   Json list = Json::array();
-  std::string text = runs.empty() ? "# " + args.reference.text + ": no register\n" : "";
-  for (const RegisterBlock &run : runs) {
-    const Words read = read_block(session, run.first, run.count);
-    check_answered(read, run.first);
-    Register reg = run.first;
-    for (const uint32_t word : read.words) {
-      add_register_line(reg, word, list, text);
-      ++reg.vreg;
+  std::string text;
+  for_each_instance(session, args.reference, [&](const Register &first) {
+    if (first.instance >= session.map().instances(first.block))
+      throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG, session.refusal_hint(first));
+    for (const RegisterBlock &run : session.map().runs(first.block, first.instance, numbers)) {
+      const Words read = read_block(session, run.first, run.count);
+      check_answered(read, run.first);
+      Register reg = run.first;
+      for (const uint32_t word : read.words) {
+        add_register_line(reg, word, list, text);
+        ++reg.vreg;
+      }
     }
-  }
+  });
+  if (text.empty())
+    text = "# " + args.reference.text + ": no register\n";
   finish_dump(session, {{"lines", list}}, text, before);
 }
 
