@@ -152,4 +152,4 @@ run_client(${work}/build/client_cc "${cc_prints}")
 # Without a recorder `record` says so.
 file(REMOVE ${root}/${LIBDIR}/libmorvanerecord.so)
 execute_process(COMMAND ${root}/bin/mrvctl record ${work}/recordings -- true ERROR_VARIABLE error)
-expect_text("${error}" "no recorder: there is no " "mrvctl record without a recorder")
+expect_text("${error}" "no recorder: cannot find " "mrvctl record without a recorder")
