@@ -8,7 +8,7 @@ test_packages="python3-cram"
 docs_packages="doxygen graphviz man-db python3"
 clang_packages="clang libclang-rt-14-dev"
 # Only for the checks.
-check_packages="$clang_packages clang-format clang-tidy cppcheck prometheus python3 tshark"
+check_packages="$clang_packages clang-format clang-tidy cppcheck lld prometheus python3 tshark"
 
 # missing_packages PACKAGE...: those that are not installed.
 missing_packages() {

@@ -9,13 +9,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <string_view>
 
 #include "platform/card_config.h"
 #include "text/errors.h"
@@ -26,29 +25,26 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A message of the child: a byte with the verdict, then three texts that each end in NUL.
-constexpr std::string_view kKinds = "+-/!";  // by Verdict
-constexpr int kTexts = 3;
+// What a child reports. It is not longer than PIPE_BUF: it arrives completely or not at all.
+struct Message {
+  Verdict verdict;
+  char clause[8];
+  char expected[1024];
+  char seen[2048];
+};
+static_assert(sizeof(Message) <= PIPE_BUF);
 
 int message_pipe = -1;
 
-void write_bytes(const char *bytes, size_t length) {
-  while (length > 0) {
-    const ssize_t written = write(message_pipe, bytes, length);
-    if (written < 0 && errno == EINTR)
-      continue;
-    if (written <= 0)
-      return;  // the parent notices that the message has no end
-    bytes += written;
-    length -= static_cast<size_t>(written);
-  }
-}
-
 // Called by a signal handler too.
 void send_message(Verdict verdict, const char *clause, const char *expected, const char *seen) {
-  write_bytes(&kKinds[static_cast<size_t>(verdict)], 1);
-  for (const char *text : {clause, expected, seen})
-    write_bytes(text, std::strlen(text) + 1);
+  Message message = {};
+  message.verdict = verdict;
+  std::strncpy(message.clause, clause, sizeof message.clause - 1);
+  std::strncpy(message.expected, expected, sizeof message.expected - 1);
+  std::strncpy(message.seen, seen, sizeof message.seen - 1);
+  if (write(message_pipe, &message, sizeof message) < 0)
+    _exit(1);  // the parent sees that the message is missing
 }
 
 // The latest protected memory.
@@ -112,53 +108,25 @@ void catch_bad_addresses() {
   _exit(0);
 }
 
-bool whole(const std::string &message) {
-  return std::count(message.begin(), message.end(), '\0') == kTexts;
-}
-
-// What came of a child's message.
-enum class Reading { kWhole, kCutOff, kTimeIsUp, kStopped };
-
-Reading read_message(int pipe, Clock::time_point deadline, const volatile std::sig_atomic_t &stop,
-                     std::string &message) {
-  while (!whole(message)) {
-    if (stop != 0)
-      return Reading::kStopped;
+// Above 0 once the pipe can be read, 0 at the deadline, below 0 once `stop` is set.
+int wait_for_message(int pipe, Clock::time_point deadline, const volatile std::sig_atomic_t &stop) {
+  int ready = -1;
+  while (ready < 0 && stop == 0) {
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
     pollfd readable = {pipe, POLLIN, 0};
-    const int ready = left <= 0 ? 0 : poll(&readable, 1, static_cast<int>(left));
-    if (ready < 0 && errno == EINTR)
-      continue;
-    if (ready <= 0)
-      return Reading::kTimeIsUp;
-    std::array<char, 4096> part{};
-    const ssize_t length = read(pipe, part.data(), part.size());
-    if (length < 0 && errno == EINTR)
-      continue;
-    if (length <= 0)
-      return Reading::kCutOff;
-    message.append(part.data(), static_cast<size_t>(length));
+    ready = left <= 0 ? 0 : poll(&readable, 1, static_cast<int>(left));
   }
-  return Reading::kWhole;
-}
-
-Outcome parse_message(const std::string &message) {
-  const std::vector<std::string> texts = split(message.substr(1), '\0');
-  const size_t kind = kKinds.find(message[0]);
-  const Verdict verdict = kind < kKinds.size() ? static_cast<Verdict>(kind) : Verdict::kWrong;
-  return {verdict, texts[0], texts[1], texts[2], {}};
+  return ready;
 }
 
 Outcome wrong(const std::string &expected, const std::string &seen) {
   return {Verdict::kWrong, "", expected, seen, {}};
 }
 
-// How a child ended that has not sent its complete message.
-Outcome judge_end(Reading reading, int status, std::chrono::seconds limit) {
-  if (reading == Reading::kStopped)
-    return {};  // the caller's own end: nothing was found out
-  if (reading == Reading::kTimeIsUp)
+// The outcome of a child that ended without a message, or did not end.
+Outcome judge_end(bool ended, int status, std::chrono::seconds limit) {
+  if (!ended)
     return wrong(format("an answer within %lld s", static_cast<long long>(limit.count())), "none");
   if (WIFSIGNALED(status))
     return wrong("the process to live on", format("it was ended by signal %d (%s)",
@@ -188,8 +156,10 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
     return wrong("a process", std::strerror(errno));
   }
   setpgid(child, child);
-  std::string message;
-  const Reading reading = read_message(ends[0], begin + limit, stop, message);
+  Message message = {};
+  const bool readable = wait_for_message(ends[0], begin + limit, stop) > 0;
+  const bool reported =
+      readable && read(ends[0], &message, sizeof message) == ssize_t{sizeof message};
   close(ends[0]);
   kill(child, SIGKILL);
   kill(-child, SIGKILL);  // whatever it has started
@@ -197,7 +167,8 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
   Outcome outcome =
-      reading == Reading::kWhole ? parse_message(message) : judge_end(reading, status, limit);
+      reported ? Outcome{message.verdict, message.clause, message.expected, message.seen, {}}
+               : judge_end(readable, status, limit);
   outcome.duration = Clock::now() - begin;
   return outcome;
 }
@@ -232,7 +203,8 @@ void init_library(uint32_t slot) {
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
   dup2(nowhere, STDOUT_FILENO);
   uint16_t identifier = 0;
-  query_identifier(0, &identifier);  // the library queries it, and would hang too
+  for (const uint32_t queried : {slot, 0U})
+    query_identifier(queried, &identifier);  // the library queries it, and would hang too
   std::error_code ec;
   morvane::init(static_cast<slot_num_t>(slot), ec, kCaller);
   if (ec)

@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <functional>
 
 #include "asic/port_reference.h"
 #include "asic/qos_counters.h"
@@ -119,16 +120,6 @@ uint64_t counted_drops(const kel_asic_qos_stats_t &stats) {
          counter_sum(stats.drops.h2n_drops[0], kGridCells);
 }
 
-// Traffic may go on, but what was counted before is gone.
-void expect_fewer(uint64_t after, uint64_t before, const char *what) {
-  if (before == 0)
-    throw Skip{"the port has counted nothing that could be cleared"};
-  if (after >= before)
-    throw Violation{
-        format("fewer than %llu counted after ", static_cast<unsigned long long>(before)) + what,
-        format("%llu", static_cast<unsigned long long>(after))};
-}
-
 // Lets the port count something, where the platform can be told to.
 void make_traffic(const CheckTarget &subject) {
   void *const found = platform_symbol("vp_add_traffic");
@@ -137,21 +128,6 @@ void make_traffic(const CheckTarget &subject) {
     reinterpret_cast<decltype(vp_add_traffic) *>(found)(
         subject.module, subject.asic, static_cast<cardcfg_port_type_t>(subject.port->type),
         subject.port->number, &traffic);
-}
-
-void expect_cleared(const CheckTarget &subject, kel_asic_qos_stats_type_t type, const char *what) {
-  make_traffic(subject);
-  const uint64_t before = counted_frames(statistics(subject));
-  expect_success(ask_qos(subject, type, *subject.port).result, what);
-  expect_fewer(counted_frames(statistics(subject)), before, what);
-}
-
-void clears_a_port(const CheckTarget &subject) {
-  expect_cleared(subject, QOS_STATS_CLEAR, "a clear of the port");
-}
-
-void clears_every_port(const CheckTarget &subject) {
-  expect_cleared(subject, QOS_STATS_CLEAR_ALL, "a clear of every port");
 }
 
 void send_request(const kel_asic_xn_entry_t &command) {
@@ -163,14 +139,38 @@ void send_as_field_write(const kel_asic_xn_entry_t &command) {
                  "a command sent as a field write under the full mask");
 }
 
-void clears_drop_counters(const CheckTarget &subject) {
+// A clear that succeeds. Traffic may go on, but what was counted before is gone.
+void expect_cleared(const CheckTarget &subject, uint64_t (*counted)(const kel_asic_qos_stats_t &),
+                    const std::function<void()> &clear) {
   make_traffic(subject);
-  const uint64_t before = counted_drops(statistics(subject));
-  const kel_asic_xn_entry_t command = {static_cast<int32_t>(subject.module),
-                                       static_cast<int32_t>(subject.asic << 16),
-                                       KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, 0, UINT32_MAX};
-  send_request(command);
-  expect_fewer(counted_drops(statistics(subject)), before, "a clear of all drop counters");
+  const uint64_t before = counted(statistics(subject));
+  if (before == 0)
+    throw Skip{"the port has counted nothing that could be cleared"};
+  clear();
+  const uint64_t after = counted(statistics(subject));
+  if (after >= before)
+    throw Violation{"fewer than " + std::to_string(before) + " counted after a clear",
+                    std::to_string(after)};
+}
+
+void clears_a_port(const CheckTarget &subject) {
+  expect_cleared(subject, counted_frames, [&] {
+    expect_success(ask_qos(subject, QOS_STATS_CLEAR, *subject.port).result, "a clear of the port");
+  });
+}
+
+void clears_every_port(const CheckTarget &subject) {
+  expect_cleared(subject, counted_frames, [&] {
+    expect_success(ask_qos(subject, QOS_STATS_CLEAR_ALL, *subject.port).result,
+                   "a clear of every port");
+  });
+}
+
+void clears_drop_counters(const CheckTarget &subject) {
+  expect_cleared(subject, counted_drops, [&] {
+    send_request({static_cast<int32_t>(subject.module), static_cast<int32_t>(subject.asic << 16),
+                  KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, 0, UINT32_MAX});
+  });
 }
 
 const CheckTarget &with_link_pause(const CheckTarget &subject) {
