@@ -1,5 +1,6 @@
-// Several ASICs in one context, as no initialisation leaves it: each operation uses the slot of the
-// ASIC that it is for, and a program sweeps over them.
+// State of the library that no caller sees: the pending transaction, the buffer of a trace line,
+// and several ASICs in one context, as no initialisation leaves it. Then each operation uses the
+// slot of its ASIC, and a program sweeps over them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,6 +8,8 @@
 
 #include "fake_platform.h"
 #include "kel_asic_lib_private.h"
+#include "trace_log.h"
+#include "transaction.h"
 
 namespace {
 
@@ -89,4 +92,53 @@ TEST(SecondAsic, is_checked_and_asked_by_its_own_slot) {
             SYSERR_KEL_ASIC_INVALID_ARG);
   lib_mrv_asic_clear_all_qos_stats(0, 1, 0);
   EXPECT_EQ(fake().calls.back().as<kel_asic_qos_stats_params_t>().asic, 1);
+}
+
+TEST(TraceLine, ends_with_one_newline_and_fits_its_buffer) {
+  initialise_with_trace();
+  char line[trace_line_size];
+  constexpr std::size_t prefix = 40, longest = 190;  // but for the newline
+  for (const char *end : {"", "\n"}) {
+    for (std::size_t length : {0U, 1U, 148U, 149U, 150U, 151U, 152U, 400U, 3U}) {
+      const std::size_t before = log_text().size();
+      const std::string message(length, 'm');
+      trace_write(line, 'l', 0, "%s%s", message.c_str(), end);
+      EXPECT_EQ(log_text().substr(before + prefix), message.substr(0, longest - prefix) + "\n");
+    }
+  }
+  const std::size_t before = log_text().size();
+  trace_write(line, 'l', 0x80000000, "%s", std::string(300, 'm').c_str());
+  EXPECT_EQ(log_text().substr(before + 27),
+            "|l|  -2147483648 |   : " + std::string(140, 'm') + "\n");
+}
+
+TEST(PendingTransaction, is_opened_by_an_entry_that_finds_none) {
+  initialise_with_trace();
+  kel_asic_transaction_add(1, 0x80000002, 3, 4, 5);
+  EXPECT_STREQ(pending_xn.name, "Collision Xn");
+  EXPECT_EQ(pending_xn.reorder_allowed, 0);
+  EXPECT_EQ(pending_xn.num, 1);
+  const kel_asic_xn_entry_t entry = {1, INT32_MIN + 2, 3, 4, 5};
+  EXPECT_EQ(std::memcmp(pending_xn.xn, &entry, sizeof entry), 0);
+  EXPECT_EQ(trace_lines(),
+            (std::vector<std::string>{"|t|  0 |   : kel_asic_transaction_add: Enter",
+                                      "|t|  0 |   : mrv_asic_transaction_start: Enter",
+                                      "|t|  0 |   : mrv_asic_transaction_start: Exit",
+                                      "|t|  0 |   : kel_asic_transaction_add: Exit"}));
+}
+
+TEST(PendingTransaction, is_closed_in_three_fields_alone) {
+  mrv_asic_transaction_start(const_cast<char *>("batch"), 7);
+  kel_asic_transaction_add(1, 2, 3, 4, 5);
+  kel_asic_xn_t expected = pending_xn;
+  expected.name[0] = '\0';
+  expected.reorder_allowed = expected.num = 0;
+  mrv_asic_transaction_commit();
+  EXPECT_EQ(std::memcmp(&pending_xn, &expected, sizeof expected), 0);
+}
+
+TEST(PendingTransaction, keeps_the_flag_of_a_start_without_a_name) {
+  mrv_asic_transaction_start(const_cast<char *>(""), 7);
+  EXPECT_FALSE(kel_asic_transaction_pending());
+  EXPECT_EQ(pending_xn.reorder_allowed, 7);
 }
