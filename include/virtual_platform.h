@@ -164,6 +164,53 @@ int vp_set_card(uint32_t device_type, uint16_t sw_card_id);
  */
 uint16_t vp_sw_card_id(void);
 
+/**
+ * Saves the state of the switch: what it would not have after a reset, except faults and steady
+ * traffic. Equal states give equal texts.
+ *
+ * @param text   receives the state as lines of mrvctl, without a NUL; valid until the next call or
+ *               control
+ * @param length receives the number of its bytes
+ * @retval 0      saved
+ * @retval EFAULT text or length is null
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_save(const char **text, uint32_t *length);
+
+/**
+ * Replaces the state of the switch by a saved one. Faults and steady traffic end, as with
+ * ::vp_reset.
+ *
+ * @param text   the state, as ::vp_save gives it; comments and empty lines are skipped
+ * @param length number of its bytes; with a switch of morvaned at most what it accepts as a record
+ * @param line   receives 0, or the number of the first line that is not one of a saved state
+ * @retval 0      restored
+ * @retval EINVAL a line is wrong; nothing changes
+ * @retval EFAULT text or line is null
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_restore(const char *text, uint32_t length, uint32_t *line);
+
+/**
+ * Sets a field of the statistics of a port, or of the settings of an ASIC.
+ *
+ * @param module    module number, 0 to 3
+ * @param asic      ASIC number, 0
+ * @param port_type the port type; ::CARDCFG_PORT_TYPE_MAX for a field of ::vp_asic_state
+ * @param port      port number within its type
+ * @param name      name of the field in kel_asic_qos_stats_t or vp_asic_state, with its indices:
+ *                  `flow_ctrl`, `wr_rcvd_cnt[1]`, `n2h_drops[0][3]`
+ * @param value     its value
+ * @retval 0      set
+ * @retval ENXIO  there is no such port
+ * @retval EINVAL there is no such field
+ * @retval ERANGE the field has no room for the value
+ * @retval EFAULT name is null
+ * @return with a switch of morvaned, also an errno of the table above
+ */
+int vp_set_field(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
+                 const char *name, uint64_t value);
+
 /** What a fault does to a call that it hits. */
 typedef enum vp_fault_action KEL_ENUM32 {
   VP_FAULT_NONE = 0,   /**< nothing except the delay */

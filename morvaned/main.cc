@@ -18,6 +18,7 @@
 #include "log.h"
 #include "options.h"
 #include "server.h"
+#include "state_file.h"
 
 namespace morvaned {
 namespace {
@@ -36,17 +37,17 @@ std::optional<gid_t> find_group(const std::string &name) {
 
 // Blocks the signals that end the service, so that they end it only in its loop. Returns
 // the descriptor to read them from. A service that is started with nohup continues at SIGHUP.
-Descriptor block_ending_signals() {
-  sigset_t ending;
-  sigemptyset(&ending);
-  for (const int signal : {SIGTERM, SIGINT, SIGQUIT})
-    sigaddset(&ending, signal);
+Descriptor block_signals() {
+  sigset_t handled;
+  sigemptyset(&handled);
+  for (const int signal : {SIGTERM, SIGINT, SIGQUIT, SIGUSR1})
+    sigaddset(&handled, signal);
   struct sigaction hangup = {};
   sigaction(SIGHUP, nullptr, &hangup);
   if (hangup.sa_handler != SIG_IGN)
-    sigaddset(&ending, SIGHUP);
-  sigprocmask(SIG_BLOCK, &ending, nullptr);
-  Descriptor signals(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
+    sigaddset(&handled, SIGHUP);
+  sigprocmask(SIG_BLOCK, &handled, nullptr);
+  Descriptor signals(signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK));
   if (signals.get() < 0)
     throw StartError(std::string("cannot read signals: ") + std::strerror(errno));
   return signals;
@@ -60,19 +61,22 @@ void open_standard_streams() {
   close(opened);
 }
 
-void serve(const Options &options) {
+// False if the state could not be saved at the end.
+bool serve(const Options &options) {
   const std::optional<gid_t> group = find_group(options.group);
   Service service(options.max_record);
-  const Descriptor signals = block_ending_signals();  // before there is a socket to remove
+  const Descriptor signals = block_signals();  // before there is a socket to remove
   Log log;
+  StateFile state(options.state, service.switch_state(), log);
   const Listener listener(options.socket, group, log);
   Server server(service, log, listener.get(), signals.get(), {options.max_clients, group},
                 options.verbose);
   log.line("listening on %s", listener.address().c_str());
   log.line("ready");
   notify("READY=1\nSTATUS=Serving at " + listener.address());
-  server.run();
+  server.run([&state] { state.save(); });
   notify("STOPPING=1");
+  return state.save();
 }
 
 }  // namespace
@@ -84,8 +88,7 @@ int main(int argc, char **argv) {
   mallopt(M_MMAP_THRESHOLD, morvaned::kMappedBlocks);
   morvaned::open_standard_streams();
   try {
-    morvaned::serve(morvaned::parse_options(argc, argv));
-    return EXIT_SUCCESS;
+    return morvaned::serve(morvaned::parse_options(argc, argv)) ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const std::exception &error) {
     std::fprintf(stderr, "morvaned: %s\n", error.what());
     return EXIT_FAILURE;

@@ -51,7 +51,8 @@ void describe(CLI::App &app, Options &options) {
       "  folder=$(mktemp -d)\n"
       "  morvaned --socket $folder/switch &\n"
       "  MORVANE_SWITCH=$folder/switch mrvctl info\n\n"
-      "SIGTERM, SIGINT, SIGHUP or SIGQUIT stops it. The switch's contents are lost.");
+      "SIGTERM, SIGINT, SIGHUP or SIGQUIT stops it. Without --state the switch's contents\n"
+      "are lost.");
   app.set_version_flag("-V,--version", "morvaned " MORVANED_VERSION);
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   add_text(app, "--socket", "PATH", options.socket,
@@ -62,6 +63,9 @@ void describe(CLI::App &app, Options &options) {
   add_text(app, "--group", "NAME", options.group,
            "Also allow members of this group (default: the\n"
            "same user and root only)");
+  add_text(app, "--state", "FILE", options.state,
+           "Restore the switch from this file at the start,\n"
+           "and save it at the end and on SIGUSR1");
   add_number(app, "--max-clients", "N", options.max_clients, 1, remote::kMaxClients,
              "Maximum number of clients; a quarter is reserved\n"
              "for root and the service's user, any other user\n"

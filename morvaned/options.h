@@ -10,6 +10,7 @@ namespace morvaned {
 struct Options {
   std::string socket;  // a path, or @name; empty if there is no default for this user
   std::string group;   // empty: none
+  std::string state;   // the file of the state; empty: none
   uint32_t max_clients = 256;
   uint32_t max_record = 16 * 1024 * 1024;  // bytes
   bool verbose = false;

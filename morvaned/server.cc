@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/resource.h>
+#include <sys/signalfd.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -104,7 +106,12 @@ void Server::watch(int descriptor, void *what) {
     throw StartError(std::string("cannot watch a descriptor: ") + std::strerror(errno));
 }
 
-void Server::run() {
+bool Server::is_asked_to_save() const {
+  signalfd_siginfo signal = {};
+  return read(signals_, &signal, sizeof signal) == sizeof signal && signal.ssi_signo == SIGUSR1;
+}
+
+void Server::run(const std::function<void()> &save) {
   epoll_event events[kMaxEvents];
   while (!stopping_) {
     const bool needs_tick = awaited_ != 0 || !listening_ || log_.has_suppressed();
@@ -112,9 +119,12 @@ void Server::run() {
                                  needs_tick ? int{std::chrono::milliseconds(kTick).count()} : -1);
     for (int i = 0; i < count; ++i) {
       void *const what = events[i].data.ptr;
-      if (what == &signals_)
-        stopping_ = true;
-      else if (what == &listener_)
+      if (what == &signals_) {
+        if (is_asked_to_save())
+          save();
+        else
+          stopping_ = true;
+      } else if (what == &listener_)
         accept_clients();
       else if (what == &timer_)
         send_held();

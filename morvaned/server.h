@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 
+#include <functional>
 #include <list>
 #include <memory>
 #include <optional>
@@ -27,8 +28,8 @@ class Server {
   // Serves the clients of a listening socket. Throws a StartError.
   Server(Service &service, Log &log, int listener, int signals, const Limits &limits, bool verbose);
 
-  // Returns when a signal can be read.
-  void run();
+  // Returns after a signal that ends the service. Calls save after each SIGUSR1.
+  void run(const std::function<void()> &save);
 
  private:
   struct Client {
@@ -47,6 +48,7 @@ class Server {
 
   bool wait_for(uint32_t events, int operation, int descriptor, void *what);
   void watch(int descriptor, void *what);
+  bool is_asked_to_save() const;
   void pause_listening();
   void resume_listening();
   void accept_clients();

@@ -70,7 +70,7 @@ Header Service::serve(Peer &peer, const Header &request, uint8_t *body, Bytes &o
     Bytes answer;
     const bool allowed =
         peer.may_control || request.kind == remote::kCard || request.kind == remote::kShowSwitch;
-    const int error = allowed ? control(peer, request.kind, body, answer) : EPERM;
+    const int error = allowed ? control(peer, request, body, answer) : EPERM;
     const Header reply = answer_to(request, error, answer.size());
     if (!answer.empty()) {
       append(out, &reply, sizeof reply);
@@ -101,13 +101,13 @@ Header Service::serve_call(Peer &peer, const Header &request, uint8_t *body) {
 }
 
 // Requests other than service calls: 0 and the body of the answer, or the errno of the refusal.
-int Service::control(const Peer &peer, uint32_t kind, const uint8_t *body, Bytes &answer) {
-  if (kind == remote::kListClients) {
+int Service::control(const Peer &peer, const Header &request, const uint8_t *body, Bytes &answer) {
+  if (request.kind == remote::kListClients) {
     answer = client_list();
     return 0;
   }
-  const int error = switch_.control(kind, body, client_of(peer), answer);
-  if (kind == remote::kShowSwitch) {
+  const int error = switch_.control(request.kind, body, request.length, client_of(peer), answer);
+  if (request.kind == remote::kShowSwitch) {
     auto &shown = *reinterpret_cast<vp_switch *>(answer.data());
     shown.shared = 1;
     shown.clients = static_cast<uint32_t>(peers_.size());

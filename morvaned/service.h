@@ -50,6 +50,8 @@ class Service {
   // before it. Allocates nothing after the request has changed the switch.
   remote::Header serve(Peer &peer, const remote::Header &request, uint8_t *body, Bytes &out);
 
+  VirtualSwitch &switch_state() { return switch_; }
+
   // Peers stay where they are until they leave.
   std::list<Peer>::iterator enter(Peer peer) {
     peer.serial = ++last_serial_;
@@ -60,7 +62,7 @@ class Service {
 
  private:
   remote::Header serve_call(Peer &peer, const remote::Header &request, uint8_t *body);
-  int control(const Peer &peer, uint32_t kind, const uint8_t *body, Bytes &answer);
+  int control(const Peer &peer, const remote::Header &request, const uint8_t *body, Bytes &answer);
   Bytes client_list() const;
 
   VirtualSwitch switch_;

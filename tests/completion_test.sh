@@ -28,7 +28,7 @@ offers() {
   failed=1
 }
 
-offers "info regs read *switch check help expect-fail" ""
+offers "info regs read *switch check module expect-fail help" ""
 offers "qos" help qo
 offers "reset card *" switch ""
 offers "dhs dhs-read dhs-write" dhs

@@ -61,27 +61,29 @@ constexpr uint32_t kWindowAlignment = 0x100;
 
 // Gives a table its window, unless it has one. A gap before it separates it from the previous
 // table, so that a block access past the last entry there fails.
-void add_table(RegisterLayout &layout, kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t words) {
+void add_table(RegisterLayout &layout, kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t entries,
+               uint32_t entry_words) {
   if (layout.offsets[block][vreg] != 4 * vreg)
     return;
   std::vector<Window> &windows = layout.windows[block];
   const uint32_t used = windows.empty() ? 4 * kel_asic_blocks[block].registers
                                         : windows.back().begin + windows.back().size;
   const uint32_t begin = (used / kWindowAlignment + 1) * kWindowAlignment;
-  windows.push_back({begin, 4 * words});
+  windows.push_back({begin, 4 * entries * entry_words, vreg, entry_words});
   layout.offsets[block][vreg] = begin;
 }
 
 void add_tables(RegisterLayout &layout) {
   // Before the tables that clients know: scripts and recordings contain the addresses.
   const HookTable &first = kHookTables[0];
-  add_table(layout, first.block, first.vreg, first.entries * first.words);
+  add_table(layout, first.block, first.vreg, first.entries, first.words);
   for (const kel_asic_dhs_row_t &row : kel_asic_dhs_rows) {
     for (kel_asic_reg_t vreg = row.first; vreg <= row.last; ++vreg) {
       const HookTable *const hook = find_hook_table(row.block, vreg);
-      add_table(
-          layout, row.block, vreg,
-          hook != nullptr ? hook->entries * hook->words : (row.highest_index + 1) * row.words);
+      if (hook != nullptr)
+        add_table(layout, row.block, vreg, hook->entries, hook->words);
+      else
+        add_table(layout, row.block, vreg, row.highest_index + 1, row.words);
     }
   }
 }
@@ -95,7 +97,7 @@ void add_registers(std::vector<Window> &windows, const std::vector<kel_asic_reg_
     if (windows.size() > tables && windows.back().begin + windows.back().size == place)
       windows.back().size += 4;
     else
-      windows.push_back({place, 4});
+      windows.push_back({place, 4, place / 4, 0});
   }
 }
 
@@ -140,10 +142,41 @@ bool find_window(uint32_t address) {
   for (const Window &window : register_layout().windows[block]) {
     if (!window.has(place))
       continue;
-    cached_window = {address - place + window.begin, window.size};
+    cached_window = window;
+    cached_window.begin += address - place;
     return true;
   }
   return false;
+}
+
+Location location_of(uint32_t address) {
+  if (!has_word(address))
+    return {};
+  const auto block = static_cast<kel_asic_blk_t>(address / kBlockSpan - 1);
+  const uint32_t instance = address % kBlockSpan / kInstanceSpan;
+  const Window &window = cached_window;
+  const uint32_t place = (address - window.begin) / 4;
+  if (window.entry_words == 0)
+    return {block, instance, window.vreg + place, 0, 0, 0};
+  return {block,
+          instance,
+          window.vreg,
+          window.entry_words,
+          place / window.entry_words,
+          place % window.entry_words};
+}
+
+uint32_t address_of(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg, uint32_t index) {
+  const RegisterLayout &layout = register_layout();
+  if (block >= KEL_ASIC_NUM_BLK || instance >= layout.bases[block].size() ||
+      vreg >= layout.offsets[block].size())
+    return 0;
+  const uint32_t address = layout.bases[block][instance] + layout.offsets[block][vreg];
+  if (!has_word(address))
+    return 0;
+  const uint32_t bytes = 4 * location_of(address).entry_words;
+  return index == 0 || index < cached_window.size / std::max(bytes, 1U) ? address + index * bytes
+                                                                        : 0;
 }
 
 }  // namespace virtual_asic

@@ -19,6 +19,8 @@ namespace virtual_asic {
 struct Window {
   uint32_t begin;
   uint32_t size;
+  kel_asic_reg_t vreg;   // the table, or the first of the registers
+  uint32_t entry_words;  // 0: registers
 
   bool has(uint32_t address) const { return address - begin < size; }
 };
@@ -32,6 +34,22 @@ struct RegisterLayout {
 
 // Built at the first use and never destroyed: clients keep the tables until the process ends.
 const RegisterLayout &register_layout();
+
+// What a word belongs to.
+struct Location {
+  kel_asic_blk_t block;
+  uint32_t instance;
+  kel_asic_reg_t vreg;
+  uint32_t entry_words;  // 0 if it is a register
+  uint32_t index;        // of the entry
+  uint32_t word;         // of the entry
+};
+
+// The location of an address that has a word.
+Location location_of(uint32_t address);
+
+// The address of a register, or of the first word of a table entry; 0 if there is none.
+uint32_t address_of(kel_asic_blk_t block, uint32_t instance, kel_asic_reg_t vreg, uint32_t index);
 
 // Words in an entry of a table whose shape is not published; -1 for any other register or entry.
 int hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index);

@@ -6,8 +6,10 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <utility>
 
 #include "platform/system_service.h"
+#include "snapshot.h"
 
 namespace {
 
@@ -64,8 +66,8 @@ VirtualSwitch::Outcome VirtualSwitch::call(const ServiceCall &call, const Callin
   return {0, 0, hit.delay_us};
 }
 
-int VirtualSwitch::control(uint32_t kind, const uint8_t *body, const CallingClient &client,
-                           std::vector<uint8_t> &answer) {
+int VirtualSwitch::control(uint32_t kind, const uint8_t *body, uint32_t length,
+                           const CallingClient &client, std::vector<uint8_t> &answer) {
   switch (kind) {
     case remote::kCard:
       append(answer, card_);
@@ -98,9 +100,39 @@ int VirtualSwitch::control(uint32_t kind, const uint8_t *body, const CallingClie
       return traffic_.stop(place_of(copy_of<remote::Port>(body)), clock_.now(), driver_);
     case remote::kSetTime:
       return set_time(copy_of<remote::Time>(body));
+    case remote::kSave: {
+      const std::string text = save();
+      answer.insert(answer.end(), text.begin(), text.end());
+      return 0;
+    }
+    case remote::kRestore:
+      append(answer, remote::Restored{restore({reinterpret_cast<const char *>(body), length})});
+      return 0;
+    case remote::kSetField:
+      return set_field(copy_of<remote::FieldValue>(body));
     default:
       return ENOSYS;
   }
+}
+
+std::string VirtualSwitch::save() {
+  traffic_.settle(clock_.now(), driver_);
+  return virtual_asic::write_snapshot(driver_, card_);
+}
+
+uint32_t VirtualSwitch::restore(std::string_view text) {
+  VirtualSwitch restored;
+  if (const uint32_t line = virtual_asic::read_snapshot(text, restored.driver_, restored.card_))
+    return line;
+  restored.generation_ = generation_after(generation_);
+  *this = std::move(restored);
+  return 0;
+}
+
+int VirtualSwitch::set_field(const remote::FieldValue &given) {
+  if (memchr(given.name, '\0', sizeof given.name) == nullptr)
+    return EINVAL;
+  return virtual_asic::set_field(driver_, place_of(given.port), given.name, given.value);
 }
 
 int VirtualSwitch::add_traffic(const remote::Traffic &added) {

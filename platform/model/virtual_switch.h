@@ -4,6 +4,8 @@
 #define VIRTUAL_SWITCH_H
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "driver_service.h"
@@ -30,12 +32,19 @@ class VirtualSwitch {
   // Handles a control, whose body has the length that its kind requires, and appends the answer.
   // Returns 0 or the errno of a refusal, which changes nothing. Throws std::bad_alloc, and then
   // changes nothing. virtual_platform.h documents the controls.
-  int control(uint32_t kind, const uint8_t *body, const CallingClient &client,
+  int control(uint32_t kind, const uint8_t *body, uint32_t length, const CallingClient &client,
               std::vector<uint8_t> &answer);
+
+  // The state as snapshot.h describes it, without faults and steady traffic.
+  std::string save();
+  // Replaces the state, as a reset does, by that of a snapshot. Returns 0, or the number of a wrong
+  // line; then nothing changes.
+  uint32_t restore(std::string_view text);
 
  private:
   int add_traffic(const remote::Traffic &added);
   int set_time(const remote::Time &time);
+  int set_field(const remote::FieldValue &given);
   int set_card(const remote::Card &card);
   int show_asic(const remote::AsicNumber &number, std::vector<uint8_t> &answer);
   vp_switch info() const;

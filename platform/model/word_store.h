@@ -3,16 +3,34 @@
 #ifndef WORD_STORE_H
 #define WORD_STORE_H
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
+#include <vector>
 
 class WordStore {
  public:
   // A word that was never written is 0.
   uint32_t read(uint32_t address) const {
     return is_cached(address) || find(address) ? (*cached_page_)[address % kPageSpan / 4] : 0;
+  }
+
+  // Calls visit(address, word) for each word that is not 0, in the order of the addresses.
+  template <typename Visit>
+  void for_each(Visit visit) const {
+    std::vector<uint32_t> numbers;
+    for (const auto &page : pages_)
+      numbers.push_back(page.first);
+    std::sort(numbers.begin(), numbers.end());
+    for (const uint32_t number : numbers) {
+      const Page &page = *pages_.at(number);
+      for (uint32_t i = 0; i < page.size(); ++i) {
+        if (page[i] != 0)
+          visit(number * kPageSpan + 4 * i, page[i]);
+      }
+    }
   }
 
   // Allocates the page of a word, so that at() cannot fail. Throws std::bad_alloc.

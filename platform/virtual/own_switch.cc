@@ -19,10 +19,11 @@ Object &never_destroyed() {
   return *instance;
 }
 
-int control_own_switch(remote::Kind kind, const void *body, Bytes &answer) {
+int control_own_switch(remote::Kind kind, const void *body, uint32_t length, Bytes &answer) {
   try {
     answer.clear();
-    return own_switch().control(kind, static_cast<const uint8_t *>(body), own_client(), answer);
+    return own_switch().control(kind, static_cast<const uint8_t *>(body), length, own_client(),
+                                answer);
   } catch (const std::bad_alloc &) {
     return ENOMEM;
   }
@@ -45,7 +46,7 @@ int request_control(remote::Kind kind, const void *body, uint32_t length, void *
   if (remote::is_remote())
     return remote::control_request(kind, body, length, answer, answer_length);
   Bytes &last_answer = never_destroyed<Bytes>();
-  const int error = control_own_switch(kind, body, last_answer);
+  const int error = control_own_switch(kind, body, length, last_answer);
   if (error == 0 && answer_length != 0)
     std::memcpy(answer, last_answer.data(), answer_length);
   return error;
@@ -55,7 +56,7 @@ int request_list(remote::Kind kind, const void **entries, uint32_t *length) {
   if (remote::is_remote())
     return remote::list_request(kind, entries, length);
   Bytes &last_answer = never_destroyed<Bytes>();
-  const int error = control_own_switch(kind, nullptr, last_answer);
+  const int error = control_own_switch(kind, nullptr, 0, last_answer);
   *entries = last_answer.data();
   *length = static_cast<uint32_t>(last_answer.size());
   return error;

@@ -90,6 +90,31 @@ int vp_delay_calls(uint32_t milliseconds, uint32_t calls) {
   return send_control(remote::kAddFault, fault);
 }
 
+int vp_save(const char **text, uint32_t *length) {
+  return list(remote::kSave, text, length);
+}
+
+int vp_restore(const char *text, uint32_t length, uint32_t *line) {
+  if (text == nullptr || line == nullptr)
+    return EFAULT;
+  remote::Restored restored = {};
+  if (const int error = request_control(remote::kRestore, text, length, &restored, sizeof restored))
+    return error;
+  *line = restored.line;
+  return restored.line == 0 ? 0 : EINVAL;
+}
+
+int vp_set_field(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
+                 const char *name, uint64_t value) {
+  remote::FieldValue given = {{{module, asic}, port_type, port}, value, {}};
+  if (name == nullptr)
+    return EFAULT;
+  if (std::strlen(name) >= sizeof given.name)
+    return EINVAL;
+  std::strcpy(given.name, name);
+  return send_control(remote::kSetField, given);
+}
+
 int vp_add_traffic(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, uint32_t port,
                    const vp_traffic *traffic) {
   return send_traffic(remote::kAddTraffic, {{module, asic}, port_type, port}, traffic);

@@ -7,6 +7,8 @@ namespace {
 
 constexpr int32_t kMaxErrno = 4095;
 
+constexpr uint32_t kAnyLength = UINT32_MAX;
+
 // Lengths of the bodies by kind. The answer may be a list of up to max_entries. A service call
 // gives the lengths in its header.
 struct Lengths {
@@ -31,6 +33,10 @@ constexpr Lengths kLengths[kEndOfKinds] = {
     {sizeof(Traffic), 0, 1},
     {sizeof(Port), 0, 1},
     {sizeof(Time), 0, 1},
+    {0, 1, UINT32_MAX},                 // kSave
+    {kAnyLength, sizeof(Restored), 1},  // kRestore
+    {0, 0, 1},
+    {sizeof(FieldValue), 0, 1},
 };
 
 bool has_answer_length(const Header &answer, const Header &request) {
@@ -101,7 +107,8 @@ const char *validate(const Header &request) {
     return nullptr;
   if (request.case_code != 0 || request.driver_id != 0)
     return "control request with a case or driver";
-  return request.length == kLengths[request.kind].request ? nullptr : "wrong request length";
+  const uint32_t length = kLengths[request.kind].request;
+  return length == kAnyLength || request.length == length ? nullptr : "wrong request length";
 }
 
 bool is_valid_reply(const Header &answer, const Header &request) {

@@ -31,20 +31,23 @@ struct Hello {
 static_assert(sizeof(Hello) == 20, "five words");
 
 enum Kind : uint32_t {
-  kCall = 1,     // a service call: the record, and the record with its answer
-  kCard,         // nothing; a Card
-  kSetCard,      // a Card; nothing
-  kAddTraffic,   // a Traffic; nothing
-  kReset,        // nothing; nothing
-  kShowAsic,     // an AsicNumber; a vp_asic_state
-  kListClients,  // nothing; a vp_client for each
-  kShowSwitch,   // nothing; a vp_switch
-  kAddFault,     // a vp_fault; nothing
-  kListFaults,   // nothing; a vp_fault for each
-  kRemoveFault,  // a FaultNumber; nothing
-  kAddFlow,      // a Traffic; nothing
-  kStopFlows,    // a Port; nothing
-  kSetTime,      // a Time; nothing
+  kCall = 1,       // a service call: the record, and the record with its answer
+  kCard,           // nothing; a Card
+  kSetCard,        // a Card; nothing
+  kAddTraffic,     // a Traffic; nothing
+  kReset,          // nothing; nothing
+  kShowAsic,       // an AsicNumber; a vp_asic_state
+  kListClients,    // nothing; a vp_client for each
+  kShowSwitch,     // nothing; a vp_switch
+  kAddFault,       // a vp_fault; nothing
+  kListFaults,     // nothing; a vp_fault for each
+  kRemoveFault,    // a FaultNumber; nothing
+  kAddFlow,        // a Traffic; nothing
+  kStopFlows,      // a Port; nothing
+  kSetTime,        // a Time; nothing
+  kSave,           // nothing; a snapshot
+  kRestore,        // a snapshot; a Restored
+  kSetField = 18,  // a FieldValue; nothing
   kEndOfKinds
 };
 
@@ -91,14 +94,25 @@ struct Time {
   uint64_t advance_ms;
 };
 
-static_assert(sizeof(Card) == 8 && sizeof(AsicNumber) == 8 && sizeof(Port) == 16 &&
-                  sizeof(Traffic) == 40 && offsetof(Traffic, traffic.frames) == 24 &&
-                  sizeof(Time) == 16 && offsetof(Time, advance_ms) == 8 &&
-                  sizeof(vp_asic_state) == 20 && offsetof(vp_asic_state, sp_timer) == 2 &&
-                  sizeof(vp_client) == 64 && offsetof(vp_client, calls) == 8 &&
-                  offsetof(vp_client, program) == 48 && sizeof(vp_switch) == 64 &&
-                  offsetof(vp_switch, reserved) == 56 && sizeof(vp_fault) == 160 &&
-                  offsetof(vp_fault, matches) == 80 && offsetof(vp_fault, caller) == 128,
+struct Restored {
+  uint32_t line;  // the first one that is wrong, from 1; 0 if the state is restored
+};
+
+struct FieldValue {
+  Port port;
+  uint64_t value;
+  char name[32];
+};
+
+static_assert(sizeof(FieldValue) == 56 && offsetof(FieldValue, value) == 16 && sizeof(Card) == 8 &&
+                  sizeof(AsicNumber) == 8 && sizeof(Port) == 16 && sizeof(Traffic) == 40 &&
+                  offsetof(Traffic, traffic.frames) == 24 && sizeof(Time) == 16 &&
+                  offsetof(Time, advance_ms) == 8 && sizeof(vp_asic_state) == 20 &&
+                  offsetof(vp_asic_state, sp_timer) == 2 && sizeof(vp_client) == 64 &&
+                  offsetof(vp_client, calls) == 8 && offsetof(vp_client, program) == 48 &&
+                  sizeof(vp_switch) == 64 && offsetof(vp_switch, reserved) == 56 &&
+                  sizeof(vp_fault) == 160 && offsetof(vp_fault, matches) == 80 &&
+                  offsetof(vp_fault, caller) == 128,
               "the bodies are the same for both word sizes");
 
 // What is wrong with a client's hello; null if it is valid.
@@ -109,7 +123,8 @@ const char *validate(const Hello &hello);
 const char *validate(const Header &request);
 
 // Whether this is the header of an answer to the request. A failure has no body. The service
-// chooses only the number of entries in a list, up to kMaxClients or VP_FAULTS_MAX.
+// chooses only the number of entries in a list, up to kMaxClients or VP_FAULTS_MAX, and the length
+// of a snapshot.
 bool is_valid_reply(const Header &answer, const Header &request);
 constexpr uint32_t kMaxClients = 65536;
 

@@ -61,6 +61,16 @@ void run_expect_fail(Session &session, const ExpectFailArgs &args) {
 }  // namespace
 
 void add_script_commands(Parser &parser) {
+  parser.add<uint32_t>(
+      {"module", "Scripts", "Use another module from this line on",
+       "printf 'module 1\\nread HI.2:40\\n' | mrvctl -f -"},
+      [](Arguments &arguments, uint32_t &module) {
+        arguments.number<uint32_t>("MODULE", module, "Module", 0, 3);
+      },
+      [](Session &session, uint32_t module) {
+        session.module = module;
+        session.report.result({{"module", module}}, format("module %u\n", module));
+      });
   parser.add<HelpArgs>(
       {"help", "Help", "Show the help of mrvctl or of a command", "mrvctl help read",
        Requires::kNone},

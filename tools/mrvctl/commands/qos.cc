@@ -1,18 +1,13 @@
 // qos show, qos clear, qos clear-all and qos metrics.
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-#include <cstdio>
-#include <cstring>
 #include <optional>
 
 #include "commands/commands.h"
 #include "commands/port_readings.h"
 #include "output/metrics.h"
 #include "output/qos_tables.h"
+#include "text/lines.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -118,24 +113,6 @@ Json metrics_json(const AsicMetrics &metrics) {
                      {"stats", up ? qos_json(reading.stats) : Json()}});
   }
   return {{"module", metrics.module}, {"asic", metrics.asic}, {"ports", ports}};
-}
-
-// Replaces a file that others read: they find the old one or the new one, never a part. If it
-// fails, the old one stays.
-void write_atomically(const std::string &path, const std::string &text) {
-  struct stat old = {};
-  if (lstat(path.c_str(), &old) == 0 && !S_ISREG(old.st_mode))
-    throw OperationFailed(path + ": is not a plain file");
-  const std::string temporary = path + format(".%d", getpid());
-  unlink(temporary.c_str());  // of a process that was killed and had the same number
-  std::FILE *const file = std::fopen(temporary.c_str(), "wxe");
-  const bool written = file != nullptr && std::fputs(text.c_str(), file) >= 0;
-  const bool closed = file != nullptr && std::fclose(file) == 0;
-  if (written && closed && std::rename(temporary.c_str(), path.c_str()) == 0)
-    return;
-  const int error_number = errno;
-  unlink(temporary.c_str());
-  throw OperationFailed(path + ": " + std::strerror(error_number));
 }
 
 void write_metrics(Session &session, const MetricsArgs &args, const AsicMetrics &metrics) {

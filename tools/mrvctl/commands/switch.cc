@@ -50,17 +50,19 @@ void run_reset(Session &session) {
 
 struct CardArgs {
   uint32_t id = 0;
+  uint32_t type = CARDCFG_DEV_TYPE_MORVANE;
 };
 
 void run_card(Session &session, const CardArgs &args) {
-  check_control(control<decltype(vp_set_card)>("vp_set_card")(CARDCFG_DEV_TYPE_MORVANE,
-                                                              static_cast<uint16_t>(args.id)));
+  check_control(
+      control<decltype(vp_set_card)>("vp_set_card")(args.type, static_cast<uint16_t>(args.id)));
   session.report.result({{"sw_card_id", args.id}}, format("software card identifier %u", args.id) +
                                                        private_hint(session) + "\n");
 }
 
 void describe_card(Arguments &arguments, CardArgs &args) {
   arguments.number<uint32_t>("ID", args.id, "Identifier", 0, UINT16_MAX);
+  arguments.number<uint32_t>("[TYPE]", args.type, "Device type; 7, a Morvane, is the default");
 }
 
 }  // namespace
@@ -110,15 +112,17 @@ std::vector<Fact> switch_facts(Session &session) {
 void add_switch_commands(Parser &parser) {
   const CommandText text = {"switch", "Virtual switch", "Show or control the virtual switch",
                             "mrvctl switch\n"
-                            "mrvctl switch fault list"};
+                            "mrvctl switch fault list",
+                            Requires::kPlatform};
   parser.add_prefix(text);
   parser.add(text, run_switch);
   parser.add({"switch reset", "Virtual switch", "Empty the switch, as after its start",
-              "mrvctl switch reset"},
+              "mrvctl switch reset", Requires::kPlatform},
              run_reset);
   parser.add<CardArgs>({"switch card", "Virtual switch", "Set the card's software identifier",
-                        "mrvctl switch card 0x123"},
+                        "mrvctl switch card 0x123", Requires::kPlatform},
                        describe_card, run_card);
+  add_switch_state_commands(parser);
   add_switch_fault_commands(parser);
   add_switch_traffic_commands(parser);
   add_switch_clients_command(parser);

@@ -272,13 +272,14 @@ void add_switch_fault_commands(Parser &parser) {
        "The first fault that matches a call, and is not used up, hits it. A call that a fault lets "
        "fail reaches no ASIC. One that matches an entry of a transaction hits all of it.",
        "mrvctl switch fault add EIO --register HI.2:41 --writes --client fdbd\n"
-       "mrvctl switch fault add --delay 200ms --client fdbd --forever"},
+       "mrvctl switch fault add --delay 200ms --client fdbd --forever",
+       Requires::kPlatform},
       describe_add, check_fault, run_add);
   parser.add({"switch fault list", "Virtual switch", "List the faults and what they have hit",
-              "mrvctl switch fault list"},
+              "mrvctl switch fault list", Requires::kPlatform},
              run_list);
   parser.add<ClearArgs>({"switch fault clear", "Virtual switch", "Remove one fault, or all",
-                         "mrvctl switch fault clear"},
+                         "mrvctl switch fault clear", Requires::kPlatform},
                         describe_clear, run_clear);
 }
 

@@ -131,19 +131,21 @@ void add_switch_traffic_commands(Parser &parser) {
       "Simulate traffic on a port, once or steadily\n"
       "Steady traffic is counted in the time of the switch, until it is stopped.",
       "mrvctl switch traffic hif:3 --class 3 --frames 1000 --excess 10\n"
-      "mrvctl switch traffic hif:3 --class 3 --rate 1000"};
+      "mrvctl switch traffic hif:3 --class 3 --rate 1000",
+      Requires::kPlatform};
   parser.add_prefix(traffic);
   parser.add<TrafficArgs>(traffic, describe_traffic, check_traffic, run_traffic);
   parser.add<StopArgs>(
       {"switch traffic stop", "Virtual switch", "Stop the steady traffic of a port, or of all",
-       "mrvctl switch traffic stop hif:3"},
+       "mrvctl switch traffic stop hif:3", Requires::kPlatform},
       describe_stop, run_stop);
   parser.add<TimeArgs>(
       {"switch time", "Virtual switch",
        "Stop, move on or run the switch's time\n"
        "Steady traffic follows the time, so that its counts are exact.",
        "mrvctl switch time +5s\n"
-       "mrvctl switch time run"},
+       "mrvctl switch time run",
+       Requires::kPlatform},
       [](Arguments &arguments, TimeArgs &args) {
         arguments.word("CHANGE", args.change,
                        "+TIME, like +5s or +200ms, stops it after that; stop; run");

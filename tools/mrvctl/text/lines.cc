@@ -3,11 +3,14 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "text/errors.h"
+#include "text/text.h"
 
 namespace mrvctl {
 namespace {
@@ -93,6 +96,22 @@ bool LineReader::next() {
 
 std::string LineReader::position() const {
   return name_ + ":" + std::to_string(number_) + ": ";
+}
+
+void write_atomically(const std::string &path, const std::string &text) {
+  struct stat old = {};
+  if (lstat(path.c_str(), &old) == 0 && !S_ISREG(old.st_mode))
+    throw OperationFailed(path + ": is not a plain file");
+  const std::string temporary = path + format(".%d", getpid());
+  unlink(temporary.c_str());  // of a process that was killed and had the same number
+  std::FILE *const file = std::fopen(temporary.c_str(), "wxe");
+  const bool written = file != nullptr && std::fputs(text.c_str(), file) >= 0;
+  const bool closed = file != nullptr && std::fclose(file) == 0;
+  if (written && closed && std::rename(temporary.c_str(), path.c_str()) == 0)
+    return;
+  const int error_number = errno;
+  unlink(temporary.c_str());
+  throw OperationFailed(path + ": " + std::strerror(error_number));
 }
 
 }  // namespace mrvctl

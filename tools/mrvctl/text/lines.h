@@ -46,4 +46,8 @@ class LineReader {
   int number_ = 0;
 };
 
+// Replaces a file that others read: they find the old one or the new one, never a part. Throws
+// OperationFailed; then the old one stays.
+void write_atomically(const std::string &path, const std::string &text);
+
 }  // namespace mrvctl
