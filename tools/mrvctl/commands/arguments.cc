@@ -104,7 +104,7 @@ std::string parsed_command(const CLI::App &app) {
 std::string refusal_text(const CLI::App &app, const CLI::ParseError &error) {
   if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr)
     return "unexpected argument: " + join(app.remaining(true), " ");
-  const std::string text = error.what();
+  std::string text = error.what();
   if (dynamic_cast<const CLI::RequiredError *>(&error) == nullptr)
     return text;
   const std::string name = text.substr(0, text.find(" is required"));

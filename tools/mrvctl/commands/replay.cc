@@ -98,9 +98,10 @@ void compare(const DecodedCall &recorded, const DecodedCall &now, const ReplayAr
       continue;
     if (++outcome.differences > kDifferencesShown)
       continue;
-    outcome.text += "call " + std::to_string(recorded.number) + ": " + recorded.operation + " " +
-                    field.place + ": " + field.name + ": recorded " + old_value + ", now " +
-                    new_value + "\n";
+    outcome.text +=
+        format("call %s: %s %s: %s: recorded %s, now %s\n", std::to_string(recorded.number).c_str(),
+               recorded.operation.c_str(), field.place.c_str(), field.name.c_str(),
+               old_value.c_str(), new_value.c_str());
     outcome.first_differences.push_back({{"number", recorded.number},
                                          {"operation", recorded.operation},
                                          {"register", field.place},
