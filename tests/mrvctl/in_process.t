@@ -21,6 +21,7 @@ The card of the switch can be changed. With this one the service answers only 5 
   $ mrvctl -f - <<E | grep -v '^[a-z][a-z]*  '
   > dhs-write HF.0:HF_DHS_POL 0 1 2 3 4 5 6 7 8
   > switch card 266
+  > nodrop 0x21
   > switch
   > dhs-read HF.0:HF_DHS_POL 0 --addresses
   > expect-fail dump HF.0:HF_DHS_POL[0..1]
@@ -28,8 +29,9 @@ The card of the switch can be changed. With this one the service answers only 5 
   > E
   HF.0:HF_DHS_POL[0]: 1 entry of 8 words: written
   software card identifier 266
+  no-drop map 0x21, classes 0 5
   software card identifier  266
-  no-drop class map         0x00
+  no-drop class map         0x21
   SP timer                  0
   clears of drop counters   0
   SFP failures reported     0

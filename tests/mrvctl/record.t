@@ -11,6 +11,10 @@ Each process of a recorded program leaves a recording of its calls. Only the use
   mrvctl.PID.mrec
   $ mrvctl calls calls/*.mrec | sed '1d; s/.*us  //'
   write          HI.2:5 (module 1)               0x00000007                  ok          write mrvctl:0
+  $ printf 'begin "x"\nwrite HI.2:5 7\ncommit\n' | mrvctl record . -- mrvctl -f - | tail -n 1
+  transaction "x" is sent: 1 write
+  $ mrvctl calls mrvctl.*.mrec | sed '1d; s/.*us  //'
+  transaction    "x"                             1 write                     ok          HI.2:5 <- 0x00000007
 
 The exit status is that of the program.
 

@@ -5,7 +5,8 @@ without _OFFSET, or a number: decimal, hexadecimal or binary.
 
   $ mrvctl write SS.0:SS_CFG_CG 0x1234
   SS.0:SS_CFG_CG <- 0x00001234: written
-  $ mrvctl read ss.0 ss_cfg_cg_offset
+  $ mrvctl --calls read ss.0 ss_cfg_cg_offset
+  sse_call2(SYSSRV_REG_READ_CASE, 236, 196, {TYPE_READ, module=0, asic=0x0, addr=0x04000000, data=0x0, mask=0xffffffff, num=0, context=0, read mrvctl:0}) = 0 {data=0x1234} <*> (glob)
   SS.0:SS_CFG_CG = 0x00001234 (4660)
   $ mrvctl --json read SS.0b0:0x2b
   {"command":"read","register":"SS.0:43","address":67109036,"words":[0],"transaction_sent":false}
