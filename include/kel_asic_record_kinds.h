@@ -202,35 +202,43 @@ static inline int kel_asic_is_command(uint32_t address) {
   }
 }
 
+/** Names of the operations: five types of register request, then those of the other records. */
+#ifdef __cplusplus
+inline constexpr const char *
+#else
+static const char *const
+#endif
+    kel_asic_operations[] = {"read",      "write",     "write-field",  "read-run",
+                             "write-run", "command",   "sp-timer",     "transaction",
+                             "qos-get",   "qos-clear", "qos-clear-all"};
+
 /**
- * Returns the name of the operation that a call requests, as recordings and faults show it.
+ * Returns the name of the operation that a call requests, as recordings and faults show it. It does
+ * not check whether the record is well-formed.
  *
  * @param case_code the case code of the call
  * @param record    the record; not NULL
  * @param length    its length in bytes
  *
- * @return its name, at most 15 characters; NULL if the record is not well-formed
+ * @return its name, at most 15 characters; NULL if the case, the length or the type is unknown
  */
 static inline const char *kel_asic_operation(uint32_t case_code, const void *record,
                                              uint32_t length) {
-  static const char *const register_names[] = {"read", "write", "write-field", "read-run",
-                                               "write-run"};
-  static const char *const qos_names[] = {"qos-get", "qos-clear", "qos-clear-all"};
-  if (kel_asic_record_error(case_code, record, length) != 0)
+  enum { COMMAND = 5, TIMER = 6, TRANSACTION = 7, QOS = 8 };
+  const kel_asic_record_kind_t kind = kel_asic_record_kind(case_code, length);
+  if (kind == KEL_ASIC_RECORD_NONE)
     return NULL;
   const uint32_t type = kel_asic_record_field(record, 0); /* of a register or QoS record */
-  switch (kel_asic_record_kind(case_code, length)) {
+  switch (kind) {
     case KEL_ASIC_RECORD_REGISTER:
-      return type == TYPE_WRITE && kel_asic_is_command(kel_asic_record_field(
-                                       record, offsetof(kel_asic_reg_access_params_t, addr)))
-                 ? "command"
-                 : register_names[type];
+      if (type == TYPE_WRITE && kel_asic_is_command(kel_asic_record_field(
+                                    record, offsetof(kel_asic_reg_access_params_t, addr))))
+        return kel_asic_operations[COMMAND];
+      return type <= TYPE_WRITE_DHS ? kel_asic_operations[type] : NULL;
     case KEL_ASIC_RECORD_QOS:
-      return qos_names[type];
-    case KEL_ASIC_RECORD_TRANSACTION:
-      return "transaction";
+      return type <= QOS_STATS_CLEAR_ALL ? kel_asic_operations[QOS + type] : NULL;
     default:
-      return "sp-timer";
+      return kel_asic_operations[kind == KEL_ASIC_RECORD_TIMER ? TIMER : TRANSACTION];
   }
 }
 

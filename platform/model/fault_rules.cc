@@ -103,8 +103,7 @@ bool is_write(const char *operation) {
 
 bool has_operation(const vp_fault &fault, const ServiceCall &call) {
   const char *const operation = kel_asic_operation(call.case_code, call.record, call.length);
-  return operation != nullptr &&
-         ((fault.conditions & VP_IF_OPERATION) == 0 ||
+  return ((fault.conditions & VP_IF_OPERATION) == 0 ||
           std::strcmp(operation, fault.operation) == 0) &&
          ((fault.conditions & VP_IF_WRITE) == 0 || is_write(operation));
 }
@@ -134,7 +133,9 @@ bool matches(const vp_fault &fault, const ServiceCall &call) {
       VP_IF_REGISTER | VP_IF_PORT | VP_IF_OPERATION | VP_IF_WRITE | VP_IF_CALLER;
   if ((fault.conditions & kInRecord) == 0)
     return true;
-  return call.record != nullptr && has_operation(fault, call) && has_place(fault, call) &&
+  return call.record != nullptr &&
+         kel_asic_record_error(call.case_code, call.record, call.length) == 0 &&
+         has_operation(fault, call) && has_place(fault, call) &&
          ((fault.conditions & VP_IF_CALLER) == 0 || has_caller(fault, call));
 }
 

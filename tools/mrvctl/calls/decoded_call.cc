@@ -17,30 +17,13 @@ using Bytes = std::vector<uint8_t>;
 constexpr size_t kRegisterHeader = sizeof(kel_asic_reg_access_params_t);
 constexpr size_t kTransactionHeader = offsetof(kel_asic_xn_t, xn);
 
-// What a register request of some type is called: in the headers, and as an operation.
-struct TypeNames {
-  const char *enumerator;
-  const char *operation;
-};
-
-constexpr TypeNames kTypes[] = {{"TYPE_READ", "read"},
-                                {"TYPE_WRITE", "write"},
-                                {"TYPE_WRITE_FIELD", "write-field"},
-                                {"TYPE_READ_DHS", "read-run"},
-                                {"TYPE_WRITE_DHS", "write-run"}};
-
-constexpr TypeNames kQosTypes[] = {{"QOS_STATS_GET", "qos-get"},
-                                   {"QOS_STATS_CLEAR", "qos-clear"},
-                                   {"QOS_STATS_CLEAR_ALL", "qos-clear-all"}};
+constexpr const char *kTypes[] = {"TYPE_READ", "TYPE_WRITE", "TYPE_WRITE_FIELD", "TYPE_READ_DHS",
+                                  "TYPE_WRITE_DHS"};
+constexpr const char *kQosTypes[] = {"QOS_STATS_GET", "QOS_STATS_CLEAR", "QOS_STATS_CLEAR_ALL"};
 
 template <size_t kCount>
-const char *type_name(const TypeNames (&names)[kCount], uint32_t type) {
-  return type < kCount ? names[type].enumerator : "unknown type";
-}
-
-template <size_t kCount>
-std::string type_operation(const TypeNames (&names)[kCount], uint32_t type) {
-  return type < kCount ? names[type].operation : format("type-%u", type);
+const char *type_name(const char *const (&names)[kCount], uint32_t type) {
+  return type < kCount ? names[type] : "unknown type";
 }
 
 // By value, so that no field is read where it is not aligned.
@@ -114,17 +97,13 @@ Fields fields_of(uint32_t case_code, uint32_t length, const Bytes &bytes) {
 }
 
 // "read", "write-field", "command", "transaction", "qos-get" ...; what is none of these, by its
-// number.
-std::string operation_name(uint32_t case_code, const Fields &request) {
-  if (const auto *reg = std::get_if<RegisterFields>(&request))
-    return is_command(*reg) ? "command" : type_operation(kTypes, reg->type);
-  if (std::holds_alternative<TimerFields>(request))
-    return "sp-timer";
-  if (std::holds_alternative<TransactionFields>(request))
-    return "transaction";
-  if (const auto *qos = std::get_if<QosFields>(&request))
-    return type_operation(kQosTypes, qos->type);
-  return format("case-0x%08x", case_code);
+// number. A record that is too short for its case has no fields.
+std::string operation_name(const DecodedCall &call) {
+  if (std::holds_alternative<std::monostate>(call.request))
+    return format("case-0x%08x", call.case_code);
+  const uint8_t *const record = call.request_bytes.data();
+  const char *const name = kel_asic_operation(call.case_code, record, call.length);
+  return name != nullptr ? name : format("type-%u", kel_asic_record_field(record, 0));
 }
 
 std::string outcome_of(const DecodedCall &call) {
@@ -146,7 +125,7 @@ const char *qos_type_name(uint32_t type) {
 }
 
 bool is_command(const RegisterFields &request) {
-  return request.type == TYPE_WRITE && command_name(request.address) != nullptr;
+  return request.type == TYPE_WRITE && kel_asic_is_command(request.address) != 0;
 }
 
 bool is_read(const RegisterFields &request) {
@@ -177,7 +156,7 @@ std::vector<uint32_t> register_values(const DecodedCall &call, const RegisterFie
 void decode(DecodedCall &call) {
   call.request = fields_of(call.case_code, call.length, call.request_bytes);
   call.answer = fields_of(call.case_code, call.length, call.answer_bytes);
-  call.operation = operation_name(call.case_code, call.request);
+  call.operation = operation_name(call);
   call.outcome = outcome_of(call);
   call.failed = call.result && *call.result != 0;
 }

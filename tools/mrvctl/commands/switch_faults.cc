@@ -2,9 +2,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
 #include "asic/address_index.h"
 #include "commands/switch.h"
+#include "kel_asic_record_kinds.h"
 #include "output/listing.h"
 #include "text/text.h"
 #include "text/times.h"
@@ -14,10 +16,6 @@ namespace {
 
 constexpr uint32_t kMaxErrno = 4095;
 constexpr uint64_t kMaxDelay = 3600 * uint64_t{1000000};  // us
-constexpr const char *kOperations[] = {"read",      "write",     "write-field",  "read-run",
-                                       "write-run", "command",   "transaction",  "sp-timer",
-                                       "qos-get",   "qos-clear", "qos-clear-all"};
-
 struct FaultArgs {
   FaultArgs() { fault.every = fault.times = 1; }
 
@@ -98,10 +96,10 @@ void parse_delay(const std::string &text, FaultArgs &args) {
 }
 
 std::string parse_operation(const std::string &text) {
-  const auto *const found = std::find(std::begin(kOperations), std::end(kOperations), text);
-  if (found == std::end(kOperations))
-    throw UsageError("'" + text + "' is not an operation" +
-                     suggestion(text, {std::begin(kOperations), std::end(kOperations)}));
+  const std::vector<std::string> names(std::begin(kel_asic_operations),
+                                       std::end(kel_asic_operations));
+  if (std::find(names.begin(), names.end(), text) == names.end())
+    throw UsageError("'" + text + "' is not an operation" + suggestion(text, names));
   return text;
 }
 
