@@ -196,7 +196,7 @@ int vp_restore(const char *text, uint32_t length, uint32_t *line);
  *
  * @param module    module number, 0 to 3
  * @param asic      ASIC number, 0
- * @param port_type the port type; ::CARDCFG_PORT_TYPE_MAX for a field of ::vp_asic_state
+ * @param port_type the port type; CARDCFG_PORT_TYPE_MAX for a field of ::vp_asic_state
  * @param port      port number within its type
  * @param name      name of the field in kel_asic_qos_stats_t or vp_asic_state, with its indices:
  *                  `flow_ctrl`, `wr_rcvd_cnt[1]`, `n2h_drops[0][3]`
@@ -441,7 +441,7 @@ int vp_add_flow(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type, u
  *
  * @param module    module number, 0 to 3
  * @param asic      ASIC number, 0
- * @param port_type port type; ::CARDCFG_PORT_TYPE_MAX for all ports
+ * @param port_type port type; CARDCFG_PORT_TYPE_MAX for all ports
  * @param port      port number within its type
  * @retval 0     stopped
  * @retval ENXIO the ASIC has no such port

@@ -89,8 +89,8 @@ A file is replaced when all ports are read, and kept when one of them fails.
   fault: EIO for all calls
   stdin:2: qos metrics --output m.prom: service call failed: Input/output error, or a positive answer (0x82230005): hif:0
   [1]
-  $ mrvctl qos metrics --output /dev/null
-  qos metrics --output /dev/null: /dev/null: is not a plain file
+  $ mkfifo fifo && mrvctl qos metrics --output fifo
+  qos metrics --output fifo: fifo: is not a plain file
   [1]
   $ mrvctl qos metrics --output /nosuch/m.prom
   qos metrics --output /nosuch/m.prom: /nosuch/m.prom: No such file or directory
@@ -99,7 +99,7 @@ A file is replaced when all ports are read, and kept when one of them fails.
   qos metrics --output m.prom: m.prom: File too large
   $ cat m.prom*
   kept
-  $ test -c /dev/null
+  $ test -p fifo
 
 A port that the switch does not have is down; a service that does not answer is down too.
 
