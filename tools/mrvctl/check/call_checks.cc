@@ -40,8 +40,9 @@ uint32_t any_address(const CheckTarget &subject) {
   throw Skip{"the map has no plain register"};
 }
 
-uint32_t read_address(const CheckTarget &subject) {
-  return queried_map().address(*subject.read);
+// The register of --read.
+kel_asic_xn_entry_t read_entry(const CheckTarget &subject) {
+  return Registers(subject).entry(queried_map().address(*subject.read));
 }
 
 Request read_request(const CheckTarget &subject) {
@@ -53,8 +54,7 @@ void initialises_the_library(const CheckTarget &subject) {
 }
 
 CallResult send_for_unknown_driver(const Request &request) {
-  return send_record(SYSSRV_REG_READ_CASE, request.memory(), request.memory().length(),
-                     kUnknownDriver);
+  return send_record(SYSSRV_REG_READ_CASE, request.memory(), kUnknownDriver);
 }
 
 // Shows that a refusal is the answer of a service that accepts other calls.
@@ -71,29 +71,27 @@ void refuses_unknown_driver(const CheckTarget &subject) {
 
 void refuses_unknown_case(const CheckTarget &subject) {
   expect_accepted(subject);
-  expect_refusal(read_request(subject).send(kUnknownCase), format("case 0x%08x", kUnknownCase));
+  expect_refusal(send_record(kUnknownCase, read_request(subject).memory()),
+                 format("case 0x%08x", kUnknownCase));
 }
 
 void refuses_unknown_type(const CheckTarget &subject) {
   expect_accepted(subject);
   const Request request = read_request(subject);
   request->type = kUnknownType;
-  expect_refusal(request.send(SYSSRV_REG_READ_CASE), format("a read of type %u", kUnknownType));
+  expect_refusal(send_record(SYSSRV_REG_READ_CASE, request.memory()),
+                 format("a read of type %u", kUnknownType));
 }
 
 void refuses_wrong_lengths(const CheckTarget &subject) {
   expect_accepted(subject);
   const auto entry = Registers(subject).entry(any_address(subject));
-  const auto header = static_cast<uint32_t>(sizeof(kel_asic_reg_access_params_t));
   const auto expect_refused = [](uint32_t case_code, const GuardedMemory &memory) {
-    expect_refusal(send_record(case_code, memory, memory.length()),
+    expect_refusal(send_record(case_code, memory),
                    format("a record of %u bytes for case 0x%08x", memory.length(), case_code));
   };
-  const Request whole(TYPE_READ, entry);
-  const GuardedMemory cut(header - 4);
-  std::copy_n(static_cast<const uint8_t *>(whole.memory().data()), cut.length(),
-              static_cast<uint8_t *>(cut.data()));
-  expect_refused(SYSSRV_REG_READ_CASE, cut);
+  const Request single(TYPE_READ, entry);
+  expect_refused(SYSSRV_REG_READ_CASE, {*single.operator->(), single.memory().length() - 4});
   const Request run(TYPE_READ_DHS, entry, 1);
   run->num = 2;
   expect_refused(SYSSRV_REG_READ_CASE, run.memory());
@@ -121,20 +119,19 @@ void calls_no_library(const CheckTarget &subject) {
   query_identifier(subject.slot, &identifier);
   query_tables(query_register_map(0));
   send_for_unknown_driver(unknown);
-  if (sent)
-    throw Violation{"no operation of the library called by the platform",
-                    "an open transaction was sent"};
+  require(!sent, "no operation of the library called by the platform",
+          "an open transaction was sent");
 }
 
 void answers_in_the_record(const CheckTarget &subject) {
-  const auto entry = Registers(subject).entry(read_address(subject));
+  const auto entry = read_entry(subject);
   const auto unanswered = [&entry](uint32_t fill_pattern) {
     const Request request(TYPE_READ, entry, 0, fill_pattern);
-    expect_success(request.send(SYSSRV_REG_READ_CASE), "a read");
+    request.expect_success("a read");
     return request->data == fill_pattern;
   };
-  if (unanswered(Request::kFillPattern) && unanswered(~Request::kFillPattern))
-    throw Violation{"the value in the record", "the record as it was sent"};
+  require(!unanswered(Request::kFillPattern) || !unanswered(~Request::kFillPattern),
+          "the value in the record", "the record as it was sent");
 }
 
 // The first register of each block instance that is not part of a table.
@@ -149,26 +146,26 @@ void reads_every_instance(const CheckTarget &subject) {
         ++reg.vreg;
       if (reg.vreg == info.registers)
         break;
-      const Request request(TYPE_READ, registers.entry(map.address(reg)));
-      expect_success(request.send(SYSSRV_REG_READ_CASE), "a read of " + register_text(reg));
+      Request(TYPE_READ, registers.entry(map.address(reg)))
+          .expect_success("a read of " + register_text(reg));
     }
   }
 }
 
 void answers_before_it_returns(const CheckTarget &subject) {
-  const auto entry = Registers(subject).entry(read_address(subject));
+  const auto entry = read_entry(subject);
   const Request single(TYPE_READ, entry);
   const Request run(TYPE_READ_DHS, entry, 1);
-  expect_success(single.send(SYSSRV_REG_READ_CASE), "a read");
-  expect_success(run.send(SYSSRV_REG_READ_CASE), "a read of one word");
+  single.expect_success("a read");
+  run.expect_success("a read of one word");
   const uint32_t answers[] = {single->data, run->num, run.words()[0]};
   usleep(kLate);
-  if (single->data != answers[0] || run->num != answers[1] || run.words()[0] != answers[2])
-    throw Violation{"the record unchanged once the call has returned", "it has changed"};
+  require(single->data == answers[0] && run->num == answers[1] && run.words()[0] == answers[2],
+          "the record unchanged once the call has returned", "it has changed");
 }
 
 void forgets_the_addresses(const CheckTarget &subject) {
-  const auto entry = Registers(subject).entry(read_address(subject));
+  const auto entry = read_entry(subject);
   const Request first(TYPE_READ, entry);
   const GuardedMemory params(sizeof(sys_srvc_case_params_t));
   auto *const case_params = static_cast<sys_srvc_case_params_t *>(params.data());
@@ -178,32 +175,30 @@ void forgets_the_addresses(const CheckTarget &subject) {
   first.memory().revoke();
   params.revoke();
   usleep(kLate);
-  expect_success(Request(TYPE_READ, entry).send(SYSSRV_REG_READ_CASE), "the next read");
+  Request(TYPE_READ, entry).expect_success("the next read");
 }
 
 // The pages beside each record watch; these are all kinds of it that only look.
 void stays_within_the_record(const CheckTarget &subject) {
-  const Registers registers(subject);
-  const uint32_t address = read_address(subject);
-  registers.read(address);
-  registers.read_block(address, 1);
-  Request(TYPE_READ_DHS, registers.entry(address)).send(SYSSRV_REG_READ_CASE);  // refused or not
+  const kel_asic_xn_entry_t entry = read_entry(subject);
+  Registers(subject).read(entry.reg);
+  Registers(subject).read_block(entry.reg, 1);
+  Request(TYPE_READ_DHS, entry).send();  // refused or not
 }
 
 // Words behind those that were asked for, and those that the answer does not count, stay as sent.
 void counts_the_words_of_a_run(const CheckTarget &subject) {
   constexpr uint32_t kRoom = 4;
-  const Request request(TYPE_READ_DHS, Registers(subject).entry(read_address(subject)), kRoom);
+  const Request request(TYPE_READ_DHS, read_entry(subject), kRoom);
   request->num = 1;
-  expect_success(request.send(SYSSRV_REG_READ_CASE), "a read of one word, with room for more");
-  if (request->num > 1)
-    throw Violation{"num at most the 1 word that was asked for", std::to_string(request->num)};
+  request.expect_success("a read of one word, with room for more");
+  require(request->num <= 1, "num at most the 1 word that was asked for",
+          std::to_string(request->num));
   const auto written = static_cast<uint32_t>(
       std::count_if(request.words(), request.words() + kRoom,
                     [](uint32_t word) { return word != Request::kFillPattern; }));
-  if (written != request->num)
-    throw Violation{"num the number of words answered",
-                    format("%u words answered, num is %u", written, request->num)};
+  require(written == request->num, "num the number of words answered",
+          format("%u words answered, num is %u", written, request->num));
 }
 
 void refuses_unknown_places(const CheckTarget &subject) {
@@ -212,20 +207,19 @@ void refuses_unknown_places(const CheckTarget &subject) {
     const Request request = read_request(subject);
     request->module = place.module;
     request->asic = place.asic;
-    expect_refusal(request.send(SYSSRV_REG_READ_CASE), "a read from " + place_text(place));
+    expect_refusal(request.send(), "a read from " + place_text(place));
   }
   const auto modules = static_cast<int32_t>(queried_map().limits().max_modules);
   const auto module = static_cast<int32_t>(subject.module);
   const std::optional<Port> port = any_port();
+  if (!port)
+    return;
   for (const AsicPlace &place : {AsicPlace{modules, 0U}, AsicPlace{255, 0U}, AsicPlace{module, 1U},
                                  AsicPlace{module, 255U}}) {
-    if (!port)
-      return;
-    const GuardedMemory memory = statistics_request(subject, *port);
-    auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
-    request.module = static_cast<cardcfg_module_id_t>(place.module);
-    request.asic = static_cast<cardcfg_dev_id_t>(place.asic);
-    expect_refusal(send_record(SYSSRV_MEM_READ_CASE, memory, memory.length()),
+    CheckTarget elsewhere = subject;
+    elsewhere.module = static_cast<uint32_t>(place.module);
+    elsewhere.asic = place.asic;
+    expect_refusal(send_record(SYSSRV_MEM_READ_CASE, statistics_request(elsewhere, *port)),
                    "statistics of " + place_text(place));
   }
 }
@@ -243,12 +237,11 @@ void refuses_addresses_without_register(const CheckTarget &subject) {
   const auto expect_bad_address = [&](kel_asic_access_type_t type, uint64_t address,
                                       uint32_t count) {
     const Request request(type, registers.entry(static_cast<uint32_t>(address)), count);
-    const CallResult result = request.send(SYSSRV_REG_READ_CASE);
+    const CallResult result = request.send();
     const std::string what = format("a read of %u words from 0x%08llx", std::max(count, 1U),
                                     static_cast<unsigned long long>(address));
     expect_refusal(result, what);
-    if (result.error_number != EFAULT)
-      throw Violation{what + " refused with EFAULT", result_text(result)};
+    require(result.error_number == EFAULT, what + " refused with EFAULT", result_text(result));
   };
   expect_bad_address(TYPE_READ, KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, 0);
   expect_bad_address(TYPE_READ, UINT32_MAX - 3, 0);
@@ -266,17 +259,15 @@ void prints_nothing(const CheckTarget &subject) {
   send_accepted_call(subject);
   std::fflush(nullptr);
   const off_t length = lseek(fileno(output), 0, SEEK_END);
-  if (length > 0)
-    throw Violation{"nothing printed on standard output",
-                    format("%lld bytes", static_cast<long long>(length))};
+  require(length <= 0, "nothing printed on standard output",
+          format("%lld bytes", static_cast<long long>(length)));
 }
 
 // There may be room for more words than the request asks for.
 void passes_long_records(const CheckTarget &subject) {
-  const Request request(TYPE_READ_DHS, Registers(subject).entry(read_address(subject)), 20000);
+  const Request request(TYPE_READ_DHS, read_entry(subject), 20000);
   request->num = 1;
-  expect_success(request.send(SYSSRV_REG_READ_CASE),
-                 format("a read in a record of %u bytes", request.memory().length()));
+  request.expect_success(format("a read in a record of %u bytes", request.memory().length()));
 }
 
 void answers_the_library(const CheckTarget &subject) {

@@ -18,19 +18,17 @@ void carries_a_morvane(const CheckTarget &subject) {
   for (const uint32_t fill_pattern : {UINT32_MAX, 0U}) {
     uint32_t type = fill_pattern;
     const int result = cardcfg_get_real_asic_type(subject.slot, 0, &type);
-    if (result != 0 || type != CARDCFG_DEV_TYPE_MORVANE)
-      throw Violation{format("result 0 and device type 7 for the card in slot %u", subject.slot),
-                      format("result %d and device type %u", result, type)};
+    require(result == 0 && type == CARDCFG_DEV_TYPE_MORVANE,
+            format("result 0 and device type 7 for the card in slot %u", subject.slot),
+            format("result %d and device type %u", result, type));
   }
 }
 
 uint16_t identifier_of(uint32_t slot, uint16_t fill_pattern) {
   uint16_t memory[] = {fill_pattern, fill_pattern};  // the identifier, and what follows it
   const int result = query_identifier(slot, memory);
-  if (result != 0)
-    throw Violation{format("result 0 for the card in slot %u", slot), std::to_string(result)};
-  if (memory[1] != fill_pattern)
-    throw Violation{"an identifier of 16 bits", "wrote more than 16 bits", "P8"};
+  require(result == 0, format("result 0 for the card in slot %u", slot), std::to_string(result));
+  require(memory[1] == fill_pattern, "an identifier of 16 bits", "wrote more than 16 bits", "P8");
   return memory[0];
 }
 
@@ -39,9 +37,8 @@ void has_an_identifier(const CheckTarget &subject) {
   for (const uint32_t slot : {subject.slot, 0U}) {
     const uint16_t one = identifier_of(slot, 0x5A5A);
     const uint16_t other = identifier_of(slot, 0xA5A5);
-    if (one != other)
-      throw Violation{format("the same identifier each time, for slot %u", slot),
-                      format("%u, then %u", one, other)};
+    require(one == other, format("the same identifier each time, for slot %u", slot),
+            format("%u, then %u", one, other));
   }
 }
 
@@ -51,17 +48,17 @@ void leaves_outputs_of_failed_queries(const CheckTarget & /*subject*/) {
   const Clock::time_point begin = Clock::now();
   for (uint32_t slot = 0; slot < kSlots; ++slot) {
     uint16_t identifier = static_cast<uint16_t>(kUntouched);
-    if (query_identifier(slot, &identifier) != 0 && identifier != static_cast<uint16_t>(kUntouched))
-      throw Violation{format("the identifier unchanged by a failure for slot %u", slot),
-                      std::to_string(identifier)};
-    if (Clock::now() - begin > kLong)
-      throw Violation{kQuickly, format("more than 1 s for the cards in %u slots", slot + 1), "P10"};
+    require(
+        query_identifier(slot, &identifier) == 0 || identifier == static_cast<uint16_t>(kUntouched),
+        format("the identifier unchanged by a failure for slot %u", slot),
+        std::to_string(identifier));
+    require(Clock::now() - begin <= kLong, kQuickly,
+            format("more than 1 s for the cards in %u slots", slot + 1), "P10");
     for (uint32_t asic = 0; asic < kAsicsAsked; ++asic) {
       uint32_t type = kUntouched;
-      if (cardcfg_get_real_asic_type(slot, asic, &type) != 0 && type != kUntouched)
-        throw Violation{
-            format("the device type unchanged by a failure for slot %u, ASIC %u", slot, asic),
-            std::to_string(type)};
+      require(cardcfg_get_real_asic_type(slot, asic, &type) == 0 || type == kUntouched,
+              format("the device type unchanged by a failure for slot %u, ASIC %u", slot, asic),
+              std::to_string(type));
     }
   }
 }
@@ -75,9 +72,8 @@ void answers_quickly(const CheckTarget & /*subject*/) {
     identifier_of(0, 0);
     fastest = std::min(fastest, Clock::now() - begin);
   }
-  if (fastest > kQuick)
-    throw Violation{
-        kQuickly, format("%.3f ms at best", std::chrono::duration<double>(fastest).count() * 1000)};
+  require(fastest <= kQuick, kQuickly,
+          format("%.3f ms at best", std::chrono::duration<double>(fastest).count() * 1000));
 }
 
 }  // namespace

@@ -14,14 +14,6 @@
 namespace mrvctl {
 namespace {
 
-template <typename Function>
-Function *fault_control(const char *name) {
-  void *const found = platform_symbol(name);
-  if (found == nullptr)
-    throw Skip{"this platform has no controls for failures"};
-  return reinterpret_cast<Function *>(found);
-}
-
 // What a call is told to end with, and what the library makes of it.
 struct Fault {
   CallResult result;
@@ -41,36 +33,39 @@ std::vector<Fault> all_faults() {
   return faults;
 }
 
+void require_controls() {
+  if (platform_symbol("vp_fail_next_call") == nullptr)
+    throw Skip{"this platform has no controls for failures"};
+}
+
 void order(const Fault &fault) {
   if (fault.result.result == -1)
-    fault_control<decltype(vp_fail_next_call)>("vp_fail_next_call")(fault.result.error_number);
+    control<decltype(vp_fail_next_call)>("vp_fail_next_call")(fault.result.error_number);
   else
-    fault_control<decltype(vp_answer_next_call)>("vp_answer_next_call")(fault.result.result);
+    control<decltype(vp_answer_next_call)>("vp_answer_next_call")(fault.result.result);
 }
 
 void fails_as_it_is_told(const CheckTarget &subject) {
+  require_controls();
   const Registers registers(subject);
   const uint32_t address = queried_map().address(*subject.read);
   for (const Fault &fault : all_faults()) {
     order(fault);
-    const CallResult seen = Request(TYPE_READ, registers.entry(address)).send(SYSSRV_REG_READ_CASE);
-    if (seen.result != fault.result.result || seen.error_number != fault.result.error_number)
-      throw Violation{result_text(fault.result), result_text(seen)};
+    const std::string seen = result_text(Request(TYPE_READ, registers.entry(address)).send());
+    require(seen == result_text(fault.result), result_text(fault.result), seen);
     registers.read(address);
   }
 }
 
 void fails_the_library_as_it_is_told(const CheckTarget &subject) {
+  require_controls();
   init_library(subject.slot);
   for (const Fault &fault : all_faults()) {
     order(fault);
     std::error_code ec;
     morvane::read(subject.at(*subject.read), ec, kCaller);
     const syserr_t seen = result_of(ec);
-    if (seen != fault.code)
-      throw Violation{
-          format("0x%08x of lib_mrv_asic_read after ", fault.code) + result_text(fault.result),
-          format("0x%08x", seen)};
+    expect_word(fault.code, seen, "of lib_mrv_asic_read after " + result_text(fault.result));
     (void)morvane::read(subject.at(*subject.read), kCaller);
   }
 }
@@ -86,8 +81,9 @@ class GuardedWord {
 };
 
 void takes_no_word_too_many(const CheckTarget &subject) {
+  require_controls();
   init_library(subject.slot);
-  fault_control<decltype(vp_answer_next_num)>("vp_answer_next_num")(1000);
+  control<decltype(vp_answer_next_num)>("vp_answer_next_num")(1000);
   for (int i = 0; i < 2; ++i)
     morvane::read_block(subject.at(*subject.read), GuardedWord(), kCaller);
 }

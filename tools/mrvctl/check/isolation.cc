@@ -173,6 +173,12 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
   return outcome;
 }
 
+void require(bool holds, const std::string &expected, const std::string &seen,
+             const std::string &clause) {
+  if (!holds)
+    throw Violation{expected, seen, clause};
+}
+
 void add_guard(const GuardRegion &memory) {
   forbidden[forbidden_count++ % kMaxGuards] = memory;
 }
@@ -207,8 +213,7 @@ void init_library(uint32_t slot) {
     query_identifier(queried, &identifier);  // the library queries it, and would hang too
   std::error_code ec;
   morvane::init(static_cast<slot_num_t>(slot), ec, kCaller);
-  if (ec)
-    throw Violation{"result 0 of lib_mrv_asic_init", result_text(result_of(ec)), "P16"};
+  require(!ec, "result 0 of lib_mrv_asic_init", result_text(result_of(ec)), "P16");
 }
 
 }  // namespace mrvctl

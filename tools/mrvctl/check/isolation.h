@@ -18,6 +18,10 @@ struct Violation {
   std::string clause{};  // where it is not the check's own that is broken
 };
 
+// Throws Violation unless the condition holds.
+void require(bool holds, const std::string &expected, const std::string &seen,
+             const std::string &clause = {});
+
 // Thrown before the checks: calls find no service.
 struct NoService {
   std::string why;

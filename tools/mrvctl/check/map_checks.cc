@@ -21,15 +21,15 @@ constexpr uint32_t kMaxInstances = 4096;
 
 void describes_an_asic(const CheckTarget & /*subject*/) {
   const Description description = query_register_map(0);
-  if (description.result != 0)
-    throw Violation{"result 0 of morvane_lib_init", format("0x%08x", description.result)};
+  require(description.result == 0, "result 0 of morvane_lib_init",
+          format("0x%08x", description.result));
 }
 
 // A field that the platform does not write keeps what it was filled with.
 template <typename Field>
 void expect_filled(Field field, const std::string &name) {
-  if (field(query_register_map(kOneFilling)) != field(query_register_map(kOtherFilling)))
-    throw Violation{name + " set", "it keeps what it held"};
+  require(field(query_register_map(kOneFilling)) == field(query_register_map(kOtherFilling)),
+          name + " set", "it keeps what it held");
 }
 
 void fills_the_limits(const CheckTarget & /*subject*/) {
@@ -44,26 +44,23 @@ void fills_the_limits(const CheckTarget & /*subject*/) {
 
 void has_plausible_limits(const CheckTarget & /*subject*/) {
   const kel_asic_limits_t limits = query_register_map(0).limits;
-  if (limits.max_modules < 1 || limits.max_modules > 4)
-    throw Violation{"1 to 4 modules", std::to_string(limits.max_modules)};
+  require(limits.max_modules >= 1 && limits.max_modules <= 4, "1 to 4 modules",
+          std::to_string(limits.max_modules));
   uint32_t blocks = 0;
   for (const kel_asic_block_t &info : kel_asic_blocks) {
     const bool has_ports = info.block == KEL_ASIC_BLK_HI || info.block == KEL_ASIC_BLK_NI;
     const uint32_t most = has_ports ? kPortNumbers : kMaxInstances;
     const uint32_t instances = kel_asic_block_instances(&limits, info.block);
-    if (instances > most)
-      throw Violation{format("at most %u instances of block %s", most, info.name),
-                      std::to_string(instances)};
+    require(instances <= most, format("at most %u instances of block %s", most, info.name),
+            std::to_string(instances));
     blocks += instances > 0 ? 1 : 0;
   }
-  if (blocks == 0)
-    throw Violation{"a block with an instance", "none has one"};
+  require(blocks > 0, "a block with an instance", "none has one");
 }
 
 void has_one_asic(const CheckTarget & /*subject*/) {
   const uint32_t highest = query_register_map(0).limits.max_asic;
-  if (highest != 0)
-    throw Violation{"max_asic 0", std::to_string(highest)};
+  require(highest == 0, "max_asic 0", std::to_string(highest));
 }
 
 template <typename Use>
@@ -82,8 +79,8 @@ void sets_the_hook(const CheckTarget & /*subject*/) {
     return;
   const RegisterMap map = queried_map();
   for_each_hook_register([&](const Register &reg) {
-    if (map.missing(reg).empty())
-      throw Violation{"a hook, as the map has " + register_text(reg), "reg_dhs_entry_size is null"};
+    require(!map.missing(reg).empty(), "a hook, as the map has " + register_text(reg),
+            "reg_dhs_entry_size is null");
   });
 }
 
@@ -102,14 +99,13 @@ void hook_knows_its_registers(const CheckTarget & /*subject*/) {
     if (!map.missing(reg).empty())
       return;
     const int size = entry_size(reg.block, reg.vreg, 0);
-    if (size < 1 || size > static_cast<int>(kLargestEntry) ||
-        size != entry_size(reg.block, reg.vreg, 0))
-      throw Violation{format("1 to %u words in entry 0 of ", kLargestEntry) + register_text(reg),
-                      std::to_string(size)};
+    require(size >= 1 && size <= static_cast<int>(kLargestEntry) &&
+                size == entry_size(reg.block, reg.vreg, 0),
+            format("1 to %u words in entry 0 of ", kLargestEntry) + register_text(reg),
+            std::to_string(size));
     const int beyond = entry_size(reg.block, reg.vreg, UINT32_MAX);
-    if (beyond >= 1)
-      throw Violation{"below 1 for entry 4294967295 of " + register_text(reg),
-                      std::to_string(beyond)};
+    require(beyond < 1, "below 1 for entry 4294967295 of " + register_text(reg),
+            std::to_string(beyond));
   });
 }
 
@@ -136,9 +132,9 @@ void has_bases(const CheckTarget & /*subject*/) {
   const AddressTables tables = query_tables(query_register_map(0));
   for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
     const auto &bases = tables.bases[block];
-    if (std::find(bases.begin(), bases.end(), KEL_ASIC_NO_REGISTER) != bases.end())
-      throw Violation{format("a base address for each instance of %s", kel_asic_blk_names[block]),
-                      "0xFFFFFFFF"};
+    require(std::count(bases.begin(), bases.end(), KEL_ASIC_NO_REGISTER) == 0,
+            format("a base address for each instance of %s", kel_asic_blk_names[block]),
+            "0xFFFFFFFF");
   }
 }
 
@@ -146,10 +142,9 @@ void has_offsets(const CheckTarget & /*subject*/) {
   const AddressTables tables = query_tables(query_register_map(0));
   for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
     const auto &offsets = tables.offsets[block];
-    if (!offsets.empty() && std::all_of(offsets.begin(), offsets.end(), [](kel_asic_reg_t offset) {
-          return offset == KEL_ASIC_NO_REGISTER;
-        }))
-      throw Violation{format("a register in block %s", kel_asic_blk_names[block]), "only holes"};
+    const auto holes = std::count(offsets.begin(), offsets.end(), KEL_ASIC_NO_REGISTER);
+    require(offsets.empty() || holes < static_cast<std::ptrdiff_t>(offsets.size()),
+            format("a register in block %s", kel_asic_blk_names[block]), "only holes");
   }
 }
 
@@ -200,8 +195,8 @@ void keeps_off_the_commands(const CheckTarget & /*subject*/) {
 void keeps_its_tables(const CheckTarget & /*subject*/) {
   const AddressTables before = query_tables(query_register_map(0));
   const AddressTables after = query_tables(query_register_map(0));
-  if (before.bases != after.bases || before.offsets != after.offsets)
-    throw Violation{"the same addresses at each call", "others"};
+  require(before.bases == after.bases && before.offsets == after.offsets,
+          "the same addresses at each call", "others");
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ QosAnswer ask_qos(const CheckTarget &subject, kel_asic_qos_stats_type_t type, co
   auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
   request.type = type;
   std::fill_n(reinterpret_cast<uint8_t *>(&request.stats), sizeof request.stats, fill_pattern);
-  const CallResult result = send_record(SYSSRV_MEM_READ_CASE, memory, memory.length());
+  const CallResult result = send_record(SYSSRV_MEM_READ_CASE, memory);
   return {result, request.stats};
 }
 
@@ -64,9 +64,8 @@ void answers_all_statistics(const CheckTarget &subject) {
   const StatisticsBytes one = bytes_of(statistics(subject, kFillings[0]));
   const StatisticsBytes other = bytes_of(statistics(subject, kFillings[1]));
   for (size_t i = 0; i < one.size(); ++i) {
-    if (one[i] == kFillings[0] && other[i] == kFillings[1])
-      throw Violation{"every field of the statistics answered",
-                      format("byte %zu as it was sent", i)};
+    require(one[i] != kFillings[0] || other[i] != kFillings[1],
+            "every field of the statistics answered", format("byte %zu as it was sent", i));
   }
 }
 
@@ -77,12 +76,12 @@ kel_asic_xn_entry_t link_pause_command(const CheckTarget &subject, const Port &p
 }
 
 // By the error a client tells a port that is not there from one that fails.
-void expect_lacking(const CheckTarget &subject, const Port &port, std::vector<int> errors) {
+void expect_lacking(const CheckTarget &subject, const Port &port, const std::vector<int> &errors) {
   const CallResult result = ask_qos(subject, QOS_STATS_GET, port).result;
   const std::string what = "statistics of port " + port_text(port);
   expect_refusal(result, what);
-  if (std::find(errors.begin(), errors.end(), result.error_number) == errors.end())
-    throw Violation{what + " refused as of a port that is not there", result_text(result)};
+  require(std::count(errors.begin(), errors.end(), result.error_number) > 0,
+          what + " refused as of a port that is not there", result_text(result));
 }
 
 void refuses_missing_ports(const CheckTarget &subject) {
@@ -105,8 +104,7 @@ void refuses_writes_to_missing_ports(const CheckTarget &subject) {
   statistics(subject);
   expect_refusal(ask_qos(subject, QOS_STATS_CLEAR, missing).result, "a clear of a missing port");
   const kel_asic_xn_entry_t command = link_pause_command(subject, missing, true);
-  expect_refusal(Request(TYPE_WRITE, command).send(SYSSRV_REG_WRITE_CASE),
-                 "link pause of a missing port");
+  expect_refusal(Request(TYPE_WRITE, command).send(), "link pause of a missing port");
   expect_refusal(send_transaction({command}, 1), "link pause of a missing port, in a transaction");
 }
 
@@ -131,12 +129,12 @@ void make_traffic(const CheckTarget &subject) {
 }
 
 void send_request(const kel_asic_xn_entry_t &command) {
-  expect_success(Request(TYPE_WRITE, command).send(SYSSRV_REG_WRITE_CASE), "a command");
+  Request(TYPE_WRITE, command).expect_success("a command");
 }
 
 void send_as_field_write(const kel_asic_xn_entry_t &command) {
-  expect_success(Request(TYPE_WRITE_FIELD, command).send(SYSSRV_REG_WRITE_CASE),
-                 "a command sent as a field write under the full mask");
+  Request(TYPE_WRITE_FIELD, command)
+      .expect_success("a command sent as a field write under the full mask");
 }
 
 // A clear that succeeds. Traffic may go on, but what was counted before is gone.
@@ -148,9 +146,8 @@ void expect_cleared(const CheckTarget &subject, uint64_t (*counted)(const kel_as
     throw Skip{"the port has counted nothing that could be cleared"};
   clear();
   const uint64_t after = counted(statistics(subject));
-  if (after >= before)
-    throw Violation{"fewer than " + std::to_string(before) + " counted after a clear",
-                    std::to_string(after)};
+  require(after < before, "fewer than " + std::to_string(before) + " counted after a clear",
+          std::to_string(after));
 }
 
 void clears_a_port(const CheckTarget &subject) {
@@ -202,9 +199,8 @@ class LinkPause {
     const port_flow_ctrl_t enabled = flow_control();
     send(command(false));
     const port_flow_ctrl_t disabled = flow_control();
-    if (enabled == disabled)
-      throw Violation{"another flow control with link pause than without",
-                      format("0x%04x with and without", enabled)};
+    require(enabled != disabled, "another flow control with link pause than without",
+            format("0x%04x with and without", enabled));
     subject_.found->keep_only(command(found_ == enabled));
   }
 
@@ -231,28 +227,26 @@ void takes_no_masked_command(const CheckTarget &subject) {
   masked.mask = 0xFF;
   const auto expect_no_command = [&](const CallResult &result, const char *what) {
     expect_refusal(result, what);
-    if (pause.flow_control() != enabled)
-      throw Violation{std::string(what) + " taken as no command", "it was obeyed"};
+    require(pause.flow_control() == enabled, std::string(what) + " taken as no command",
+            "it was obeyed");
   };
-  expect_no_command(Request(TYPE_WRITE_FIELD, masked).send(SYSSRV_REG_WRITE_CASE),
+  expect_no_command(Request(TYPE_WRITE_FIELD, masked).send(),
                     "a field write at the address of a command");
   expect_no_command(send_transaction({masked}, 1), "an entry under a mask at such an address");
   pause.expect_obeyed(send_as_field_write);
 }
 
 void programs_the_sp_timer(const CheckTarget &subject) {
-  Request request(TYPE_READ, Registers(subject).entry(0, *subject.sp_timer, 0), 0,
-                  *subject.sp_timer);
-  expect_success(request.send(SYSSRV_SP_TIME_CONFIGURE), "the SP timer");
+  const Request request(TYPE_READ, Registers(subject).entry(0, *subject.sp_timer, 0), 0,
+                        *subject.sp_timer);
+  expect_success(send_record(SYSSRV_SP_TIME_CONFIGURE, request.memory()), "the SP timer");
 }
 
 void refuses_wrong_lengths_of_the_timer(const CheckTarget &subject) {
   programs_the_sp_timer(subject);
+  constexpr kel_asic_reg_access_params_t timer = {};  // of type 0
   for (const uint32_t length : wrong_lengths(sizeof(kel_asic_reg_access_params_t))) {
-    const GuardedMemory memory(length);
-    std::fill_n(static_cast<uint8_t *>(memory.data()), length, uint8_t{0});
-    *static_cast<kel_asic_access_type_t *>(memory.data()) = TYPE_READ;
-    expect_refusal(send_record(SYSSRV_SP_TIME_CONFIGURE, memory, length),
+    expect_refusal(send_record(SYSSRV_SP_TIME_CONFIGURE, {timer, length}),
                    format("an SP timer record of %u bytes", length));
   }
 }

@@ -45,11 +45,16 @@ GuardedMemory::GuardedMemory(uint32_t length) : length_(length) {
   add_guard({end, end + page, "P5", kWithinLength, "the page after the record was touched"});
 }
 
+void GuardedMemory::fill(const void *content, size_t size) {
+  std::memset(data_, 0, length_);
+  std::memcpy(data_, content, std::min<size_t>(size, length_));
+}
+
 void GuardedMemory::expect_untouched_before() const {
   const uint8_t *begin = static_cast<uint8_t *>(data_);
-  if (std::any_of(static_cast<const uint8_t *>(pages_), begin,
-                  [](uint8_t byte) { return byte != kBefore; }))
-    throw Violation{kWithinLength, "bytes before the record were written", "P5"};
+  require(std::all_of(static_cast<const uint8_t *>(pages_), begin,
+                      [](uint8_t byte) { return byte == kBefore; }),
+          kWithinLength, "bytes before the record were written", "P5");
 }
 
 void GuardedMemory::revoke() const {
@@ -77,32 +82,29 @@ std::string result_text(const CallResult &result) {
                 std::strerror(result.error_number));
 }
 
-CallResult send_record(uint32_t case_code, const GuardedMemory &record, uint32_t length,
-                       uint32_t driver_id) {
+CallResult send_record(uint32_t case_code, const GuardedMemory &record, uint32_t driver_id) {
   sys_srvc_case_params_t params = {driver_id, record.data()};
   errno = 0;
-  const int result = sse_call2(case_code, &params, length);
+  const int result = sse_call2(case_code, &params, record.length());
   const CallResult answer = {result, result < 0 ? errno : 0};
-  if (result < 0 && (answer.error_number < 1 ||
-                     answer.error_number > static_cast<int>(KEL_ASIC_SYSERR_ERRNO_MASK)))
-    throw Violation{"errno from 1 to 4095 with a result below 0", result_text(answer), "P3"};
+  const bool has_errno = answer.error_number >= 1 &&
+                         answer.error_number <= static_cast<int>(KEL_ASIC_SYSERR_ERRNO_MASK);
+  require(result >= 0 || has_errno, "errno from 1 to 4095 with a result below 0",
+          result_text(answer), "P3");
   record.expect_untouched_before();
   return answer;
 }
 
 void expect_success(const CallResult &result, const std::string &call) {
-  if (result.result != 0)
-    throw Violation{"result 0 of " + call, result_text(result)};
+  require(result.result == 0, "result 0 of " + call, result_text(result));
 }
 
 void expect_refusal(const CallResult &result, const std::string &call) {
-  if (result.result == 0)
-    throw Violation{call + " refused", "result 0"};
+  require(result.result != 0, call + " refused", "result 0");
 }
 
 void expect_word(uint32_t expected, uint32_t seen, const std::string &where) {
-  if (seen != expected)
-    throw Violation{format("0x%08x ", expected) + where, format("0x%08x", seen)};
+  require(seen == expected, format("0x%08x ", expected) + where, format("0x%08x", seen));
 }
 
 Request::Request(kel_asic_access_type_t type, const kel_asic_xn_entry_t &access, uint32_t room,
@@ -127,8 +129,13 @@ uint32_t *Request::words() const {
                                       sizeof(kel_asic_reg_access_params_t));
 }
 
-CallResult Request::send(uint32_t case_code) const {
-  return send_record(case_code, memory_, memory_.length());
+CallResult Request::send() const {
+  const bool reads = fields_->type == TYPE_READ || fields_->type == TYPE_READ_DHS;
+  return send_record(reads ? SYSSRV_REG_READ_CASE : SYSSRV_REG_WRITE_CASE, memory_);
+}
+
+void Request::expect_success(const std::string &call) const {
+  mrvctl::expect_success(send(), call);
 }
 
 Registers::Registers(const CheckTarget &subject) : module_(subject.module), asic_(subject.asic) {
@@ -140,35 +147,32 @@ kel_asic_xn_entry_t Registers::entry(uint32_t address, uint32_t data, uint32_t m
 
 uint32_t Registers::read(uint32_t address) const {
   const Request request(TYPE_READ, entry(address));
-  expect_success(request.send(SYSSRV_REG_READ_CASE), format("a read of 0x%08x", address));
+  request.expect_success(format("a read of 0x%08x", address));
   return request->data;
 }
 
 void Registers::write(uint32_t address, uint32_t data) const {
   const Request request(TYPE_WRITE, entry(address, data));
-  expect_success(request.send(SYSSRV_REG_WRITE_CASE), format("a write to 0x%08x", address));
+  request.expect_success(format("a write to 0x%08x", address));
 }
 
 void Registers::write_field(uint32_t address, uint32_t data, uint32_t mask) const {
   const Request request(TYPE_WRITE_FIELD, entry(address, data, mask));
-  expect_success(request.send(SYSSRV_REG_WRITE_CASE), format("a field write to 0x%08x", address));
+  request.expect_success(format("a field write to 0x%08x", address));
 }
 
 std::vector<uint32_t> Registers::read_block(uint32_t address, uint32_t count) const {
   const Request request(TYPE_READ_DHS, entry(address), count);
-  expect_success(request.send(SYSSRV_REG_READ_CASE),
-                 format("a read of %u words from 0x%08x", count, address));
-  if (request->num > count)
-    throw Violation{format("num at most the %u words that were asked for", count),
-                    std::to_string(request->num), "P6"};
+  request.expect_success(format("a read of %u words from 0x%08x", count, address));
+  require(request->num <= count, format("num at most the %u words that were asked for", count),
+          std::to_string(request->num), "P6");
   return {request.words(), request.words() + count};
 }
 
 void Registers::write_block(uint32_t address, const std::vector<uint32_t> &words) const {
   const Request request(TYPE_WRITE_DHS, entry(address), static_cast<uint32_t>(words.size()));
   std::copy(words.begin(), words.end(), request.words());
-  expect_success(request.send(SYSSRV_REG_WRITE_CASE),
-                 format("a write of %zu words from 0x%08x", words.size(), address));
+  request.expect_success(format("a write of %zu words from 0x%08x", words.size(), address));
 }
 
 void Registers::expect(uint32_t address, uint32_t expected, const std::string &after) const {
@@ -181,10 +185,7 @@ CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int
   std::strcpy(transaction.name, "check");
   transaction.num = num;
   std::copy(entries.begin(), entries.end(), transaction.xn);
-  const GuardedMemory memory(length);
-  std::memset(memory.data(), 0, length);
-  std::memcpy(memory.data(), &transaction, std::min<size_t>(length, sizeof transaction));
-  return send_record(SYSSRV_MEM_WRITE_CASE, memory, memory.length());
+  return send_record(SYSSRV_MEM_WRITE_CASE, GuardedMemory(transaction, length));
 }
 
 void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &what) {
@@ -197,32 +198,26 @@ GuardedMemory statistics_request(const CheckTarget &subject, const Port &port, u
   request.asic = static_cast<cardcfg_dev_id_t>(subject.asic);
   request.port_type = static_cast<cardcfg_port_type_t>(port.type);
   request.port = static_cast<cardcfg_port_id_t>(port.number);
-  const GuardedMemory memory(length);
-  std::memset(memory.data(), 0, length);
-  std::memcpy(memory.data(), &request, std::min<size_t>(length, sizeof request));
-  return memory;
+  return {request, length};
 }
 
 std::optional<Port> any_port() {
   const kel_asic_limits_t limits = queried_map().limits();
-  if (limits.max_hi > 0)
-    return Port{CARDCFG_PORT_TYPE_HIF, 0};
-  if (limits.max_ni > 0)
-    return Port{CARDCFG_PORT_TYPE_NIF, 0};
+  for (const uint32_t type : {CARDCFG_PORT_TYPE_HIF, CARDCFG_PORT_TYPE_NIF}) {
+    if (max_ports(limits, type).value_or(0) > 0)
+      return Port{type, 0};
+  }
   return std::nullopt;
 }
 
 std::optional<CallResult> send_accepted_call(const CheckTarget &subject) {
-  if (subject.read) {
-    const kel_asic_xn_entry_t entry =
-        Registers(subject).entry(queried_map().address(*subject.read));
-    return Request(TYPE_READ, entry).send(SYSSRV_REG_READ_CASE);
-  }
+  if (subject.read)
+    return Request(TYPE_READ, Registers(subject).entry(queried_map().address(*subject.read)))
+        .send();
   const std::optional<Port> port = any_port();
   if (!port)
     return std::nullopt;
-  const GuardedMemory memory = statistics_request(subject, *port);
-  return send_record(SYSSRV_MEM_READ_CASE, memory, memory.length());
+  return send_record(SYSSRV_MEM_READ_CASE, statistics_request(subject, *port));
 }
 
 void expect_service(const CheckTarget &subject) {

@@ -21,6 +21,11 @@ struct Port;
 class GuardedMemory {
  public:
   explicit GuardedMemory(uint32_t length);
+  // A record of `length` bytes: the content, cut off or followed by zeros.
+  template <typename Record>
+  GuardedMemory(const Record &content, uint32_t length) : GuardedMemory(length) {
+    fill(&content, sizeof content);
+  }
   void *data() const { return data_; }
   uint32_t length() const { return length_; }
   // Throws Violation if the bytes before it have changed.
@@ -29,6 +34,8 @@ class GuardedMemory {
   void revoke() const;
 
  private:
+  void fill(const void *content, size_t size);
+
   uint8_t *pages_;  // those between the two that nobody may touch
   uint32_t pages_length_;
   uint32_t length_;
@@ -57,9 +64,9 @@ struct CallResult {
 
 std::string result_text(const CallResult &result);
 
-// Sends a record as it is, `length` bytes of it. Throws Violation where the answer breaks what
+// Sends a record as it is. Throws Violation where the answer breaks what
 // holds for every call: errno, and the bytes beside the record.
-CallResult send_record(uint32_t case_code, const GuardedMemory &record, uint32_t length,
+CallResult send_record(uint32_t case_code, const GuardedMemory &record,
                        uint32_t driver_id = KEL_ASIC_DRIVER_MORVANE);
 
 // Throw Violation.
@@ -77,7 +84,9 @@ class Request {
   kel_asic_reg_access_params_t *operator->() const { return fields_; }
   uint32_t *words() const;
   const GuardedMemory &memory() const { return memory_; }
-  CallResult send(uint32_t case_code) const;
+  // Under the case of its type.
+  CallResult send() const;
+  void expect_success(const std::string &call) const;
 
  private:
   GuardedMemory memory_;

@@ -41,8 +41,8 @@ void SavedValues::restore() {
   while (shared_->count > 0) {
     const kel_asic_xn_entry_t &write = shared_->writes[shared_->count - 1];
     Request request(TYPE_WRITE, write);
-    expect_success(request.send(SYSSRV_REG_WRITE_CASE),
-                   format("the write that puts 0x%x back at 0x%08x", write.data, write.reg));
+    request.expect_success(
+        format("the write that puts 0x%x back at 0x%08x", write.data, write.reg));
     --shared_->count;
   }
 }

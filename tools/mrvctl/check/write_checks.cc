@@ -212,9 +212,7 @@ void changes_nothing_by_refused_writes(const CheckTarget &subject) {
       request->module = place->module;
       request->asic = place->asic;
     }
-    expect_refusal(
-        send_record(SYSSRV_REG_WRITE_CASE, request.memory(), request.memory().length(), driver),
-        what);
+    expect_refusal(send_record(SYSSRV_REG_WRITE_CASE, request.memory(), driver), what);
     scratch.registers.expect(address, pattern(1), "after " + what);
   };
   expect_refused("a write of type 99", static_cast<kel_asic_access_type_t>(99));
@@ -254,7 +252,7 @@ void survives_signals(const CheckTarget &subject) {
   const auto expect_own_answer = [&](uint32_t i) {
     const uint32_t address = run[i % 2];
     const Request request(TYPE_READ, scratch.registers.entry(address));
-    const CallResult result = request.send(SYSSRV_REG_READ_CASE);
+    const CallResult result = request.send();
     if (result.result == 0)
       expect_word(pattern(address), request->data, "from a read under signals");
     return result;
@@ -270,14 +268,6 @@ void survives_signals(const CheckTarget &subject) {
   setitimer(ITIMER_REAL, &never, nullptr);
   for (uint32_t i = 0; i < 4; ++i)
     expect_success(expect_own_answer(i), "a read after the signals");
-}
-
-// Whether other processes can reach the switch: that of a virtual platform may be private.
-bool is_shared() {
-  void *const clients = platform_symbol("vp_clients");
-  const vp_client *all = nullptr;
-  uint32_t count = 0;
-  return clients == nullptr || reinterpret_cast<decltype(vp_clients) *>(clients)(&all, &count) == 0;
 }
 
 // Does something in a child of this process, and meanwhile something else in this process. Throws
@@ -297,8 +287,7 @@ void in_two_processes(const std::function<void()> &in_child, const std::function
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
-  if (status != 0)
-    throw Violation{expected, "a call in the child fails, or answers another value", clause};
+  require(status == 0, expected, "a call in the child fails, or answers another value", clause);
 }
 
 void works_in_children(const CheckTarget &subject) {
@@ -310,7 +299,7 @@ void works_in_children(const CheckTarget &subject) {
 }
 
 void shares_the_switch(const CheckTarget &subject) {
-  if (!is_shared())
+  if (has_private_switch())
     throw Skip{"each process has its own virtual switch"};
   const Scratch scratch(subject);
   const std::vector<uint32_t> run = run_of(scratch);
