@@ -21,7 +21,6 @@ namespace {
 
 constexpr uint32_t kUnknownDriver = KEL_ASIC_DRIVER_MORVANE + 1;
 constexpr uint32_t kUnknownCase = 0x40000004;
-constexpr auto kUnknownType = static_cast<kel_asic_access_type_t>(99);
 constexpr uint32_t kLate = 50000;  // microseconds that something late may take
 
 // A register for requests that are to be refused: the one to read, or the first plain one.
@@ -46,7 +45,7 @@ kel_asic_xn_entry_t read_entry(const CheckTarget &subject) {
 }
 
 Request read_request(const CheckTarget &subject) {
-  return Request(TYPE_READ, Registers(subject).entry(any_address(subject)));
+  return {TYPE_READ, Registers(subject).entry(any_address(subject))};
 }
 
 void initialises_the_library(const CheckTarget &subject) {
@@ -203,12 +202,10 @@ void counts_the_words_of_a_run(const CheckTarget &subject) {
 
 void refuses_unknown_places(const CheckTarget &subject) {
   expect_accepted(subject);
-  for (const AsicPlace &place : unknown_places(subject)) {
-    const Request request = read_request(subject);
-    request->module = place.module;
-    request->asic = place.asic;
-    expect_refusal(request.send(), "a read from " + place_text(place));
-  }
+  const kel_asic_xn_entry_t read = Registers(subject).entry(any_address(subject));
+  for (const AsicPlace &place : unknown_places(subject))
+    expect_refusal(Request(TYPE_READ, entry_at(place, read)).send(),
+                   "a read from " + place_text(place));
   const auto modules = static_cast<int32_t>(queried_map().limits().max_modules);
   const auto module = static_cast<int32_t>(subject.module);
   const std::optional<Port> port = any_port();

@@ -170,70 +170,47 @@ void clears_drop_counters(const CheckTarget &subject) {
   });
 }
 
-const CheckTarget &with_link_pause(const CheckTarget &subject) {
-  if (subject.port->type != CARDCFG_PORT_TYPE_HIF && subject.port->type != CARDCFG_PORT_TYPE_NIF)
-    throw Skip{"only host and network ports have link pause"};
-  return subject;
+port_flow_ctrl_t flow_control(const CheckTarget &subject) {
+  return statistics(subject).pause.flow_ctrl;
 }
 
-// Link pause of the port, whose setting shows in its statistics.
-class LinkPause {
- public:
-  // How commands are sent.
-  using Send = void (*)(const kel_asic_xn_entry_t &command);
-
-  explicit LinkPause(const CheckTarget &subject)
-      : subject_(with_link_pause(subject)), found_(flow_control()) {
-    // The best guess until the two settings were seen.
-    subject_.found->keep_only(command(found_ != 0));
+// Sends both commands. Link pause is put back as it was found.
+void expect_obeyed(const CheckTarget &subject, void (*send)(const kel_asic_xn_entry_t &command)) {
+  const Port &port = *subject.port;
+  if (port.type != CARDCFG_PORT_TYPE_HIF && port.type != CARDCFG_PORT_TYPE_NIF)
+    throw Skip{"only host and network ports have link pause"};
+  subject.found->keep(link_pause_command(subject, port, flow_control(subject) != 0));
+  for (const bool enable : {true, false, true}) {
+    send(link_pause_command(subject, port, enable));
+    const uint32_t seen = flow_control(subject);
+    require(seen == enable, format("flow control %d after a command", enable),
+            std::to_string(seen));
   }
-
-  kel_asic_xn_entry_t command(bool enable) const {
-    return link_pause_command(subject_, *subject_.port, enable);
-  }
-
-  port_flow_ctrl_t flow_control() const { return statistics(subject_).pause.flow_ctrl; }
-
-  void expect_obeyed(Send send) const {
-    send(command(true));
-    const port_flow_ctrl_t enabled = flow_control();
-    send(command(false));
-    const port_flow_ctrl_t disabled = flow_control();
-    require(enabled != disabled, "another flow control with link pause than without",
-            format("0x%04x with and without", enabled));
-    subject_.found->keep_only(command(found_ == enabled));
-  }
-
- private:
-  const CheckTarget &subject_;
-  port_flow_ctrl_t found_;
-};
+}
 
 void takes_commands_in_requests(const CheckTarget &subject) {
-  LinkPause(subject).expect_obeyed(send_request);
+  expect_obeyed(subject, send_request);
 }
 
 void takes_commands_in_transactions(const CheckTarget &subject) {
-  LinkPause(subject).expect_obeyed(
-      [](const kel_asic_xn_entry_t &command) { commit({command}, "a transaction of a command"); });
+  expect_obeyed(subject, [](const kel_asic_xn_entry_t &command) {
+    commit({command}, "a transaction of a command");
+  });
 }
 
+// Link pause is enabled at the end of the valid commands.
 void takes_no_masked_command(const CheckTarget &subject) {
-  const LinkPause pause(subject);
-  send_request(pause.command(true));
-  commit({pause.command(true)}, "a transaction of a command");
-  const port_flow_ctrl_t enabled = pause.flow_control();
-  kel_asic_xn_entry_t masked = pause.command(false);
+  expect_obeyed(subject, send_as_field_write);
+  kel_asic_xn_entry_t masked = link_pause_command(subject, *subject.port, false);
   masked.mask = 0xFF;
   const auto expect_no_command = [&](const CallResult &result, const char *what) {
     expect_refusal(result, what);
-    require(pause.flow_control() == enabled, std::string(what) + " taken as no command",
+    require(flow_control(subject) == 1, std::string(what) + " taken as no command",
             "it was obeyed");
   };
   expect_no_command(Request(TYPE_WRITE_FIELD, masked).send(),
                     "a field write at the address of a command");
   expect_no_command(send_transaction({masked}, 1), "an entry under a mask at such an address");
-  pause.expect_obeyed(send_as_field_write);
 }
 
 void programs_the_sp_timer(const CheckTarget &subject) {

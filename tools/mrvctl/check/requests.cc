@@ -75,6 +75,12 @@ std::string place_text(const AsicPlace &place) {
   return format("module %d, ASIC %u", place.module, place.asic);
 }
 
+kel_asic_xn_entry_t entry_at(const AsicPlace &place, kel_asic_xn_entry_t entry) {
+  entry.module = place.module;
+  entry.asic_map = static_cast<int32_t>(place.asic);
+  return entry;
+}
+
 std::string result_text(const CallResult &result) {
   if (result.result >= 0)
     return format("result %d", result.result);

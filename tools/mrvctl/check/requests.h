@@ -50,6 +50,10 @@ struct AsicPlace {
 // Places that the switch lacks: one of the two numbers is wrong.
 std::vector<AsicPlace> unknown_places(const CheckTarget &subject);
 std::string place_text(const AsicPlace &place);
+// The same access at another place.
+kel_asic_xn_entry_t entry_at(const AsicPlace &place, kel_asic_xn_entry_t entry);
+
+constexpr auto kUnknownType = static_cast<kel_asic_access_type_t>(99);
 
 // The nearest lengths that are not the right one.
 constexpr std::array<uint32_t, 2> wrong_lengths(uint32_t right) {

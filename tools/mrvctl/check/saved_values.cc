@@ -32,11 +32,6 @@ void SavedValues::keep(const kel_asic_xn_entry_t &write) {
   ++shared_->count;  // once it stands there whole
 }
 
-void SavedValues::keep_only(const kel_asic_xn_entry_t &write) {
-  shared_->count = 0;
-  keep(write);
-}
-
 void SavedValues::restore() {
   while (shared_->count > 0) {
     const kel_asic_xn_entry_t &write = shared_->writes[shared_->count - 1];

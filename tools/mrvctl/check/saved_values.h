@@ -20,9 +20,6 @@ class SavedValues {
   // Notes a write that puts something back, before anything is written over it.
   void keep(const kel_asic_xn_entry_t &write);
 
-  // Notes this write in place of all others.
-  void keep_only(const kel_asic_xn_entry_t &write);
-
   // Sends the writes, the latest first, and forgets them. Throws Violation.
   void restore();
 
