@@ -39,12 +39,7 @@ std::string missing_options(const Check &check, const CheckTarget &subject) {
 
 void run_check_of(const Check &check, const CheckTarget &subject) {
   const auto run = [&check](const CheckTarget &target) {
-    try {
-      check.run(target);
-    } catch (...) {
-      target.found->restore();
-      throw;
-    }
+    check.run(target);
     target.found->restore();
   };
   if ((check.needs & kPort) == 0)

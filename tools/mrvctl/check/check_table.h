@@ -64,7 +64,8 @@ std::vector<Check> all_checks();
 // The options that a check needs and a subject lacks, "--scratch, --port"; empty where it has all.
 std::string missing_options(const Check &check, const CheckTarget &subject);
 
-// Runs a check that needs a port for each port in turn. What it found is put back each time.
+// Runs a check that needs a port for each port in turn. What a check found is put back after
+// success, and for the caller to put back after an exception.
 void run_check_of(const Check &check, const CheckTarget &subject);
 
 // The parts of the table, by what they are about.

@@ -183,11 +183,7 @@ void add_guard(const GuardRegion &memory) {
   forbidden[forbidden_count++ % kMaxGuards] = memory;
 }
 
-CrashClause::CrashClause(const char *clause, const char *expected, const char *seen) {
-  add_guard({0, UINTPTR_MAX, clause, expected, seen});
-}
-
-CrashClause::~CrashClause() {
+void remove_latest_guard() {
   --forbidden_count;
 }
 

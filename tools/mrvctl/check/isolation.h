@@ -57,6 +57,7 @@ struct GuardRegion {
 };
 
 void add_guard(const GuardRegion &memory);
+void remove_latest_guard();
 
 // Who asks in the calls of a check.
 inline constexpr morvane::caller kCaller = {"mrvctl", 0, "check"};
@@ -67,14 +68,5 @@ void init_library(uint32_t slot);
 
 // Queries the identifier of a card. A query that hangs ends the process as a breach of its clause.
 int query_identifier(uint32_t slot, uint16_t *identifier);
-
-// While it lives, whichever bad address ends the process is a breach of its clause.
-class CrashClause {
- public:
-  CrashClause(const char *clause, const char *expected, const char *seen);
-  ~CrashClause();
-  CrashClause(const CrashClause &) = delete;
-  CrashClause &operator=(const CrashClause &) = delete;
-};
 
 }  // namespace mrvctl

@@ -13,9 +13,12 @@ namespace {
 std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t length,
                                        const std::string &name) {
   const std::string seen = "the array of " + name + " ends before";
-  const CrashClause blame("P19", "arrays as long as the limits and enumerations require",
-                          seen.c_str());
-  return {array, array + length};
+  // A crash at any address is blamed on the array.
+  add_guard({0, UINTPTR_MAX, "P19", "arrays as long as the limits and enumerations require",
+             seen.c_str()});
+  std::vector<kel_asic_reg_t> copy(array, array + length);
+  remove_latest_guard();
+  return copy;
 }
 
 // An array without instances, next to instances without an array, shows limits that are mixed up.

@@ -67,31 +67,30 @@ void refuse_missing_port(const kel_asic_limits_t &limits, const Port &port) {
                port_type_text(port.type)};
 }
 
+void refuse_missing_register(const RegisterMap &map, const std::string &option,
+                             const Register &reg) {
+  const std::string missing = map.missing(reg);
+  if (!missing.empty())
+    throw Skip{option + ": " + register_text(reg) + ": " + missing};
+}
+
 // Refuses registers and ports that the map lacks. A map that is wrong itself is for the checks to
 // tell. Returns why there is no service; empty if there is one.
 std::string refuse_missing(Session &session, const CheckTarget &subject,
                            std::chrono::seconds limit) {
-  std::vector<std::pair<const char *, Register>> registers;
-  for (const Register &reg : subject.scratch)
-    registers.emplace_back("--scratch", reg);
-  if (subject.read)
-    registers.emplace_back("--read", *subject.read);
-  if (subject.scratch_table)
-    registers.emplace_back("--scratch-table", *subject.scratch_table);
   const auto work = [&] {
     try {
       session.open_platform();
-    } catch (const UsageError &error) {
-      throw Skip{error.what()};
     } catch (const OperationFailed &error) {
       throw NoService{error.what()};
     }
     const RegisterMap map = queried_map();
-    for (const auto &[option, reg] : registers) {
-      const std::string missing = map.missing(reg);
-      if (!missing.empty())
-        throw Skip{option + (": " + register_text(reg)) + ": " + missing};
-    }
+    for (const Register &reg : subject.scratch)
+      refuse_missing_register(map, "--scratch", reg);
+    if (subject.read)
+      refuse_missing_register(map, "--read", *subject.read);
+    if (subject.scratch_table)
+      refuse_missing_register(map, "--scratch-table", *subject.scratch_table);
     for (const Port &port : subject.ports)
       refuse_missing_port(map.limits(), port);
     expect_service(subject);
