@@ -11,10 +11,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
+#include <optional>
 #include <string>
 #include <thread>
 
 #include "kel_asic_intf.h"
+#include "kel_asic_record_kinds.h"
 #include "platform/register_map.h"
 #include "platform/system_service.h"
 
@@ -40,6 +43,29 @@ const pid_t loader = getpid();      // the process that loaded this platform
 int fail(int error) {
   errno = error;
   return -1;
+}
+
+// A call that is answered without the service, with this errno or 0 for success.
+struct Shortcut {
+  bool applies;
+  const char *breach;
+  int error;
+};
+
+// The result of the first shortcut whose breach is chosen.
+std::optional<int> shortcut(std::initializer_list<Shortcut> shortcuts) {
+  for (const Shortcut &candidate : shortcuts) {
+    if (candidate.applies && wrong(candidate.breach))
+      return candidate.error == 0 ? 0 : fail(candidate.error);
+  }
+  return std::nullopt;
+}
+
+// Sets a field if it applies and the breach is chosen.
+template <typename Field, typename Value>
+void change(const char *breach, Field &field, Value value, bool applies = true) {
+  if (applies && wrong(breach))
+    field = static_cast<Field>(value);
 }
 
 using Request = kel_asic_reg_access_params_t;
@@ -98,19 +124,18 @@ int read(Request *request, uint32_t length) {
     request->data = last_answer;
     return 0;
   }
-  if (length > 65536 && wrong("P29_refuses_long_records"))
-    return fail(EMSGSIZE);
-  if (wrong("P23_takes_any_asic"))
-    request->asic = 0;
-  if (request->module == -1 && wrong("P23_takes_module_minus_1"))
-    request->module = 0;
-  if (request->addr >> 28 == last_instance() >> 28 && request->addr >= last_instance() &&
-      request->addr < last_instance() + 0x8000 && wrong("P22_lacks_an_instance"))
-    return fail(EFAULT);
-  if (request->type == 99 && wrong("P23_takes_any_type"))
-    return 0;
-  if (request->module == 99 && wrong("P23_takes_any_module"))
-    request->module = 0;
+  const uint32_t window = last_instance();
+  if (const auto result = shortcut({
+          {length > 65536, "P29_refuses_long_records", EMSGSIZE},
+          {request->addr >= window && request->addr < window + 0x8000, "P22_lacks_an_instance",
+           EFAULT},
+          {request->type == 99, "P23_takes_any_type", 0},
+      }))
+    return *result;
+  change("P23_takes_any_asic", request->asic, 0);
+  change("P23_takes_module_minus_1", request->module, 0, request->module == -1);
+  change("P23_takes_module_4", request->module, 0, request->module == 4);
+  change("P23_takes_module_99", request->module, 0, request->module == 99);
   if (request->type == TYPE_READ_DHS && has_room(request, length) &&
       wrong("P24_P27_reads_in_steps_of_8")) {
     for (uint32_t i = 0; i < request->num; ++i) {
@@ -125,10 +150,15 @@ int read(Request *request, uint32_t length) {
       wrong("P3_P22_P23_answers_no_read"))
     return 0;
   const int result = send(SYSSRV_REG_READ_CASE, request, length);
-  if (result != 0 && request->addr > 0xFFFFFF00 && wrong("P33_answers_everywhere"))
-    return 0;
-  if (result != 0 || length < sizeof *request)
-    return result;
+  if (result != 0) {
+    const bool at_the_top = request->addr > 0xFFFFFF00;
+    return shortcut({
+                        {at_the_top, "P33_answers_everywhere", 0},
+                        {!at_the_top && request->num == 2 && has_room(request, length),
+                         "P33_answers_partly_valid_runs", 0},
+                    })
+        .value_or(result);
+  }
   last_answer = request->data;
   if (request->type == TYPE_READ_DHS) {
     if (request->num == 1 && last_single != nullptr && wrong("P2_answers_again_later"))
@@ -154,33 +184,30 @@ bool of_network_port(uint32_t word) {
 
 int write(Request *request, uint32_t length) {
   const bool command = request->addr >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
-  if (request->asic != 0 && !command && wrong("P23_writes_to_any_asic"))
-    request->asic = 0;
-  if (request->module < 0 && wrong("P23_writes_to_module_minus_1"))
-    request->module = 0;
-  if (wrong("P23_P25_drops_commands_of_network_ports") && command && of_network_port(request->asic))
-    return 0;
-  if (getpid() != loader && wrong("loses_writes_of_children"))
-    return 0;
-  if (request->type == TYPE_WRITE && command && wrong("P23_P25_drops_commands"))
-    return 0;
+  const bool field = request->type == TYPE_WRITE_FIELD;
+  const bool valid_command = command && request->mask == kAll;
+  change("P23_writes_to_any_asic", request->asic, 0, !command);
+  change("P23_takes_commands_for_any_asic", request->asic, request->asic & 0xFFFF, command);
+  change("P23_writes_to_module_minus_1", request->module, 0, request->module == -1);
+  change("P23_writes_to_module_4", request->module, 0, request->module == 4);
   if (request->data == 0x11223344 && wrong("hangs_in_a_field_write")) {
     std::fputs("hanging\n", stderr);
     pause();
   }
-  if (request->data == 17 && wrong("takes_no_17"))
-    return fail(EPERM);
-  if (request->type == TYPE_WRITE_FIELD && wrong("P22_P25_P26_crashes"))
+  if (field && wrong("P22_P25_P26_crashes"))
     std::raise(SIGSEGV);
-  if (request->type == TYPE_WRITE_FIELD && !command && wrong("P22_P26_writes_the_whole_register"))
-    request->type = TYPE_WRITE;
-  if (request->type == TYPE_WRITE_FIELD && wrong("P26_shifts_the_value"))
+  if (const auto result = shortcut({
+          {command && of_network_port(request->asic), "P23_P25_drops_commands_of_network_ports", 0},
+          {getpid() != loader, "loses_writes_of_children", 0},
+          {request->type == TYPE_WRITE && command, "P23_P25_drops_commands", 0},
+          {request->data == 17, "takes_no_17", EPERM},
+          {field && valid_command, "P25_refuses_commands_as_field_writes", EFAULT},
+      }))
+    return *result;
+  change("P22_P26_writes_the_whole_register", request->type, TYPE_WRITE, field && !command);
+  change("P25_takes_masked_commands", request->type, TYPE_WRITE, field && command);
+  if (field && wrong("P26_shifts_the_value"))
     request->data <<= __builtin_ctz(request->mask);
-  if (request->type == TYPE_WRITE_FIELD && command && request->mask == kAll &&
-      wrong("P25_refuses_commands_as_field_writes"))
-    return fail(EFAULT);
-  if (request->type == TYPE_WRITE_FIELD && command && wrong("P25_takes_masked_commands"))
-    request->type = TYPE_WRITE;
   if (request->type == TYPE_WRITE_DHS && has_room(request, length) && wrong("P27_writes_backwards"))
     std::reverse(words(request), words(request) + request->num);
   if (request->type == 99 && wrong("P23_writes_what_it_refuses")) {
@@ -189,21 +216,20 @@ int write(Request *request, uint32_t length) {
     return fail(EINVAL);
   }
   const int result = send(SYSSRV_REG_WRITE_CASE, request, length);
-  const bool missing_port = command && request->mask == kAll && result != 0 && errno == ENXIO;
-  return missing_port && wrong("P23_takes_commands_for_missing_ports") ? 0 : result;
+  const bool missing_port = valid_command && result != 0 && errno == ENXIO;
+  return shortcut({{missing_port, "P23_takes_commands_for_missing_ports", 0}}).value_or(result);
 }
 
 int commit(kel_asic_xn_t transaction) {
   kel_asic_xn_entry_t *const begin = transaction.xn;
   kel_asic_xn_entry_t *const end = begin + std::clamp(transaction.num, 0, KEL_ASIC_XN_ENTRIES);
-  if (transaction.num == 2 && wrong("P22_P23_P26_drops_transactions_of_2"))
-    return 0;
-  if (transaction.num == 8 && wrong("P24_drops_transactions_of_8"))
-    return 0;
-  if (transaction.num == KEL_ASIC_XN_ENTRIES && wrong("P1_P24_cuts_a_transaction"))
-    transaction.num = 256;
-  if (wrong("P23_takes_any_number_of_entries"))
-    transaction.num = std::clamp(transaction.num, 0, KEL_ASIC_XN_ENTRIES);
+  if (const auto result = shortcut({
+          {transaction.num == 2, "P22_P23_P26_drops_transactions_of_2", 0},
+          {transaction.num == 8, "P24_drops_transactions_of_8", 0},
+      }))
+    return *result;
+  change("P1_P24_cuts_a_transaction", transaction.num, 256, transaction.num == KEL_ASIC_XN_ENTRIES);
+  change("P23_takes_any_number_of_entries", transaction.num, end - begin);
   if (wrong("P24_P26_applies_backwards"))
     std::reverse(begin, end);
   if (wrong("P24_applies_one_more") && transaction.num >= 0 && transaction.num < 4 &&
@@ -211,16 +237,16 @@ int commit(kel_asic_xn_t transaction) {
     ++transaction.num;
   for (kel_asic_xn_entry_t *entry = begin; entry != end; ++entry) {
     const bool command = entry->reg >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS;
-    if (entry->module == -1 && wrong("P23_takes_entries_for_module_minus_1"))
-      entry->module = 0;
-    if (entry->asic_map != 0 && !command && wrong("P23_takes_entries_for_any_asic"))
-      entry->asic_map = 0;
-    if (command ? wrong("P25_takes_masked_commands_in_transactions")
-                : wrong("P1_P26_writes_whole_registers_in_transactions"))
-      entry->mask = kAll;
+    change("P23_takes_entries_for_module_minus_1", entry->module, 0, entry->module == -1);
+    change("P23_takes_entries_for_module_4", entry->module, 0, entry->module == 4);
+    change("P23_takes_entries_for_any_asic", entry->asic_map, 0, !command);
+    change("P25_takes_masked_commands_in_transactions", entry->mask, kAll, command);
+    change("P1_P26_writes_whole_registers_in_transactions", entry->mask, kAll, !command);
     if (command && entry->mask == kAll && wrong("P23_P25_drops_commands_in_transactions"))
       *entry = {0, 0, 0x18000000, 0, 0x1};
   }
+  change("P23_takes_commands_for_any_asic_in_transactions", begin->asic_map,
+         begin->asic_map & 0xFFFF, begin->reg >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS);
   const int result = send(SYSSRV_MEM_WRITE_CASE, &transaction, sizeof transaction);
   if (result != 0 && errno == ENXIO && begin->mask == kAll &&
       begin->reg >= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS &&
@@ -234,52 +260,55 @@ int commit(kel_asic_xn_t transaction) {
   return result;
 }
 
-int statistics(kel_asic_qos_stats_params_t *request, uint32_t length) {
-  if (request->type == QOS_STATS_CLEAR && wrong("P22_P23_clears_no_port"))
-    return 0;
-  if (request->type == QOS_STATS_CLEAR_ALL && wrong("P22_clears_no_ports"))
-    return 0;
-  if (request->port_type == 200 && wrong("P23_takes_any_port_type"))
-    return 0;
+int statistics(kel_asic_qos_stats_params_t *request) {
+  const bool clear = request->type == QOS_STATS_CLEAR;
+  if (const auto result = shortcut({
+          {clear, "P22_P23_clears_no_port", 0},
+          {request->type == QOS_STATS_CLEAR_ALL, "P22_clears_no_ports", 0},
+          {request->port_type == 200, "P23_takes_any_port_type", 0},
+      }))
+    return *result;
+  change("P23_counts_for_any_asic", request->asic, 0);
+  change("P23_counts_for_any_module", request->module, 0);
   const kel_asic_qos_drops_t before = request->stats.drops;
-  const int result = send(SYSSRV_MEM_READ_CASE, request, length);
-  if (result != 0 && request->type == QOS_STATS_CLEAR && wrong("P23_clears_missing_ports"))
-    return 0;
-  if (result != 0 && wrong("P23_fails_for_missing_ports"))
-    return fail(EIO);
-  if (wrong("P22_answers_no_drops"))
-    request->stats.drops = before;
-  return result;
+  const int result = send(SYSSRV_MEM_READ_CASE, request, sizeof *request);
+  change("P22_answers_no_drops", request->stats.drops, before);
+  return shortcut({
+                      {result != 0 && clear, "P23_clears_missing_ports", 0},
+                      {result != 0, "P23_fails_for_missing_ports", EIO},
+                  })
+      .value_or(result);
 }
 
 int serve(uint32_t case_code, void *record, uint32_t length) {
-  if (length % 100 == 92 && wrong("P23_takes_any_length"))
-    return 0;
-  switch (case_code) {
-    case SYSSRV_REG_READ_CASE:
-      return length < sizeof(Request) ? send(case_code, record, length)
-                                      : read(static_cast<Request *>(record), length);
-    case SYSSRV_REG_WRITE_CASE:
-      return write(static_cast<Request *>(record), length);
-    case SYSSRV_MEM_WRITE_CASE:
-      if (length == sizeof(kel_asic_xn_t))
-        return commit(*static_cast<kel_asic_xn_t *>(record));
-      return wrong("P23_takes_transactions_of_any_length") ? 0 : send(case_code, record, length);
-    case SYSSRV_MEM_READ_CASE:
-      return length != sizeof(kel_asic_qos_stats_params_t)
-                 ? send(case_code, record, length)
-                 : statistics(static_cast<kel_asic_qos_stats_params_t *>(record), length);
-    case SYSSRV_SP_TIME_CONFIGURE:
-      if (length != sizeof(Request) && wrong("P23_takes_timers_of_any_length"))
-        return 0;
-      return wrong("P22_P23_has_no_sp_timer") ? fail(ENOSYS) : send(case_code, record, length);
-    default:
-      if (wrong("P23_hangs"))
-        pause();
-      if (wrong("P23_exits"))
-        std::exit(0);
-      return wrong("P23_takes_any_case") ? 0 : fail(ENOSYS);
-  }
+  const bool unknown = kel_asic_find_case(case_code) == nullptr;
+  if (unknown && wrong("P23_hangs"))
+    pause();
+  if (unknown && wrong("P23_exits"))
+    std::exit(0);
+  const bool timer = case_code == SYSSRV_SP_TIME_CONFIGURE;
+  const bool transaction = case_code == SYSSRV_MEM_WRITE_CASE;
+  const bool counters = case_code == SYSSRV_MEM_READ_CASE;
+  if (const auto result = shortcut({
+          {length == sizeof(Request) - 4 && !timer, "P23_takes_any_length", 0},
+          {transaction && length != sizeof(kel_asic_xn_t), "P23_takes_transactions_of_any_length",
+           0},
+          {counters && length != sizeof(kel_asic_qos_stats_params_t),
+           "P23_takes_statistics_of_any_length", 0},
+          {timer && length != sizeof(Request), "P23_takes_timers_of_any_length", 0},
+          {timer, "P22_P23_has_no_sp_timer", ENOSYS},
+          {unknown, "P23_takes_any_case", 0},
+      }))
+    return *result;
+  if (case_code == SYSSRV_REG_READ_CASE && length >= sizeof(Request))
+    return read(static_cast<Request *>(record), length);
+  if (case_code == SYSSRV_REG_WRITE_CASE)
+    return write(static_cast<Request *>(record), length);
+  if (transaction && length == sizeof(kel_asic_xn_t))
+    return commit(*static_cast<kel_asic_xn_t *>(record));
+  if (counters && length == sizeof(kel_asic_qos_stats_params_t))
+    return statistics(static_cast<kel_asic_qos_stats_params_t *>(record));
+  return send(case_code, record, length);
 }
 
 int hook(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
@@ -323,8 +352,11 @@ struct ChangedTable {
 }  // namespace
 
 int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t length) {
-  if (getpid() != loader && wrong("P31_serves_no_child"))
-    return fail(EBADF);
+  if (const auto result = shortcut({
+          {true, "has_no_service", ENOTCONN},
+          {getpid() != loader, "P31_serves_no_child", EBADF},
+      }))
+    return *result;
   if (wrong("P32_prints"))
     std::puts("call");
   if (wrong("P4_uses_an_earlier_address")) {
@@ -347,10 +379,8 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t lengt
 
 int cardcfg_get_real_asic_type(uint32_t slot, uint32_t asic_index, uint32_t *dev_type) {
   const int result = NEXT(cardcfg_get_real_asic_type)(slot, asic_index, dev_type);
-  if (result != 0 && wrong("P9_writes_and_fails"))
-    *dev_type = 0;
-  if (result == 0 && wrong("P7_P16_tells_another_type"))
-    *dev_type = 3;
+  change("P9_writes_and_fails", *dev_type, 0, result != 0);
+  change("P7_P16_tells_another_type", *dev_type, 3, result == 0);
   return result;
 }
 
@@ -383,22 +413,15 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
   const syserr_t result =
       NEXT(morvane_lib_init)(funcs, limits, asic_ver, context, file, line, func);
   funcs->reg_dhs_entry_size = hook;
-  if (wrong("P11_leaves_a_limit"))
-    limits->max_xl = limits_before.max_xl;
-  if (wrong("P11_mixes_up_limits"))
-    limits->max_xl = 0;
-  if (wrong("P11_has_nine_modules"))
-    limits->max_modules = 9;
+  change("P11_leaves_a_limit", limits->max_xl, limits_before.max_xl);
+  change("P11_mixes_up_limits", limits->max_xl, 0);
+  change("P11_has_nine_modules", limits->max_modules, 9);
   if (wrong("has_nothing"))
     *limits = {}, limits->max_modules = 1;
-  if (wrong("P12_has_two_asics"))
-    limits->max_asic = 1;
-  if (wrong("P13_has_no_hook"))
-    funcs->reg_dhs_entry_size = nullptr;
-  if (wrong("P13_leaves_the_hook"))
-    *funcs = funcs_before;
-  if (wrong("P15_leaves_the_revision"))
-    *asic_ver = version_before;
+  change("P12_has_two_asics", limits->max_asic, 1);
+  change("P13_has_no_hook", funcs->reg_dhs_entry_size, nullptr);
+  change("P13_leaves_the_hook", *funcs, funcs_before);
+  change("P15_leaves_the_revision", *asic_ver, version_before);
   return wrong("P16_refuses") ? 5 : result;
 }
 
@@ -416,10 +439,8 @@ const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) 
     return changed.with_array(table, KEL_ASIC_BLK_XL, nullptr);
   if (wrong("P19_has_a_short_array"))
     return changed.with_array(table, KEL_ASIC_BLK_XL, at_the_end_of_memory(bases, kInstances - 1));
-  if (wrong("P19_P22_changes_a_base"))
-    bases[0] += 0x8000 * ++calls;
-  if (wrong("P20_P22_runs_into_the_commands"))
-    bases[0] = 0xFFFFFF00;
+  change("P19_P22_changes_a_base", bases[0], bases[0] + 0x8000 * ++calls);
+  change("P20_P22_runs_into_the_commands", bases[0], 0xFFFFFF00);
   return changed.with_array(table, KEL_ASIC_BLK_XL, bases);
 }
 
@@ -436,13 +457,10 @@ const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t /*asic_ver*/) {
     std::fill_n(offsets, KEL_ASIC_HF_NUM_ENUM, KEL_ASIC_NO_REGISTER);
     return changed.with_array(table, KEL_ASIC_BLK_XL, offsets);
   }
-  if (wrong("P20_has_an_odd_address"))
-    offsets[10] += 2;
-  if (wrong("P20_wraps_an_address"))
-    offsets[10] = 0xE8000000;
-  if (wrong("P20_shares_an_address"))
-    offsets[10] = offsets[11];
-  if (wrong("P20_lacks_room_for_a_table"))
-    offsets[HF_DHS_LVIF_MEM_OFFSET] = offsets[HF_DHS_SVIF_MEM_OFFSET] + 400;
+  change("P20_has_an_odd_address", offsets[10], offsets[10] + 2);
+  change("P20_wraps_an_address", offsets[10], 0xE8000000);
+  change("P20_shares_an_address", offsets[10], offsets[11]);
+  change("P20_lacks_room_for_a_table", offsets[HF_DHS_LVIF_MEM_OFFSET],
+         offsets[HF_DHS_SVIF_MEM_OFFSET] + 400);
   return changed.with_array(table, KEL_ASIC_BLK_HF, offsets);
 }

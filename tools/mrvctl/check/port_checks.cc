@@ -213,6 +213,18 @@ void takes_no_masked_command(const CheckTarget &subject) {
   expect_no_command(send_transaction({masked}, 1), "an entry under a mask at such an address");
 }
 
+void refuses_commands_for_unknown_places(const CheckTarget &subject) {
+  expect_obeyed(subject, send_request);
+  for (const AsicPlace &place : unknown_places(subject)) {
+    if (place.asic > UINT16_MAX)
+      continue;  // the port word has no room for it
+    const auto command = link_pause_command(target_at(place, subject), *subject.port, false);
+    const std::string what = "link pause at " + place_text(place);
+    expect_refusal(Request(TYPE_WRITE, command).send(), what);
+    expect_refusal(send_transaction({command}, 1), what + ", in a transaction");
+  }
+}
+
 void programs_the_sp_timer(const CheckTarget &subject) {
   const Request request(TYPE_READ, Registers(subject).entry(0, *subject.sp_timer, 0), 0,
                         *subject.sp_timer);
@@ -241,6 +253,8 @@ std::vector<Check> port_checks() {
       {"link pause is a command in a transaction", "P25", kPort, takes_commands_in_transactions},
       {"a field write is a command only under the full mask", "P25", kPort,
        takes_no_masked_command},
+      {"a command for a module or ASIC that does not exist is refused", "P23", kPort,
+       refuses_commands_for_unknown_places},
       {"a clear of every port clears this one", "P22", kPort | kAllPorts, clears_every_port},
       {"a clear of the drop counters is a command", "P25", kPort | kAllPorts, clears_drop_counters},
       {"the SP timer is programmed", "P22", kSpTimer, programs_the_sp_timer},

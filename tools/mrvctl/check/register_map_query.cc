@@ -12,7 +12,7 @@ namespace {
 // Copies an array of the platform's, every element of which has to be there.
 std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t length,
                                        const std::string &name) {
-  const std::string seen = "the array of " + name + " ends before";
+  const std::string seen = "the array of " + name + " ends early";
   // A crash at any address is blamed on the array.
   add_guard({0, UINTPTR_MAX, "P19", "arrays as long as the limits and enumerations require",
              seen.c_str()});

@@ -75,6 +75,12 @@ std::string place_text(const AsicPlace &place) {
   return format("module %d, ASIC %u", place.module, place.asic);
 }
 
+CheckTarget target_at(const AsicPlace &place, CheckTarget subject) {
+  subject.module = static_cast<uint32_t>(place.module);
+  subject.asic = place.asic;
+  return subject;
+}
+
 kel_asic_xn_entry_t entry_at(const AsicPlace &place, kel_asic_xn_entry_t entry) {
   entry.module = place.module;
   entry.asic_map = static_cast<int32_t>(place.asic);

@@ -50,6 +50,7 @@ struct AsicPlace {
 // Places that the switch lacks: one of the two numbers is wrong.
 std::vector<AsicPlace> unknown_places(const CheckTarget &subject);
 std::string place_text(const AsicPlace &place);
+CheckTarget target_at(const AsicPlace &place, CheckTarget subject);
 // The same access at another place.
 kel_asic_xn_entry_t entry_at(const AsicPlace &place, kel_asic_xn_entry_t entry);
 
