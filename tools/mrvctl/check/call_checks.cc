@@ -23,18 +23,25 @@ constexpr uint32_t kUnknownDriver = KEL_ASIC_DRIVER_MORVANE + 1;
 constexpr uint32_t kUnknownCase = 0x40000004;
 constexpr uint32_t kLate = 50000;  // microseconds that something late may take
 
+// The first register of a block instance that is not part of a table.
+std::optional<Register> plain_register(const RegisterMap &map, kel_asic_blk_t block,
+                                       uint32_t instance) {
+  for (kel_asic_reg_t vreg = 0; vreg < kel_asic_blocks[block].registers; ++vreg) {
+    const Register reg = {block, instance, vreg};
+    if (map.missing(reg).empty() && !find_table(map, block, vreg))
+      return reg;
+  }
+  return std::nullopt;
+}
+
 // A register for requests that are to be refused: the one to read, or the first plain one.
 uint32_t any_address(const CheckTarget &subject) {
   const RegisterMap map = queried_map();
   if (subject.read)
     return map.address(*subject.read);
-  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
-    const auto block = static_cast<kel_asic_blk_t>(i);
-    for (kel_asic_reg_t vreg = 0; vreg < kel_asic_blocks[block].registers; ++vreg) {
-      const Register reg = {block, 0, vreg};
-      if (map.missing(reg).empty() && !find_table(map, block, vreg))
-        return map.address(reg);
-    }
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    if (const std::optional<Register> reg = plain_register(map, info.block, 0))
+      return map.address(*reg);
   }
   throw Skip{"the map has no plain register"};
 }
@@ -137,20 +144,13 @@ void answers_in_the_record(const CheckTarget &subject) {
           "the value in the record", "the record as it was sent");
 }
 
-// The first register of each block instance that is not part of a table.
 void reads_every_instance(const CheckTarget &subject) {
-  const Registers registers(subject);
   const RegisterMap map = queried_map();
   for (const kel_asic_block_t &info : kel_asic_blocks) {
     for (uint32_t instance = 0; instance < map.instances(info.block); ++instance) {
-      Register reg = {info.block, instance, 0};
-      while (reg.vreg < info.registers &&
-             (!map.missing(reg).empty() || find_table(map, reg.block, reg.vreg)))
-        ++reg.vreg;
-      if (reg.vreg == info.registers)
-        break;
-      Request(TYPE_READ, registers.entry(map.address(reg)))
-          .expect_success("a read of " + register_text(reg));
+      if (const std::optional<Register> reg = plain_register(map, info.block, instance))
+        Request(TYPE_READ, Registers(subject).entry(map.address(*reg)))
+            .expect_success("a read of " + register_text(*reg));
     }
   }
 }

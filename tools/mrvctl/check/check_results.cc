@@ -32,22 +32,18 @@ std::string case_begin(const std::string &name, const std::string &clause, doubl
 
 std::string case_text(const CheckResult &result) {
   const Outcome &outcome = result.outcome;
-  std::string text = case_begin(result.check.name, result.clause(), outcome.duration.count());
+  std::string text = case_begin(result.check.name, outcome.clause, outcome.duration.count());
   if (outcome.verdict == Verdict::kRight)
     return text + "/>\n";
   const bool skipped = outcome.verdict == Verdict::kSkipped;
   const std::string message = skipped ? outcome.seen
-                                      : "clause " + result.clause() + ": expected " +
+                                      : "clause " + outcome.clause + ": expected " +
                                             outcome.expected + "; seen " + outcome.seen;
   return text + ">\n    <" + (skipped ? "skipped" : "failure") + " message=\"" +
          attribute(message) + "\"/>\n  </testcase>\n";
 }
 
 }  // namespace
-
-std::string CheckResult::clause() const {
-  return outcome.clause.empty() ? check.clause : outcome.clause;
-}
 
 size_t count(const std::vector<CheckResult> &results, Verdict verdict) {
   return static_cast<size_t>(std::count_if(
@@ -68,10 +64,11 @@ std::string tap_lines(const std::vector<CheckResult> &results) {
     return line + "\n";
   if (outcome.verdict == Verdict::kSkipped)
     return line + " # SKIP " + outcome.seen + "\n";
-  const std::string head = "not " + line + "\n  ---\n  clause: " + result.clause();
+  const std::string head = "not " + line + "\n  ---\n  clause: " + outcome.clause;
   const auto first =
       std::find_if(results.begin(), results.end() - 1, [&](const CheckResult &earlier) {
-        return earlier.outcome.verdict == Verdict::kWrong && earlier.clause() == result.clause() &&
+        return earlier.outcome.verdict == Verdict::kWrong &&
+               earlier.outcome.clause == outcome.clause &&
                earlier.outcome.expected == outcome.expected && earlier.outcome.seen == outcome.seen;
       });
   if (first != results.end() - 1)

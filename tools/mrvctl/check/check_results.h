@@ -13,9 +13,6 @@ namespace mrvctl {
 struct CheckResult {
   Check check;
   Outcome outcome;
-
-  // The clause that is broken; the check's own where nothing is.
-  std::string clause() const;
 };
 
 size_t count(const std::vector<CheckResult> &results, Verdict verdict);

@@ -36,7 +36,7 @@ enum class Verdict { kRight, kWrong, kSkipped, kNoService };
 
 struct Outcome {
   Verdict verdict = Verdict::kWrong;
-  std::string clause;    // of a breach, where it is not the check's own
+  std::string clause;    // of a breach; empty for the check's own
   std::string expected;  // of a breach
   std::string seen;      // of a breach; else why the check was skipped
   std::chrono::duration<double> duration{};

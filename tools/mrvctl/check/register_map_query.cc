@@ -34,23 +34,30 @@ void refuse_limits_in_another_order(const kel_asic_limits_t &limits, const kel_a
   }
 }
 
-// `length` tells how many elements a block's array has; blocks without instances need none.
-template <typename Length>
-std::vector<std::vector<kel_asic_reg_t>> copy_table(const Description &description,
-                                                    const kel_asic_reg_t **table, const char *what,
-                                                    const char *clause, Length length) {
-  if (table == nullptr)
-    throw Violation{format("a table of %ses", what), "none", clause};
+// An address table of the platform. Its arrays have one element per instance of their block, or
+// one per register.
+struct PlatformTable {
+  const kel_asic_reg_t **arrays;
+  const char *content;
+  const char *clause;
+  bool per_instance;
+};
+
+// Copies the arrays; blocks without instances need none.
+std::vector<std::vector<kel_asic_reg_t>> copy_table(const kel_asic_limits_t &limits,
+                                                    const PlatformTable &table) {
+  require(table.arrays != nullptr, format("a table of %s", table.content), "none", table.clause);
   std::vector<std::vector<kel_asic_reg_t>> copies(KEL_ASIC_NUM_BLK);
   for (const kel_asic_block_t &info : kel_asic_blocks) {
-    const uint32_t i = info.block;
-    if (kel_asic_block_instances(&description.limits, info.block) == 0)
+    const uint32_t instances = kel_asic_block_instances(&limits, info.block);
+    const kel_asic_reg_t *const array = table.arrays[info.block];
+    if (instances == 0)
       continue;
-    if (table[i] == nullptr) {
-      refuse_limits_in_another_order(description.limits, table, info);
-      throw Violation{format("an array of %ses for block %s", what, info.name), "none", clause};
-    }
-    copies[i] = copy_array(table[i], length(info), format("%ses of block %s", what, info.name));
+    const std::string name = format("%s of block %s", table.content, info.name);
+    if (array == nullptr)
+      refuse_limits_in_another_order(limits, table.arrays, info);
+    require(array != nullptr, "an array of " + name, "none", table.clause);
+    copies[info.block] = copy_array(array, table.per_instance ? instances : info.registers, name);
   }
   return copies;
 }
@@ -67,16 +74,13 @@ Description query_register_map(uint8_t fill_pattern) {
 }
 
 AddressTables query_tables(const Description &description) {
-  if (description.result != 0)
-    throw Violation{"result 0 of morvane_lib_init", format("0x%08x", description.result), "P16"};
-  return {
-      copy_table(description, kel_asic_get_all_base_table(description.revision), "base address",
-                 "P17",
-                 [&](const kel_asic_block_t &info) {
-                   return kel_asic_block_instances(&description.limits, info.block);
-                 }),
-      copy_table(description, kel_asic_get_all_reg_table(description.revision), "offset address",
-                 "P18", [](const kel_asic_block_t &info) { return info.registers; })};
+  require(description.result == 0, "result 0 of morvane_lib_init",
+          format("0x%08x", description.result), "P16");
+  const kel_asic_ver_t revision = description.revision;
+  return {copy_table(description.limits,
+                     {kel_asic_get_all_base_table(revision), "base addresses", "P17", true}),
+          copy_table(description.limits,
+                     {kel_asic_get_all_reg_table(revision), "offset addresses", "P18", false})};
 }
 
 RegisterMap queried_map() {

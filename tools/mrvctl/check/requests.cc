@@ -164,13 +164,12 @@ uint32_t Registers::read(uint32_t address) const {
 }
 
 void Registers::write(uint32_t address, uint32_t data) const {
-  const Request request(TYPE_WRITE, entry(address, data));
-  request.expect_success(format("a write to 0x%08x", address));
+  Request(TYPE_WRITE, entry(address, data)).expect_success(format("a write to 0x%08x", address));
 }
 
 void Registers::write_field(uint32_t address, uint32_t data, uint32_t mask) const {
-  const Request request(TYPE_WRITE_FIELD, entry(address, data, mask));
-  request.expect_success(format("a field write to 0x%08x", address));
+  Request(TYPE_WRITE_FIELD, entry(address, data, mask))
+      .expect_success(format("a field write to 0x%08x", address));
 }
 
 std::vector<uint32_t> Registers::read_block(uint32_t address, uint32_t count) const {

@@ -122,7 +122,7 @@ Outcome run_one(Session &session, const Check &check, const CheckTarget &subject
                 std::chrono::seconds limit) {
   const std::string missing = missing_options(check, subject);
   if (!missing.empty())
-    return {Verdict::kSkipped, "", "", "needs " + missing, {}};
+    return {Verdict::kSkipped, check.clause, "", "needs " + missing, {}};
   // The platform is opened in the process of the check, so that its threads live there.
   const auto work = [&] {
     session.open_platform();
@@ -130,6 +130,8 @@ Outcome run_one(Session &session, const Check &check, const CheckTarget &subject
   };
   Outcome outcome = run_isolated(work, limit, interrupted);
   put_back_leftovers(session, *subject.found, limit);
+  if (outcome.clause.empty())
+    outcome.clause = check.clause;
   outcome.seen += leftovers_text(*subject.found);
   return outcome;
 }
@@ -139,7 +141,7 @@ Json result_json(size_t number, const CheckResult &result) {
   const Outcome &outcome = result.outcome;
   Json object = {{"number", number},
                  {"name", result.check.name},
-                 {"clause", result.clause()},
+                 {"clause", outcome.clause},
                  {"result", kVerdicts[static_cast<int>(outcome.verdict)]},
                  {"seconds", outcome.duration.count()}};
   if (outcome.verdict == Verdict::kWrong) {
