@@ -94,7 +94,8 @@ void use_every_key(int ours) {
 // The switch is the process's own; a transaction is open that the end of the process loses.
 TEST(TopView, gives_the_terminal_back_however_it_ends) {
   const std::string script = testing::TempDir() + "top_view_test." + std::to_string(getpid());
-  std::ofstream(script) << "begin x\nwrite HI.2:5 1\nqos top --interval 3600\n";
+  std::ofstream(script)
+      << "begin x\nwrite HI.2:5 1\nqos top --interval 3600\nqos top --interval 3600\n";
   for (const int ending : {0, SIGINT, SIGTERM, SIGHUP, SIGSEGV, SIGABRT}) {
     SCOPED_TRACE(ending);
     int ours = -1, theirs = -1;
@@ -123,10 +124,13 @@ TEST(TopView, gives_the_terminal_back_however_it_ends) {
       use_every_key(ours);
     EXPECT_TRUE(press("\032"));  // ^Z, if no shell could continue it
     EXPECT_NE(read_until(ours, "\033[?1049h").find("\033[?1049l"), std::string::npos);
-    if (ending == 0 || ending == SIGINT)
+    if (ending == 0 || ending == SIGINT) {
       EXPECT_TRUE(press(ending == 0 ? "q" : "\003"));
-    else
+      read_until(ours, "\033[?1049h");  // the second view
+      EXPECT_TRUE(press("q"));
+    } else {
       kill(child, ending);
+    }
     const std::string rest = read_until(ours, "1 write lost");
     EXPECT_LT(rest.find("\033[?1049l"), rest.find("1 write lost"));
     int status = 0;

@@ -18,16 +18,18 @@ At a terminal the cells of the drop grids have colours: by tens, hundreds, ten t
   $ TERM=xterm mrvctl qos show hif:1 | grep -m 1 'row 0'
     row 0                        0       0       99      100     9999    10000   999999  1000000
 
-A view of all ports takes the screen, repaints it after each interval, and gives it back at q.
+A view of all ports takes the screen, repaints it after each interval, and gives it back at q. A terminal
+without a size has 80 columns.
 
   $ type_when_shown() {
   >   rm -f seen; keys=$1 part=$2; shift 2
   >   (until grep -qs "$part" seen; do sleep 0.01; done; printf "$keys") | script -qefc "exec $*" seen >/dev/null
   > }
   $ TERM=xterm type_when_shown q 'frames a second' mrvctl qos top --interval 0.1
-  $ grep -o -a 'frames in all\|1049[hl]' seen
+  $ grep -o -a 'frames in all\|1049[hl]\|  #[# ]*[0-9]*%' seen
   1049h
   frames in all
+    ##   34%
   1049l
 
 Without a screen it prints lines, until ^C.
