@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "kel_asic_intf.h"
 #include "kel_asic_record_kinds.h"
@@ -69,10 +70,6 @@ void change(const char *breach, Field &field, Value value, bool applies = true) 
 }
 
 using Request = kel_asic_reg_access_params_t;
-
-uint32_t *words(Request *request) {
-  return reinterpret_cast<uint32_t *>(request + 1);
-}
 
 bool has_room(const Request *request, uint32_t length) {
   return request->num <= (length - sizeof *request) / 4;
@@ -142,7 +139,7 @@ int read(Request *request, uint32_t length) {
       Request one = {TYPE_READ, request->module, request->asic, request->addr + 8 * i, 0, 0, 0, {}};
       if (send(SYSSRV_REG_READ_CASE, &one, sizeof one) != 0)
         return -1;
-      words(request)[i] = one.data;
+      request->pdata[i] = one.data;
     }
     return 0;
   }
@@ -209,7 +206,7 @@ int write(Request *request, uint32_t length) {
   if (field && wrong("P26_shifts_the_value"))
     request->data <<= __builtin_ctz(request->mask);
   if (request->type == TYPE_WRITE_DHS && has_room(request, length) && wrong("P27_writes_backwards"))
-    std::reverse(words(request), words(request) + request->num);
+    std::reverse(request->pdata, request->pdata + request->num);
   if (request->type == 99 && wrong("P23_writes_what_it_refuses")) {
     request->type = TYPE_WRITE;
     send(SYSSRV_REG_WRITE_CASE, request, length);
@@ -312,19 +309,16 @@ int serve(uint32_t case_code, void *record, uint32_t length) {
 }
 
 int hook(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
-  if (vreg == NF_DHS_UCAST_MEM_OFFSET && index == 0 && wrong("P14_lacks_an_entry_0"))
-    return 0;
-  if (vreg == 700 && wrong("P14_answers_for_others"))
-    return 1;
-  if (index == 5 && wrong("grows_entry_5"))
-    return 256;
-  if (index == kAll && wrong("P14_P20_has_no_last_entry"))
-    return 1;
   KEL_ASIC_fn hooks = {};
   kel_asic_limits_t limits = {};
   kel_asic_ver_t revision = {};
   NEXT(morvane_lib_init)(&hooks, &limits, &revision, 0, nullptr, 0, nullptr);
-  return hooks.reg_dhs_entry_size(block, vreg, index);
+  int size = hooks.reg_dhs_entry_size(block, vreg, index);
+  change("P14_lacks_an_entry_0", size, 0, vreg == NF_DHS_UCAST_MEM_OFFSET && index == 0);
+  change("P14_answers_for_others", size, 1, vreg == 700);
+  change("grows_entry_5", size, 256, index == 5);
+  change("P14_P20_has_no_last_entry", size, 1, index == kAll);
+  return size;
 }
 
 // A copy whose end is the end of a page, with nothing after it.
@@ -336,18 +330,6 @@ const kel_asic_reg_t *at_the_end_of_memory(const kel_asic_reg_t *array, uint32_t
   return static_cast<const kel_asic_reg_t *>(
       std::memcpy(memory + page - 4 * length, array, 4 * length));
 }
-
-// A table of which one array is another.
-struct ChangedTable {
-  const kel_asic_reg_t *arrays[KEL_ASIC_NUM_BLK];
-
-  const kel_asic_reg_t **with_array(const kel_asic_reg_t **table, kel_asic_blk_t block,
-                                    const kel_asic_reg_t *array) {
-    std::copy_n(table, KEL_ASIC_NUM_BLK, arrays);
-    arrays[block] = array;
-    return arrays;
-  }
-};
 
 }  // namespace
 
@@ -427,40 +409,33 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
 
 const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) {
   static uint32_t calls = 0;
-  static ChangedTable changed;
+  static const kel_asic_reg_t *arrays[KEL_ASIC_NUM_BLK];
   static kel_asic_reg_t bases[kInstances];
-  const kel_asic_reg_t **table = NEXT(kel_asic_get_all_base_table)(KEL_ASIC_VER_B0);
-  std::copy_n(table[KEL_ASIC_BLK_XL], kInstances, bases);
-  if (wrong("has_no_bases"))
-    return nullptr;
-  if (wrong("P11_mixes_up_limits"))
-    return changed.with_array(table, KEL_ASIC_BLK_HF, nullptr);
-  if (wrong("P17_lacks_an_array"))
-    return changed.with_array(table, KEL_ASIC_BLK_XL, nullptr);
-  if (wrong("P19_has_a_short_array"))
-    return changed.with_array(table, KEL_ASIC_BLK_XL, at_the_end_of_memory(bases, kInstances - 1));
+  std::copy_n(NEXT(kel_asic_get_all_base_table)(KEL_ASIC_VER_B0), KEL_ASIC_NUM_BLK, arrays);
+  std::copy_n(arrays[KEL_ASIC_BLK_XL], kInstances, bases);
   change("P19_P22_changes_a_base", bases[0], bases[0] + 0x8000 * ++calls);
   change("P20_P22_runs_into_the_commands", bases[0], 0xFFFFFF00);
-  return changed.with_array(table, KEL_ASIC_BLK_XL, bases);
+  arrays[KEL_ASIC_BLK_XL] = bases;
+  change("P11_mixes_up_limits", arrays[KEL_ASIC_BLK_HF], nullptr);
+  change("P17_lacks_an_array", arrays[KEL_ASIC_BLK_XL], nullptr);
+  if (wrong("P19_has_a_short_array"))
+    arrays[KEL_ASIC_BLK_XL] = at_the_end_of_memory(bases, kInstances - 1);
+  return wrong("has_no_bases") ? nullptr : arrays;
 }
 
 const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t /*asic_ver*/) {
-  static ChangedTable changed;
+  static const kel_asic_reg_t *arrays[KEL_ASIC_NUM_BLK];
   static kel_asic_reg_t offsets[KEL_ASIC_HF_NUM_ENUM];
-  const kel_asic_reg_t **table = NEXT(kel_asic_get_all_reg_table)(KEL_ASIC_VER_B0);
-  std::copy_n(table[KEL_ASIC_BLK_HF], KEL_ASIC_HF_NUM_ENUM, offsets);
-  if (wrong("has_no_offsets"))
-    return nullptr;
-  if (wrong("P18_lacks_an_array"))
-    return changed.with_array(table, KEL_ASIC_BLK_HF, nullptr);
-  if (wrong("P18_has_only_holes")) {
-    std::fill_n(offsets, KEL_ASIC_HF_NUM_ENUM, KEL_ASIC_NO_REGISTER);
-    return changed.with_array(table, KEL_ASIC_BLK_XL, offsets);
-  }
+  static const std::vector<kel_asic_reg_t> holes(KEL_ASIC_XL_NUM_ENUM, KEL_ASIC_NO_REGISTER);
+  std::copy_n(NEXT(kel_asic_get_all_reg_table)(KEL_ASIC_VER_B0), KEL_ASIC_NUM_BLK, arrays);
+  std::copy_n(arrays[KEL_ASIC_BLK_HF], KEL_ASIC_HF_NUM_ENUM, offsets);
   change("P20_has_an_odd_address", offsets[10], offsets[10] + 2);
   change("P20_wraps_an_address", offsets[10], 0xE8000000);
   change("P20_shares_an_address", offsets[10], offsets[11]);
   change("P20_lacks_room_for_a_table", offsets[HF_DHS_LVIF_MEM_OFFSET],
          offsets[HF_DHS_SVIF_MEM_OFFSET] + 400);
-  return changed.with_array(table, KEL_ASIC_BLK_HF, offsets);
+  arrays[KEL_ASIC_BLK_HF] = offsets;
+  change("P18_has_only_holes", arrays[KEL_ASIC_BLK_XL], holes.data());
+  change("P18_lacks_an_array", arrays[KEL_ASIC_BLK_HF], nullptr);
+  return wrong("has_no_offsets") ? nullptr : arrays;
 }
