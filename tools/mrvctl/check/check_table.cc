@@ -9,7 +9,7 @@ namespace mrvctl {
 std::vector<Check> all_checks() {
   std::vector<Check> all;
   for (const auto part :
-       {map_checks, card_checks, call_checks, write_checks, port_checks, fault_checks}) {
+       {description_checks, call_checks, write_checks, port_checks, fault_checks}) {
     const std::vector<Check> checks = part();
     all.insert(all.end(), checks.begin(), checks.end());
   }

@@ -9,7 +9,7 @@
 
 #include "asic/port_reference.h"
 #include "asic/register_names.h"
-#include "check/saved_values.h"
+#include "check/requests.h"
 #include "morvaneusd.hpp"
 
 namespace mrvctl {
@@ -69,8 +69,7 @@ std::string missing_options(const Check &check, const CheckTarget &subject);
 void run_check_of(const Check &check, const CheckTarget &subject);
 
 // The parts of the table, by what they are about.
-std::vector<Check> map_checks();
-std::vector<Check> card_checks();
+std::vector<Check> description_checks();
 std::vector<Check> call_checks();
 std::vector<Check> write_checks();
 std::vector<Check> port_checks();
