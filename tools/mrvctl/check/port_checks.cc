@@ -120,10 +120,9 @@ uint64_t counted_drops(const kel_asic_qos_stats_t &stats) {
 
 // Lets the port count something, where the platform can be told to.
 void make_traffic(const CheckTarget &subject) {
-  void *const found = platform_symbol("vp_add_traffic");
   const vp_traffic traffic = {VP_N2H, 0, 100, 10};
-  if (found != nullptr)
-    reinterpret_cast<decltype(vp_add_traffic) *>(found)(
+  if (platform_symbol("vp_add_traffic") != nullptr)
+    control<decltype(vp_add_traffic)>("vp_add_traffic")(
         subject.module, subject.asic, static_cast<cardcfg_port_type_t>(subject.port->type),
         subject.port->number, &traffic);
 }
