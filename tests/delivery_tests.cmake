@@ -27,7 +27,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
     $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
   add_test(NAME man_page_of_mrvctl COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
     ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in $<TARGET_FILE:mrvctl>)
-  # The virtual platform with promises broken.
+  # The virtual platform with clauses broken.
   add_library(wrong_platform MODULE wrong_platform.cc)
   target_include_directories(wrong_platform PRIVATE ${PROJECT_SOURCE_DIR}/include)
   target_link_options(wrong_platform PRIVATE -Wl,--no-as-needed)

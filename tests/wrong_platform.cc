@@ -1,4 +1,4 @@
-// The virtual platform with promises broken: MORVANE_WRONG names the breaches, with blanks between
+// The virtual platform with clauses broken: MORVANE_WRONG names the breaches, with blanks between
 // them. Each begins with the clauses of docs/porting.md that a check has to find broken, and no
 // others; one without is for a separate test.
 #include <dlfcn.h>

@@ -181,7 +181,7 @@ void forgets_the_addresses(const CheckTarget &subject) {
   Request(TYPE_READ, entry).expect_success("the next read");
 }
 
-// The pages beside each record watch; these are all kinds of it that only look.
+// The guard pages around each record detect accesses outside it. These are all kinds of read.
 void stays_within_the_record(const CheckTarget &subject) {
   const kel_asic_xn_entry_t entry = read_entry(subject);
   Registers(subject).read(entry.reg);
@@ -189,7 +189,7 @@ void stays_within_the_record(const CheckTarget &subject) {
   Request(TYPE_READ_DHS, entry).send();  // refused or not
 }
 
-// Words behind those that were asked for, and those that the answer does not count, stay as sent.
+// Words after the requested ones, and words that the answer does not count, stay as sent.
 void counts_the_words_of_a_run(const CheckTarget &subject) {
   constexpr uint32_t kRoom = 4;
   const Request request(TYPE_READ_DHS, read_entry(subject), kRoom);

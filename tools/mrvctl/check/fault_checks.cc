@@ -1,4 +1,4 @@
-// Checks of failures, on platforms that can be told to fail.
+// Checks of failures, on platforms with the controls of the virtual platform.
 #include <array>
 #include <cerrno>
 
@@ -14,7 +14,7 @@
 namespace mrvctl {
 namespace {
 
-// What a call is told to end with, and what the library makes of it.
+// The result that a call is ordered to have, and the result of the library.
 struct Fault {
   CallResult result;
   syserr_t code;

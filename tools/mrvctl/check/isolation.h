@@ -46,8 +46,8 @@ struct Outcome {
 Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds limit,
                      const volatile std::sig_atomic_t &stop);
 
-// Memory that nobody may touch, and which clause is broken when the process ends because somebody
-// has. The texts live as long as the process.
+// Memory that no code may access. An access ends the process and breaks the clause. The texts live
+// as long as the process.
 struct GuardRegion {
   uintptr_t begin;
   uintptr_t end;

@@ -75,7 +75,7 @@ kel_asic_xn_entry_t link_pause_command(const CheckTarget &subject, const Port &p
           enable ? KEL_ASIC_CMD_LINK_PAUSE_ENABLE : KEL_ASIC_CMD_LINK_PAUSE_DISABLE, 0, UINT32_MAX};
 }
 
-// By the error a client tells a port that is not there from one that fails.
+// Clients recognise a missing port by the error.
 void expect_lacking(const CheckTarget &subject, const Port &port, const std::vector<int> &errors) {
   const CallResult result = ask_qos(subject, QOS_STATS_GET, port).result;
   const std::string what = "statistics of port " + port_text(port);
@@ -118,7 +118,7 @@ uint64_t counted_drops(const kel_asic_qos_stats_t &stats) {
          counter_sum(stats.drops.h2n_drops[0], kGridCells);
 }
 
-// Lets the port count something, where the platform can be told to.
+// Lets the port count something, on a platform with the control for traffic.
 void make_traffic(const CheckTarget &subject) {
   const vp_traffic traffic = {VP_N2H, 0, 100, 10};
   if (platform_symbol("vp_add_traffic") != nullptr)

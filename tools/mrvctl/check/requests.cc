@@ -18,7 +18,7 @@
 namespace mrvctl {
 namespace {
 
-constexpr uint8_t kBefore = 0xC3;  // what stands before a record
+constexpr uint8_t kBefore = 0xC3;  // the bytes before a record
 constexpr char kWithinLength[] = "nothing touched beyond the length of the record";
 
 uint32_t page_size() {
@@ -256,7 +256,7 @@ void SavedValues::keep(const kel_asic_xn_entry_t &write) {
   if (shared_->count == kMaxWrites)
     throw OperationFailed(format("more than %u values to put back", kMaxWrites));
   shared_->writes[shared_->count] = write;
-  ++shared_->count;  // once it stands there whole
+  ++shared_->count;  // once the write is complete
 }
 
 void SavedValues::restore() {

@@ -16,8 +16,8 @@ namespace mrvctl {
 struct CheckTarget;
 struct Port;
 
-// Memory whose last byte stands before a page that nobody may touch, and another such page before
-// its own. It stays until the process ends: whoever writes into it late is noticed.
+// Memory that ends before a page without access rights, after another such page. It is never freed,
+// so that a late write to it is noticed.
 class GuardedMemory {
  public:
   explicit GuardedMemory(uint32_t length);
@@ -30,13 +30,13 @@ class GuardedMemory {
   uint32_t length() const { return length_; }
   // Throws Violation if the bytes before it have changed.
   void expect_untouched_before() const;
-  // From now on nobody may touch the whole of it.
+  // Removes all access rights.
   void revoke() const;
 
  private:
   void fill(const void *content, size_t size);
 
-  uint8_t *pages_;  // those between the two that nobody may touch
+  uint8_t *pages_;  // between the pages without access rights
   uint32_t pages_length_;
   uint32_t length_;
   void *data_;
@@ -69,8 +69,8 @@ struct CallResult {
 
 std::string result_text(const CallResult &result);
 
-// Sends a record as it is. Throws Violation where the answer breaks what
-// holds for every call: errno, and the bytes beside the record.
+// Sends a record as it is. Throws Violation if errno is wrong or bytes before the record have
+// changed.
 CallResult send_record(uint32_t case_code, const GuardedMemory &record,
                        uint32_t driver_id = KEL_ASIC_DRIVER_MORVANE);
 
@@ -79,7 +79,7 @@ void expect_success(const CallResult &result, const std::string &call);
 void expect_refusal(const CallResult &result, const std::string &call);
 void expect_word(uint32_t expected, uint32_t seen, const std::string &where);
 
-// A register request with room for so many data words. The answer's fields start as `fill_pattern`.
+// A register request with room for `room` data words. The answer's fields start as `fill_pattern`.
 class Request {
  public:
   static constexpr uint32_t kFillPattern = 0x5AA55AA5;

@@ -1,4 +1,4 @@
-// check: whether the platform keeps what docs/porting.md says that it owes.
+// check: runs the conformance tests of docs/porting.md on a platform.
 #include "check/check_table.h"
 
 #include <cerrno>
@@ -74,8 +74,8 @@ void refuse_missing_register(const RegisterMap &map, const std::string &option,
     throw Skip{option + ": " + register_text(reg) + ": " + missing};
 }
 
-// Refuses registers and ports that the map lacks. A map that is wrong itself is for the checks to
-// tell. Returns why there is no service; empty if there is one.
+// Refuses registers and ports that the map lacks. The checks report a map that is wrong itself.
+// Returns why there is no service; empty if there is one.
 std::string refuse_missing(Session &session, const CheckTarget &subject,
                            std::chrono::seconds limit) {
   const auto work = [&] {
@@ -101,7 +101,7 @@ std::string refuse_missing(Session &session, const CheckTarget &subject,
   return outcome.verdict == Verdict::kNoService ? outcome.seen : "";
 }
 
-// What stays changed, as it is told behind something else; empty where nothing does.
+// The values that were not put back, to append to a message; empty if there are none.
 std::string leftovers_text(const SavedValues &found) {
   return found.empty() ? "" : "; not put back: " + found.text();
 }
