@@ -78,21 +78,23 @@ struct Expected {
   bool fault = false;
 };
 
-Expected read_stream(const Bytes &stream) {
+Expected read_stream(const Bytes &stream, bool may_monitor) {
   Expected expected;
   Hello hello;
   size_t at = sizeof hello;
   std::memcpy(&hello, stream.data(), sizeof hello);
   expected.fault = remote::validate(hello) != nullptr;
+  bool is_monitor = false;
   while (!expected.fault && stream.size() - at >= sizeof(Header)) {
     Header header;
     std::memcpy(&header, &stream[at], sizeof header);
-    const bool is_valid = remote::validate(header) == nullptr;
+    const bool is_valid = !is_monitor && remote::validate(header) == nullptr;
     const bool is_too_long = is_valid && header.length > max_record;
     expected.fault = !is_valid || is_too_long;
     at += sizeof header;
     if (is_too_long || (is_valid && stream.size() - at >= header.length))
       expected.answered.push_back(header);
+    is_monitor = is_monitor || (is_valid && header.kind == remote::kMonitor && may_monitor);
     at += std::min<size_t>(header.length, stream.size() - at);
   }
   return expected;
@@ -122,6 +124,31 @@ Bytes converse(morvaned::Connection &connection, const Bytes &stream, uint8_t mo
   }
 }
 
+// A monitor gets a valid note for each call that was served, with its client's number, and no
+// other.
+void check_notes(morvaned::Connection &monitor, const Expected &expected) {
+  const Header request = {0, remote::kMonitor, 0, 0, 0, 0, 0};
+  const Bytes notes = converse(monitor, {}, 255);
+  size_t at = 0;
+  uint64_t calls = 0;
+  for (uint64_t lost = 0; at < notes.size(); calls += lost == 0 ? 1 : lost) {
+    require(notes.size() - at >= sizeof(Header) + sizeof(vp_note));
+    Header header;
+    vp_note note;
+    std::memcpy(&header, &notes[at], sizeof header);
+    std::memcpy(&note, &notes[at + sizeof header], sizeof note);
+    require(remote::is_valid_note(header, request) && remote::is_valid_note_body(header, note));
+    lost = note.lost;
+    at += sizeof header + header.length;
+  }
+  const auto is_call = [](const Header &answered) {
+    return answered.kind == remote::kCall && answered.length <= max_record;
+  };
+  require(at == notes.size());
+  require(calls == static_cast<uint64_t>(
+                       std::count_if(expected.answered.begin(), expected.answered.end(), is_call)));
+}
+
 void check_answers(const Bytes &answers, const Expected &expected) {
   size_t at = sizeof(Hello);
   require(answers.size() >= at);
@@ -145,15 +172,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   input_bytes input(data, size);
   const auto most = input.take<uint8_t>();
   morvaned::Service service(max_record);
-  morvaned::Peer peer;
+  morvaned::Peer owner, peer;
+  owner.may_control = true;
   peer.may_control = most % 2 == 0;
-  const auto place = service.enter(peer);
+  const auto owners_place = service.enter(std::move(owner));
+  morvaned::Connection monitor(service, *owners_place);
+  Bytes opening;
+  append(opening, Hello{remote::kMagic, remote::kVersion, 0, 0, 0});
+  append(opening, Header{0, remote::kMonitor, 0, 0, 0, 0, 0});
+  converse(monitor, opening, 255);
+  const auto place = service.enter(std::move(peer));
   morvaned::Connection connection(service, *place);
   const Bytes stream = any_stream(input);
-  const Expected expected = read_stream(stream);
+  const Expected expected = read_stream(stream, most % 2 == 0);
   const Bytes answers = converse(connection, stream, most);
   require((connection.fault() != nullptr) == expected.fault);
   check_answers(answers, expected);
+  check_notes(monitor, expected);
   service.leave(place);
+  service.leave(owners_place);
   return 0;
 }

@@ -366,6 +366,57 @@ typedef void (*vp_watcher)(vp_phase phase, const vp_call *call, void *user);
  */
 void vp_watch(vp_watcher watcher, void *user);
 
+/** A note about a service call of any client of morvaned. 48 bytes, before the call itself. */
+typedef struct vp_note {
+  uint64_t lost;     /**< 0: calls that are omitted here; if not 0, no call follows */
+  uint64_t client;   /**< 8: number of the client, from 1; each connection has another */
+  int32_t process;   /**< 16: its process; 0 if it is in another process namespace */
+  uint32_t user;     /**< 20: its user */
+  uint32_t size;     /**< 24: bytes of the call, which follow the note */
+  uint32_t reserved; /**< 28: 0 */
+  char program[16];  /**< 32: name of its program, NUL-padded; byte 15 is NUL */
+} vp_note;
+
+/** A connection on which morvaned reports the calls of all its clients. */
+typedef struct vp_monitor vp_monitor;
+
+/**
+ * Monitors the switch: from now on the service sends a note about each call, on a connection that
+ * no call or control uses. It never waits for a monitor. If more than 1 MiB of notes waits, it
+ * omits calls until half of them are received, and reports their number in a note.
+ *
+ * @param monitor receives the monitor, which ::vp_monitor_close closes
+ * @retval 0        opened
+ * @retval EFAULT   monitor is null
+ * @retval ENOTCONN this process uses its private switch, whose calls ::vp_watch shows
+ * @retval EPERM    the user is neither root nor the service's
+ * @return or an errno of the table above
+ */
+int vp_monitor_open(vp_monitor **monitor);
+
+/**
+ * Returns the next note. After it come `size` bytes: the call as a recording has it, an
+ * `mrec_call_t` of docs/recording.md at position 0. Its number counts the calls of the client, and
+ * its times are the service's. Check it like a recording; the note itself is checked.
+ *
+ * @param monitor    the monitor
+ * @param timeout_ms milliseconds to wait; below 0 without a limit
+ * @param note       receives the note; valid until the next call with this monitor
+ * @retval 0          returned
+ * @retval ETIMEDOUT  there is no note yet
+ * @retval ECONNRESET the service has ended
+ * @retval EPROTO     the service sent an impossible note
+ * @retval EFAULT     monitor or note is null
+ */
+int vp_monitor_next(vp_monitor *monitor, int timeout_ms, const vp_note **note);
+
+/**
+ * Closes a monitor.
+ *
+ * @param monitor the monitor, or null
+ */
+void vp_monitor_close(vp_monitor *monitor);
+
 /** Direction of traffic through a port. */
 typedef enum vp_direction KEL_ENUM32 { VP_N2H, VP_H2N } vp_direction;
 

@@ -60,7 +60,7 @@ void Connection::update_buffered() {
 
 // Why a request is refused; null if it is accepted.
 const char *Connection::fault_of_request(const Header &request) const {
-  const char *const fault = remote::validate(request);
+  const char *const fault = is_monitor() ? "request from a monitor" : remote::validate(request);
   return fault == nullptr && request.length > service_.max_record() ? kTooLong : fault;
 }
 
@@ -112,12 +112,16 @@ void Connection::reply_in_place(const Header &reply) {
 }
 
 Part Connection::output() {
+  if (!has_reply())
+    return peer_.notes->front();
   return {(reply_ != 0 ? in_.data() : out_.data()) + sent_, output_size() - sent_};
 }
 
 void Connection::sent(std::size_t count) {
+  if (!has_reply())
+    return peer_.notes->pop(count);
   sent_ += count;
-  if (has_output())
+  if (has_reply())
     return;
   sent_ = reply_ = 0;
   out_.clear();

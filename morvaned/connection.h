@@ -13,12 +13,6 @@
 
 namespace morvaned {
 
-// Some bytes of a buffer.
-struct Part {
-  uint8_t *bytes;
-  std::size_t count;
-};
-
 // Received bytes. Unlike a vector it grows without clearing, and a long one without copying.
 class ReceiveBuffer {
  public:
@@ -55,9 +49,11 @@ class Connection {
 
   // What the client is to receive; sent() says how much of it has gone.
   Part output();
-  bool has_output() const { return sent_ < output_size(); }
+  bool has_output() const { return has_reply() || has_notes(); }
+  bool has_reply() const { return sent_ < output_size(); }
   void sent(std::size_t count);
 
+  bool is_monitor() const { return peer_.notes != nullptr; }
   bool is_greeted() const { return greeted_; }
   bool is_within_message() const { return have_ != 0; }
   // Why the connection has to end once its output is gone; null as long as it continues.
@@ -70,6 +66,7 @@ class Connection {
   void refuse(int error_number, const char *why);
   void reply_in_place(const remote::Header &reply);
   void update_buffered();
+  bool has_notes() const { return is_monitor() && !peer_.notes->empty(); }
   std::size_t current_length() const;
   std::size_t output_size() const { return reply_ != 0 ? reply_ : out_.size(); }
   void consume(std::size_t count);

@@ -117,6 +117,7 @@ void Server::run(const std::function<void()> &save) {
     const bool needs_tick = awaited_ != 0 || !listening_ || log_.has_suppressed();
     const int count = epoll_wait(epoll_.get(), events, kMaxEvents,
                                  needs_tick ? int{std::chrono::milliseconds(kTick).count()} : -1);
+    bool has_due_replies = false;
     for (int i = 0; i < count; ++i) {
       void *const what = events[i].data.ptr;
       if (what == &signals_) {
@@ -127,10 +128,14 @@ void Server::run(const std::function<void()> &save) {
       } else if (what == &listener_)
         accept_clients();
       else if (what == &timer_)
-        send_held();
+        has_due_replies = true;
       else
         turn(*static_cast<Client *>(what), events[i].events);
     }
+    // These end other clients, of which an event may be among those above.
+    if (has_due_replies)
+      send_held();
+    send_notes();
     if (needs_tick && Clock::now() >= next_tick_)
       reap_idle();
   }
@@ -238,7 +243,10 @@ void Server::turn(Client &client, uint32_t events) {
     if (why == nullptr)
       why = send(client);
     if (why == nullptr && client.connection.is_ready()) {
+      const bool was_monitor = client.connection.is_monitor();
       client.connection.serve_one();
+      if (client.connection.is_monitor() && !was_monitor)
+        monitors_.push_back(&client);
       if (client.peer->reply_time > Clock::now())
         return hold(client);
       why = send(client);
@@ -274,7 +282,9 @@ const char *Server::send(Client &client) {
   if (count < 0 && (errno == EAGAIN || errno == EINTR))
     return nullptr;
   if (count < 0)
-    return client.connection.is_greeted() ? "disconnected before reading its reply" : "";
+    return client.connection.is_greeted() && client.connection.has_reply()
+               ? "disconnected before reading its reply"
+               : "";
   client.connection.sent(static_cast<std::size_t>(count));
   if (!client.connection.has_output())
     client.ticks = 0;
@@ -282,12 +292,13 @@ const char *Server::send(Client &client) {
 }
 
 // The next request of a client may be here already: it is served in the next turn in which the
-// socket can be written. It cannot be written while too many replies are unread.
+// socket can be written. It cannot be written while too many replies are unread. Notes may wait for
+// any time.
 void Server::wait_for_more(Client &client) {
   const Connection &connection = client.connection;
-  const uint32_t events = connection.has_output() || connection.is_ready() ? EPOLLOUT : EPOLLIN;
-  const bool expects_io =
-      events == EPOLLOUT || !connection.is_greeted() || connection.is_within_message();
+  const bool has_work = connection.has_reply() || connection.is_ready();
+  const uint32_t events = has_work || connection.has_output() ? EPOLLOUT : EPOLLIN;
+  const bool expects_io = has_work || !connection.is_greeted() || connection.is_within_message();
   if (expects_io && !client.expects_io) {
     ++awaited_;
     client.ticks = 0;
@@ -299,6 +310,15 @@ void Server::wait_for_more(Client &client) {
     return;
   client.events = events;
   wait_for(events, EPOLL_CTL_MOD, client.socket.get(), &client);
+}
+
+// Sends the notes of the monitors that do not yet wait for their socket to be writable.
+void Server::send_notes() {
+  for (std::size_t i = monitors_.size(); i > 0; --i) {
+    Client &monitor = *monitors_[i - 1];
+    if (monitor.connection.has_output() && (monitor.events & EPOLLOUT) == 0)
+      turn(monitor, 0);
+  }
 }
 
 // Keeps the reply of a client until its time, while others are served.
@@ -365,6 +385,7 @@ void Server::end(Client &client, const char *why) {
     log_end(client, why);
   if (client.expects_io)
     --awaited_;
+  monitors_.erase(std::remove(monitors_.begin(), monitors_.end(), &client), monitors_.end());
   service_.leave(client.peer);
   clients_.erase(client.self);
 }

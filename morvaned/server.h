@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "connection.h"
 #include "descriptor.h"
@@ -60,6 +61,7 @@ class Server {
   static const char *receive(Client &client);
   static const char *send(Client &client);
   void wait_for_more(Client &client);
+  void send_notes();
   void hold(Client &client);
   void send_held();
   void set_timer();
@@ -76,6 +78,7 @@ class Server {
   Descriptor epoll_;
   Descriptor timer_;  // expires at the time of the next held reply
   std::list<std::unique_ptr<Client>> clients_;
+  std::vector<Client *> monitors_;
   bool listening_ = true;
   std::size_t awaited_ = 0;  // clients that the service expects I/O of
   Clock::time_point next_tick_ = Clock::now();

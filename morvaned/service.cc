@@ -1,5 +1,6 @@
 #include "service.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -84,8 +85,9 @@ Header Service::serve(Peer &peer, const Header &request, uint8_t *body, Bytes &o
 }
 
 Header Service::serve_call(Peer &peer, const Header &request, uint8_t *body) {
+  const ServiceCall call = {request.case_code, request.driver_id, body, request.length};
   const VirtualSwitch::Outcome outcome =
-      switch_.call({request.case_code, request.driver_id, body, request.length}, client_of(peer));
+      monitors_.empty() ? switch_.call(call, client_of(peer)) : call_monitored(peer, call);
   const bool is_read =
       request.case_code == SYSSRV_REG_READ_CASE || request.case_code == SYSSRV_MEM_READ_CASE;
   ++peer.calls;
@@ -100,10 +102,37 @@ Header Service::serve_call(Peer &peer, const Header &request, uint8_t *body) {
   return answer;
 }
 
+VirtualSwitch::Outcome Service::call_monitored(const Peer &peer, const ServiceCall &call) {
+  note_.begin(call, peer.calls + 1);
+  const VirtualSwitch::Outcome outcome = switch_.call(call, client_of(peer));
+  note_.end(call, outcome);
+  vp_note note = {0, peer.serial, peer.process, peer.user, note_.size(), 0, {}};
+  peer.program.copy(note.program, sizeof note.program - 1);
+  for (NoteQueue *const monitor : monitors_)
+    monitor->add(note, note_.bytes());
+  return outcome;
+}
+
+void Service::monitor(Peer &peer, uint32_t sequence) {
+  auto notes = std::make_unique<NoteQueue>(sequence);
+  monitors_.push_back(notes.get());
+  peer.notes = std::move(notes);
+}
+
+void Service::leave(std::list<Peer>::iterator peer) {
+  monitors_.erase(std::remove(monitors_.begin(), monitors_.end(), peer->notes.get()),
+                  monitors_.end());
+  peers_.erase(peer);
+}
+
 // Requests other than service calls: 0 and the body of the answer, or the errno of the refusal.
-int Service::control(const Peer &peer, const Header &request, const uint8_t *body, Bytes &answer) {
+int Service::control(Peer &peer, const Header &request, const uint8_t *body, Bytes &answer) {
   if (request.kind == remote::kListClients) {
     answer = client_list();
+    return 0;
+  }
+  if (request.kind == remote::kMonitor) {
+    monitor(peer, request.sequence);
     return 0;
   }
   const int error = switch_.control(request.kind, body, request.length, client_of(peer), answer);

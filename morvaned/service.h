@@ -7,9 +7,11 @@
 #include <chrono>
 #include <cstdint>
 #include <list>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "call_notes.h"
 #include "model/virtual_switch.h"
 #include "wire/messages.h"
 
@@ -33,6 +35,7 @@ struct Peer {
   Clock::time_point came = Clock::now();
   Clock::time_point last_call = came;
   Clock::time_point reply_time = came;  // a fault delays the reply until then
+  std::unique_ptr<NoteQueue> notes;     // null unless it monitors the switch
 };
 
 class Service {
@@ -57,16 +60,20 @@ class Service {
     peer.serial = ++last_serial_;
     return peers_.insert(peers_.end(), std::move(peer));
   }
-  void leave(std::list<Peer>::iterator peer) { peers_.erase(peer); }
+  void leave(std::list<Peer>::iterator peer);
   const std::list<Peer> &peers() const { return peers_; }
 
  private:
   remote::Header serve_call(Peer &peer, const remote::Header &request, uint8_t *body);
-  int control(const Peer &peer, const remote::Header &request, const uint8_t *body, Bytes &answer);
+  VirtualSwitch::Outcome call_monitored(const Peer &peer, const ServiceCall &call);
+  void monitor(Peer &peer, uint32_t sequence);
+  int control(Peer &peer, const remote::Header &request, const uint8_t *body, Bytes &answer);
   Bytes client_list() const;
 
   VirtualSwitch switch_;
   std::list<Peer> peers_;
+  std::vector<NoteQueue *> monitors_;
+  CallNote note_;
   uint64_t last_serial_ = 0;
   uint32_t max_record_;
 };

@@ -27,6 +27,13 @@ compact_record keep_request(const call_payload &record, uint8_t *to);
 // How many bytes are kept of the answer to a kept request, and whether it is truncated.
 compact_record measure_answer(const call_payload &record, uint32_t shape, const uint8_t *request);
 
+// Bytes of the note of a call, a multiple of 16, from the sizes of its request and its answer.
+inline uint32_t note_size(const mrec_call_t &call) {
+  constexpr uint32_t step = sizeof(mrec_note_t);
+  const uint32_t used = sizeof call + call.request_size + call.answer_size;
+  return (used + step - 1) / step * step;
+}
+
 // Copies them.
 void keep_answer(const call_payload &record, const compact_record &answer, uint8_t *to);
 

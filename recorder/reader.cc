@@ -17,9 +17,6 @@ namespace {
 constexpr std::size_t kStep = sizeof(mrec_note_t);  // notes begin at its multiples
 constexpr uint64_t kRingStep = 4096;
 constexpr std::size_t kChunk = 65536;
-// Maximum size of the note of a call: its request, its answer and padding.
-constexpr std::size_t kMaxCallBytes =
-    sizeof(mrec_call_t) + MREC_REQUEST_MAX + 2 * sizeof(uint32_t) * MREC_WORDS_MAX;
 constexpr std::size_t kRegisterHeader = sizeof(kel_asic_reg_access_params_t);
 constexpr std::size_t kRegisterAnswer = 8;  // data and num
 constexpr std::size_t kTransactionHeader = offsetof(kel_asic_xn_t, xn);
@@ -234,7 +231,8 @@ Call call_of(const Noted &noted) {
   return call;
 }
 
-// Converts a note into a call; false if the note contradicts itself.
+}  // namespace
+
 bool make_call(const uint8_t *bytes, std::size_t size, Call *call) {
   if (size < sizeof(mrec_call_t))
     return false;
@@ -252,8 +250,6 @@ bool make_call(const uint8_t *bytes, std::size_t size, Call *call) {
   const uint8_t *const answer = request + note.request_size;
   return make_records(Bytes(request, answer), Bytes(answer, answer + note.answer_size), call);
 }
-
-}  // namespace
 
 Reader::Reader(std::string path) : path_(std::move(path)) {
   refresh();
@@ -293,9 +289,9 @@ bool Reader::next(Call *call) {
       continue;
     }
     const bool is_call = note.kind == MREC_NOTE_CALL;
-    if (is_call && note.size <= kMaxCallBytes && !fill(note.size))
+    if (is_call && note.size <= MREC_CALL_MAX && !fill(note.size))
       continue;
-    if (is_call && (note.size > kMaxCallBytes || !make_call(next_bytes(), note.size, call))) {
+    if (is_call && (note.size > MREC_CALL_MAX || !make_call(next_bytes(), note.size, call))) {
       skip(kStep, &damaged_);
       continue;
     }

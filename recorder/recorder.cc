@@ -357,10 +357,7 @@ bool begin_note(pending_call *call, uint32_t driver) {
 }
 
 void write_note(const pending_call &call, const uint8_t *kept, const compact_record &answer) {
-  constexpr uint32_t step = sizeof(mrec_note_t);
-  const uint32_t used =
-      static_cast<uint32_t>(sizeof call.note) + call.note.request_size + answer.size;
-  const uint32_t size = (used + step - 1) / step * step;
+  const uint32_t size = note_size(call.note);
   uint8_t *const note = ring_reserve(&recorder.notes, size);
   uint8_t *const request = note + sizeof call.note;
   std::memcpy(note, &call.note, sizeof call.note);

@@ -78,9 +78,8 @@ bool ring_size_of(const char *text, uint32_t *size) {
 }
 
 // Writes the name of the program as a part of a file name. Returns its end.
-char *append_program(char *to, std::size_t size) {
-  const char *program = program_invocation_short_name;
-  if (program == nullptr || *program == '\0')
+char *append_program(char *to, std::size_t size, const char *program) {
+  if (*program == '\0')
     program = "unnamed";
   char *const begin = to;
   for (; *program != '\0' && to != begin + size; ++program) {
@@ -93,11 +92,11 @@ char *append_program(char *to, std::size_t size) {
 }
 
 // Opens a new file. A file that an earlier process with this pid has left stays as it is.
-int create_file(int directory, char *name) {
+int create_file(const recorded_process &process, int directory, char *name) {
   constexpr std::size_t max_program = 99;
-  char *const program_end = append_program(name, max_program);
+  char *const program_end = append_program(name, max_program, process.program);
   *program_end = '.';
-  char *const pid_end = append_number(program_end + 1, static_cast<uint32_t>(getpid()));
+  char *const pid_end = append_number(program_end + 1, process.pid);
   char *end = pid_end;
   for (uint32_t number = 1; number <= max_names; ++number) {
     stpcpy(end, ".mrec");
@@ -135,24 +134,23 @@ void read_boot_id(char *id, std::size_t size) {
 }
 
 // The magic last: up to then the file has no calls.
-void write_header(mrec_header_t *header, uint32_t ring_size) {
+void write_header(const recorded_process &process, mrec_header_t *header, uint32_t ring_size) {
   header->version = MREC_VERSION;
   header->header_size = MREC_HEADER_SIZE;
   header->ring_size = ring_size;
   header->wall_ns = clock_ns(CLOCK_REALTIME);
   header->monotonic_ns = clock_ns(CLOCK_MONOTONIC);
-  header->pid = static_cast<uint32_t>(getpid());
-  header->parent_pid = static_cast<uint32_t>(getppid());
-  header->word_size = sizeof(void *);
+  header->pid = process.pid;
+  header->parent_pid = process.parent_pid;
+  header->word_size = process.word_size;
   read_boot_id(header->boot_id, sizeof header->boot_id);
-  if (program_invocation_short_name != nullptr)
-    std::strncpy(header->program, program_invocation_short_name, sizeof header->program - 1);
+  std::strncpy(header->program, process.program, sizeof header->program - 1);
   __atomic_thread_fence(__ATOMIC_RELEASE);
   std::memcpy(header->magic, MREC_MAGIC, sizeof header->magic);
 }
 
 // Returns 0 or an error number. The pages are there from the start, so that no call waits for one.
-int map_recording(int file, uint32_t ring_size, ring *to) {
+int map_recording(const recorded_process &process, int file, uint32_t ring_size, ring *to) {
   const std::size_t size = MREC_HEADER_SIZE + ring_size;
   if (const int error = allocate(file, static_cast<off_t>(size)))
     return error;
@@ -165,17 +163,18 @@ int map_recording(int file, uint32_t ring_size, ring *to) {
          ring_size,
          0,
          {}};
-  write_header(to->header, ring_size);
+  write_header(process, to->header, ring_size);
   return 0;
 }
 
 // Returns 0 or an error number.
-__attribute__((noinline)) int create_in(int directory, uint32_t ring_size, ring *to) {
+__attribute__((noinline)) int create_in(const recorded_process &process, int directory,
+                                        uint32_t ring_size, ring *to) {
   char name[160];
-  const int file = create_file(directory, name);
+  const int file = create_file(process, directory, name);
   if (file < 0)
     return errno;
-  const int error = map_recording(file, ring_size, to);
+  const int error = map_recording(process, file, ring_size, to);
   close(file);
   if (error != 0)
     unlinkat(directory, name, 0);
@@ -219,11 +218,21 @@ void read_settings(recording_settings *settings) {
   log_error({"no recording: the name of the directory is too long"});
 }
 
+int create_recording_of(const recorded_process &process, const char *directory, uint32_t ring_size,
+                        ring *to) {
+  const int opened = open(directory, O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (opened < 0)
+    return errno;
+  const int error = create_in(process, opened, ring_size, to);
+  close(opened);
+  return error;
+}
+
 bool create_recording(const recording_settings &settings, ring *to) {
-  const int directory = open(settings.directory, O_PATH | O_DIRECTORY | O_CLOEXEC);
-  const int error = directory < 0 ? errno : create_in(directory, settings.ring_size, to);
-  if (directory >= 0)
-    close(directory);
+  const char *const program = program_invocation_short_name;
+  const recorded_process self = {program == nullptr ? "" : program, static_cast<uint32_t>(getpid()),
+                                 static_cast<uint32_t>(getppid()), sizeof(void *)};
+  const int error = create_recording_of(self, settings.directory, settings.ring_size, to);
   if (error != 0) {
     const char *const text = strerrordesc_np(error);
     log_error({"no recording in ", settings.directory, ": ", text == nullptr ? "unknown" : text});

@@ -13,6 +13,14 @@ struct recording_settings {
   uint32_t ring_size;
 };
 
+// The process whose calls a recording has.
+struct recorded_process {
+  const char *program;
+  uint32_t pid;
+  uint32_t parent_pid;  // 0 if it is unknown
+  uint32_t word_size;   // bytes of its pointers; 0 if it is unknown
+};
+
 // Messages go to descriptor 2 only while it is the file that it is now.
 void remember_standard_error();
 
@@ -22,6 +30,10 @@ void read_settings(recording_settings *settings);
 // Creates the file of this process, allocates all of it and maps it. If that fails, reports it on
 // standard error and returns false.
 bool create_recording(const recording_settings &settings, ring *to);
+
+// Creates and maps the file of a process in a directory. 0 or an error number.
+int create_recording_of(const recorded_process &process, const char *directory, uint32_t ring_size,
+                        ring *to);
 
 void unmap_recording(const ring &of);
 

@@ -46,6 +46,9 @@ typedef uint64_t mrec_u64_t __attribute__((aligned(8)));
 /** Maximum number of bytes that are kept of any request: a transaction with all its entries. */
 #define MREC_REQUEST_MAX UINT32_C(10280)
 
+/** Maximum number of bytes of the note of a call: its request, its answer and padding. */
+#define MREC_CALL_MAX UINT32_C(26768)
+
 /** Begins each note, exclusive-or'ed with the low 32 bits of its position. */
 #define MREC_NOTE_MARK UINT32_C(0xCA11CA11)
 
@@ -126,8 +129,8 @@ typedef struct mrec_header_t {
   mrec_u64_t wall_ns;      /**< 48: when the recording began: CLOCK_REALTIME in nanoseconds */
   mrec_u64_t monotonic_ns; /**< 56: when it began: CLOCK_MONOTONIC in nanoseconds */
   uint32_t pid;            /**< 64: the process */
-  uint32_t parent_pid;     /**< 68: its parent */
-  uint32_t word_size;      /**< 72: bytes of its pointers */
+  uint32_t parent_pid;     /**< 68: its parent; 0 if it is unknown */
+  uint32_t word_size;      /**< 72: bytes of its pointers; 0 if it is unknown */
   uint32_t reserved;       /**< 76: 0 */
   char boot_id[40];        /**< 80: boot of the machine, NUL-padded; empty if it is unknown */
   char program[152];       /**< 120: name of the program, NUL-padded, byte 151 NUL */

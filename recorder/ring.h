@@ -6,8 +6,6 @@
 
 #include "recording_format.h"
 
-#pragma GCC visibility push(hidden)
-
 struct ring_position {
   uint64_t head;     // position after the newest note
   uint32_t head_at;  // its offset in notes
@@ -24,6 +22,8 @@ struct ring {
   uint32_t current;  // which of the positions is valid
   ring_position positions[2];
 };
+
+#pragma GCC visibility push(hidden)
 
 // Reserves space for a note of that size (a multiple of 16), which overwrites the oldest notes.
 // Readers do not see the note before it is published.

@@ -409,6 +409,40 @@ TEST_F(SwitchService, delays_the_answer_to_one_client_and_serves_the_others) {
   expect_log("disconnected before reading its reply");
 }
 
+TEST_F(SwitchService, waits_for_no_monitor_and_reports_how_many_notes_it_left_out) {
+  start();
+  vp_monitor *monitor = nullptr;
+  ASSERT_EQ(vp_monitor_open(&monitor), 0);
+  constexpr uint64_t calls = 10000;
+  for (uint64_t i = 0; i < calls; ++i)
+    ASSERT_EQ(read_register(), 0);
+  uint64_t received = 0, lost = 0, number = 0;
+  const vp_note *note = nullptr;
+  const auto receive_notes = [&] {
+    while (vp_monitor_next(monitor, 0, &note) == 0) {
+      lost += note->lost;
+      received += note->lost == 0 ? 1 : 0;
+    }
+    return received + lost == calls;
+  };
+  EXPECT_TRUE(wait_until(receive_notes)) << received << " notes, " << lost << " lost";
+  EXPECT_GT(lost, 0u);
+  EXPECT_GT(received, uint64_t{1 << 20} / 400);
+  EXPECT_EQ(read_register(), 0);
+  EXPECT_EQ(vp_monitor_next(monitor, -1, &note), 0);
+  std::memcpy(&number, reinterpret_cast<const char *>(note + 1) + 16, sizeof number);
+  EXPECT_EQ(number, calls + 1);
+  EXPECT_EQ(note->process, getpid());
+  vp_monitor_close(monitor);
+  expect_only_client();
+  expect_log("ready");
+  EXPECT_EQ(log_lines(), 2) << log();
+  const Header request = {9, remote::kMonitor, 0, 0, 0, 0, 0};
+  const Descriptor talking = client_that_sends(bytes_of(kGoodHello, request, request));
+  EXPECT_EQ(receive(talking, 1000), bytes_of(request));
+  expect_log("disconnected: request from a monitor");
+}
+
 TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
   const Descriptor listener = listen_here();
   const auto list = [] {
@@ -426,6 +460,25 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
     return bytes_of(made);
   };
   const auto body = [](size_t length) { return std::string(length, 'a'); };
+  const auto monitor = [] {
+    vp_monitor *opened = nullptr;
+    if (const int error = vp_monitor_open(&opened))
+      return error;
+    const vp_note *note = nullptr;
+    const int error = vp_monitor_next(opened, -1, &note);
+    EXPECT_EQ(vp_monitor_next(opened, 0, &note), error == 0 ? ECONNRESET : error);
+    vp_monitor_close(opened);
+    return error;
+  };
+  const auto note = [](uint64_t lost, int32_t process, uint32_t size, size_t given, char last,
+                       int32_t result = 0) {
+    vp_note made = {lost, 1, process, 0, size, 0, {}};
+    std::memset(made.program, 'x', sizeof made.program - 1);
+    made.program[sizeof made.program - 1] = last;
+    const auto length = static_cast<uint32_t>(sizeof made + given);
+    return bytes_of(Header{0, remote::kMonitor, 0, 0, result, 0, length}, made) +
+           std::string(given, 'a');
+  };
   const Hello good = service_hello(0);
   const std::string known = client(0, 4095, '\0');
   constexpr uint32_t kNone = UINT32_MAX;  // in the place of -1
@@ -461,6 +514,19 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
       {EPROTO, good, {}, 128, known + known + "x", list},
       {0, good, {}, 8, bytes_of(remote::Card{7, UINT16_MAX}), card},
       {EPROTO, good, {}, 8, bytes_of(remote::Card{7, UINT16_MAX + 1}), card},
+      {0, good, {}, 0, note(0, 1, 96, 96, '\0'), monitor},
+      {0, good, {}, 0, note(3, 0, 0, 0, '\0'), monitor},
+      {EPROTO, good, {}, 0, note(0, 1, 0, 0, '\0'), monitor},
+      {EPROTO, good, {}, 0, note(3, 1, 96, 96, '\0'), monitor},
+      {EPROTO, good, {}, 0, note(0, 1, 112, 96, '\0'), monitor},
+      {EPROTO, good, {}, 0, note(0, 1, 100, 100, '\0'), monitor},
+      {EPROTO, good, {}, 0, note(0, 1, 26784, 26784, '\0'), monitor},
+      {EPROTO, good, {}, 0, note(0, -1, 96, 96, '\0'), monitor},
+      {EPROTO, good, {}, 0, note(0, 1, 96, 96, 'x'), monitor},
+      {EPROTO, good, {}, 0, note(0, 1, 96, 96, '\0', 1), monitor},
+      {ECONNRESET, good, {}, 0, note(0, 1, 96, 96, '\0').substr(0, 100), monitor},
+      {EPERM, good, {0, 0, 0, 0, kNone, EPERM}, 0, "", monitor},
+      {EPROTO, good, {}, 4, body(4), monitor},
       {EAGAIN, service_hello(EAGAIN), {}, 0, ""},
       {EPROTONOSUPPORT, {remote::kMagic, 2, 0, 1 << 24, 0}, {}, 0, ""},
       {EPROTO, {}, {}, 0, ""},
@@ -479,7 +545,8 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
         return;
       std::array<uint32_t, 7> header;
       std::memcpy(header.data(), &request[sizeof(Hello)], sizeof header);
-      EXPECT_NE(header[0], std::exchange(last_sequence, header[0]));
+      EXPECT_TRUE(header[1] == remote::kMonitor ||
+                  header[0] != std::exchange(last_sequence, header[0]));
       receive(socket, std::exchange(header[6], c.length));
       std::transform(c.added.begin(), c.added.end(), header.begin(), header.begin(), std::plus<>());
       send_bytes(socket, bytes_of(header) + c.body);
@@ -709,6 +776,11 @@ TEST_F(SwitchService, ends_clients_without_progress_after_five_seconds_and_not_b
   const Descriptor silent = client_that_sends(""), asking = connect_raw(),
                    incomplete = client_that_sends(bytes_of(kGoodHello) + "cut");
   send_bytes(asking, bytes_of(kGoodHello));
+  vp_monitor *monitor = nullptr;  // which does not receive its notes, and stays
+  EXPECT_EQ(vp_monitor_open(&monitor), 0);
+  constexpr int kNotes = 2000;  // more than its socket holds
+  for (int i = 0; i < kNotes; ++i)
+    expect_register(0);
   const std::string request = bytes_of(Header{1, remote::kCall, 0, 0, 0, 0, 0});
   pollfd gone = {silent.get(), POLLIN, 0};
   while (poll(&gone, 1, 20) == 0 && Clock::now() - begin < std::chrono::seconds(15)) {
@@ -722,6 +794,10 @@ TEST_F(SwitchService, ends_clients_without_progress_after_five_seconds_and_not_b
   expect_log("handshake timed out");
   expect_log("incomplete request timed out");
   expect_log("not reading replies, disconnected");
+  const vp_note *note = nullptr;
+  for (int i = 0; i < kNotes; ++i)
+    ASSERT_EQ(vp_monitor_next(monitor, -1, &note), 0);
+  vp_monitor_close(monitor);
 }
 
 TEST_F(SwitchService, gives_enomem_and_applies_nothing_when_its_memory_runs_out) {

@@ -5,6 +5,7 @@
 
 #include "own_switch.h"
 #include "virtual_platform.h"
+#include "wire/monitor_client.h"
 
 namespace {
 
@@ -52,6 +53,20 @@ int vp_switch_info(vp_switch *shown) {
 
 int vp_clients(const vp_client **clients, uint32_t *count) {
   return remote::is_remote() ? list(remote::kListClients, clients, count) : ENOTCONN;
+}
+
+int vp_monitor_open(vp_monitor **monitor) {
+  return monitor == nullptr ? EFAULT : remote::open_monitor(monitor);
+}
+
+int vp_monitor_next(vp_monitor *monitor, int timeout_ms, const vp_note **note) {
+  if (monitor == nullptr || note == nullptr)
+    return EFAULT;
+  return remote::next_note(*monitor, timeout_ms, note);
+}
+
+void vp_monitor_close(vp_monitor *monitor) {
+  remote::close_monitor(monitor);
 }
 
 int vp_add_fault(const vp_fault *fault) {

@@ -17,6 +17,9 @@ struct Lengths {
   uint32_t max_entries;
 };
 
+// The call of a note begins with so many bytes and has a multiple of 16.
+constexpr uint32_t kMinCallNote = 96;
+
 constexpr Lengths kLengths[kEndOfKinds] = {
     {0, 0, 0},
     {0, 0, 0},  // kCall
@@ -35,9 +38,14 @@ constexpr Lengths kLengths[kEndOfKinds] = {
     {sizeof(Time), 0, 1},
     {0, 1, UINT32_MAX},                 // kSave
     {kAnyLength, sizeof(Restored), 1},  // kRestore
-    {0, 0, 1},
+    {0, 0, 1},                          // kMonitor
     {sizeof(FieldValue), 0, 1},
 };
+
+bool repeats(const Header &request, const Header &answer) {
+  return answer.sequence == request.sequence && answer.kind == request.kind &&
+         answer.case_code == request.case_code && answer.driver_id == request.driver_id;
+}
 
 bool has_answer_length(const Header &answer, const Header &request) {
   if (answer.result != 0)
@@ -112,12 +120,19 @@ const char *validate(const Header &request) {
 }
 
 bool is_valid_reply(const Header &answer, const Header &request) {
-  if (answer.sequence != request.sequence || answer.kind != request.kind ||
-      answer.case_code != request.case_code || answer.driver_id != request.driver_id) {
-    return false;
-  }
-  return is_errno_or_zero(answer.error_number) &&
+  return repeats(request, answer) && is_errno_or_zero(answer.error_number) &&
          (answer.result < 0) == (answer.error_number != 0) && has_answer_length(answer, request);
+}
+
+bool is_valid_note(const Header &note, const Header &request) {
+  return repeats(request, note) && note.result == 0 && note.error_number == 0 &&
+         note.length >= sizeof(vp_note) && note.length <= sizeof(vp_note) + kMaxCallNote;
+}
+
+bool is_valid_note_body(const Header &note, const vp_note &body) {
+  const bool has_call = body.size >= kMinCallNote && body.size % 16 == 0;
+  return body.size == note.length - sizeof body && (body.lost != 0 ? body.size == 0 : has_call) &&
+         body.process >= 0 && ends(body.program);
 }
 
 bool is_valid_body(const Header &answer, const void *body) {

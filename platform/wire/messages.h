@@ -31,23 +31,26 @@ struct Hello {
 static_assert(sizeof(Hello) == 20, "five words");
 
 enum Kind : uint32_t {
-  kCall = 1,       // a service call: the record, and the record with its answer
-  kCard,           // nothing; a Card
-  kSetCard,        // a Card; nothing
-  kAddTraffic,     // a Traffic; nothing
-  kReset,          // nothing; nothing
-  kShowAsic,       // an AsicNumber; a vp_asic_state
-  kListClients,    // nothing; a vp_client for each
-  kShowSwitch,     // nothing; a vp_switch
-  kAddFault,       // a vp_fault; nothing
-  kListFaults,     // nothing; a vp_fault for each
-  kRemoveFault,    // a FaultNumber; nothing
-  kAddFlow,        // a Traffic; nothing
-  kStopFlows,      // a Port; nothing
-  kSetTime,        // a Time; nothing
-  kSave,           // nothing; a snapshot
-  kRestore,        // a snapshot; a Restored
-  kSetField = 18,  // a FieldValue; nothing
+  kCall = 1,     // a service call: the record, and the record with its answer
+  kCard,         // nothing; a Card
+  kSetCard,      // a Card; nothing
+  kAddTraffic,   // a Traffic; nothing
+  kReset,        // nothing; nothing
+  kShowAsic,     // an AsicNumber; a vp_asic_state
+  kListClients,  // nothing; a vp_client for each
+  kShowSwitch,   // nothing; a vp_switch
+  kAddFault,     // a vp_fault; nothing
+  kListFaults,   // nothing; a vp_fault for each
+  kRemoveFault,  // a FaultNumber; nothing
+  kAddFlow,      // a Traffic; nothing
+  kStopFlows,    // a Port; nothing
+  kSetTime,      // a Time; nothing
+  kSave,         // nothing; a snapshot
+  kRestore,      // a snapshot; a Restored
+  // Nothing; nothing. Then one more answer for each call of each client, a note. The client sends
+  // nothing more.
+  kMonitor,
+  kSetField,  // a FieldValue; nothing
   kEndOfKinds
 };
 
@@ -111,6 +114,7 @@ static_assert(sizeof(FieldValue) == 56 && offsetof(FieldValue, value) == 16 && s
                   offsetof(vp_asic_state, sp_timer) == 2 && sizeof(vp_client) == 64 &&
                   offsetof(vp_client, calls) == 8 && offsetof(vp_client, program) == 48 &&
                   sizeof(vp_switch) == 64 && offsetof(vp_switch, reserved) == 56 &&
+                  sizeof(vp_note) == 48 && offsetof(vp_note, program) == 32 &&
                   sizeof(vp_fault) == 160 && offsetof(vp_fault, matches) == 80 &&
                   offsetof(vp_fault, caller) == 128,
               "the bodies are the same for both word sizes");
@@ -130,6 +134,14 @@ constexpr uint32_t kMaxClients = 65536;
 
 // Whether the body of such an answer is valid. It is aligned like a vp_fault.
 bool is_valid_body(const Header &answer, const void *body);
+
+// Whether this is the header of a note, one of the answers to a kMonitor after the first. Its body
+// is a vp_note and the call, if any, as the recorder writes it at position 0 of a recording.
+bool is_valid_note(const Header &note, const Header &request);
+constexpr uint32_t kMaxCallNote = 26768;
+
+// Whether the vp_note of such a body is valid.
+bool is_valid_note_body(const Header &note, const vp_note &body);
 
 // Whether a field that gives a failure's errno, or 0, has such a value.
 bool is_errno_or_zero(int32_t value);

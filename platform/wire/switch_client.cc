@@ -9,11 +9,10 @@
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/uio.h>
-#include <time.h>
 #include <unistd.h>
 
 #include "address.h"
+#include "socket_io.h"
 
 namespace remote {
 namespace {
@@ -21,7 +20,6 @@ namespace {
 constexpr int kDefaultWait = 2000;   // ms
 constexpr int kMinHelloWait = 1000;  // ms
 constexpr int kRetryPause = 10;      // ms
-constexpr int64_t kNever = INT64_MAX;
 constexpr uid_t kNoUser = UINT32_MAX;
 
 // Read from the environment; use_switch_at() changes the address.
@@ -130,82 +128,10 @@ int settings_error() {
   return known.environment_error != 0 ? known.environment_error : known.address_error;
 }
 
-int64_t now() {
-  timespec time;
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  return static_cast<int64_t>(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
-}
-
-// Waits until the socket can be read or written; 0 or an errno.
-int wait_for(int fd, short events, int64_t deadline) {
-  for (;;) {
-    const int64_t left = deadline - now();
-    pollfd polled = {fd, events, 0};
-    const int ready = poll(&polled, 1, left > 0 ? static_cast<int>(left) : 0);
-    if (ready > 0)
-      return 0;
-    if (ready == 0)
-      return ETIMEDOUT;
-    if (errno != EINTR)
-      return errno;
-  }
-}
-
 // Whether the service has ended, or the program has closed our socket.
 bool is_gone(int error) {
   return error == EPIPE || error == ECONNRESET || error == ENOTCONN || error == EBADF ||
          error == ENOTSOCK;
-}
-
-// A header and a body that are sent or received in as many steps as it takes.
-struct Transfer {
-  iovec parts[2];
-  size_t done;
-
-  void advance(size_t count) {
-    done += count;
-    for (iovec &part : parts) {
-      const size_t step = count < part.iov_len ? count : part.iov_len;
-      part.iov_base = static_cast<char *>(part.iov_base) + step;
-      part.iov_len -= step;
-      count -= step;
-    }
-  }
-};
-
-using Mover = ssize_t (*)(int fd, msghdr *message, int flags);
-
-ssize_t send_some(int fd, msghdr *message, int flags) {
-  return sendmsg(fd, message, flags | MSG_NOSIGNAL);
-}
-
-// Sends or receives until at least min bytes are done; 0 or an errno.
-int move(Mover mover, short events, int fd, Transfer &transfer, size_t min, int64_t deadline) {
-  while (transfer.done < min) {
-    msghdr message = {};
-    message.msg_iov = transfer.parts;
-    message.msg_iovlen = 2;
-    const ssize_t count = mover(fd, &message, deadline == kNever ? 0 : MSG_DONTWAIT);
-    if (count > 0) {
-      transfer.advance(static_cast<size_t>(count));
-    } else if (count == 0) {
-      return ECONNRESET;
-    } else if (errno == EAGAIN && deadline != kNever) {
-      if (const int error = wait_for(fd, events, deadline))
-        return error;
-    } else if (errno != EINTR) {
-      return errno;
-    }
-  }
-  return 0;
-}
-
-int send_all(int fd, Transfer &transfer, size_t length, int64_t deadline) {
-  return move(send_some, POLLOUT, fd, transfer, length, deadline);
-}
-
-int receive(int fd, Transfer &transfer, size_t min, int64_t deadline) {
-  return move(recvmsg, POLLIN, fd, transfer, min, deadline);
 }
 
 // Whether the descriptor is still our socket: a process that puts itself into the background closes
@@ -409,6 +335,11 @@ int exchange(Header &request, const void *body, uint32_t expected, Header &answe
   return error;
 }
 
+// Whether the service does not know the kind of request.
+bool lacks_feature(uint32_t kind) {
+  return kind >= kShowSwitch && (connection.features & kTestBench) == 0;
+}
+
 // The same on a connection, which is made again if nothing of the request was sent.
 int deliver(Header request, const void *body, uint32_t expected, Header &answer) {
   if (const int error = settings_error())
@@ -417,7 +348,7 @@ int deliver(Header request, const void *body, uint32_t expected, Header &answer)
   for (int attempt = 0; error == ENOTCONN && attempt < 2; ++attempt) {
     if (const int failure = ensure_connection())
       return failure;
-    if (request.kind >= kShowSwitch && (connection.features & kTestBench) == 0)
+    if (lacks_feature(request.kind))
       return EPROTONOSUPPORT;
     if (request.length > connection.max_record)
       return EMSGSIZE;
@@ -477,6 +408,28 @@ int list_request(Kind kind, const void **entries, uint32_t *length) {
   *entries = buffer.bytes;
   *length = header.length;
   return header.error_number;
+}
+
+int open_stream(const Header &request, int *fd, int64_t *deadline) {
+  if (!is_remote())
+    return ENOTCONN;
+  if (const int error = settings_error())
+    return error;
+  if (per_process.connected != getpid())  // the parent's, which would pass for ours
+    disconnect(connection);
+  const Connection connection_before = connection;
+  connection = kNoConnection;
+  int error = connect_to_service();
+  *deadline = settings.timeout > 0 ? now() + settings.timeout : kNever;
+  Transfer sent = {{{const_cast<Header *>(&request), sizeof request}, {}}, 0};
+  if (error == 0)
+    error = lacks_feature(request.kind) ? EPROTONOSUPPORT
+                                        : send_all(connection.fd, sent, sizeof request, *deadline);
+  *fd = connection.fd;
+  if (error != 0)
+    disconnect(connection);
+  connection = connection_before;
+  return error;
 }
 
 const char *switch_address() {

@@ -35,6 +35,11 @@ int control_request(Kind kind, const void *request, uint32_t length, void *answe
 // A request whose answer is a list. 0 or an errno. The entries stay valid until the next request.
 int list_request(Kind kind, const void **entries, uint32_t *length);
 
+// Sends a request on a separate connection, on which the caller receives the answers until it
+// closes the descriptor. The deadline is for the first answer. 0 or an errno: ENOTCONN if the
+// switch is in this process.
+int open_stream(const Header &request, int *fd, int64_t *deadline);
+
 // The address of the switch, as use_switch_at() takes it; null if it is in this process.
 const char *switch_address();
 

@@ -1,14 +1,14 @@
   $ . "$TESTDIR/setup.sh"
   $ ln -s "$TESTDIR/../../examples" examples
 
-Each example of the help runs.
+Each example of the help runs. That of the monitor has no end.
 
   $ listed() { mrvctl "$@" --help | sed -n '/^Commands:/,/^$/s/^.\{17\}\([a-z][-a-z]*\) .*/\1/p'; }
   $ examples() { mrvctl "$@" --help | sed -n '/^Example/,/^$/s/^  //p'; }
   $ try() { examples "$@" >lines; sh -e lines >out 2>&1 </dev/null || cat lines out; wc -l <lines >>counts; }
   $ try
   $ for command in $(listed); do try $command; done
-  $ for group in qos switch 'switch fault'; do for command in $(listed $group); do try $group $command; done; done
+  $ for group in qos switch 'switch fault'; do for command in $(listed $group | grep -v monitor); do try $group $command; done; done
   $ grep -c '^0' counts
   0
   [1]

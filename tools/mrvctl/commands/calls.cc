@@ -4,6 +4,7 @@
 #include <deque>
 
 #include "calls/call_text.h"
+#include "commands/call_table.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
 #include "output/call_json.h"
@@ -32,30 +33,6 @@ std::vector<std::string> resolved(const Session &session, std::vector<std::strin
     path = session.resolve(path);
   return paths;
 }
-
-// Shows calls, one line per call, after a heading.
-class CallTable {
- public:
-  CallTable(Session &session, const AddressIndex &index, size_t process_width,
-            const std::optional<RegisterReference> &wanted)
-      : report_(session.report), index_(index), process_width_(process_width), wanted_(wanted) {
-    if (!report_.json())
-      report_.result({}, call_heading(process_width));
-  }
-
-  void show(const DecodedCall &call) const {
-    if (report_.json())
-      report_.result(call_json(call, index_), "");
-    else
-      report_.result({}, call_line(call, index_, process_width_, wanted_));
-  }
-
- private:
-  Report &report_;
-  const AddressIndex &index_;
-  size_t process_width_;
-  std::optional<RegisterReference> wanted_;
-};
 
 // Hands on the calls that are there and chosen.
 template <typename Take>
@@ -183,6 +160,7 @@ void describe_files(Arguments &arguments, std::vector<std::string> &files) {
 void describe_calls(Arguments &arguments, CallsArgs &args) {
   describe_files(arguments, args.files);
   describe_choice(arguments, args.choice);
+  describe_period(arguments, args.choice);
   arguments.number<uint32_t>("--last N", args.last, "Only the last N of these calls", 1);
   arguments.flag("--follow", args.follow, "Continue with new calls until ^C");
   arguments.flag("--summary", args.summary,

@@ -34,12 +34,35 @@ void describe_choice(Arguments &arguments, CallChoice &choice) {
                    "Only calls that took longer");
   arguments.word("--caller TEXT", choice.caller,
                  "Only calls whose caller's function, or file:line, has TEXT");
+}
+
+void describe_period(Arguments &arguments, CallChoice &choice) {
   arguments.parsed(
       "--since TIME", choice.since_ns, parse_moment,
       "Only calls that began at TIME or later: 2026-11-25 03:00, 03:00 today, -10m, or\n"
       "@SECONDS since 1970");
   arguments.parsed("--until TIME", choice.until_ns, parse_moment,
                    "Only calls that began before TIME");
+}
+
+DecodedCall decoded_call(recording::Call &&call) {
+  DecodedCall decoded;
+  decoded.number = call.number;
+  decoded.wall_ns = call.wall_ns;
+  decoded.case_code = call.case_code;
+  decoded.driver = call.driver;
+  decoded.length = call.length;
+  decoded.request_bytes = std::move(call.request);
+  decoded.answer_bytes = std::move(call.answer);
+  decoded.request_cut = call.request_cut;
+  decoded.answer_cut = call.answer_cut;
+  if (call.returned) {
+    decoded.duration_ns = call.duration_ns;
+    decoded.result = call.result;
+    decoded.error_number = call.error_number;
+  }
+  decode(decoded);
+  return decoded;
 }
 
 RecordedCalls::RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way,
@@ -89,25 +112,11 @@ void RecordedCalls::identify(Source &source) {
 }
 
 DecodedCall RecordedCalls::noted(size_t file, recording::Call &&call) const {
-  DecodedCall noted;
+  const uint64_t order_ns = call.monotonic_ns + sources_[file].offset_ns;
+  DecodedCall noted = decoded_call(std::move(call));
   noted.process = &sources_[file].process;
   noted.file = file;
-  noted.number = call.number;
-  noted.wall_ns = call.wall_ns;
-  noted.order_ns = call.monotonic_ns + sources_[file].offset_ns;
-  noted.case_code = call.case_code;
-  noted.driver = call.driver;
-  noted.length = call.length;
-  noted.request_bytes = std::move(call.request);
-  noted.answer_bytes = std::move(call.answer);
-  noted.request_cut = call.request_cut;
-  noted.answer_cut = call.answer_cut;
-  if (call.returned) {
-    noted.duration_ns = call.duration_ns;
-    noted.result = call.result;
-    noted.error_number = call.error_number;
-  }
-  decode(noted);
+  noted.order_ns = order_ns;
   return noted;
 }
 

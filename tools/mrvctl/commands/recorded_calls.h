@@ -16,8 +16,12 @@
 
 namespace mrvctl {
 
-// The options that choose calls.
+// The options that choose calls, by what they are and by their time.
 void describe_choice(Arguments &arguments, CallChoice &choice);
+void describe_period(Arguments &arguments, CallChoice &choice);
+
+// The call, without its process and its order among those of other processes.
+DecodedCall decoded_call(recording::Call &&call);
 
 class RecordedCalls {
  public:

@@ -126,6 +126,7 @@ void add_switch_commands(Parser &parser) {
   add_switch_fault_commands(parser);
   add_switch_traffic_commands(parser);
   add_switch_clients_command(parser);
+  add_switch_monitor_command(parser);
 }
 
 }  // namespace mrvctl

@@ -15,6 +15,7 @@ void add_switch_fault_commands(Parser &parser);
 void add_switch_traffic_commands(Parser &parser);
 void add_switch_clients_command(Parser &parser);
 void add_switch_state_commands(Parser &parser);
+void add_switch_monitor_command(Parser &parser);
 
 // Throws OperationFailed unless a control succeeded: with this text if its errno is the known one.
 void check_control(int error, int known = 0, const std::string &text = "");
