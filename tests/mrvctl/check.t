@@ -142,7 +142,7 @@ In a transaction nothing is checked. Options that are not understood:
   > check --scratch HI.2:0..512
   > check --port hif:256
   > E
-  stdin:1: check --scratch-table HI.2:5: --scratch-table: HI.2:5 is not a table; `mrvctl dhs` lists the tables
+  stdin:1: check --scratch-table HI.2:5: --scratch-table: HI.2:5 is not a table; 'mrvctl dhs' lists the tables
   stdin:2: check --scratch HI.2:0..512: --scratch: more than 512 scratch registers
   stdin:3: check --port hif:256: --port: '256' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   [2]

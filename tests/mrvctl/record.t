@@ -62,7 +62,7 @@ Programs that cannot be started, and directories that cannot be used:
   record calls -- /no/such/program -x: cannot run /no/such/program: No such file or directory
   [1]
   $ mrvctl record refusals.mrec true
-  record refusals.mrec true: cannot record in refusals.mrec: not a directory
+  record refusals.mrec true: cannot record in refusals.mrec: Not a directory
   [1]
   $ mrvctl --platform /no/such/file record /no/such/folder true
   record /no/such/folder true: cannot record in /no/such/folder: No such file or directory

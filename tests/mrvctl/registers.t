@@ -95,8 +95,8 @@ Registers that do not exist:
   > E
   stdin:1: read HI.0:1584: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has registers 0 to 1583
   stdin:2: read HR.0:26: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HR has no register 26
-  stdin:3: read HR.0:20 7: 7 registers from 20: block HR has no register 26
-  stdin:4: read NI.0:1100 50: 50 registers from 1100: block NI has registers 0 to 1105
+  stdin:3: read HR.0:20 7: HR.0:20..26: block HR has no register 26
+  stdin:4: read NI.0:1100 50: NI.0:1100..1149: block NI has registers 0 to 1105
   stdin:5: write-field HI.2:5 1 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): a mask of 0 selects no bit
   stdin:6: write-field --raw 1 2 3: service call failed: Bad address (0x8223000E)
   [2]

@@ -68,7 +68,7 @@ Entries and tables that do not exist:
   stdin:1: dhs-read HI.2:HI_DHS_LVIF 1024: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): indices are 0 to 1023
   stdin:2: dhs-read HI.2:HI_DHS_LVIF 1000 25: entries 1000 to 1024, but indices are 0 to 1023
   stdin:3: dhs-write HI.2:HI_DHS_LVIF 700 --from 600.dhs: entries 700 to 1299, but indices are 0 to 1023
-  stdin:4: dhs-read HI.2:5 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): HI register 5 is not a table; 'mrvctl dhs' lists the tables
+  stdin:4: dhs-read HI.2:5 0: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): HI.2:5 is not a table; 'mrvctl dhs' lists the tables
   [2]
 
 A register map whose entries differ in size would make the library write past the array of the caller:

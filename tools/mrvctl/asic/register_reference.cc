@@ -1,8 +1,6 @@
 // The parser and the text of a reference to registers.
 #include "asic/register_reference.h"
 
-#include <cctype>
-
 #include "kel_asic_dhs_tables.h"
 #include "text/errors.h"
 #include "text/numbers.h"
@@ -13,10 +11,6 @@ namespace {
 
 bool is_table(kel_asic_blk_t block, kel_asic_reg_t vreg) {
   return kel_asic_dhs_entry_size(block, vreg, 0) >= 0;
-}
-
-bool is_number(const std::string &word) {
-  return !word.empty() && std::isdigit(static_cast<unsigned char>(word[0])) != 0;
 }
 
 [[noreturn]] void refuse_register_name(kel_asic_blk_t block, const std::string &word) {
@@ -35,7 +29,7 @@ bool is_number(const std::string &word) {
 }
 
 kel_asic_reg_t parse_vreg(kel_asic_blk_t block, const std::string &text) {
-  if (is_number(text))
+  if (begins_as_number(text))
     return parse_number(text);
   const std::string word = register_word(text);
   for (const RegisterName &named : named_registers(block)) {
@@ -99,7 +93,7 @@ RegisterReference parse_register_reference(const std::string &text) {
   if (bracket != std::string::npos)
     parse_entries(reference, rest.substr(bracket));
   reference.is_table =
-      reference.entries || (!is_number(name) && name.find("..") == std::string::npos &&
+      reference.entries || (!begins_as_number(name) && name.find("..") == std::string::npos &&
                             is_table(reference.block, reference.registers->first));
   return reference;
 }

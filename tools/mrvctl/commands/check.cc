@@ -32,7 +32,7 @@ Register parse_checked_register(const std::string &text) {
 Register parse_table(const std::string &text) {
   const Register reg = parse_checked_register(text);
   if (kel_asic_dhs_entry_size(reg.block, reg.vreg, 0) < 0)
-    throw UsageError(register_text(reg) + " is not a table; `mrvctl dhs` lists the tables");
+    throw UsageError(register_text(reg) + " is not a table; 'mrvctl dhs' lists the tables");
   return reg;
 }
 

@@ -67,9 +67,7 @@ std::vector<std::string> columns(const std::string &line, bool csv) {
 
 // The first line of a file of columns may name them.
 bool is_header(const std::vector<std::string> &cells) {
-  return std::none_of(cells.begin(), cells.end(), [](const std::string &cell) {
-    return !cell.empty() && cell[0] >= '0' && cell[0] <= '9';
-  });
+  return std::none_of(cells.begin(), cells.end(), begins_as_number);
 }
 
 kel_asic_pgm_t parse_step(const std::string &line) {

@@ -15,7 +15,7 @@ struct FindArgs {
 };
 
 void check_find(FindArgs &args) {
-  if (!args.text.empty() && args.text[0] >= '0' && args.text[0] <= '9')
+  if (begins_as_number(args.text))
     args.address = parse_number(args.text);
   else if (args.text.find(':') != std::string::npos)
     args.reference = parse_register_reference(args.text);
@@ -132,8 +132,9 @@ void run_find(Session &session, const FindArgs &args) {
 }
 
 void describe_find(Arguments &arguments, FindArgs &args) {
-  arguments.word(
-      "TEXT", args.text,
+  const auto parse_text = [](const std::string &text) { return text; };
+  arguments.reference(
+      "TEXT", args.text, parse_text, is_block_instance,
       "Part of a name, in any case; an address; or a register, like HI.2:HI_DHS_LVIF[5]");
 }
 

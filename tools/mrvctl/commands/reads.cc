@@ -98,8 +98,7 @@ Table table_of(Session &session, const Register &reg) {
   const std::string missing = session.map().missing(reg);
   throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG,
                         missing.empty()
-                            ? format("%s register %u is not a table; 'mrvctl dhs' lists the tables",
-                                     kel_asic_blk_names[reg.block], reg.vreg)
+                            ? register_text(reg) + " is not a table; 'mrvctl dhs' lists the tables"
                             : missing);
 }
 

@@ -1,6 +1,5 @@
 // record: a program with the recorder loaded.
 #include <dlfcn.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -33,15 +32,11 @@ void describe_record(Arguments &arguments, RecordArgs &args) {
   arguments.words("PROGRAM", args.program, "Program and its arguments");
 }
 
-// The program may change its folder before it is recorded.
+// The program may change its directory before it is recorded.
 std::string recordable_directory(const std::string &name) {
   char path[PATH_MAX];
-  struct stat status = {};
-  if (realpath(name.c_str(), path) == nullptr || stat(path, &status) != 0)
-    throw OperationFailed("cannot record in " + name + ": " + std::strerror(errno));
-  if (!S_ISDIR(status.st_mode))
-    throw OperationFailed("cannot record in " + name + ": not a directory");
-  if (access(path, W_OK | X_OK) != 0)
+  if (realpath(name.c_str(), path) == nullptr ||
+      access((std::string(path) + "/.").c_str(), W_OK | X_OK) != 0)
     throw OperationFailed("cannot record in " + name + ": " + std::strerror(errno));
   return path;
 }
@@ -60,7 +55,7 @@ std::string find_recorder() {
 
 constexpr int kBits = 8 * sizeof(void *);
 
-// Where libraries stand on a machine that has both word sizes, as its ld.so calls it $LIB: the
+// Where libraries are on a machine that has both word sizes, as its ld.so calls it $LIB: the
 // second is that of a 64-bit distribution's own 32-bit C library.
 struct LibraryFolder {
   int bits;
@@ -76,8 +71,8 @@ bool is_own(const LibraryFolder &folder) {
          std::strstr(library.dli_fname, folder.name) != nullptr;
 }
 
-// The path with $LIB in place of such a folder, if the same file stands in one of the other word
-// size; else empty.
+// The path with $LIB in place of such a folder, if the same file is in one of the other word
+// size; else the path.
 std::string for_both_sizes(const std::string &own) {
   for (const LibraryFolder &mine : kLibraryFolders) {
     const size_t at = own.rfind(mine.name);
@@ -90,15 +85,7 @@ std::string for_both_sizes(const std::string &own) {
         return own.substr(0, at) + "/$LIB/" + file;
     }
   }
-  return "";
-}
-
-// The library for ld.so to load into the program and all programs that it starts, of either word
-// size if possible.
-std::string preloaded_recorder() {
-  const std::string own = find_recorder();
-  const std::string both = for_both_sizes(own);
-  return both.empty() ? own : both;
+  return own;
 }
 
 void set_variable(const char *name, const std::string &value) {
@@ -115,7 +102,7 @@ void run_record(Session &session, const RecordArgs &args) {
   set_variable("MORVANE_RECORD", recordable_directory(args.directory));
   if (args.size)
     set_variable("MORVANE_RECORD_SIZE", std::to_string(*args.size));
-  set_variable("LD_PRELOAD", preloaded_recorder() + others);
+  set_variable("LD_PRELOAD", for_both_sizes(find_recorder()) + others);
   session.report.return_standard_output();
   std::vector<char *> words;
   for (const std::string &word : args.program)

@@ -175,7 +175,7 @@ std::vector<std::string> RecordedCalls::gaps() const {
         loss_text(reader.overwritten_bytes(), "byte", "bytes", "overwritten while they were read"),
         loss_text(reader.damaged_bytes(), "byte", "bytes", "damaged"),
         loss_text(reader.unknown_notes(), "note", "notes", "of a kind that is not known"),
-        loss_text(reader.missed_calls(), "call", "calls", "that the process could not note")};
+        loss_text(reader.missed_calls(), "call", "calls", "dropped (could not be recorded)")};
     parts.erase(std::remove(parts.begin(), parts.end(), ""), parts.end());
     if (!parts.empty())
       lines.push_back(reader.path() + ": " + join(parts, ", "));

@@ -99,8 +99,7 @@ Words read_registers(Session &session, const Register &first, uint32_t count) {
     if (i == 0 && !missing.empty())
       return read_block(session, first, count);  // the library refuses it
     if (!missing.empty())
-      throw OperationFailed(format("%u registers from %u: ", count, first.vreg) + missing,
-                            Status::kUsage);
+      throw OperationFailed(register_text(first, count) + ": " + missing, Status::kUsage);
     numbers.push_back(reg.vreg);
   }
   if (numbers.empty())

@@ -60,16 +60,12 @@ Bytes interface_body(const std::string &name) {
   return body;
 }
 
-uint8_t record_kind(const Fields &fields) {
-  return static_cast<uint8_t>(fields.index());
-}
-
 uint8_t flags_of(const DecodedCall &call) {
   return static_cast<uint8_t>((call.result ? kReturned : 0) | (call.request_cut ? kRequestCut : 0) |
                               (call.answer_cut ? kAnswerCut : 0) | (call.failed ? kFailed : 0));
 }
 
-// Texts that stand between preamble and record, each with its NUL: the program, the operation, the
+// Texts between preamble and record, each with its NUL: the program, the operation, the
 // outcome, and the name of each register that is touched.
 Bytes texts_of(const DecodedCall &call, const AddressIndex &index) {
   std::vector<std::string> texts = {call.process->program, call.operation, call.outcome};
@@ -89,7 +85,7 @@ Bytes packet_bytes(const DecodedCall &call, uint8_t kind, const Bytes &texts, co
   put(bytes, kVersion);
   put(bytes, kPreambleSize);
   put(bytes, kind);
-  put(bytes, record_kind(call.request));
+  put(bytes, static_cast<uint8_t>(call.request.index()));
   put(bytes, flags_of(call));
   put<uint8_t>(bytes, 0);
   put(bytes, static_cast<uint32_t>(call.file));
@@ -113,9 +109,8 @@ Bytes packet_bytes(const DecodedCall &call, uint8_t kind, const Bytes &texts, co
 PcapngWriter::PcapngWriter(const std::string &path, const std::vector<std::string> &interfaces)
     : path_(path) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (fd < 0)
-    throw OperationFailed("cannot make " + path + ": " + std::strerror(errno));
-  file_.reset(fdopen(fd, "wb"));
+  if (fd >= 0)
+    file_.reset(fdopen(fd, "wb"));
   if (!file_)
     throw OperationFailed("cannot make " + path + ": " + std::strerror(errno));
   Bytes section;
@@ -153,10 +148,10 @@ void PcapngWriter::write_packet(const Packet &packet) {
 }
 
 void PcapngWriter::write_answers(uint64_t before_ns) {
-  while (!answers_.empty() && answers_.top().order_ns <= before_ns) {
-    write_packet(answers_.top());
-    answers_.pop();
-  }
+  const auto end = answers_.upper_bound(before_ns);
+  for (auto answer = answers_.begin(); answer != end; ++answer)
+    write_packet(answer->second);
+  answers_.erase(answers_.begin(), end);
 }
 
 void PcapngWriter::add(const DecodedCall &call, const AddressIndex &index) {
@@ -164,15 +159,15 @@ void PcapngWriter::add(const DecodedCall &call, const AddressIndex &index) {
   const Bytes texts = texts_of(call, index);
   const uint64_t true_length = kPreambleSize + texts.size() + uint64_t{call.length};
   const auto interface = static_cast<uint32_t>(call.file);
-  write_packet({call.order_ns, call.wall_ns, interface, 0,
-                packet_bytes(call, kRequest, texts, call.request_bytes), true_length});
+  write_packet({call.wall_ns, interface, packet_bytes(call, kRequest, texts, call.request_bytes),
+                true_length});
   if (!call.result)
     return;
   const uint64_t duration = call.duration_ns.value_or(0);
   Bytes answer = packet_bytes(call, kAnswer, texts, call.answer_bytes);
   const uint64_t answer_length = call.answer_bytes.empty() ? answer.size() : true_length;
-  answers_.push({call.order_ns + duration, call.wall_ns + duration, interface, ++sequence_,
-                 std::move(answer), answer_length});
+  answers_.emplace(call.order_ns + duration,
+                   Packet{call.wall_ns + duration, interface, std::move(answer), answer_length});
 }
 
 void PcapngWriter::close() {

@@ -5,8 +5,8 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <memory>
-#include <queue>
 #include <string>
 #include <vector>
 
@@ -32,17 +32,10 @@ class PcapngWriter {
 
  private:
   struct Packet {
-    uint64_t order_ns;  // its place among the others
     uint64_t wall_ns;
     uint32_t interface;
-    uint64_t sequence;
     std::vector<uint8_t> bytes;
     uint64_t true_length;
-  };
-  struct Later {
-    bool operator()(const Packet &a, const Packet &b) const {
-      return a.order_ns != b.order_ns ? a.order_ns > b.order_ns : a.sequence > b.sequence;
-    }
   };
   struct Closer {
     void operator()(std::FILE *file) const { std::fclose(file); }
@@ -55,9 +48,8 @@ class PcapngWriter {
 
   std::string path_;
   std::unique_ptr<std::FILE, Closer> file_;
-  std::priority_queue<Packet, std::vector<Packet>, Later> answers_;
+  std::multimap<uint64_t, Packet> answers_;  // by order_ns, those of one moment as they came
   uint64_t packets_ = 0;
-  uint64_t sequence_ = 0;
   bool failed_ = false;
 };
 

@@ -1,7 +1,7 @@
 // What the handlers call is safe in them: write, tcsetattr, dup2 and the like.
 #include "output/signals.h"
 
-#include <sys/select.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -123,17 +123,14 @@ ScreenSignals::~ScreenSignals() {
 // Signals are delivered only during the wait, so that none is missed between a look at what they
 // set and the wait.
 int wait_readable(int file, double seconds) {
-  fd_set files;
-  FD_ZERO(&files);
-  if (file >= 0)
-    FD_SET(file, &files);
+  pollfd awaited = {file, POLLIN, 0};
   sigset_t all, before;
   sigfillset(&all);
   sigprocmask(SIG_BLOCK, &all, &before);
   int result = -1;
   if (interrupted == 0 && screen_changed == 0) {
     const timespec time = timespec_of(std::max(seconds, 0.0));
-    result = pselect(file + 1, &files, nullptr, nullptr, &time, &before);
+    result = ppoll(&awaited, 1, &time, &before);
   }
   sigprocmask(SIG_SETMASK, &before, nullptr);
   return result;

@@ -50,8 +50,6 @@ class ScreenSignals {
  public:
   ScreenSignals(void (*resume)(), void (*leave)());
   ~ScreenSignals();
-  ScreenSignals(const ScreenSignals &) = delete;
-  ScreenSignals &operator=(const ScreenSignals &) = delete;
 
  private:
   SignalHandler end_, resize_, stop_, continue_;

@@ -23,10 +23,6 @@ int service_errno(syserr_t code) {
   return static_cast<int>(code & KEL_ASIC_SYSERR_ERRNO_MASK);
 }
 
-bool begins_as_number(const std::string &text) {
-  return !text.empty() && text[0] >= '0' && text[0] <= '9';
-}
-
 // 0 if there is no such name.
 int errno_of_name(const std::string &name) {
   for (int number = 1; number <= kMaxErrno; ++number) {

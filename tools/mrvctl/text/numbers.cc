@@ -10,30 +10,14 @@
 namespace mrvctl {
 namespace {
 
-struct Digits {
-  const char *first;
-  const char *last;
-  int base;
-};
-
 bool has_prefix(const std::string &text, char letter) {
   return text.size() > 2 && text[0] == '0' && (text[1] | 0x20) == letter;
 }
 
-Digits digits_of(const std::string &text) {
-  const char *first = text.data();
-  const char *last = first + text.size();
+int base_of(const std::string &text) {
   if (has_prefix(text, 'x'))
-    return {first + 2, last, 16};
-  if (has_prefix(text, 'b'))
-    return {first + 2, last, 2};
-  return {first, last, 10};
-}
-
-template <typename T>
-bool in_range(const Digits &digits, T low, T high, T &value) {
-  const auto [end, error] = std::from_chars(digits.first, digits.last, value, digits.base);
-  return error == std::errc() && end == digits.last && low <= value && value <= high;
+    return 16;
+  return has_prefix(text, 'b') ? 2 : 10;
 }
 
 std::string range_text(uint64_t low, uint64_t high) {
@@ -45,16 +29,24 @@ std::string range_text(uint64_t low, uint64_t high) {
 
 }  // namespace
 
+bool begins_as_number(const std::string &text) {
+  return !text.empty() && text[0] >= '0' && text[0] <= '9';
+}
+
 uint64_t parse_u64(const std::string &text, uint64_t low, uint64_t high) {
+  const int base = base_of(text);
+  const char *first = text.data() + (base == 10 ? 0 : 2);
+  const char *last = text.data() + text.size();
   uint64_t value = 0;
-  if (in_range(digits_of(text), low, high, value))
+  const auto [end, error] = std::from_chars(first, last, value, base);
+  if (error == std::errc() && end == last && low <= value && value <= high)
     return value;
   throw UsageError("'" + text + "' is not a number from " + range_text(low, high) +
                    ", in decimal, hexadecimal (0x) or binary (0b)");
 }
 
 uint32_t parse_word(const std::string &text) {
-  if (text.size() > 1 && text[0] == '0' && digits_of(text).base == 10)
+  if (text.size() > 1 && text[0] == '0' && base_of(text) == 10)
     throw UsageError("'" + text + "' begins with 0: hexadecimal is written 0x" + text);
   return parse_number(text);
 }

@@ -7,6 +7,9 @@
 
 namespace mrvctl {
 
+// Whether a text is meant as a number, and not as a name.
+bool begins_as_number(const std::string &text);
+
 // Reads a number in decimal, hexadecimal (0x) or binary (0b), from low to high.
 // Throws UsageError, which names the range.
 uint64_t parse_u64(const std::string &text, uint64_t low, uint64_t high);

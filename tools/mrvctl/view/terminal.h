@@ -39,8 +39,6 @@ class Terminal {
   // Throws OperationFailed if there is none.
   Terminal();
   ~Terminal();
-  Terminal(const Terminal &) = delete;
-  Terminal &operator=(const Terminal &) = delete;
 
   Size size() const;
 
