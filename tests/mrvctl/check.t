@@ -1,8 +1,10 @@
   $ . "$TESTDIR/setup.sh"
 
-Without options the conformance tests only look at what needs no register and no port.
+Without options the conformance tests only look at what needs no register and no port, in one module.
 
-  $ mrvctl check >result
+  $ mrvctl --calls --module 2 check 2>calls >result
+  $ grep -o 'module=[02],' calls | sort -u
+  module=2,
   $ head -n 3 result
   TAP version 14
   1..70
