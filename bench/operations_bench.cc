@@ -104,15 +104,15 @@ void add_transaction_pairs() {
         mrv_asic_transaction_commit();
       },
       baseline_write);
-  benchmark::RegisterBenchmark("write, joining@0.40/library",
+  benchmark::RegisterBenchmark("write in a transaction@0.40/library",
                                [](benchmark::State &state) { in_transaction(write, state); });
-  add("write, joining@0.40/baseline", 1, baseline_write);
-  benchmark::RegisterBenchmark("write_dhs 2048, joining, a word@0.15/library",
+  add("write in a transaction@0.40/baseline", 1, baseline_write);
+  benchmark::RegisterBenchmark("write_dhs of 2048 words in a transaction, per word@0.15/library",
                                [](benchmark::State &state) {
                                  in_transaction(write_table, state);
                                  state.counters["items"] = 2048;
                                });
-  add("write_dhs 2048, joining, a word@0.15/baseline", 1, baseline_write);
+  add("write_dhs of 2048 words in a transaction, per word@0.15/baseline", 1, baseline_write);
 }
 
 template <uint32_t count>

@@ -51,8 +51,8 @@ void describe(CLI::App &app, Options &options) {
       "  folder=$(mktemp -d)\n"
       "  morvaned --socket $folder/switch &\n"
       "  MORVANE_SWITCH=$folder/switch mrvctl info\n\n"
-      "SIGTERM, SIGINT, SIGHUP or SIGQUIT stops it. Without --state the switch's contents\n"
-      "are lost.");
+      "SIGTERM, SIGINT, SIGHUP or SIGQUIT stops it. Without --state the switch's\n"
+      "contents are lost.");
   app.set_version_flag("-V,--version", "morvaned " MORVANED_VERSION);
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   add_text(app, "--socket", "PATH", options.socket,

@@ -97,7 +97,7 @@ Process process_of(const mrec_header_t &header) {
 }
 
 // Returns the fault of a header, or null.
-const char *fault_of(const mrec_header_t &header) {
+const char *validate(const mrec_header_t &header) {
   if (std::memcmp(header.magic, MREC_MAGIC, sizeof header.magic) != 0)
     return "is not a recording";
   if (header.version != MREC_VERSION || header.header_size != MREC_HEADER_SIZE)
@@ -124,7 +124,7 @@ mrec_header_t load_header(const File &file, const std::string &path) {
     const mrec_header_t nothing = {};
     if (std::memcmp(header.magic, nothing.magic, sizeof header.magic) == 0)
       return nothing;
-    fault = size < sizeof header ? "is not a recording" : fault_of(header);
+    fault = size < sizeof header ? "is not a recording" : validate(header);
     if (fault == nullptr)
       return header;
   }
