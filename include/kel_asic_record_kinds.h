@@ -202,7 +202,7 @@ static inline int kel_asic_is_command(uint32_t address) {
   }
 }
 
-/** Names of the operations: five types of register request, then those of the other records. */
+/** Names of the operations: five types of register request, then the other records. */
 #ifdef __cplusplus
 inline constexpr const char *
 #else

@@ -287,7 +287,7 @@ class target {
   constexpr target(const raw_address &to) noexcept
       : to_(at(KEL_ASIC_NUM_BLK, 0, to.address), to.on), code_(KEL_ASIC_WR_RAW) {}
 
-  /** @return the register; of a raw address that of no block, with the address as its number */
+  /** @return the register; for a raw address no block, and the address as its number */
   [[nodiscard]] constexpr const asic_reg &to() const noexcept { return to_; }
   /** @return the code argument of the C interface: KEL_ASIC_WR_SYMBOLIC or KEL_ASIC_WR_RAW */
   [[nodiscard]] constexpr uint32_t code() const noexcept { return code_; }
@@ -1243,7 +1243,7 @@ class [[nodiscard]] batch {
   bool open_ = false;
 };
 
-/** The ASICs of a module that a program runs on: one, or those of a map. */
+/** The ASICs of a module that a program runs on: one, or all of a map. */
 class asic_set {
  public:
   /** @param one the ASIC */
@@ -1269,7 +1269,7 @@ class asic_set {
  * A step of a register program.
  *
  * @param to    the register; the run of the program selects the ASICs
- * @param value its value, or that of the field in its place
+ * @param value its value, or the value of the field in its place
  * @param mask  bits to write (default: all)
  * @return the step, its magic filled in
  */
