@@ -466,7 +466,7 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
       return error;
     const vp_note *note = nullptr;
     const int error = vp_monitor_next(opened, -1, &note);
-    EXPECT_EQ(vp_monitor_next(opened, 0, &note), error == 0 ? ECONNRESET : error);
+    EXPECT_EQ(vp_monitor_next(opened, -1, &note), error == 0 ? ECONNRESET : error);
     vp_monitor_close(opened);
     return error;
   };
