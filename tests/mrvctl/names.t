@@ -45,6 +45,8 @@ Search by a part of the name, in any case, or by an address:
      119  HF.*:HF_DHS_POL_02  0x1c0001dc to 0x1c7001dc, in 8 instances
   $ mrvctl find 0x102000a0
   0x102000a0  HI.2:40
+  $ mrvctl find hi.2 40
+  0x102000a0  HI.2:40
   $ mrvctl find 0x10204b04
   0x10204b04  HI.2:HI_DHS_LVIF[1]
   $ mrvctl --json find 0x10204b04

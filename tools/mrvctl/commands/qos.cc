@@ -1,6 +1,5 @@
 // qos show, qos clear, qos clear-all and qos metrics.
 #include <algorithm>
-#include <chrono>
 #include <optional>
 
 #include "commands/commands.h"
@@ -9,6 +8,7 @@
 #include "output/qos_tables.h"
 #include "text/lines.h"
 #include "text/text.h"
+#include "text/times.h"
 
 namespace mrvctl {
 namespace {
@@ -19,18 +19,16 @@ struct ShowArgs {
   WatchArgs watch;
 };
 
-using Clock = std::chrono::steady_clock;
-
 // A reading and when it was taken.
 struct Reading {
   kel_asic_qos_stats_t stats;
-  Clock::time_point at;
+  double at;  // monotonic_seconds()
 };
 
 Reading take_reading(Session &session, const ShowArgs &args) {
   const PortReading reading = read_port(session, args.port, args.opts);
   session.check_result(reading.result);
-  return {reading.stats, Clock::now()};
+  return {reading.stats, monotonic_seconds()};
 }
 
 // `before` is the reading of the round before, if there was one.
@@ -44,7 +42,7 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
   std::string text = name + format(", module %u, ASIC %u\n\n", session.module, session.asic) +
                      qos_text(now.stats, session.report.colours());
   if (before != nullptr) {
-    const double seconds = std::chrono::duration<double>(now.at - before->at).count();
+    const double seconds = now.at - before->at;
     object["seconds"] = seconds;
     const kel_asic_qos_stats_t delta = qos_delta(before->stats, now.stats);
     object["rates"] = rates_json(delta, seconds);

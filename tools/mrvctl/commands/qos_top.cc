@@ -8,6 +8,7 @@
 #include "output/qos_tables.h"
 #include "output/signals.h"
 #include "text/text.h"
+#include "text/times.h"
 #include "view/terminal.h"
 #include "view/top_view.h"
 
@@ -74,8 +75,8 @@ class Top {
     row.reading.result = now.result;
     if (now.result != 0)
       return;
-    const auto at = PortRow::Clock::now();
-    row.seconds = row.read_at ? std::chrono::duration<double>(at - *row.read_at).count() : 0;
+    const double at = monotonic_seconds();
+    row.seconds = row.read_at ? at - *row.read_at : 0;
     row.delta = row.read_at ? qos_delta(row.reading.stats, now.stats) : now.stats;
     row.reading = now;
     row.read_at = at;
@@ -130,15 +131,14 @@ void run_on_screen(Session &session, const TopArgs &args, Top &top) {
   const bool colours = session.report.colours();
   Terminal terminal;
   while (true) {
-    const auto began = PortRow::Clock::now();
+    const double began = monotonic_seconds();
     int key = kRepaint;
     while (key != kNoKey) {
       if (!press(top, key))
         return;
       const Terminal::Size size = terminal.size();
       terminal.paint(top_lines(top.view(), size.width, size.height, colours));
-      const std::chrono::duration<double> passed = PortRow::Clock::now() - began;
-      key = terminal.wait_key(args.interval - passed.count());
+      key = terminal.wait_key(began + args.interval - monotonic_seconds());
     }
     top.read();
   }

@@ -172,13 +172,9 @@ std::string heading_line(const Layout &layout) {
   return text + format("  %-*s", static_cast<int>(kXoffWidth) - 2, "XOFF") + "DROPPED";
 }
 
-std::string port_name(const PortReading &reading) {
-  return port_text(reading.port);
-}
-
 std::string row_line(const PortRow &row, const Layout &layout, bool chosen, bool colours) {
   const std::string name =
-      format("%c %-*s", chosen ? '>' : ' ', kPortWidth - 2, port_name(row.reading).c_str());
+      format("%c %-*s", chosen ? '>' : ' ', kPortWidth - 2, port_text(row.reading.port).c_str());
   if (failed(row))
     return name + " " + result_text(row.reading.result);
   std::string text = name;
@@ -214,7 +210,7 @@ std::vector<std::string> class_lines(const PortRow &row, bool colours) {
   };
   const Stats &delta = row.delta;
   std::string heading =
-      format("%-*s", kClassLabelWidth, (port_name(row.reading) + ", class").c_str());
+      format("%-*s", kClassLabelWidth, (port_text(row.reading.port) + ", class").c_str());
   for (size_t i = 0; i < kClasses; ++i)
     heading += format("%*zu", static_cast<int>(kColumnWidth), i);
   return {

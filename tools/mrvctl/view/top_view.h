@@ -1,7 +1,6 @@
 // All ports of an ASIC, one row per port, sorted, and the classes of one of them.
 #pragma once
 
-#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,12 +19,10 @@ SortKey parse_sort_key(const std::string &text);
 
 // A port as it was last read.
 struct PortRow {
-  using Clock = std::chrono::steady_clock;
-
-  PortReading reading;         // where its result is a failure, the statistics are older
-  kel_asic_qos_stats_t delta;  // since it was read before; or all of it
-  double seconds;              // in this time; 0 where it was not read before
-  std::optional<Clock::time_point> read_at;
+  PortReading reading;            // if its result is a failure, the statistics are older
+  kel_asic_qos_stats_t delta;     // since it was read before; or all of it
+  double seconds;                 // in this time; 0 if it was not read before
+  std::optional<double> read_at;  // monotonic_seconds()
 };
 
 struct TopView {
