@@ -75,6 +75,32 @@ void start_service(const std::string &address) {
   _exit(127);
 }
 
+// A process that receives the notes of a service.
+void start_monitor(const std::string &address) {
+  int ready[2];
+  if (pipe(ready) != 0)
+    std::exit(EXIT_FAILURE);
+  if (fork_child() == 0) {
+    vp_monitor *monitor = nullptr;
+    const vp_note *note = nullptr;
+    if (vp_connect(address.c_str()) == 0 && vp_monitor_open(&monitor) == 0 &&
+        write(ready[1], "", 1) == 1) {
+      while (vp_monitor_next(monitor, -1, &note) == 0) {
+      }
+    }
+    _exit(1);
+  }
+  char byte = 0;
+  if (read(ready[0], &byte, 1) != 1)
+    std::exit(EXIT_FAILURE);
+}
+
+void read_one() {
+  uint32_t data;
+  if (lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, &data, 1, caller_file, 99, caller_func) != 0)
+    std::exit(EXIT_FAILURE);
+}
+
 void write_one(uint32_t vreg) {
   if (lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 1, vreg, 5, KEL_ASIC_WR_SYMBOLIC, 1, caller_file,
                          99, caller_func) != 0)
@@ -86,12 +112,20 @@ void write_all() {
     write_one(vreg);
 }
 
+// Measures an operation on the switch at this address; empty for no change.
 template <typename Operation>
-void add(const char *name, Operation operation) {
+void add_on(const char *name, const std::string &address, Operation operation) {
   benchmark::RegisterBenchmark(name, [=](benchmark::State &state) {
+    if (!address.empty() && vp_connect(address.c_str()) != 0)
+      std::exit(EXIT_FAILURE);
     for (auto _ : state)
       operation();
   })->UseRealTime();
+}
+
+template <typename Operation>
+void add(const char *name, Operation operation) {
+  add_on(name, "", operation);
 }
 
 }  // namespace
@@ -107,20 +141,21 @@ int main(int argc, char **argv) {
     std::fprintf(stderr, "no service at %s\n", address.c_str());
     return EXIT_FAILURE;
   }
-  add("read through morvaned@1.40/library", [] {
-    uint32_t data;
-    if (lib_mrv_asic_read(0, 0, KEL_ASIC_BLK_HI, 1, 7, &data, 1, caller_file, 99, caller_func) != 0)
-      std::exit(EXIT_FAILURE);
-  });
+  add_on("read through morvaned@1.40/library", address, read_one);
   add("read through morvaned@1.40/baseline", [echo] {
     if (!move_message(send_bytes, echo) || !move_message(recv, echo))
       std::exit(EXIT_FAILURE);
   });
-  add("512 writes in a transaction@0.0033/library", [] {
+  const std::string monitored = address + "-monitored";
+  start_service(monitored);
+  start_monitor(monitored);
+  add_on("read with a monitor/library", monitored, read_one);
+  add_on("read with a monitor/baseline", address, read_one);
+  add_on("512 writes in a transaction@0.0033/library", address, [] {
     mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
     write_all();
     mrv_asic_transaction_commit();
   });
-  add("512 writes in a transaction@0.0033/baseline", write_all);
+  add_on("512 writes in a transaction@0.0033/baseline", address, write_all);
   return run_ratio_benchmarks(out, argc, argv);
 }
