@@ -505,7 +505,7 @@ int vp_stop_flows(uint32_t module, uint32_t asic, cardcfg_port_type_t port_type,
  * delays do not.
  *
  * @param run        0 to stop the time, 1 to let it run
- * @param advance_ms milliseconds to move it on, at most 366 days
+ * @param advance_ms milliseconds to move it on, at most 366 days, and not beyond 292 years
  * @retval 0      done
  * @retval EINVAL a value is out of range
  * @return with a switch of morvaned, also an errno of the table above

@@ -21,9 +21,8 @@ namespace {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
-Descriptor open_file(const std::string &path, int flags) {
-  constexpr mode_t kMode = 0644;
-  Descriptor file(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, kMode));
+Descriptor open_file(const std::string &path, int flags, mode_t mode = 0644) {
+  Descriptor file(open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, mode));
   if (file.get() < 0)
     fail(path);
   return file;
@@ -69,10 +68,11 @@ StateFile::StateFile(std::string path, VirtualSwitch &state, Log &log)
   }
 }
 
-// The file itself is replaced by each save, so the lock is another one.
+// The file itself is replaced by each save, so the lock is another one. No other user can open it,
+// and so hold the lock.
 void StateFile::lock() {
   const std::string path = path_ + ".lock";
-  lock_ = open_file(path, O_RDWR | O_CREAT);
+  lock_ = open_file(path, O_RDWR | O_CREAT, 0600);
   if (flock(lock_.get(), LOCK_EX | LOCK_NB) == 0)
     return;
   if (errno == EWOULDBLOCK)
@@ -81,8 +81,14 @@ void StateFile::lock() {
 }
 
 void StateFile::restore() {
-  if (access(path_.c_str(), F_OK) != 0 && errno == ENOENT)
-    return;
+  struct stat found = {};
+  if (lstat(path_.c_str(), &found) != 0) {
+    if (errno == ENOENT)
+      return;
+    fail(path_);
+  }
+  if (!S_ISREG(found.st_mode))
+    throw StartError("--state: " + path_ + ": not a regular file");
   const std::string text = read_all(open_file(path_, O_RDONLY), path_);
   if (const uint32_t line = switch_.restore(text))
     throw StartError("--state: " + path_ + ":" + std::to_string(line) +

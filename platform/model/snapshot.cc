@@ -122,9 +122,10 @@ void append_index(std::string &text, uint32_t index) {
 
 void append_word(std::string &text, uint32_t word) {
   constexpr char kDigits[] = "0123456789abcdef";
-  text += " 0x";
-  for (int shift = 28; shift >= 0; shift -= 4)
-    text += kDigits[word >> shift & 0xF];
+  char digits[] = " 0x00000000";
+  for (std::size_t i = sizeof digits - 2; word != 0; --i, word >>= 4)
+    digits[i] = kDigits[word & 0xF];
+  text.append(digits, sizeof digits - 1);
 }
 
 // "HI.2:41", "HI.2:HI_DHS_LVIF"
@@ -313,7 +314,7 @@ class Reader {
       uint32_t word = 0;
       if (!parse(line[i + 2], word))
         return false;
-      if (word != 0)
+      if (word != words.read(address + 4 * i))  // a page of zeros takes no memory
         words.at(address + 4 * i) = word;
     }
     return true;

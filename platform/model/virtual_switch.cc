@@ -15,6 +15,7 @@ namespace {
 
 constexpr uint64_t kMillisecond = 1000000;                      // ns
 constexpr uint64_t kMaxAdvance = uint64_t{366} * 86400 * 1000;  // ms
+constexpr uint64_t kMaxTime = UINT64_MAX / 2;  // ns: steady traffic never counts backwards
 
 // A body may be unaligned.
 template <typename Body>
@@ -144,7 +145,8 @@ int VirtualSwitch::add_traffic(const remote::Traffic &added) {
 }
 
 int VirtualSwitch::set_time(const remote::Time &time) {
-  if (time.run > 1 || time.reserved != 0 || time.advance_ms > kMaxAdvance)
+  if (time.run > 1 || time.reserved != 0 || time.advance_ms > kMaxAdvance ||
+      clock_.now() + time.advance_ms * kMillisecond > kMaxTime)
     return EINVAL;
   clock_.set(time.run == 1, time.advance_ms * kMillisecond);
   return 0;

@@ -79,6 +79,14 @@ Each counter and each setting is saved.
   switch set nif:0 wr_discard_cnt 91
   switch set nif:0 wr_discard_mcast_cnt 98
 
+The last line for a register counts, also with the value 0.
+
+  $ printf 'write HI.2:41 5\nwrite HI.2:41 0\n' >twice && mrvctl switch restore twice && mrvctl switch save zero
+  the switch has the state of twice
+  zero: 110 bytes
+  $ mrvctl switch restore again
+  the switch has the state of again
+
 A file with a wrong line changes nothing.
 
   $ for line in 'write HI.2:41' 'write HI.2:HI_DHS_LVIF[0] 1' 'dhs-write HI.2:41 1' 'write HI.40:1 1' \
@@ -114,4 +122,10 @@ The service keeps its state in a file.
   write HI.2:42 0x00000008
   $ echo oops >>state; morvaned --socket ./kept --state state
   morvaned: --state: state:9: not a line of a saved state
+  [1]
+  $ mkfifo pipe && ln -s nothing link
+  $ for other in pipe link .; do morvaned --socket ./kept --state $other; done
+  morvaned: --state: pipe: not a regular file
+  morvaned: --state: link: not a regular file
+  morvaned: --state: .: not a regular file
   [1]
