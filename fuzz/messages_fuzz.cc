@@ -4,8 +4,11 @@
 // takes.
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <string_view>
 #include <vector>
 
 #include "connection.h"
@@ -47,17 +50,36 @@ Header any_header(input_bytes &input) {
                      SYSSRV_MEM_WRITE_CASE, SYSSRV_SP_TIME_CONFIGURE});
     header.driver_id = pick(input, {236, 236, 236, 235});
   }
-  header.length = pick(input, {0, 8, 40, 196, 200, sizeof(kel_asic_qos_stats_params_t), max_record,
-                               max_record + 1, UINT32_MAX, input.take<uint8_t>()});
+  header.length =
+      pick(input, {0, 4, 8, 16, 40, 56, 160, 196, 200, sizeof(kel_asic_qos_stats_params_t),
+                   max_record, max_record + 1, UINT32_MAX, input.take<uint8_t>()});
   return header;
 }
 
-// A record that begins with values which lead somewhere, then bytes of the input, then zeros.
-void append_body(Bytes &stream, input_bytes &input, uint32_t length) {
-  Bytes body(std::min(length, max_record));
+// Fills a body with lines of a saved state.
+void write_state(Bytes &body, input_bytes &input) {
+  constexpr std::string_view kLines[] = {
+      "module 3",  "switch card 65535",        "switch set nif:0 n2h_drops[5][7] 9",
+      "# comment", "write HI.2:41 0xffffffff", "dhs-write HI.2:HI_DHS_LVIF[1023] 7"};
+  std::fill(body.begin(), body.end(), '\n');
+  for (size_t at = 0; at < body.size();) {
+    const std::string_view line = kLines[input.take<uint8_t>() % std::size(kLines)];
+    std::copy_n(line.begin(), std::min(line.size(), body.size() - at), &body[at]);
+    at += line.size() + 1;
+  }
+}
+
+// A body that is mostly taken, with bytes of the input.
+void append_body(Bytes &stream, input_bytes &input, const Header &header) {
+  Bytes body(std::min(header.length, max_record));
+  if (header.kind == remote::kRestore && body.size() < 256)
+    write_state(body, input);
+  if (header.kind == remote::kAddFault && body.size() == sizeof(vp_fault))
+    body[offsetof(vp_fault, every)] = 1;
   const auto given = std::min<size_t>(body.size(), input.take<uint8_t>());
+  const size_t first = given == body.size() ? 0 : input.take<uint8_t>() % (body.size() - given);
   for (size_t i = 0; i < given; ++i)
-    body[i] = input.take<uint8_t>();
+    body[first + i] = input.take<uint8_t>();
   stream.insert(stream.end(), body.begin(), body.end());
 }
 
@@ -67,7 +89,7 @@ Bytes any_stream(input_bytes &input) {
   while (!input.empty() && stream.size() < 200000) {
     const Header header = any_header(input);
     append(stream, header);
-    append_body(stream, input, header.length);
+    append_body(stream, input, header);
   }
   return stream;
 }
