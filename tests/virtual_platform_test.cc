@@ -12,6 +12,7 @@
 
 #include "dhs_tables.h"
 #include "kel_asic_lib_common.h"
+#include "platform/card_config.h"
 #include "platform/register_map.h"
 #include "platform/system_service.h"
 
@@ -194,6 +195,9 @@ TEST_F(VirtualPlatform, refuses_a_bad_request_with_the_errno_of_its_fault) {
   transaction.num = KEL_ASIC_XN_ENTRIES + 1;
   EXPECT_EQ(send(SYSSRV_MEM_WRITE_CASE, &transaction, sizeof transaction), EINVAL);
   EXPECT_EQ(send(reads, nullptr, 196), EFAULT);
+  uint32_t type = 0;
+  EXPECT_EQ(cardcfg_get_real_asic_type(0, 1, &type), -1);
+  EXPECT_EQ(vp_port_count(CARDCFG_PORT_TYPE_NIF), 8U);
   const vp_traffic class_8 = {VP_N2H, 8, 1, 0};
   EXPECT_EQ(vp_add_traffic(0, 0, CARDCFG_PORT_TYPE_HIF, 0, &class_8), EINVAL);
 }
