@@ -30,7 +30,7 @@ compact_record measure_answer(const call_payload &record, uint32_t shape, const 
 // Bytes of the note of a call, a multiple of 16, from the sizes of its request and its answer.
 inline uint32_t note_size(const mrec_call_t &call) {
   constexpr uint32_t step = sizeof(mrec_note_t);
-  const uint32_t used = sizeof call + call.request_size + call.answer_size;
+  const uint32_t used = uint32_t{sizeof call} + call.request_size + call.answer_size;
   return (used + step - 1) / step * step;
 }
 
