@@ -57,7 +57,7 @@ struct Call {
 
 // Converts the note of a call, of so many bytes, into the call. False if the note contradicts
 // itself.
-bool make_call(const uint8_t *note, std::size_t size, Call *call);
+bool make_call(const uint8_t *bytes, std::size_t size, Call *call);
 
 // One recording, read forwards up to its end at the last refresh. The file is open only during a
 // refresh, so that there can be any number of readers.

@@ -426,7 +426,7 @@ TEST_F(SwitchService, waits_for_no_monitor_and_reports_how_many_notes_it_left_ou
     return received + lost == calls;
   };
   EXPECT_TRUE(wait_until(receive_notes)) << received << " notes, " << lost << " lost";
-  EXPECT_GT(lost, 0u);
+  EXPECT_GT(lost, 0U);
   EXPECT_GT(received, uint64_t{1 << 20} / 400);
   EXPECT_EQ(read_register(), 0);
   EXPECT_EQ(vp_monitor_next(monitor, -1, &note), 0);

@@ -6,7 +6,7 @@ processes, except for the times.
   $ mkdir monitored recorded
   $ mrvctl switch monitor --out monitored --size 131072 --count 104 >shown 2>&1 &
   $ monitor=$!
-  $ until grep -q TIME shown; do sleep 0.01; done
+  $ until grep -qs TIME shown || ! kill -0 $monitor; do sleep 0.01; done
   $ cat >calls.mrv <<E
   > write HI.2:40 7
   > write HI.2:41 0x5
@@ -38,7 +38,7 @@ The filters are those of calls. Without --count, ^C or SIGTERM ends it.
 
   $ mrvctl --json switch monitor --failed --register HI.2 >shown &
   $ monitor=$!
-  $ until grep -q address shown; do sleep 0.01; done
+  $ until grep -qs address shown || ! kill -0 $monitor; do sleep 0.01; done
   $ mrvctl write HI.2:40 7
   HI.2:40 <- 0x00000007: written
   $ mrvctl switch fault add EIO
@@ -46,14 +46,14 @@ The filters are those of calls. Without --count, ^C or SIGTERM ends it.
   $ mrvctl write HI.2:41 7
   write HI.2:41 7: service call failed: Input/output error, or a positive answer (0x82230005)
   [1]
-  $ until grep -q EIO shown; do sleep 0.01; done
+  $ until grep -qs EIO shown || ! kill -0 $monitor; do sleep 0.01; done
   $ kill $monitor; wait $monitor
   $ sed -E 's/"time".*"operation"/"operation"/; s/"case".*"outcome"/"outcome"/' shown
   {"command":"switch monitor","address":"*/switch"} (glob)
   {"command":"switch monitor","operation":"write","outcome":"EIO","failed":true}
   {"command":"switch monitor","shown":1,"lost":0}
   $ mrvctl switch monitor --count 1 --out none >shown 2>&1 &
-  $ until grep -q TIME shown; do sleep 0.01; done
+  $ until grep -qs TIME shown || ! kill -0 $monitor; do sleep 0.01; done
   $ mrvctl read HI.2:40
   HI.2:40 = 0x00000007 (7)
   $ wait $!

@@ -2,6 +2,7 @@
 #include "text/times.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 #include "text/errors.h"
@@ -141,7 +142,7 @@ uint64_t parse_duration(const std::string &text, uint64_t max_us) {
     char *end = nullptr;
     const double value = std::strtod(text.c_str(), &end) * microseconds;
     if (end == &text[digits] && value <= static_cast<double>(max_us))
-      return static_cast<uint64_t>(value + 0.5);
+      return static_cast<uint64_t>(std::llround(value));
   }
   throw UsageError("'" + text + "' is not a duration of at most " + wait_text(max_us) +
                    "; use for example 200ms, 1.5s or 300us");
