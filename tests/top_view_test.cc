@@ -52,7 +52,7 @@ constexpr const char *kLastRow =
     "  hif:30    111k    156k   16.2k   1672k   2852k   22.1k    5236  rx   ####100%\n\n"
     "nif:2, class          0       1       2       3       4       5       6       7\n";
 constexpr const char *kKeys =
-    "12.3k\nd drops  p pause  w writes  arrows choose  home follows the first  q quits";
+    "12.3k\nd drops  p pause  w writes  arrows choose  home first  ? explains the keys  q quits";
 
 // The first row of a screen, as it follows the headings.
 std::string first_row(const std::string &begin) {
@@ -66,7 +66,10 @@ bool press_keys(int terminal, const char *keys) {
 // What each key makes of the view, and a wider terminal.
 void use_every_key(int ours) {
   const auto press = [ours](const char *keys) { return press_keys(ours, keys); };
+  EXPECT_TRUE(press("?"));
+  read_until(ours, "q, ^C               end the view");
   EXPECT_TRUE(press("\033[F"));
+  read_until(ours, "ports 28-40 of 40 by drops");
   read_until(ours, "> hif:5 ");  // the last
   EXPECT_TRUE(press("\033[Hp"));
   read_until(ours, "by pause");

@@ -22,9 +22,9 @@ Commands to the ports of the switch, and the settings that they leave on the vir
   clears of drop counters   1
   SFP failures reported     1, the last on nif:2
   $ mrvctl qos show hif:3 | grep flow
-    XOFF                             0           0    flow control 0x0001
+    flow control                0x0001
   $ mrvctl qos show nif:7 | grep flow
-    XOFF                             0           0    flow control 0x0000
+    flow control                0x0000
   $ mrvctl --json switch | grep -o '"nodrop.*'
   "nodrop_class_map":247,"sp_timer":65535,"drop_clears":1,"sfp_failures":1,"last_sfp_port":"nif:2"}
   $ mrvctl --json sfp-failed nif:3

@@ -17,13 +17,13 @@ Steady traffic follows the time of the switch, which can be stopped.
   time T s, stopped
   hif:3: steady traffic stopped
   time T s, stopped
-  $ mrvctl qos show hif:3 | grep -E 'writes received|reads sent|discarded'
-    writes received              0       0       0    2500       0       0       0       0
-    reads sent                   0       0       0    2475       0       0       0       0
+  $ mrvctl qos show hif:3 | grep -E '^  writes|^  reads|discarded'
+    writes               0       0       0    2500       0       0       0       0
+    reads                0       0       0    2475       0       0       0       0
   writes discarded                  25
   multicast discarded                0
-  $ mrvctl qos show nif:1 | grep 'writes received'
-    writes received              0      22       0       0       0       0       0       0
+  $ mrvctl qos show nif:1 | grep '^  writes'
+    writes               0      22       0       0       0       0       0       0
   $ mrvctl switch traffic stop
   all ports: steady traffic stopped
   $ mrvctl switch time run | grep -o running

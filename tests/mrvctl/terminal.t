@@ -8,15 +8,15 @@ At a terminal the cells of the drop grids have colours: by tens, hundreds, ten t
   > done >/dev/null 2>&1
   $ at_terminal() { script -qec "$*" /dev/null </dev/null | tr -d '\r'; }
   $ TERM=xterm at_terminal mrvctl qos show hif:1 | grep -m 1 'row 0'
-    row 0                 \x1b[2m       0\x1b[0m\x1b[2m       0\x1b[0m\x1b[33m       99\x1b[0m\x1b[1;33m      100\x1b[0m\x1b[1;33m     9999\x1b[0m\x1b[31m    10000\x1b[0m\x1b[31m   999999\x1b[0m\x1b[1;31m  1000000\x1b[0m (esc)
-  $ TERM=xterm NO_COLOR= at_terminal mrvctl qos show hif:1 | grep -c '\[31m   999999'
+    row 0         \x1b[2m       0\x1b[0m\x1b[2m       0\x1b[0m\x1b[33m      99\x1b[0m\x1b[1;33m     100\x1b[0m\x1b[1;33m    9999\x1b[0m\x1b[31m   10000\x1b[0m\x1b[31m  999999\x1b[0m\x1b[1;31m 1000000\x1b[0m (esc)
+  $ TERM=xterm NO_COLOR= at_terminal mrvctl qos show hif:1 | grep -c '\[31m  999999'
   1
   $ TERM=xterm NO_COLOR=1 at_terminal mrvctl qos show hif:1 | grep -m 1 'row 0'
-    row 0                        0       0       99      100     9999    10000   999999  1000000
+    row 0                0       0      99     100    9999   10000  999999 1000000
   $ TERM=dumb at_terminal mrvctl qos show hif:1 | grep -m 1 'row 0'
-    row 0                        0       0       99      100     9999    10000   999999  1000000
+    row 0                0       0      99     100    9999   10000  999999 1000000
   $ TERM=xterm mrvctl qos show hif:1 | grep -m 1 'row 0'
-    row 0                        0       0       99      100     9999    10000   999999  1000000
+    row 0                0       0      99     100    9999   10000  999999 1000000
 
 A view of all ports takes the screen, repaints it after each interval, and gives it back at q. A terminal
 without a size has 80 columns.

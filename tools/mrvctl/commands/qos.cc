@@ -16,6 +16,7 @@ namespace {
 struct ShowArgs {
   Port port;
   uint32_t opts = 0;
+  bool nonzero = false;
   WatchArgs watch;
 };
 
@@ -40,7 +41,7 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
                  {"port", name},
                  {"stats", qos_json(now.stats)}};
   std::string text = name + format(", module %u, ASIC %u\n\n", session.module, session.asic) +
-                     qos_text(now.stats, session.report.colours());
+                     qos_text(now.stats, args.nonzero, session.report.colours());
   if (before != nullptr) {
     const double seconds = now.at - before->at;
     object["seconds"] = seconds;
@@ -64,33 +65,59 @@ void run_show(Session &session, const ShowArgs &args) {
   });
 }
 
-void run_clear(Session &session, const ShowArgs &args) {
-  std::error_code ec;
-  morvane::clear_qos_stats(session.port(args.port), ec, args.opts);
-  session.check_result(result_of(ec));
-  const std::string name = port_text(args.port);
-  session.report.result({{"port", name}},
-                        "QoS statistics of " + name + " cleared" + private_hint(session) + "\n");
+struct ClearArgs {
+  PortChoice ports = {};
+  uint32_t opts = 0;
+};
+
+void run_clear(Session &session, const ClearArgs &args) {
+  const PortChoice &choice = args.ports;
+  std::vector<PortReading> cleared;
+  if (choice.number)
+    cleared.push_back({{choice.type, *choice.number}, 0, {}});
+  else
+    cleared = read_ports(session, {choice}, args.opts);
+  for (const PortReading &reading : cleared) {
+    std::error_code ec;
+    morvane::clear_qos_stats(session.port(reading.port), ec, args.opts);
+    session.check_result(result_of(ec), choice.number ? "" : port_text(reading.port));
+  }
+  const std::string type = port_type_text(choice.type) + " port";
+  session.report.result(
+      {{"port", choice.number ? port_text(cleared[0].port) : port_type_text(choice.type)},
+       {"ports", cleared.size()}},
+      "QoS statistics of " +
+          (choice.number ? port_text(cleared[0].port)
+                         : count_text(cleared.size(), type.c_str(), (type + "s").c_str())) +
+          " cleared" + private_hint(session) + "\n");
 }
 
-void run_clear_all(Session &session, const ShowArgs &args) {
+void run_clear_all(Session &session, const ClearArgs &args) {
   std::error_code ec;
   morvane::clear_all_qos_stats(session.on(), ec, args.opts);
   session.check_result(result_of(ec));
   session.report.result({}, "QoS statistics of all ports cleared" + private_hint(session) + "\n");
 }
 
-void describe_options(Arguments &arguments, ShowArgs &args) {
-  arguments.number("--opts N", args.opts, "Options that are passed to the service");
+void describe_options(Arguments &arguments, uint32_t &opts) {
+  arguments.number("--opts N", opts, "Options that are passed to the service");
 }
 
-void describe_port_and_options(Arguments &arguments, ShowArgs &args) {
-  describe_port(arguments, args.port, UINT32_MAX);
-  describe_options(arguments, args);
+void describe_clear_all(Arguments &arguments, ClearArgs &args) {
+  describe_options(arguments, args.opts);
+}
+
+void describe_clear(Arguments &arguments, ClearArgs &args) {
+  const auto parse = [](const std::string &text) { return parse_port_choice(text); };
+  arguments.reference("PORT", args.ports, parse, is_port_type,
+                      "A port, like hif:3, or hif for all ports of a type");
+  describe_options(arguments, args.opts);
 }
 
 void describe_show(Arguments &arguments, ShowArgs &args) {
-  describe_port_and_options(arguments, args);
+  describe_port(arguments, args.port, UINT32_MAX);
+  describe_options(arguments, args.opts);
+  arguments.flag("--nonzero", args.nonzero, "Omit the rows that are zero");
   describe_watch(arguments, args.watch);
 }
 
@@ -161,7 +188,7 @@ void describe_metrics(Arguments &arguments, MetricsArgs &args) {
   arguments.word("--output FILE", args.output,
                  "Replace FILE atomically; leave it unchanged on error");
   arguments.flag("--nonzero", args.nonzero, "Omit the cells of the drop grids that are zero");
-  arguments.number("--opts N", args.opts, "Options that are passed to the service");
+  describe_options(arguments, args.opts);
 }
 
 }  // namespace
@@ -172,15 +199,17 @@ void add_qos_commands(Parser &parser) {
   parser.add<ShowArgs>({"qos show", "Ports",
                         "Show the QoS statistics of a port\n"
                         "A live view also shows the rate of each counter; ^C ends it.",
-                        "mrvctl qos show hif:3\n"
+                        "mrvctl qos show hif:3 --nonzero\n"
                         "mrvctl qos show hif:3 --watch 0.5 --count 2"},
                        describe_show, check_show, run_show);
-  parser.add<ShowArgs>(
-      {"qos clear", "Ports", "Clear the QoS statistics of a port", "mrvctl qos clear hif:3"},
-      describe_port_and_options, run_clear);
-  parser.add<ShowArgs>(
+  parser.add<ClearArgs>(
+      {"qos clear", "Ports", "Clear the QoS statistics of a port, or of all ports of a type",
+       "mrvctl qos clear hif:3\n"
+       "mrvctl qos clear nif"},
+      describe_clear, run_clear);
+  parser.add<ClearArgs>(
       {"qos clear-all", "Ports", "Clear the QoS statistics of every port", "mrvctl qos clear-all"},
-      describe_options, run_clear_all);
+      describe_clear_all, run_clear_all);
   parser.add<MetricsArgs>(
       {"qos metrics", "Ports",
        "Print the counters of all ports for Prometheus\n"

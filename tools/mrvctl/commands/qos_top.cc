@@ -30,7 +30,7 @@ class Top {
   Top(Session &session, const TopArgs &args)
       : session_(session),
         opts_(args.opts),
-        view_({session.module, session.asic, args.interval, args.sort_key, {}, 0}) {
+        view_({session.module, session.asic, args.interval, args.sort_key, {}, 0, false}) {
     for (const PortReading &reading : read_ports(session, {}, args.opts)) {
       view_.rows.push_back({{reading.port, 0, {}}, {}, 0, {}});
       note(view_.rows.back(), reading);
@@ -63,6 +63,8 @@ class Top {
         std::clamp<std::ptrdiff_t>(wanted, 0, std::max<std::ptrdiff_t>(last, 0)));
     follows_first_ = false;
   }
+
+  void show_keys(bool shows) { view_.shows_keys = shows; }
 
   void follow_first() {
     view_.chosen = 0;
@@ -114,6 +116,8 @@ constexpr Move kMoves[] = {{'k', -1},         {kUp, -1},          {'j', 1},     
 bool press(Top &top, int key) {
   if (key == 'q' || key == kEnd)
     return false;
+  if (key != kRepaint)
+    top.show_keys(key == '?' && !top.view().shows_keys);
   if (key == kFirst)
     top.follow_first();
   for (size_t i = 0; i < std::size(kSortKeys); ++i) {
@@ -188,7 +192,8 @@ void add_qos_top_command(Parser &parser) {
       {"qos top", "Ports",
        "Live counters of all ports, most drops first\n"
        "Keys: d, p and w sort by drops, pause and writes. The arrows choose the port whose classes "
-       "are shown. q or ^C ends the view. The output is plain lines if it is not a terminal.",
+       "are shown. ? explains all keys. q or ^C ends the view. The output is plain lines if it is "
+       "not a terminal.",
        "mrvctl qos top --once"},
       describe_top, run_top);
 }

@@ -2,7 +2,6 @@
 #include "output/qos_tables.h"
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 #include "asic/qos_counters.h"
@@ -20,8 +19,6 @@ const char *drop_style(double number) {
   return number < 1'000'000 ? "31" : "1;31";
 }
 
-using ClassWidths = std::array<size_t, kClasses>;
-
 size_t digits(uint64_t value) {
   return std::to_string(value).size();
 }
@@ -30,49 +27,101 @@ std::string counter_cell(uint64_t value, size_t width, Counts counts, bool colou
   return cell(std::to_string(value), width, static_cast<double>(value), counts, colours);
 }
 
-// The widths of the eight class columns: what the largest counter of each needs, and room.
-ClassWidths class_widths(const std::vector<Counters> &all) {
-  ClassWidths widths;
-  widths.fill(8);
-  for (const Counters &counters : all) {
-    for (size_t i = 0; counters.count > 1 && i < counters.count; ++i)
-      widths[i % kClasses] = std::max(widths[i % kClasses], digits(counters.values[i]) + 2);
+constexpr size_t kClassLabelWidth = 16;
+constexpr size_t kLabelWidth = 24;
+constexpr size_t kLineWidth = 80;
+
+// Counters in lines of 80 columns: as wide as the largest requires.
+class QosTables {
+ public:
+  struct Row {
+    std::string label;
+    const kel_asic_counter_t *values;
+    Counts counts;
+  };
+
+  QosTables(const kel_asic_qos_stats_t &stats, bool nonzero, bool colours)
+      : nonzero_(nonzero), colours_(colours) {
+    for (const Counters &counters : qos_counters(stats)) {
+      size_t &width = counters.count == 1 ? width_ : class_width_;
+      for (size_t i = 0; i < counters.count; ++i)
+        width = std::max(width, digits(counters.values[i]) + 1);
+    }
+    while (kClassLabelWidth + classes_per_line_ * class_width_ > kLineWidth)
+      classes_per_line_ /= 2;
   }
-  return widths;
-}
 
-size_t single_width(const std::vector<Counters> &all) {
-  size_t width = 12;
-  for (const Counters &counters : all) {
-    if (counters.count == 1)
-      width = std::max(width, digits(*counters.values) + 2);
+  // The rows under their heading, in several parts if they are too wide; empty without a row.
+  std::string by_class(const char *heading, const std::vector<Row> &rows) const {
+    std::string text;
+    for (size_t first = 0; first < kClasses; first += classes_per_line_)
+      text += by_class(heading, rows, first);
+    return text;
   }
-  return width;
+
+  std::string single(const char *label, uint64_t value, Counts counts) const {
+    return omits(value) ? "" : label_text(label) + number(value, counts) + "\n";
+  }
+
+  std::string pair(const char *label, uint64_t received, uint64_t sent) const {
+    return omits(received | sent) ? ""
+                                  : label_text(label) + number(received, Counts::kFrames) +
+                                        number(sent, Counts::kFrames) + "\n";
+  }
+
+  std::string texts(const char *label, uint64_t value,
+                    const std::vector<std::string> &texts) const {
+    std::string line = omits(value) ? "" : label_text(label);
+    for (size_t i = 0; !omits(value) && i < texts.size(); ++i)
+      line += format("%*s", static_cast<int>(width_), texts[i].c_str());
+    return line.empty() ? "" : line + "\n";
+  }
+
+ private:
+  bool omits(uint64_t value) const { return nonzero_ && value == 0; }
+
+  static std::string label_text(const char *label) {
+    return format("%-*s", static_cast<int>(kLabelWidth), label);
+  }
+
+  std::string number(uint64_t value, Counts counts) const {
+    return counter_cell(value, width_, counts, colours_);
+  }
+
+  std::string by_class(const char *heading, const std::vector<Row> &rows, size_t first) const {
+    const int label_width = static_cast<int>(kClassLabelWidth);
+    std::string head = format("%-*s", label_width, heading);
+    for (size_t i = first; i < first + classes_per_line_; ++i)
+      head += format("%*zu", static_cast<int>(class_width_), i);
+    std::string text;
+    for (const Row &row : rows) {
+      uint64_t any = 0;
+      std::string line = format("%-*s", label_width, row.label.c_str());
+      for (size_t i = first; i < first + classes_per_line_; ++i) {
+        any |= row.values[i];
+        line += counter_cell(row.values[i], class_width_, row.counts, colours_);
+      }
+      text += omits(any) ? "" : line + "\n";
+    }
+    return text.empty() ? "" : head + "\n" + text;
+  }
+
+  bool nonzero_;
+  bool colours_;
+  size_t width_ = 12;
+  size_t class_width_ = 8;
+  size_t classes_per_line_ = kClasses;
+};
+
+std::vector<QosTables::Row> grid_rows(const kel_asic_counter_t (&drops)[6][8]) {
+  std::vector<QosTables::Row> rows;
+  for (size_t i = 0; i < kDropRows; ++i)
+    rows.push_back({format("  row %zu", i), drops[i], Counts::kDrops});
+  return rows;
 }
 
-constexpr int kLabelWidth = 24;
-
-std::string class_heading(const char *label, const ClassWidths &widths) {
-  std::string text = format("\n%-*s", kLabelWidth, label);
-  for (size_t i = 0; i < kClasses; ++i)
-    text += format("%*zu", static_cast<int>(widths[i]), i);
-  return text + "\n";
-}
-
-std::string class_row(const std::string &label, const kel_asic_counter_t *values, Counts counts,
-                      const ClassWidths &widths, bool colours) {
-  std::string text = format("%-*s", kLabelWidth, label.c_str());
-  for (size_t i = 0; i < kClasses; ++i)
-    text += counter_cell(values[i], widths[i], counts, colours);
-  return text + "\n";
-}
-
-std::string drop_grid(const char *label, const kel_asic_counter_t (&drops)[6][8],
-                      const ClassWidths &widths, bool colours) {
-  std::string text = class_heading(label, widths);
-  for (size_t row = 0; row < kDropRows; ++row)
-    text += class_row(format("  row %zu", row), drops[row], Counts::kDrops, widths, colours);
-  return text;
+const char *yes_no(uint64_t value) {
+  return value != 0 ? "yes" : "no";
 }
 
 // The shape of a field: a number, or lists of eight.
@@ -120,47 +169,34 @@ std::string styled(const char *style, const std::string &text) {
   return std::string("\033[") + style + "m" + text + "\033[0m";
 }
 
-std::string qos_text(const kel_asic_qos_stats_t &stats, bool colours) {
+std::string qos_text(const kel_asic_qos_stats_t &stats, bool nonzero, bool colours) {
   const auto &[pause, ss_dhs, oq, drops] = stats;
-  const ClassWidths widths = class_widths(qos_counters(stats));
-  const size_t width = single_width(qos_counters(stats));
-  const auto pair = [&](const char *label, uint64_t received, uint64_t sent, const char *beside) {
-    return format("%-*s", kLabelWidth, label) +
-           counter_cell(received, width, Counts::kFrames, colours) +
-           counter_cell(sent, width, Counts::kFrames, colours) + "    " + beside + "\n";
-  };
-  const auto single = [&](const char *label, uint64_t value, Counts counts) {
-    return format("%-*s", kLabelWidth, label) + counter_cell(value, width, counts, colours) + "\n";
-  };
-  const int wide = static_cast<int>(width);
-
-  std::string text = format("%-*s%*s%*s\n", kLabelWidth, "pause", wide, "received", wide, "sent");
-  text += pair("  XOFF", pause.rx_xoff_cnt, pause.tx_xoff_cnt,
-               format("flow control 0x%04x", pause.flow_ctrl).c_str());
-  text +=
-      pair("  XON", pause.rx_xon_cnt, pause.tx_xon_cnt,
-           format("receive side in XOFF: %s", pause.rx_xoff_status != 0 ? "yes" : "no").c_str());
-  text +=
-      pair("  PFC", pause.rx_pfc_cnt, pause.tx_pfc_cnt,
-           format("transmit side in XOFF: %s", pause.tx_xoff_status != 0 ? "yes" : "no").c_str());
-
-  text += class_heading("PFC by priority", widths);
-  text += class_row("  XOFF received", pause.rx_pfc_xoff_cnt, Counts::kFrames, widths, colours);
-  text += class_row("  XOFF sent", pause.tx_pfc_xoff_cnt, Counts::kFrames, widths, colours);
-
-  text += class_heading("by class", widths);
-  text += class_row("  writes received", ss_dhs.wr_rcvd_cnt, Counts::kFrames, widths, colours);
-  text += class_row("  reads sent", ss_dhs.rd_sent_cnt, Counts::kFrames, widths, colours);
-
-  text += "\n" + single("writes discarded", ss_dhs.wr_discard_cnt, Counts::kDrops);
-  text += single("multicast discarded", ss_dhs.wr_discard_mcast_cnt, Counts::kDrops);
-  text += single("received with an error", ss_dhs.wr_rcvd_err_cnt, Counts::kFrames);
-  text += single("queue flushes", oq.flush_cnt, Counts::kFrames);
-  text += single("queue timeouts", oq.tout_cnt, Counts::kFrames);
-
-  text += drop_grid("drops n2h", drops.n2h_drops, widths, colours);
-  text += drop_grid("drops h2n", drops.h2n_drops, widths, colours);
-  return text;
+  const QosTables tables(stats, nonzero, colours);
+  const std::string pauses =
+      tables.pair("  XOFF", pause.rx_xoff_cnt, pause.tx_xoff_cnt) +
+      tables.pair("  XON", pause.rx_xon_cnt, pause.tx_xon_cnt) +
+      tables.pair("  PFC", pause.rx_pfc_cnt, pause.tx_pfc_cnt) +
+      tables.texts("  side in XOFF", pause.rx_xoff_status | pause.tx_xoff_status,
+                   {yes_no(pause.rx_xoff_status), yes_no(pause.tx_xoff_status)}) +
+      tables.texts("  flow control", pause.flow_ctrl, {format("0x%04x", pause.flow_ctrl)});
+  const std::string sections[] = {
+      pauses.empty() ? "" : tables.texts("pause", 1, {"received", "sent"}) + pauses,
+      tables.by_class("PFC by priority",
+                      {{"  XOFF received", pause.rx_pfc_xoff_cnt, Counts::kFrames},
+                       {"  XOFF sent", pause.tx_pfc_xoff_cnt, Counts::kFrames}}),
+      tables.by_class("by class", {{"  writes", ss_dhs.wr_rcvd_cnt, Counts::kFrames},
+                                   {"  reads", ss_dhs.rd_sent_cnt, Counts::kFrames}}),
+      tables.single("writes discarded", ss_dhs.wr_discard_cnt, Counts::kDrops) +
+          tables.single("multicast discarded", ss_dhs.wr_discard_mcast_cnt, Counts::kDrops) +
+          tables.single("received with an error", ss_dhs.wr_rcvd_err_cnt, Counts::kFrames) +
+          tables.single("queue flushes", oq.flush_cnt, Counts::kFrames) +
+          tables.single("queue timeouts", oq.tout_cnt, Counts::kFrames),
+      tables.by_class("drops n2h", grid_rows(drops.n2h_drops)),
+      tables.by_class("drops h2n", grid_rows(drops.h2n_drops))};
+  std::string text;
+  for (const std::string &section : sections)
+    text += (text.empty() || section.empty() ? "" : "\n") + section;
+  return text.empty() ? "every counter is zero\n" : text;
 }
 
 Json qos_json(const kel_asic_qos_stats_t &stats) {

@@ -19,8 +19,9 @@ std::string cell(const std::string &text, size_t width, double number, Counts co
 // A text in a colour or style of the terminal: the parameters of its sequence, like "1;31".
 std::string styled(const char *style, const std::string &text);
 
-// With colours, zeros are dimmed and drops are shaded by how many they are.
-std::string qos_text(const kel_asic_qos_stats_t &stats, bool colours);
+// Lines of 80 columns at most; `nonzero` omits the rows that are zero. With colours, zeros are
+// dimmed and drops are shaded by how many they are.
+std::string qos_text(const kel_asic_qos_stats_t &stats, bool nonzero, bool colours);
 Json qos_json(const kel_asic_qos_stats_t &stats);
 
 // How far each counter rose from one record to the next, and the states of the next; a counter that

@@ -226,11 +226,15 @@ std::vector<std::string> class_lines(const PortRow &row, bool colours) {
       class_line("  XOFF sent", rates(delta.pause.tx_pfc_xoff_cnt, 1), Counts::kFrames, colours)};
 }
 
-std::string title_line(const TopView &view) {
+std::string title_line(const TopView &view, size_t first, size_t last) {
   const bool rates = std::any_of(view.rows.begin(), view.rows.end(),
                                  [](const PortRow &row) { return row.seconds > 0; });
+  const size_t count = view.rows.size();
+  const std::string ports = last - first == count
+                                ? count_text(count, "port", "ports")
+                                : format("ports %zu-%zu of %zu", first + 1, last, count);
   return format(
-      "module %u, ASIC %u  %zu ports by %s  %s", view.module, view.asic, view.rows.size(),
+      "module %u, ASIC %u  %s by %s  %s", view.module, view.asic, ports.c_str(),
       sort_key_text(view.sort_key),
       rates ? format("frames a second, every %g s", view.interval).c_str() : "frames in all");
 }
@@ -242,6 +246,28 @@ std::pair<size_t, size_t> visible_rows(const TopView &view, size_t room) {
     return {0, count};
   const size_t first = std::min(view.chosen - std::min(view.chosen, room / 2), count - room);
   return {first, first + room};
+}
+
+constexpr const char *kKeyTexts[] = {
+    "Keys of this view",
+    "",
+    "d                   sort by drops",
+    "p                   sort by pause and PFC; ports in XOFF come first",
+    "w                   sort by writes",
+    "arrows, j, k        choose the port whose classes are shown",
+    "page up, page down  move the choice by ten ports",
+    "end                 choose the last port",
+    "home                follow the first port of the order",
+    "^Z                  stop mrvctl; fg continues it",
+    "q, ^C               end the view",
+    "",
+    "Any other key returns to the ports.",
+};
+
+std::vector<std::string> key_lines(size_t height) {
+  std::vector<std::string> lines(std::begin(kKeyTexts), std::end(kKeyTexts));
+  lines.resize(height);
+  return lines;
 }
 
 // What makes a row come before others, the weightiest first: if the rates are equal, the totals,
@@ -276,6 +302,8 @@ std::vector<std::string> top_lines(const TopView &view, size_t width, size_t hei
   constexpr size_t kOtherLines = 3;  // title, heading, keys
   constexpr size_t kMinRows = 4;
   const bool on_screen = height > 0;
+  if (view.shows_keys)
+    return key_lines(height);
   const bool classes = !view.rows.empty() && !failed(view.rows[view.chosen]) &&
                        (!on_screen || height >= kOtherLines + kMinRows + 1 + kClassLines);
   const size_t others = kOtherLines + (classes ? 1 + kClassLines : 0);
@@ -284,7 +312,8 @@ std::vector<std::string> top_lines(const TopView &view, size_t width, size_t hei
   const Layout layout = layout_for(width - 1);
 
   std::vector<std::string> lines = {
-      title_line(view), colours ? styled("1", heading_line(layout)) : heading_line(layout)};
+      title_line(view, first, last),
+      colours ? styled("1", heading_line(layout)) : heading_line(layout)};
   for (size_t i = first; i < last; ++i) {
     const bool chosen = i == view.chosen;
     const std::string line = row_line(view.rows[i], layout, chosen, colours && !chosen);
@@ -298,7 +327,7 @@ std::vector<std::string> top_lines(const TopView &view, size_t width, size_t hei
   if (on_screen) {
     lines.resize(std::max(height, kOtherLines) - 1);
     lines.emplace_back(
-        "d drops  p pause  w writes  arrows choose  home follows the first  q quits");
+        "d drops  p pause  w writes  arrows choose  home first  ? explains the keys  q quits");
     lines.resize(height);
   }
   return lines;

@@ -32,6 +32,7 @@ struct TopView {
   SortKey sort_key;
   std::vector<PortRow> rows;  // in the order of the view
   size_t chosen;              // the row whose classes are shown
+  bool shows_keys;            // what each key does, in place of the rows
 };
 
 // Ports that failed come first, then those with the largest values; others stay as they were.
