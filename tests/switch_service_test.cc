@@ -479,7 +479,14 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
     return bytes_of(Header{0, remote::kMonitor, 0, 0, result, 0, length}, made) +
            std::string(given, 'a');
   };
+  const auto info = [] {
+    return in_child([] {
+      vp_switch shown = {};
+      return vp_switch_info(&shown);
+    });
+  };
   const Hello good = service_hello(0);
+  const Hello older = {remote::kMagic, remote::kVersion, 0, 1 << 24, 0};  // without any feature
   const std::string known = client(0, 4095, '\0');
   constexpr uint32_t kNone = UINT32_MAX;  // in the place of -1
   const struct {
@@ -532,6 +539,9 @@ TEST_F(SwitchService, tells_a_bad_answer_from_a_good_one) {
       {EPROTO, {}, {}, 0, ""},
       {EPROTO, service_hello(-1), {}, 0, ""},
       {EPROTO, service_hello(4096), {}, 0, ""},
+      {0, older, {}, kRecord, body(kRecord)},
+      {EPROTONOSUPPORT, older, {}, 0, "", monitor},
+      {EPROTONOSUPPORT, older, {}, 0, "", info},
       {EMSGSIZE, service_hello(0, kRecord - 1), {}, 0, ""},  // last, because nothing is sent
   };
   uint32_t last_sequence = 0;
