@@ -1,0 +1,43 @@
+"""The exception of the package."""
+from __future__ import annotations
+
+from typing import Any
+
+from . import _native
+from .naming import register_text
+from .ports import port_text
+
+
+class Error(OSError):
+    """An operation that the library or the driver service refused.
+
+    errno: the error number of the service call; EINVAL for a refused argument; 0 if there is none
+    code: the result of the library
+    name: the name of the code
+    operation: the operation
+    register: the register, address, port or batch, as text; None if there is none
+    """
+
+    def __init__(self, code: int, operation: str, register: str | None = None):
+        name, number, message = _native.explain(code)
+        super().__init__(number, message)
+        self.code = code
+        self.name = name
+        self.operation = operation
+        self.register = register
+
+    def __str__(self) -> str:
+        return f"{self.operation}{f' {self.register}' if self.register else ''}: {self.strerror}"
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        return type(self), (self.code, self.operation, self.register)
+
+
+def error_about(code: int, operation: str, subject: Any) -> Error:
+    """The error of an operation of the native part, about one of its arguments."""
+    if isinstance(subject, int):
+        return Error(code, operation, f"0x{subject:08X}")
+    if isinstance(subject, tuple):
+        text: Any = port_text if len(subject) == 4 else register_text
+        return Error(code, operation, text(subject))
+    return Error(code, operation, subject)

@@ -1,0 +1,279 @@
+"""Blocks, their instances, and the objects that a register of them is: a register or a table.
+
+_names.py has a class per block, whose attributes are its registers.
+"""
+from __future__ import annotations
+
+from array import array
+from collections.abc import Iterable, Sequence
+from typing import Any, Generic, NamedTuple, Self, TypeVar, Union, overload
+
+from . import _native
+from ._native import read as _read
+from ._native import read_entries as _read_entries
+from ._native import write as _write
+from .reference import reference
+
+Location = tuple[int, int, int, int, int]  # module, ASIC, block, instance, number
+Words = Union[Iterable[int], Iterable[Iterable[int]]]
+
+_instance_classes: dict[int, type[Instance]] = {}
+
+
+class BlockInfo(NamedTuple):
+    """What the headers say about a block."""
+    number: int
+    name: str
+    registers: int
+    tables: tuple[tuple[int, int, int], ...]  # first and last register, number of entries
+
+
+def register_text(location: Location) -> str:
+    """The text of a register, as mrvctl has it: HI.2:HI_DHS_LVIF."""
+    module, asic, block, instance, number = location
+    instances = _instance_classes[block]
+    name = instances.full_names().get(number, str(number))
+    text = f"{instances.block.name.replace('_', '')}.{instance}:{name}"
+    return text if module == asic == 0 else f"{text} of module {module}, ASIC {asic}"
+
+
+def as_words(values: Words) -> Any:
+    """A buffer of words: the values if they are one, else a copy of the numbers or rows."""
+    try:
+        return memoryview(values)  # type: ignore[arg-type]
+    except TypeError:
+        pass
+    words = array("I")
+    for value in values:
+        if isinstance(value, int):
+            words.append(value)
+        else:
+            words.extend(value)
+    return words
+
+
+class Located:
+    """A register of an instance."""
+    __slots__ = ("location",)
+
+    def __init__(self, location: Location):
+        self.location = location
+
+    def __str__(self) -> str:
+        return register_text(self.location)
+
+    def __repr__(self) -> str:
+        return f"<{type(self).__name__} {self}>"
+
+    def __eq__(self, other: object) -> bool:
+        return isinstance(other, Located) and (type(other), str(other)) == (type(self), str(self))
+
+    def __hash__(self) -> int:
+        return hash(self.location)
+
+
+class Register(Located):
+    """A register: read() and write() move its 32 bits."""
+    __slots__ = ()
+
+    @reference("lib_mrv_asic_read")
+    def read(self) -> int:
+        return _read(self.location)
+
+    @reference("lib_mrv_asic_write")
+    def write(self, value: int) -> None:
+        _write(self.location, value)
+
+    @reference("lib_mrv_asic_write_field")
+    def write_field(self, value: int, mask: int) -> None:
+        _native.write_field(self.location, value, mask)
+
+
+class Table(Located):
+    """A table register. table[3] is an entry, a list of words; table[3:8] is a list of entries."""
+    __slots__ = ()
+
+    def entry_words(self, index: int = 0) -> int:
+        """The number of words of an entry. The register map knows some only after init(): 0 until then."""
+        return _native.entry_words(self.location[2], self.location[4], index)
+
+    def __len__(self) -> int:
+        number = self.location[4]
+        for first, last, entries in _instance_classes[self.location[2]].block.tables:
+            if first <= number <= last and entries:
+                return entries
+        raise TypeError(f"only the register map knows the number of entries of {self}")
+
+    def __bool__(self) -> bool:
+        return True
+
+    def read(self, first: int, count: int) -> array[int]:
+        """Reads consecutive entries into a new array of their words."""
+        words = array("I", bytes(4 * count * self.entry_words(first)))
+        _read_entries(self.location, first, words)
+        return words
+
+    @reference("lib_mrv_asic_read_dhs")
+    def read_into(self, first: int, words: Any) -> None:
+        """Reads as many entries as the buffer has room for."""
+        _read_entries(self.location, first, words)
+
+    @reference("lib_mrv_asic_write_dhs")
+    def write(self, first: int, words: Words) -> None:
+        """Writes entries: a buffer, numbers, or rows."""
+        _native.write_entries(self.location, first, as_words(words))
+
+    @overload
+    def __getitem__(self, index: int) -> list[int]: ...
+
+    @overload
+    def __getitem__(self, index: slice) -> list[list[int]]: ...
+
+    def __getitem__(self, index: int | slice) -> list[int] | list[list[int]]:
+        if not isinstance(index, slice):
+            return self.read(self._index(index), 1).tolist()
+        first, count = self._range(index)
+        size = self.entry_words(first)
+        words = self.read(first, count).tolist() if count else []
+        return [words[i:i + size] for i in range(0, len(words), size)]
+
+    @overload
+    def __setitem__(self, index: int, row: Iterable[int]) -> None: ...
+
+    @overload
+    def __setitem__(self, index: slice, row: Words) -> None: ...
+
+    def __setitem__(self, index: int | slice, row: Words) -> None:
+        if isinstance(index, slice):
+            first, count = self._range(index)
+            self._check_rows(row, self.entry_words(first))
+        else:
+            first, count = self._index(index), 1
+        words = as_words(row)
+        size = len(words) if isinstance(words, array) else words.nbytes // 4
+        if size != count * self.entry_words(first):
+            raise ValueError(f"{size} words for {count} entries of {self}, which have "
+                             f"{self.entry_words(first)} words each")
+        if count:
+            _native.write_entries(self.location, first, words)
+
+    def _check_rows(self, rows: Words, size: int) -> None:
+        if not isinstance(rows, Sequence):
+            return
+        for number, row in enumerate(rows):
+            if isinstance(row, Sequence) and len(row) != size:
+                raise ValueError(f"row {number} has {len(row)} words; an entry of {self} has {size}")
+
+    def _index(self, index: int) -> int:
+        if index < 0:
+            index += len(self)
+        if index < 0:
+            raise IndexError(f"{self} has {len(self)} entries")
+        return index
+
+    def _range(self, entries: slice) -> tuple[int, int]:
+        if entries.step not in (None, 1):
+            raise ValueError("the entries of a slice are consecutive: omit its step")
+        first = self._index(entries.start or 0)
+        end = self._index(entries.stop) if entries.stop is not None else len(self)
+        return first, max(0, end - first)
+
+
+class Entry(Located):
+    """An entry of a table."""
+    __slots__ = ("index",)
+
+    def __init__(self, location: Location, index: int):
+        super().__init__(location)
+        self.index = index
+
+    def __str__(self) -> str:
+        return f"{register_text(self.location)}[{self.index}]"
+
+    def read(self) -> list[int]:
+        return Table(self.location)[self.index]
+
+    def write(self, row: Iterable[int]) -> None:
+        Table(self.location)[self.index] = row
+
+
+class Instance:
+    """An instance of a block. instance[40] is a register by its number."""
+    block: BlockInfo
+    __slots__ = ("_place",)
+
+    def __init__(self, number: int, module: int = 0, asic: int = 0):
+        self._place = (module, asic, self.block.number, number)
+
+    def __init_subclass__(cls) -> None:
+        _instance_classes[cls.block.number] = cls
+
+    def on(self, module: int = 0, asic: int = 0) -> Self:
+        """The same instance of another ASIC."""
+        return type(self)(self._place[3], module, asic)
+
+    @classmethod
+    def full_names(cls) -> dict[int, str]:
+        """The names of registers by their number."""
+        return {kind.number: f"{cls.block.name}_{name}" for name, kind in vars(cls).items()
+                if isinstance(kind, _Name)}
+
+    def location(self, number: int) -> Location:
+        if not 0 <= number < self.block.registers:
+            raise IndexError(f"block {self.block.name} has registers 0 to {self.block.registers - 1}")
+        return (*self._place, number)
+
+    def __getitem__(self, number: int) -> Register:
+        return Register(self.location(number))
+
+    def table(self, number: int) -> Table:
+        """A table by its number."""
+        return Table(self.location(number))
+
+    def read_block(self, first: int | Register, count: int) -> array[int]:
+        """Reads consecutive registers into a new array."""
+        words = array("I", bytes(4 * count))
+        self.read_block_into(first, words)
+        return words
+
+    @reference("lib_mrv_asic_n_read")
+    def read_block_into(self, first: int | Register, words: Any) -> None:
+        """Reads as many registers as the buffer has room for."""
+        location = first.location if isinstance(first, Register) else self.location(first)
+        _native.read_block(location, words)
+
+    def __repr__(self) -> str:
+        return f"<{self.block.name}.{self._place[3]}>"
+
+
+class _Name:
+    """A register of a block, in the class of its instances."""
+
+    def __init__(self, number: int):
+        self.number = number
+
+
+class RegisterName(_Name):
+    def __get__(self, instance: Instance, owner: type[Instance]) -> Register:
+        return Register(instance.location(self.number))
+
+
+class TableName(_Name):
+    def __get__(self, instance: Instance, owner: type[Instance]) -> Table:
+        return Table(instance.location(self.number))
+
+
+InstanceType = TypeVar("InstanceType", bound=Instance, covariant=True)
+
+
+class Block(Generic[InstanceType]):
+    """A block of the ASIC. HI[2] is an instance of it."""
+
+    def __init__(self, instances: type[InstanceType]):
+        self._instances = instances
+
+    def __getitem__(self, instance: int) -> InstanceType:
+        return self._instances(instance)
+
+    def __repr__(self) -> str:
+        return f"<Block {self._instances.block.name}>"

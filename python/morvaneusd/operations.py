@@ -1,0 +1,104 @@
+"""Initialisation, raw writes and commands, batches and programs."""
+from __future__ import annotations
+
+import os
+from array import array
+from collections.abc import Iterable
+from pathlib import Path
+from types import TracebackType
+from typing import Self, Union
+
+from . import _native
+from ._names import PROGRAM_MAGIC
+from .errors import Error
+from .naming import Register
+from .ports import Port
+from .reference import reference
+
+ALL_BITS = 0xFFFFFFFF
+Step = Union[tuple[Register, int], tuple[Register, int, int]]
+
+
+def _platform_file() -> str:
+    """The library of the platform: MORVANE_PLATFORM, else the virtual platform next to the library."""
+    name = os.environ.get("MORVANE_PLATFORM", "")
+    if name:
+        return f"./{name}" if "/" not in name and Path(name).exists() else name
+    library = Path(_native.library_file())
+    sibling = library.with_name(library.name.replace("libmorvaneusd", "libmorvaneplatform"))
+    return str(sibling) if sibling.exists() else sibling.name
+
+
+@reference("lib_mrv_asic_init")
+def init(slot: int = 0, platform: str | None = None) -> None:
+    """Opens the platform and initialises the library for the ASIC of the card in a slot.
+
+    platform: the library of the platform (default: MORVANE_PLATFORM, or the virtual platform)
+    """
+    _native.open_platform(platform or _platform_file())
+    _native.init(slot)
+
+
+@reference("lib_mrv_asic_write")
+def write_raw(address: int, value: int, *, module: int = 0, asic: int = 0) -> None:
+    """Writes to a register address, which is not checked."""
+    _native.write_raw((module, asic), address, value)
+
+
+@reference("lib_mrv_asic_write_field")
+def write_field_raw(address: int, value: int, mask: int, *, module: int = 0, asic: int = 0) -> None:
+    """Writes to bits of a register address, which is not checked."""
+    _native.write_field_raw((module, asic), address, value, mask)
+
+
+def send_command(command: int, port: Port, value: int = 0) -> None:
+    """Sends a command to a port: the driver service takes some addresses as commands."""
+    if max(port.type, port.number) > 0xFF or port.asic > 0xFFFF:
+        raise ValueError(f"{port} does not fit into a command")
+    write_raw(command, value, module=port.module, asic=port.asic << 16 | port.type << 8 | port.number)
+
+
+class batch:
+    """A scope whose writes are sent together at its end, also if an exception ends it.
+
+        with batch("port 2"):
+            HI[2].DHS_LVIF[5] = [7]
+
+    The library cannot drop writes: an exception gets a note that they were sent. If the platform
+    refuses them, the end of the scope raises Error. A read in a batch sends the writes before it, and
+    so does each 513th word. Until its end the batch keeps other threads out of the library.
+
+    name: its name, which the service gets, up to 31 characters
+    reorder: whether the service may reorder the writes
+    """
+
+    def __init__(self, name: str, reorder: bool = False):
+        self.name = name
+        self.reorder = reorder
+
+    def __enter__(self) -> Self:
+        _native.start_batch(self.name, self.reorder)
+        return self
+
+    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None,
+                 traceback: TracebackType | None) -> None:
+        lost = _native.commit_batch()
+        if error is not None:
+            error.add_note(f"batch {self.name!r}: the writes before this exception were sent")
+        if lost:
+            raise Error(lost, "commit of batch", self.name)
+
+
+@reference("lib_mrv_asic_pgm")
+def run(steps: Iterable[Step], *, module: int = 0, asics: Iterable[int] = (0,)) -> None:
+    """Runs a register program: a register and its value per step, or a register, value and mask.
+
+    asics: the numbers of the ASICs, 0 to 30; the steps select only the register
+    """
+    words = array("I")
+    for register, value, *mask in steps:
+        words.extend((PROGRAM_MAGIC, *register.location[2:], value, *(mask or (ALL_BITS,))))
+    asic_map = 1 << 31
+    for number in asics:
+        asic_map |= 1 << number
+    _native.run((module, asic_map), words)
