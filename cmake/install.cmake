@@ -2,7 +2,7 @@
 #   library      libmorvaneusd.so.*
 #   platform     libmorvaneplatform.so.*, the virtual platform
 #   development  headers, .so links, pkg-config files, the CMake package, its man pages, docs, examples
-#   service      morvaned, its man page, its units and its user
+#   service      morvaned, its man page, completion, units and user
 #   recorder     libmorvanerecord.so
 #   tool         mrvctl, its man page, completion and units; files for Wireshark, Prometheus and Grafana
 include(GNUInstallDirs)
@@ -49,6 +49,18 @@ function(install_units component service starter)
       ${PROJECT_BINARY_DIR}/systemd/${service} @ONLY)
     file(INSTALL ${PROJECT_BINARY_DIR}/systemd/${service}
       DESTINATION \${CMAKE_INSTALL_PREFIX}/lib/systemd/system)" COMPONENT ${component})
+endfunction()
+
+# Shells look for the completion of a program under its name.
+function(install_completion program component)
+  install(FILES share/completion/morvane.bash RENAME ${program}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${component})
+  set(zsh_folder site-functions)
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(zsh_folder vendor-completions)  # where zsh of Debian looks
+  endif()
+  install(FILES share/completion/_morvane RENAME _${program}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder} COMPONENT ${component})
 endfunction()
 
 install(DIRECTORY include/ DESTINATION ${header_dir} COMPONENT development
@@ -103,8 +115,7 @@ endif()
 install(TARGETS mrvctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
 # Programs are run with it, and not linked to a version of it.
 install(TARGETS morvanerecord LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT recorder)
-install(FILES tools/mrvctl/completion/mrvctl
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+install_completion(mrvctl tool)
 # Files for other programs: the same path for every architecture.
 install_units(tool mrvctl-metrics@.service mrvctl-metrics@.timer)
 install(DIRECTORY share/grafana share/prometheus share/wireshark
@@ -112,6 +123,7 @@ install(DIRECTORY share/grafana share/prometheus share/wireshark
 
 if(TARGET morvaned)
   install(TARGETS morvaned RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
+  install_completion(morvaned service)
   install_units(service morvaned.service morvaned.socket)
   install(FILES share/sysusers.d/morvaned.conf DESTINATION lib/sysusers.d COMPONENT service)
 endif()

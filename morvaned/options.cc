@@ -75,6 +75,22 @@ void describe(CLI::App &app, Options &options) {
   app.add_flag("--verbose", options.verbose, "Log which clients connect and disconnect");
 }
 
+// For the completion of a shell: `morvaned words -- WORD...` lists what may come in place of the
+// last word, options or the kind of their value.
+void print_words(const CLI::App &app, const std::string &before, const std::string &word) {
+  const CLI::Option *const option = app.get_option_no_throw(before);
+  const std::string value = option == nullptr ? "" : option->get_type_name();
+  if (value == "PATH" || value == "FILE")
+    std::puts("<file>");
+  if (value == "NAME")
+    std::puts("<group>");
+  for (const CLI::Option *offered : app.get_options()) {
+    const std::string name = "--" + offered->get_lnames()[0];
+    if (value.empty() && name.rfind(word, 0) == 0)
+      std::puts(name.c_str());
+  }
+}
+
 }  // namespace
 
 Options parse_options(int argc, char **argv) {
@@ -82,6 +98,10 @@ Options parse_options(int argc, char **argv) {
   options.socket = default_socket();
   CLI::App app("", "morvaned");
   describe(app, options);
+  if (argc > 3 && std::string(argv[1]) == "words") {
+    print_words(app, argv[argc - 2], argv[argc - 1]);
+    std::exit(0);
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success &request) {

@@ -4,7 +4,7 @@
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 
 build_packages="g++-multilib cmake ninja-build googletest libcli11-dev nlohmann-json3-dev pkg-config"
-test_packages="python3-cram"
+test_packages="python3-cram rlwrap zsh"
 python_packages="mypy python3-dev python3-numpy python3-pytest"
 docs_packages="doxygen graphviz man-db python3"
 clang_packages="clang libclang-rt-14-dev"

@@ -1,66 +1,65 @@
 #!/bin/bash
-# What the completion of mrvctl offers: completion_test.sh MRVCTL COMPLETION
+# What the completion of mrvctl and morvaned offers, in bash and in zsh: completion_test.sh BIN COMPLETIONS
 set -u
-PATH=$(dirname -- "$1"):$PATH
-# shellcheck source=tools/mrvctl/completion/mrvctl
-. "$2"
+PATH=$1:$PATH
+# shellcheck source=share/completion/morvane.bash
+. "$2/morvane.bash"
 failed=0
 
-# offers EXPECTED WORD...: EXPECTED is a pattern for the choices after the words.
-offers() {
-  local expected=$1
-  shift
-  COMP_WORDS=(mrvctl) COMPREPLY=()
-  local word
-  for word; do  # a colon is a word to the shell
-    if [[ $word == *:* ]]; then
-      COMP_WORDS+=("${word%%:*}" :)
-      word=${word#*:}
-      [[ $word ]] || continue
-    fi
-    COMP_WORDS+=("$word")
-  done
-  COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
-  _mrvctl
+# What zsh offers for the words of a line. The functions that it has only during completion are replaced.
+in_zsh() {
+  zsh -f -c '
+    compadd() { while [[ $1 != -a ]]; do shift; done; print -r -- $found }
+    for name in _files _directories _command_names _groups; do functions[$name]="print $name"; done
+    file=$1; shift; words=("$@") CURRENT=$#
+    source $file' zsh "$2/_morvane" "${@:3}"
+}
+
+expect() {
   # shellcheck disable=SC2053  # a pattern
-  [[ ${COMPREPLY[*]} == $expected ]] && return
-  echo "mrvctl $*: offers '${COMPREPLY[*]}', not '$expected'"
+  [[ $2 == $1 ]] && return
+  echo "${*:3}: offers '$2', not '$1'"
   failed=1
 }
 
-offers "info regs read *switch check module expect-fail help" ""
-offers "qos" help qo
-offers "reset card *" switch ""
-offers "dhs dhs-read dhs-write" dhs
-offers "--help --version --file *--asic" -
-offers "read" --calls --slot 3 rea
-offers "HR. HI. HF." read h
-offers "read" expect-fail rea
-offers "show clear clear-all metrics top" qos ""
-offers "hif: nif: cif: bif:" qos metrics hif ""
-offers "drops pause writes" qos top --sort ""
-offers "--help --opts *" qos show --
-offers "hif: nif: cif: bif:" qos show ""
-offers "HI.3: HI.30: HI.31:" read hi.3
-offers "HI_DHS_LVIF_TCAM HI_DHS_LVIF" write hi.2:hi_dhs_lv
-offers "SS_CFG_CG SS_CFG_CG_WR" read ss.0:ss_cfg
-offers "HF_DHS_POL" dhs-read HF.0:HF_DHS_PO
-offers "HI_DHS_LVIF_TCAM HI_DHS_LVIF" calls --register HI.2:hi_dhs_lv
-offers "ETIMEDOUT" switch fault add etimed
-offers "SYSERR_KEL_ASIC_UNKNOWN *ETIMEDOUT*" --calls error ""
-offers "on off" pause ""
-offers "hif:" pause on h
-offers "SS HR * XL" regs ""
-offers "SS. HR. * XL." dump ""
-offers "" nodrop ""
-offers "/etc" record /et
-offers "*basename*" record /tmp -- basenam
-offers "n2h h2n" traffic hif:3 --direction ""
-offers "RECORDED FAST" replay --speed ""
-offers "HR. HI. HF." last-write h
-offers "--help --read *--scratch *--junit" check --
-offers "SS. HR. *XL." check --scratch ""
-offers "nif:" check --port N
-offers "/etc" dhs-write HI.2:HI_DHS_LVIF[0] --from /et
-offers "/etc" last-write HI.2:40 /et
+# offers EXPECTED PROGRAM WORD...: EXPECTED is a pattern for the choices after the words.
+offers() {
+  COMP_LINE="${*:2}"
+  COMP_POINT=${#COMP_LINE}
+  _morvane "$2"
+  expect "$1" "${COMPREPLY[*]}" "$@"
+}
+
+offers "info regs read *switch error check *words module help expect-fail" mrvctl ""
+offers "reset card *" mrvctl switch ""
+offers "--help --version --file *--asic" mrvctl -
+offers "read" mrvctl --calls --slot 3 rea
+offers "read" mrvctl expect-fail rea
+offers "show clear clear-all metrics top" mrvctl help qos ""
+offers "drops pause writes" mrvctl qos top --sort ""
+offers "--help --opts *" mrvctl qos show --
+offers "hif: nif: cif: bif:" mrvctl qos metrics hif ""
+offers "HR. HI. HF." mrvctl read h
+offers "HI.3: HI.30: HI.31:" mrvctl read hi.3
+offers "HI_DHS_LVIF_TCAM HI_DHS_LVIF" mrvctl write hi.2:hi_dhs_lv
+offers "HF_DHS_POL" mrvctl dhs-read HF.0:HF_DHS_PO
+offers "SS_CFG_CG SS_CFG_CG_WR" mrvctl calls --register SS.0:ss_cfg
+offers "" mrvctl read QX.2:
+offers "" mrvctl nodrop ""
+offers "ETIMEDOUT" mrvctl switch fault add etimed
+offers "*ETIMEDOUT*SYSERR_KEL_ASIC_UNKNOWN *" mrvctl --calls error ""
+offers "hif:" mrvctl pause on h
+offers "SS HR * XL" mrvctl regs ""
+offers "/etc" mrvctl record /et
+offers "*basename*" mrvctl record /tmp -- basenam
+offers "/etc" mrvctl dhs-write HI.2:HI_DHS_LVIF[0] --from /et
+offers "--socket --state" morvaned --s
+offers "/etc" morvaned --verbose --state /et
+offers "*daemon*" morvaned --group d
+
+if command -v zsh >/dev/null; then
+  expect "HI.3: HI.30: HI.31:" "$(in_zsh "$@" mrvctl read hi.3)" zsh read
+  expect "off on" "$(in_zsh "$@" mrvctl pause "")" zsh pause
+  expect "_files" "$(in_zsh "$@" morvaned --socket "")" zsh morvaned
+fi
 exit $failed

@@ -24,7 +24,7 @@ if(MORVANE_PLATFORM STREQUAL "virtual")
     PASS_REGULAR_EXPRESSION "SS_CFG_CG = 0x00001234\n$")
 
   add_test(NAME completion COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/completion_test.sh
-    $<TARGET_FILE:mrvctl> ${PROJECT_SOURCE_DIR}/tools/mrvctl/completion/mrvctl)
+    $<TARGET_FILE_DIR:mrvctl> ${PROJECT_SOURCE_DIR}/share/completion)
   add_test(NAME man_page_of_mrvctl COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/man_page_test.sh
     ${PROJECT_SOURCE_DIR}/docs/man/mrvctl.1.in $<TARGET_FILE:mrvctl>)
   # The virtual platform with clauses broken.

@@ -72,7 +72,7 @@ Link pause is for host and network ports, and the module has one ASIC:
   > nodrop 0x1FF
   > sp-timer 65536
   > E
-  stdin:1: pause up hif:3: 'up' is neither on nor off
+  stdin:1: pause up hif:3: STATE: 'up' is none of off, on
   stdin:2: pause on hif: PORT: 'hif' has no port number; use for example hif:3
   stdin:3: nodrop 0x1FF: MAP: '0x1FF' is not a number from 0 to 255, in decimal, hexadecimal (0x) or binary (0b)
   stdin:4: sp-timer 65536: TIME: '65536' is not a number from 0 to 65535, in decimal, hexadecimal (0x) or binary (0b)

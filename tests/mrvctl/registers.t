@@ -123,7 +123,6 @@ Arguments that are not understood; none of the commands runs:
   > dhs-write HF.0:HF_DHS_POL[0].1 5
   > dhs-write HF.*:HF_DHS_POL[0] 1
   > read HI.2x:5
-  > read HI.2:0x
   > read HI.2:5 1048577
   > read HI.2:5 2 --expect 7
   > write HI.2:5
@@ -138,14 +137,13 @@ Arguments that are not understood; none of the commands runs:
   stdin:6: read HI.2:5..6 2: give either a range of registers or COUNT
   stdin:7: write HI.2:5..6 1: 'HI.2:5..6' is not a single register; use for example HI.2:40
   stdin:8: write HI.2:HI_DHS_LVIF[5 1: 'HI.2:HI_DHS_LVIF[5' is not a table entry; use for example HI.2:HI_DHS_LVIF[5]
-  stdin:9: dhs-read HI.2:40..41[5]: REGISTER: 'HI.2:40..41[5]' has more than one range
+  stdin:9: dhs-read HI.2:40..41[5]: TABLE: 'HI.2:40..41[5]' has more than one range
   stdin:10: dhs-write HF.0:HF_DHS_POL[0].1 5: 'HF.0:HF_DHS_POL[0].1' is not an entry of one table
   stdin:11: dhs-write HF.*:HF_DHS_POL[0] 1: 'HF.*:HF_DHS_POL[0]' is not an entry of one table
   stdin:12: read HI.2x:5: REGISTER: '2x' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:13: read HI.2:0x: REGISTER: '0x' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:14: read HI.2:5 1048577: COUNT: '1048577' is not a number from 0 to 1048576, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:15: read HI.2:5 2 --expect 7: 2 words to read, but 1 expected
-  stdin:16: write HI.2:5: missing DATA
-  stdin:17: write HI.2:5 -1: DATA: '-1' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:18: write HI.*:5 1: 'HI.*:5' is not a single register; use for example HI.2:40
+  stdin:13: read HI.2:5 1048577: COUNT: '1048577' is not a number from 0 to 1048576, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:14: read HI.2:5 2 --expect 7: 2 words to read, but 1 expected
+  stdin:15: write HI.2:5: missing DATA
+  stdin:16: write HI.2:5 -1: DATA: '-1' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:17: write HI.*:5 1: 'HI.*:5' is not a single register; use for example HI.2:40
   [2]

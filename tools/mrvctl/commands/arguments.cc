@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <set>
 #include <sstream>
 
 #include "text/text.h"
@@ -22,13 +23,19 @@ bool is_option(const std::string &word) {
   return word.size() > 1 && word[0] == '-';
 }
 
-// Whether an option of a command, or of the tool, is followed by its value.
-bool takes_value(const CLI::App *app, const std::string &name) {
+// An option of a command, or of the tool, that is followed by its value; null if it is not one.
+const CLI::Option *option_with_value(const CLI::App *app, const std::string &name) {
   for (; app != nullptr; app = app->get_parent()) {
     if (const CLI::Option *option = app->get_option_no_throw(name))
-      return option->get_items_expected_max() > 0;
+      return option->get_items_expected_max() > 0 ? option : nullptr;
   }
-  return false;
+  return nullptr;
+}
+
+const CLI::App *command_below(const CLI::App *command, const std::string &name) {
+  const auto below =
+      command->get_subcommands([&](const CLI::App *app) { return app->get_name() == name; });
+  return below.empty() ? nullptr : below[0];
 }
 
 // Breaks the lines of a help that are longer than a terminal, and indents their rest like the
@@ -98,6 +105,50 @@ std::string parsed_command(const CLI::App &app) {
     names.push_back(at->get_name());
   }
   return join(names, " ");
+}
+
+std::vector<const CLI::Option *> positionals(const CLI::App &app) {
+  return app.get_options([](const CLI::Option *option) { return option->get_positional(); });
+}
+
+// What the help calls the value of an option, or the word.
+std::string value_name(const CLI::Option *option) {
+  const std::string type = option->get_type_name();
+  return type.empty() && option->get_positional() ? option->get_name() : type;
+}
+
+std::vector<std::string> option_names(const CLI::App &app) {
+  std::vector<std::string> names;
+  for (const CLI::Option *option : app.get_options()) {
+    for (const std::string &name : option->get_lnames())
+      names.push_back("--" + name);
+  }
+  return names;
+}
+
+std::vector<std::string> command_names(const CLI::App &app) {
+  std::vector<std::string> names;
+  for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+    if (!command->get_group().empty())
+      names.push_back(command->get_name());
+  }
+  return names;
+}
+
+// Whether the words after this one are a command.
+bool precedes_command(const CLI::App &app) {
+  const std::vector<const CLI::Option *> words = positionals(app);
+  return app.get_prefix_command() || (!words.empty() && value_name(words[0]) == "COMMAND");
+}
+
+void collect_words(const CLI::App &app, std::set<std::string> &words,
+                   std::set<std::string> &values) {
+  for (const std::vector<std::string> &names : {option_names(app), command_names(app)})
+    words.insert(names.begin(), names.end());
+  for (const CLI::Option *option : app.get_options())
+    values.insert(value_name(option));
+  for (const CLI::App *below : app.get_subcommands([](const CLI::App *) { return true; }))
+    collect_words(*below, words, values);
 }
 
 // What the parser refuses, in our words.
@@ -176,8 +227,20 @@ void Arguments::option(const std::string &name,
 }
 
 size_t Arguments::count_positionals() const {
-  return app_.get_options([](const CLI::Option *option) { return option->get_positional(); })
-      .size();
+  return positionals(app_).size();
+}
+
+// "--sort drops|pause|writes", "STATE on|off"
+std::string Arguments::choice_name(const std::string &name, const std::vector<std::string> &words) {
+  return name + " " + join(words, "|");
+}
+
+size_t Arguments::chosen_word(const std::string &text, const std::vector<std::string> &words) {
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (lower_case(words[i]) == lower_case(text))
+      return i;
+  }
+  throw UsageError("'" + text + "' is none of " + join(words, ", "));
 }
 
 // Some or all of the commands, and what the last parse chose of them.
@@ -196,13 +259,12 @@ void Parser::AppInstance::parse(std::vector<std::string> words) {
   size_t position = 0;
   for (size_t i = 0; i < words.size(); ++i) {
     const std::string &word = words[i];
-    const auto has_name = [&](const CLI::App *below) { return below->get_name() == word; };
-    const std::vector<const CLI::App *> below = command->get_subcommands(has_name);
+    const CLI::App *const below = command_below(command, word);
     const Arguments::Reference reference = references[command];
     if (is_option(word)) {
-      i += takes_value(command, word) ? 1 : 0;
-    } else if (!below.empty()) {
-      command = below[0];
+      i += option_with_value(command, word) != nullptr ? 1 : 0;
+    } else if (below != nullptr) {
+      command = below;
     } else if (position++ == reference.position && reference.may_begin != nullptr &&
                reference.may_begin(word) && i + 1 < words.size() && !is_option(words[i + 1])) {
       words[i] += ":" + words[i + 1];
@@ -342,13 +404,45 @@ std::string Parser::help(const std::vector<std::string> &words) {
   const std::unique_ptr<AppInstance> tree = build_app([](const Definition &) { return true; });
   const CLI::App *at = &tree->app;
   for (const std::string &word : words) {
-    const auto has_name = [&](const CLI::App *below) { return below->get_name() == word; };
-    const std::vector<const CLI::App *> below = at->get_subcommands(has_name);
-    if (below.empty())
+    at = command_below(at, word);
+    if (at == nullptr)
       throw UsageError(no_command_text(word));
-    at = below[0];
   }
   return at->help(at == &tree->app ? "" : "mrvctl");
+}
+
+Expected Parser::expected(const std::vector<std::string> &words) const {
+  const std::unique_ptr<AppInstance> tree = build_app([](const Definition &) { return true; });
+  const CLI::App *command = &tree->app;
+  const CLI::Option *option = nullptr;  // whose value comes next
+  size_t position = 0;
+  for (size_t i = 0; i + 1 < words.size(); ++i) {
+    const CLI::App *const below = command_below(command, words[i]);
+    if (option != nullptr)
+      option = nullptr;
+    else if (is_option(words[i]))
+      option = option_with_value(command, words[i]);
+    else if (below != nullptr)
+      command = precedes_command(*below) ? &tree->app : below;
+    else
+      ++position;
+  }
+  if (option != nullptr)
+    return {{}, value_name(option)};
+  if (!words.empty() && words.back()[0] == '-')
+    return {option_names(*command), ""};
+  Expected found = {position == 0 ? command_names(*command) : std::vector<std::string>(), ""};
+  const std::vector<const CLI::Option *> arguments = positionals(*command);
+  if (!arguments.empty() &&
+      (position < arguments.size() || arguments.back()->get_expected_max() > 1))
+    found.value = value_name(arguments[std::min(position, arguments.size() - 1)]);
+  return found;
+}
+
+Vocabulary Parser::vocabulary() const {
+  Vocabulary all;
+  collect_words(build_app([](const Definition &) { return true; })->app, all.words, all.values);
+  return all;
 }
 
 }  // namespace mrvctl

@@ -18,6 +18,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -57,7 +58,8 @@ struct CommandText {
 
 // Describes the arguments of one command by names as the usage shows them: "--output FILE" is an
 // option with a value, "NAME" a required word, "[NAME]" one that may be missing. Words come in the
-// order in which they are described. The values outlive the parser.
+// order in which they are described. FILE, REGISTER and others say what completion offers
+// (commands/completion.cc). The values outlive the parser.
 class Arguments {
  public:
   explicit Arguments(CLI::App &app) : app_(app) {}
@@ -80,6 +82,17 @@ class Arguments {
   void parsed(const std::string &name, T &value, Parse parse, const std::string &help) {
     option(
         name, [&value, parse](const std::string &text) { value = parse(text); }, help);
+  }
+
+  // One of several words, in any case: the value is the number of the word.
+  template <typename T, size_t kCount>
+  void choice(const std::string &name, T &value, const char *const (&names)[kCount],
+              const std::string &help) {
+    const std::vector<std::string> words(names, names + kCount);
+    parsed(
+        choice_name(name, words), value,
+        [words](const std::string &text) { return static_cast<T>(chosen_word(text, words)); },
+        help);
   }
 
   // A positional argument like HI.2:40 or hif:3, which is accepted as two words too if the first
@@ -110,6 +123,8 @@ class Arguments {
 
  private:
   size_t count_positionals() const;
+  static std::string choice_name(const std::string &name, const std::vector<std::string> &words);
+  static size_t chosen_word(const std::string &text, const std::vector<std::string> &words);
 
   CLI::App &app_;
   Reference reference_;
@@ -138,6 +153,17 @@ struct CommandLine {
   std::string description;
   std::string footer;
   std::string version;
+};
+
+// What may come next on a command line.
+struct Expected {
+  std::vector<std::string> words;  // commands, or options after a "-"
+  std::string value;               // what the help calls the value, like REGISTER or on|off
+};
+
+struct Vocabulary {
+  std::set<std::string> words;   // commands and options
+  std::set<std::string> values;  // what the help calls values
 };
 
 class Parser {
@@ -188,6 +214,12 @@ class Parser {
   // The help of the tool, or of the command that the words name, once the command line was parsed.
   // Throws UsageError.
   std::string help(const std::vector<std::string> &words);
+
+  // What may come in place of the last of the words, of which a part may be typed.
+  Expected expected(const std::vector<std::string> &words) const;
+
+  // All commands and options.
+  Vocabulary vocabulary() const;
 
  private:
   struct Definition {

@@ -228,7 +228,7 @@ void describe_check(Arguments &arguments, CheckArgs &args) {
   arguments.parsed("--scratch REGISTER,...", subject.scratch, parse_registers,
                    "Registers that may be written, at least two with\n"
                    "consecutive addresses if possible, like HI.2:40..47");
-  arguments.parsed("--scratch-table REGISTER", subject.scratch_table, parse_table,
+  arguments.parsed("--scratch-table TABLE", subject.scratch_table, parse_table,
                    "A table whose entries may be written, like HF.0:HF_DHS_POL");
   arguments.parsed("--port PORT,...", subject.ports, parse_ports,
                    "Ports whose statistics may be cleared and whose link pause may be switched,\n"

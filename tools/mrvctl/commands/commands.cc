@@ -29,11 +29,12 @@ void add_commands(Parser &parser) {
   add_check_commands(parser);
   add_call_commands(parser);
   add_replay_commands(parser);
+  add_completion_command(parser);
 }
 
-void describe_register(Arguments &arguments, RegisterReference &reference,
-                       const std::string &forms) {
-  arguments.reference("REGISTER", reference, parse_register_reference, is_block_instance,
+void describe_register(Arguments &arguments, RegisterReference &reference, const std::string &forms,
+                       const std::string &name) {
+  arguments.reference(name, reference, parse_register_reference, is_block_instance,
                       forms + "; regs and dhs list the names");
 }
 

@@ -30,13 +30,14 @@ void add_replay_commands(Parser &parser);
 void add_record_command(Parser &parser);
 void add_switch_commands(Parser &parser);
 void add_check_commands(Parser &parser);
+void add_completion_command(Parser &parser);
 
 // All of the above.
 void add_commands(Parser &parser);
 
-// The positional argument REGISTER; `forms` are examples of what the command takes.
-void describe_register(Arguments &arguments, RegisterReference &reference,
-                       const std::string &forms);
+// The positional argument REGISTER, or TABLE; `forms` are examples of what the command takes.
+void describe_register(Arguments &arguments, RegisterReference &reference, const std::string &forms,
+                       const std::string &name = "REGISTER");
 
 // The positional argument PORT.
 void describe_port(Arguments &arguments, Port &port, uint32_t highest_type);

@@ -16,22 +16,18 @@ void finish_write(Session &session, const std::error_code &ec, const std::string
       object, text + (session.transaction.open() ? ": queued" : private_hint(session)) + "\n");
 }
 
+constexpr const char *kPauseStates[] = {"off", "on"};
+
 struct PauseArgs {
-  std::string state;
+  bool on = false;
   Port port;
 };
 
-void check_pause(PauseArgs &args) {
-  args.state = lower_case(args.state);
-  if (args.state != "on" && args.state != "off")
-    throw UsageError("'" + args.state + "' is neither on nor off");
-}
-
 void run_pause(Session &session, const PauseArgs &args) {
-  const std::string &state = args.state;
+  const std::string state = kPauseStates[args.on ? 1 : 0];
   const morvane::port port = session.port(args.port);
   std::error_code ec;
-  state == "on" ? morvane::link_pause_enable(port, ec) : morvane::link_pause_disable(port, ec);
+  args.on ? morvane::link_pause_enable(port, ec) : morvane::link_pause_disable(port, ec);
   const kel_asic_limits_t &limits = session.map().limits();
   const std::string hint = ec == SYSERR_KEL_ASIC_INVALID_ARG
                                ? format("link pause is for hif:0 to hif:%u and nif:0 to nif:%u",
@@ -81,7 +77,7 @@ void run_clear_drops(Session &session) {
 }
 
 void describe_pause(Arguments &arguments, PauseArgs &args) {
-  arguments.word("STATE", args.state, "on or off");
+  arguments.choice("STATE", args.on, kPauseStates, "New state");
   describe_port(arguments, args.port, 255);
 }
 
@@ -104,7 +100,7 @@ void add_port_commands(Parser &parser) {
                          "Enable or disable link pause on a port\n"
                          "Inside a transaction the command is queued.",
                          "mrvctl pause on hif:3"},
-                        describe_pause, check_pause, run_pause);
+                        describe_pause, run_pause);
   parser.add<NumberArgs>({"nodrop", "Ports",
                           "Set the no-drop class map\n"
                           "Inside a transaction the command is queued.",

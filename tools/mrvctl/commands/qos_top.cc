@@ -177,8 +177,7 @@ void run_top(Session &session, const TopArgs &args) {
 }
 
 void describe_top(Arguments &arguments, TopArgs &args) {
-  arguments.parsed("--sort WHAT", args.sort_key, parse_sort_key,
-                   "Sort key: drops, pause or writes (default: drops)");
+  arguments.choice("--sort", args.sort_key, kSortKeys, "Sort key (default: drops)");
   describe_interval(arguments, "--interval", args.interval,
                     "Time between two refreshes (default: 1)");
   arguments.flag("--once", args.once, "Print the rates of one interval and exit");

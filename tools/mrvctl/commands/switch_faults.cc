@@ -242,7 +242,7 @@ void describe_add(Arguments &arguments, FaultArgs &args) {
   const auto parse_any_port = [](const std::string &text) { return parse_port(text, UINT8_MAX); };
   arguments.parsed("--port PORT", args.port, parse_any_port,
                    "Only commands and QoS requests for the port");
-  arguments.parsed("--operation NAME", args.operation, parse_operation,
+  arguments.parsed("--operation OPERATION", args.operation, parse_operation,
                    "Only this operation, as 'mrvctl calls' shows it");
   arguments.flag("--writes", args.writes, "Only calls that change something");
   arguments.word("--caller TEXT", args.caller,

@@ -17,15 +17,14 @@ struct TrafficArgs {
   std::optional<uint64_t> frames;
   std::optional<uint64_t> rate;
   uint64_t excess = 0;
-  std::string direction = "n2h";
+  vp_direction direction = VP_N2H;
 };
 
-void check_traffic(TrafficArgs &args) {
+constexpr const char *kDirections[] = {"n2h", "h2n"};
+
+void check_traffic(const TrafficArgs &args) {
   if (!args.port || !args.traffic_class)
     throw UsageError("give a PORT and its --class");
-  args.direction = lower_case(args.direction);
-  if (args.direction != "n2h" && args.direction != "h2n")
-    throw UsageError("'" + args.direction + "' is not a direction: n2h or h2n");
   if (args.frames.has_value() == args.rate.has_value())
     throw UsageError("give either --frames or --rate");
   if (args.excess > (args.rate ? *args.rate : *args.frames))
@@ -38,9 +37,9 @@ void check_port(const Session &session, int error, const std::string &port) {
 }
 
 void run_traffic(Session &session, const TrafficArgs &args) {
-  const vp_direction direction = args.direction == "h2n" ? VP_H2N : VP_N2H;
+  const char *const direction = kDirections[args.direction];
   const uint64_t frames = args.rate ? *args.rate : *args.frames;
-  const vp_traffic traffic = {direction, *args.traffic_class, frames, args.excess};
+  const vp_traffic traffic = {args.direction, *args.traffic_class, frames, args.excess};
   auto *const add = args.rate ? control<decltype(vp_add_flow)>("vp_add_flow")
                               : control<decltype(vp_add_traffic)>("vp_add_traffic");
   const std::string port = port_text(*args.port);
@@ -50,15 +49,14 @@ void run_traffic(Session &session, const TrafficArgs &args) {
              port);
   session.report.result(
       {{"port", port},
-       {"direction", args.direction},
+       {"direction", direction},
        {"class", *args.traffic_class},
        {args.rate ? "rate" : "frames", frames},
        {"excess", args.excess}},
       port +
           format(": %llu frames%s of class %u %s, %llu of them in excess",
                  static_cast<unsigned long long>(frames), args.rate ? " per second" : "",
-                 *args.traffic_class, args.direction.c_str(),
-                 static_cast<unsigned long long>(args.excess)) +
+                 *args.traffic_class, direction, static_cast<unsigned long long>(args.excess)) +
           private_hint(session) + "\n");
 }
 
@@ -116,7 +114,7 @@ void describe_traffic(Arguments &arguments, TrafficArgs &args) {
   arguments.number<uint64_t>("--frames N", args.frames, "Frames that arrive once");
   arguments.number<uint64_t>("--rate N", args.rate, "Frames that arrive each second", 1, kMaxRate);
   arguments.number<uint64_t>("--excess N", args.excess, "Of these: frames that find a full queue");
-  arguments.word("--direction DIRECTION", args.direction, "n2h or h2n (default: n2h)");
+  arguments.choice("--direction", args.direction, kDirections, "Direction (default: n2h)");
 }
 
 void describe_stop(Arguments &arguments, StopArgs &args) {
@@ -147,7 +145,7 @@ void add_switch_traffic_commands(Parser &parser) {
        "mrvctl switch time run",
        Requires::kPlatform},
       [](Arguments &arguments, TimeArgs &args) {
-        arguments.word("CHANGE", args.change,
+        arguments.word("CHANGE stop|run", args.change,
                        "+TIME, like +5s or +200ms, stops it after that; stop; run");
       },
       check_time, run_time);

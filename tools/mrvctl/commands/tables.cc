@@ -219,7 +219,8 @@ void describe_tables(Arguments &arguments, TablesArgs &args) {
 
 void describe_table_read(Arguments &arguments, TableReadArgs &args) {
   describe_register(arguments, args.reference,
-                    "HI.2:HI_DHS_LVIF[5], [0..3] for several entries, or no brackets for all");
+                    "HI.2:HI_DHS_LVIF[5], [0..3] for several entries, or no brackets for all",
+                    "TABLE");
   arguments.number("[INDEX]", args.index, "First entry, in place of the brackets");
   arguments.number("[COUNT]", args.count,
                    "Number of entries from INDEX, and at most as many words (default: 1)", 1U,
@@ -230,7 +231,7 @@ void describe_table_read(Arguments &arguments, TableReadArgs &args) {
 }
 
 void describe_table_write(Arguments &arguments, TableWriteArgs &args) {
-  describe_register(arguments, args.reference, "The first entry, HI.2:HI_DHS_LVIF[5]");
+  describe_register(arguments, args.reference, "The first entry, HI.2:HI_DHS_LVIF[5]", "TABLE");
   arguments.words("[WORDS]", args.words,
                   "Words of one or more entries (0 to 0xFFFFFFFF each); without brackets the index "
                   "comes first");

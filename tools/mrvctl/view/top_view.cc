@@ -285,13 +285,6 @@ std::array<double, 7> weights(const PortRow &row, SortKey key) {
 
 }  // namespace
 
-SortKey parse_sort_key(const std::string &text) {
-  const auto *const found = std::find(std::begin(kSortKeys), std::end(kSortKeys), lower_case(text));
-  if (found != std::end(kSortKeys))
-    return static_cast<SortKey>(found - kSortKeys);
-  throw UsageError("'" + text + "' is none of drops, pause, writes");
-}
-
 void sort_rows(std::vector<PortRow> &rows, SortKey key) {
   std::stable_sort(rows.begin(), rows.end(), [key](const PortRow &a, const PortRow &b) {
     return weights(a, key) > weights(b, key);

@@ -14,9 +14,6 @@ namespace mrvctl {
 enum class SortKey { kDrops, kPause, kWrites };
 constexpr const char *kSortKeys[] = {"drops", "pause", "writes"};
 
-// "drops", "pause" or "writes". Throws UsageError.
-SortKey parse_sort_key(const std::string &text);
-
 // A port as it was last read.
 struct PortRow {
   PortReading reading;            // if its result is a failure, the statistics are older

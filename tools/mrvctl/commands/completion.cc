@@ -1,0 +1,143 @@
+// words: what completion offers, from the description of the commands that the parser has.
+#include "commands/completion.h"
+
+#include <algorithm>
+
+#include "commands/commands.h"
+#include "host/platform_library.h"
+#include "kel_asic_record_kinds.h"
+#include "text/text.h"
+
+namespace mrvctl {
+namespace {
+
+using Words = std::vector<std::string>;
+
+struct WordsArgs {
+  Words typed;
+};
+
+Words block_words(const std::string &end = "") {
+  Words words;
+  for (const kel_asic_block_t &info : kel_asic_blocks)
+    words.push_back(kel_asic_blk_names[info.block] + end);
+  return words;
+}
+
+Words port_words() {
+  return {"hif:", "nif:", "cif:", "bif:"};
+}
+
+Words result_words() {
+  Words words = errno_names();
+  for (const syserr_t code : named_results())
+    words.push_back(result_name(code));
+  return words;
+}
+
+// The next part of a reference: "HI.", "HI.2:", "HI.2:HI_DHS_LVIF".
+Words register_words(Session &session, const std::string &word, bool tables) {
+  const size_t dot = word.find('.'), colon = word.find(':');
+  if (dot == std::string::npos)
+    return block_words(".");
+  const kel_asic_blk_t block = parse_block(word.substr(0, dot));
+  const std::string name = kel_asic_blk_names[block];
+  Words words;
+  if (colon != std::string::npos) {
+    for (const RegisterName &named : named_registers(block)) {
+      if (!tables || parse_register_reference(name + ".0:" + named.name).is_table)
+        words.push_back(upper_case(word.substr(0, colon + 1)) + named.name);
+    }
+    return words;
+  }
+  open_platform("");
+  for (uint32_t instance = 0; instance < session.map().instances(block); ++instance)
+    words.push_back(format("%s.%u:", name.c_str(), instance));
+  return words;
+}
+
+// Words in place of a value that the help calls "on|off" or REGISTER. The shell completes <file>,
+// <directory> and <command>.
+Words value_words(Session &session, const std::string &value, const std::string &word) {
+  const std::string kind = value.substr(0, value.find(','));
+  if (kind != upper_case(kind))
+    return split(kind, '|');
+  if (kind == "FILE" || kind == "PATH" || kind == "OUT")
+    return {"<file>"};
+  if (kind == "DIR")
+    return {"<directory>"};
+  if (kind == "PROGRAM")
+    return {"<command>"};
+  if (kind == "REGISTER" || kind == "TABLE")
+    return register_words(session, word, kind == "TABLE");
+  if (kind == "BLOCK")
+    return block_words();
+  if (kind == "PORT" || kind == "PORTS")
+    return port_words();
+  if (kind == "CODE")
+    return result_words();
+  if (kind == "ERRNO")
+    return errno_names();
+  if (kind == "OPERATION")
+    return {std::begin(kel_asic_operations), std::end(kel_asic_operations)};
+  return {};
+}
+
+Words words_for(Session &session, const Parser &parser, const Words &typed) {
+  const std::string &word = typed.back();
+  const Expected expected = parser.expected(typed);
+  Words words = expected.words;
+  try {
+    const Words values = value_words(session, expected.value, word);
+    words.insert(words.end(), values.begin(), values.end());
+  } catch (const UsageError &) {
+    // An unknown block, or no platform: there are no values to offer.
+  }
+  const auto differs = [&](const std::string &offered) {
+    return offered[0] != '<' && lower_case(offered).rfind(lower_case(word), 0) != 0;
+  };
+  words.erase(std::remove_if(words.begin(), words.end(), differs), words.end());
+  return words;
+}
+
+}  // namespace
+
+std::vector<std::string> all_words(const Parser &parser) {
+  const Vocabulary vocabulary = parser.vocabulary();
+  std::set<std::string> words = vocabulary.words;
+  const auto add = [&words](const Words &more) { words.insert(more.begin(), more.end()); };
+  for (const std::string &value : vocabulary.values) {
+    if (value != upper_case(value))
+      add(split(value, '|'));
+  }
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    for (const RegisterName &named : named_registers(info.block))
+      words.insert(named.name);
+  }
+  for (const Words &more : {block_words(), port_words(), result_words()})
+    add(more);
+  return {words.begin(), words.end()};
+}
+
+void add_completion_command(Parser &parser) {
+  const auto run = [&parser](Session &session, const WordsArgs &args) {
+    const Words words =
+        args.typed.empty() ? all_words(parser) : words_for(session, parser, args.typed);
+    std::string text;
+    for (const std::string &word : words)
+      text += word + "\n";
+    session.report.result({{"words", words}}, text);
+  };
+  parser.add<WordsArgs>(
+      {"words", "Help",
+       "List the words that completion offers\n"
+       "The last WORD may be incomplete. <file>, <directory> and <command> are names that the "
+       "shell completes. Without a WORD, all words are listed.",
+       "mrvctl words -- qos top --sort ''", Requires::kNone},
+      [](Arguments &arguments, WordsArgs &args) {
+        arguments.words("[WORD]", args.typed, "Words of a command line after mrvctl");
+      },
+      run);
+}
+
+}  // namespace mrvctl
