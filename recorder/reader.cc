@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "kel_asic_lib_common.h"
+#include "note_values.h"
 
 namespace recording {
 namespace {
@@ -66,22 +67,6 @@ class File {
   int fd_;
   struct stat status_ {};
 };
-
-template <typename Value>
-Value value_at(const uint8_t *bytes) {
-  Value value;
-  std::memcpy(&value, bytes, sizeof value);
-  return value;
-}
-
-// A text of a record, up to its NUL. Characters that cannot be printed are replaced.
-template <std::size_t size>
-std::string text_of(const char (&field)[size]) {
-  std::string text(field, strnlen(field, size));
-  std::replace_if(
-      text.begin(), text.end(), [](char letter) { return letter < ' ' || letter > '~'; }, '?');
-  return text;
-}
 
 Process process_of(const mrec_header_t &header) {
   Process process;
@@ -231,6 +216,22 @@ Call call_of(const Noted &noted) {
   return call;
 }
 
+// The entries of a transaction.
+std::vector<kel_asic_xn_entry_t> entries_of(const Call &call) {
+  std::vector<kel_asic_xn_entry_t> entries((call.request.size() - kTransactionHeader) /
+                                           sizeof(kel_asic_xn_entry_t));
+  if (!entries.empty())
+    std::memcpy(entries.data(), &call.request[kTransactionHeader],
+                entries.size() * sizeof entries[0]);
+  return entries;
+}
+
+void add_callers(OpenTransaction *transaction, Call *call) {
+  if (call->shape == MREC_SHAPE_TRANSACTION)
+    call->callers = transaction->send(entries_of(*call), call->wall_ns + call->duration_ns,
+                                      call->monotonic_ns + call->duration_ns);
+}
+
 }  // namespace
 
 bool make_call(const uint8_t *bytes, std::size_t size, Call *call) {
@@ -279,6 +280,23 @@ void Reader::refresh() {
   process_ = process_of(header);
 }
 
+// Takes over the note at next_bytes(). False if the note contradicts itself.
+bool Reader::take(const mrec_note_t &note, Call *call) {
+  switch (note.kind) {
+    case MREC_NOTE_CALL:
+      return make_call(next_bytes(), note.size, call);
+    case MREC_NOTE_START:
+      return transaction_.start(next_bytes(), note.size);
+    case MREC_NOTE_JOIN:
+      return transaction_.join(next_bytes(), note.size);
+    case MREC_NOTE_RESULT:
+      return transaction_.result(next_bytes(), note.size);
+    default:
+      unknown_ += note.kind == MREC_NOTE_FILLER ? 0 : 1;
+      return true;
+  }
+}
+
 bool Reader::next(Call *call) {
   while (position_ < header_.head) {
     if (!fill(kStep))
@@ -288,25 +306,24 @@ bool Reader::next(Call *call) {
       skip(kStep, &damaged_);
       continue;
     }
-    const bool is_call = note.kind == MREC_NOTE_CALL;
-    if (is_call && note.size <= MREC_CALL_MAX && !fill(note.size))
+    const bool is_read = note.kind >= MREC_NOTE_CALL && note.kind <= MREC_NOTE_RESULT;
+    if (is_read && note.size <= MREC_CALL_MAX && !fill(note.size))
       continue;
-    if (is_call && (note.size > MREC_CALL_MAX || !make_call(next_bytes(), note.size, call))) {
+    if ((is_read && note.size > MREC_CALL_MAX) || !take(note, call)) {
       skip(kStep, &damaged_);
       continue;
     }
     position_ += note.size;
-    if (is_call) {
-      last_number_ = call->number;
-      return true;
-    }
-    if (note.kind != MREC_NOTE_FILLER)
-      ++unknown_;
+    if (note.kind != MREC_NOTE_CALL)
+      continue;
+    last_number_ = call->number;
+    add_callers(&transaction_, call);
+    return true;
   }
   return false;
 }
 
-bool Reader::under_way(Call *call) const {
+bool Reader::in_flight(Call *call, OpenTransaction *transaction) const {
   const mrec_begun_t &begun = header_.begun;
   // A process may end after it wrote the note and before the call stopped being in flight.
   if (begun.number == 0 || begun.number == last_number_ ||
@@ -314,7 +331,22 @@ bool Reader::under_way(Call *call) const {
     return false;
   }
   *call = call_of(begun);
-  return make_records(Bytes(begun.request, begun.request + begun.request_size), Bytes(), call);
+  if (!make_records(Bytes(begun.request, begun.request + begun.request_size), Bytes(), call))
+    return false;
+  add_callers(transaction, call);
+  return true;
+}
+
+bool Reader::under_way(Call *call) const {
+  OpenTransaction transaction = transaction_;
+  return in_flight(call, &transaction);
+}
+
+OpenTransaction Reader::uncommitted() const {
+  OpenTransaction transaction = transaction_;
+  Call call;
+  in_flight(&call, &transaction);
+  return transaction;
 }
 
 const uint8_t *Reader::next_bytes() const {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "joined_writes.h"
 #include "recording_format.h"
 
 namespace recording {
@@ -53,6 +54,8 @@ struct Call {
   int32_t error_number = 0;      // errno, if result is below 0
   std::vector<uint8_t> request;  // the record that was sent
   std::vector<uint8_t> answer;   // the answer; empty if the call failed
+  // Of a transaction: the caller that wrote each entry, null if it is unknown.
+  std::vector<CallerPointer> callers;
 };
 
 // Converts the note of a call, of so many bytes, into the call. False if the note contradicts
@@ -80,6 +83,10 @@ class Reader {
   // after next() has returned the last call.
   bool under_way(Call *call) const;
 
+  // Returns the transaction whose writes are in no call, neither a complete one nor the one in
+  // flight. To be used like under_way().
+  OpenTransaction uncommitted() const;
+
   // What next() has skipped so far: bytes that newer notes overwrote during the read, bytes that
   // are not notes, and notes of unknown kinds.
   uint64_t overwritten_bytes() const { return overwritten_; }
@@ -95,6 +102,8 @@ class Reader {
   bool is_note(const mrec_note_t &note) const;
   void skip(uint64_t size, uint64_t *count);
   bool fill(std::size_t wanted);
+  bool take(const mrec_note_t &note, Call *call);
+  bool in_flight(Call *call, OpenTransaction *transaction) const;
 
   std::string path_;
   Process process_;
@@ -104,6 +113,7 @@ class Reader {
   std::vector<uint8_t> buffer_;
   uint64_t buffer_position_ = 0;  // of its first byte
   uint64_t last_number_ = 0;
+  OpenTransaction transaction_;
   uint64_t overwritten_ = 0, damaged_ = 0, unknown_ = 0;
 };
 

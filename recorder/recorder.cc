@@ -4,7 +4,6 @@
 // signal handler, in a thread of low priority, or be left by siglongjmp at any instruction. So the
 // recorder needs at most 1 KiB of stack, waits for another thread for milliseconds only, and counts
 // a call that it cannot record.
-#include <dlfcn.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
@@ -19,9 +18,17 @@
 #include <iterator>
 
 #include "compact_record.h"
+#include "library_calls.h"
+#include "next_function.h"
 #include "platform/system_service.h"
+#include "recorder.h"
 #include "recording_file.h"
 #include "ring.h"
+
+// A program that contains its platform defines the service call under this name.
+extern "C" __attribute__((weak)) int recorded_sse_call2(uint32_t case_code,
+                                                        sys_srvc_case_params_t *case_params,
+                                                        uint32_t length);
 
 namespace {
 
@@ -72,11 +79,14 @@ struct alignas(4096) per_process {
 
 recorder_state recorder;
 per_process per_process_state;
-std::atomic<service_call> next_call;
+next_function next_call("sse_call2", report_choice);
 pthread_key_t thread_key = UINT32_MAX;  // invalid
 
 // The last call of this thread that had the lock, or waited for it.
 __attribute__((tls_model("initial-exec"))) thread_local const void *thread_frame;
+
+// Whether end_thread() gets to know when this thread ends.
+__attribute__((tls_model("initial-exec"))) thread_local bool thread_registered;
 
 // A recorded call, in the frame of sse_call2.
 struct pending_call {
@@ -179,6 +189,7 @@ void give_up(begun_call *place, uint64_t number) {
 // A thread that ends returns to none of its calls, nor to a note that it has begun.
 void end_thread(void *) {
   const uintptr_t thread = this_thread();
+  thread_registered = false;
   if (has_lock())
     unlock();
   if (!lock(&thread))
@@ -203,7 +214,8 @@ void wipe() {
 __attribute__((constructor)) void init_from_env() {
   if (recorder.now != stage::loaded)
     return;
-  next_call = reinterpret_cast<service_call>(dlsym(RTLD_NEXT, "sse_call2"));
+  next_call.find_global(reinterpret_cast<void *>(recorded_sse_call2));
+  find_library_functions();
   remember_standard_error();
   read_settings(&recorder.settings);
   const bool wanted = recorder.settings.directory[0] != '\0';
@@ -246,22 +258,13 @@ int no_service_call(uint32_t, sys_srvc_case_params_t *, uint32_t) {
   return -1;
 }
 
-// For a platform that was not there at load.
-__attribute__((noinline)) service_call find_service_call() {
-  init_from_env();
-  auto next = reinterpret_cast<service_call>(dlsym(RTLD_NEXT, "sse_call2"));
-  if (next == nullptr) {
-    log_error({"no service call: no library after this one defines sse_call2"});
-    next = no_service_call;
-  }
-  next_call = next;
-  return next;
-}
-
-// The function of the platform, which is the next library's.
-service_call next_service_call() {
-  const service_call next = next_call.load(std::memory_order_relaxed);
-  return next == nullptr ? find_service_call() : next;
+// The function of the platform.
+service_call next_service_call(const void *caller) {
+  void *const next = next_call.for_caller(caller);
+  if (next != nullptr)
+    return reinterpret_cast<service_call>(next);
+  log_error({"no service call: no other library defines sse_call2"});
+  return no_service_call;
 }
 
 // A place for one more call: a free one, or that of the oldest call, which may have been left.
@@ -340,15 +343,25 @@ void miss_call() {
     hide_begun();
 }
 
+// False if the lock cannot be had.
+bool lock_and_start(const void *frame) {
+  if (!thread_registered) {
+    thread_registered = true;
+    pthread_setspecific(thread_key, &recorder);
+  }
+  if (!lock(frame))
+    return false;
+  if (recorder.now != stage::recording)
+    start_recording();
+  return true;
+}
+
 // False if the call is not recorded.
 bool begin_note(pending_call *call, uint32_t driver) {
-  pthread_setspecific(thread_key, &recorder);
-  if (!lock(call)) {
+  if (!lock_and_start(call)) {
     miss_call();
     return false;
   }
-  if (recorder.now != stage::recording)
-    start_recording();
   const bool recording = recorder.now == stage::recording;
   if (recording)
     note_request(call, driver);
@@ -407,17 +420,39 @@ void note_answer(pending_call *call, int result, int error_number) {
 
 }  // namespace
 
+void report_choice(const char *name, const char *library) {
+  log_error({"several libraries define ", name, "; calls go to ", library});
+}
+
+bool is_recording_wanted() {
+  return recorder.now.load(std::memory_order_relaxed) != stage::off;
+}
+
+ring *lock_notes(const void *frame) {
+  if (!lock_and_start(frame))
+    return nullptr;
+  if (recorder.now == stage::recording)
+    return &recorder.notes;
+  unlock();
+  return nullptr;
+}
+
+void unlock_notes() {
+  unlock();
+}
+
 __attribute__((visibility("default"))) int sse_call2(uint32_t case_code,
                                                      sys_srvc_case_params_t *case_params,
                                                      uint32_t length) {
   const int old_errno = errno;
-  const service_call next = next_service_call();
+  const service_call next = next_service_call(__builtin_return_address(0));
   pending_call call;
   call.record = {case_code, nullptr, length};
   if (case_params != nullptr)
     call.record.bytes = static_cast<const uint8_t *>(case_params->params);
-  const bool recorded = recorder.now.load(std::memory_order_relaxed) != stage::off &&
-                        begin_note(&call, case_params == nullptr ? 0 : case_params->caseId);
+  observe_request(call.record);
+  const bool recorded =
+      is_recording_wanted() && begin_note(&call, case_params == nullptr ? 0 : case_params->caseId);
   errno = old_errno;
   const int result = next(case_code, case_params, length);
   if (!recorded)

@@ -55,7 +55,10 @@ typedef uint64_t mrec_u64_t __attribute__((aligned(8)));
 /** Kinds of notes. A reader skips unknown kinds. */
 enum {
   MREC_NOTE_FILLER = 0, /**< without content; fills the ring up to its end */
-  MREC_NOTE_CALL = 1    /**< ::mrec_call_t and the kept part of its record */
+  MREC_NOTE_CALL = 1,   /**< ::mrec_call_t and the kept part of its record */
+  MREC_NOTE_START = 2,  /**< ::mrec_start_t: the program opened a transaction */
+  MREC_NOTE_JOIN = 3,   /**< ::mrec_join_t and the caller's texts: a write for the transaction */
+  MREC_NOTE_RESULT = 4  /**< ::mrec_result_t: more about writes that were noted */
 };
 
 /** Which part of a record is kept. */
@@ -71,6 +74,24 @@ enum {
   MREC_SHAPE_TRANSACTION = 2,
   /** kel_asic_qos_stats_params_t. Request: 16 bytes, then opts. Answer of a get: stats. */
   MREC_SHAPE_QOS = 3
+};
+
+/** Operations of mrec_join_t: the library's functions that write registers. */
+enum {
+  MREC_JOIN_WRITE = 1,  /**< a write of one register */
+  MREC_JOIN_FIELD = 2,  /**< a write of a field */
+  MREC_JOIN_TABLE = 3,  /**< a write of table entries */
+  MREC_JOIN_PROGRAM = 4 /**< a step of a program */
+};
+
+/** Bits of mrec_join_t::flags: reg is the address, and block and instance have no meaning. */
+enum { MREC_JOIN_RAW = 1 };
+
+/** Fates of writes, in mrec_result_t. */
+enum {
+  MREC_RESULT_REFUSED = 1, /**< none of them joined the transaction */
+  MREC_RESULT_PARTLY = 2,  /**< a program failed: an unknown number of its first steps joined */
+  MREC_RESULT_WORDS = 3    /**< the words of a table write follow */
 };
 
 /** Bits of mrec_call_t::flags: the request or the answer is truncated. */
@@ -102,6 +123,50 @@ typedef struct mrec_call_t {
   uint32_t answer_size;    /**< 80: bytes kept of the answer, which follow; 0 if the call failed */
   uint32_t reserved[3];    /**< 84: 0 */
 } mrec_call_t;
+
+/** A transaction that the program opened. 64 bytes. */
+typedef struct mrec_start_t {
+  mrec_note_t note;        /**< 0: the beginning of every note */
+  mrec_u64_t wall_ns;      /**< 16: when it was opened: CLOCK_REALTIME in nanoseconds */
+  mrec_u64_t monotonic_ns; /**< 24: when it was opened: CLOCK_MONOTONIC in nanoseconds */
+  char name[32];           /**< 32: its name, NUL-padded, byte 31 NUL */
+} mrec_start_t;
+
+/**
+ * A write that the program made while a transaction was open, noted before the library gets it.
+ * 80 bytes, then the caller's function and file. A program has one note per step.
+ */
+typedef struct mrec_join_t {
+  mrec_note_t note;  /**< 0: the beginning of every note */
+  uint32_t number;   /**< 16: number of the write in the process, from 1; it wraps */
+  uint8_t operation; /**< 20: MREC_JOIN_WRITE ... MREC_JOIN_PROGRAM */
+  uint8_t flags;     /**< 21: ::MREC_JOIN_RAW */
+  uint8_t func_size; /**< 22: bytes of the function, which follow the note, without NUL */
+  uint8_t file_size; /**< 23: bytes of the file, which follow the function, without NUL */
+  int32_t module;    /**< 24: module number */
+  uint32_t asic;     /**< 28: ASIC number */
+  uint32_t block;    /**< 32: block */
+  uint32_t instance; /**< 36: instance of the block */
+  uint32_t reg;      /**< 40: register of the block; a raw write: the address */
+  uint32_t index;    /**< 44: of a table write: the first entry; else 0 */
+  uint32_t entries;  /**< 48: of a table write: the number of table entries; else 0 */
+  uint32_t data;     /**< 52: the value; of a table write 0 */
+  uint32_t mask;     /**< 56: the bits that are written */
+  uint32_t place;    /**< 60: index of its first word in the transaction, or less */
+  uint32_t words;    /**< 64: words that it adds; 0 if only the register map knows the number */
+  uint32_t context;  /**< 68: the caller's context */
+  uint32_t line;     /**< 72: the caller's line */
+  uint32_t reserved; /**< 76: 0 */
+} mrec_join_t;
+
+/** What happened to writes that were noted before. 32 bytes, then `kept` words. */
+typedef struct mrec_result_t {
+  mrec_note_t note; /**< 0: the beginning of every note */
+  uint32_t number;  /**< 16: number of the first of these writes */
+  uint32_t writes;  /**< 20: how many writes */
+  uint32_t fate;    /**< 24: MREC_RESULT_REFUSED ... MREC_RESULT_WORDS */
+  uint32_t kept;    /**< 28: the last words of a table write, at most 512, which follow */
+} mrec_result_t;
 
 /** The call in flight: it has begun and not yet returned. 10328 bytes. */
 typedef struct mrec_begun_t {
@@ -159,6 +224,38 @@ static_assert(offsetof(mrec_call_t, flags) == 72);
 static_assert(offsetof(mrec_call_t, request_size) == 76);
 static_assert(offsetof(mrec_call_t, answer_size) == 80);
 static_assert(offsetof(mrec_call_t, reserved) == 84);
+
+static_assert(sizeof(mrec_start_t) == 64);
+static_assert(offsetof(mrec_start_t, wall_ns) == 16);
+static_assert(offsetof(mrec_start_t, monotonic_ns) == 24);
+static_assert(offsetof(mrec_start_t, name) == 32);
+
+static_assert(sizeof(mrec_join_t) == 80);
+static_assert(offsetof(mrec_join_t, number) == 16);
+static_assert(offsetof(mrec_join_t, operation) == 20);
+static_assert(offsetof(mrec_join_t, flags) == 21);
+static_assert(offsetof(mrec_join_t, func_size) == 22);
+static_assert(offsetof(mrec_join_t, file_size) == 23);
+static_assert(offsetof(mrec_join_t, module) == 24);
+static_assert(offsetof(mrec_join_t, asic) == 28);
+static_assert(offsetof(mrec_join_t, block) == 32);
+static_assert(offsetof(mrec_join_t, instance) == 36);
+static_assert(offsetof(mrec_join_t, reg) == 40);
+static_assert(offsetof(mrec_join_t, index) == 44);
+static_assert(offsetof(mrec_join_t, entries) == 48);
+static_assert(offsetof(mrec_join_t, data) == 52);
+static_assert(offsetof(mrec_join_t, mask) == 56);
+static_assert(offsetof(mrec_join_t, place) == 60);
+static_assert(offsetof(mrec_join_t, words) == 64);
+static_assert(offsetof(mrec_join_t, context) == 68);
+static_assert(offsetof(mrec_join_t, line) == 72);
+static_assert(offsetof(mrec_join_t, reserved) == 76);
+
+static_assert(sizeof(mrec_result_t) == 32);
+static_assert(offsetof(mrec_result_t, number) == 16);
+static_assert(offsetof(mrec_result_t, writes) == 20);
+static_assert(offsetof(mrec_result_t, fate) == 24);
+static_assert(offsetof(mrec_result_t, kept) == 28);
 
 static_assert(sizeof(mrec_begun_t) == 10328);
 static_assert(offsetof(mrec_begun_t, wall_ns) == 8);

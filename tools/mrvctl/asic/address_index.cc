@@ -153,6 +153,16 @@ std::string AddressIndex::text(uint32_t address) const {
   return known.empty() ? format("0x%08x", address) : known;
 }
 
+std::optional<uint32_t> AddressIndex::address_of(const Register &reg, uint32_t entry) const {
+  const auto span = std::find_if(spans_.begin(), spans_.end(), [&](const AddressSpan &one) {
+    return one.reg.block == reg.block && one.reg.instance == reg.instance &&
+           one.reg.vreg == reg.vreg;
+  });
+  if (span == spans_.end())
+    return std::nullopt;
+  return static_cast<uint32_t>(span->begin) + 4 * span->entry_size * entry;
+}
+
 AddressRange AddressIndex::range_of(const RegisterReference &reference) const {
   std::map<uint32_t, std::pair<uint64_t, uint64_t>> parts;  // of each instance
   for (const AddressSpan &span : spans_) {

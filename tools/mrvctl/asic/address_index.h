@@ -60,6 +60,10 @@ class AddressIndex {
   // The same, or the address in digits.
   std::string text(uint32_t address) const;
 
+  // The address of a register, or of the first word of an entry of a table; empty if the register
+  // is unknown.
+  std::optional<uint32_t> address_of(const Register &reg, uint32_t entry) const;
+
   // Throws UsageError if the reference includes no register.
   AddressRange range_of(const RegisterReference &reference) const;
 

@@ -15,6 +15,15 @@ bool touches(const DecodedCall &call, const RegisterReference &reg, const Addres
   });
 }
 
+bool has_caller(const DecodedCall &call, const std::string &text) {
+  const auto has_text = [&text](const std::shared_ptr<const Caller> &caller) {
+    return caller != nullptr && caller_text(*caller).find(text) != std::string::npos;
+  };
+  if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
+    return std::any_of(transaction->callers.begin(), transaction->callers.end(), has_text);
+  return caller_text(call).find(text) != std::string::npos;
+}
+
 }  // namespace
 
 bool is_chosen(const CallChoice &choice, const DecodedCall &call, const AddressIndex &index) {
@@ -24,7 +33,7 @@ bool is_chosen(const CallChoice &choice, const DecodedCall &call, const AddressI
     return false;
   if (choice.slower_ns && call.duration_ns.value_or(0) <= *choice.slower_ns)
     return false;
-  if (!choice.caller.empty() && caller_text(call).find(choice.caller) == std::string::npos)
+  if (!choice.caller.empty() && !has_caller(call, choice.caller))
     return false;
   return !choice.reg || touches(call, *choice.reg, index);
 }

@@ -122,7 +122,7 @@ std::string place_text(int32_t module, uint32_t asic) {
   return asic == 0 ? format(" (module %d)", module) : format(" (module %d, ASIC %u)", module, asic);
 }
 
-std::string entry_text(const kel_asic_xn_entry_t &entry, const AddressIndex &index) {
+std::string write_text(const kel_asic_xn_entry_t &entry, const AddressIndex &index) {
   const auto port_word = static_cast<uint32_t>(entry.asic_map);
   if (command_name(entry.reg) != nullptr)
     return command_text(entry.reg, port_word) + place_text(entry.module, port_word >> 16);
@@ -134,12 +134,15 @@ std::string entry_text(const kel_asic_xn_entry_t &entry, const AddressIndex &ind
 std::string entries_text(const TransactionFields &transaction, const AddressIndex &index,
                          const std::optional<RegisterReference> &wanted) {
   std::vector<std::string> entries;
-  for (const kel_asic_xn_entry_t &entry : transaction.entries) {
+  for (size_t i = 0; i < transaction.entries.size(); ++i) {
+    const kel_asic_xn_entry_t &entry = transaction.entries[i];
     if (wanted && !index.last_word_of(*wanted, entry.reg, 1))
       continue;
     if (entries.size() == kEntriesInTable)
       return join(entries, ", ") + ", ...";
-    entries.push_back(entry_text(entry, index));
+    const Caller *const caller = transaction.callers[i].get();
+    entries.push_back(write_text(entry, index) +
+                      (caller == nullptr ? "" : " by " + caller_text(*caller)));
   }
   return join(entries, ", ");
 }
@@ -161,7 +164,8 @@ std::string value_text(const DecodedCall &call) {
   if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
     return transaction->num < 0
                ? format("%d writes", transaction->num)
-               : count_text(static_cast<uint64_t>(transaction->num), "write", "writes");
+               : count_text(static_cast<uint64_t>(transaction->num), "write", "writes") +
+                     (call.lost ? " lost" : "");
   return "-";
 }
 
@@ -208,12 +212,17 @@ std::string target_text(const DecodedCall &call, const AddressIndex &index) {
   return "-";
 }
 
+std::string caller_text(const Caller &caller) {
+  if (caller.func.empty() && caller.file.empty())
+    return "";
+  return printable(caller.func) + (caller.func.empty() ? "" : " ") + printable(caller.file) +
+         format(":%u", caller.line) +
+         (caller.context == 0 ? "" : format(" context %u", caller.context));
+}
+
 std::string caller_text(const DecodedCall &call) {
   const auto *reg = std::get_if<RegisterFields>(&call.request);
-  if (reg == nullptr || (reg->func.empty() && reg->file.empty()))
-    return "";
-  return printable(reg->func) + (reg->func.empty() ? "" : " ") + printable(reg->file) +
-         format(":%u", reg->line) + (reg->context == 0 ? "" : format(" context %u", reg->context));
+  return reg == nullptr ? "" : caller_text(*reg);
 }
 
 std::string call_heading(size_t process_width) {

@@ -22,6 +22,7 @@ std::string masked_text(uint32_t value, uint32_t mask);
 std::string target_text(const DecodedCall &call, const AddressIndex &index);
 
 // "main client.c:10 context 7"; empty if it is not known.
+std::string caller_text(const Caller &caller);
 std::string caller_text(const DecodedCall &call);
 
 // One line of a table that has these headings. Behind a call that does not tell its caller stand

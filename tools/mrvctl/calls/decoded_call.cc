@@ -78,6 +78,7 @@ TransactionFields transaction_fields(const Bytes &bytes) {
   if (!fields.entries.empty())
     std::memcpy(fields.entries.data(), &bytes[kTransactionHeader],
                 fields.entries.size() * sizeof(kel_asic_xn_entry_t));
+  fields.callers.resize(fields.entries.size());
   return fields;
 }
 
@@ -159,6 +160,7 @@ void decode(DecodedCall &call) {
   call.operation = operation_name(call);
   call.outcome = outcome_of(call);
   call.failed = call.result && *call.result != 0;
+  call.lost = call.failed && std::holds_alternative<TransactionFields>(call.request);
 }
 
 std::vector<Access> accesses(const DecodedCall &call) {
@@ -166,16 +168,19 @@ std::vector<Access> accesses(const DecodedCall &call) {
   if (const auto *reg = std::get_if<RegisterFields>(&call.request)) {
     const uint32_t mask = reg->type == TYPE_WRITE_FIELD ? reg->mask : UINT32_MAX;
     all.push_back({reg->module, reg->asic, reg->address, is_run(*reg) ? reg->num : 1, mask,
-                   register_values(call, *reg)});
+                   register_values(call, *reg), nullptr});
   }
   if (const auto *transaction = std::get_if<TransactionFields>(&call.request)) {
-    for (const kel_asic_xn_entry_t &entry : transaction->entries)
+    for (size_t i = 0; i < transaction->entries.size(); ++i) {
+      const kel_asic_xn_entry_t &entry = transaction->entries[i];
       all.push_back({entry.module,
                      static_cast<uint32_t>(entry.asic_map),
                      entry.reg,
                      1,
                      entry.mask,
-                     {entry.data}});
+                     {entry.data},
+                     transaction->callers[i]});
+    }
   }
   return all;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
@@ -13,9 +14,17 @@
 
 namespace mrvctl {
 
+// The place in the source where the library was called.
+struct Caller {
+  uint32_t context = 0;
+  uint32_t line = 0;
+  std::string func;
+  std::string file;
+};
+
 // The fields of the four records.
 
-struct RegisterFields {
+struct RegisterFields : Caller {
   uint32_t type = 0;
   int32_t module = 0;
   uint32_t asic = 0;  // or the port word of a command
@@ -23,10 +32,6 @@ struct RegisterFields {
   uint32_t data = 0;
   uint32_t mask = 0;
   uint32_t num = 0;
-  uint32_t context = 0;
-  uint32_t line = 0;
-  std::string func;
-  std::string file;
   std::vector<uint32_t> words;  // as many of the num as the record has
 };
 
@@ -41,6 +46,8 @@ struct TransactionFields {
   int32_t reorder = 0;
   int32_t num = 0;
   std::vector<kel_asic_xn_entry_t> entries;  // as many of the num as the record has
+  // Of each entry; null if it is unknown. The record does not have them, a recording can.
+  std::vector<std::shared_ptr<const Caller>> callers;
 };
 
 using QosFields = kel_asic_qos_stats_params_t;
@@ -78,6 +85,7 @@ struct DecodedCall {
   std::string operation;
   std::string outcome;  // "ok", "ETIMEDOUT", "result=3", "in-flight" ...
   bool failed = false;
+  bool lost = false;  // a transaction none of whose writes reaches the ASIC
 };
 
 // Fills in what follows from the records, which are there, and the result: the fields, the
@@ -91,7 +99,8 @@ struct Access {
   uint32_t address;
   uint32_t words;
   uint32_t mask;
-  std::vector<uint32_t> values;  // as many as are known
+  std::vector<uint32_t> values;          // as many as are known
+  std::shared_ptr<const Caller> caller;  // of an entry of a transaction, if it is known
 };
 
 std::vector<Access> accesses(const DecodedCall &call);

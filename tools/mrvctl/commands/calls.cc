@@ -99,9 +99,9 @@ void check_calls(const CallsArgs &args) {
 void run_calls(Session &session, const CallsArgs &args) {
   const AddressIndex index(session.map());
   using UnderWay = RecordedCalls::UnderWay;
-  RecordedCalls source(resolved(session, args.files),
-                       args.follow ? UnderWay::kLeftOut : UnderWay::kIncluded,
-                       [&](const OperationFailed &failure) { report_failure(session, failure); });
+  RecordedCalls source(
+      resolved(session, args.files), args.follow ? UnderWay::kLeftOut : UnderWay::kIncluded,
+      [&](const OperationFailed &failure) { report_failure(session, failure); }, index);
   if (!args.pcap.empty()) {
     write_pcapng(session, source, args, index);
   } else if (args.summary) {
@@ -124,8 +124,9 @@ struct LastWriteArgs {
 void run_last_write(Session &session, const LastWriteArgs &args) {
   const AddressIndex index(session.map());
   const PlacedRegister reg = {args.reference, session.module, session.asic};
-  RecordedCalls source(resolved(session, args.files), RecordedCalls::UnderWay::kIncluded,
-                       [&](const OperationFailed &failure) { report_failure(session, failure); });
+  RecordedCalls source(
+      resolved(session, args.files), RecordedCalls::UnderWay::kIncluded,
+      [&](const OperationFailed &failure) { report_failure(session, failure); }, index);
   std::optional<DecodedCall> last;
   while (std::optional<DecodedCall> call = source.next()) {
     if (last_written(*call, reg, index))
@@ -140,7 +141,8 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
   const bool known = written.word < values.size();
   const std::string value =
       known ? masked_text(values[written.word], written.access.mask) : "a word that was cut";
-  const std::string caller = caller_text(*last);
+  const std::string caller =
+      written.access.caller == nullptr ? caller_text(*last) : caller_text(*written.access.caller);
   const std::string who = caller.empty() ? target_text(*last, index) : caller;
   Json object = call_json(*last, index);
   object["written"] = {{"register", index.text(address)},
@@ -148,8 +150,8 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
                        {"mask", written.access.mask}};
   session.report.result(object, index.text(address) + " <- " + value + "  " +
                                     local_time_text(last->wall_ns) + "  " + last->process->label +
-                                    "  " + last->operation + "  " + last->outcome + "  " + who +
-                                    "\n");
+                                    "  " + last->operation + "  " + last->outcome +
+                                    (last->lost ? ", lost" : "") + "  " + who + "\n");
   source.throw_if_unreadable();
 }
 

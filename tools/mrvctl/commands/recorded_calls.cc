@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "commands/transaction_writes.h"
 #include "text/errors.h"
 #include "text/text.h"
 #include "text/times.h"
@@ -62,12 +63,14 @@ DecodedCall decoded_call(recording::Call &&call) {
     decoded.error_number = call.error_number;
   }
   decode(decoded);
+  add_callers(call.callers, decoded);
   return decoded;
 }
 
 RecordedCalls::RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way,
-                             ReportUnreadable report_unreadable)
+                             ReportUnreadable report_unreadable, const AddressIndex &index)
     : under_way_(under_way),
+      index_(index),
       report_unreadable_(std::move(report_unreadable)),
       paths_(paths.size()) {
   for (const std::string &path : paths) {
@@ -111,13 +114,30 @@ void RecordedCalls::identify(Source &source) {
       process.boot_id.empty() ? own : boots_.emplace(process.boot_id, own).first->second;
 }
 
+DecodedCall RecordedCalls::placed(size_t file, DecodedCall &&call, uint64_t monotonic_ns) const {
+  call.process = &sources_[file].process;
+  call.file = file;
+  call.order_ns = monotonic_ns + sources_[file].offset_ns;
+  return std::move(call);
+}
+
 DecodedCall RecordedCalls::noted(size_t file, recording::Call &&call) const {
-  const uint64_t order_ns = call.monotonic_ns + sources_[file].offset_ns;
-  DecodedCall noted = decoded_call(std::move(call));
-  noted.process = &sources_[file].process;
-  noted.file = file;
-  noted.order_ns = order_ns;
-  return noted;
+  const uint64_t monotonic_ns = call.monotonic_ns;
+  return placed(file, decoded_call(std::move(call)), monotonic_ns);
+}
+
+// The call in flight, then the transaction that was not sent; empty after both.
+std::optional<DecodedCall> RecordedCalls::under_way(size_t file) {
+  Source &source = sources_[file];
+  recording::Call call;
+  if (!std::exchange(source.gave_in_flight, true) && source.reader.under_way(&call))
+    return noted(file, std::move(call));
+  if (std::exchange(source.gave_uncommitted, true))
+    return std::nullopt;
+  const recording::OpenTransaction open = source.reader.uncommitted();
+  std::optional<DecodedCall> unsent = uncommitted_call(open, index_);
+  return unsent ? std::make_optional(placed(file, std::move(*unsent), open.monotonic_ns()))
+                : std::nullopt;
 }
 
 void RecordedCalls::advance(size_t file) {
@@ -130,10 +150,8 @@ void RecordedCalls::advance(size_t file) {
   source.unreadable = !can_read([&] { found = source.reader.next(&call); });
   if (found) {
     source.head = noted(file, std::move(call));
-  } else if (under_way_ == UnderWay::kIncluded && !source.gave_under_way) {
-    source.gave_under_way = true;
-    if (source.reader.under_way(&call))
-      source.head = noted(file, std::move(call));
+  } else if (under_way_ == UnderWay::kIncluded) {
+    source.head = under_way(file);
   }
 }
 

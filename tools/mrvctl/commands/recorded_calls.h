@@ -32,9 +32,10 @@ class RecordedCalls {
   using ReportUnreadable = std::function<void(const OperationFailed &)>;
 
   // A file that cannot be read, now or later, is reported, and the others are read on. Throws
-  // OperationFailed if no file can be read.
+  // OperationFailed if no file can be read. Writes of a transaction that was not sent are under way
+  // too; the index has the addresses of their registers.
   RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way,
-                ReportUnreadable report_unreadable);
+                ReportUnreadable report_unreadable, const AddressIndex &index);
 
   // The next call of all files; empty after the last. Within a process they come as the process
   // made them; processes of one boot of the machine compare by its monotonic clock, so that a wall
@@ -61,7 +62,7 @@ class RecordedCalls {
     CallingProcess process;
     uint64_t offset_ns = 0;  // what makes a wall clock of the boot's monotonic clock
     std::optional<DecodedCall> head;
-    bool gave_under_way = false;
+    bool gave_in_flight = false, gave_uncommitted = false;
     bool unreadable = false;
   };
 
@@ -70,8 +71,11 @@ class RecordedCalls {
   void identify(Source &source);
   void advance(size_t file);
   DecodedCall noted(size_t file, recording::Call &&call) const;
+  DecodedCall placed(size_t file, DecodedCall &&call, uint64_t monotonic_ns) const;
+  std::optional<DecodedCall> under_way(size_t file);
 
   UnderWay under_way_;
+  const AddressIndex &index_;
   ReportUnreadable report_unreadable_;
   size_t paths_;
   size_t unreadable_ = 0;

@@ -169,7 +169,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
   if (session.transaction.open())
     throw OperationFailed("a transaction is open: commit it first");
   const AddressIndex index(session.map());
-  RecordedCalls source({session.resolve(args.file)}, RecordedCalls::UnderWay::kLeftOut, {});
+  RecordedCalls source({session.resolve(args.file)}, RecordedCalls::UnderWay::kLeftOut, {}, index);
   const Outcome outcome = replay(source, args, index);
   const std::string text =
       outcome.text + count_text(outcome.sent, "call", "calls") + " replayed" +

@@ -18,6 +18,13 @@ Json register_name_json(uint32_t address, const AddressIndex &index) {
   return name.empty() ? Json() : Json(name);
 }
 
+void add_caller(Json &object, const Caller &caller) {
+  object["context"] = caller.context;
+  object["func"] = caller.func;
+  object["file"] = caller.file;
+  object["line"] = caller.line;
+}
+
 void add_register(Json &object, const DecodedCall &call, const RegisterFields &request,
                   const AddressIndex &index) {
   const auto *answer = std::get_if<RegisterFields>(&call.answer);
@@ -36,24 +43,31 @@ void add_register(Json &object, const DecodedCall &call, const RegisterFields &r
     object["data"] = values == nullptr ? Json() : Json(values->data);
     object["mask"] = request.mask;
   }
-  object["context"] = request.context;
-  object["func"] = request.func;
-  object["file"] = request.file;
-  object["line"] = request.line;
+  add_caller(object, request);
 }
 
-void add_transaction(Json &object, const TransactionFields &request, const AddressIndex &index) {
+Json entry_json(const kel_asic_xn_entry_t &entry, const Caller *caller, bool lost,
+                const AddressIndex &index) {
+  Json object = {{"module", entry.module},
+                 {"asic", static_cast<uint32_t>(entry.asic_map)},
+                 {"address", entry.reg},
+                 {"register", register_name_json(entry.reg, index)},
+                 {"data", entry.data},
+                 {"mask", entry.mask},
+                 {"lost", lost}};
+  if (caller != nullptr)
+    add_caller(object, *caller);
+  return object;
+}
+
+void add_transaction(Json &object, const DecodedCall &call, const TransactionFields &request,
+                     const AddressIndex &index) {
   object["name"] = request.name;
   object["reorder"] = request.reorder;
   object["num"] = request.num;
   Json entries = Json::array();
-  for (const kel_asic_xn_entry_t &entry : request.entries)
-    entries.push_back({{"module", entry.module},
-                       {"asic", static_cast<uint32_t>(entry.asic_map)},
-                       {"address", entry.reg},
-                       {"register", register_name_json(entry.reg, index)},
-                       {"data", entry.data},
-                       {"mask", entry.mask}});
+  for (size_t i = 0; i < request.entries.size(); ++i)
+    entries.push_back(entry_json(request.entries[i], request.callers[i].get(), call.lost, index));
   object["entries"] = std::move(entries);
 }
 
@@ -91,7 +105,7 @@ Json call_json(const DecodedCall &call, const AddressIndex &index) {
   if (const auto *reg = std::get_if<RegisterFields>(&call.request))
     add_register(object, call, *reg, index);
   else if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
-    add_transaction(object, *transaction, index);
+    add_transaction(object, call, *transaction, index);
   else if (const auto *qos = std::get_if<QosFields>(&call.request))
     add_qos(object, call, *qos);
   else if (const auto *timer = std::get_if<TimerFields>(&call.request))

@@ -1,0 +1,167 @@
+#include "joined_writes.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "kel_asic_record_kinds.h"
+#include "note_values.h"
+
+namespace recording {
+namespace {
+
+using Entries = std::vector<kel_asic_xn_entry_t>;
+
+constexpr std::size_t kFull = KEL_ASIC_XN_ENTRIES;
+
+bool is_table(const mrec_join_t &note) {
+  return note.operation == MREC_JOIN_TABLE;
+}
+
+// Whether an entry can be the next word of a write.
+bool is_word_of(const JoinedWrite &write, const kel_asic_xn_entry_t &entry) {
+  const mrec_join_t &note = write.note;
+  if (entry.module != note.module || static_cast<uint32_t>(entry.asic_map) != note.asic ||
+      entry.mask != note.mask || (!is_table(note) && entry.data != note.data)) {
+    return false;
+  }
+  const bool raw = (note.flags & MREC_JOIN_RAW) != 0;
+  return raw ? entry.reg == note.reg : kel_asic_is_command(entry.reg) == 0;
+}
+
+// The entry that a write begins with; the end if there is none. A caller that passes the recorder
+// by, or a command, may have added entries before it.
+std::size_t find_begin(const JoinedWrite &write, std::size_t from, const Entries &entries) {
+  const std::size_t end = write.certain ? entries.size() : std::min(from + 1, entries.size());
+  for (std::size_t i = from; i < end; ++i) {
+    if (is_word_of(write, entries[i]))
+      return i;
+  }
+  return entries.size();
+}
+
+// The entries from the first on that are words of the write, which have consecutive addresses.
+std::size_t count_words(const JoinedWrite &write, std::size_t begin, std::size_t limit,
+                        const Entries &entries) {
+  std::size_t count = 0;
+  while (count < limit && begin + count < entries.size() &&
+         is_word_of(write, entries[begin + count]) &&
+         entries[begin + count].reg == entries[begin].reg + 4 * count)
+    ++count;
+  return count;
+}
+
+// Only the register map knows the entry size of some tables. The entries that the other writes
+// leave are theirs; two such tables in one transaction are taken for equal.
+uint32_t deduce_entry_size(const std::deque<JoinedWrite> &writes, std::size_t entries) {
+  std::size_t known = 0, table_entries = 0;
+  for (const JoinedWrite &write : writes) {
+    known += write.words_left();
+    table_entries += write.note.words == 0 ? write.note.entries : 0;
+  }
+  return table_entries == 0 || known > entries
+             ? 0
+             : static_cast<uint32_t>((entries - known) / table_entries);
+}
+
+// What a full transaction leaves of a write to the next one.
+JoinedWrite rest_of(JoinedWrite write) {
+  constexpr auto full = static_cast<uint32_t>(kFull);
+  uint32_t &place = write.note.place;
+  write.done += place < full ? full - place : 0;
+  place = place < full ? 0 : place - full;
+  return write;
+}
+
+}  // namespace
+
+bool OpenTransaction::start(const uint8_t *bytes, std::size_t size) {
+  if (size != sizeof(mrec_start_t))
+    return false;
+  const auto note = value_at<mrec_start_t>(bytes);
+  name_ = text_of(note.name);
+  wall_ns_ = note.wall_ns;
+  monotonic_ns_ = note.monotonic_ns;
+  writes_.clear();
+  return true;
+}
+
+// The place after the last write, of those that are certain.
+uint64_t OpenTransaction::end_of_writes() const {
+  const auto last = std::find_if(writes_.rbegin(), writes_.rend(),
+                                 [](const JoinedWrite &write) { return write.certain; });
+  return last == writes_.rend() ? 0 : uint64_t{last->note.place} + last->words_left();
+}
+
+bool OpenTransaction::join(const uint8_t *bytes, std::size_t size) {
+  if (size < sizeof(mrec_join_t))
+    return false;
+  JoinedWrite write;
+  write.note = value_at<mrec_join_t>(bytes);
+  const mrec_join_t &note = write.note;
+  if (note.operation < MREC_JOIN_WRITE || note.operation > MREC_JOIN_PROGRAM ||
+      (!is_table(note) && note.words != 1) ||
+      size - sizeof note < std::size_t{note.func_size} + note.file_size) {
+    return false;
+  }
+  const auto *const func = reinterpret_cast<const char *>(bytes + sizeof note);
+  write.caller =
+      std::make_shared<Caller>(Caller{note.context, note.line, printable_text(func, note.func_size),
+                                      printable_text(func + note.func_size, note.file_size)});
+  // The transaction of the writes so far was sent by a call that could not be recorded.
+  if (note.place < end_of_writes())
+    writes_.clear();
+  writes_.push_back(std::move(write));
+  return true;
+}
+
+bool OpenTransaction::result(const uint8_t *bytes, std::size_t size) {
+  if (size < sizeof(mrec_result_t))
+    return false;
+  const auto note = value_at<mrec_result_t>(bytes);
+  const std::size_t kept = note.fate == MREC_RESULT_WORDS ? note.kept : 0;
+  if (kept > kFull || size - sizeof note < kept * sizeof(uint32_t))
+    return false;
+  const auto is_meant = [&note](const JoinedWrite &write) {
+    return write.note.number - note.number < note.writes;
+  };
+  if (note.fate == MREC_RESULT_REFUSED) {
+    writes_.erase(std::remove_if(writes_.begin(), writes_.end(), is_meant), writes_.end());
+    return true;
+  }
+  for (JoinedWrite &write : writes_) {
+    if (!is_meant(write))
+      continue;
+    write.certain = write.certain && note.fate != MREC_RESULT_PARTLY;
+    write.words.resize(kept);
+    if (kept != 0)
+      std::memcpy(write.words.data(), bytes + sizeof note, kept * sizeof(uint32_t));
+  }
+  return true;
+}
+
+std::vector<CallerPointer> OpenTransaction::send(const Entries &entries, uint64_t wall_ns,
+                                                 uint64_t monotonic_ns) {
+  std::vector<CallerPointer> callers(entries.size());
+  const uint32_t entry_size = deduce_entry_size(writes_, entries.size());
+  std::deque<JoinedWrite> rest;
+  std::size_t next = 0;
+  for (JoinedWrite &write : writes_) {
+    const mrec_join_t &note = write.note;
+    const std::size_t begin = find_begin(write, std::max<std::size_t>(next, note.place), entries);
+    const std::size_t words =
+        note.words == 0 ? entry_size * std::size_t{note.entries} : write.words_left();
+    const std::size_t count = count_words(write, begin, words, entries);
+    std::fill_n(callers.begin() + static_cast<std::ptrdiff_t>(begin), count, write.caller);
+    next = count == 0 ? next : begin + count;
+    if (entries.size() == kFull && uint64_t{note.place} + write.words_left() > kFull)
+      rest.push_back(rest_of(std::move(write)));
+  }
+  writes_ = std::move(rest);
+  name_ = writes_.empty() ? "<Interrupted>" : "Contd XN..";
+  wall_ns_ = wall_ns;
+  monotonic_ns_ = monotonic_ns;
+  return callers;
+}
+
+}  // namespace recording

@@ -1,0 +1,66 @@
+// The writes of a recording that joined a transaction, and which entry each of them became.
+#ifndef RECORDER_JOINED_WRITES_H
+#define RECORDER_JOINED_WRITES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kel_asic_lib_common.h"
+#include "recording_format.h"
+
+namespace recording {
+
+// Where a program called the library. The texts have printable characters only.
+struct Caller {
+  uint32_t context = 0;
+  uint32_t line = 0;
+  std::string func;
+  std::string file;
+};
+using CallerPointer = std::shared_ptr<const Caller>;
+
+// A write that joined a transaction, or the rest of one that was split between two.
+struct JoinedWrite {
+  mrec_join_t note{};
+  CallerPointer caller;
+  uint32_t done = 0;            // of its words: those that are in earlier transactions
+  std::vector<uint32_t> words;  // the last ones of a table write, as many as are known
+  bool certain = true;          // false: a step of a failed program
+
+  uint32_t words_left() const { return note.words < done ? 0 : note.words - done; }
+};
+
+// The transaction that a process has open, as its notes show it.
+class OpenTransaction {
+ public:
+  // Takes over a note of so many bytes. False if the note contradicts itself.
+  bool start(const uint8_t *bytes, std::size_t size);
+  bool join(const uint8_t *bytes, std::size_t size);
+  bool result(const uint8_t *bytes, std::size_t size);
+
+  // The transaction is sent at that time, with these entries. Returns the caller of each, null if
+  // it is unknown.
+  std::vector<CallerPointer> send(const std::vector<kel_asic_xn_entry_t> &entries, uint64_t wall_ns,
+                                  uint64_t monotonic_ns);
+
+  const std::string &name() const { return name_; }
+  // When it was opened; 0 if that is unknown.
+  uint64_t wall_ns() const { return wall_ns_; }
+  uint64_t monotonic_ns() const { return monotonic_ns_; }
+  const std::deque<JoinedWrite> &writes() const { return writes_; }
+
+ private:
+  uint64_t end_of_writes() const;
+
+  std::string name_;
+  uint64_t wall_ns_ = 0, monotonic_ns_ = 0;
+  std::deque<JoinedWrite> writes_;  // in their order
+};
+
+}  // namespace recording
+
+#endif
