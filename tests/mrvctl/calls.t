@@ -15,7 +15,7 @@ The calls of two recorded processes, by time:
   2026-11-25 10:25:40.697511  mrvctl.20637         0.1us  write-field    KEL_ASIC_CMD_LINK_PAUSE_ENABLE  0x00000001 mask 0x00000001  EFAULT      write-field examples/refusals.mrv:6 context 6
   2026-11-25 10:25:40.697528  mrvctl.20637         0.5us  read-run       NI.0:1100                       -                           EFAULT      read examples/refusals.mrv:7 context 7
   2026-11-25 10:25:40.697545  mrvctl.20637         0.2us  read-run       HI.31:HI_DHS_LVIF[1020]         -                           EFAULT      dhs-read examples/refusals.mrv:8 context 8
-  2026-11-25 10:25:40.697594  mrvctl.20637         0.2us  transaction    "half"                          2 writes                    EFAULT      HI.2:41 <- 0x00000007, 0x00000014 <- 0x00000007
+  2026-11-25 10:25:40.697594  mrvctl.20637         0.2us  transaction    "half"                          2 writes lost               EFAULT      HI.2:41 <- 0x00000007, 0x00000014 <- 0x00000007
   2026-11-25 10:25:40.697622  mrvctl.20637         0.2us  read           HI.2:41                         0x00000000                  ok          read examples/refusals.mrv:15 context 15
   2026-11-25 10:25:40.697631  mrvctl.20637         0.1us  qos-get        nif:9                           -                           ENXIO
   2026-11-25 10:25:40.697646  mrvctl.20637         0.1us  qos-clear      cif:0                           -                           ENXIO
@@ -36,7 +36,7 @@ Only some of them: by result, register, table entry, caller, time, or the last o
   $ shown refusals.mrec bringup.mrec --failed --last 1
   2026-11-25 10:25:40.697659 ... command        SFP_VALIDATION_FAILED hif:99    -                           ENXIO       lib_mrv_asic_sfp_validation_fai asic/morvane/common/lib/morvaneusd_intf:88
   $ shown refusals.mrec --register HI.2:41
-  2026-11-25 10:25:40.697594 ... transaction    "half"                          2 writes                    EFAULT      HI.2:41 <- 0x00000007
+  2026-11-25 10:25:40.697594 ... transaction    "half"                          2 writes lost               EFAULT      HI.2:41 <- 0x00000007
   2026-11-25 10:25:40.697622 ... read           HI.2:41                         0x00000000                  ok          read examples/refusals.mrv:15 context 15
   $ shown refusals.mrec bringup.mrec --register 'HF.0:HF_DHS_TCAM[17]' --writes
   2026-11-25 10:25:40.651919 ... transaction    "bring-up"                      69 writes                   ok          HF.0:HF_DHS_TCAM[17] <- 0x00000002, HF.0:HF_DHS_TCAM[17].1 <- 0x0a000100, HF.0:HF_DHS_TCAM[17].2 <- 0xffffff00, ...
@@ -80,7 +80,7 @@ Each call as JSON, here the first of each operation:
   {"command":"calls","time":"2026-11-25T10:25:40.697387385Z","time_ns":1795602340697387385,"program":"mrvctl","pid":20637,"number":1,"duration_ns":7681,"operation":"write","case":1073741825,"driver":236,"length":196,"module":0,"asic":0,"address":270551808,"register":"HI.2:HI_DHS_LVIF[0]","data":4660,"mask":4294967295,"context":4,"func":"write","file":"examples/refusals.mrv","line":4,"result":0,"errno":null,"outcome":"ok","failed":false}
   $ mrvctl --json calls refusals.mrec bringup.mrec | sed 's/.*"operation":/"operation":/' |
   >   awk -F '[",:]+' '!seen[$3]++' | cut -c 1-420
-  "operation":"transaction","case":1073741827,"driver":236,"length":10280,"name":"bring-up","reorder":0,"num":69,"entries":[{"module":0,"asic":0,"address":67108864,"register":"SS.0:SS_CFG_CG","data":1,"mask":4294967295},{"module":0,"asic":0,"address":67108868,"register":"SS.0:SS_CFG_CG_WR","data":256,"mask":65280},{"module":0,"asic":0,"address":268435856,"register":"HI.0:100","data":3,"mask":4294967295},{"module":0,"as
+  "operation":"transaction","case":1073741827,"driver":236,"length":10280,"name":"bring-up","reorder":0,"num":69,"entries":[{"module":0,"asic":0,"address":67108864,"register":"SS.0:SS_CFG_CG","data":1,"mask":4294967295,"lost":false},{"module":0,"asic":0,"address":67108868,"register":"SS.0:SS_CFG_CG_WR","data":256,"mask":65280,"lost":false},{"module":0,"asic":0,"address":268435856,"register":"HI.0:100","data":3,"mask":4
   "operation":"read-run","case":1073741824,"driver":236,"length":204,"module":0,"asic":0,"address":67108864,"register":"SS.0:SS_CFG_CG","num":2,"answered":2,"words":[1,256],"cut":false,"context":12,"func":"read","file":"examples/bringup.mrv","line":12,"result":0,"errno":null,"outcome":"ok","failed":false}
   "operation":"read","case":1073741824,"driver":236,"length":196,"module":0,"asic":0,"address":335544368,"register":"NI.0:12","data":2147483648,"mask":4294967295,"context":13,"func":"read","file":"examples/bringup.mrv","line":13,"result":0,"errno":null,"outcome":"ok","failed":false}
   "operation":"write","case":1073741825,"driver":236,"length":196,"module":0,"asic":0,"address":270551808,"register":"HI.2:HI_DHS_LVIF[0]","data":4660,"mask":4294967295,"context":4,"func":"write","file":"examples/refusals.mrv","line":4,"result":0,"errno":null,"outcome":"ok","failed":false}

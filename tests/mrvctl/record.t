@@ -14,7 +14,7 @@ Each process of a recorded program leaves a recording of its calls. Only the use
   $ printf 'begin "x"\nwrite HI.2:5 7\ncommit\n' | mrvctl record . -- mrvctl -f - | tail -n 1
   transaction "x" is sent: 1 write
   $ mrvctl calls mrvctl.*.mrec | sed '1d; s/.*us  //'
-  transaction    "x"                             1 write                     ok          HI.2:5 <- 0x00000007
+  transaction    "x"                             1 write                     ok          HI.2:5 <- 0x00000007 by write stdin:2 context 2
 
 The exit status is that of the program.
 
