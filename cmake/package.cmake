@@ -98,7 +98,7 @@ runs on any Linux machine.")
 set(same "(= ${full_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmorvaneusd1 ${same}, libmorvaneplatform1 ${same}")
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmorvaneusd1 (>= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libmorvanerecord, libmorvaneplatform1")
+set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libmorvanerecord, libmorvaneplatform1, rlwrap")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS "systemd | systemd-standalone-sysusers | systemd-sysusers")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_EXTRA
   ${debian}/morvaned/postinst ${debian}/morvaned/prerm ${debian}/morvaned/postrm)

@@ -30,7 +30,7 @@ offers() {
   expect "$1" "${COMPREPLY[*]}" "$@"
 }
 
-offers "info regs read *switch error check *words module help expect-fail" mrvctl ""
+offers "info regs read *switch error check *module help expect-fail shell quit" mrvctl ""
 offers "reset card *" mrvctl switch ""
 offers "--help --version --file *--asic" mrvctl -
 offers "read" mrvctl --calls --slot 3 rea

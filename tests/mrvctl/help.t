@@ -21,9 +21,10 @@ Help has a command and a short form, in scripts too. A suggestion is made only i
   $ mrvctl '?' pause on
   help pause on: unknown command 'on'
   [2]
-  $ printf '? qos show\nhelp\n' | mrvctl -f - | grep -E '^(Show the QoS|Read, write)'
+  $ printf '? qos show\nhelp\n' | mrvctl -f - | grep -E '^(Show the QoS|Usage|  Tr)'
   Show the QoS statistics of a port
-  Read, write and monitor a Morvane switching ASIC
+  Usage: mrvctl qos show [OPTIONS] PORT
+    Transactions    begin commit
   $ mrvctl raed HI.2:40
   mrvctl: unknown command 'raed'; did you mean 'read'?
   Try 'mrvctl --help'.

@@ -38,12 +38,8 @@ Without a screen it prints lines, until ^C.
   $ grep -c -a 'ports by drops\|1049' seen
   1
 
-A script that is typed goes on after a failure. With --dry-run each line is only checked.
+With --dry-run each line that is typed is only checked.
 
   $ type_in() { TERM=xterm script -qec "$*" /dev/null | tr -d '\r' | grep '^stdin\|^HI'; }
-  $ printf 'raed\nread HI.32:5\nread HI.2:6\n' | type_in mrvctl -f -
-  stdin:1: raed: unknown command 'raed'; did you mean 'read'?
-  stdin:2: read HI.32:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
-  HI.2:6 = 0x00000000 (0)
   $ printf 'write HI.2:40 x\nread HI.2:6\n' | type_in mrvctl --dry-run -f -
   stdin:1: write HI.2:40 x: DATA: 'x' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)

@@ -9,6 +9,7 @@
 #include "host/platform_library.h"
 #include "output/signals.h"
 #include "scripts.h"
+#include "shell.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -34,8 +35,7 @@ constexpr char kDescription[] =
 
 constexpr char kFooter[] =
     "Numbers are decimal, hexadecimal (0x) or binary (0b). Exit status: 0 success,\n"
-    "1 refused or failed, 2 a word or number that is never valid; with --keep-going\n"
-    "that of the first failure. 'mrvctl help COMMAND' shows the help of a command.";
+    "1 refused or failed, 2 never valid. 'mrvctl help COMMAND' shows more.";
 
 void describe_options(Arguments &arguments, Options &options, Session &session) {
   arguments.word("-f,--file FILE", options.script, "Check and run a script (-: standard input)");
@@ -47,7 +47,7 @@ void describe_options(Arguments &arguments, Options &options, Session &session) 
   arguments.word("--platform FILE", options.platform,
                  "Platform library (default: $MORVANE_PLATFORM)");
   arguments.word("--switch PATH", options.service,
-                 "Socket of morvaned, or none (default: $MORVANE_SWITCH)");
+                 "morvaned socket or none (default: $MORVANE_SWITCH)");
   arguments.number<uint32_t>("--slot N", session.slot, "Card slot (default: 0)", 0, 255);
   arguments.number<uint32_t>("--module N", session.module, "Module (default: 0)", 0, 3);
   arguments.number<uint32_t>("--asic N", session.asic, "ASIC number (default: 0)", 0, 255);
@@ -93,10 +93,7 @@ void run(Runner &runner, Session &session, const Options &options, const Script 
     return show_dry_run(session, script);
   if (!runner.run("init", {}, "init", [&] { initialise(session, options, setup); }))
     return;
-  if (is_interactive(options))
-    runner.run_each_line();
-  else
-    runner.run_script(script, options.keep_going);
+  runner.run_script(script, options.keep_going);
   runner.run("end", {}, "end", [&] {
     if (session.transaction.open())
       throw OperationFailed(session.transaction.loss_text());
@@ -104,7 +101,7 @@ void run(Runner &runner, Session &session, const Options &options, const Script 
 }
 
 // A chosen command is a script of one line.
-int run_and_close(Parser &parser, Session &session, const Options &options, const Command &chosen,
+int run_and_close(Runner &runner, Session &session, const Options &options, const Command &chosen,
                   const std::string &shown) {
   if (options.json)
     session.report.use_json();
@@ -114,11 +111,10 @@ int run_and_close(Parser &parser, Session &session, const Options &options, cons
   };
   session.report.take_standard_output();
   const SignalHandler ending({SIGINT, SIGTERM, SIGHUP, SIGPIPE}, end_by_signal);
-  Runner runner(session, parser);
   Script script = {shown, {{0, shown, chosen}}};
   if (chosen.run)
     runner.run(chosen.name, {}, shown, chosen.check);
-  else if (!is_interactive(options))
+  else
     script = runner.read_script(options.script);
   run(runner, session, options, script, chosen.setup);
   runner.run("output", {}, "output", [&] {
@@ -152,8 +148,10 @@ int parse_and_run(int argc, char **argv) {
   Options options;
   Session session;
   Parser parser;
+  Runner runner(session, parser);
   add_commands(parser);
   add_script_commands(parser);
+  add_shell_commands(parser, runner, {argv, argv + argc});
   Command chosen;
   try {
     chosen = parser.parse_command_line(
@@ -174,7 +172,9 @@ int parse_and_run(int argc, char **argv) {
     return refuse_without_command(options.json);
   if (options.interactive && options.script != "-")
     return refuse("--interactive is for -f -", "", options.json);
-  return run_and_close(parser, session, options, chosen, shown_command(chosen.name, argc, argv));
+  if (is_interactive(options))
+    chosen = parser.parse({"shell", "--plain"});
+  return run_and_close(runner, session, options, chosen, shown_command(chosen.name, argc, argv));
 }
 
 }  // namespace

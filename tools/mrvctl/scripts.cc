@@ -78,8 +78,12 @@ void add_script_commands(Parser &parser) {
         arguments.words("[COMMAND]", args.words, "Words of the command");
       },
       [&parser](HelpArgs &args) { args.text = parser.help(args.words); },
-      [](Session &session, const HelpArgs &args) {
-        session.report.result({{"text", args.text}}, args.text);
+      [&parser](Session &session, const HelpArgs &args) {
+        const bool lists = session.in_script() && args.words.empty();
+        const std::string text =
+            lists ? parser.command_list() + "'help COMMAND' shows the help of a command.\n"
+                  : args.text;
+        session.report.result({{"text", text}}, text);
       });
   parser.add<ExpectFailArgs>(
       {"expect-fail", "Scripts", "Run COMMAND; succeed only if it fails",
@@ -106,6 +110,10 @@ bool Runner::run(const std::string &command, const Place &place, const std::stri
   return false;
 }
 
+Place Runner::place(const std::string &name, const ScriptLine &line) const {
+  return at_prompt_ ? Place() : Place{name, line.number};
+}
+
 void Runner::fail(Status status, const Place &place, const std::string &shown,
                   const std::exception &error) {
   if (!failed())
@@ -114,12 +122,13 @@ void Runner::fail(Status status, const Place &place, const std::string &shown,
 }
 
 // Uses each line that has a command and is valid.
-void Runner::parse_lines(std::istream &input, const std::string &name, const UseLine &use) {
+void Runner::parse_lines(std::istream &input, const std::string &name, const ReadLine &read,
+                         const UseLine &use) {
   LineReader reader(input, name);
   bool more = true;
-  while (run("script", {}, name, [&] { more = reader.next(); }) && more) {
+  while (!quits_ && run("script", {}, name, [&] { more = read(reader); }) && more) {
     ScriptLine line = {reader.number(), reader.line(), {}};
-    const bool valid = run("script", {name, line.number}, line.shown, [&] {
+    const bool valid = run("script", place(name, line), line.shown, [&] {
       const std::vector<std::string> words = split_words(reader.line());
       if (words.empty())
         return;
@@ -136,33 +145,38 @@ Script Runner::read_script(const std::string &path) {
   Script script = {path == "-" ? kStandardInput : path, {}};
   const auto keep = [&](const ScriptLine &line) { script.lines.push_back(line); };
   if (path == "-") {
-    parse_lines(std::cin, script.name, keep);
+    parse_lines(std::cin, script.name, &LineReader::next, keep);
     return script;
   }
   session_.folder = path.substr(0, path.rfind('/') + 1);
   std::optional<TextFile> input;
   if (run("script", {}, "mrvctl", [&] { input.emplace(path); }))
-    parse_lines(*input, path, keep);
+    parse_lines(*input, path, &LineReader::next, keep);
   return script;
 }
 
 bool Runner::run_line(const std::string &name, const ScriptLine &line) {
   if (line.number > 0)
     session_.set_place(name, line.number);
-  return run(line.command.name, {name, line.number}, line.shown,
-             [&] { line.command.run(session_); });
+  return run(line.command.name, place(name, line), line.shown, [&] { line.command.run(session_); });
 }
 
 void Runner::run_script(const Script &script, bool keep_going) {
   for (const ScriptLine &line : script.lines) {
-    if (!run_line(script.name, line) && !keep_going)
+    if ((!run_line(script.name, line) && !keep_going) || quits_)
       return;
   }
 }
 
-void Runner::run_each_line() {
-  parse_lines(std::cin, kStandardInput,
+void Runner::run_each_line(const ReadLine &read, bool at_prompt) {
+  quits_ = false;
+  at_prompt_ = at_prompt;
+  parse_lines(std::cin, kStandardInput, read,
               [&](const ScriptLine &line) { run_line(kStandardInput, line); });
+}
+
+void Runner::run_typed(const std::string &command) {
+  run_line("", {0, command, parser_.parse({command})});
 }
 
 }  // namespace mrvctl

@@ -9,10 +9,11 @@
 
 #include "commands/arguments.h"
 #include "commands/session.h"
+#include "text/lines.h"
 
 namespace mrvctl {
 
-// help, and expect-fail for scripts that show or check failures.
+// module, help, and expect-fail for scripts that show or check failures.
 void add_script_commands(Parser &parser);
 
 struct ScriptLine {
@@ -45,21 +46,34 @@ class Runner {
   // Runs the lines in order, up to the first that fails, or all of them.
   void run_script(const Script &script, bool keep_going);
 
-  // Reads lines from standard input and runs each before the next is read; a failure does not end
-  // the session.
-  void run_each_line();
+  // Reads the next line; false at the end.
+  using ReadLine = std::function<bool(LineReader &)>;
+
+  // Runs each line of standard input before the next is read; a failure does not end it. At a
+  // prompt, failures have no place.
+  void run_each_line(const ReadLine &read, bool at_prompt);
+
+  // Runs a command that needs no words.
+  void run_typed(const std::string &command);
+
+  // No further line is run.
+  void quit() { quits_ = true; }
 
  private:
   using UseLine = std::function<void(const ScriptLine &)>;
 
+  Place place(const std::string &name, const ScriptLine &line) const;
   void fail(Status status, const Place &place, const std::string &shown,
             const std::exception &error);
-  void parse_lines(std::istream &input, const std::string &name, const UseLine &use);
+  void parse_lines(std::istream &input, const std::string &name, const ReadLine &read,
+                   const UseLine &use);
   bool run_line(const std::string &name, const ScriptLine &line);
 
   Session &session_;
   Parser &parser_;
   Status status_ = Status::kDone;
+  bool quits_ = false;
+  bool at_prompt_ = false;
 };
 
 }  // namespace mrvctl

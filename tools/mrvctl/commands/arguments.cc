@@ -329,6 +329,8 @@ Command Parser::parse(const std::vector<std::string> &typed) {
   std::vector<std::string> words = typed;
   if (words[0] == "?")
     words[0] = "help";
+  if (words[0] == "exit")
+    words[0] = "quit";
   AppInstance tree;
   tree.app.set_help_flag();  // before the commands, which inherit it
   for (const Definition &definition : definitions_) {
@@ -403,12 +405,35 @@ Command Parser::parse_command_line(int argc, char **argv, const CommandLine &lin
 std::string Parser::help(const std::vector<std::string> &words) {
   const std::unique_ptr<AppInstance> tree = build_app([](const Definition &) { return true; });
   const CLI::App *at = &tree->app;
+  std::string before;
   for (const std::string &word : words) {
+    before += (before.empty() ? "" : " ") + at->get_name();
     at = command_below(at, word);
     if (at == nullptr)
       throw UsageError(no_command_text(word));
   }
-  return at->help(at == &tree->app ? "" : "mrvctl");
+  return at->help(before);
+}
+
+std::string Parser::command_list() const {
+  std::vector<std::pair<std::string, std::string>> groups;
+  std::string last;
+  for (const auto &[text, attach] : definitions_) {
+    const std::string name = first_word(text.name);
+    if (text.group.empty() || std::exchange(last, name) == name)
+      continue;
+    const auto group =
+        std::find_if(groups.begin(), groups.end(),
+                     [&text = text](const auto &known) { return known.first == text.group; });
+    if (group == groups.end())
+      groups.emplace_back(text.group, " " + name);
+    else
+      group->second += " " + name;
+  }
+  std::string list;
+  for (const auto &[group, names] : groups)
+    list += format("  %-15s", group.c_str()) + names + "\n";
+  return list;
 }
 
 Expected Parser::expected(const std::vector<std::string> &words) const {

@@ -215,6 +215,9 @@ class Parser {
   // Throws UsageError.
   std::string help(const std::vector<std::string> &words);
 
+  // The commands of each task, in few lines.
+  std::string command_list() const;
+
   // What may come in place of the last of the words, of which a part may be typed.
   Expected expected(const std::vector<std::string> &words) const;
 

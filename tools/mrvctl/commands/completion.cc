@@ -129,7 +129,7 @@ void add_completion_command(Parser &parser) {
     session.report.result({{"words", words}}, text);
   };
   parser.add<WordsArgs>(
-      {"words", "Help",
+      {"words", "",
        "List the words that completion offers\n"
        "The last WORD may be incomplete. <file>, <directory> and <command> are names that the "
        "shell completes. Without a WORD, all words are listed.",

@@ -92,6 +92,11 @@ morvane::caller Session::caller() const {
   return {file_.c_str(), line_, report.command().c_str(), static_cast<uint32_t>(line_)};
 }
 
+morvane::asic Session::on() const {
+  throw_if_cancelled();
+  return {static_cast<int>(module), asic};
+}
+
 morvane::asic_reg Session::at(const Register &reg) const {
   return morvane::at(reg.block, reg.instance, reg.vreg).on(on());
 }

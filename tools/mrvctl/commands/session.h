@@ -61,8 +61,9 @@ class Session {
   Place place() const { return {file_, line_}; }
   morvane::caller caller() const;
 
-  // The ASIC that commands speak to, and what is on it.
-  morvane::asic on() const { return {static_cast<int>(module), asic}; }
+  // The ASIC that commands speak to, and what is on it, for one call. Throws OperationFailed if ^C
+  // has ended the command.
+  morvane::asic on() const;
   morvane::asic_reg at(const Register &reg) const;
   morvane::port port(const Port &port) const;
 

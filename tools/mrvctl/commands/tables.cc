@@ -187,8 +187,9 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
     const uint32_t index = first + done;
     const uint32_t part = std::min(kEntriesPerCall, count - done);
     check_entry_size(session, table, index);
+    const morvane::asic on = session.on();
     const syserr_t result = lib_mrv_asic_write_dhs(
-        static_cast<int>(session.module), session.asic, reg.block, reg.instance, reg.vreg, index,
+        on.module, on.number, reg.block, reg.instance, reg.vreg, index,
         words.data() + static_cast<size_t>(done) * table.entry_size, part, who.context,
         const_cast<char *>(who.file), who.line, who.func);
     if (result != 0) {

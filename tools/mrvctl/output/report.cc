@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "output/signals.h"
 #include "text/errors.h"
 #include "text/text.h"
 
@@ -79,6 +80,7 @@ void Report::result(const Json &object, const StyledText &text) {
     print((std::exchange(clear_screen_, false) ? kClearScreen : "") + text.text);
   else if (!json_suppressed_)
     print_object(object);
+  throw_if_cancelled();
 }
 
 void Report::failure(const Place &place, const std::string &command_line,

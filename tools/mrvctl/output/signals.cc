@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 
+#include "text/errors.h"
 #include "text/text.h"
 #include "text/times.h"
 
@@ -23,6 +24,15 @@ namespace {
 std::array<std::string, 2> notices;
 std::atomic<const std::string *> notice = notices.data();
 
+// Of a shell: the prompt that is on the terminal, or null while a command runs; and whether ^C has
+// ended the command.
+std::atomic<const std::string *> prompt = nullptr;
+volatile std::sig_atomic_t in_shell = 0, cancelled = 0;
+
+void write_error(const std::string &text) {
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+}
+
 void no_screen() {
 }
 std::atomic<void (*)()> resume_screen = no_screen, leave_screen = no_screen;
@@ -30,9 +40,19 @@ std::atomic<void (*)()> resume_screen = no_screen, leave_screen = no_screen;
 // All signals are blocked while a handler runs: a raised one is delivered when it returns.
 
 void on_interrupt(int signal_number) {
-  if (interrupted != 0)
+  if (interrupted != 0 && (in_shell == 0 || signal_number != SIGINT))
     end_by_signal(signal_number);
   interrupted = 1;
+}
+
+void on_prompt_interrupt(int) {
+  const int error_number = errno;
+  const std::string *const shown = prompt.load();
+  cancelled = shown == nullptr ? 1 : 0;
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, "\n", 1);
+  if (shown != nullptr)
+    write_error(*shown);
+  errno = error_number;
 }
 
 void on_resize(int) {
@@ -88,8 +108,7 @@ SignalHandler::~SignalHandler() {
 
 void end_by_signal(int signal_number) {
   leave_screen.load()();
-  const std::string &text = *notice.load();
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+  write_error(*notice.load());
   std::signal(signal_number, SIG_DFL);
   raise(signal_number);
 }
@@ -102,6 +121,32 @@ void set_exit_notice(const std::string &text) {
 
 Interrupt::Interrupt(std::initializer_list<int> signals) : handler_(signals, on_interrupt) {
   interrupted = 0;
+}
+
+PromptInterrupt::PromptInterrupt() : handler_({SIGINT}, on_prompt_interrupt) {
+  in_shell = 1;
+}
+
+PromptInterrupt::~PromptInterrupt() {
+  run_command();
+  in_shell = 0;
+}
+
+void PromptInterrupt::show_prompt(const std::string &text) {
+  prompt = nullptr;
+  text_ = text;
+  prompt = &text_;
+  write_error(text_);
+}
+
+void PromptInterrupt::run_command() {
+  prompt = nullptr;
+  cancelled = 0;
+}
+
+void throw_if_cancelled() {
+  if (cancelled != 0)
+    throw OperationFailed("interrupted");
 }
 
 ScreenSignals::ScreenSignals(void (*resume)(), void (*leave)())

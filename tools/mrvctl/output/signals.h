@@ -44,6 +44,25 @@ class Interrupt {
   SignalHandler handler_;
 };
 
+// ^C in a shell while it lives: shows the prompt again on a new line, or ends the command that runs
+// and not the tool.
+class PromptInterrupt {
+ public:
+  PromptInterrupt();
+  ~PromptInterrupt();
+
+  // Shows a prompt on standard error, until a command runs.
+  void show_prompt(const std::string &text);
+  static void run_command();
+
+ private:
+  std::string text_;
+  SignalHandler handler_;
+};
+
+// Throws OperationFailed if ^C has ended the command of a shell.
+void throw_if_cancelled();
+
 // The signals of a view that has the terminal. `leave` runs before any signal ends or stops the
 // tool, and `resume` once it continues, both in a handler.
 class ScreenSignals {

@@ -320,7 +320,7 @@ std::vector<std::string> top_lines(const TopView &view, size_t width, size_t hei
   if (on_screen) {
     lines.resize(std::max(height, kOtherLines) - 1);
     lines.emplace_back(
-        "d drops  p pause  w writes  arrows choose  home first  ? explains the keys  q quits");
+        "d drops  p pause  w writes  arrows choose  home first  ? explains keys  q quits");
     lines.resize(height);
   }
   return lines;

@@ -1,4 +1,4 @@
-// qos top at a terminal: its keys, its signals, and the terminal it leaves.
+// mrvctl at a terminal: qos top, its keys, its signals and the terminal it leaves; and the shell.
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
@@ -11,9 +11,13 @@
 #include <utmp.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -52,7 +56,7 @@ constexpr const char *kLastRow =
     "  hif:30    111k    156k   16.2k   1672k   2852k   22.1k    5236  rx   ####100%\n\n"
     "nif:2, class          0       1       2       3       4       5       6       7\n";
 constexpr const char *kKeys =
-    "12.3k\nd drops  p pause  w writes  arrows choose  home first  ? explains the keys  q quits";
+    "12.3k\nd drops  p pause  w writes  arrows choose  home first  ? explains keys  q quits";
 
 // The first row of a screen, as it follows the headings.
 std::string first_row(const std::string &begin) {
@@ -61,6 +65,38 @@ std::string first_row(const std::string &begin) {
 
 bool press_keys(int terminal, const char *keys) {
   return write(terminal, keys, std::strlen(keys)) > 0;
+}
+
+// mrvctl on a terminal of 80 columns and 24 rows.
+struct Tool {
+  int ours = -1;
+  int theirs = -1;
+  pid_t child = -1;
+};
+
+void start(Tool &tool, std::vector<const char *> arguments) {
+  winsize size = {24, 80, 0, 0};
+  ASSERT_EQ(openpty(&tool.ours, &tool.theirs, nullptr, nullptr, &size), 0);
+  arguments.insert(arguments.begin(), "mrvctl");
+  arguments.push_back(nullptr);
+  tool.child = fork();
+  if (tool.child != 0)
+    return;
+  login_tty(tool.theirs);
+  setenv("TERM", "xterm", 1);
+  setenv("MORVANE_SWITCH", "none", 1);
+  unsetenv("NO_COLOR");
+  execv(MRVCTL_PATH, const_cast<char **>(arguments.data()));
+  _exit(127);
+}
+
+// Its exit status, or the number of the signal that ended it.
+int wait_for(const Tool &tool) {
+  int status = 0;
+  waitpid(tool.child, &status, 0);
+  close(tool.ours);
+  close(tool.theirs);
+  return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 // What each key makes of the view, and a wider terminal.
@@ -96,25 +132,15 @@ void use_every_key(int ours) {
 
 // The switch is the process's own; a transaction is open that the end of the process loses.
 TEST(TopView, gives_the_terminal_back_however_it_ends) {
-  const std::string script = testing::TempDir() + "top_view_test." + std::to_string(getpid());
+  const std::string script = testing::TempDir() + "terminal_test." + std::to_string(getpid());
   std::ofstream(script)
       << "begin x\nwrite HI.2:5 1\nqos top --interval 3600\nqos top --interval 3600\n";
   for (const int ending : {0, SIGINT, SIGTERM, SIGHUP, SIGSEGV, SIGABRT}) {
     SCOPED_TRACE(ending);
-    int ours = -1, theirs = -1;
-    winsize size = {24, 80, 0, 0};
-    ASSERT_EQ(openpty(&ours, &theirs, nullptr, nullptr, &size), 0);
-    termios before = {}, during = {}, after = {};
-    tcgetattr(theirs, &before);
-    const pid_t child = fork();
-    if (child == 0) {
-      login_tty(theirs);
-      setenv("TERM", "xterm", 1);
-      unsetenv("NO_COLOR");
-      unsetenv("MORVANE_SWITCH");
-      execl(MRVCTL_PATH, "mrvctl", "--platform", NUMBERING_PLATFORM, "-f", script.c_str(), nullptr);
-      _exit(127);
-    }
+    Tool tool;
+    start(tool, {"--platform", NUMBERING_PLATFORM, "-f", script.c_str()});
+    const int ours = tool.ours, theirs = tool.theirs;
+    termios during = {}, after = {};
     const auto press = [ours](const char *keys) { return press_keys(ours, keys); };
     read_until(ours, first_row("\033[7m> "));  // the first row is chosen
     const std::string first_screen = screen(ours);
@@ -132,19 +158,76 @@ TEST(TopView, gives_the_terminal_back_however_it_ends) {
       read_until(ours, "\033[?1049h");  // the second view
       EXPECT_TRUE(press("q"));
     } else {
-      kill(child, ending);
+      kill(tool.child, ending);
     }
     const std::string rest = read_until(ours, "1 write lost");
     EXPECT_LT(rest.find("\033[?1049l"), rest.find("1 write lost"));
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(WIFSIGNALED(status) ? WTERMSIG(status) : 0, ending == SIGINT ? 0 : ending);
     tcgetattr(theirs, &after);
-    EXPECT_EQ(after.c_lflag, before.c_lflag);
-    close(ours);
-    close(theirs);
+    EXPECT_EQ(wait_for(tool), ending == 0 || ending == SIGINT ? 1 : ending);
+    EXPECT_EQ(after.c_lflag & (ICANON | ECHO), ICANON | ECHO);
   }
   unlink(script.c_str());
+}
+
+// Types each line once the text before it is on the terminal.
+void talk(const Tool &tool, const std::vector<std::pair<const char *, const char *>> &lines) {
+  for (const auto &[awaited, typed] : lines) {
+    read_until(tool.ours, awaited);
+    EXPECT_TRUE(*typed == '\0' || press_keys(tool.ours, typed));
+  }
+}
+
+TEST(Shell, survives_interrupts_and_asks_about_an_open_transaction) {
+  Tool tool;
+  start(tool, {"shell", "--plain"});
+  talk(tool, {{"switch: private", ""},
+              {"mrv> ", "write HI.2:5\003"},
+              {"^C\r\nmrv> ", "switch fault add --delay 50ms --forever\n"},
+              {"mrv> ", "read HI.*:5\n"},
+              {"HI.0:5 = ", "\003"},
+              {"interrupted", ""},
+              {"mrv> ", "qos show hif:3 --watch 30\n"},
+              {"drops h2n", "\003\003"},
+              {"mrv> ", "begin 'port 2'\n"},
+              {"mrv [port 2: 0 writes]> ", "write HI.2:5 7\n"},
+              {"mrv [port 2: 1 write]> ", "raed\n"},
+              {"raed: unknown command 'raed'", "help\n"},
+              {"module expect-fail shell quit", "\004"},
+              {"transaction \"port 2\" is open with 1 write. Commit it? ", "cancel\n"},
+              {"mrv [port 2: 1 write]> ", "exit\n"},
+              {"Commit it? ", "\003"},
+              {"Commit it? ", "yes\n"},
+              {"transaction \"port 2\" is sent: 1 write", ""}});
+  EXPECT_EQ(wait_for(tool), 1);  // of the read
+  for (const char *const answer : {"no\n", "\004"}) {
+    start(tool, {"-f", "-"});
+    talk(tool, {{"mrv> ", "begin x\nwrite HI.2:5 7\nquit\n"},
+                {"Commit it? ", answer},
+                {"transaction \"x\" was never committed: 1 write lost", ""}});
+    EXPECT_EQ(wait_for(tool), 1);
+  }
+}
+
+TEST(Shell, has_history_and_completion_with_rlwrap) {
+  if (std::system("rlwrap --version >/dev/null 2>&1") != 0)
+    GTEST_SKIP() << "rlwrap is not installed";
+  const std::string state = testing::TempDir() + "shell_test." + std::to_string(getpid());
+  setenv("XDG_STATE_HOME", state.c_str(), 1);
+  Tool tool;
+  start(tool, {"shell"});
+  talk(tool, {{"mrv> ", "rea\tHI.2:5\n"},
+              {"HI.2:5 = ", ""},
+              {"mrv> ", "\033[A\n"},
+              {"HI.2:5 = ", ""},
+              {"mrv> ", "find hi.2:hi_dhs_lvif_t\t\n"},
+              {"0x", ""},
+              {"mrv> ", "quit\n"}});
+  EXPECT_EQ(wait_for(tool), 0);
+  std::ifstream history(state + "/mrvctl/history");
+  std::string line;
+  EXPECT_TRUE(std::getline(history, line));
+  EXPECT_EQ(line, "read HI.2:5");
+  std::filesystem::remove_all(state);
 }
 
 }  // namespace
