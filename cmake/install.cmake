@@ -63,7 +63,7 @@ function(install_completion program component)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder} COMPONENT ${component})
 endfunction()
 
-install(DIRECTORY include/ DESTINATION ${header_dir} COMPONENT development
+install(DIRECTORY include/ ${generated_headers}/ DESTINATION ${header_dir} COMPONENT development
   PATTERN virtual_platform.h EXCLUDE)
 install_library(morvaneusd morvaneusd library)
 install_pkg_config(morvaneusd)

@@ -1,10 +1,9 @@
-// A client of libmorvaneusd in C++: fills a table in one batch and reads it back, then enables
-// link pause on a port and reads the port's statistics.
+// A client of libmorvaneusd in C++: fills a table in one batch, verifies the last entry and reads
+// the table back, then enables link pause on a port and reads the port's statistics.
 #include <cinttypes>
 #include <cstdio>
 #include <morvaneusd.hpp>
 #include <numeric>
-#include <stdexcept>
 
 int main() {
   try {
@@ -15,12 +14,10 @@ int main() {
     std::iota(written.begin(), written.end(), 100U);
     morvane::batch batch("fill the table");
     morvane::write_entries(table, 0, written);
-    batch.commit();
+    batch.commit_and_verify(table, 7, {written.back()});  // a commit cannot report failure
     const auto read = morvane::read_entries(table, 0, written.size());
-    if (read.back() != written.back())  // a commit cannot report failure
-      throw std::runtime_error("the commit failed");
-    std::printf("\nHI.2:HI_DHS_LVIF: %zu entries written, %" PRIu32 " to %" PRIu32 " read back\n",
-                read.size(), read.front(), read.back());
+    std::printf("\n%s: %zu entries written, %" PRIu32 " to %" PRIu32 " read back\n",
+                to_string(table.where()).c_str(), read.size(), read.front(), read.back());
 
     constexpr morvane::port port = morvane::hif(5);
     morvane::link_pause_enable(port);

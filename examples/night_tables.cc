@@ -16,7 +16,7 @@ void load_interfaces() {
   std::iota(entries.begin(), entries.end(), 0x1000U);
   morvane::batch load("interfaces");
   morvane::write_entries(interfaces, 0, entries);
-  load.commit_and_verify(interfaces, entries[0]);
+  load.commit_and_verify(interfaces, 95, {entries.back()});
 }
 
 void load_policers(const morvane::raw_address &hold) {

@@ -17,6 +17,7 @@
 #ifndef KEL_ASIC_DHS_TABLES_H
 #define KEL_ASIC_DHS_TABLES_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "kel_asic_intf.h"
@@ -94,6 +95,24 @@ KEL_ASIC_DHS_DATA kel_asic_dhs_row_t kel_asic_dhs_rows[] = {
 #define KEL_ASIC_DHS_ROWS (sizeof kel_asic_dhs_rows / sizeof kel_asic_dhs_rows[0])
 
 /**
+ * Returns the row of a table register.
+ *
+ * @param block the block of the register; any other value has no table
+ * @param vreg  number of the register within its block
+ *
+ * @return its row, of ::kel_asic_dhs_rows; null if the register is not a table
+ */
+KEL_ASIC_DHS_FUNCTION const kel_asic_dhs_row_t *kel_asic_dhs_row(kel_asic_blk_t block,
+                                                                 kel_asic_reg_t vreg) {
+  for (uint32_t i = 0; i < KEL_ASIC_DHS_ROWS; ++i) {
+    const kel_asic_dhs_row_t *row = &kel_asic_dhs_rows[i];
+    if (row->block == block && row->first <= vreg && vreg <= row->last)
+      return row;
+  }
+  return NULL;
+}
+
+/**
  * Returns the number of words of a table entry.
  *
  * @param block the block of the register; any other value has no table
@@ -105,13 +124,10 @@ KEL_ASIC_DHS_DATA kel_asic_dhs_row_t kel_asic_dhs_rows[] = {
  */
 KEL_ASIC_DHS_FUNCTION int kel_asic_dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg,
                                                   uint32_t index) {
-  for (uint32_t i = 0; i < KEL_ASIC_DHS_ROWS; ++i) {
-    const kel_asic_dhs_row_t *row = &kel_asic_dhs_rows[i];
-    if (row->block != block || vreg < row->first || vreg > row->last)
-      continue;
-    return row->words == KEL_ASIC_DHS_BY_HOOK || index <= row->highest_index ? (int)row->words : -1;
-  }
-  return -1;
+  const kel_asic_dhs_row_t *row = kel_asic_dhs_row(block, vreg);
+  const int has_entry =
+      row != NULL && (row->words == KEL_ASIC_DHS_BY_HOOK || index <= row->highest_index);
+  return has_entry ? (int)row->words : -1;
 }
 
 #endif

@@ -1,6 +1,6 @@
 /**
  * @file
- * Name and meaning of each result of the library, for messages and logs.
+ * Name and meaning of each result of the library, and what to do about it, for messages and logs.
  *
  *     if (err != 0)
  *         fprintf(stderr, "%s: %s\n", kel_asic_syserr_name(err), kel_asic_syserr_meaning(err));
@@ -102,6 +102,26 @@ static inline const kel_asic_syserr_words_t *kel_asic_syserr_library_words(syser
 }
 
 /**
+ * Returns whether a result is of a service call that failed.
+ *
+ * @param code any result
+ * @return 1 if it is, 0 otherwise
+ */
+static inline int kel_asic_syserr_is_service(syserr_t code) {
+  return (code & KEL_ASIC_SYSERR_KIND_MASK) == KEL_ASIC_SYSERR_SERVICE;
+}
+
+/**
+ * Returns the error number of a service call that failed.
+ *
+ * @param code a result of which kel_asic_syserr_is_service is 1
+ * @return the error number, 0 to 4095
+ */
+static inline int kel_asic_syserr_errno(syserr_t code) {
+  return (int)(code & KEL_ASIC_SYSERR_ERRNO_MASK);
+}
+
+/**
  * Returns the name of a result.
  *
  * @param code any result
@@ -114,7 +134,7 @@ static inline const char *kel_asic_syserr_name(syserr_t code) {
   const kel_asic_syserr_words_t *words = kel_asic_syserr_library_words(code);
   if (words != NULL)
     return words->name;
-  if ((code & KEL_ASIC_SYSERR_KIND_MASK) == KEL_ASIC_SYSERR_SERVICE)
+  if (kel_asic_syserr_is_service(code))
     return "KEL_ASIC_SYSERR_SERVICE";
   if (code == KEL_ASIC_SYSERR_NO_BUFFER)
     return "KEL_ASIC_SYSERR_NO_BUFFER";
@@ -137,14 +157,40 @@ static inline const char *kel_asic_syserr_meaning(syserr_t code) {
     return words->meaning;
   if (code == KEL_ASIC_SYSERR_SERVICE_ANSWER)
     return "the service call failed with an I/O error, or with a positive answer";
-  if ((code & KEL_ASIC_SYSERR_KIND_MASK) == KEL_ASIC_SYSERR_SERVICE)
-    return strerror((int)(code & KEL_ASIC_SYSERR_ERRNO_MASK));
+  if (kel_asic_syserr_is_service(code))
+    return strerror(kel_asic_syserr_errno(code));
   if (code == KEL_ASIC_SYSERR_NO_BUFFER)
     return "no memory: the request buffer cannot be allocated or cannot grow";
   if (code == KEL_ASIC_SYSERR_NO_TRACE_LOG)
     return "the trace log cannot be opened or positioned";
   return code == 0 ? "no error"
                    : "not a result code of this library (it may come from the register map)";
+}
+
+/**
+ * Returns what to do about a result.
+ *
+ * @param code any result except 0
+ * @return a text without a newline, valid for the life of the process
+ */
+static inline const char *kel_asic_syserr_advice(syserr_t code) {
+  if (code == KEL_ASIC_SYSERR_SERVICE_ANSWER)
+    return "see the log of the driver service";
+  if (kel_asic_syserr_is_service(code))
+    return "check that the driver service runs and has what was requested; the library does not "
+           "retry";
+  switch (code) {
+    case SYSERR_KEL_ASIC_INVALID_ARG:
+      return "check the arguments, and that lib_mrv_asic_init succeeded";
+    case SYSERR_KEL_ASIC_UNINIT:
+      return "call lib_mrv_asic_init first";
+    case KEL_ASIC_SYSERR_NO_BUFFER:
+      return "move fewer words at a time";
+    case KEL_ASIC_SYSERR_NO_TRACE_LOG:
+      return "make /tmp writable, or remove the marker file";
+    default:
+      return "it comes from the register map or other software of the ASIC family: see there";
+  }
 }
 
 #ifdef __cplusplus

@@ -34,8 +34,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
-#include <iterator>
 #include <mutex>
 #include <string>
 #include <system_error>
@@ -45,6 +43,7 @@
 
 #include "kel_asic_dhs_tables.h"
 #include "kel_asic_intf.h"
+#include "kel_asic_reference_text.h"
 #include "kel_asic_syserr_def.h"
 #include "kel_asic_syserr_text.h"
 
@@ -60,49 +59,44 @@ namespace morvane {
  * @{
  */
 
+namespace detail {
+
+/** The position of an enumeration in a list. */
+template <typename Enumeration, typename... Listed>
+constexpr kel_asic_blk_t position_of() noexcept {
+  uint32_t position = 0;
+  (void)((std::is_same_v<Enumeration, Listed> || (++position, false)) || ...);
+  return static_cast<kel_asic_blk_t>(position);
+}
+
+/** The text that a function of kel_asic_reference_text.h prints. */
+template <typename Print, typename... Arguments>
+std::string printed(Print print, Arguments... arguments) {
+  std::array<char, 64> text = {};
+  return print(text.data(), text.size(), arguments...);
+}
+
+/** Only for an enumerator or a number: for the constructors that refuse one. */
+template <typename Number>
+using if_number = std::enable_if_t<std::is_enum_v<Number> || std::is_integral_v<Number>>;
+
+/** Does not compile: the message of all these constructors. */
+template <typename Number>
+constexpr kel_asic_blk_t no_instance() noexcept {
+  static_assert(sizeof(Number) == 0, "a register needs its instance: say at(REGISTER, INSTANCE)");
+  return KEL_ASIC_NUM_BLK;
+}
+
+}  // namespace detail
+
 /** The block whose registers an enumeration names; ::KEL_ASIC_NUM_BLK for any other type. */
 template <typename Enumeration>
-inline constexpr kel_asic_blk_t block_of = KEL_ASIC_NUM_BLK;
-/** @cond */
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_ss_reg_t> = KEL_ASIC_BLK_SS;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_hr_reg_t> = KEL_ASIC_BLK_HR;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_nr_reg_t> = KEL_ASIC_BLK_NR;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_hi_reg_t> = KEL_ASIC_BLK_HI;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_ni_reg_t> = KEL_ASIC_BLK_NI;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_si_reg_t> = KEL_ASIC_BLK_SI;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_hf_reg_t> = KEL_ASIC_BLK_HF;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_nf_reg_t> = KEL_ASIC_BLK_NF;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_ci_reg_t> = KEL_ASIC_BLK_CI;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_bi_reg_t> = KEL_ASIC_BLK_BI;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_cc_reg_t> = KEL_ASIC_BLK_CC;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_pc_reg_t> = KEL_ASIC_BLK_PC;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_rs_edma_reg_t> = KEL_ASIC_BLK_RS_EDMA;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_rs_pcie_reg_t> = KEL_ASIC_BLK_RS_PCIE;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_misc_reg_t> = KEL_ASIC_BLK_MISC;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_ch_reg_t> = KEL_ASIC_BLK_CH;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_mb_reg_t> = KEL_ASIC_BLK_MB;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_qs_reg_t> = KEL_ASIC_BLK_QS;
-template <>
-inline constexpr kel_asic_blk_t block_of<kel_asic_xl_reg_t> = KEL_ASIC_BLK_XL;
-/** @endcond */
+inline constexpr kel_asic_blk_t block_of = detail::position_of<  // in the order of kel_asic_blk_t
+    Enumeration, kel_asic_ss_reg_t, kel_asic_hr_reg_t, kel_asic_nr_reg_t, kel_asic_hi_reg_t,
+    kel_asic_ni_reg_t, kel_asic_si_reg_t, kel_asic_hf_reg_t, kel_asic_nf_reg_t, kel_asic_ci_reg_t,
+    kel_asic_bi_reg_t, kel_asic_cc_reg_t, kel_asic_pc_reg_t, kel_asic_rs_edma_reg_t,
+    kel_asic_rs_pcie_reg_t, kel_asic_misc_reg_t, kel_asic_ch_reg_t, kel_asic_mb_reg_t,
+    kel_asic_qs_reg_t, kel_asic_xl_reg_t>();
 
 /** An ASIC of the switch. */
 struct asic {
@@ -115,6 +109,11 @@ class asic_reg;
 /** A register of an ASIC, made by at(): block, instance and number. */
 class reg {
  public:
+  /** @cond */
+  template <typename Number, typename = detail::if_number<Number>>
+  constexpr reg(Number) noexcept : reg(detail::no_instance<Number>(), 0, 0) {}
+  /** @endcond */
+
   /** @return the block */
   [[nodiscard]] constexpr kel_asic_blk_t block() const noexcept { return block_; }
   /** @return the instance of the block */
@@ -162,6 +161,16 @@ class reg_in : public reg {
 };
 
 /**
+ * A register in a text.
+ *
+ * @param which the register
+ * @return "HI.2:HI_DHS_LVIF", or "HI.2:40" for a register without a name
+ */
+[[nodiscard]] inline std::string to_string(const reg &which) {
+  return detail::printed(kel_asic_register_text, which.block(), which.instance(), which.vreg());
+}
+
+/**
  * Names a register; its block follows from its type. A register without a name is one of its
  * block's enumeration too: at(static_cast<kel_asic_hi_reg_t>(40), 2).
  *
@@ -204,6 +213,10 @@ class asic_reg {
    * @param on    its ASIC
    */
   constexpr asic_reg(const reg &which, asic on = {}) noexcept : where_(which), on_(on) {}
+  /** @cond */
+  template <typename Number, typename = detail::if_number<Number>>
+  constexpr asic_reg(Number number) noexcept : asic_reg(reg(number)) {}
+  /** @endcond */
 
   /** @return the register */
   [[nodiscard]] constexpr const reg &where() const noexcept { return where_; }
@@ -286,6 +299,10 @@ class target {
   /** @param to the raw address */
   constexpr target(const raw_address &to) noexcept
       : to_(at(KEL_ASIC_NUM_BLK, 0, to.address), to.on), code_(KEL_ASIC_WR_RAW) {}
+  /** @cond */
+  template <typename Number, typename = detail::if_number<Number>>
+  constexpr target(Number number) noexcept : target(reg(number)) {}
+  /** @endcond */
 
   /** @return the register; for a raw address no block, and the address as its number */
   [[nodiscard]] constexpr const asic_reg &to() const noexcept { return to_; }
@@ -305,20 +322,19 @@ class table : public asic_reg {
    * entry size the register map decides; operations on their entries are refused.
    *
    * @param which the register
-   */
-  constexpr table(const asic_reg &which) noexcept : table(which, 0) {}
-
-  /** @param which the register, on ASIC 0 of module 0 */
-  constexpr table(const reg &which) noexcept : table(which, 0) {}
-
-  /**
-   * @param which the register
    * @param words words of an entry, for a table whose entry size the register map decides. It must
    *              be the size of the map, because the library moves that many words. For any other
    *              table only the published size is accepted
    */
-  constexpr table(const asic_reg &which, uint32_t words) noexcept
+  constexpr table(const asic_reg &which, uint32_t words = 0) noexcept
       : asic_reg(which), words_(entry_words(which.where(), words)) {}
+  /** @param which the register, on ASIC 0 of module 0 */
+  constexpr table(const reg &which) noexcept : table(asic_reg(which)) {}
+
+  /** @cond */
+  template <typename Number, typename = detail::if_number<Number>>
+  constexpr table(Number number) noexcept : table(reg(number)) {}
+  /** @endcond */
 
   /** @return 32-bit words of an entry; 0 if unknown */
   [[nodiscard]] constexpr uint32_t words() const noexcept { return words_; }
@@ -436,36 +452,6 @@ enum class errc : syserr_t {
 
 namespace detail {
 
-constexpr bool is_service_failure(syserr_t result) noexcept {
-  return (result & KEL_ASIC_SYSERR_KIND_MASK) == KEL_ASIC_SYSERR_SERVICE;
-}
-
-constexpr int service_errno(syserr_t result) noexcept {
-  return static_cast<int>(result & KEL_ASIC_SYSERR_ERRNO_MASK);
-}
-
-/** What to do about a result. */
-inline const char *advice(syserr_t result) noexcept {
-  if (result == KEL_ASIC_SYSERR_SERVICE_ANSWER)
-    return "see the log of the driver service";
-  if (is_service_failure(result))
-    return "check that the driver service runs and has what was requested; the library does not "
-           "retry";
-  switch (result) {
-    case SYSERR_KEL_ASIC_INVALID_ARG:
-      return "check module, ASIC, block, instance, register, index, mask, length and name, and "
-             "that init() was called";
-    case SYSERR_KEL_ASIC_UNINIT:
-      return "call init() first";
-    case KEL_ASIC_SYSERR_NO_BUFFER:
-      return "move fewer words at a time";
-    case KEL_ASIC_SYSERR_NO_TRACE_LOG:
-      return "make /tmp writable, or remove the marker file";
-    default:
-      return "it comes from the register map or other software of the ASIC family: see there";
-  }
-}
-
 /** A code by its name, with what to do about it. */
 inline std::string code_text(syserr_t result) {
   switch (result) {
@@ -480,7 +466,7 @@ inline std::string code_text(syserr_t result) {
              "the register keeps other bits; write again";
     default:
       return std::string(kel_asic_syserr_name(result)) + ": " + kel_asic_syserr_meaning(result) +
-             ": " + advice(result);
+             ": " + kel_asic_syserr_advice(result);
   }
 }
 
@@ -497,8 +483,8 @@ class category final : public std::error_category {
 
   std::error_condition default_error_condition(int value) const noexcept override {
     const auto result = static_cast<syserr_t>(value);
-    if (is_service_failure(result) && service_errno(result) != 0)
-      return {service_errno(result), std::generic_category()};
+    if (kel_asic_syserr_is_service(result) && kel_asic_syserr_errno(result) != 0)
+      return {kel_asic_syserr_errno(result), std::generic_category()};
     switch (result) {
       case SYSERR_KEL_ASIC_INVALID_ARG:
       case static_cast<syserr_t>(errc::wrong_size):
@@ -614,6 +600,12 @@ class word_span {
                   "what is read needs an array that can be written");
   }
 
+  /**
+   * @param first the first word
+   * @param count number of words
+   */
+  word_span(Word *first, std::size_t count) noexcept : word_span(first, 0, count) {}
+
   /** @param words words to write */
   word_span(std::initializer_list<uint32_t> words) noexcept
       : word_span(words.begin(), 0, words.size()) {}
@@ -646,74 +638,98 @@ using word_view = word_span<const uint32_t>;
 
 namespace detail {
 
-inline void report(syserr_t result, std::error_code &ec) noexcept {
+/* Apart, so that a call that succeeds saves no registers for it. */
+[[gnu::cold, gnu::noinline]] inline void set(std::error_code &ec, syserr_t result) noexcept {
+  ec = to_error_code(result);
+}
+
+[[gnu::always_inline]] inline void report(syserr_t result, std::error_code &ec) noexcept {
   if (result != 0 || ec.value() != 0)
-    ec = to_error_code(result);
+    set(ec, result);
 }
 
 #ifdef __cpp_exceptions
-[[noreturn]] inline void fail(syserr_t result, const char *operation, const std::string &subject) {
-  throw std::system_error(to_error_code(result), operation + (' ' + subject));
+/** If the library refused the arguments: the reason, if there is one. */
+template <typename Print, typename... Arguments>
+std::string refusal(syserr_t result, Print print, Arguments... arguments) {
+  const std::string reason =
+      result == SYSERR_KEL_ASIC_INVALID_ARG ? printed(print, arguments...) : "";
+  return reason.empty() ? "" : ": " + reason;
 }
 
-inline std::string describe(int module, kel_asic_num_t number) {
+inline std::string place(int module, kel_asic_num_t number) {
   return "module " + std::to_string(module) + ", ASIC " + std::to_string(number);
 }
 
-/* The subject is passed as single values, which stay in registers until an operation fails. */
-[[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
-                                                           const char *subject) {
-  fail(result, operation, subject == nullptr ? "" : subject);
+/* What an operation failed on, from single values. */
+
+inline std::string subject(syserr_t, const char *name) {
+  return name == nullptr ? "" : name;
 }
 
-[[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
-                                                           int module, kel_asic_num_t number) {
-  fail(result, operation, describe(module, number));
+inline std::string subject(syserr_t result, int module, kel_asic_num_t number) {
+  return place(module, number) + refusal(result, kel_asic_place_refusal_text, module, number);
 }
 
-[[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
-                                                           int module, kel_asic_num_t number,
-                                                           kel_asic_blk_t block, uint32_t instance,
-                                                           kel_asic_reg_t vreg) {
-  if (block < KEL_ASIC_NUM_BLK)
-    fail(result, operation,
-         kel_asic_blk_names[block] + ('.' + std::to_string(instance)) + ' ' + std::to_string(vreg) +
-             " of " + describe(module, number));
-  std::array<char, 24> address = {};
-  std::snprintf(address.data(), address.size(), "0x%08X of ", static_cast<unsigned>(vreg));
-  fail(result, operation, address.data() + describe(module, number));
+inline std::string subject(syserr_t result, int module, kel_asic_num_t number, kel_asic_blk_t block,
+                           uint32_t instance, kel_asic_reg_t vreg) {
+  const std::string on = " of " + place(module, number);
+  if (block == KEL_ASIC_NUM_BLK)
+    return printed(kel_asic_address_text, vreg) + on +
+           refusal(result, kel_asic_place_refusal_text, module, 0U);
+  return printed(kel_asic_register_text, block, instance, vreg) + on +
+         refusal(result, kel_asic_refusal_text, module, number, block, instance, vreg);
 }
 
-[[noreturn, gnu::cold, gnu::noinline]] inline void fail_at(syserr_t result, const char *operation,
-                                                           int module, kel_asic_num_t number,
-                                                           cardcfg_port_type_t type,
-                                                           uint32_t port) {
-  fail(result, operation,
-       "port " + std::to_string(port) + " of type " + std::to_string(type) + " of " +
-           describe(module, number));
+inline std::string subject(syserr_t result, int module, kel_asic_num_t number, kel_asic_blk_t block,
+                           uint32_t instance, kel_asic_reg_t vreg, uint32_t index) {
+  const std::string reason =
+      refusal(result, kel_asic_entry_refusal_text, module, number, block, instance, vreg, index);
+  return printed(kel_asic_register_text, block, instance, vreg) + '[' + std::to_string(index) +
+         "] of " + place(module, number) + reason;
 }
 
-[[gnu::always_inline]] inline void check(syserr_t result, const char *operation, const asic &on) {
+inline std::string subject(syserr_t result, int module, kel_asic_num_t number,
+                           cardcfg_port_type_t type, uint32_t port) {
+  return printed(kel_asic_port_text, type, port) + " of " + place(module, number) +
+         refusal(result, kel_asic_port_refusal_text, module, number, type, port);
+}
+
+inline std::string subject(syserr_t result, int module, kel_asic_num_t number,
+                           const kel_asic_pgm_t *steps, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    const kel_asic_pgm_t &step = steps[i];
+    const std::string reason = refusal(result, kel_asic_step_refusal_text, module, &step);
+    if (!reason.empty())
+      return place(module, number) + ", step " + std::to_string(i) + ", " +
+             printed(kel_asic_register_text, step.block, step.instance, step.vreg) + reason;
+  }
+  return place(module, number) + (count == 0 ? ": a program has at least one step" : "");
+}
+
+template <typename... Values>
+[[noreturn, gnu::cold, gnu::noinline]] void fail(syserr_t result, const char *operation,
+                                                 Values... values) {
+  throw std::system_error(to_error_code(result), operation + (' ' + subject(result, values...)));
+}
+
+/* As single values, the subject stays in registers until the operation fails. */
+template <typename... Values>
+[[gnu::always_inline]] inline void check(syserr_t result, const char *operation, Values... values) {
   if (result != 0)
-    fail_at(result, operation, on.module, on.number);
+    fail(result, operation, values...);
 }
 
-[[gnu::always_inline]] inline void check(syserr_t result, const char *operation,
-                                         const asic_reg &at) {
-  if (result != 0)
-    fail_at(result, operation, at.on().module, at.on().number, at.where().block(),
-            at.where().instance(), at.where().vreg());
+[[gnu::always_inline]] inline void check_at(syserr_t result, const char *operation,
+                                            const port &at) {
+  check(result, operation, at.on.module, at.on.number, at.type, at.number);
 }
 
-[[gnu::always_inline]] inline void check(syserr_t result, const char *operation, const port &at) {
-  if (result != 0)
-    fail_at(result, operation, at.on.module, at.on.number, at.type, at.number);
-}
-
-[[gnu::always_inline]] inline void check(syserr_t result, const char *operation,
-                                         const char *subject) {
-  if (result != 0)
-    fail_at(result, operation, subject);
+template <typename... Entry>
+[[gnu::always_inline]] inline void check_at(syserr_t result, const char *operation,
+                                            const asic_reg &at, Entry... index) {
+  check(result, operation, at.on().module, at.on().number, at.where().block(),
+        at.where().instance(), at.where().vreg(), index...);
 }
 #endif
 
@@ -729,35 +745,32 @@ inline syserr_t init(slot_num_t slot, const caller &who) noexcept {
                            who.func);
 }
 
+/** Calls a register function of the C interface: its register, its own arguments, the caller. */
+template <typename Function, typename... Arguments>
+[[gnu::always_inline]] inline syserr_t call(Function function, const caller &who,
+                                            const asic_reg &at, Arguments... arguments) noexcept {
+  return function(at.on().module, at.on().number, at.where().block(), at.where().instance(),
+                  at.where().vreg(), arguments..., who.context, text(who.file), who.line, who.func);
+}
+
 inline syserr_t read(const asic_reg &from, uint32_t *value, const caller &who) noexcept {
-  return lib_mrv_asic_read(from.on().module, from.on().number, from.where().block(),
-                           from.where().instance(), from.where().vreg(), value, who.context,
-                           text(who.file), who.line, who.func);
+  return call(lib_mrv_asic_read, who, from, value);
 }
 
 inline syserr_t write(const target &at, uint32_t value, const caller &who) noexcept {
-  const reg &to = at.to().where();
-  return lib_mrv_asic_write(at.to().on().module, at.to().on().number, to.block(), to.instance(),
-                            to.vreg(), value, at.code(), who.context, text(who.file), who.line,
-                            who.func);
+  return call(lib_mrv_asic_write, who, at.to(), value, at.code());
 }
 
 inline syserr_t write_field(const target &at, uint32_t value, uint32_t mask,
                             const caller &who) noexcept {
-  const reg &to = at.to().where();
-  return lib_mrv_asic_write_field(at.to().on().module, at.to().on().number, to.block(),
-                                  to.instance(), to.vreg(), value, mask, at.code(), who.context,
-                                  text(who.file), who.line, who.func);
+  return call(lib_mrv_asic_write_field, who, at.to(), value, mask, at.code());
 }
 
 inline syserr_t read_block(const asic_reg &from, const word_buffer &out,
                            const caller &who) noexcept {
   if (out.count() > max_words)
     return SYSERR_KEL_ASIC_INVALID_ARG;
-  return lib_mrv_asic_n_read(from.on().module, from.on().number, from.where().block(),
-                             from.where().instance(), from.where().vreg(), out.first(),
-                             static_cast<uint32_t>(out.count()), who.context, text(who.file),
-                             who.line, who.func);
+  return call(lib_mrv_asic_n_read, who, from, out.first(), static_cast<uint32_t>(out.count()));
 }
 
 /** Whether words are complete entries of a table; rows must have its entry size. */
@@ -775,10 +788,8 @@ inline syserr_t read_entries(const table &from, uint32_t index, const word_buffe
   const syserr_t refusal = check_entries(from, out);
   if (refusal != 0)
     return refusal;
-  return lib_mrv_asic_read_dhs(from.on().module, from.on().number, from.where().block(),
-                               from.where().instance(), from.where().vreg(), index, out.first(),
-                               static_cast<uint32_t>(out.count()) / from.words(), who.context,
-                               text(who.file), who.line, who.func);
+  return call(lib_mrv_asic_read_dhs, who, from, index, out.first(),
+              static_cast<uint32_t>(out.count()) / from.words());
 }
 
 inline syserr_t write_entries(const table &to, uint32_t index, const word_view &in,
@@ -786,10 +797,8 @@ inline syserr_t write_entries(const table &to, uint32_t index, const word_view &
   const syserr_t refusal = check_entries(to, in);
   if (refusal != 0)
     return refusal;
-  return lib_mrv_asic_write_dhs(
-      to.on().module, to.on().number, to.where().block(), to.where().instance(), to.where().vreg(),
-      index, const_cast<uint32_t *>(in.first()), static_cast<uint32_t>(in.count()) / to.words(),
-      who.context, text(who.file), who.line, who.func);
+  return call(lib_mrv_asic_write_dhs, who, to, index, const_cast<uint32_t *>(in.first()),
+              static_cast<uint32_t>(in.count()) / to.words());
 }
 
 /** Makes room; a vector's own failure is one of memory. */
@@ -852,7 +861,7 @@ inline void init(slot_num_t slot = 0, caller who = caller::here()) {
  */
 [[nodiscard]] inline uint32_t read(const asic_reg &from, caller who = caller::here()) {
   uint32_t value = 0;
-  detail::check(detail::read(from, &value, who), "read", from);
+  detail::check_at(detail::read(from, &value, who), "read", from);
   return value;
 }
 
@@ -866,7 +875,7 @@ inline void init(slot_num_t slot = 0, caller who = caller::here()) {
  * @throws std::system_error the library's code
  */
 inline void write(const target &to, uint32_t value, caller who = caller::here()) {
-  detail::check(detail::write(to, value, who), "write", to.to());
+  detail::check_at(detail::write(to, value, who), "write", to.to());
 }
 
 /**
@@ -881,7 +890,8 @@ inline void write(const target &to, uint32_t value, caller who = caller::here())
  */
 inline void write_field(const target &to, uint32_t value, uint32_t mask,
                         caller who = caller::here()) {
-  detail::check(detail::write_field(to, value, mask, who), "write_field", to.to());
+  detail::check_at(detail::write_field(to, value, mask, who),
+                   mask != 0 ? "write_field" : "write_field with mask 0", to.to());
 }
 
 /**
@@ -893,7 +903,7 @@ inline void write_field(const target &to, uint32_t value, uint32_t mask,
  * @throws std::system_error the library's code
  */
 inline void read_block(const asic_reg &from, word_buffer out, caller who = caller::here()) {
-  detail::check(detail::read_block(from, out, who), "read_block", from);
+  detail::check_at(detail::read_block(from, out, who), "read_block", from);
 }
 
 /**
@@ -908,7 +918,7 @@ inline void read_block(const asic_reg &from, word_buffer out, caller who = calle
 [[nodiscard]] inline std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count,
                                                       caller who = caller::here()) {
   std::vector<uint32_t> words;
-  detail::check(detail::read_block(from, count, &words, who), "read_block", from);
+  detail::check_at(detail::read_block(from, count, &words, who), "read_block", from);
   return words;
 }
 
@@ -924,7 +934,7 @@ inline void read_block(const asic_reg &from, word_buffer out, caller who = calle
  */
 inline void read_entries(const table &from, uint32_t index, word_buffer out,
                          caller who = caller::here()) {
-  detail::check(detail::read_entries(from, index, out, who), "read_entries", from);
+  detail::check_at(detail::read_entries(from, index, out, who), "read_entries", from, index);
 }
 
 /**
@@ -941,7 +951,8 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
                                                         std::size_t count,
                                                         caller who = caller::here()) {
   std::vector<uint32_t> words;
-  detail::check(detail::read_entries(from, index, count, &words, who), "read_entries", from);
+  detail::check_at(detail::read_entries(from, index, count, &words, who), "read_entries", from,
+                   index);
   return words;
 }
 
@@ -959,7 +970,7 @@ template <auto Register, uint32_t Words>
 [[nodiscard]] auto read_rows(const table_of<Register, Words> &from, uint32_t index,
                              std::size_t count, caller who = caller::here()) {
   std::vector<typename table_of<Register, Words>::row> rows;
-  detail::check(detail::read_entries(from, index, count, &rows, who), "read_rows", from);
+  detail::check_at(detail::read_entries(from, index, count, &rows, who), "read_rows", from, index);
   return rows;
 }
 
@@ -976,7 +987,7 @@ template <auto Register, uint32_t Words>
 [[nodiscard]] auto read_row(const table_of<Register, Words> &from, uint32_t index,
                             caller who = caller::here()) {
   typename table_of<Register, Words>::row row = {};
-  detail::check(detail::read_entries(from, index, row, who), "read_row", from);
+  detail::check_at(detail::read_entries(from, index, row, who), "read_row", from, index);
   return row;
 }
 
@@ -992,7 +1003,7 @@ template <auto Register, uint32_t Words>
  */
 inline void write_entries(const table &to, uint32_t index, word_view in,
                           caller who = caller::here()) {
-  detail::check(detail::write_entries(to, index, in, who), "write_entries", to);
+  detail::check_at(detail::write_entries(to, index, in, who), "write_entries", to, index);
 }
 #endif
 
@@ -1149,7 +1160,7 @@ enum class reorder {
  *
  * A program has one open batch at a time. In a program with threads, use a morvane::session::batch.
  */
-class [[nodiscard]] batch {
+class batch {
  public:
 #ifdef __cpp_exceptions
   /**
@@ -1183,7 +1194,10 @@ class [[nodiscard]] batch {
     commit();
   }
 
-  /** Sends the writes now and ends the batch. It cannot report failure. */
+  /**
+   * Sends the writes now and ends the batch: mrv_asic_transaction_commit. It cannot report failure.
+   * If the batch is not open, it does nothing.
+   */
   void commit() noexcept {
     if (!open_)
       return;
@@ -1193,8 +1207,9 @@ class [[nodiscard]] batch {
 
 #ifdef __cpp_exceptions
   /**
-   * Sends the writes now, ends the batch, and reads a register back. Choose the register that the
-   * batch wrote last: a lost commit loses all writes.
+   * Sends the writes now, ends the batch, and reads a register back: lib_mrv_asic_read. Choose the
+   * register that the batch wrote last: a batch of more than 512 words is sent in several calls, of
+   * which only the last may be lost.
    *
    * @param at       the register
    * @param expected the value that it must have
@@ -1203,21 +1218,42 @@ class [[nodiscard]] batch {
    */
   void commit_and_verify(const asic_reg &at, uint32_t expected,
                          const caller &who = caller::here()) {
-    detail::check(verify(at, expected, who), "commit_and_verify", at);
+    detail::check_at(verify(at, expected, who), "commit_and_verify", at);
+  }
+
+  /**
+   * Sends the writes now, ends the batch, and reads an entry of a table back:
+   * lib_mrv_asic_read_dhs. Choose the entry that the batch wrote last, as for a register.
+   *
+   * @param at    the table
+   * @param index the entry
+   * @param row   the words that the entry must have: as many as an entry of the table
+   * @param who   the caller
+   * @throws std::system_error morvane::errc::not_verified, also if the service returns fewer words;
+   *         morvane::errc::wrong_size, or the code of the read
+   */
+  void commit_and_verify(const table &at, uint32_t index, const word_view &row,
+                         const caller &who = caller::here()) {
+    detail::check_at(verify(at, index, row, who), "commit_and_verify", at, index);
   }
 #endif
 
   /**
-   * Sends the writes now, ends the batch, and reads a register back.
-   *
-   * @param at       the register
-   * @param expected the value that it must have
-   * @param ec       receives morvane::errc::not_verified, or the code of the read; clear on success
-   * @param who      the caller
+   * @copydoc commit_and_verify(const asic_reg &, uint32_t, const caller &)
+   * @param ec receives the error; clear on success
    */
   void commit_and_verify(const asic_reg &at, uint32_t expected, std::error_code &ec,
                          const caller &who = caller::here()) noexcept {
     detail::report(verify(at, expected, who), ec);
+  }
+
+  /**
+   * @copydoc commit_and_verify(const table &, uint32_t, const word_view &, const caller &)
+   * @param ec receives the error; clear on success
+   */
+  void commit_and_verify(const table &at, uint32_t index, const word_view &row, std::error_code &ec,
+                         const caller &who = caller::here()) noexcept {
+    detail::report(verify(at, index, row, who), ec);
   }
 
  private:
@@ -1231,23 +1267,40 @@ class [[nodiscard]] batch {
     return 0;
   }
 
+  static syserr_t compared(syserr_t result, bool equal) noexcept {
+    return result != 0 || equal ? result : static_cast<syserr_t>(errc::not_verified);
+  }
+
   syserr_t verify(const asic_reg &at, uint32_t expected, const caller &who) noexcept {
     commit();
     uint32_t value = 0;
     const syserr_t result = detail::read(at, &value, who);
-    if (result != 0)
-      return result;
-    return value == expected ? 0 : static_cast<syserr_t>(errc::not_verified);
+    return compared(result, value == expected);
+  }
+
+  syserr_t verify(const table &at, uint32_t index, const word_view &row,
+                  const caller &who) noexcept {
+    commit();
+    std::array<uint32_t, 256> words;  // the longest entry
+    if (row.count() > words.size() || (at.words() != 0 && row.count() != at.words()))
+      return static_cast<syserr_t>(errc::wrong_size);
+    // A word that the service does not return must not pass for one.
+    const word_buffer out(words.data(), row.count());
+    for (std::size_t i = 0; i < row.count(); ++i)
+      words[i] = ~row.first()[i];
+    const syserr_t result = detail::read_entries(at, index, out, who);
+    return compared(result, std::memcmp(words.data(), row.first(), 4 * row.count()) == 0);
   }
 
   bool open_ = false;
 };
 
 /** The ASICs of a module that a program runs on: one, or all of a map. */
-class asic_set {
- public:
+struct asic_set {
+  asic selection; /**< module and selection as lib_mrv_asic_pgm takes them */
+
   /** @param one the ASIC */
-  constexpr asic_set(asic one = {}) noexcept : on_(one) {}
+  constexpr asic_set(asic one = {}) noexcept : selection(one) {}
 
   /**
    * @param bits   one bit per ASIC number, bits 0 to 30; those that do not exist are skipped
@@ -1257,12 +1310,6 @@ class asic_set {
   [[nodiscard]] static constexpr asic_set map(uint32_t bits, int module = 0) noexcept {
     return asic_set({module, bits | UINT32_C(1) << 31});
   }
-
-  /** @return module and selection as lib_mrv_asic_pgm takes them */
-  [[nodiscard]] constexpr asic selection() const noexcept { return on_; }
-
- private:
-  asic on_;
 };
 
 /**
@@ -1347,7 +1394,9 @@ syserr_t run(const Program &steps, const asic &on, const caller &who) noexcept {
  */
 template <typename Program>
 void run(const Program &steps, asic_set on = {}, caller who = caller::here()) {
-  detail::check(detail::run(steps, on.selection(), who), "run", on.selection());
+  const auto [module, number] = on.selection;
+  detail::check(detail::run(steps, on.selection, who), "run", module, number, std::data(steps),
+                std::size(steps));
 }
 #endif
 
@@ -1358,7 +1407,7 @@ void run(const Program &steps, asic_set on = {}, caller who = caller::here()) {
 template <typename Program>
 void run(const Program &steps, asic_set on, std::error_code &ec,
          caller who = caller::here()) noexcept {
-  detail::report(detail::run(steps, on.selection(), who), ec);
+  detail::report(detail::run(steps, on.selection, who), ec);
 }
 /** @} */
 
@@ -1366,8 +1415,6 @@ void run(const Program &steps, asic_set on, std::error_code &ec,
  * @defgroup cxx_qos C++: QoS statistics
  * @{
  */
-
-class qos_stats;
 
 namespace detail {
 
@@ -1476,9 +1523,7 @@ class qos_stats {
   [[nodiscard]] drops h2n_drops() const noexcept { return copy<drops>(&record_.drops.h2n_drops); }
 
  private:
-#ifdef __cpp_exceptions
   friend qos_stats get_qos_stats(const port &of, uint32_t opts);
-#endif
   friend qos_stats get_qos_stats(const port &of, std::error_code &ec, uint32_t opts) noexcept;
 
   template <typename Counters>
@@ -1502,7 +1547,7 @@ class qos_stats {
  */
 [[nodiscard]] inline qos_stats get_qos_stats(const port &of, uint32_t opts = 0) {
   qos_stats stats;
-  detail::check(detail::get_qos_stats(of, &stats.record_, opts), "get_qos_stats", of);
+  detail::check_at(detail::get_qos_stats(of, &stats.record_, opts), "get_qos_stats", of);
   return stats;
 }
 
@@ -1514,7 +1559,7 @@ class qos_stats {
  * @throws std::system_error the library's code
  */
 inline void clear_qos_stats(const port &of, uint32_t opts = 0) {
-  detail::check(detail::clear_qos_stats(of, opts), "clear_qos_stats", of);
+  detail::check_at(detail::clear_qos_stats(of, opts), "clear_qos_stats", of);
 }
 
 /**
@@ -1525,7 +1570,7 @@ inline void clear_qos_stats(const port &of, uint32_t opts = 0) {
  * @throws std::system_error the library's code
  */
 inline void clear_all_qos_stats(asic on = {}, uint32_t opts = 0) {
-  detail::check(detail::clear_all_qos_stats(on, opts), "clear_all_qos_stats", on);
+  detail::check(detail::clear_all_qos_stats(on, opts), "clear_all_qos_stats", on.module, on.number);
 }
 #endif
 
@@ -1604,7 +1649,7 @@ inline syserr_t prog_sp_timer(uint16_t time, const asic &on) noexcept {
  * @throws std::system_error the library's code
  */
 inline void link_pause_enable(const port &of) {
-  detail::check(detail::link_pause_enable(of), "link_pause_enable", of);
+  detail::check_at(detail::link_pause_enable(of), "link_pause_enable", of);
 }
 
 /**
@@ -1615,7 +1660,7 @@ inline void link_pause_enable(const port &of) {
  * @throws std::system_error the library's code
  */
 inline void link_pause_disable(const port &of) {
-  detail::check(detail::link_pause_disable(of), "link_pause_disable", of);
+  detail::check_at(detail::link_pause_disable(of), "link_pause_disable", of);
 }
 
 /**
@@ -1627,7 +1672,8 @@ inline void link_pause_disable(const port &of) {
  * @throws std::system_error the library's code
  */
 inline void set_nodrop_class_map(uint32_t map, asic on = {}) {
-  detail::check(detail::set_nodrop_class_map(map, on), "set_nodrop_class_map", on);
+  detail::check(detail::set_nodrop_class_map(map, on), "set_nodrop_class_map", on.module,
+                on.number);
 }
 
 /**
@@ -1638,7 +1684,7 @@ inline void set_nodrop_class_map(uint32_t map, asic on = {}) {
  * @throws std::system_error the library's code
  */
 inline void sfp_validation_failed(const port &of) {
-  detail::check(detail::sfp_validation_failed(of), "sfp_validation_failed", of);
+  detail::check_at(detail::sfp_validation_failed(of), "sfp_validation_failed", of);
 }
 
 /**
@@ -1649,7 +1695,7 @@ inline void sfp_validation_failed(const port &of) {
  * @throws std::system_error the library's code
  */
 inline void prog_sp_timer(uint16_t time, asic on = {}) {
-  detail::check(detail::prog_sp_timer(time, on), "prog_sp_timer", on);
+  detail::check(detail::prog_sp_timer(time, on), "prog_sp_timer", on.module, on.number);
 }
 
 /**
@@ -1658,7 +1704,7 @@ inline void prog_sp_timer(uint16_t time, asic on = {}) {
  * @throws std::system_error the library's code
  */
 inline void clear_all_drop_counters() {
-  detail::check(lib_mrv_asic_clear_all_drop_counters(), "clear_all_drop_counters", asic{});
+  detail::check(lib_mrv_asic_clear_all_drop_counters(), "clear_all_drop_counters", 0, 0U);
 }
 #endif
 
@@ -1769,7 +1815,7 @@ class session {
 };
 
 /** A batch that holds the lock until its scope ends, also after commit(). */
-class [[nodiscard]] session::batch : std::lock_guard<session>, public morvane::batch {
+class session::batch : std::lock_guard<session>, public morvane::batch {
  public:
 #ifdef __cpp_exceptions
   /**

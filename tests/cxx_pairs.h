@@ -34,15 +34,26 @@ syserr_t into(Value value, Call call) {
   return result;
 }
 
+template <typename... Calls>
+struct overloaded : Calls... {
+  using Calls::operator()...;
+};
+template <typename... Calls>
+overloaded(Calls...) -> overloaded<Calls...>;
+
 #define AT_PLAIN 1, 0, KEL_ASIC_BLK_HI, 2, 40
 #define AT_POLICERS 1, 0, KEL_ASIC_BLK_HF, 3, HF_DHS_POL_OFFSET
 #define HOST_PORT 1, 0, CARDCFG_PORT_TYPE_HIF, 3
 #define C_CALLER 0, const_cast<char *>(__FILE__), __LINE__, "operator()"
 #define C(...) [] { return __VA_ARGS__; }
-// Throws without an argument; with a std::error_code it reports there.
-#define CXX(operation, ...)                                                    \
-  [](auto &...ec) noexcept(noexcept(morvane::operation(__VA_ARGS__, ec...))) { \
-    return morvane::operation(__VA_ARGS__, ec...);                             \
+// Throws without an argument; with a std::error_code it reports there. Neither is a template, which
+// would have a longer name than the function that the C call names as its caller.
+#define CXX(operation, ...)                                                               \
+  overloaded {                                                                            \
+    [] { return morvane::operation(__VA_ARGS__); },                                       \
+        [](std::error_code &ec) noexcept(noexcept(morvane::operation(__VA_ARGS__, ec))) { \
+          return morvane::operation(__VA_ARGS__, ec);                                     \
+        }                                                                                 \
   }
 
 inline constexpr auto read_block = [](auto &to) {

@@ -20,6 +20,7 @@ expect() {
     >"$work/messages" 2>&1 && compiles=yes || compiles=no
   case $words in
     compiles) [ "$compiles" = yes ] ;;
+    one\ error:\ *) [ "$(grep -c error: "$work/messages")" = 1 ] && grep -Eq "error: .*${words#*error: }" "$work/messages" ;;
     *) [ "$compiles" = no ] && grep -Eq "$words" "$work/messages" ;;
   esac || {
     echo "expected: $words; compiles: $compiles"

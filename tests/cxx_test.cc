@@ -156,8 +156,8 @@ constexpr const char *kMessages =
 success (0x00000000)
 KEL_ASIC_SYSERR_NO_BUFFER: no memory: the request buffer cannot be allocated or cannot grow: move fewer words at a time (0x0000000C)
 KEL_ASIC_SYSERR_NO_TRACE_LOG: the trace log cannot be opened or positioned: make /tmp writable, or remove the marker file (0xFFFFFFFF)
-SYSERR_KEL_ASIC_UNINIT: the library is not initialised (or a general error of a transceiver): call init() first (0x4223002E)
-SYSERR_KEL_ASIC_INVALID_ARG: a bad argument, or no register at that address: check module, ASIC, block, instance, register, index, mask, length and name, and that init() was called (0x42230003)
+SYSERR_KEL_ASIC_UNINIT: the library is not initialised (or a general error of a transceiver): call lib_mrv_asic_init first (0x4223002E)
+SYSERR_KEL_ASIC_INVALID_ARG: a bad argument, or no register at that address: check the arguments, and that lib_mrv_asic_init succeeded (0x42230003)
 SYSERR_KEL_ASIC_MALLOC: no memory: it comes from the register map or other software of the ASIC family: see there (0x42230002)
 KEL_ASIC_SYSERR_SERVICE: the service call failed with an I/O error, or with a positive answer: see the log of the driver service (0x82230005)
 KEL_ASIC_SYSERR_SERVICE: Operation not permitted: check that the driver service runs and has what was requested; the library does not retry (0x82230001)
@@ -225,13 +225,65 @@ TEST_F(Cxx, takes_the_block_from_the_type_of_the_register) {
   morvane::write(at(KEL_ASIC_BLK_HI, 2, 40), 0x1234);
   morvane::write_field(plain, 0xF000, 0xF000);
   EXPECT_EQ(morvane::read(plain), 0xF234U);
-  const auto refused = [] { (void)morvane::read(at(KEL_ASIC_BLK_HR, 1, 26).on(second)); };
-  EXPECT_EQ(thrown_by(refused, "read HR.1 26 of module 1, ASIC 0: SYSERR_KEL_ASIC_INVALID_ARG"),
-            SYSERR_KEL_ASIC_INVALID_ARG);
+}
+
+TEST_F(Cxx, names_the_register_and_the_argument_that_is_refused) {
+  using namespace morvane;
+  const table policer = at(HF_DHS_POL_OFFSET, 2);
+  const std::array wrong_step = {step(plain, 1), step(plain, 1, 0)};
+  const std::array missing_step = {step(at(HI_DHS_LVIF_OFFSET, 40), 1)};
+  std::array wrong_magic = wrong_step;
+  wrong_magic[0].magic = 0;
+  std::vector<uint32_t> row(8);
+  const std::pair<const char *, std::function<void()>> refusals[] = {
+      {"read HI.40:HI_DHS_LVIF of module 0, ASIC 0: block HI has instances 0 to 31: ",
+       [] { (void)read(at(HI_DHS_LVIF_OFFSET, 40)); }},
+      {"write HI.2:1584 of module 0, ASIC 0: block HI has registers 0 to 1583: ",
+       [] { write(at(KEL_ASIC_BLK_HI, 2, 1584), 1); }},
+      {"read HR.1:26 of module 1, ASIC 0: block HR has no register 26: ",
+       [] { (void)read(at(KEL_ASIC_BLK_HR, 1, 26).on(second)); }},
+      {"read 20.0:5 of module 4, ASIC 0: modules are 0 to 3: ",
+       [] {
+         (void)read(at(static_cast<kel_asic_blk_t>(20), 0, 5).on({4, 0}));
+       }},
+      {"read_block 20.0:5 of module 0, ASIC 0: blocks are 0 to 18: ",
+       [] { (void)read_block(at(static_cast<kel_asic_blk_t>(20), 0, 5), 4); }},
+      {"write_field with mask 0 HI.2:40 of module 0, ASIC 1: ASIC numbers are 0 to 0: ",
+       [] {
+         write_field(plain.on({0, 1}), 0, 0);
+       }},
+      {"read_entries HF.2:HF_DHS_POL[64] of module 0, ASIC 0: indices are 0 to 63: ",
+       [&] { read_entries(policer, 64, row); }},
+      {"write_entries HI.2:40[0] of module 0, ASIC 0: the register is not a table: ",
+       [&] { write_entries(plain, 0, row); }},
+      {"HF.0:HF_DHS_RESULT_00[0] of module 0, ASIC 0: the register map decides its entry size and "
+       "indices: ",
+       [&] { write_entries(at(HF_DHS_RESULT_00_OFFSET, 0), 0, row); }},
+      {"run module 0, ASIC 0, step 1, HI.2:40: the mask is 0: ", [&] { run(wrong_step); }},
+      {"run module 0, ASIC 0, step 0, HI.40:HI_DHS_LVIF: block HI has instances 0 to 31: ",
+       [&] { run(missing_step); }},
+      {"run module 0, ASIC 0, step 0, HI.2:40: the magic is not KEL_ASIC_PGM_MAGIC: ",
+       [&] { run(wrong_magic); }},
+      {"run module 0, ASIC 0: a program has at least one step: ", [] { run(program()); }},
+      {"link_pause_enable hif:32 of module 0, ASIC 0: ports are hif:0 to hif:31 and nif:0 to "
+       "nif:7: ",
+       [] { link_pause_enable(hif(32)); }},
+      {"prog_sp_timer module 7, ASIC 0: modules are 0 to 3: ", [] { prog_sp_timer(1, {7}); }},
+      {"write 0x000000AB of module 9, ASIC 5: modules are 0 to 3: ", [] {
+         write(raw(0xAB, {9, 5}), 0);
+       }}};
+  for (const auto &[text, refused] : refusals)
+    EXPECT_EQ(thrown_by(refused, text + "SYSERR_KEL_ASIC_INVALID_ARG"s),
+              SYSERR_KEL_ASIC_INVALID_ARG)
+        << text;
+
   vp_fail_next_call(EIO);
-  EXPECT_TRUE(thrown_by([] { morvane::write(morvane::raw(0xAB), 0); }, "write 0x000000AB of"));
-  EXPECT_TRUE(thrown_by([] { (void)morvane::get_qos_stats(morvane::nif(8, second)); },
-                        "get_qos_stats port 8 of type 2 of module 1, ASIC 0: KEL_ASIC_SYSERR_S"));
+  EXPECT_TRUE(
+      thrown_by([] { write(command(KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, hif(0)), 0); },
+                "write KEL_ASIC_CMD_CLEAR_DROP_COUNTERS of module 0, ASIC 768: KEL_ASIC_S"));
+  EXPECT_TRUE(thrown_by([] { (void)get_qos_stats(nif(8, second)); },
+                        "get_qos_stats nif:8 of module 1, ASIC 0: KEL_ASIC_SYSERR_S"));
+  EXPECT_EQ(to_string(at(HF_DHS_POL_OFFSET, 3)), "HF.3:HF_DHS_POL");
 }
 
 TEST_F(Cxx, sends_who_asked) {
@@ -380,7 +432,7 @@ TEST_F(Cxx, verifies_a_commit) {
   EXPECT_FALSE(thrown_by([&] { commit(9); }));
   morvane::write(there, 0);
   vp_answer_next_call(0);  // the commit is lost, and nothing says so
-  EXPECT_EQ(thrown_by([&] { commit(9); }, "commit_and_verify HI.2 40"), std::errc::io_error);
+  EXPECT_EQ(thrown_by([&] { commit(9); }, "commit_and_verify HI.2:40 of"), std::errc::io_error);
   vp_answer_next_call(0);
   vp_fail_next_call(ENODEV);
   EXPECT_EQ(thrown_by([&] { commit(9); }), std::errc::no_such_device);
@@ -391,18 +443,43 @@ TEST_F(Cxx, verifies_a_commit) {
   EXPECT_EQ(ec, morvane::errc::not_verified);
 }
 
+TEST_F(Cxx, verifies_the_entry_that_a_long_batch_wrote_last) {
+  constexpr morvane::table_of<HI_DHS_LVIF_OFFSET> interfaces(2, second);
+  const auto commit = [&](uint32_t value, uint32_t verified, bool last_call_is_lost) {
+    morvane::batch batch("long");
+    morvane::write_entries(interfaces, 0, std::vector<uint32_t>(600, value));
+    if (last_call_is_lost)
+      vp_answer_next_call(0);
+    batch.commit_and_verify(interfaces, verified, {value});
+  };
+  EXPECT_FALSE(thrown_by([&] { commit(1, 599, false); }));
+  EXPECT_FALSE(thrown_by([&] { commit(2, 511, true); }));
+  EXPECT_EQ(thrown_by([&] { commit(3, 599, true); }, "commit_and_verify HI.2:HI_DHS_LVIF[599] of"),
+            morvane::errc::not_verified);
+
+  const auto verify = [](const morvane::table &table, const std::vector<uint32_t> &row) {
+    std::error_code ec;
+    morvane::batch batch("rows", morvane::reorder::forbidden, ec);
+    batch.commit_and_verify(table, 0, row, ec);
+    return ec;
+  };
+  EXPECT_FALSE(verify(policers, std::vector<uint32_t>(8)));
+  EXPECT_EQ(verify(policers, std::vector<uint32_t>(7)), morvane::errc::wrong_size);
+  EXPECT_EQ(verify(policers, {}), morvane::errc::wrong_size);
+  EXPECT_EQ(verify(plain, std::vector<uint32_t>(300)), morvane::errc::wrong_size);
+  EXPECT_EQ(verify(plain, {1}), SYSERR_KEL_ASIC_INVALID_ARG);
+}
+
 TEST_F(Cxx, builds_programs) {
   morvane::program program;
   program.write(plain, 0x10).write_field(plain, 0x200, 0xF00);
   morvane::run(program, second);
   EXPECT_EQ(morvane::read(there), 0x210U);
   EXPECT_EQ(morvane::read(plain), 0U);
-  EXPECT_EQ(morvane::asic_set::map(5, 2).selection().number, 0x80000005);
-  EXPECT_EQ(morvane::asic_set::map(5, 2).selection().module, 2);
+  EXPECT_EQ(morvane::asic_set::map(5, 2).selection.number, 0x80000005);
+  EXPECT_EQ(morvane::asic_set::map(5, 2).selection.module, 2);
   morvane::run(program, morvane::asic_set::map(3));
   EXPECT_EQ(morvane::read(plain), 0x210U);
-  EXPECT_EQ(thrown_by([] { morvane::run(morvane::program()); }, "run module 0, ASIC 0"),
-            SYSERR_KEL_ASIC_INVALID_ARG);
 }
 
 TEST_F(Cxx, shows_statistics_by_value) {

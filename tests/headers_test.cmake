@@ -4,10 +4,10 @@ get_target_property(warnings morvane_build_flags INTERFACE_COMPILE_OPTIONS)
 list(FILTER warnings INCLUDE REGEX "^-W")
 separate_arguments(c_flags UNIX_COMMAND "${CMAKE_C_FLAGS}")
 separate_arguments(cxx_flags UNIX_COMMAND "${CMAKE_CXX_FLAGS}")
-set(alone ${warnings} -Wno-unused-function -fsyntax-only -I${PROJECT_SOURCE_DIR}/include)
+set(alone ${warnings} -Wno-unused-function -fsyntax-only -I${PROJECT_SOURCE_DIR}/include -I${generated_headers})
 
 file(GLOB headers CONFIGURE_DEPENDS
-  ${PROJECT_SOURCE_DIR}/include/*.h ${PROJECT_SOURCE_DIR}/include/platform/*.h)
+  ${PROJECT_SOURCE_DIR}/include/*.h ${PROJECT_SOURCE_DIR}/include/platform/*.h ${generated_headers}/*.h)
 foreach(header ${headers})
   get_filename_component(name ${header} NAME)
   add_custom_command(OUTPUT ${name}.checked DEPENDS ${headers}
@@ -30,5 +30,6 @@ add_custom_command(OUTPUT morvaneusd.hpp.checked
   DEPENDS ${headers} ${PROJECT_SOURCE_DIR}/include/morvaneusd.hpp ${snippets_test}
     ${CMAKE_CURRENT_SOURCE_DIR}/cxx_snippets.txt
   COMMAND sh ${snippets_test} ${PROJECT_SOURCE_DIR} ${CMAKE_CXX_COMPILER} ${cxx_flags} -std=c++17
+    -I${generated_headers}
   COMMAND ${CMAKE_COMMAND} -E touch morvaneusd.hpp.checked VERBATIM)
 add_custom_target(headers_checked ALL DEPENDS ${checked} morvaneusd.hpp.checked)

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-#include "kel_asic_blocks.h"
+#include "kel_asic_reference_text.h"
 #include "register_layout.h"
 
 namespace virtual_asic {
@@ -82,26 +82,6 @@ int set(void *record, const Field &field, uint32_t element, uint64_t value) {
   return 0;
 }
 
-// The names of the registers.
-struct RegisterName {
-  kel_asic_blk_t block;
-  kel_asic_reg_t vreg;
-  const char *name;
-};
-struct CommandAddress {
-  uint32_t address;
-  const char *name;
-};
-#include "names.inc"
-
-const char *register_name(const Location &location) {
-  const auto *const found =
-      std::find_if(std::begin(kRegisters), std::end(kRegisters), [&](const RegisterName &named) {
-        return named.block == location.block && named.vreg == location.vreg;
-      });
-  return found == std::end(kRegisters) ? nullptr : found->name;
-}
-
 struct PortType {
   cardcfg_port_type_t type;
   const char *name;
@@ -134,7 +114,7 @@ std::string reference_text(const Location &location) {
   text += '.';
   append_number(text, location.instance);
   text += ':';
-  const char *const name = register_name(location);
+  const char *const name = kel_asic_register_name(location.block, location.vreg);
   if (name != nullptr)
     text += name;
   else
@@ -241,7 +221,7 @@ bool take_index(std::string_view &text, uint32_t &index) {
 }
 
 bool parse_register(kel_asic_blk_t block, std::string_view text, kel_asic_reg_t &vreg) {
-  for (const RegisterName &named : kRegisters) {
+  for (const kel_asic_register_name_t &named : kel_asic_register_names) {
     if (named.block == block && text == named.name) {
       vreg = named.vreg;
       return true;

@@ -61,7 +61,7 @@ In a transaction they are queued, but the SP timer is set and the drop counters 
 Link pause is for host and network ports, and the module has one ASIC:
 
   $ mrvctl pause on hif:32
-  pause on hif:32: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): link pause is for hif:0 to hif:31 and nif:0 to nif:7
+  pause on hif:32: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ports are hif:0 to hif:31 and nif:0 to nif:7
   [2]
   $ mrvctl --asic 1 pause on hif:1
   pause on hif:1: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): ASIC numbers are 0 to 0

@@ -144,7 +144,7 @@ std::optional<Location> AddressIndex::find(uint32_t address) const {
 std::string AddressIndex::name(uint32_t address) const {
   if (const std::optional<Location> location = find(address))
     return location_text(*location);
-  const char *const command = command_name(address);
+  const char *const command = kel_asic_command_name(address);
   return command == nullptr ? "" : command;
 }
 

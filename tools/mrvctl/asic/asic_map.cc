@@ -40,16 +40,9 @@ uint64_t RegisterMap::whole_address(const Register &reg) const {
 }
 
 std::string RegisterMap::missing(const Register &reg) const {
-  const char *name = kel_asic_blk_names[reg.block];
-  if (instances(reg.block) == 0)
-    return format("this ASIC has no block %s", name);
-  if (reg.instance >= instances(reg.block))
-    return format("block %s has instances 0 to %u", name, instances(reg.block) - 1);
-  if (reg.vreg >= kel_asic_blocks[reg.block].registers)
-    return format("block %s has registers 0 to %u", name, kel_asic_blocks[reg.block].registers - 1);
-  if (offsets_[reg.block][reg.vreg] == KEL_ASIC_NO_REGISTER)
-    return format("block %s has no register %u", name, reg.vreg);
-  return "";
+  char text[64];
+  return kel_asic_missing_text(text, sizeof text, &limits_, offsets_, reg.block, reg.instance,
+                               reg.vreg);
 }
 
 std::vector<RegisterBlock> RegisterMap::runs(kel_asic_blk_t block, uint32_t instance,

@@ -2,9 +2,8 @@
 #include "asic/port_reference.h"
 
 #include <algorithm>
-#include <iterator>
 
-#include "platform/card_config.h"
+#include "kel_asic_reference_text.h"
 #include "text/errors.h"
 #include "text/numbers.h"
 #include "text/text.h"
@@ -12,11 +11,9 @@
 namespace mrvctl {
 namespace {
 
-constexpr const char *kPortTypes[] = {"cif", "bif", "nif", "hif"};  // by cardcfg_port_type_t
-
 uint32_t parse_port_type(const std::string &text, uint32_t highest) {
-  for (uint32_t type = 0; type < std::size(kPortTypes); ++type) {
-    if (lower_case(text) == kPortTypes[type])
+  for (uint32_t type = 0; type < CARDCFG_PORT_TYPE_MAX; ++type) {
+    if (lower_case(text) == kel_asic_port_type_name(type))
       return type;
   }
   try {
@@ -48,7 +45,8 @@ bool is_port_type(const std::string &word) {
 }
 
 std::string port_type_text(uint32_t port_type) {
-  return port_type < std::size(kPortTypes) ? kPortTypes[port_type] : std::to_string(port_type);
+  const char *name = kel_asic_port_type_name(port_type);
+  return name == nullptr ? std::to_string(port_type) : name;
 }
 
 std::string port_text(uint32_t port_type, uint32_t number) {

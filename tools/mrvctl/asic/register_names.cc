@@ -1,4 +1,4 @@
-// Names of blocks, registers and command addresses.
+// Names of blocks and registers.
 #include "asic/register_names.h"
 
 #include <algorithm>
@@ -10,13 +10,6 @@
 namespace mrvctl {
 namespace {
 
-struct CommandAddress {
-  uint32_t address;
-  const char *name;
-};
-
-#include "names.inc"
-
 constexpr const char kSuffix[] = "_OFFSET";
 constexpr size_t kSuffixLength = sizeof kSuffix - 1;
 
@@ -24,7 +17,8 @@ constexpr size_t kSuffixLength = sizeof kSuffix - 1;
 
 std::vector<RegisterName> named_registers(kel_asic_blk_t block) {
   std::vector<RegisterName> names;
-  std::copy_if(std::begin(kRegisters), std::end(kRegisters), std::back_inserter(names),
+  std::copy_if(std::begin(kel_asic_register_names), std::end(kel_asic_register_names),
+               std::back_inserter(names),
                [block](const RegisterName &named) { return named.block == block; });
   std::sort(names.begin(), names.end(),
             [](const RegisterName &a, const RegisterName &b) { return a.vreg < b.vreg; });
@@ -52,27 +46,11 @@ std::string register_word(const std::string &text) {
 }
 
 std::optional<kel_asic_blk_t> block_with(const std::string &name) {
-  for (const RegisterName &named : kRegisters) {
+  for (const RegisterName &named : kel_asic_register_names) {
     if (named.name == name)
       return named.block;
   }
   return std::nullopt;
-}
-
-const char *register_name(kel_asic_blk_t block, kel_asic_reg_t vreg) {
-  for (const RegisterName &named : kRegisters) {
-    if (named.block == block && named.vreg == vreg)
-      return named.name;
-  }
-  return nullptr;
-}
-
-const char *command_name(uint32_t address) {
-  for (const auto &[command, name] : kCommandAddresses) {
-    if (command == address)
-      return name;
-  }
-  return nullptr;
 }
 
 }  // namespace mrvctl

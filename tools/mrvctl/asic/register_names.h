@@ -1,4 +1,4 @@
-// Names of blocks, registers and command addresses, as the public headers have them.
+// Names of blocks and registers, as the public headers have them.
 #pragma once
 
 #include <cstdint>
@@ -6,16 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "kel_asic_blocks.h"
-#include "kel_asic_intf.h"
+#include "kel_asic_reference_text.h"
 
 namespace mrvctl {
 
-struct RegisterName {
-  kel_asic_blk_t block;
-  kel_asic_reg_t vreg;
-  const char *name;  // without _OFFSET
-};
+using RegisterName = kel_asic_register_name_t;
 
 // A register of one block instance.
 struct Register {
@@ -35,11 +30,5 @@ std::string register_word(const std::string &text);
 
 // The block that has a register of that name; empty if none has.
 std::optional<kel_asic_blk_t> block_with(const std::string &name);
-
-// Name of a register; null where it has none.
-const char *register_name(kel_asic_blk_t block, kel_asic_reg_t vreg);
-
-// Name of a command address; null where it is an ordinary address.
-const char *command_name(uint32_t address);
 
 }  // namespace mrvctl

@@ -10,7 +10,7 @@ namespace mrvctl {
 namespace {
 
 bool is_table(kel_asic_blk_t block, kel_asic_reg_t vreg) {
-  return kel_asic_dhs_entry_size(block, vreg, 0) >= 0;
+  return kel_asic_dhs_row(block, vreg) != nullptr;
 }
 
 [[noreturn]] void refuse_register_name(kel_asic_blk_t block, const std::string &word) {
@@ -66,7 +66,7 @@ void parse_entries(RegisterReference &reference, const std::string &text) {
 }
 
 std::string register_part(kel_asic_blk_t block, kel_asic_reg_t vreg) {
-  const char *name = register_name(block, vreg);
+  const char *name = kel_asic_register_name(block, vreg);
   return name == nullptr ? std::to_string(vreg) : name;
 }
 

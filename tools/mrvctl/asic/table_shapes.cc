@@ -6,14 +6,6 @@
 namespace mrvctl {
 namespace {
 
-const kel_asic_dhs_row_t *find_row(kel_asic_blk_t block, kel_asic_reg_t vreg) {
-  for (const kel_asic_dhs_row_t &row : kel_asic_dhs_rows) {
-    if (row.block == block && row.first <= vreg && vreg <= row.last)
-      return &row;
-  }
-  return nullptr;
-}
-
 // The hook accepts indices from 0 without a gap.
 uint32_t highest_hook_index(const RegisterMap &map, kel_asic_blk_t block, kel_asic_reg_t vreg) {
   const auto accepts = [&](uint32_t index) { return map.hook_entry_size(block, vreg, index) > 0; };
@@ -39,7 +31,7 @@ std::optional<Table> hook_table(const RegisterMap &map, kel_asic_blk_t block, ke
 }  // namespace
 
 std::optional<Table> find_table(const RegisterMap &map, kel_asic_blk_t block, kel_asic_reg_t vreg) {
-  const kel_asic_dhs_row_t *row = find_row(block, vreg);
+  const kel_asic_dhs_row_t *row = kel_asic_dhs_row(block, vreg);
   if (row == nullptr)
     return std::nullopt;
   if (row->words == KEL_ASIC_DHS_BY_HOOK)

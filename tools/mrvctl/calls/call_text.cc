@@ -26,7 +26,7 @@ const char *case_name(uint32_t case_code) {
 }
 
 std::string address_text(uint32_t address) {
-  const char *name = command_name(address);
+  const char *name = kel_asic_command_name(address);
   return name == nullptr ? format("0x%08x", address) : name;
 }
 
@@ -85,7 +85,7 @@ struct RequestText {
 
 // "LINK_PAUSE_ENABLE hif:3"
 std::string command_text(uint32_t command, uint32_t port_word) {
-  std::string name = command_name(command) + sizeof kCommandPrefix - 1;
+  std::string name = kel_asic_command_name(command) + sizeof kCommandPrefix - 1;
   if (command == KEL_ASIC_CMD_CLEAR_DROP_COUNTERS)
     return name;
   if (command == KEL_ASIC_CMD_NODROP_CLASS_MAP)
@@ -124,7 +124,7 @@ std::string place_text(int32_t module, uint32_t asic) {
 
 std::string write_text(const kel_asic_xn_entry_t &entry, const AddressIndex &index) {
   const auto port_word = static_cast<uint32_t>(entry.asic_map);
-  if (command_name(entry.reg) != nullptr)
+  if (kel_asic_command_name(entry.reg) != nullptr)
     return command_text(entry.reg, port_word) + place_text(entry.module, port_word >> 16);
   return index.text(entry.reg) + place_text(entry.module, port_word) + " <- " +
          masked_text(entry.data, entry.mask);

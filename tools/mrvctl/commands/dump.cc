@@ -59,7 +59,9 @@ void finish_dump(Session &session, const Json &object, const std::string &text,
 void add_register_line(const Register &reg, uint32_t data, Json &list, std::string &text) {
   const std::string name = plain_register_text(reg);
   const std::string comment =
-      name == register_text(reg) ? "" : std::string("  # ") + register_name(reg.block, reg.vreg);
+      name == register_text(reg)
+          ? ""
+          : std::string("  # ") + kel_asic_register_name(reg.block, reg.vreg);
   text += "write " + name + format(" 0x%08x", data) + comment + "\n";
   list.push_back({{"command", "write"}, {"register", name}, {"data", data}});
 }

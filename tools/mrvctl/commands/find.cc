@@ -27,7 +27,7 @@ void show_address(Session &session, uint32_t address, const std::string &name) {
 }
 
 void find_address(Session &session, uint32_t address) {
-  const char *command = command_name(address);
+  const char *command = kel_asic_command_name(address);
   const std::string name =
       command == nullptr ? AddressIndex(session.map()).name(address) : std::string(command);
   if (name.empty())

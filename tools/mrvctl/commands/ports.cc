@@ -28,11 +28,10 @@ void run_pause(Session &session, const PauseArgs &args) {
   const morvane::port port = session.port(args.port);
   std::error_code ec;
   args.on ? morvane::link_pause_enable(port, ec) : morvane::link_pause_disable(port, ec);
-  const kel_asic_limits_t &limits = session.map().limits();
-  const std::string hint = ec == SYSERR_KEL_ASIC_INVALID_ARG
-                               ? format("link pause is for hif:0 to hif:%u and nif:0 to nif:%u",
-                                        limits.max_hi - 1, limits.max_ni - 1)
-                               : "";
+  char hint[64] = "";
+  if (ec == SYSERR_KEL_ASIC_INVALID_ARG)
+    kel_asic_port_refusal_text(hint, sizeof hint, port.on.module, port.on.number, port.type,
+                               port.number);
   const std::string name = port_text(args.port);
   finish_write(session, ec, hint, {{"port", name}, {"state", state}},
                "link pause " + state + " for " + name);

@@ -171,7 +171,7 @@ morvane::target target_of(const Session &session, const WriteArgs &args) {
 std::string target_text(const WriteArgs &args) {
   if (!args.raw)
     return plain_register_text(args.reg);
-  const char *command = command_name(args.address);
+  const char *command = kel_asic_command_name(args.address);
   return format("address 0x%08x", args.address) +
          (command == nullptr ? "" : std::string(" (") + command + ")");
 }

@@ -15,14 +15,6 @@ namespace {
 
 constexpr int kMaxErrno = static_cast<int>(KEL_ASIC_SYSERR_ERRNO_MASK);
 
-bool is_service_failure(syserr_t code) {
-  return (code & KEL_ASIC_SYSERR_KIND_MASK) == KEL_ASIC_SYSERR_SERVICE;
-}
-
-int service_errno(syserr_t code) {
-  return static_cast<int>(code & KEL_ASIC_SYSERR_ERRNO_MASK);
-}
-
 // 0 if there is no such name.
 int errno_of_name(const std::string &name) {
   for (int number = 1; number <= kMaxErrno; ++number) {
@@ -91,12 +83,13 @@ std::vector<syserr_t> named_results() {
 }
 
 std::string result_name(syserr_t code) {
-  return is_service_failure(code) ? errno_name(service_errno(code)) : kel_asic_syserr_name(code);
+  return kel_asic_syserr_is_service(code) ? errno_name(kel_asic_syserr_errno(code))
+                                          : kel_asic_syserr_name(code);
 }
 
 std::string result_meaning(syserr_t code) {
   const std::string meaning = kel_asic_syserr_meaning(code);
-  return is_service_failure(code) && code != KEL_ASIC_SYSERR_SERVICE_ANSWER
+  return kel_asic_syserr_is_service(code) && code != KEL_ASIC_SYSERR_SERVICE_ANSWER
              ? "the service call failed: " + meaning
              : meaning;
 }
@@ -104,8 +97,8 @@ std::string result_meaning(syserr_t code) {
 std::string result_text(syserr_t code) {
   if (code == KEL_ASIC_SYSERR_SERVICE_ANSWER)
     return format("service call failed: %s, or a positive answer (0x%08X)",
-                  std::strerror(service_errno(code)), code);
-  if (is_service_failure(code))
+                  std::strerror(kel_asic_syserr_errno(code)), code);
+  if (kel_asic_syserr_is_service(code))
     return format("service call failed: %s (0x%08X)", kel_asic_syserr_meaning(code), code);
   if (code == KEL_ASIC_SYSERR_NO_BUFFER)
     return format("%s (%u)", kel_asic_syserr_meaning(code), code);
