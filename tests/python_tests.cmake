@@ -1,14 +1,30 @@
-# The Python module: its tests in pytest, its types, the symbols of Python that it uses.
-find_program(PYTEST NAMES pytest-3 pytest REQUIRED)
-find_program(MYPY mypy REQUIRED)
-set(python_environment PYTHONPATH=${PROJECT_BINARY_DIR}/python PYTHONDONTWRITEBYTECODE=1)
+# The Python module: its tests in pytest, on a private and on a shared switch, and its types.
+find_program(PYTEST NAMES pytest-3 pytest)
+find_program(MYPY mypy)
+if(NOT PYTEST OR NOT MYPY)
+  message(STATUS "No tests of the Python module: pytest or mypy is missing (Debian: python3-pytest, mypy)")
+  return()
+endif()
+
+set(pytest ${PYTEST} -q -p no:cacheprovider)
 
 function(python_test name)
   add_test(NAME ${name} COMMAND ${ARGN})
-  set_tests_properties(${name} PROPERTIES TIMEOUT 60 ENVIRONMENT "${python_environment}")
+  set_tests_properties(${name} PROPERTIES TIMEOUT 60
+    WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/python
+    ENVIRONMENT "PYTHONPATH=${PROJECT_BINARY_DIR}/python;PYTHONDONTWRITEBYTECODE=1")
 endfunction()
 
-set(pytest ${PYTEST} -q -p no:cacheprovider)
-python_test(python_module ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
-add_test(NAME python_types COMMAND ${MYPY} --strict --cache-dir=${PROJECT_BINARY_DIR}/mypy -p morvaneusd)
-set_tests_properties(python_types PROPERTIES WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/python)
+# On the switch of a morvaned, next to a mrvctl as another client.
+function(served_python_test name morvaned mrvctl)
+  python_test(${name} ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
+    ${CMAKE_COMMAND} -E env MRVCTL=${mrvctl} ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
+endfunction()
+
+python_test(python.module ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
+python_test(python.types ${MYPY} --strict --cache-dir=${PROJECT_BINARY_DIR}/mypy -p morvaneusd)
+if(target_test)
+  served_python_test(python.module_served_by_32_bit ${target_bin}/morvaned ${target_bin}/mrvctl)
+else()
+  served_python_test(python.module_served $<TARGET_FILE:morvaned> $<TARGET_FILE:mrvctl>)
+endif()

@@ -3,8 +3,10 @@ import ctypes
 import errno
 import os
 import pickle
+import re
 import subprocess
 import sys
+import sysconfig
 import threading
 from array import array
 
@@ -242,3 +244,27 @@ def test_prompt():
     run = subprocess.run([sys.executable, "-i", "-m", "morvaneusd", "--switch", "none"], text=True,
                          input="HI[2][40]\ncompletions('HI[2].DHS_')\n", capture_output=True, check=True)
     assert run.stdout == "<Register HI.2:40>\n['HI[2].DHS_LVIF', 'HI[2].DHS_LVIF_TCAM']\n"
+
+
+@pytest.mark.skipif("MRVCTL" not in os.environ, reason="only on a shared switch")
+def test_another_client():
+    def mrvctl(*words):
+        return subprocess.run([os.environ["MRVCTL"], *words], text=True, capture_output=True, check=True).stdout
+    mrvctl("write", "HI.2:40", "0x1234")
+    assert HI[2][40].read() == 0x1234
+    TABLE[3] = range(8)
+    assert mrvctl("dhs-read", "HF.0:HF_DHS_POL[3]").split()[-8:] == [f"{n:08x}" for n in range(8)]
+
+
+def test_stable_abi():
+    native = morvaneusd._native.__file__
+    assert native.endswith(".abi3.so")
+    undefined = subprocess.run(["nm", "--dynamic", "--undefined-only", native], text=True, capture_output=True,
+                               check=True).stdout
+    headers = subprocess.run(["gcc", "-E", "-DPy_LIMITED_API=0x030B0000", f"-I{sysconfig.get_path('include')}", "-"],
+                             input="#include <Python.h>", text=True, capture_output=True, check=True).stdout
+    used = set(re.findall(r"\b_?Py\w+", undefined))
+    declared = set(re.findall(r"\b_?Py\w+", headers))
+    assert "PyFrame_GetCode" in used
+    assert "PyFrame_GetBack" not in declared
+    assert used <= declared
