@@ -4,6 +4,7 @@
 #   development  headers, .so links, pkg-config files, the CMake package, its man pages, docs, examples
 #   service      morvaned, its man page, completion, units and user
 #   recorder     libmorvanerecord.so
+#   python       the Python module
 #   tool         mrvctl, its man page, completion and units; files for Wireshark, Prometheus and Grafana
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -128,9 +129,23 @@ if(TARGET morvaned)
   install(FILES share/sysusers.d/morvaned.conf DESTINATION lib/sysusers.d COMPONENT service)
 endif()
 
+if(TARGET python_native)
+  set(python_dir lib/python3/dist-packages)
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    relative_prefix(${python_dir}/morvaneusd root)
+    set_target_properties(python_native PROPERTIES
+      INSTALL_RPATH "$ORIGIN/${root}/${CMAKE_INSTALL_LIBDIR}")
+  endif()
+  install(TARGETS python_native
+    LIBRARY DESTINATION ${python_dir}/morvaneusd COMPONENT python)
+  install(DIRECTORY python/morvaneusd DESTINATION ${python_dir} COMPONENT python
+    FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
+  install(FILES ${python_generated} DESTINATION ${python_dir}/morvaneusd COMPONENT python)
+endif()
+
 # The targets that an installation requires.
 add_custom_target(delivered)
-foreach(target morvaneusd morvaneplatform morvanerecord mrvctl morvaned)
+foreach(target morvaneusd morvaneplatform morvanerecord mrvctl morvaned python_native python_names)
   if(TARGET ${target})
     add_dependencies(delivered ${target})
   endif()

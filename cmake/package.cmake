@@ -5,6 +5,7 @@
 #   libmorvaneusd-dev    headers, links, pkg-config files, CMake package, man pages, docs, examples
 #   morvaned             the shared virtual switch
 #   libmorvanerecord     the recorder of service calls
+#   python3-morvaneusd   the Python module
 #   mrvctl               the command-line tool, which loads its platform at run time
 set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(generated ${PROJECT_BINARY_DIR}/debian)
@@ -95,8 +96,17 @@ debian_package(service morvaned utils
   "morvaned serves one virtual switch to several processes over a Unix socket,
 like the driver service of a real switch. With it a complete control plane
 runs on any Linux machine.")
+debian_package(python python3-morvaneusd python
+  "Python interface to the Morvane switching ASIC"
+  "The Python module names the registers of the ASIC, reads and writes them and
+their tables, and sends each request with its caller. It opens the platform at
+run time (default: the virtual platform).")
 set(same "(= ${full_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmorvaneusd1 ${same}, libmorvaneplatform1 ${same}")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), libmorvaneusd1 (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "libmorvaneplatform1")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+  ${debian}/python3-morvaneusd/postinst ${debian}/python3-morvaneusd/prerm)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmorvaneusd1 (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libmorvanerecord, libmorvaneplatform1, rlwrap")
 set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS "systemd | systemd-standalone-sysusers | systemd-sysusers")
@@ -127,10 +137,11 @@ set(CPACK_DEBIAN_PACKAGE_SOURCE libmorvaneusd)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${MORVANE_PACKAGE})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL library platform development recorder service tool)
+set(CPACK_COMPONENTS_ALL library platform development recorder service tool python)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PLATFORM_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RECORDER_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)

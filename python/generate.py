@@ -20,7 +20,7 @@ RECORD = re.compile(r"/\*\* ([^*]*?) \*/\ntypedef struct kel_asic_(qos_\w*stats|
                     re.DOTALL)
 RECORD_SIZE = r"KEL_SIZE_IS\(kel_asic_{}_t, (\d+)\)"
 FIELD = re.compile(r"^  (\w+) (\w+)((?:\[\d+\])*); +/\*\*< (\d+): (.*?) \*/", re.MULTILINE | re.DOTALL)
-FUNCTION = re.compile(r"/\*\*\n((?: \*[^\n]*\n)+?) \*/\n\w+ (lib_mrv_asic_\w+|mrv_asic_\w+)\(")
+FUNCTION = re.compile(r"/\*\*\n((?: \*[^\n]*\n)+?) \*/\n\w+ (lib_mrv_asic_\w+)\(")
 FORMATS = {"kel_asic_counter_t": "Q", "port_flow_ctrl_t": "H", "uint8_t": "B"}
 HOOK = "KEL_ASIC_DHS_BY_HOOK"
 

@@ -156,7 +156,9 @@ class Caller {
   // False with a Python exception.
   bool find() {
     Reference frame(Py_XNewRef(reinterpret_cast<PyObject *>(PyEval_GetFrame())));
-    while (frame.get() != nullptr && frame.get() != Py_None) {
+    if (frame.get() == nullptr)
+      return true;  // a program calls, and no script
+    while (frame.get() != Py_None) {
       auto *const python_frame = reinterpret_cast<PyFrameObject *>(frame.get());
       const Reference code(reinterpret_cast<PyObject *>(PyFrame_GetCode(python_frame)));
       filename_.reset(PyObject_GetAttr(code.get(), names.filename));
@@ -172,8 +174,10 @@ class Caller {
         return true;
       }
       frame.reset(PyObject_GetAttr(frame.get(), names.back));
+      if (frame.get() == nullptr)
+        return false;
     }
-    return frame.get() != nullptr;
+    return true;
   }
 
   operator const morvane::caller &() const { return who_; }
@@ -393,7 +397,8 @@ PyObject *library_file(PyObject *, PyObject *) {
   return PyUnicode_DecodeFSDefault(library.dli_fname == nullptr ? "" : library.dli_fname);
 }
 
-// The library prints a line at initialisation, which is not output of the program.
+// The library prints a line at initialisation, which is not output of the program. Python prints
+// without the stream of the C library.
 std::error_code init_quietly(uint32_t slot, const morvane::caller &who) {
   std::FILE *const output = stdout;
   std::FILE *const nothing = std::fopen("/dev/null", "we");

@@ -5,10 +5,11 @@ set -euo pipefail
 folder=$1 client=$2
 export DEBIAN_FRONTEND=noninteractive
 names=(libmorvaneusd1 libmorvaneplatform1 libmorvaneusd-dev libmorvanerecord)
+programs=(morvaned mrvctl python3-morvaneusd)
 work=$(mktemp -d)
 
 # The libraries in both word sizes, the programs in one.
-dpkg --install "$folder"/lib*.deb "$folder"/morvaned_*_amd64.deb "$folder"/mrvctl_*_amd64.deb >"$work/log" 2>&1 ||
+dpkg --install "$folder"/lib*.deb "$folder"/{morvaned,mrvctl,python3-morvaneusd}_*_amd64.deb >"$work/log" 2>&1 ||
   { cat "$work/log"; exit 1; }
 
 for word in 32:i386-linux-gnu 64:x86_64-linux-gnu; do
@@ -19,6 +20,9 @@ for word in 32:i386-linux-gnu 64:x86_64-linux-gnu; do
 done
 mrvctl calls "$work"/client.*.mrec >"$work/calls"
 grep -q 'SS.0:SS_CFG_CG' "$work/calls"
+
+mrvctl record "$work" -- /usr/bin/python3 -c 'from morvaneusd import *; init(); SS[0].CFG_CG.write(3)'
+mrvctl calls "$work"/python3.*.mrec | grep -q 'SS.0:SS_CFG_CG  *0x00000003  *ok  *<module> <string>:1$'
 
 # The service, as its unit starts it, for its group only.
 useradd --groups morvaned switch-member
@@ -36,26 +40,27 @@ if MORVANE_SWITCH_WAIT=0 runuser -u switch-stranger -- mrvctl read HI.2:5 >/dev/
   echo "a stranger reads the switch"
   exit 1
 fi
-kill %1
-wait %1
+kill $!
+wait $!
 
 # A service at the default address is found, and is not if none is wanted.
 morvaned 2>"$work/service" &
-until [ -S /run/morvaned.sock ]; do kill -0 %2; done
+until [ -S /run/morvaned.sock ]; do kill -0 $!; done
 env -u MORVANE_SWITCH mrvctl switch | grep -q '^switch  */run/morvaned.sock$'
 MORVANE_SWITCH=none mrvctl switch | grep -q '^switch  *private'
-kill %2
-wait %2
+kill $!
+wait $!
 env -u MORVANE_SWITCH mrvctl switch | grep -q '^switch  *private'
 
 # What is installed goes, and what was switched on.
 systemctl --quiet enable morvaned.socket mrvctl-metrics@{0,3}.timer
-mapfile -t installed < <(dpkg -L "${names[@]}" "${names[@]/%/:i386}" morvaned mrvctl 2>/dev/null | sort -u)
+mapfile -t installed < <(dpkg -L "${names[@]}" "${names[@]/%/:i386}" "${programs[@]}" 2>/dev/null | sort -u)
 for arch in amd64 i386; do
   all+=("${names[@]/%/:$arch}")
 done
-dpkg --purge "${all[@]}" morvaned mrvctl >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+dpkg --purge "${all[@]}" "${programs[@]}" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 left=$(for path in "${installed[@]}"; do [ ! -f "$path" ] || echo "$path"; done
+  find /usr/lib/python3 -name 'morvaneusd*'
   find /etc/systemd -name 'morvaned*' -o -name 'mrvctl*')
 [ -z "$left" ] || { echo "left behind: $left"; exit 1; }
 getent passwd morvaned >/dev/null

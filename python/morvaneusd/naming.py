@@ -9,9 +9,6 @@ from collections.abc import Iterable, Sequence
 from typing import Any, Generic, NamedTuple, Self, TypeVar, Union, overload
 
 from . import _native
-from ._native import read as _read
-from ._native import read_entries as _read_entries
-from ._native import write as _write
 from .reference import reference
 
 Location = tuple[int, int, int, int, int]  # module, ASIC, block, instance, number
@@ -78,11 +75,11 @@ class Register(Located):
 
     @reference("lib_mrv_asic_read")
     def read(self) -> int:
-        return _read(self.location)
+        return _native.read(self.location)
 
     @reference("lib_mrv_asic_write")
     def write(self, value: int) -> None:
-        _write(self.location, value)
+        _native.write(self.location, value)
 
     @reference("lib_mrv_asic_write_field")
     def write_field(self, value: int, mask: int) -> None:
@@ -97,12 +94,20 @@ class Table(Located):
         """The number of words of an entry. The register map knows some only after init(): 0 until then."""
         return _native.entry_words(self.location[2], self.location[4], index)
 
-    def __len__(self) -> int:
+    @property
+    def entries(self) -> int | None:
+        """The number of entries; None if only the register map knows it."""
         number = self.location[4]
         for first, last, entries in _instance_classes[self.location[2]].block.tables:
-            if first <= number <= last and entries:
-                return entries
-        raise TypeError(f"only the register map knows the number of entries of {self}")
+            if first <= number <= last:
+                return entries or None
+        return 0
+
+    def __len__(self) -> int:
+        entries = self.entries
+        if entries is None:
+            raise TypeError(f"only the register map knows the number of entries of {self}")
+        return entries
 
     def __bool__(self) -> bool:
         return True
@@ -110,13 +115,13 @@ class Table(Located):
     def read(self, first: int, count: int) -> array[int]:
         """Reads consecutive entries into a new array of their words."""
         words = array("I", bytes(4 * count * self.entry_words(first)))
-        _read_entries(self.location, first, words)
+        _native.read_entries(self.location, first, words)
         return words
 
     @reference("lib_mrv_asic_read_dhs")
     def read_into(self, first: int, words: Any) -> None:
         """Reads as many entries as the buffer has room for."""
-        _read_entries(self.location, first, words)
+        _native.read_entries(self.location, first, words)
 
     @reference("lib_mrv_asic_write_dhs")
     def write(self, first: int, words: Words) -> None:
@@ -165,18 +170,26 @@ class Table(Located):
                 raise ValueError(f"row {number} has {len(row)} words; an entry of {self} has {size}")
 
     def _index(self, index: int) -> int:
-        if index < 0:
-            index += len(self)
-        if index < 0:
-            raise IndexError(f"{self} has {len(self)} entries")
-        return index
+        """The number of an entry; negative ones count from the end."""
+        end = self.entries
+        number = index if index >= 0 else index + len(self)
+        if number < 0 or (end is not None and number >= end):
+            raise IndexError(f"{self} has {end} entries")
+        return number
 
     def _range(self, entries: slice) -> tuple[int, int]:
-        if entries.step not in (None, 1):
+        """The first entry of a slice, and the number of its entries."""
+        end = self.entries
+        if end is None:  # of which a slice cannot be cut
+            first, stop, step = entries.start or 0, entries.stop, entries.step or 1
+            if stop is None or first < 0 or stop < 0:
+                raise ValueError(f"only the register map knows the number of entries of {self}: "
+                                 "use a slice with a first and a last entry")
+        else:
+            first, stop, step = entries.indices(end)
+        if step != 1:
             raise ValueError("the entries of a slice are consecutive: omit its step")
-        first = self._index(entries.start or 0)
-        end = self._index(entries.stop) if entries.stop is not None else len(self)
-        return first, max(0, end - first)
+        return first, max(0, stop - first)
 
 
 class Entry(Located):
@@ -203,6 +216,8 @@ class Instance:
     __slots__ = ("_place",)
 
     def __init__(self, number: int, module: int = 0, asic: int = 0):
+        if number < 0:
+            raise IndexError(f"block {self.block.name} has no instance {number}")
         self._place = (module, asic, self.block.number, number)
 
     def __init_subclass__(cls) -> None:

@@ -9,6 +9,7 @@ import sys
 import sysconfig
 import threading
 from array import array
+from pathlib import Path
 
 import pytest
 
@@ -98,9 +99,13 @@ def test_tables():
     for index, rows in ((3, [1] * 7), (slice(3, 5), [1] * 8), (slice(3, 5), [[1] * 7, [1] * 9])):
         with pytest.raises(ValueError):
             TABLE[index] = rows
+    assert TABLE[62:] == list(TABLE)[-2:] == [[0] * 8, [5] * 8]
     for index in (64, -65):
-        with pytest.raises((IndexError, Error)):
+        with pytest.raises(IndexError):
             TABLE[index]
+    for wrong in (slice(0, 4, 2), slice(1, None)):
+        with pytest.raises(ValueError):
+            hooked[wrong]
 
 
 def test_buffers(calls):
@@ -254,6 +259,14 @@ def test_another_client():
     assert HI[2][40].read() == 0x1234
     TABLE[3] = range(8)
     assert mrvctl("dhs-read", "HF.0:HF_DHS_POL[3]").split()[-8:] == [f"{n:08x}" for n in range(8)]
+
+
+def test_page(capsys):
+    page = Path(__file__).parents[2].joinpath("docs/python.md").read_text()
+    exec(page.split("```python\n")[1].split("```")[0], {})
+    assert capsys.readouterr().out == (
+        "0x12f0\n" + str([[0, 1, 2, 3, 4, 5, 6, 7], *[[0] * 8] * 4]) + "\n0\n"
+        "22 SYSERR_KEL_ASIC_INVALID_ARG HI.99:0\n")
 
 
 def test_stable_abi():
