@@ -152,7 +152,7 @@ void next_function::remember(const void *caller, void *function) {
     return;
   const uint32_t place = used_.fetch_add(1);
   if (place >= std::size(locals_)) {
-    used_ = std::size(locals_);
+    used_ = static_cast<uint32_t>(std::size(locals_));
     return;
   }
   locals_[place].end = bounds.end;
