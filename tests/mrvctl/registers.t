@@ -54,11 +54,11 @@ A table is read and written with dhs-read and dhs-write; its number is a registe
         0  00000005
         1  00000000
 
-A field is written under a mask. The value is not shifted.
+A field is written under a mask. A value that is not shifted is refused, or with --force cut to the mask.
 
   $ mrvctl write HI.2:7 0xAABBCCDD
   HI.2:7 <- 0xaabbccdd: written
-  $ mrvctl write-field HI.2:7 0x11223344 0x00FF0FF0
+  $ mrvctl write-field HI.2:7 0x11223344 0x00FF0FF0 --force
   HI.2:7 <- 0x11223344 mask 0x00ff0ff0 (bits 0x11003004 of the value are outside the mask): written
   $ mrvctl read HI.2:7
   HI.2:7 = 0xaa22c34d (2854404941)
@@ -68,7 +68,7 @@ A raw address is written unchecked. Some addresses are commands.
   $ mrvctl --calls write --raw 0x1020001c 0
   sse_call2(SYSSRV_REG_WRITE_CASE, 236, 196, {TYPE_WRITE, module=0, asic=0x0, addr=0x1020001c, data=0x0, mask=0xffffffff, num=0, context=0, write mrvctl:0}) = 0 <*> (glob)
   address 0x1020001c <- 0x00000000: written
-  $ mrvctl write-field --raw 0x1020001c 0xff 0xf
+  $ mrvctl write-field --raw 0x1020001c 0xff 0xf --force
   address 0x1020001c <- 0x000000ff mask 0x0000000f (bits 0x000000f0 of the value are outside the mask): written
   $ mrvctl read HI.2:7
   HI.2:7 = 0x0000000f (15)
@@ -121,13 +121,13 @@ Arguments that are not understood; none of the commands runs:
   > write HI.2:HI_DHS_LVIF[5 1
   > dhs-read HI.2:40..41[5]
   > dhs-write HF.0:HF_DHS_POL[0].1 5
-  > dhs-write HF.*:HF_DHS_POL[0] 1
   > read HI.2x:5
   > read HI.2:5 1048577
   > read HI.2:5 2 --expect 7
   > write HI.2:5
   > write HI.2:5 -1
-  > write HI.*:5 1
+  > write-field HI.2:7 5 0xf0
+  > write-field HI.2:7 0x55 0xf0
   > E
   stdin:1: read HI.2:HF_DHS_POL: REGISTER: register HF_DHS_POL is in block HF, not in HI
   stdin:2: read NI.2 FOO: REGISTER: no register of block NI has a name; give a number from 0 to 1105
@@ -139,11 +139,11 @@ Arguments that are not understood; none of the commands runs:
   stdin:8: write HI.2:HI_DHS_LVIF[5 1: 'HI.2:HI_DHS_LVIF[5' is not a table entry; use for example HI.2:HI_DHS_LVIF[5]
   stdin:9: dhs-read HI.2:40..41[5]: TABLE: 'HI.2:40..41[5]' has more than one range
   stdin:10: dhs-write HF.0:HF_DHS_POL[0].1 5: 'HF.0:HF_DHS_POL[0].1' is not an entry of one table
-  stdin:11: dhs-write HF.*:HF_DHS_POL[0] 1: 'HF.*:HF_DHS_POL[0]' is not an entry of one table
-  stdin:12: read HI.2x:5: REGISTER: '2x' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:13: read HI.2:5 1048577: COUNT: '1048577' is not a number from 0 to 1048576, in decimal, hexadecimal (0x) or binary (0b)
-  stdin:14: read HI.2:5 2 --expect 7: 2 words to read, but 1 expected
-  stdin:15: write HI.2:5: missing DATA
-  stdin:16: write HI.2:5 -1: DATA: '-1' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
-  stdin:17: write HI.*:5 1: 'HI.*:5' is not a single register; use for example HI.2:40
+  stdin:11: read HI.2x:5: REGISTER: '2x' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:12: read HI.2:5 1048577: COUNT: '1048577' is not a number from 0 to 1048576, in decimal, hexadecimal (0x) or binary (0b)
+  stdin:13: read HI.2:5 2 --expect 7: 2 words to read, but 1 expected
+  stdin:14: write HI.2:5: missing DATA
+  stdin:15: write HI.2:5 -1: DATA: '-1' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+  stdin:16: write-field HI.2:7 5 0xf0: VALUE 0x5 has bits 0x5 outside MASK 0xf0; for 5 in the field write 0x50, or use --force to ignore them
+  stdin:17: write-field HI.2:7 0x55 0xf0: VALUE 0x55 has bits 0x5 outside MASK 0xf0; use --force to ignore them
   [2]

@@ -145,6 +145,7 @@ void run_read(Session &session, const ReadArgs &args) {
 struct WriteArgs {
   std::string place;  // a register, or a raw address
   bool raw = false;
+  bool force = false;
   uint32_t data = 0;
   uint32_t mask = 0;
   // As checked, one of these:
@@ -160,6 +161,21 @@ void check_write(WriteArgs &args) {
   const RegisterReference reference = parse_register_reference(args.place);
   require_plain_registers(reference, "use dhs-write");
   args.reg = single_register(reference);
+}
+
+void check_write_field(WriteArgs &args) {
+  check_write(args);
+  const uint32_t outside = args.data & ~args.mask;
+  if (args.force || args.mask == 0 || outside == 0)
+    return;
+  const uint64_t shifted = uint64_t{args.data} * (args.mask & -args.mask);
+  const bool fits = (shifted & ~uint64_t{args.mask}) == 0;
+  throw UsageError(
+      format("VALUE 0x%x has bits 0x%x outside MASK 0x%x; ", args.data, outside, args.mask) +
+      (fits ? format("for %u in the field write 0x%x, or ", args.data,
+                     static_cast<uint32_t>(shifted))
+            : "") +
+      "use --force to ignore them");
 }
 
 morvane::target target_of(const Session &session, const WriteArgs &args) {
@@ -242,6 +258,7 @@ void describe_write_field(Arguments &arguments, WriteArgs &args) {
   describe_target(arguments, args);
   describe_word(arguments, "VALUE", args.data);
   describe_word(arguments, "MASK", args.mask);
+  arguments.flag("--force", args.force, "Ignore bits of VALUE outside MASK");
 }
 
 }  // namespace
@@ -267,10 +284,10 @@ void add_register_commands(Parser &parser) {
                         describe_write, check_write, run_write);
   parser.add<WriteArgs>({"write-field", "Change",
                          "Write the bits of a register under a mask\n"
-                         "VALUE is not shifted. Its bits outside the mask are not written. Inside "
-                         "a transaction the write is queued.",
+                         "VALUE is not shifted: bits outside the mask are an error. Inside a "
+                         "transaction the write is queued.",
                          "mrvctl write-field HI.2:40 0x30 0xf0"},
-                        describe_write_field, check_write, run_write_field);
+                        describe_write_field, check_write_field, run_write_field);
 }
 
 }  // namespace mrvctl
