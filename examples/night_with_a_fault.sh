@@ -54,19 +54,19 @@ night() {
 night monday 1461 0x01200640
 say 'mrvctl dhs-read HI.2:HI_DHS_LVIF[0..3]'
 say 'mrvctl dhs-read HF.0:HF_DHS_POL[0..1]'
-say 'mrvctl calls --summary monday/*.mrec'
-say 'mrvctl calls --failed monday/*.mrec'
+say 'mrvctl calls --summary monday'
+say 'mrvctl calls --wide --failed monday'
 say 'mrvctl find 0x01200640' || true  # it is none
-say 'mrvctl last-write HI.2:HI_DHS_LVIF monday/*.mrec'
+say 'mrvctl last-write HI.2:HI_DHS_LVIF monday'
 [ -z "$short" ] || exit 0
 
-say 'mrvctl calls --writes --register HI.2:HI_DHS_LVIF[0] monday/*.mrec'
+say 'mrvctl calls --wide --writes --register HI.2:HI_DHS_LVIF[0] monday'
 new_switch again
 say 'mrvctl replay --check monday/night_tables.*.mrec'
 say 'mrvctl replay --check monday/night_ports.*.mrec'
 say 'mrvctl dhs-read HI.2:HI_DHS_LVIF[0..3]'
 
 night tuesday 1416 0x10200640
-say 'mrvctl calls --summary tuesday/*.mrec'
+say 'mrvctl calls --summary tuesday'
 say 'mrvctl dhs-read HI.2:HI_DHS_LVIF[0..3]'
 say 'mrvctl dhs-read HF.0:HF_DHS_POL[0..1]'

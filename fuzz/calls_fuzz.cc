@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "calls/call_text.h"
 #include "commands/recorded_calls.h"
 #include "host/platform_library.h"
 #include "input_bytes.h"
 #include "kel_asic_lib_common.h"
 #include "output/call_json.h"
+#include "output/call_lines.h"
 #include "output/call_summary.h"
 #include "reader.h"
 
@@ -83,8 +83,13 @@ const AddressIndex &address_index() {
 // All that the tool prints of a call; a line is one line.
 void show(const DecodedCall &call, CallSummary &summary) {
   const AddressIndex &index = address_index();
-  const std::string line = call_line(call, index, 7, std::nullopt);
-  require(line.find('\n') == line.size() - 1 && line.find('\033') == std::string::npos);
+  for (const size_t width : {0, 80, 20}) {
+    CallLines lines(index, {{}, width, 7, std::nullopt});
+    lines.flush();
+    const std::string line = lines.add(call);
+    require(line.find('\n') == line.size() - 1 && line.find('\033') == std::string::npos);
+    require(width == 0 || line.size() <= width + 1);
+  }
   call_json(call, index).dump();
   summary.add(call, index);
 }

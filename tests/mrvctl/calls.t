@@ -60,17 +60,17 @@ Only some of them: by result, register, table entry, caller, time, or the last o
 A table by operation:
 
   $ mrvctl calls refusals.mrec bringup.mrec --summary
-  OPERATION             CALLS   FAILED          TOTAL       MEDIAN          99%      SLOWEST  SLOWEST CALL
-  transaction               2        1         23.2us        0.2us       23.0us       23.0us  "bring-up", call 1 of mrvctl.20634
-  write                     2        1          7.8us        0.1us        7.6us        7.6us  HI.2:HI_DHS_LVIF[0], call 1 of mrvctl.20637, write examples/refusals.mrv:4 context 4
-  command                   4        1          3.6us        0.1us        2.7us        2.7us  CLEAR_DROP_COUNTERS, call 18 of mrvctl.20637, lib_mrv_asic_clear_all_drop_cou asic/morvane/common/lib/morvaneusd_intf:118
-  read-run                  5        2          2.0us        0.3us        0.7us        0.7us  SS.0:SS_CFG_CG, call 2 of mrvctl.20634, read examples/bringup.mrv:12 context 12
-  qos-clear-all             1        0          1.1us        1.1us        1.1us        1.1us  all ports, call 19 of mrvctl.20637
-  read                      4        0          0.7us        0.2us        0.2us        0.2us  HI.2:41, call 7 of mrvctl.20637, read examples/refusals.mrv:15 context 15
-  qos-get                   2        1          0.4us        0.1us        0.2us        0.2us  hif:3, call 16 of mrvctl.20637
-  write-field               2        1          0.3us        0.1us        0.1us        0.1us  KEL_ASIC_CMD_LINK_PAUSE_ENABLE, call 3 of mrvctl.20637, write-field examples/refusals.mrv:6 context 6
-  sp-timer                  1        0          0.1us        0.1us        0.1us        0.1us  SP timer, call 17 of mrvctl.20637
-  qos-clear                 1        1          0.1us        0.1us        0.1us        0.1us  cif:0, call 9 of mrvctl.20637
+  OPERATION      CALLS  FAILED   TOTAL  MEDIAN     99%  SLOWEST  SLOWEST CALL
+  transaction        2       1  23.2us   0.2us  23.0us   23.0us  "bring-up", call 1 of mrvctl.20634
+  write              2       1   7.8us   0.1us   7.6us    7.6us  HI.2:HI_DHS_LVIF[0], call 1 of mrvctl.20637, write examples/refusals.mrv:4 context 4
+  command            4       1   3.6us   0.1us   2.7us    2.7us  CLEAR_DROP_COUNTERS, call 18 of mrvctl.20637, lib_mrv_asic_clear_all_drop_cou asic/morvane/common/lib/morvaneusd_intf:118
+  read-run           5       2   2.0us   0.3us   0.7us    0.7us  SS.0:SS_CFG_CG, call 2 of mrvctl.20634, read examples/bringup.mrv:12 context 12
+  qos-clear-all      1       0   1.1us   1.1us   1.1us    1.1us  all ports, call 19 of mrvctl.20637
+  read               4       0   0.7us   0.2us   0.2us    0.2us  HI.2:41, call 7 of mrvctl.20637, read examples/refusals.mrv:15 context 15
+  qos-get            2       1   0.4us   0.1us   0.2us    0.2us  hif:3, call 16 of mrvctl.20637
+  write-field        2       1   0.3us   0.1us   0.1us    0.1us  KEL_ASIC_CMD_LINK_PAUSE_ENABLE, call 3 of mrvctl.20637, write-field examples/refusals.mrv:6 context 6
+  sp-timer           1       0   0.1us   0.1us   0.1us    0.1us  SP timer, call 17 of mrvctl.20637
+  qos-clear          1       1   0.1us   0.1us   0.1us    0.1us  cif:0, call 9 of mrvctl.20637
   $ mrvctl --json calls refusals.mrec --summary | cut -c 1-260
   {"command":"calls","summary":[{"operation":"write","calls":2,"failed":1,"total_ns":7871,"median_ns":190,"p99_ns":7681,"slowest_ns":7681,"slowest":"HI.2:HI_DHS_LVIF[0], call 1 of mrvctl.20637, write examples/refusals.mrv:4 context 4"},{"operation":"command","ca
 
@@ -145,6 +145,6 @@ Arguments that are not understood:
   > calls refusals.mrec --summary --follow
   > E
   stdin:1: calls refusals.mrec --since -30000d: --since: '30000' is not a number from 0 to *, in decimal, hexadecimal (0x) or binary (0b) (glob)
-  stdin:2: calls refusals.mrec --since 25:00: --since: '25:00' is not a time; use for example 2026-11-25 03:00:00, 03:00, -10m or @1764060000
+  stdin:2: calls refusals.mrec --since 25:00: --since: '25:00' is not a time; use for example 2026-11-25 03:00:00, 03:00, 10m, '5 min ago' or @1764060000
   stdin:3: calls refusals.mrec --summary --follow: --follow, --summary and --pcap exclude each other
   [2]

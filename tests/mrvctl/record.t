@@ -2,7 +2,6 @@
 
 Each process of a recorded program leaves a recording of its calls. Only the user can read it.
 
-  $ mkdir calls
   $ mrvctl record calls --size 65536 -- mrvctl --module 1 --json write HI.2:5 7
   {"command":"write","register":"HI.2:5","data":7,"queued":false}
   $ ls -l calls | grep -o '^-[-rw]* \|81920\|mrvctl.*' | sed 's/[0-9]*\.mrec/PID.mrec/'
@@ -50,11 +49,28 @@ The last write to a register: its value, time, process, result and caller.
 
 Relative times are those of the calls:
 
-  $ mrvctl calls calls/*.mrec --since -60m | grep -c HI.2
-  1
-  $ mrvctl calls calls/*.mrec --until -60m | grep -c HI.2
-  0
+  $ for time in -60m 5m 5min '5 minutes ago' '900 s ago' 2d; do
+  >   echo "$(mrvctl calls calls --since "$time" | grep -c HI.2) $(mrvctl calls calls --until "$time" | grep -c HI.2)"
+  > done | uniq
+  1 0
+  $ for time in '5 ago' 5 '5 months ago' ago '5 m ag'; do mrvctl calls calls --since "$time"; done 2>&1 | grep -c 'is not a time'
+  5
+
+A directory is made if it is missing. --follow sees recordings that appear later.
+
+  $ mrvctl record later -- mrvctl --version
+  mrvctl 1.1.0
+  $ mrvctl calls later
+  calls later: no recordings (*.mrec) in later
   [1]
+  $ touch followed; env --default-signal=INT mrvctl calls --follow later >followed &
+  $ for register in 40 41; do
+  >   mrvctl record later -- mrvctl read HI.2:$register
+  >   until grep -q HI.2:$register followed || ! kill -0 $!; do sleep 0.01; done
+  > done
+  HI.2:40 = 0x00000000 (0)
+  HI.2:41 = 0x00000000 (0)
+  $ kill -INT $!; wait $!
 
 Programs that cannot be started, and directories that cannot be used:
 

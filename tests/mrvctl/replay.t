@@ -15,8 +15,8 @@ The first differences are shown. Statistics need not be compared.
   $ mrvctl switch traffic hif:3 --class 1 --frames 5
   hif:3: 5 frames of class 1 n2h, 0 of them in excess
   $ mrvctl replay --check refusals.mrec
-  call 16: qos-get hif:3: ss_dhs.wr_rcvd_cnt[1]: recorded 0, now 5
-  call 16: qos-get hif:3: ss_dhs.rd_sent_cnt[1]: recorded 0, now 5
+  call 16 of mrvctl.20637: qos-get hif:3: ss_dhs.wr_rcvd_cnt[1]: recorded 0, now 5
+  call 16 of mrvctl.20637: qos-get hif:3: ss_dhs.rd_sent_cnt[1]: recorded 0, now 5
   19 calls replayed, 2 differences; 0 skipped (truncated in the recording)
   replay --check refusals.mrec: the answers differ from the recording
   [1]
@@ -24,14 +24,14 @@ The first differences are shown. Statistics need not be compared.
   19 calls replayed, 0 differences; 0 skipped (truncated in the recording)
   $ printf 'switch fault add EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl -f -
   fault: EPERM for all calls
-  call 1: write HI.2:HI_DHS_LVIF[0]: result: recorded ok, now EPERM
-  call 11: read HI.2:HI_DHS_LVIF[0]: data: recorded 0x00001234, now 0x0000120f
+  call 1 of mrvctl.20637: write HI.2:HI_DHS_LVIF[0]: result: recorded ok, now EPERM
+  call 11 of mrvctl.20637: read HI.2:HI_DHS_LVIF[0]: data: recorded 0x00001234, now 0x0000120f
   19 calls replayed, 2 differences; 0 skipped (truncated in the recording)
   stdin:2: replay --check refusals.mrec --ignore qos: the answers differ from the recording
   [1]
   $ printf 'switch fault add EPERM\nreplay --check refusals.mrec --ignore qos\n' | mrvctl --json -f - | cut -c 1-300
   {"command":"switch fault add","effect":"EPERM","calls":"all calls"}
-  {"command":"replay","file":"refusals.mrec","sent":19,"skipped":0,"differences":2,"first_differences":[{"number":1,"operation":"write","register":"HI.2:HI_DHS_LVIF[0]","field":"result","recorded":"ok","now":"EPERM"},{"number":11,"operation":"read","register":"HI.2:HI_DHS_LVIF[0]","field":"data","reco
+  {"command":"replay","files":["refusals.mrec"],"sent":19,"skipped":0,"differences":2,"first_differences":[{"program":"mrvctl","pid":20637,"number":1,"operation":"write","register":"HI.2:HI_DHS_LVIF[0]","field":"result","recorded":"ok","now":"EPERM"},{"program":"mrvctl","pid":20637,"number":11,"operat
   {"command":"replay","file":"stdin","line":2,"error":{"code":null,"name":"FAILED","text":"the answers differ from the recording"}}
   $ mkdir calls
   $ mrvctl record calls -- mrvctl read HI.2:5
@@ -40,14 +40,14 @@ The first differences are shown. Statistics need not be compared.
   $ mrvctl write HI.2:5 1
   HI.2:5 <- 0x00000001: written
   $ mrvctl replay --check read.mrec
-  call 1: read HI.2:5: data: recorded 0x00000000, now 0x00000001
+  call 1 of mrvctl.*: read HI.2:5: data: recorded 0x00000000, now 0x00000001 (glob)
   1 call replayed, 1 difference; 0 skipped (truncated in the recording)
   replay --check read.mrec: the answers differ from the recording
   [1]
   $ (echo switch fault add EPERM; echo replay --check read.mrec) | mrvctl -f -
   fault: EPERM for all calls
-  call 1: read HI.2:5: result: recorded ok, now EPERM
-  call 1: read HI.2:5: data: recorded 0x00000000, now nothing
+  call 1 of mrvctl.*: read HI.2:5: result: recorded ok, now EPERM (glob)
+  call 1 of mrvctl.*: read HI.2:5: data: recorded 0x00000000, now nothing (glob)
   1 call replayed, 2 differences; 0 skipped (truncated in the recording)
   stdin:2: replay --check read.mrec: the answers differ from the recording
   [1]
@@ -73,10 +73,25 @@ Without --check answers and failures do not matter.
   stdin:3: replay bringup.mrec: a transaction is open: commit it first
   end: transaction "x" was never committed: 1 write lost
   [1]
-  $ mrvctl replay bringup.mrec refusals.mrec
-  mrvctl: unexpected argument: refusals.mrec
-  Try 'mrvctl replay --help'.
-  [2]
+
+Several recordings, or a directory of them, are merged by time. --reset empties the virtual switch first.
+
+  $ mrvctl write HI.2:41 5
+  HI.2:41 <- 0x00000005: written
+  $ mkdir both; mv refusals.mrec bringup.mrec both
+  $ mrvctl replay --check both 2>/dev/null
+  call 7 of mrvctl.20637: read HI.2:41: data: recorded 0x00000000, now 0x00000005
+  24 calls replayed, 1 difference; 0 skipped (truncated in the recording)
+  [1]
+  $ mrvctl replay --check --reset both/refusals.mrec both/bringup.mrec
+  24 calls replayed, 0 differences; 0 skipped (truncated in the recording)
+  $ touch both/empty.mrec both/notes; echo damaged >both/other.mrec
+  $ mrvctl replay both --reset
+  replay: both/other.mrec is not a recording
+  replay both --reset: 1 of 4 files could not be read
+  [1]
+  $ mrvctl read SS.0:SS_CFG_CG
+  SS.0:SS_CFG_CG = 0x00000001 (1)
 
 Every address leads back to its register. Records that were truncated in a recording are skipped.
 

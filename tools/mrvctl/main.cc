@@ -17,13 +17,12 @@ namespace {
 
 struct Options {
   std::string script;
-  std::string platform;
-  std::string service;  // address of morvaned
   bool keep_going = false;
   bool interactive = false;
   bool dry_run = false;
   bool calls = false;
   bool json = false;
+  Colour colour = Colour::kAuto;
 };
 
 constexpr char kDescription[] =
@@ -44,9 +43,11 @@ void describe_options(Arguments &arguments, Options &options, Session &session) 
   arguments.flag("--dry-run", options.dry_run, "Check the syntax only");
   arguments.flag("--json", options.json, "Print results as JSON, one object per line");
   arguments.flag("--calls", options.calls, "Show each service call on standard error");
-  arguments.word("--platform FILE", options.platform,
+  arguments.parsed("--color auto|always|never", options.colour, parse_colour,
+                   "Use colours (default: auto)");
+  arguments.word("--platform FILE", session.platform,
                  "Platform library (default: $MORVANE_PLATFORM)");
-  arguments.word("--switch PATH", options.service,
+  arguments.word("--switch PATH", session.service,
                  "morvaned socket or none (default: $MORVANE_SWITCH)");
   arguments.number<uint32_t>("--slot N", session.slot, "Card slot (default: 0)", 0, 255);
   arguments.number<uint32_t>("--module N", session.module, "Module (default: 0)", 0, 3);
@@ -77,9 +78,9 @@ void show_dry_run(Session &session, const Script &script) {
 void initialise(Session &session, const Options &options, Requires setup) {
   watch_calls(options.calls);
   if (setup != Requires::kNone)
-    open_platform(options.platform);
+    open_platform(session.platform);
   if (setup == Requires::kLibrary || setup == Requires::kPlatform)
-    connect_to_switch(options.service);
+    connect_to_switch(session.service);
   if (setup == Requires::kLibrary)
     session.initialise();
 }
@@ -105,10 +106,7 @@ int run_and_close(Runner &runner, Session &session, const Options &options, cons
                   const std::string &shown) {
   if (options.json)
     session.report.use_json();
-  session.open_platform = [&options] {
-    open_platform(options.platform);
-    connect_to_switch(options.service);
-  };
+  session.report.use_colour(options.colour);
   session.report.take_standard_output();
   const SignalHandler ending({SIGINT, SIGTERM, SIGHUP, SIGPIPE}, end_by_signal);
   Script script = {shown, {{0, shown, chosen}}};
@@ -124,20 +122,22 @@ int run_and_close(Runner &runner, Session &session, const Options &options, cons
   return runner.status();
 }
 
-int refuse(const std::string &text, const std::string &command, bool json) {
+int refuse(const std::string &text, const std::string &command, const Options &options) {
   Report report;
   report.set_command(command);
-  if (json)
+  report.use_colour(options.colour);
+  if (options.json)
     report.use_json();
-  const std::string help = command.empty() ? "--help" : command + " --help";
-  report.failure({}, "mrvctl", UsageError(text + (json ? "" : "\nTry 'mrvctl " + help + "'.")));
+  report.failure({}, "mrvctl", UsageError(text));
+  if (!options.json)
+    print_error("Try 'mrvctl " + command + (command.empty() ? "" : " ") + "--help'.\n");
   return static_cast<int>(Status::kUsage);
 }
 
-int refuse_without_command(bool json) {
-  if (!json)
+int refuse_without_command(const Options &options) {
+  if (!options.json)
     print_error(std::string(kDescription) + "\nUsage: mrvctl [OPTIONS] COMMAND\n");
-  return refuse("no command", "", json);
+  return refuse("no command", "", options);
 }
 
 int parse_and_run(int argc, char **argv) {
@@ -163,15 +163,15 @@ int parse_and_run(int argc, char **argv) {
     return static_cast<int>(std::cout ? Status::kDone : Status::kFailed);
   } catch (const ArgumentsRefused &refusal) {
     // The parser may have stopped before it came to the option.
-    const bool json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
-    return refuse(refusal.what(), refusal.command(), json);
+    options.json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
+    return refuse(refusal.what(), refusal.command(), options);
   }
   if (chosen.run && !options.script.empty())
-    return refuse("give either a command or a script", chosen.name, options.json);
+    return refuse("give either a command or a script", chosen.name, options);
   if (!chosen.run && options.script.empty())
-    return refuse_without_command(options.json);
+    return refuse_without_command(options);
   if (options.interactive && options.script != "-")
-    return refuse("--interactive is for -f -", "", options.json);
+    return refuse("--interactive is for -f -", "", options);
   if (is_interactive(options))
     chosen = parser.parse({"shell", "--plain"});
   return run_and_close(runner, session, options, chosen, shown_command(chosen.name, argc, argv));

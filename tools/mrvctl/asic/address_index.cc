@@ -184,6 +184,10 @@ AddressRange AddressIndex::range_of(const RegisterReference &reference) const {
 std::optional<uint32_t> AddressIndex::last_word_of(const RegisterReference &reference,
                                                    uint32_t address, uint32_t words) const {
   const uint64_t end = address + uint64_t{words} * 4;
+  if (reference.address) {
+    const bool inside = address <= *reference.address && *reference.address < end;
+    return inside ? std::make_optional((*reference.address - address) / 4) : std::nullopt;
+  }
   auto span =
       std::upper_bound(spans_.begin(), spans_.end(), address,
                        [](uint32_t wanted, const AddressSpan &one) { return wanted < one.end; });

@@ -49,6 +49,7 @@ struct AddressRange {
 
 class AddressIndex {
  public:
+  AddressIndex() = default;  // without any register
   explicit AddressIndex(const RegisterMap &map);
 
   // Empty where no register has that address.

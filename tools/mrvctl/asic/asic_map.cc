@@ -1,6 +1,8 @@
 // The platform's register map, asked as any client may ask it.
 #include "asic/asic_map.h"
 
+#include <cstring>
+
 #include "text/errors.h"
 #include "text/text.h"
 
@@ -14,6 +16,17 @@ RegisterMap::RegisterMap(const morvane::caller &caller) {
   bases_ = kel_asic_get_all_base_table(revision);
   offsets_ = kel_asic_get_all_reg_table(revision);
   check_tables();
+}
+
+RegisterMap::RegisterMap(std::shared_ptr<StoredMap> stored) : stored_(std::move(stored)) {
+  bases_ = stored_->pointers.data();
+  offsets_ = bases_ + KEL_ASIC_NUM_BLK;
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    const auto instances = static_cast<uint32_t>(stored_->bases[info.block].size());
+    std::memcpy(reinterpret_cast<char *>(&limits_) + info.limit, &instances, sizeof instances);
+    bases_[info.block] = stored_->bases[info.block].data();
+    offsets_[info.block] = stored_->offsets[info.block].data();
+  }
 }
 
 // The library does not check the tables, and every client that uses them would crash.
@@ -63,6 +76,11 @@ std::vector<RegisterBlock> RegisterMap::runs(kel_asic_blk_t block, uint32_t inst
 }
 
 int RegisterMap::hook_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) const {
+  if (stored_ != nullptr) {
+    const auto table = stored_->tables.find({block, vreg});
+    const bool known = table != stored_->tables.end() && index <= table->second.highest_index;
+    return known ? static_cast<int>(table->second.entry_size) : -1;
+  }
   return hooks_.reg_dhs_entry_size == nullptr ? -1 : hooks_.reg_dhs_entry_size(block, vreg, index);
 }
 

@@ -1,7 +1,11 @@
 // The platform's register map: limits, addresses and the entry-size hook.
 #pragma once
 
+#include <array>
+#include <map>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "asic/register_names.h"
@@ -16,15 +20,33 @@ struct RegisterBlock {
   uint32_t count;
 };
 
+// A register map that a file has kept.
+struct StoredMap {
+  struct HookTable {
+    uint32_t entry_size;
+    uint32_t highest_index;
+  };
+
+  std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> bases;    // of the instances
+  std::array<std::vector<kel_asic_reg_t>, KEL_ASIC_NUM_BLK> offsets;  // of all registers
+  std::map<std::pair<kel_asic_blk_t, kel_asic_reg_t>, HookTable> tables;
+  std::array<const kel_asic_reg_t *, 2 * KEL_ASIC_NUM_BLK> pointers;  // to both, for RegisterMap
+};
+
 class RegisterMap {
  public:
   // Throws OperationFailed where the platform describes no Morvane.
   explicit RegisterMap(const morvane::caller &caller);
+  explicit RegisterMap(std::shared_ptr<StoredMap> stored);
 
   const kel_asic_limits_t &limits() const { return limits_; }
   uint32_t instances(kel_asic_blk_t block) const {
     return kel_asic_block_instances(&limits_, block);
   }
+
+  uint32_t base(kel_asic_blk_t block, uint32_t instance) const { return bases_[block][instance]; }
+  // KEL_ASIC_NO_REGISTER of a hole.
+  uint32_t offset(kel_asic_blk_t block, kel_asic_reg_t vreg) const { return offsets_[block][vreg]; }
 
   // Address of a register that exists.
   uint32_t address(const Register &reg) const;
@@ -49,6 +71,7 @@ class RegisterMap {
   kel_asic_limits_t limits_ = {};
   const kel_asic_reg_t **bases_ = nullptr;
   const kel_asic_reg_t **offsets_ = nullptr;
+  std::shared_ptr<StoredMap> stored_;  // null: the platform has the map
 };
 
 }  // namespace mrvctl

@@ -98,6 +98,15 @@ RegisterReference parse_register_reference(const std::string &text) {
   return reference;
 }
 
+RegisterReference parse_register_or_address(const std::string &text) {
+  if (!begins_as_number(text))
+    return parse_register_reference(text);
+  RegisterReference reference;
+  reference.text = text;
+  reference.address = parse_number(text);
+  return reference;
+}
+
 Register RegisterReference::first() const {
   return {block, instance.value_or(0), registers ? registers->first : 0};
 }

@@ -30,6 +30,7 @@ struct RegisterReference {
   std::optional<Range> entries;      // of a table
   std::optional<uint32_t> word;      // of a single entry
   bool is_table = false;             // it has entries, or is the name of a table
+  std::optional<uint32_t> address;   // of a word, in place of all these
 
   // The first register, in the first instance.
   Register first() const;
@@ -37,6 +38,9 @@ struct RegisterReference {
 
 // Reads "HI", "HI.2", "HI.*:5", "HI.2:HI_DHS_LVIF[5]" ... Throws UsageError.
 RegisterReference parse_register_reference(const std::string &text);
+
+// The same, or the address of a register as a number.
+RegisterReference parse_register_or_address(const std::string &text);
 
 // Each throws UsageError unless the reference is what is wanted: registers or, with the remedy in
 // the message, plain registers, which are not a table; and one register.

@@ -18,6 +18,7 @@ namespace {
 // In a request and its answer, and in a table.
 constexpr size_t kWordsShown = 8, kWordsInTable = 2;
 constexpr size_t kEntriesShown = 4, kEntriesInTable = 3;
+constexpr size_t kDateLength = 11, kBriefTimeLength = 12;  // "2026-11-25 ", "10:25:40.651"
 constexpr char kCommandPrefix[] = "KEL_ASIC_CMD_";
 
 const char *case_name(uint32_t case_code) {
@@ -132,7 +133,7 @@ std::string write_text(const kel_asic_xn_entry_t &entry, const AddressIndex &ind
 
 // The first entries; those of a register if one is asked for.
 std::string entries_text(const TransactionFields &transaction, const AddressIndex &index,
-                         const std::optional<RegisterReference> &wanted) {
+                         const std::optional<RegisterReference> &wanted, bool brief) {
   std::vector<std::string> entries;
   for (size_t i = 0; i < transaction.entries.size(); ++i) {
     const kel_asic_xn_entry_t &entry = transaction.entries[i];
@@ -142,15 +143,15 @@ std::string entries_text(const TransactionFields &transaction, const AddressInde
       return join(entries, ", ") + ", ...";
     const Caller *const caller = transaction.callers[i].get();
     entries.push_back(write_text(entry, index) +
-                      (caller == nullptr ? "" : " by " + caller_text(*caller)));
+                      (caller == nullptr ? "" : " by " + caller_text(*caller, brief)));
   }
   return join(entries, ", ");
 }
 
 std::string detail_text(const DecodedCall &call, const AddressIndex &index,
-                        const std::optional<RegisterReference> &wanted) {
+                        const std::optional<RegisterReference> &wanted, bool brief) {
   if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
-    return entries_text(*transaction, index, wanted);
+    return entries_text(*transaction, index, wanted, brief);
   const auto *qos = std::get_if<QosFields>(&call.answer);
   return qos != nullptr && qos->type == QOS_STATS_GET ? stats_text(qos->stats) : "";
 }
@@ -212,36 +213,34 @@ std::string target_text(const DecodedCall &call, const AddressIndex &index) {
   return "-";
 }
 
-std::string caller_text(const Caller &caller) {
+std::string caller_text(const Caller &caller, bool brief) {
   if (caller.func.empty() && caller.file.empty())
     return "";
-  return printable(caller.func) + (caller.func.empty() ? "" : " ") + printable(caller.file) +
+  const std::string file = brief ? caller.file.substr(caller.file.rfind('/') + 1) : caller.file;
+  return printable(caller.func) + (caller.func.empty() ? "" : " ") + printable(file) +
          format(":%u", caller.line) +
-         (caller.context == 0 ? "" : format(" context %u", caller.context));
+         (caller.context == 0 || brief ? "" : format(" context %u", caller.context));
 }
 
-std::string caller_text(const DecodedCall &call) {
+std::string caller_text(const DecodedCall &call, bool brief) {
   const auto *reg = std::get_if<RegisterFields>(&call.request);
-  return reg == nullptr ? "" : caller_text(*reg);
+  return reg == nullptr ? "" : caller_text(*reg, brief);
 }
 
-std::string call_heading(size_t process_width) {
-  return format("%-26s  %-*s  %12s  %-13s  %-30s  %-26s  %-10s  %s\n", "TIME",
-                static_cast<int>(process_width), "PROCESS", "DURATION", "OPERATION", "REGISTER",
-                "VALUE", "RESULT", "CALLER");
-}
-
-std::string call_line(const DecodedCall &call, const AddressIndex &index, size_t process_width,
-                      const std::optional<RegisterReference> &wanted) {
-  const std::string duration = call.duration_ns ? duration_text(*call.duration_ns) : "-";
-  std::string line =
-      format("%s  %-*s  %12s  %-13s  %-30s  %-26s  %-10s  ", local_time_text(call.wall_ns).c_str(),
-             static_cast<int>(process_width), call.process->label.c_str(), duration.c_str(),
-             call.operation.c_str(), target_text(call, index).c_str(), value_text(call).c_str(),
-             call.outcome.c_str()) +
-      caller_text(call) + detail_text(call, index, wanted);
-  line.erase(line.find_last_not_of(' ') + 1);
-  return line + "\n";
+std::vector<std::string> call_cells(const DecodedCall &call, const AddressIndex &index,
+                                    const std::optional<RegisterReference> &wanted, bool brief) {
+  const std::string time = local_time_text(call.wall_ns);
+  std::string duration = call.duration_ns ? duration_text(*call.duration_ns) : "-";
+  if (brief && call.duration_ns)
+    duration.resize(duration.size() - 2);
+  return {brief ? time.substr(kDateLength, kBriefTimeLength) : time,
+          call.process->label,
+          duration,
+          call.operation,
+          target_text(call, index),
+          value_text(call),
+          call.outcome,
+          caller_text(call, brief) + detail_text(call, index, wanted, brief)};
 }
 
 }  // namespace mrvctl

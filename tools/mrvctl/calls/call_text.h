@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "asic/address_index.h"
 #include "calls/decoded_call.h"
@@ -21,15 +22,16 @@ std::string masked_text(uint32_t value, uint32_t mask);
 // What the call is about: a register, a command, a port, the name of a transaction.
 std::string target_text(const DecodedCall &call, const AddressIndex &index);
 
-// "main client.c:10 context 7"; empty if it is not known.
-std::string caller_text(const Caller &caller);
-std::string caller_text(const DecodedCall &call);
+// "main src/client.c:10 context 7", brief "main client.c:10"; empty if it is not known.
+std::string caller_text(const Caller &caller, bool brief = false);
+std::string caller_text(const DecodedCall &call, bool brief = false);
 
-// One line of a table that has these headings. Behind a call that does not tell its caller stand
-// the first entries of its transaction, of those that touch a register where one is wanted, or the
-// sums of its statistics.
-std::string call_heading(size_t process_width);
-std::string call_line(const DecodedCall &call, const AddressIndex &index, size_t process_width,
-                      const std::optional<RegisterReference> &wanted);
+// The columns of a table of calls: time, process, duration, operation, register, value, result and
+// caller. A call that does not name its caller has the first entries of its transaction there, or
+// those of the wanted register, or the sums of its statistics. `brief` is for a
+// narrow table: times without dates, microseconds as numbers, callers without directory and
+// context.
+std::vector<std::string> call_cells(const DecodedCall &call, const AddressIndex &index,
+                                    const std::optional<RegisterReference> &wanted, bool brief);
 
 }  // namespace mrvctl

@@ -1,6 +1,12 @@
 #include "commands/call_files.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <cstring>
 
 #include "recording_file.h"
@@ -13,6 +19,15 @@ namespace {
 constexpr size_t kMaxOpenFiles = 256;
 
 }  // namespace
+
+std::string recording_directory(const std::string &name) {
+  char path[PATH_MAX];
+  const bool made = mkdir(name.c_str(), 0777) == 0 || errno == EEXIST;
+  if (!made || realpath(name.c_str(), path) == nullptr ||
+      access((std::string(path) + "/.").c_str(), W_OK | X_OK) != 0)
+    throw OperationFailed("cannot record in " + name + ": " + std::strerror(errno));
+  return path;
+}
 
 CallFiles::~CallFiles() {
   for (const auto &[client, file] : files_)

@@ -10,6 +10,10 @@
 
 namespace mrvctl {
 
+// The absolute path of a directory for recordings, as a program may change its directory before it
+// is recorded. Makes the directory if it is missing. Throws OperationFailed.
+std::string recording_directory(const std::string &name);
+
 class CallFiles {
  public:
   // Files in this directory, each with so many bytes for calls.

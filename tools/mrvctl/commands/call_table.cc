@@ -1,22 +1,35 @@
 #include "commands/call_table.h"
 
-#include "calls/call_text.h"
+#include "commands/arguments.h"
 #include "output/call_json.h"
 
 namespace mrvctl {
 
-CallTable::CallTable(Session &session, const AddressIndex &index, size_t process_width,
-                     const std::optional<RegisterReference> &wanted)
-    : report_(session.report), index_(index), process_width_(process_width), wanted_(wanted) {
-  if (!report_.json())
-    report_.result({}, call_heading(process_width));
+void describe_call_table(Arguments &arguments, CallTableArgs &args) {
+  arguments.flag("--wide", args.wide,
+                 "Dates and complete columns, as in a file (default at a terminal: its width)");
+  arguments.parsed("--columns LIST", args.columns, parse_call_columns,
+                   "Some of " + call_column_names());
 }
 
-void CallTable::show(const DecodedCall &call) const {
+CallTable::CallTable(Session &session, const AddressIndex &index, const CallTableArgs &args,
+                     size_t process_width, const std::optional<RegisterReference> &wanted)
+    : report_(session.report),
+      index_(index),
+      lines_(index,
+             {args.columns, args.wide ? 0 : report_.terminal_width(), process_width, wanted}) {
+}
+
+void CallTable::show(const DecodedCall &call) {
   if (report_.json())
     report_.result(call_json(call, index_), "");
   else
-    report_.result({}, call_line(call, index_, process_width_, wanted_));
+    report_.result({}, lines_.add(call));
+}
+
+void CallTable::flush() {
+  if (!report_.json())
+    report_.result({}, lines_.flush());
 }
 
 }  // namespace mrvctl

@@ -26,13 +26,10 @@ struct CallsArgs {
   bool follow = false;
   bool summary = false;
   std::string pcap;
+  bool force = false;
+  CallTableArgs table;
+  std::string map;
 };
-
-std::vector<std::string> resolved(const Session &session, std::vector<std::string> paths) {
-  for (std::string &path : paths)
-    path = session.resolve(path);
-  return paths;
-}
 
 // Hands on the calls that are there and chosen.
 template <typename Take>
@@ -49,10 +46,11 @@ void show_summary(Session &session, RecordedCalls &source, const CallsArgs &args
   CallSummary summary;
   take_calls(source, args, index, [&](const DecodedCall &call) { summary.add(call, index); });
   const Listing listing = summary.listing();
-  session.report.result({{"summary", listing.json()}}, listing.text());
+  const size_t width = args.table.wide ? 0 : session.report.terminal_width();
+  session.report.result({{"summary", listing.json()}}, cut_lines(listing.text(), width));
 }
 
-void show_calls(const CallTable &table, RecordedCalls &source, const CallsArgs &args,
+void show_calls(CallTable &table, RecordedCalls &source, const CallsArgs &args,
                 const AddressIndex &index) {
   std::deque<DecodedCall> last;
   take_calls(source, args, index, [&](const DecodedCall &call) {
@@ -64,9 +62,10 @@ void show_calls(const CallTable &table, RecordedCalls &source, const CallsArgs &
   });
   for (const DecodedCall &call : last)
     table.show(call);
+  table.flush();
 }
 
-void follow(RecordedCalls &source, const CallTable &table, const CallsArgs &args,
+void follow(RecordedCalls &source, CallTable &table, const CallsArgs &args,
             const AddressIndex &index) {
   for (const Interrupt scope({SIGINT}); interrupted == 0;
        interruptible_sleep(kSecondsBetweenLooks)) {
@@ -81,12 +80,18 @@ void write_pcapng(Session &session, RecordedCalls &source, const CallsArgs &args
   for (size_t file = 0; file < source.files(); ++file)
     interfaces.push_back(source.process(file).label);
   const std::string path = session.resolve(args.pcap);
-  PcapngWriter writer(path, interfaces);
+  const bool to_output = path == "-";
+  if (to_output && session.report.on_terminal())
+    throw OperationFailed("packets are not for a terminal: pipe or redirect the output");
+  PcapngWriter writer(to_output ? session.report.output_copy() : new_file(path, args.force), path,
+                      interfaces);
   take_calls(source, args, index, [&](const DecodedCall &call) { writer.add(call, index); });
   writer.close();
-  session.report.result({{"pcap", path}, {"packets", writer.packets()}},
-                        format("%llu packets written to %s\n",
-                               static_cast<unsigned long long>(writer.packets()), path.c_str()));
+  if (to_output)
+    return;
+  session.report.result(
+      {{"pcap", path}, {"packets", writer.packets()}},
+      count_text(writer.packets(), "packet", "packets") + " written to " + path + "\n");
 }
 
 void check_calls(const CallsArgs &args) {
@@ -94,20 +99,22 @@ void check_calls(const CallsArgs &args) {
     throw UsageError("--follow, --summary and --pcap exclude each other");
   if (args.last > 0 && (args.summary || !args.pcap.empty()))
     throw UsageError("--last is for the table of calls");
+  if (args.force && args.pcap.empty())
+    throw UsageError("--force is for --pcap");
 }
 
 void run_calls(Session &session, const CallsArgs &args) {
-  const AddressIndex index(session.map());
-  using UnderWay = RecordedCalls::UnderWay;
+  const AddressIndex index = register_names(session, args.map, args.choice.reg);
+  using Purpose = RecordedCalls::Purpose;
   RecordedCalls source(
-      resolved(session, args.files), args.follow ? UnderWay::kLeftOut : UnderWay::kIncluded,
+      resolved(session, args.files), args.follow ? Purpose::kFollow : Purpose::kShow,
       [&](const OperationFailed &failure) { report_failure(session, failure); }, index);
   if (!args.pcap.empty()) {
     write_pcapng(session, source, args, index);
   } else if (args.summary) {
     show_summary(session, source, args, index);
   } else {
-    const CallTable table(session, index, source.label_width(), args.choice.reg);
+    CallTable table(session, index, args.table, source.label_width(), args.choice.reg);
     show_calls(table, source, args, index);
     if (args.follow)
       follow(source, table, args, index);
@@ -119,13 +126,14 @@ void run_calls(Session &session, const CallsArgs &args) {
 struct LastWriteArgs {
   RegisterReference reference;
   std::vector<std::string> files;
+  std::string map;
 };
 
 void run_last_write(Session &session, const LastWriteArgs &args) {
-  const AddressIndex index(session.map());
+  const AddressIndex index = register_names(session, args.map, args.reference);
   const PlacedRegister reg = {args.reference, session.module, session.asic};
   RecordedCalls source(
-      resolved(session, args.files), RecordedCalls::UnderWay::kIncluded,
+      resolved(session, args.files), RecordedCalls::Purpose::kShow,
       [&](const OperationFailed &failure) { report_failure(session, failure); }, index);
   std::optional<DecodedCall> last;
   while (std::optional<DecodedCall> call = source.next()) {
@@ -155,12 +163,8 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
   source.throw_if_unreadable();
 }
 
-void describe_files(Arguments &arguments, std::vector<std::string> &files) {
-  arguments.words("FILE", files, "Recordings, of one or more processes");
-}
-
 void describe_calls(Arguments &arguments, CallsArgs &args) {
-  describe_files(arguments, args.files);
+  describe_recordings(arguments, args.files);
   describe_choice(arguments, args.choice);
   describe_period(arguments, args.choice);
   arguments.number<uint32_t>("--last N", args.last, "Only the last N of these calls", 1);
@@ -168,13 +172,19 @@ void describe_calls(Arguments &arguments, CallsArgs &args) {
   arguments.flag("--summary", args.summary,
                  "Summarize by operation: calls, failures, durations, slowest caller");
   arguments.word("--pcap OUT", args.pcap,
-                 "Write the calls to a new pcapng file, for Wireshark with morvane.lua");
+                 "Write the calls to a new pcapng file, for Wireshark with morvane.lua;\n"
+                 "-: to standard output");
+  arguments.flag("--force", args.force, "With --pcap: replace the file");
+  describe_call_table(arguments, args.table);
+  describe_map(arguments, args.map);
 }
 
 void describe_last_write(Arguments &arguments, LastWriteArgs &args) {
-  describe_register(arguments, args.reference,
-                    "HI.2:40, HI.2:HI_DHS_LVIF for all entries, HI.2:HI_DHS_LVIF[5] for one");
-  describe_files(arguments, args.files);
+  arguments.reference("REGISTER", args.reference, parse_register_or_address, is_block_instance,
+                      "HI.2:40, HI.2:HI_DHS_LVIF for all entries, HI.2:HI_DHS_LVIF[5] for one,\n"
+                      "or an address");
+  describe_recordings(arguments, args.files);
+  describe_map(arguments, args.map);
 }
 
 }  // namespace
@@ -187,15 +197,14 @@ void add_call_commands(Parser &parser) {
                          "merged by time. No register is accessed.",
                          "mrvctl calls examples/recordings/bringup.mrec --summary\n"
                          "mrvctl calls examples/recordings/*.mrec --writes --last 5",
-                         Requires::kRegisterMap},
+                         Requires::kNone},
                         describe_calls, check_calls, run_calls);
   parser.add<LastWriteArgs>(
       {"last-write", "Recordings",
        "Show the last write to a register\n"
        "The process, time and result are shown. "
        "A failed write counts too. The command fails if the recordings hold no write.",
-       "mrvctl last-write HI.2:HI_DHS_LVIF examples/recordings/refusals.mrec",
-       Requires::kRegisterMap},
+       "mrvctl last-write HI.2:HI_DHS_LVIF examples/recordings/refusals.mrec", Requires::kNone},
       describe_last_write, run_last_write);
 }
 

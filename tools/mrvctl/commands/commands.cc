@@ -17,7 +17,7 @@ void add_commands(Parser &parser) {
   add_register_commands(parser);
   add_find_command(parser);
   add_annotate_command(parser);
-  add_dump_command(parser);
+  add_dump_commands(parser);
   add_table_commands(parser);
   add_transaction_commands(parser);
   add_program_commands(parser);

@@ -15,7 +15,7 @@
 namespace mrvctl {
 
 void add_register_commands(Parser &parser);
-void add_dump_command(Parser &parser);
+void add_dump_commands(Parser &parser);
 void add_find_command(Parser &parser);
 void add_annotate_command(Parser &parser);
 void add_table_commands(Parser &parser);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "asic/map_file.h"
 #include "commands/commands.h"
 #include "commands/reads.h"
 #include "text/text.h"
@@ -128,9 +129,14 @@ void describe_dump(Arguments &arguments, DumpArgs &args) {
   arguments.flag("--named", args.named, "Only the registers that have a name");
 }
 
+void run_dump_map(Session &session) {
+  const std::string text = map_text(session.map());
+  session.report.result({{"text", text}}, text);
+}
+
 }  // namespace
 
-void add_dump_command(Parser &parser) {
+void add_dump_commands(Parser &parser) {
   parser.add<DumpArgs>(
       {"dump", "Look",
        "Print registers as a script that restores them\n"
@@ -139,6 +145,13 @@ void add_dump_command(Parser &parser) {
        "mrvctl dump HI.2:40..47 > saved.mrv\n"
        "mrvctl -f saved.mrv"},
       describe_dump, check_dump, run_dump);
+  parser.add(
+      {"dump-map", "Look",
+       "Print the register map for calls --map\n"
+       "With the file, calls and last-write name registers on a machine without the platform "
+       "library.",
+       "mrvctl dump-map > switch.map", Requires::kRegisterMap},
+      run_dump_map);
 }
 
 }  // namespace mrvctl

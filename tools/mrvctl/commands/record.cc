@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "commands/call_files.h"
 #include "commands/commands.h"
 #include "host/platform_library.h"
 #include "recording_format.h"
@@ -24,21 +25,12 @@ struct RecordArgs {
 };
 
 void describe_record(Arguments &arguments, RecordArgs &args) {
-  arguments.word("DIR", args.directory, "Existing directory for the recordings");
+  arguments.word("DIR", args.directory, "Directory for the recordings, made if it is missing");
   arguments.number<uint32_t>(
       "--size N", args.size,
       format("Bytes of calls to keep per process (default: %u)", MREC_RING_DEFAULT), MREC_RING_MIN,
       MREC_RING_MAX);
   arguments.words("PROGRAM", args.program, "Program and its arguments");
-}
-
-// The program may change its directory before it is recorded.
-std::string recordable_directory(const std::string &name) {
-  char path[PATH_MAX];
-  if (realpath(name.c_str(), path) == nullptr ||
-      access((std::string(path) + "/.").c_str(), W_OK | X_OK) != 0)
-    throw OperationFailed("cannot record in " + name + ": " + std::strerror(errno));
-  return path;
 }
 
 // The recorder of the same build or install, for programs of the tool's word size.
@@ -99,7 +91,7 @@ void run_record(Session &session, const RecordArgs &args) {
   const char *const preloaded = getenv("LD_PRELOAD");
   const std::string others =
       preloaded == nullptr || *preloaded == '\0' ? "" : std::string(":") + preloaded;
-  set_variable("MORVANE_RECORD", recordable_directory(args.directory));
+  set_variable("MORVANE_RECORD", recording_directory(args.directory));
   if (args.size)
     set_variable("MORVANE_RECORD_SIZE", std::to_string(*args.size));
   set_variable("LD_PRELOAD", for_both_sizes(find_recorder()) + others);
@@ -122,7 +114,9 @@ void add_record_command(Parser &parser) {
        "recent calls. The file survives a crash. The exit status is the program's. A 32-bit mrvctl "
        "records 64-bit programs, and vice versa, if that recorder is installed too; otherwise "
        "ld.so prints that it ignores the recorder. Set-user-ID programs are not recorded.",
-       "mrvctl record . -- mrvctl read HI.2:40", Requires::kNone},
+       "mrvctl record calls -- mrvctl read HI.2:40\n"
+       "mrvctl calls calls",
+       Requires::kNone},
       describe_record, run_record);
 }
 

@@ -2,9 +2,12 @@
 #include "commands/recorded_calls.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
+#include "asic/map_file.h"
 #include "commands/transaction_writes.h"
+#include "host/platform_library.h"
 #include "text/errors.h"
 #include "text/text.h"
 #include "text/times.h"
@@ -17,18 +20,35 @@ std::string loss_text(uint64_t count, const char *one, const char *more, const c
   return count == 0 ? "" : count_text(count, one, more) + " " + how;
 }
 
+// The recordings in a directory, in the order of their names; of a file itself.
+std::vector<std::string> files_at(const std::string &path) {
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  if (!fs::is_directory(path, ec))
+    return {path};
+  std::vector<std::string> files;
+  for (fs::directory_iterator entry(path, ec), end; !ec && entry != end; entry.increment(ec)) {
+    if (entry->path().extension() == ".mrec")
+      files.push_back(entry->path().string());
+  }
+  if (ec)
+    throw OperationFailed("cannot read " + path + ": " + ec.message());
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
 }  // namespace
 
 void describe_choice(Arguments &arguments, CallChoice &choice) {
   const auto parse_reg = [](const std::string &text) {
-    return std::make_optional(parse_register_reference(text));
+    return std::make_optional(parse_register_or_address(text));
   };
   const auto parse_microseconds = [](const std::string &text) {
     return std::make_optional(parse_number<uint32_t>(text) * uint64_t{1000});
   };
   arguments.parsed("--register REGISTER", choice.reg, parse_reg,
-                   "Only calls that touch this register, table entry, or block instance: HI.2:40,\n"
-                   "HI.2:HI_DHS_LVIF[5], HI.2");
+                   "Only calls that touch this register, table entry, block instance or address:\n"
+                   "HI.2:40, HI.2:HI_DHS_LVIF[5], HI.2, 0x102000a0");
   arguments.flag("--writes", choice.writes, "Only calls that change something");
   arguments.flag("--failed", choice.failed, "Only calls that failed");
   arguments.parsed("--slower MICROSECONDS", choice.slower_ns, parse_microseconds,
@@ -38,10 +58,9 @@ void describe_choice(Arguments &arguments, CallChoice &choice) {
 }
 
 void describe_period(Arguments &arguments, CallChoice &choice) {
-  arguments.parsed(
-      "--since TIME", choice.since_ns, parse_moment,
-      "Only calls that began at TIME or later: 2026-11-25 03:00, 03:00 today, -10m, or\n"
-      "@SECONDS since 1970");
+  arguments.parsed("--since TIME", choice.since_ns, parse_moment,
+                   "Only calls that began at TIME or later: 2026-11-25 03:00, 03:00 today, 10m or\n"
+                   "'10 min ago', or @SECONDS since 1970");
   arguments.parsed("--until TIME", choice.until_ns, parse_moment,
                    "Only calls that began before TIME");
 }
@@ -67,18 +86,59 @@ DecodedCall decoded_call(recording::Call &&call) {
   return decoded;
 }
 
-RecordedCalls::RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way,
-                             ReportUnreadable report_unreadable, const AddressIndex &index)
-    : under_way_(under_way),
-      index_(index),
-      report_unreadable_(std::move(report_unreadable)),
-      paths_(paths.size()) {
-  for (const std::string &path : paths) {
-    if (can_read([&] { sources_.emplace_back(path); }))
-      identify(sources_.back());
+void describe_recordings(Arguments &arguments, std::vector<std::string> &paths) {
+  arguments.words("FILE", paths, "Recordings, or directories for all *.mrec in them");
+}
+
+std::vector<std::string> resolved(const Session &session, std::vector<std::string> paths) {
+  for (std::string &path : paths)
+    path = session.resolve(path);
+  return paths;
+}
+
+void describe_map(Arguments &arguments, std::string &map_file) {
+  arguments.word("--map FILE", map_file,
+                 "Register map written by 'mrvctl dump-map' (default: the platform's; without\n"
+                 "a platform addresses are printed)");
+}
+
+AddressIndex register_names(Session &session, const std::string &map_file,
+                            const std::optional<RegisterReference> &reg) {
+  if (!map_file.empty())
+    return AddressIndex(read_map(session.resolve(map_file)));
+  try {
+    open_platform(session.platform);
+    return AddressIndex(session.map());
+  } catch (const OperationFailed &failure) {
+    const std::string why = std::string("no register map: ") + failure.what();
+    if (reg && !reg->address)
+      throw OperationFailed(why + "; to find " + reg->text + " use --map FILE, or its address");
+    print_error("mrvctl: " + why + "; use --map FILE to name registers\n");
+    return {};
   }
-  if (sources_.empty())
-    throw_if_unreadable();
+}
+
+RecordedCalls::RecordedCalls(std::vector<std::string> paths, Purpose purpose,
+                             ReportUnreadable report_unreadable, const AddressIndex &index)
+    : paths_(std::move(paths)),
+      purpose_(purpose),
+      index_(index),
+      report_unreadable_(std::move(report_unreadable)) {
+  open_new_files();
+  if (!sources_.empty())
+    return;
+  throw_if_unreadable();
+  if (purpose != Purpose::kFollow)
+    throw OperationFailed("no recordings (*.mrec) in " + join(paths_, ", "));
+}
+
+void RecordedCalls::open_new_files() {
+  for (const std::string &path : paths_) {
+    for (const std::string &file : files_at(path)) {
+      if (files_.insert(file).second && can_read([&] { sources_.emplace_back(file); }))
+        identify(sources_.back());
+    }
+  }
 }
 
 // Runs a step on a file; false if the file cannot be read. A file that is the only one fails the
@@ -89,7 +149,7 @@ bool RecordedCalls::can_read(Step step) {
     step();
     return true;
   } catch (const recording::Unreadable &error) {
-    if (paths_ == 1)
+    if (paths_.size() == 1 && files_.count(paths_[0]) != 0)
       throw OperationFailed(error.what());
     ++unreadable_;
     report_unreadable_(OperationFailed(error.what()));
@@ -99,7 +159,7 @@ bool RecordedCalls::can_read(Step step) {
 
 void RecordedCalls::throw_if_unreadable() const {
   if (unreadable_ > 0)
-    throw OperationFailed(format("%zu of %zu files could not be read", unreadable_, paths_));
+    throw OperationFailed(format("%zu of %zu files could not be read", unreadable_, files_.size()));
 }
 
 // A process may have begun to record since the file was looked at last.
@@ -150,7 +210,7 @@ void RecordedCalls::advance(size_t file) {
   source.unreadable = !can_read([&] { found = source.reader.next(&call); });
   if (found) {
     source.head = noted(file, std::move(call));
-  } else if (under_way_ == UnderWay::kIncluded) {
+  } else if (purpose_ == Purpose::kShow) {
     source.head = under_way(file);
   }
 }
@@ -168,18 +228,19 @@ std::optional<DecodedCall> RecordedCalls::next() {
 }
 
 void RecordedCalls::refresh() {
+  open_new_files();
   for (Source &source : sources_) {
     if (source.unreadable)
       continue;
     source.unreadable = !can_read([&] { source.reader.refresh(); });
     identify(source);
   }
-  if (unreadable_ == paths_)
+  if (unreadable_ == files_.size())
     throw_if_unreadable();
 }
 
 size_t RecordedCalls::label_width() const {
-  size_t width = 7;
+  size_t width = purpose_ == Purpose::kFollow ? 20 : 7;  // for files that appear later
   for (const Source &source : sources_)
     width = std::max(width, source.process.label.size());
   return width;

@@ -5,12 +5,14 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "calls/call_choice.h"
 #include "calls/decoded_call.h"
 #include "commands/arguments.h"
+#include "commands/session.h"
 #include "reader.h"
 #include "text/errors.h"
 
@@ -23,26 +25,38 @@ void describe_period(Arguments &arguments, CallChoice &choice);
 // The call, without its process and its order among those of other processes.
 DecodedCall decoded_call(recording::Call &&call);
 
+// The positional arguments that name recordings, and their paths.
+void describe_recordings(Arguments &arguments, std::vector<std::string> &paths);
+std::vector<std::string> resolved(const Session &session, std::vector<std::string> paths);
+
+// The option --map, and the names of registers: from its file or the platform, or else none. Throws
+// OperationFailed if the file is not a register map, or if there is none and `reg` requires one.
+void describe_map(Arguments &arguments, std::string &map_file);
+AddressIndex register_names(Session &session, const std::string &map_file,
+                            const std::optional<RegisterReference> &reg);
+
 class RecordedCalls {
  public:
-  // Calls that were under way when the files were looked at: of a process that died, its last.
-  enum class UnderWay { kLeftOut, kIncluded };
+  // kShow includes calls that were under way when the files were read: of a process that died, its
+  // last. kFollow accepts a directory without recordings, as they may come.
+  enum class Purpose { kShow, kFollow, kReplay };
 
   // Receives why a file cannot be read, at the moment when this shows.
   using ReportUnreadable = std::function<void(const OperationFailed &)>;
 
-  // A file that cannot be read, now or later, is reported, and the others are read on. Throws
-  // OperationFailed if no file can be read. Writes of a transaction that was not sent are under way
-  // too; the index has the addresses of their registers.
-  RecordedCalls(const std::vector<std::string> &paths, UnderWay under_way,
-                ReportUnreadable report_unreadable, const AddressIndex &index);
+  // Files, and directories for all recordings in them. A file that cannot be read, now or later, is
+  // reported, and the others are read on. Throws OperationFailed if no file can be read. Writes of
+  // a transaction that was not sent are under way too; the index has the addresses of their
+  // registers.
+  RecordedCalls(std::vector<std::string> paths, Purpose purpose, ReportUnreadable report_unreadable,
+                const AddressIndex &index);
 
   // The next call of all files; empty after the last. Within a process they come as the process
   // made them; processes of one boot of the machine compare by its monotonic clock, so that a wall
   // clock that was set confuses nothing.
   std::optional<DecodedCall> next();
 
-  // Looks at the files again: next() goes on with what has come since.
+  // Looks at the files and directories again: next() goes on with what has come since.
   void refresh();
 
   const CallingProcess &process(size_t file) const { return sources_[file].process; }
@@ -68,16 +82,18 @@ class RecordedCalls {
 
   template <typename Step>
   bool can_read(Step step);
+  void open_new_files();
   void identify(Source &source);
   void advance(size_t file);
   DecodedCall noted(size_t file, recording::Call &&call) const;
   DecodedCall placed(size_t file, DecodedCall &&call, uint64_t monotonic_ns) const;
   std::optional<DecodedCall> under_way(size_t file);
 
-  UnderWay under_way_;
+  std::vector<std::string> paths_;
+  Purpose purpose_;
   const AddressIndex &index_;
   ReportUnreadable report_unreadable_;
-  size_t paths_;
+  std::set<std::string> files_;  // that were opened, or could not be
   size_t unreadable_ = 0;
   std::deque<Source> sources_;
   std::map<std::string, uint64_t> boots_;  // the offset of each boot of the machine

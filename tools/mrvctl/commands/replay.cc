@@ -7,6 +7,7 @@
 #include "calls/call_text.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
+#include "commands/switch.h"
 #include "output/signals.h"
 #include "platform/system_service.h"
 #include "text/text.h"
@@ -19,7 +20,8 @@ constexpr uint32_t kMaxRecord = 1U << 24;
 constexpr size_t kDifferencesShown = 10;
 
 struct ReplayArgs {
-  std::string file;
+  std::vector<std::string> files;
+  bool reset = false;
   bool check = false;
   bool at_recorded_speed = false;
   bool ignore_qos = false;
@@ -98,11 +100,13 @@ void compare(const DecodedCall &recorded, const DecodedCall &now, const ReplayAr
       continue;
     if (++outcome.differences > kDifferencesShown)
       continue;
-    outcome.text +=
-        format("call %s: %s %s: %s: recorded %s, now %s\n", std::to_string(recorded.number).c_str(),
-               recorded.operation.c_str(), field.place.c_str(), field.name.c_str(),
-               old_value.c_str(), new_value.c_str());
-    outcome.first_differences.push_back({{"number", recorded.number},
+    outcome.text += format("call %s of %s: %s %s: %s: recorded %s, now %s\n",
+                           std::to_string(recorded.number).c_str(), recorded.process->label.c_str(),
+                           recorded.operation.c_str(), field.place.c_str(), field.name.c_str(),
+                           old_value.c_str(), new_value.c_str());
+    outcome.first_differences.push_back({{"program", recorded.process->program},
+                                         {"pid", recorded.process->pid},
+                                         {"number", recorded.number},
                                          {"operation", recorded.operation},
                                          {"register", field.place},
                                          {"field", field.name},
@@ -169,14 +173,19 @@ void run_replay(Session &session, const ReplayArgs &args) {
   if (session.transaction.open())
     throw OperationFailed("a transaction is open: commit it first");
   const AddressIndex index(session.map());
-  RecordedCalls source({session.resolve(args.file)}, RecordedCalls::UnderWay::kLeftOut, {}, index);
+  RecordedCalls source(
+      resolved(session, args.files), RecordedCalls::Purpose::kReplay,
+      [&](const OperationFailed &failure) { report_failure(session, failure); }, index);
+  source.throw_if_unreadable();
+  if (args.reset)
+    check_control(control<decltype(vp_reset)>("vp_reset")());
   const Outcome outcome = replay(source, args, index);
   const std::string text =
       outcome.text + count_text(outcome.sent, "call", "calls") + " replayed" +
       (args.check ? ", " + count_text(outcome.differences, "difference", "differences") : "") +
       format("; %llu skipped (truncated in the recording)\n",
              static_cast<unsigned long long>(outcome.skipped));
-  session.report.result({{"file", args.file},
+  session.report.result({{"files", args.files},
                          {"sent", outcome.sent},
                          {"skipped", outcome.skipped},
                          {"differences", args.check ? Json(outcome.differences) : Json()},
@@ -201,7 +210,8 @@ bool parse_ignored(const std::string &text) {
 }
 
 void describe_replay(Arguments &arguments, ReplayArgs &args) {
-  arguments.word("FILE", args.file, "The recording of one process");
+  describe_recordings(arguments, args.files);
+  arguments.flag("--reset", args.reset, "Empty the virtual switch first, for all its clients");
   arguments.flag(
       "--check", args.check,
       "Compare results and answers with those recorded, show the first differences, and\n"
@@ -215,12 +225,14 @@ void describe_replay(Arguments &arguments, ReplayArgs &args) {
 }  // namespace
 
 void add_replay_commands(Parser &parser) {
-  parser.add<ReplayArgs>({"replay", "Recordings",
-                          "Send the requests of a recording again, in order\n"
-                          "All requests are sent, including writes and commands. Requests whose "
-                          "data was truncated in the recording are skipped.",
-                          "mrvctl replay examples/recordings/bringup.mrec"},
-                         describe_replay, run_replay);
+  parser.add<ReplayArgs>(
+      {"replay", "Recordings",
+       "Send the requests of recordings again, in order\n"
+       "All requests are sent, including writes and commands. Several recordings are "
+       "merged by time. Requests whose "
+       "data was truncated in the recording are skipped.",
+       "mrvctl replay --check --reset examples/recordings"},
+      describe_replay, run_replay);
 }
 
 }  // namespace mrvctl

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include "host/platform_library.h"
 #include "output/signals.h"
 #include "text/errors.h"
 #include "text/text.h"
@@ -69,6 +70,11 @@ void Transaction::after_read(syserr_t result) {
 
 bool trace_enabled() {
   return access(kTraceMarker, R_OK) == 0;
+}
+
+void Session::open_platform() const {
+  mrvctl::open_platform(platform);
+  connect_to_switch(service);
 }
 
 void Session::initialise() const {

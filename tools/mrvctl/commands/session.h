@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -52,6 +51,9 @@ bool trace_enabled();
 
 class Session {
  public:
+  // Opens the platform and connects to the switch. Throws OperationFailed.
+  void open_platform() const;
+
   // Sets up the library for the slot. Throws OperationFailed.
   void initialise() const;
 
@@ -79,14 +81,14 @@ class Session {
   // Why the library may have refused a register.
   std::string refusal_hint(const Register &reg);
 
+  std::string platform;  // library, and address of morvaned, that the command line names
+  std::string service;
   uint32_t slot = 0;
   uint32_t module = 0;
   uint32_t asic = 0;
   std::string folder;  // the script's, with a slash at its end; empty outside a script
   Report report;
   Transaction transaction;
-  // Opens the platform and connects to the switch, in a command that does so itself.
-  std::function<void()> open_platform;
 
  private:
   // Why the ASIC does not exist; empty if it does.

@@ -20,6 +20,7 @@ constexpr size_t kProcessWidth = 20;  // of the column, as later clients are not
 
 struct MonitorArgs {
   CallChoice choice;
+  CallTableArgs table;
   std::string directory;  // empty: no recordings
   uint32_t size = MREC_RING_DEFAULT;
   uint32_t count = 0;  // 0: no end
@@ -53,8 +54,11 @@ DecodedCall call_of(const vp_note &note, const uint8_t *bytes, const CallingProc
 int show_calls(Session &session, const MonitorArgs &args, vp_monitor *monitor, Counts &counts) {
   auto *const next_note = control<decltype(vp_monitor_next)>("vp_monitor_next");
   const AddressIndex index(session.map());
-  const CallTable table(session, index, kProcessWidth, args.choice.reg);
-  CallFiles files(session.resolve(args.directory), args.size);
+  CallFiles files(
+      args.directory.empty() ? "" : recording_directory(session.resolve(args.directory)),
+      args.size);
+  CallTable table(session, index, args.table, kProcessWidth, args.choice.reg);
+  table.flush();
   const Interrupt scope({SIGINT, SIGTERM});
   while (interrupted == 0 && (args.count == 0 || counts.shown < args.count)) {
     const vp_note *note = nullptr;
@@ -98,6 +102,7 @@ void run_monitor(Session &session, const MonitorArgs &args) {
 
 void describe_monitor(Arguments &arguments, MonitorArgs &args) {
   describe_choice(arguments, args.choice);
+  describe_call_table(arguments, args.table);
   arguments.number<uint32_t>("--count N", args.count, "End after N calls", 1);
   arguments.word("--out DIR", args.directory,
                  "Also record these calls in DIR, a file PROGRAM.PID.mrec per client");

@@ -50,13 +50,13 @@ Listing CallSummary::listing() {
   std::stable_sort(rows.begin(), rows.end(), [](const auto &a, const auto &b) {
     return a.second->total_ns > b.second->total_ns;
   });
-  Listing listing({{"operation", "OPERATION        "},
-                   {"calls", "   CALLS", Align::kRight},
-                   {"failed", " FAILED", Align::kRight},
-                   {"total_ns", "        TOTAL", Align::kRight},
-                   {"median_ns", "     MEDIAN", Align::kRight},
-                   {"p99_ns", "        99%", Align::kRight},
-                   {"slowest_ns", "    SLOWEST", Align::kRight},
+  Listing listing({{"operation", "OPERATION"},
+                   {"calls", "CALLS", Align::kRight},
+                   {"failed", "FAILED", Align::kRight},
+                   {"total_ns", "TOTAL", Align::kRight},
+                   {"median_ns", "MEDIAN", Align::kRight},
+                   {"p99_ns", "99%", Align::kRight},
+                   {"slowest_ns", "SLOWEST", Align::kRight},
                    {"slowest", "SLOWEST CALL"}});
   const auto duration = [](uint64_t ns) { return Cell(duration_text(ns), ns); };
   for (const auto &[operation, row] : rows)

@@ -2,11 +2,13 @@
 #include "output/pcapng.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "text/errors.h"
 
@@ -106,21 +108,28 @@ Bytes packet_bytes(const DecodedCall &call, uint8_t kind, const Bytes &texts, co
 
 }  // namespace
 
-PcapngWriter::PcapngWriter(const std::string &path, const std::vector<std::string> &interfaces)
-    : path_(path) {
+std::FILE *new_file(const std::string &path, bool replace) {
+  struct stat old = {};
+  if (replace && lstat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode))
+    unlink(path.c_str());
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (fd >= 0)
-    file_.reset(fdopen(fd, "wb"));
-  if (!file_)
+  std::FILE *const file = fd < 0 ? nullptr : fdopen(fd, "wb");
+  if (file == nullptr)
     throw OperationFailed("cannot make " + path + ": " + std::strerror(errno));
+  return file;
+}
+
+PcapngWriter::PcapngWriter(std::FILE *file, std::string name,
+                           const std::vector<std::string> &interfaces)
+    : name_(std::move(name)), file_(file) {
   Bytes section;
   put(section, kByteOrder);
   put<uint16_t>(section, 1);
   put<uint16_t>(section, 0);
   put(section, UINT64_MAX);  // of an unknown length
   write_block(kSectionHeader, section);
-  for (const std::string &name : interfaces)
-    write_block(kInterfaceDescription, interface_body(name));
+  for (const std::string &interface : interfaces)
+    write_block(kInterfaceDescription, interface_body(interface));
 }
 
 void PcapngWriter::write_block(uint32_t type, const Bytes &body) {
@@ -175,7 +184,7 @@ void PcapngWriter::close() {
   if (std::fclose(file_.release()) != 0)
     failed_ = true;
   if (failed_)
-    throw OperationFailed("cannot write " + path_);
+    throw OperationFailed("cannot write " + name_);
 }
 
 }  // namespace mrvctl

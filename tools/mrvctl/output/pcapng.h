@@ -15,11 +15,14 @@
 
 namespace mrvctl {
 
+// Makes a file for its user only, as it holds what was written to the registers. A file of that
+// name is replaced if it is a regular file and `replace`. Throws OperationFailed.
+std::FILE *new_file(const std::string &path, bool replace);
+
 class PcapngWriter {
  public:
-  // Makes a file that is not there yet, for its user only: it holds what was written to the
-  // registers. An interface for each name. Throws OperationFailed.
-  PcapngWriter(const std::string &path, const std::vector<std::string> &interfaces);
+  // Takes the file, whose name is for messages. An interface for each name.
+  PcapngWriter(std::FILE *file, std::string name, const std::vector<std::string> &interfaces);
 
   // Calls come in the order in which they began; the answer has the place where it came back. The
   // call's file is its interface.
@@ -46,7 +49,7 @@ class PcapngWriter {
   // Those that come before a moment.
   void write_answers(uint64_t before_ns);
 
-  std::string path_;
+  std::string name_;
   std::unique_ptr<std::FILE, Closer> file_;
   std::multimap<uint64_t, Packet> answers_;  // by order_ns, those of one moment as they came
   uint64_t packets_ = 0;

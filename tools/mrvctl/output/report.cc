@@ -2,11 +2,13 @@
 #include "output/report.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "output/signals.h"
 #include "text/errors.h"
@@ -16,6 +18,8 @@ namespace mrvctl {
 namespace {
 
 constexpr char kClearScreen[] = "\033[H\033[J";
+constexpr char kRed[] = "\033[31m";
+constexpr char kNoColour[] = "\033[0m";
 
 std::string printable_lines(const std::string &text) {
   return printable(text, "\n\t");
@@ -30,11 +34,17 @@ void send_standard_output_to(int file) {
 
 }  // namespace
 
+Colour parse_colour(const std::string &text) {
+  for (const auto &[name, colour] :
+       {std::pair("auto", Colour::kAuto), {"always", Colour::kAlways}, {"never", Colour::kNever}}) {
+    if (text == name)
+      return colour;
+  }
+  throw UsageError("'" + text + "' is not auto, always or never");
+}
+
 void Report::take_standard_output() {
-  const int results = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
-  out_ = results < 0 ? nullptr : fdopen(results, "w");
-  if (out_ == nullptr)
-    throw OperationFailed(std::string("no standard output: ") + std::strerror(errno));
+  out_ = output_copy();
   send_standard_output_to(STDERR_FILENO);
 }
 
@@ -48,15 +58,32 @@ void Report::discard_library_output(bool discard) {
   ::close(null);
 }
 
+std::FILE *Report::output_copy() const {
+  const int copy = fcntl(fileno(out_), F_DUPFD_CLOEXEC, 0);
+  std::FILE *const file = copy < 0 ? nullptr : fdopen(copy, "wb");
+  if (file == nullptr)
+    throw OperationFailed(std::string("no standard output: ") + std::strerror(errno));
+  return file;
+}
+
 bool Report::on_terminal() const {
   return isatty(fileno(out_)) != 0;
 }
 
-bool Report::colours() const {
+size_t Report::terminal_width() const {
+  winsize size = {};
+  if (!on_terminal())
+    return 0;
+  return ioctl(fileno(out_), TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : 80;
+}
+
+bool Report::has_colours(int file) const {
+  if (colour_ != Colour::kAuto)
+    return colour_ == Colour::kAlways;
   const char *const no_colour = std::getenv("NO_COLOR");
   const char *const terminal = std::getenv("TERM");
   const bool wanted = no_colour == nullptr || no_colour[0] == '\0';
-  return on_terminal() && wanted && (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
+  return isatty(file) != 0 && wanted && (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
 }
 
 void Report::print(const std::string &text) {
@@ -92,7 +119,10 @@ void Report::failure(const Place &place, const std::string &command_line,
                          {"error", error_json(error)}});
   const std::string position =
       in_script ? place.file + ":" + std::to_string(place.line) + ": " : "";
-  print_error(position + command_line + ": " + error.what() + "\n");
+  const bool red = has_colours(STDERR_FILENO);
+  const std::string text = printable_lines(position + command_line + ": " + error.what());
+  std::fflush(stdout);
+  std::fprintf(stderr, "%s%s%s\n", red ? kRed : "", text.c_str(), red ? kNoColour : "");
 }
 
 bool Report::close() {

@@ -17,6 +17,12 @@ struct Place {
   int line = 0;
 };
 
+// Whether to use colours; kAuto: at a terminal that has them, unless NO_COLOR is set.
+enum class Colour { kAuto, kAlways, kNever };
+
+// Throws UsageError.
+Colour parse_colour(const std::string &text);
+
 // Text with the tool's own sequences for colours. Nothing in it comes from outside the tool.
 struct StyledText {
   std::string text;
@@ -36,9 +42,15 @@ class Report {
 
   void use_json() { json_ = true; }
   bool json() const { return json_; }
-  // Whether standard output is a terminal with colours, and NO_COLOR is not set.
-  bool colours() const;
+  void use_colour(Colour colour) { colour_ = colour; }
+  // Whether results have colours.
+  bool colours() const { return has_colours(fileno(out_)); }
   bool on_terminal() const;
+  // Columns of the terminal; 0 if standard output is not a terminal.
+  size_t terminal_width() const;
+  // Another stream of the results, for what is not text. The caller closes it. Throws
+  // OperationFailed.
+  std::FILE *output_copy() const;
 
   // Prints no objects, or prints them again; returns what was set before.
   bool suppress_json(bool suppress) { return std::exchange(json_suppressed_, suppress); }
@@ -55,19 +67,21 @@ class Report {
   void result(const Json &object, const StyledText &text);
 
   // One command's failure: on standard error after its place, "FILE:LINE: " or nothing; as JSON it
-  // is an object {"command":...,"file":...,"line":...,"error":...}. File and line are null outside
-  // a script.
+  // is an object {"command":...,"file":...,"line":...,"error":...}. At a terminal it is red. File
+  // and line are null outside a script.
   void failure(const Place &place, const std::string &command_line, const std::exception &error);
 
   // False if a result could not be written.
   bool close();
 
  private:
+  bool has_colours(int file) const;
   void print(const std::string &text);
   void print_object(const Json &members);
 
   std::string command_;
   std::FILE *out_ = stdout;
+  Colour colour_ = Colour::kAuto;
   bool json_ = false;
   bool json_suppressed_ = false;
   bool clear_screen_ = false;

@@ -2,6 +2,7 @@
 #include "output/signals.h"
 
 #include <poll.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -39,10 +40,21 @@ std::atomic<void (*)()> resume_screen = no_screen, leave_screen = no_screen;
 
 // All signals are blocked while a handler runs: a raised one is delivered when it returns.
 
+// A terminal shows ^C where the cursor is: what is printed next begins a line.
+void end_line_of_interrupt(int signal_number) {
+  termios modes = {};
+  if (signal_number == SIGINT && tcgetattr(STDERR_FILENO, &modes) == 0 && (modes.c_lflag & ECHO))
+      [[maybe_unused]]
+    const ssize_t written = write(STDERR_FILENO, "\n", 1);
+}
+
 void on_interrupt(int signal_number) {
+  const int error_number = errno;
+  end_line_of_interrupt(signal_number);
   if (interrupted != 0 && (in_shell == 0 || signal_number != SIGINT))
     end_by_signal(signal_number);
   interrupted = 1;
+  errno = error_number;
 }
 
 void on_prompt_interrupt(int) {

@@ -89,6 +89,26 @@ std::string printable(const std::string &text, const std::string &kept) {
   return safe;
 }
 
+std::string cut_text(const std::string &text, size_t width, Cut cut) {
+  if (text.size() <= width || cut == Cut::kNever)
+    return text;
+  const size_t tail = cut == Cut::kEnd ? 0 : cut == Cut::kBegin ? width - 1 : (width - 1) / 2;
+  std::string begin = text.substr(0, width - 1 - tail), end = text.substr(text.size() - tail);
+  // No part of a character is left.
+  const auto is_part = [](char c) { return (c & 0x80) != 0; };
+  while (!begin.empty() && is_part(begin.back()))
+    begin.pop_back();
+  end.erase(end.begin(), std::find_if_not(end.begin(), end.end(), is_part));
+  return begin + "~" + end;
+}
+
+std::string cut_lines(const std::string &text, size_t width) {
+  std::vector<std::string> lines = split(text, '\n');
+  for (std::string &line : lines)
+    line = cut_text(line, width, width == 0 ? Cut::kNever : Cut::kEnd);
+  return join(lines, "\n");
+}
+
 std::vector<std::string> split(const std::string &text, char separator) {
   std::vector<std::string> parts;
   size_t begin = 0;

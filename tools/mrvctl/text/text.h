@@ -20,6 +20,13 @@ std::string lower_case(std::string text);
 // like \x1b, except the characters in `kept`.
 std::string printable(const std::string &text, const std::string &kept = "");
 
+// A text of at most so many bytes, with "~" in place of its beginning, middle or end.
+enum class Cut { kNever, kBegin, kMiddle, kEnd };
+std::string cut_text(const std::string &text, size_t width, Cut cut);
+
+// Lines that are cut at their ends; not for width 0.
+std::string cut_lines(const std::string &text, size_t width);
+
 // The parts of a text between separators, empty ones too.
 std::vector<std::string> split(const std::string &text, char separator);
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <optional>
 
 #include "text/errors.h"
 #include "text/numbers.h"
@@ -17,7 +18,8 @@ constexpr uint64_t kSecond = 1000000000;
 [[noreturn]] void refuse(const std::string &text) {
   throw UsageError(
       "'" + text +
-      "' is not a time; use for example 2026-11-25 03:00:00, 03:00, -10m or @1764060000");
+      "' is not a time; use for example 2026-11-25 03:00:00, 03:00, 10m, '5 min ago' or "
+      "@1764060000");
 }
 
 std::string date_text(const tm &date, char between) {
@@ -44,15 +46,23 @@ uint64_t parse_fraction(const std::string &text, const std::string &seconds, uin
          kSecond;
 }
 
-uint64_t parse_before_now(const std::string &text) {
-  constexpr std::pair<char, uint64_t> kUnits[] = {{'s', 1}, {'m', 60}, {'h', 3600}, {'d', 86400}};
+// "5m", "-5m", "5 min", "5 minutes ago": a unit may be shortened. Empty if it is none of these.
+std::optional<uint64_t> parse_before_now(const std::string &text) {
+  constexpr std::pair<const char *, uint64_t> kUnits[] = {
+      {"seconds", 1}, {"minutes", 60}, {"hours", 3600}, {"days", 86400}};
+  const size_t first = text[0] == '-' ? 1 : 0;
+  const size_t end = std::min(text.find_first_not_of("0123456789", first), text.size());
+  std::string word = text.substr(end);
+  if (word.size() > 4 && word.rfind(" ago") == word.size() - 4)
+    word.resize(word.size() - 4);
+  word.erase(0, word.find_first_not_of(' '));
   const uint64_t now = now_ns();
-  for (const auto &[letter, seconds] : kUnits) {
+  for (const auto &[name, seconds] : kUnits) {
     const uint64_t unit = seconds * kSecond;
-    if (text.back() == letter)  // at most since 1970
-      return now - parse_u64(text.substr(1, text.size() - 2), 0, now / unit) * unit;
+    if (end > first && !word.empty() && std::string(name).rfind(word, 0) == 0)
+      return now - parse_u64(text.substr(first, end - first), 0, now / unit) * unit;
   }
-  refuse(text);
+  return std::nullopt;
 }
 
 uint64_t parse_local_time(const std::string &text) {
@@ -119,9 +129,8 @@ uint64_t parse_moment(const std::string &text) {
     refuse(text);
   if (text[0] == '@')
     return parse_fraction(text, text.substr(1), UINT64_MAX / kSecond - 1);
-  if (text[0] == '-')
-    return parse_before_now(text);
-  return parse_local_time(text);
+  const std::optional<uint64_t> before_now = parse_before_now(text);
+  return before_now ? *before_now : parse_local_time(text);
 }
 
 std::string wait_text(uint64_t microseconds) {

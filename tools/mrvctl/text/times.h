@@ -29,8 +29,8 @@ double monotonic_seconds();
 timespec timespec_of(double seconds);
 
 // Reads a moment of local time: "2026-11-25", "2026-11-25 03:00[:00[.5]]", with T in place of the
-// blank, "03:00[:00[.5]]" of today, "-10m" (s, m, h, d) before now, or "@1764060000.5", seconds
-// since 1970. Throws UsageError.
+// blank, "03:00[:00[.5]]" of today, "10m", "-10m" or "10 min ago" (seconds, minutes, hours, days)
+// before now, or "@1764060000.5", seconds since 1970. Throws UsageError.
 uint64_t parse_moment(const std::string &text);
 
 }  // namespace mrvctl

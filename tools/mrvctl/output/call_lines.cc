@@ -1,0 +1,143 @@
+// Calls as the lines of a table.
+#include "output/call_lines.h"
+
+#include <algorithm>
+#include <iterator>
+#include <numeric>
+
+#include "calls/call_text.h"
+#include "text/errors.h"
+#include "text/text.h"
+
+namespace mrvctl {
+namespace {
+
+constexpr size_t kMaxWaiting = 200;  // calls
+constexpr size_t kMinLast = 24;      // characters of the last column
+
+struct CallColumn {
+  const char *name;
+  size_t full;   // width without a terminal
+  size_t usual;  // width on a terminal before any call is known
+  size_t min;    // width on a narrow terminal
+  Cut cut;
+  int align;
+};
+
+constexpr size_t kProcess = 1, kDuration = 2, kCaller = 7;
+constexpr CallColumn kColumns[] = {
+    {"time", 26, 12, 12, Cut::kNever, -1},      {"process", 0, 16, 8, Cut::kMiddle, -1},
+    {"duration", 12, 7, 7, Cut::kNever, 1},     {"operation", 13, 11, 9, Cut::kMiddle, -1},
+    {"register", 30, 22, 14, Cut::kMiddle, -1}, {"value", 26, 11, 11, Cut::kEnd, -1},
+    {"result", 10, 9, 9, Cut::kNever, -1},      {"caller", 40, 30, 8, Cut::kEnd, -1}};
+
+std::vector<std::string> column_names() {
+  std::vector<std::string> names;
+  for (const CallColumn &column : kColumns)
+    names.emplace_back(column.name);
+  return names;
+}
+
+}  // namespace
+
+std::string call_column_names() {
+  return join(column_names(), ", ");
+}
+
+CallColumns parse_call_columns(const std::string &text) {
+  const std::vector<std::string> names = column_names();
+  CallColumns columns;
+  for (const std::string &word : split(text, ',')) {
+    const auto found = std::find(names.begin(), names.end(), lower_case(word));
+    if (found == names.end())
+      throw UsageError("'" + word + "' is not one of the columns " + call_column_names());
+    columns.push_back(static_cast<size_t>(found - names.begin()));
+  }
+  return columns;
+}
+
+CallLines::CallLines(const AddressIndex &index, CallFormat format)
+    : index_(index), format_(std::move(format)) {
+  if (format_.columns.empty()) {
+    format_.columns.resize(std::size(kColumns));
+    std::iota(format_.columns.begin(), format_.columns.end(), size_t{0});
+  }
+  Row headings = {column_names(), false};
+  if (format_.width != 0)
+    headings.cells[kDuration] = "us";
+  for (std::string &heading : headings.cells)
+    heading = upper_case(heading);
+  waiting_.push_back(std::move(headings));
+}
+
+// The last column has what is left. If that is too little, the others are cut, first the one that
+// loses least.
+void CallLines::lay_out() {
+  const bool full = format_.width == 0;
+  for (const CallColumn &column : kColumns)
+    widths_.push_back(full ? column.full : waiting_.size() == 1 ? column.usual : 0);
+  if (full) {
+    widths_[kProcess] = format_.process_width;
+    return;
+  }
+  for (size_t column = 0; column < widths_.size(); ++column) {
+    for (const Row &row : waiting_)
+      widths_[column] = std::max(widths_[column], row.cells[column].size());
+  }
+  const CallColumns others(format_.columns.begin(), format_.columns.end() - 1);
+  size_t used = others.size();  // the gaps
+  for (const size_t column : others)
+    used += widths_[column];
+  const auto excess = [&](size_t column) {
+    const size_t min = kColumns[column].cut == Cut::kNever ? SIZE_MAX : kColumns[column].min;
+    return widths_[column] - std::min(widths_[column], min);
+  };
+  while (used + kMinLast > format_.width && !others.empty()) {
+    const size_t widest =
+        *std::max_element(others.begin(), others.end(),
+                          [&](size_t one, size_t other) { return excess(one) < excess(other); });
+    if (excess(widest) == 0)
+      break;
+    --widths_[widest];
+    --used;
+  }
+  widths_[format_.columns.back()] = format_.width - std::min(used, format_.width - 1);
+}
+
+std::string CallLines::line(const Row &row) const {
+  const bool full = format_.width == 0;
+  std::string text;
+  for (const size_t column : format_.columns) {
+    const bool is_caller = column == kCaller && row.names_caller;
+    const std::string &cell = row.cells[column];
+    const std::string shown =
+        full ? cell
+             : cut_text(cell, widths_[column], is_caller ? Cut::kBegin : kColumns[column].cut);
+    const int width = static_cast<int>(widths_[column]) * kColumns[column].align;
+    text += (text.empty() ? "" : full ? "  " : " ") + format("%*s", width, shown.c_str());
+  }
+  text.erase(text.find_last_not_of(' ') + 1);
+  return (full ? text : cut_text(text, format_.width, Cut::kEnd)) + "\n";
+}
+
+std::string CallLines::add(const DecodedCall &call) {
+  const bool full = format_.width == 0;
+  Row row = {call_cells(call, index_, format_.wanted, !full), !caller_text(call).empty()};
+  if (!widths_.empty())
+    return line(row);
+  waiting_.push_back(std::move(row));
+  return full || waiting_.size() == kMaxWaiting ? flush() : "";
+}
+
+std::string CallLines::flush() {
+  if (!widths_.empty())
+    return "";
+  lay_out();
+  std::string text;
+  for (const Row &row : waiting_)
+    text += line(row);
+  waiting_.clear();
+  return text;
+}
+
+}  // namespace mrvctl
