@@ -84,10 +84,10 @@ What a result means, by number, name or errno:
   {"command":"error","code":0,"name":"success","meaning":"no error"}
   $ mrvctl error 7
   0x00000007  unknown code: not a result code of this library (it may come from the register map)
-  $ mrvctl error | head -n 3
+  $ mrvctl error | sed -n '1,2p; /TRACE_LOG/p'
   0x42230000  SYSERR_KEL_ASIC_UNKNOWN: not known what went wrong
   0x42230001  SYSERR_KEL_ASIC_FAILURE: a failure
-  0x42230002  SYSERR_KEL_ASIC_MALLOC: no memory
+  0xFFFFFFFF  KEL_ASIC_SYSERR_NO_TRACE_LOG: the trace log cannot be opened or positioned
   $ mrvctl error | grep -c '0x8223'
   131
 

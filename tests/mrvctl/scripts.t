@@ -10,7 +10,7 @@ A script has one command per line. Words may be quoted, and # starts a comment.
   two.mrv: 2 commands, nothing is run
   $ mrvctl --json --dry-run read HI.2:5
   {"command":"dry-run","script":"read HI.2:5","commands":1}
-  $ printf '# nothing\n\n  # at all\n' | mrvctl -f -
+  $ printf '\357\273\277# nothing\n\n  # at all\n' | mrvctl -f -
 
 Files that it names are looked up next to the script.
 
