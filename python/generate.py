@@ -35,7 +35,7 @@ def nested_tuple(shape):
 
 
 class Headers:
-    """What the headers say."""
+    """What the headers declare."""
 
     def __init__(self, directory):
         self.interface = (directory / "kel_asic_intf.h").read_text()
@@ -75,7 +75,7 @@ def write_enumeration(name, text, values):
 
 
 def layout(name, fields, sizes):
-    """The format of a record for struct, with its padding; each field must be where its comment says."""
+    """The format of a record for struct, with its padding; each field must be at the offset of its comment."""
     text = "<"
     for type_name, field, shape, offset, _ in fields:
         text += f"{offset - struct.calcsize(text)}x" if offset > struct.calcsize(text) else ""
@@ -121,7 +121,7 @@ def reference(comment):
 
 
 def write_references(headers):
-    yield '"""What the header says about each function. Written by generate.py."""'
+    yield '"""The descriptions of the functions in the header. Written by generate.py."""'
     yield "REFERENCE = {"
     for comment, name in FUNCTION.findall(headers.interface):
         yield f"    {name!r}:"

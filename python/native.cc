@@ -15,11 +15,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <mutex>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "morvaneusd.hpp"
@@ -180,7 +182,7 @@ class Caller {
     return true;
   }
 
-  operator const morvane::caller &() const { return who_; }
+  [[nodiscard]] const morvane::caller &where() const { return who_; }
 
  private:
   // A request has room for 127 characters of the file: those at the end tell files apart.
@@ -243,33 +245,50 @@ class Words {
   Py_buffer view_ = {};
 };
 
+// Words that are read into.
 struct WritableWords : Words {};
+
+// The steps of a program, as words.
+struct Steps : Words {
+  static constexpr std::size_t step_words = sizeof(kel_asic_pgm_t) / sizeof(uint32_t);
+
+  [[nodiscard]] const kel_asic_pgm_t *data() const {
+    return reinterpret_cast<const kel_asic_pgm_t *>(Words::data());
+  }
+  [[nodiscard]] std::size_t size() const { return Words::size() / step_words; }
+};
 
 struct Register {
   morvane::asic_reg at = morvane::at(KEL_ASIC_NUM_BLK, 0, 0);
 };
 
-// The arguments of an operation. Each returns false with a Python exception.
-bool get(PyObject *object, uint32_t *word) {
-  const unsigned long number = PyLong_AsUnsignedLong(object);
-  if (PyErr_Occurred() != nullptr)
+// The arguments of an operation. Each get() returns false with a Python exception.
+template <typename Number, typename = std::enable_if_t<std::is_unsigned_v<Number>>>
+bool get(PyObject *object, Number *number) {
+  if (!PyLong_CheckExact(object)) {  // perhaps another kind of integer
+    const Reference index(PyNumber_Index(object));
+    return index.get() != nullptr && get(index.get(), number);
+  }
+  const unsigned long value = PyLong_AsUnsignedLong(object);
+  if (value == static_cast<unsigned long>(-1) && PyErr_Occurred() != nullptr)
     return false;
-  if (number > UINT32_MAX) {
-    PyErr_Format(PyExc_OverflowError, "%lu is not a number from 0 to 0xFFFFFFFF", number);
+  constexpr unsigned long highest = std::numeric_limits<Number>::max();
+  if (value > highest) {
+    PyErr_Format(PyExc_OverflowError, "%lu is not a number from 0 to %lu", value, highest);
     return false;
   }
-  *word = static_cast<uint32_t>(number);
+  *number = static_cast<Number>(value);
   return true;
 }
 
 template <std::size_t N>
-bool get(PyObject *object, std::array<uint32_t, N> *words) {
+bool get(PyObject *object, std::array<uint32_t, N> *numbers) {
   if (PyTuple_Check(object) == 0 || PyTuple_Size(object) != static_cast<Py_ssize_t>(N)) {
     PyErr_Format(PyExc_TypeError, "expected a tuple of %zu numbers", N);
     return false;
   }
   for (std::size_t i = 0; i < N; ++i) {
-    if (!get(PyTuple_GetItem(object, static_cast<Py_ssize_t>(i)), &(*words)[i]))
+    if (!get(PyTuple_GetItem(object, static_cast<Py_ssize_t>(i)), &(*numbers)[i]))
       return false;
   }
   return true;
@@ -310,29 +329,40 @@ bool get(PyObject *object, WritableWords *words) {
   return words->open(object, true);
 }
 
+bool get(PyObject *object, Steps *steps) {
+  if (!steps->open(object, false))
+    return false;
+  if (steps->Words::size() % Steps::step_words == 0)
+    return true;
+  PyErr_SetString(PyExc_ValueError, "the words are not complete steps of a program");
+  return false;
+}
+
 bool get(PyObject *object, const char **text) {
   Py_ssize_t length = 0;
   *text = PyUnicode_AsUTF8AndSize(object, &length);
   if (*text == nullptr)
     return false;
-  if (std::strlen(*text) != static_cast<std::size_t>(length)) {
-    PyErr_SetString(PyExc_ValueError, "the text must not contain a NUL character");
-    return false;
-  }
-  return true;
+  if (std::strlen(*text) == static_cast<std::size_t>(length))
+    return true;
+  PyErr_SetString(PyExc_ValueError, "the text must not contain a NUL character");
+  return false;
 }
 
 template <typename... Values>
 bool get_all(PyObject *const *arguments, Py_ssize_t count, Values *...values) {
-  if (count != static_cast<Py_ssize_t>(sizeof...(values))) {
-    PyErr_Format(PyExc_TypeError, "expected %zu arguments, got %zd", sizeof...(values), count);
-    return false;
-  }
-  return (get(*arguments++, values) && ...);
+  if (count == static_cast<Py_ssize_t>(sizeof...(values)))
+    return (get(*arguments++, values) && ...);
+  PyErr_Format(PyExc_TypeError, "expected %zu arguments, got %zd", sizeof...(values), count);
+  return false;
 }
 
-// Raises the package's Error, about a register, port or ASIC, as Python has it.
+// Raises the error of an operation, about its first argument.
 PyObject *fail(const std::error_code &ec, const char *operation, PyObject *subject) {
+  if (ec == morvane::errc::wrong_size) {
+    PyErr_SetString(PyExc_ValueError, ec.message().c_str());
+    return nullptr;
+  }
   const Reference errors(PyImport_ImportModule("morvaneusd.errors"));
   if (errors.get() == nullptr)
     return nullptr;
@@ -343,9 +373,24 @@ PyObject *fail(const std::error_code &ec, const char *operation, PyObject *subje
   return nullptr;
 }
 
-PyObject *none_or_fail(const std::error_code &ec, const char *operation, PyObject *subject) {
-  return ec ? fail(ec, operation, subject) : Py_NewRef(Py_None);
+// Runs an operation with arguments of these types, an error code and its caller. Returns None.
+template <typename... Values, typename Operation>
+PyObject *perform(PyObject *const *arguments, Py_ssize_t count, const char *name,
+                  Operation operation) {
+  std::tuple<Values...> values;
+  Caller who;
+  const bool complete =
+      std::apply([&](Values &...value) { return get_all(arguments, count, &value...); }, values);
+  if (!complete || !who.find())
+    return nullptr;
+  std::error_code ec;
+  in_turn([&] {
+    std::apply([&](const Values &...value) { operation(value..., ec, who.where()); }, values);
+  });
+  return ec ? fail(ec, name, count == 0 ? Py_None : arguments[0]) : Py_NewRef(Py_None);
 }
+
+using Code = std::error_code;
 
 // The functions of the module. Those without a comment are one operation of the library.
 
@@ -399,106 +444,72 @@ PyObject *library_file(PyObject *, PyObject *) {
 
 // The library prints a line at initialisation, which is not output of the program. Python prints
 // without the stream of the C library.
-std::error_code init_quietly(uint32_t slot, const morvane::caller &who) {
+void init_quietly(slot_num_t slot, Code &ec, const morvane::caller &who) {
   std::FILE *const output = stdout;
   std::FILE *const nothing = std::fopen("/dev/null", "we");
   if (nothing != nullptr)
     stdout = nothing;
-  std::error_code ec;
-  morvane::init(static_cast<slot_num_t>(slot), ec, who);
+  morvane::init(slot, ec, who);
   stdout = output;
   if (nothing != nullptr)
     std::fclose(nothing);
-  return ec;
 }
 
 PyObject *init(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  uint32_t slot = 0;
-  Caller who;
-  if (!get_all(arguments, count, &slot) || !who.find())
-    return nullptr;
-  if (slot > UINT8_MAX) {
-    PyErr_SetString(PyExc_ValueError, "slot must be a number from 0 to 255");
-    return nullptr;
-  }
-  std::error_code ec;
-  in_turn([&] { ec = init_quietly(slot, who); });
-  return none_or_fail(ec, "init", Py_None);
+  return perform<slot_num_t>(arguments, count, __func__,
+                             [](auto slot, Code &ec, auto &who) { init_quietly(slot, ec, who); });
 }
 
 PyObject *read(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  Register reg;
-  Caller who;
-  if (!get_all(arguments, count, &reg) || !who.find())
-    return nullptr;
-  std::error_code ec;
   uint32_t value = 0;
-  in_turn([&] { value = morvane::read(reg.at, ec, who); });
-  return ec ? fail(ec, "read", arguments[0]) : PyLong_FromUnsignedLong(value);
+  const Reference done(perform<Register>(
+      arguments, count, __func__,
+      [&](auto &reg, Code &ec, auto &who) { value = morvane::read(reg.at, ec, who); }));
+  return done.get() == nullptr ? nullptr : PyLong_FromUnsignedLong(value);
 }
 
 PyObject *write(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  Register reg;
-  uint32_t value = 0;
-  Caller who;
-  if (!get_all(arguments, count, &reg, &value) || !who.find())
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::write(reg.at, value, ec, who); });
-  return none_or_fail(ec, "write", arguments[0]);
+  return perform<Register, uint32_t>(
+      arguments, count, __func__,
+      [](auto &reg, auto value, Code &ec, auto &who) { morvane::write(reg.at, value, ec, who); });
 }
 
 PyObject *write_field(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  Register reg;
-  uint32_t value = 0, mask = 0;
-  Caller who;
-  if (!get_all(arguments, count, &reg, &value, &mask) || !who.find())
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::write_field(reg.at, value, mask, ec, who); });
-  return none_or_fail(ec, "write_field", arguments[0]);
+  return perform<Register, uint32_t, uint32_t>(
+      arguments, count, __func__, [](auto &reg, auto value, auto mask, Code &ec, auto &who) {
+        morvane::write_field(reg.at, value, mask, ec, who);
+      });
 }
 
 PyObject *write_raw(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  morvane::raw_address to = {};
-  uint32_t value = 0;
-  Caller who;
-  if (!get_all(arguments, count, &to.on, &to.address, &value) || !who.find())
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::write(to, value, ec, who); });
-  return none_or_fail(ec, "write_raw", arguments[1]);
+  return perform<uint32_t, morvane::asic, uint32_t>(
+      arguments, count, __func__, [](auto address, auto &on, auto value, Code &ec, auto &who) {
+        morvane::write(morvane::raw(address, on), value, ec, who);
+      });
 }
 
 PyObject *write_field_raw(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  morvane::raw_address to = {};
-  uint32_t value = 0, mask = 0;
-  Caller who;
-  if (!get_all(arguments, count, &to.on, &to.address, &value, &mask) || !who.find())
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::write_field(to, value, mask, ec, who); });
-  return none_or_fail(ec, "write_field_raw", arguments[1]);
+  return perform<uint32_t, morvane::asic, uint32_t, uint32_t>(
+      arguments, count, __func__,
+      [](auto address, auto &on, auto value, auto mask, Code &ec, auto &who) {
+        morvane::write_field(morvane::raw(address, on), value, mask, ec, who);
+      });
 }
 
 PyObject *read_block(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  Register reg;
-  WritableWords words;
-  Caller who;
-  if (!get_all(arguments, count, &reg, &words) || !who.find())
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::read_block(reg.at, words, ec, who); });
-  return none_or_fail(ec, "read_block", arguments[0]);
+  return perform<Register, WritableWords>(arguments, count, __func__,
+                                          [](auto &reg, auto &words, Code &ec, auto &who) {
+                                            morvane::read_block(reg.at, words, ec, who);
+                                          });
 }
 
-// Words of an entry; below 1 for what is not one. The register map decides some after the
+// Words of an entry, 0 if it does not exist. The register map decides some after the
 // initialisation.
-int size_of_entry(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
-  const int published = kel_asic_dhs_entry_size(block, vreg, index);
-  if (published != KEL_ASIC_DHS_BY_HOOK || entry_size_hook == nullptr)
-    return published;
-  return entry_size_hook(block, vreg, index);
+uint32_t size_of_entry(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
+  int words = kel_asic_dhs_entry_size(block, vreg, index);
+  if (words == KEL_ASIC_DHS_BY_HOOK && entry_size_hook != nullptr)
+    words = entry_size_hook(block, vreg, index);
+  return static_cast<uint32_t>(std::max(0, words));
 }
 
 // entry_words(block, number, index) -> int: 0 if it is not known.
@@ -506,76 +517,94 @@ PyObject *entry_words(PyObject *, PyObject *const *arguments, Py_ssize_t count) 
   uint32_t block = 0, number = 0, index = 0;
   if (!get_all(arguments, count, &block, &number, &index))
     return nullptr;
-  return PyLong_FromLong(
-      std::max(0, size_of_entry(static_cast<kel_asic_blk_t>(block), number, index)));
+  return PyLong_FromUnsignedLong(size_of_entry(static_cast<kel_asic_blk_t>(block), number, index));
 }
 
-// The table, whose entries the words must be: the library moves complete entries. 0 words of an
-// entry that does not exist, which the library refuses.
-morvane::table table_at(const morvane::asic_reg &at, uint32_t index) {
-  const int words = size_of_entry(at.where().block(), at.where().vreg(), index);
-  return {at, static_cast<uint32_t>(std::max(0, words))};
-}
-
-bool are_entries(const morvane::table &table, const Words &words) {
-  if (table.words() == 0 || words.size() % table.words() == 0)
-    return true;
-  PyErr_Format(PyExc_ValueError, "%zu words are not a multiple of the entry size, %u", words.size(),
-               table.words());
-  return false;
+// The table, for a buffer of complete entries: the library moves as many words as it has room for.
+morvane::table table_at(const Register &reg, uint32_t index) {
+  return {reg.at, size_of_entry(reg.at.where().block(), reg.at.where().vreg(), index)};
 }
 
 PyObject *read_entries(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  Register reg;
-  uint32_t index = 0;
-  WritableWords words;
-  Caller who;
-  if (!get_all(arguments, count, &reg, &index, &words) || !who.find())
-    return nullptr;
-  const morvane::table table = table_at(reg.at, index);
-  if (!are_entries(table, words))
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::read_entries(table, index, words, ec, who); });
-  return none_or_fail(ec, "read_entries", arguments[0]);
+  return perform<Register, uint32_t, WritableWords>(
+      arguments, count, __func__, [](auto &reg, auto index, auto &words, Code &ec, auto &who) {
+        morvane::read_entries(table_at(reg, index), index, words, ec, who);
+      });
 }
 
 PyObject *write_entries(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  Register reg;
-  uint32_t index = 0;
-  Words words;
-  Caller who;
-  if (!get_all(arguments, count, &reg, &index, &words) || !who.find())
-    return nullptr;
-  const morvane::table table = table_at(reg.at, index);
-  if (!are_entries(table, words))
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::write_entries(table, index, words, ec, who); });
-  return none_or_fail(ec, "write_entries", arguments[0]);
+  return perform<Register, uint32_t, Words>(
+      arguments, count, __func__, [](auto &reg, auto index, auto &words, Code &ec, auto &who) {
+        morvane::write_entries(table_at(reg, index), index, words, ec, who);
+      });
 }
 
-// run(asic, steps): the steps as words, 6 each.
+// run(asics, steps): ASICs as module and bit map, the steps as words, 6 each.
 PyObject *run(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  morvane::asic on;
-  Words words;
-  Caller who;
-  if (!get_all(arguments, count, &on, &words) || !who.find())
+  return perform<morvane::asic, Steps>(
+      arguments, count, __func__, [](auto &asics, auto &steps, Code &ec, auto &who) {
+        morvane::run(steps, morvane::asic_set::map(asics.number, asics.module), ec, who);
+      });
+}
+
+PyObject *get_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  kel_asic_qos_stats_t record;
+  const Reference done(perform<morvane::port, uint32_t>(
+      arguments, count, __func__, [&](auto &port, auto options, Code &ec, auto &) {
+        record = morvane::get_qos_stats(port, ec, options).record();
+      }));
+  if (done.get() == nullptr)
     return nullptr;
-  constexpr std::size_t step_words = sizeof(kel_asic_pgm_t) / sizeof(uint32_t);
-  if (words.size() % step_words != 0 || words.size() / step_words > INT_MAX) {
-    PyErr_SetString(PyExc_ValueError, "the words are not the steps of a program");
-    return nullptr;
-  }
-  syserr_t result = 0;
-  in_turn([&] {
-    const morvane::caller &caller = who;
-    result =
-        lib_mrv_asic_pgm(on.module, on.number, reinterpret_cast<kel_asic_pgm_t *>(words.data()),
-                         static_cast<int>(words.size() / step_words), caller.context,
-                         const_cast<char *>(caller.file), caller.line, caller.func);
+  return PyBytes_FromStringAndSize(reinterpret_cast<const char *>(&record), sizeof record);
+}
+
+PyObject *clear_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  return perform<morvane::port, uint32_t>(arguments, count, __func__,
+                                          [](auto &port, auto options, Code &ec, auto &) {
+                                            morvane::clear_qos_stats(port, ec, options);
+                                          });
+}
+
+PyObject *clear_all_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  return perform<morvane::asic, uint32_t>(arguments, count, __func__,
+                                          [](auto &on, auto options, Code &ec, auto &) {
+                                            morvane::clear_all_qos_stats(on, ec, options);
+                                          });
+}
+
+PyObject *link_pause_enable(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  return perform<morvane::port>(arguments, count, __func__, [](auto &port, Code &ec, auto &) {
+    morvane::link_pause_enable(port, ec);
   });
-  return none_or_fail(morvane::to_error_code(result), "run", Py_None);
+}
+
+PyObject *link_pause_disable(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  return perform<morvane::port>(arguments, count, __func__, [](auto &port, Code &ec, auto &) {
+    morvane::link_pause_disable(port, ec);
+  });
+}
+
+PyObject *sfp_validation_failed(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  return perform<morvane::port>(arguments, count, __func__, [](auto &port, Code &ec, auto &) {
+    morvane::sfp_validation_failed(port, ec);
+  });
+}
+
+PyObject *set_nodrop_class_map(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  return perform<morvane::asic, uint32_t>(
+      arguments, count, __func__,
+      [](auto &on, auto map, Code &ec, auto &) { morvane::set_nodrop_class_map(map, on, ec); });
+}
+
+PyObject *prog_sp_timer(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  return perform<morvane::asic, uint16_t>(
+      arguments, count, __func__,
+      [](auto &on, auto time, Code &ec, auto &) { morvane::prog_sp_timer(time, on, ec); });
+}
+
+PyObject *clear_all_drop_counters(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  return perform<>(arguments, count, __func__,
+                   [](Code &ec, auto &) { morvane::clear_all_drop_counters(ec); });
 }
 
 // start_batch(name, reorder): keeps the lock of the process.
@@ -625,96 +654,6 @@ PyObject *after_fork(PyObject *, PyObject *) {
   return Py_NewRef(Py_None);
 }
 
-// get_qos_stats(port, options) -> bytes: the record.
-PyObject *get_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  morvane::port port = {};
-  uint32_t options = 0;
-  if (!get_all(arguments, count, &port, &options))
-    return nullptr;
-  std::error_code ec;
-  kel_asic_qos_stats_t record;
-  in_turn([&] { record = morvane::get_qos_stats(port, ec, options).record(); });
-  if (ec)
-    return fail(ec, "get_qos_stats", arguments[0]);
-  return PyBytes_FromStringAndSize(reinterpret_cast<const char *>(&record), sizeof record);
-}
-
-// The operations on a port, with nothing else or with options.
-using PortOperation = void (*)(const morvane::port &, std::error_code &);
-
-PyObject *on_port(PyObject *const *arguments, Py_ssize_t count, const char *name,
-                  PortOperation operation) {
-  morvane::port port = {};
-  if (!get_all(arguments, count, &port))
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { operation(port, ec); });
-  return none_or_fail(ec, name, arguments[0]);
-}
-
-PyObject *link_pause_enable(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return on_port(arguments, count, __func__, morvane::link_pause_enable);
-}
-
-PyObject *link_pause_disable(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return on_port(arguments, count, __func__, morvane::link_pause_disable);
-}
-
-PyObject *sfp_validation_failed(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return on_port(arguments, count, __func__, morvane::sfp_validation_failed);
-}
-
-PyObject *clear_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  morvane::port port = {};
-  uint32_t options = 0;
-  if (!get_all(arguments, count, &port, &options))
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::clear_qos_stats(port, ec, options); });
-  return none_or_fail(ec, __func__, arguments[0]);
-}
-
-// The operations on an ASIC, with a number.
-PyObject *clear_all_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  morvane::asic on;
-  uint32_t options = 0;
-  if (!get_all(arguments, count, &on, &options))
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::clear_all_qos_stats(on, ec, options); });
-  return none_or_fail(ec, __func__, Py_None);
-}
-
-PyObject *set_nodrop_class_map(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  morvane::asic on;
-  uint32_t map = 0;
-  if (!get_all(arguments, count, &on, &map))
-    return nullptr;
-  std::error_code ec;
-  in_turn([&] { morvane::set_nodrop_class_map(map, on, ec); });
-  return none_or_fail(ec, __func__, Py_None);
-}
-
-PyObject *prog_sp_timer(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  morvane::asic on;
-  uint32_t time = 0;
-  if (!get_all(arguments, count, &on, &time))
-    return nullptr;
-  if (time > UINT16_MAX) {
-    PyErr_SetString(PyExc_ValueError, "time must be a number from 0 to 65535");
-    return nullptr;
-  }
-  std::error_code ec;
-  in_turn([&] { morvane::prog_sp_timer(static_cast<uint16_t>(time), on, ec); });
-  return none_or_fail(ec, __func__, Py_None);
-}
-
-PyObject *clear_all_drop_counters(PyObject *, PyObject *) {
-  std::error_code ec;
-  in_turn([&] { morvane::clear_all_drop_counters(ec); });
-  return none_or_fail(ec, __func__, Py_None);
-}
-
 // explain(code) -> (name, errno, message): errno is 0 for a code without one.
 PyObject *explain(PyObject *, PyObject *argument) {
   uint32_t code = 0;
@@ -759,7 +698,7 @@ PyMethodDef functions[] = {
     {"set_nodrop_class_map", as_function(set_nodrop_class_map), METH_FASTCALL, nullptr},
     {"sfp_validation_failed", as_function(sfp_validation_failed), METH_FASTCALL, nullptr},
     {"prog_sp_timer", as_function(prog_sp_timer), METH_FASTCALL, nullptr},
-    {"clear_all_drop_counters", clear_all_drop_counters, METH_NOARGS, nullptr},
+    {"clear_all_drop_counters", as_function(clear_all_drop_counters), METH_FASTCALL, nullptr},
     {"explain", explain, METH_O, nullptr},
     {nullptr, nullptr, 0, nullptr},
 };
@@ -769,6 +708,7 @@ PyModuleDef module = {
 
 }  // namespace
 
+// NOLINTNEXTLINE(*-reserved-identifier,cert-dcl*): the name that Python requires
 PyMODINIT_FUNC PyInit__native() {
   names = {PyUnicode_InternFromString("co_filename"), PyUnicode_InternFromString("co_name"),
            PyUnicode_InternFromString("f_back")};

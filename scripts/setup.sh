@@ -5,7 +5,7 @@ root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 
 build_packages="g++-multilib cmake ninja-build googletest libcli11-dev nlohmann-json3-dev pkg-config"
 test_packages="python3-cram rlwrap zsh"
-python_packages="mypy python3-dev python3-numpy python3-pytest"
+python_packages="mypy python3-dev python3-numpy python3-pip python3-pytest python3-setuptools python3-wheel"
 docs_packages="doxygen graphviz man-db python3"
 clang_packages="clang libclang-rt-14-dev"
 # Only for the checks.

@@ -12,13 +12,13 @@ function(python_test name)
   add_test(NAME ${name} COMMAND ${ARGN})
   set_tests_properties(${name} PROPERTIES TIMEOUT 60
     WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/python
-    ENVIRONMENT "PYTHONPATH=${PROJECT_BINARY_DIR}/python;PYTHONDONTWRITEBYTECODE=1")
+    ENVIRONMENT "PYTHONPATH=${PROJECT_BINARY_DIR}/python;PYTHONDONTWRITEBYTECODE=1;MRVCTL=$<TARGET_FILE:mrvctl>")
 endfunction()
 
 # On the switch of a morvaned, next to a mrvctl as another client.
 function(served_python_test name morvaned mrvctl)
   python_test(${name} ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
-    ${CMAKE_COMMAND} -E env MRVCTL=${mrvctl} ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
+    ${CMAKE_COMMAND} -E env CLIENT=${mrvctl} ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
 endfunction()
 
 python_test(python.module ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
@@ -28,3 +28,5 @@ if(target_test)
 else()
   served_python_test(python.module_served $<TARGET_FILE:morvaned> $<TARGET_FILE:mrvctl>)
 endif()
+python_test(python.pip sh ${CMAKE_CURRENT_SOURCE_DIR}/python/pip_test.sh ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}
+  ${CMAKE_INSTALL_LIBDIR})

@@ -4,7 +4,7 @@ from __future__ import annotations
 from typing import Any
 
 from . import _native
-from .naming import register_text
+from .naming import asic_text, register_text
 from .ports import port_text
 
 
@@ -20,7 +20,7 @@ class Error(OSError):
 
     def __init__(self, code: int, operation: str, register: str | None = None):
         name, number, message = _native.explain(code)
-        super().__init__(number, message)
+        super().__init__(number, message.replace("lib_mrv_asic_init", "init()"))
         self.code = code
         self.name = name
         self.operation = operation
@@ -38,6 +38,6 @@ def error_about(code: int, operation: str, subject: Any) -> Error:
     if isinstance(subject, int):
         return Error(code, operation, f"0x{subject:08X}")
     if isinstance(subject, tuple):
-        text: Any = port_text if len(subject) == 4 else register_text
+        text: Any = {2: asic_text, 4: port_text, 5: register_text}[len(subject)]
         return Error(code, operation, text(subject))
     return Error(code, operation, subject)

@@ -18,11 +18,16 @@ _instance_classes: dict[int, type[Instance]] = {}
 
 
 class BlockInfo(NamedTuple):
-    """What the headers say about a block."""
+    """A block as the headers declare it."""
     number: int
     name: str
     registers: int
     tables: tuple[tuple[int, int, int], ...]  # first and last register, number of entries
+
+
+def asic_text(asic: tuple[int, int]) -> str:
+    """The text of a module and an ASIC."""
+    return f"module {asic[0]}, ASIC {asic[1]}"
 
 
 def register_text(location: Location) -> str:
@@ -31,7 +36,7 @@ def register_text(location: Location) -> str:
     instances = _instance_classes[block]
     name = instances.full_names().get(number, str(number))
     text = f"{instances.block.name.replace('_', '')}.{instance}:{name}"
-    return text if module == asic == 0 else f"{text} of module {module}, ASIC {asic}"
+    return text if module == asic == 0 else f"{text} of {asic_text((module, asic))}"
 
 
 def as_words(values: Words) -> Any:

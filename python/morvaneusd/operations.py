@@ -42,13 +42,13 @@ def init(slot: int = 0, platform: str | None = None) -> None:
 @reference("lib_mrv_asic_write")
 def write_raw(address: int, value: int, *, module: int = 0, asic: int = 0) -> None:
     """Writes to a register address, which is not checked."""
-    _native.write_raw((module, asic), address, value)
+    _native.write_raw(address, (module, asic), value)
 
 
 @reference("lib_mrv_asic_write_field")
 def write_field_raw(address: int, value: int, mask: int, *, module: int = 0, asic: int = 0) -> None:
     """Writes to bits of a register address, which is not checked."""
-    _native.write_field_raw((module, asic), address, value, mask)
+    _native.write_field_raw(address, (module, asic), value, mask)
 
 
 def send_command(command: int, port: Port, value: int = 0) -> None:
@@ -98,7 +98,9 @@ def run(steps: Iterable[Step], *, module: int = 0, asics: Iterable[int] = (0,)) 
     words = array("I")
     for register, value, *mask in steps:
         words.extend((PROGRAM_MAGIC, *register.location[2:], value, *(mask or (ALL_BITS,))))
-    asic_map = 1 << 31
+    asic_map = 0
     for number in asics:
+        if not 0 <= number <= 30:
+            raise ValueError(f"{number} is not an ASIC number from 0 to 30")
         asic_map |= 1 << number
     _native.run((module, asic_map), words)

@@ -8,7 +8,7 @@ Function = TypeVar("Function", bound=Callable[..., Any])
 
 
 def reference(name: str) -> Callable[[Function], Function]:
-    """Adds to the docstring of a function what the header says about the function of the library."""
+    """Adds the description of a function of the library to the docstring of a function."""
 
     def add(function: Function) -> Function:
         own = f"{function.__doc__}\n\n" if function.__doc__ else ""

@@ -11,6 +11,7 @@ import threading
 from array import array
 from pathlib import Path
 
+import numpy
 import pytest
 
 import morvaneusd
@@ -72,7 +73,7 @@ def test_names():
 
 def test_registers(calls):
     register = HI[2][40]
-    register.write(0x1234)
+    register.write(numpy.uint32(0x1234))
     register.write_field(0xF0, 0xFF)
     assert register.read() == 0x12F0
     HI[2].on(module=1)[40].write(7)
@@ -83,6 +84,8 @@ def test_registers(calls):
     assert register.read() == 3
     morvaneusd.run([(register, 8), (HI[2][41], 0xFF, 0xF)])
     assert HI[2].read_block(register, 2) == array("I", [8, 0xF])
+    with pytest.raises(ValueError):
+        morvaneusd.run([(register, 8)], asics=[31])
 
 
 def test_tables():
@@ -109,7 +112,6 @@ def test_tables():
 
 
 def test_buffers(calls):
-    numpy = pytest.importorskip("numpy")
     for words in (array("I", [7] * 16), memoryview(array("I", [7] * 16)), (ctypes.c_uint32 * 16)(*[7] * 16),
                   numpy.full((2, 8), 7, numpy.uint32)):
         TABLE.write(1, words)
@@ -169,7 +171,7 @@ def test_lost_commit(interrupt):
 
 
 def test_errors():
-    with pytest.raises(Error, match=r"^read HR.0:26: SYSERR_KEL_ASIC_INVALID_ARG: .*: check module") as refused:
+    with pytest.raises(Error, match=r"^read HR.0:26: SYSERR_KEL_ASIC_INVALID_ARG: .*: check the arguments") as refused:
         reg("HR.0:26").read()
     error = pickle.loads(pickle.dumps(refused.value))
     assert (error.errno, error.code, error.name, error.operation, error.register) == (
@@ -186,7 +188,8 @@ def test_errors():
         controls.vp_remove_fault(0)
     uninitialised = "import morvaneusd; morvaneusd.HI[2][40].read()"
     run = subprocess.run([sys.executable, "-c", uninitialised], text=True, capture_output=True, check=False)
-    assert "SYSERR_KEL_ASIC_UNINIT" in run.stderr and "call init() first" in run.stderr
+    assert "SYSERR_KEL_ASIC_UNINIT" in run.stderr
+    assert "call init() first" in run.stderr
 
 
 def test_ports(calls):
@@ -251,14 +254,34 @@ def test_prompt():
     assert run.stdout == "<Register HI.2:40>\n['HI[2].DHS_LVIF', 'HI[2].DHS_LVIF_TCAM']\n"
 
 
-@pytest.mark.skipif("MRVCTL" not in os.environ, reason="only on a shared switch")
+def output_of(*command):
+    return subprocess.run(command, text=True, capture_output=True, check=True).stdout
+
+
+@pytest.mark.skipif("CLIENT" not in os.environ, reason="only on a shared switch")
 def test_another_client():
-    def mrvctl(*words):
-        return subprocess.run([os.environ["MRVCTL"], *words], text=True, capture_output=True, check=True).stdout
-    mrvctl("write", "HI.2:40", "0x1234")
+    mrvctl = os.environ["CLIENT"]
+    output_of(mrvctl, "write", "HI.2:40", "0x1234")
     assert HI[2][40].read() == 0x1234
     TABLE[3] = range(8)
-    assert mrvctl("dhs-read", "HF.0:HF_DHS_POL[3]").split()[-8:] == [f"{n:08x}" for n in range(8)]
+    entry = output_of(mrvctl, "dhs-read", "HF.0:HF_DHS_POL[3]")
+    assert entry.split()[-8:] == [f"{n:08x}" for n in range(8)]
+
+
+def test_recording(tmp_path):
+    script = tmp_path / "script.py"
+    script.write_text("from morvaneusd import *\ninit()\nwith batch('port 2'):\n    HI[2][40].write(1)\n")
+    mrvctl = os.environ["MRVCTL"]
+    output_of(mrvctl, "record", tmp_path, "--", sys.executable, script)
+    assert f" <module> {script}:4\n" in output_of(mrvctl, "last-write", "HI.2:40", *tmp_path.glob("*.mrec"))
+
+
+def test_every_operation_is_described():
+    described = set()
+    for value in [*vars(morvaneusd).values(), *vars(morvaneusd.Register).values(), *vars(morvaneusd.Table).values(),
+                  *vars(morvaneusd.Instance).values()]:
+        described.update(re.findall(r"The function of the library: (\w+)", getattr(value, "__doc__", None) or ""))
+    assert described == set(morvaneusd.reference.REFERENCE)
 
 
 def test_page(capsys):
@@ -272,8 +295,7 @@ def test_page(capsys):
 def test_stable_abi():
     native = morvaneusd._native.__file__
     assert native.endswith(".abi3.so")
-    undefined = subprocess.run(["nm", "--dynamic", "--undefined-only", native], text=True, capture_output=True,
-                               check=True).stdout
+    undefined = output_of("nm", "--dynamic", "--undefined-only", native)
     headers = subprocess.run(["gcc", "-E", "-DPy_LIMITED_API=0x030B0000", f"-I{sysconfig.get_path('include')}", "-"],
                              input="#include <Python.h>", text=True, capture_output=True, check=True).stdout
     used = set(re.findall(r"\b_?Py\w+", undefined))
