@@ -9,14 +9,14 @@
  *     const uint32_t value = morvane::read(offset);
  *
  * Each operation exists twice. One throws std::system_error with the operation and the register in
- * its text. The other takes a std::error_code, is noexcept, and clears it on success. With
- * -fno-exceptions, the header omits the throwing ones. It needs no RTTI.
+ * its text and, if the library refuses an argument, the argument's range. The other takes a
+ * std::error_code, is noexcept, and clears it on success; on failure it returns 0, zeros or an empty
+ * vector. With -fno-exceptions, the header omits the throwing ones. It needs no RTTI.
  *
  * The last argument identifies the caller: file, line and function of the call, by default.
  *
- * The functions of the C interface describe what an operation does, which service call it makes and
- * what an open batch does to it. An operation takes at most three nanoseconds more than its C
- * function. Only functions that return a vector, and morvane::program, allocate.
+ * An operation takes at most three nanoseconds more than its C function, whose reference has the
+ * details. Only functions that return a vector, and morvane::program, allocate.
  *
  * Threads: as the library, from one thread at a time. In a program with threads, make the calls
  * through a morvane::session.
@@ -174,8 +174,9 @@ class reg_in : public reg {
  * Names a register; its block follows from its type. A register without a name is one of its
  * block's enumeration too: at(static_cast<kel_asic_hi_reg_t>(40), 2).
  *
- * @param vreg     virtual register, a value of a block's enumeration (HI_DHS_LVIF_OFFSET)
- * @param instance instance of the block
+ * @param vreg     virtual register, a value of a block's enumeration (HI_DHS_LVIF_OFFSET), not a
+ * hole
+ * @param instance instance of the block, below the number that the card has
  * @return the register
  */
 template <typename Enumeration>
@@ -189,8 +190,8 @@ template <typename Enumeration>
  * Names a register by its number: one without a name, or one whose block is known only at run time.
  *
  * @param block    block, KEL_ASIC_BLK_SS to KEL_ASIC_BLK_XL
- * @param instance instance of the block
- * @param vreg     virtual register, its number in the block
+ * @param instance instance of the block, below the number that the card has
+ * @param vreg     virtual register, its number in the block, not a hole
  * @return the register
  */
 [[nodiscard]] constexpr reg at(kel_asic_blk_t block, uint32_t instance,
@@ -242,7 +243,7 @@ struct port {
 /**
  * Names a host interface.
  *
- * @param number port number
+ * @param number port number, below the number of instances of block HI
  * @param on     its ASIC
  * @return the port
  */
@@ -253,7 +254,7 @@ struct port {
 /**
  * Names a network interface.
  *
- * @param number port number
+ * @param number port number, below the number of instances of block NI
  * @param on     its ASIC
  * @return the port
  */
@@ -841,23 +842,30 @@ syserr_t read_entries(const table &from, uint32_t index, std::size_t count,
 
 #ifdef __cpp_exceptions
 /**
- * Initialises the library: lib_mrv_asic_init. Call it once, before anything else.
+ * Initialises the library: lib_mrv_asic_init. Call it once, before anything else. It makes no
+ * service call and does not change an open batch; after an initialisation that completed it does
+ * nothing.
  *
- * @param slot  slot of the card that carries the ASIC
- * @param who   the caller
- * @throws std::system_error the library's code
+ * @param slot slot of the card that carries the ASIC, 0 to 255
+ * @param who  the caller
+ * @throws std::system_error ::SYSERR_KEL_ASIC_INVALID_ARG if the card does not carry a Morvane;
+ *         morvane::errc::no_buffer, morvane::errc::no_trace_log; any other code is of the register
+ * map
  */
 inline void init(slot_num_t slot = 0, caller who = caller::here()) {
   detail::check(detail::init(slot, who), "init", "of the library");
 }
 
 /**
- * Reads one register: lib_mrv_asic_read.
+ * Reads one register: lib_mrv_asic_read. Makes one service call. It sends the writes of an open
+ * batch first; the writes after it go in another call of the batch.
  *
- * @param from  the register
- * @param who   the caller
+ * @param from the register
+ * @param who  the caller
  * @return its value
- * @throws std::system_error the library's code
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the register does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE with its
+ * errno)
  */
 [[nodiscard]] inline uint32_t read(const asic_reg &from, caller who = caller::here()) {
   uint32_t value = 0;
@@ -866,27 +874,31 @@ inline void init(slot_num_t slot = 0, caller who = caller::here()) {
 }
 
 /**
- * Writes all bits of one register, or sends a command: lib_mrv_asic_write. While a batch is open it
- * joins the batch.
+ * Writes all bits of one register, or sends a command: lib_mrv_asic_write. Makes one service call.
+ * While a batch is open it joins the batch, and a failure of its service call is not reported.
  *
  * @param to    the register, raw address or command
- * @param value its value
+ * @param value its value, any
  * @param who   the caller
- * @throws std::system_error the library's code
+ * @throws std::system_error ::SYSERR_KEL_ASIC_INVALID_ARG before init(), or if the register or
+ * module does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 inline void write(const target &to, uint32_t value, caller who = caller::here()) {
   detail::check_at(detail::write(to, value, who), "write", to.to());
 }
 
 /**
- * Writes the bits of one register that a mask selects: lib_mrv_asic_write_field. While a batch is
- * open it joins the batch.
+ * Writes the bits of one register that a mask selects: lib_mrv_asic_write_field. Makes one service
+ * call. While a batch is open it joins the batch, and a failure of its service call is not
+ * reported.
  *
  * @param to    the register, raw address or command
- * @param value value of the field, in its place in the register
+ * @param value value of the field, in its place in the register; sent as it is
  * @param mask  bits of the register to write; not 0 of a register
  * @param who   the caller
- * @throws std::system_error the library's code
+ * @throws std::system_error ::SYSERR_KEL_ASIC_INVALID_ARG before init(), for a mask of 0, or if the
+ *         register or module does not exist; a service call that failed
+ *         (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 inline void write_field(const target &to, uint32_t value, uint32_t mask,
                         caller who = caller::here()) {
@@ -895,25 +907,32 @@ inline void write_field(const target &to, uint32_t value, uint32_t mask,
 }
 
 /**
- * Reads consecutive registers: lib_mrv_asic_n_read.
+ * Reads consecutive registers: lib_mrv_asic_n_read. Makes one service call. It sends the writes of
+ * an open batch first; the writes after it go in another call of the batch.
  *
- * @param from  the first register
- * @param out   receives words up to its size, or as many as the service returns
- * @param who   the caller
- * @throws std::system_error the library's code
+ * @param from the first register; the service decides whether the others exist
+ * @param out  up to morvane::max_words words. On success it receives those that the service
+ * returns; the other words, and all on failure, keep their values
+ * @param who  the caller
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the register does not exist, or for too many words; morvane::errc::no_buffer; a service call
+ *         that failed (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 inline void read_block(const asic_reg &from, word_buffer out, caller who = caller::here()) {
   detail::check_at(detail::read_block(from, out, who), "read_block", from);
 }
 
 /**
- * Reads consecutive registers: lib_mrv_asic_n_read.
+ * Reads consecutive registers: lib_mrv_asic_n_read. Makes one service call. It sends the writes of
+ * an open batch first; the writes after it go in another call of the batch.
  *
- * @param from  the first register
+ * @param from  the first register; the service decides whether the others exist
  * @param count number of words, up to morvane::max_words
  * @param who   the caller
  * @return the words; 0 for words that the service does not return
- * @throws std::system_error the library's code, or morvane::errc::no_buffer
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the register does not exist, or for too many words; morvane::errc::no_buffer; a service call
+ *         that failed (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 [[nodiscard]] inline std::vector<uint32_t> read_block(const asic_reg &from, std::size_t count,
                                                       caller who = caller::here()) {
@@ -923,14 +942,19 @@ inline void read_block(const asic_reg &from, word_buffer out, caller who = calle
 }
 
 /**
- * Reads consecutive entries of a table: lib_mrv_asic_read_dhs.
+ * Reads consecutive entries of a table: lib_mrv_asic_read_dhs. Makes one service call. It
+ * sends the writes of an open batch first; the writes after it go in another call of the batch.
  *
  * @param from  the table
- * @param index the first entry
- * @param out   receives as many entries as it has room for, or as the service answers: words of
- *              complete entries, or rows of the table's size
+ * @param index the first entry, 0 to the last index of the table
+ * @param out   words of complete entries, or rows of the table's size; up to morvane::max_words
+ * words. On success it receives the words that the service returns; the other words, and all on
+ *              failure, keep their values
  * @param who   the caller
- * @throws std::system_error the library's code, or morvane::errc::wrong_size
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the register does not exist or is not a table, if its entry size is not known, for an index
+ *         past the last one, or for too many words; morvane::errc::no_buffer;
+ * morvane::errc::wrong_size; a service call that failed (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 inline void read_entries(const table &from, uint32_t index, word_buffer out,
                          caller who = caller::here()) {
@@ -938,14 +962,18 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
 }
 
 /**
- * Reads consecutive entries of a table: lib_mrv_asic_read_dhs.
+ * Reads consecutive entries of a table: lib_mrv_asic_read_dhs. Makes one service call. It
+ * sends the writes of an open batch first; the writes after it go in another call of the batch.
  *
  * @param from  the table; one whose entry size is known, by morvane::table::words
- * @param index the first entry
+ * @param index the first entry, 0 to the last index of the table
  * @param count number of entries; of at most morvane::max_words in all
  * @param who   the caller
  * @return the words of the entries; 0 for words that the service does not return
- * @throws std::system_error the library's code, or morvane::errc::no_buffer
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the register does not exist or is not a table, if its entry size is not known, for an index
+ *         past the last one, or for too many words; morvane::errc::no_buffer; a service call that
+ *         failed (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 [[nodiscard]] inline std::vector<uint32_t> read_entries(const table &from, uint32_t index,
                                                         std::size_t count,
@@ -957,14 +985,18 @@ inline void read_entries(const table &from, uint32_t index, word_buffer out,
 }
 
 /**
- * Reads consecutive entries of a table as rows: lib_mrv_asic_read_dhs.
+ * Reads consecutive entries of a table as rows: lib_mrv_asic_read_dhs. Makes one service call.
+ * It sends the writes of an open batch first; the writes after it go in another call of the batch.
  *
  * @param from  the table
- * @param index the first entry
+ * @param index the first entry, 0 to the last index of the table
  * @param count number of entries; of at most morvane::max_words in all
  * @param who   the caller
  * @return one row per entry; 0 for words that the service does not return
- * @throws std::system_error the library's code, or morvane::errc::no_buffer
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the register does not exist or is not a table, if its entry size is not known, for an index
+ *         past the last one, or for too many words; morvane::errc::no_buffer; a service call that
+ *         failed (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 template <auto Register, uint32_t Words>
 [[nodiscard]] auto read_rows(const table_of<Register, Words> &from, uint32_t index,
@@ -975,13 +1007,17 @@ template <auto Register, uint32_t Words>
 }
 
 /**
- * Reads one entry of a table: lib_mrv_asic_read_dhs.
+ * Reads one entry of a table: lib_mrv_asic_read_dhs. Makes one service call. It
+ * sends the writes of an open batch first; the writes after it go in another call of the batch.
  *
  * @param from  the table
- * @param index the entry
+ * @param index the entry, 0 to the last index of the table
  * @param who   the caller
  * @return its words; 0 for words that the service does not return
- * @throws std::system_error the library's code
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the register does not exist or is not a table, if its entry size is not known, for an index
+ *         past the last one, or for too many words; morvane::errc::no_buffer; a service call that
+ *         failed (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 template <auto Register, uint32_t Words>
 [[nodiscard]] auto read_row(const table_of<Register, Words> &from, uint32_t index,
@@ -992,14 +1028,18 @@ template <auto Register, uint32_t Words>
 }
 
 /**
- * Writes consecutive entries of a table: lib_mrv_asic_write_dhs. While a batch is open each word
- * joins the batch.
+ * Writes consecutive entries of a table: lib_mrv_asic_write_dhs. Makes one service call. While a
+ * batch is open each word joins the batch, and a failure of a service call is not reported.
  *
  * @param to    the table
- * @param index the first entry
- * @param in    words of complete entries, or rows of the table's size
+ * @param index the first entry, 0 to the last index of the table
+ * @param in    words of complete entries, or rows of the table's size; up to morvane::max_words
+ * words
  * @param who   the caller
- * @throws std::system_error the library's code, or morvane::errc::wrong_size
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the register does not exist or is not a table, if its entry size is not known, for an index
+ *         past the last one, or for too many words; morvane::errc::no_buffer;
+ * morvane::errc::wrong_size; a service call that failed (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 inline void write_entries(const table &to, uint32_t index, word_view in,
                           caller who = caller::here()) {
@@ -1384,13 +1424,17 @@ syserr_t run(const Program &steps, const asic &on, const caller &who) noexcept {
 
 #ifdef __cpp_exceptions
 /**
- * Runs a register program: lib_mrv_asic_pgm. While a batch is open its writes join the batch.
+ * Runs a register program: lib_mrv_asic_pgm. Makes one service call for each step and ASIC. While a
+ * batch is open its writes join the batch, and a failure of a service call is not reported.
  *
  * @param steps a morvane::program, or anything with data() and size() of steps; at least one
- * @param on    the ASICs
+ * @param on    the ASICs; those that do not exist are skipped
  * @param who   the caller
- * @throws std::system_error the library's code: of the first step that failed; those before it stay
- *         written
+ * @throws std::system_error the code of the first step that failed; the steps before it stay
+ * written:
+ *         ::SYSERR_KEL_ASIC_INVALID_ARG before init(), without a step, or if a module, the register
+ * of a step, its magic or its mask is wrong; a service call that failed (KEL_ASIC_SYSERR_SERVICE
+ * with its errno)
  */
 template <typename Program>
 void run(const Program &steps, asic_set on = {}, caller who = caller::here()) {
@@ -1538,12 +1582,15 @@ class qos_stats {
 
 #ifdef __cpp_exceptions
 /**
- * Reads the QoS statistics of a port: lib_mrv_asic_get_qos_stats.
+ * Reads the QoS statistics of a port: lib_mrv_asic_get_qos_stats. Makes one service call; an open
+ * batch is unchanged.
  *
- * @param of   the port; the service checks it
- * @param opts options, passed through to the service
+ * @param of   the port, its number below 256; the service checks type and number
+ * @param opts options, any; passed through to the service
  * @return the statistics
- * @throws std::system_error the library's code
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the module or ASIC does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE with
+ * its errno)
  */
 [[nodiscard]] inline qos_stats get_qos_stats(const port &of, uint32_t opts = 0) {
   qos_stats stats;
@@ -1552,22 +1599,28 @@ class qos_stats {
 }
 
 /**
- * Clears the QoS statistics of a port: lib_mrv_asic_clear_qos_stats.
+ * Clears the QoS statistics of a port: lib_mrv_asic_clear_qos_stats. Makes one service call; an
+ * open batch is unchanged.
  *
- * @param of   the port; the service checks it
- * @param opts options, passed through to the service
- * @throws std::system_error the library's code
+ * @param of   the port, its number below 256; the service checks type and number
+ * @param opts options, any; passed through to the service
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the module or ASIC does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE with
+ * its errno)
  */
 inline void clear_qos_stats(const port &of, uint32_t opts = 0) {
   detail::check_at(detail::clear_qos_stats(of, opts), "clear_qos_stats", of);
 }
 
 /**
- * Clears the QoS statistics of every port of an ASIC: lib_mrv_asic_clear_all_qos_stats.
+ * Clears the QoS statistics of every port of an ASIC: lib_mrv_asic_clear_all_qos_stats. Makes one
+ * service call; an open batch is unchanged.
  *
  * @param on   the ASIC
- * @param opts options, passed through to the service
- * @throws std::system_error the library's code
+ * @param opts options, any; passed through to the service
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the module or ASIC does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE with
+ * its errno)
  */
 inline void clear_all_qos_stats(asic on = {}, uint32_t opts = 0) {
   detail::check(detail::clear_all_qos_stats(on, opts), "clear_all_qos_stats", on.module, on.number);
@@ -1642,34 +1695,41 @@ inline syserr_t prog_sp_timer(uint16_t time, const asic &on) noexcept {
 
 #ifdef __cpp_exceptions
 /**
- * Enables link pause on a port: lib_mrv_asic_link_pause_enable. While a batch is open it joins
- * the batch.
+ * Enables link pause on a port: lib_mrv_asic_link_pause_enable. Makes one service call.
+ * While a batch is open it joins the batch, and a failure of its service call is not reported.
  *
- * @param of the port
- * @throws std::system_error the library's code
+ * @param of the port, a host or network interface that the ASIC has
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the module or ASIC or port does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE
+ * with its errno)
  */
 inline void link_pause_enable(const port &of) {
   detail::check_at(detail::link_pause_enable(of), "link_pause_enable", of);
 }
 
 /**
- * Disables link pause on a port: lib_mrv_asic_link_pause_disable. While a batch is open it joins
- * the batch.
+ * Disables link pause on a port: lib_mrv_asic_link_pause_disable. Makes one service call.
+ * While a batch is open it joins the batch, and a failure of its service call is not reported.
  *
- * @param of the port
- * @throws std::system_error the library's code
+ * @param of the port, a host or network interface that the ASIC has
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the module or ASIC or port does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE
+ * with its errno)
  */
 inline void link_pause_disable(const port &of) {
   detail::check_at(detail::link_pause_disable(of), "link_pause_disable", of);
 }
 
 /**
- * Sets the no-drop class-of-service map of an ASIC: lib_mrv_asic_set_nodrop_class_map. While a
- * batch is open it joins the batch.
+ * Sets the no-drop class-of-service map of an ASIC: lib_mrv_asic_set_nodrop_class_map. Makes one
+ * service call. While a batch is open it joins the batch, and a failure of its service
+ * call is not reported.
  *
  * @param map the map, one bit per class; only bits 0 to 7 are sent
  * @param on  the ASIC
- * @throws std::system_error the library's code
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the module or ASIC does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE with
+ * its errno)
  */
 inline void set_nodrop_class_map(uint32_t map, asic on = {}) {
   detail::check(detail::set_nodrop_class_map(map, on), "set_nodrop_class_map", on.module,
@@ -1678,30 +1738,38 @@ inline void set_nodrop_class_map(uint32_t map, asic on = {}) {
 
 /**
  * Reports that the SFP transceiver of a port failed its validation:
- * lib_mrv_asic_sfp_validation_failed. While a batch is open it joins the batch.
+ * lib_mrv_asic_sfp_validation_failed. Makes one service call.
+ * While a batch is open it joins the batch, and a failure of its service call is not reported.
  *
  * @param of the port; type and number below 256
- * @throws std::system_error the library's code
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the module or ASIC does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE with
+ * its errno)
  */
 inline void sfp_validation_failed(const port &of) {
   detail::check_at(detail::sfp_validation_failed(of), "sfp_validation_failed", of);
 }
 
 /**
- * Programs the SP timer: lib_mrv_asic_prog_sp_timer.
+ * Programs the SP timer: lib_mrv_asic_prog_sp_timer. Makes one service call; an open batch is
+ * unchanged.
  *
  * @param time time to program, in the service's unit
  * @param on   the ASIC
- * @throws std::system_error the library's code
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); ::SYSERR_KEL_ASIC_INVALID_ARG
+ * if the module or ASIC does not exist; a service call that failed (KEL_ASIC_SYSERR_SERVICE with
+ * its errno)
  */
 inline void prog_sp_timer(uint16_t time, asic on = {}) {
   detail::check(detail::prog_sp_timer(time, on), "prog_sp_timer", on.module, on.number);
 }
 
 /**
- * Clears all drop counters of module 0, ASIC 0: lib_mrv_asic_clear_all_drop_counters.
+ * Clears all drop counters of module 0, ASIC 0: lib_mrv_asic_clear_all_drop_counters. Makes one
+ * service call; an open batch is unchanged.
  *
- * @throws std::system_error the library's code
+ * @throws std::system_error ::SYSERR_KEL_ASIC_UNINIT before init(); a service call that failed
+ *         (KEL_ASIC_SYSERR_SERVICE with its errno)
  */
 inline void clear_all_drop_counters() {
   detail::check(lib_mrv_asic_clear_all_drop_counters(), "clear_all_drop_counters", 0, 0U);
