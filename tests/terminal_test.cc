@@ -180,7 +180,7 @@ void talk(const Tool &tool, const std::vector<std::pair<const char *, const char
 TEST(Shell, survives_interrupts_and_asks_about_an_open_transaction) {
   Tool tool;
   start(tool, {"shell", "--plain"});
-  talk(tool, {{"switch: private", ""},
+  talk(tool, {{"private switch", ""},
               {"mrv> ", "write HI.2:5\003"},
               {"^C\r\nmrv> ", "switch fault add --delay 50ms --forever\n"},
               {"mrv> ", "read HI.*:5\n"},

@@ -59,24 +59,24 @@ std::string word_list(const Parser &parser) {
 // parts of a reference to a register.
 [[noreturn]] void run_in_rlwrap(const Session &session, const Parser &parser,
                                 const std::vector<std::string> &command_line) {
+  const std::string tool = std::filesystem::read_symlink("/proc/self/exe");
   std::vector<std::string> words = {"rlwrap",
                                     "--no-warnings",
-                                    "--history-no-dupes",
-                                    "2",
-                                    "--history-filename",
-                                    history_file(),
                                     "--case-insensitive",
-                                    "--break-chars",
+                                    "-D",
+                                    "2",
+                                    "-H",
+                                    history_file(),
+                                    "-b",
                                     ":[",
-                                    "--file",
+                                    "-f",
                                     word_list(parser),
-                                    std::filesystem::read_symlink("/proc/self/exe")};
+                                    tool};
   words.insert(words.end(), command_line.begin() + 1, command_line.end());
   words.emplace_back("--plain");
-  std::vector<char *> arguments;
-  for (std::string &word : words)
-    arguments.push_back(word.data());
-  arguments.push_back(nullptr);
+  std::vector<char *> arguments(words.size() + 1);
+  std::transform(words.begin(), words.end(), arguments.begin(),
+                 [](std::string &word) { return word.data(); });
   session.report.return_standard_output();
   execvp(arguments[0], arguments.data());
   throw OperationFailed(std::string("cannot run rlwrap: ") + std::strerror(errno));
@@ -91,16 +91,20 @@ std::string switch_name() {
   return " " + std::filesystem::path(address).stem().string();
 }
 
+std::string switch_line() {
+  if (has_private_switch())
+    return "private switch, lost when this shell ends";
+  const std::string address = switch_text();
+  return address == "-" ? "platform " + platform_file() : "switch " + address;
+}
+
 // What a person types.
 class Prompt {
  public:
   Prompt(Session &session, Runner &runner) : session_(session), runner_(runner) {}
 
   void run() {
-    print_error("switch" +
-                (has_private_switch() ? ": private, lost when this shell ends"
-                                      : switch_name() + ": " + switch_text()) +
-                "\n" + "help lists the commands; quit or ^D ends the shell\n");
+    print_error(switch_line() + "\nhelp lists the commands; quit or ^D ends the shell\n");
     do {
       runner_.run_each_line([this](LineReader &reader) { return next(reader); }, true);
     } while (!may_end());
@@ -118,7 +122,7 @@ class Prompt {
     std::cin.clear();  // of the ^D of a command, or before a question
     interrupt_.show_prompt(text());
     const bool more = reader.next();
-    interrupt_.run_command();
+    PromptInterrupt::run_command();
     if (!more)
       print_error("\n");
     return more;
@@ -134,7 +138,7 @@ class Prompt {
       std::string answer;
       if (!std::getline(std::cin, answer) || answer == "no" || answer == "n")
         return true;
-      interrupt_.run_command();
+      PromptInterrupt::run_command();
       if (answer == "cancel" || answer == "c")
         return false;
       if (answer == "yes" || answer == "y")

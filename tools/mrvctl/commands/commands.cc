@@ -58,17 +58,24 @@ void check_watch(const WatchArgs &args) {
     throw UsageError("--count is for --watch");
 }
 
-void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show) {
+void run_rounds(const WatchArgs &args, const std::function<void()> &round) {
   if (args.interval <= 0)
-    return show();
+    return round();
   const Interrupt scope({SIGINT});
-  for (uint32_t round = 1; interrupted == 0; ++round) {
-    session.report.clear_screen();
-    show();
-    if (round == args.rounds)
+  for (uint32_t count = 1; interrupted == 0; ++count) {
+    round();
+    if (count == args.rounds)
       return;
     interruptible_sleep(args.interval);
   }
+}
+
+void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show) {
+  run_rounds(args, [&] {
+    if (args.interval > 0)
+      session.report.clear_screen();
+    show();
+  });
 }
 
 void describe_interval(Arguments &arguments, const std::string &name, double &seconds,

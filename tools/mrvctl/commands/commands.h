@@ -55,7 +55,10 @@ struct WatchArgs {
 void describe_watch(Arguments &arguments, WatchArgs &args);
 void check_watch(const WatchArgs &args);
 
-// Shows it once, or again and again until the last round or ^C.
+// Runs a round once, or again and again until the last round or ^C.
+void run_rounds(const WatchArgs &args, const std::function<void()> &round);
+
+// The same, each round on a cleared terminal.
 void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show);
 
 // Reports a failure after which the command continues.

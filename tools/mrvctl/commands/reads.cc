@@ -1,9 +1,13 @@
 // Reads as several commands make them.
 #include "commands/reads.h"
 
+#include <algorithm>
+#include <map>
+
 #include "commands/call_monitor.h"
 #include "text/errors.h"
 #include "text/text.h"
+#include "text/times.h"
 
 namespace mrvctl {
 namespace {
@@ -35,6 +39,15 @@ void for_each_instance(Session &session, const RegisterReference &reference,
       throw OperationFailed(register_text(reg), failure);
     }
   }
+}
+
+void read_instances(Session &session, const RegisterReference &reference, const WatchArgs &watch,
+                    const std::function<void(const Register &, Words &last)> &read) {
+  std::map<uint32_t, Words> last;  // by instance
+  run_rounds(watch, [&] {
+    for_each_instance(session, reference,
+                      [&](const Register &reg) { read(reg, last[reg.instance]); });
+  });
 }
 
 Words read_block(Session &session, const Register &reg, std::optional<uint32_t> count) {
@@ -81,6 +94,24 @@ void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_
     text += i < run.answered ? format("0x%08x", run.words[i]) : "not answered";
     text += format(", expected 0x%08x", expected[i]);
     throw OperationFailed(text);
+  }
+}
+
+void report_changes(Session &session, const Words &before, const Words &now,
+                    const std::function<std::string(uint32_t word)> &name) {
+  constexpr size_t kTimeOfDay = 11, kSeconds = 8;
+  const uint64_t time = now_ns();
+  for (uint32_t i = 0; i < std::min(before.answered, now.answered); ++i) {
+    const uint32_t was = before.words[i], is = now.words[i];
+    if (was == is)
+      continue;
+    session.report.result({{"time", utc_time_text(time)},
+                           {"register", name(i)},
+                           {"before", was},
+                           {"data", is},
+                           {"changed", was ^ is}},
+                          local_time_text(time).substr(kTimeOfDay, kSeconds) + " " + name(i) +
+                              format(" 0x%08x -> 0x%08x, bits 0x%08x\n", was, is, was ^ is));
   }
 }
 

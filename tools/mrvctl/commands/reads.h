@@ -10,7 +10,7 @@
 
 #include "asic/register_reference.h"
 #include "asic/table_shapes.h"
-#include "commands/session.h"
+#include "commands/commands.h"
 #include "output/words.h"
 
 namespace mrvctl {
@@ -23,6 +23,11 @@ constexpr uint32_t kMaxBlockWords = 1U << 20;
 void for_each_instance(Session &session, const RegisterReference &reference,
                        const std::function<void(const Register &)> &use);
 
+// The same with the words that the round before has read, empty in the first: once, or again and
+// again with --watch.
+void read_instances(Session &session, const RegisterReference &reference, const WatchArgs &watch,
+                    const std::function<void(const Register &, Words &last)> &read);
+
 // Reads a register, or a run of them where there is a count. Throws OperationFailed.
 Words read_block(Session &session, const Register &reg, std::optional<uint32_t> count);
 
@@ -32,6 +37,10 @@ Words read_block(Session &session, const Register &reg, const Table &table, cons
 // Throws OperationFailed unless the words read are the expected ones; `per_entry` is 0 where they
 // are no table entries.
 void expect_words(const std::vector<uint32_t> &expected, const Words &run, size_t per_entry);
+
+// Reports each word that is not what it was before, with its name and the bits that changed.
+void report_changes(Session &session, const Words &before, const Words &now,
+                    const std::function<std::string(uint32_t word)> &name);
 
 // What a read says of a transaction that was open before it, and that it sent.
 std::string interruption_text(const Transaction &before);

@@ -1,4 +1,6 @@
 // info, regs, read, write and write-field.
+#include <utility>
+
 #include "asic/register_names.h"
 #include "commands/commands.h"
 #include "commands/reads.h"
@@ -66,6 +68,7 @@ struct ReadArgs {
   RegisterReference reference;
   std::optional<uint32_t> count;
   std::vector<uint32_t> expected;
+  WatchArgs watch;
 };
 
 std::vector<uint32_t> parse_words(const std::string &text) {
@@ -76,6 +79,7 @@ std::vector<uint32_t> parse_words(const std::string &text) {
 }
 
 void check_read(ReadArgs &args) {
+  check_watch(args.watch);
   require_plain_registers(args.reference, "use dhs-read");
   const uint64_t registers = args.reference.registers->count();
   if (registers > 1 && args.count)
@@ -85,6 +89,8 @@ void check_read(ReadArgs &args) {
   if (registers > 1)
     args.count = static_cast<uint32_t>(registers);
   const size_t words = args.count.value_or(1);
+  if (!args.expected.empty() && args.watch.interval > 0)
+    throw UsageError("give either --expect or --watch");
   if (!args.expected.empty() && args.expected.size() != words)
     throw UsageError(format("%zu words to read, but %zu expected", words, args.expected.size()));
 }
@@ -114,12 +120,17 @@ Words read_registers(Session &session, const Register &first, uint32_t count) {
   return words;
 }
 
-void read_one(Session &session, const Register &reg, const ReadArgs &args) {
+// With the words of the round before it shows what has changed.
+void read_one(Session &session, const Register &reg, const ReadArgs &args, Words &last) {
   const Transaction before = session.transaction;
   const Words run = args.count ? read_registers(session, reg, *args.count)
                                : read_block(session, reg, std::nullopt);
   if (!args.expected.empty())
     expect_words(args.expected, run, 0);
+  if (const Words was = std::exchange(last, run); !was.words.empty())
+    return report_changes(session, was, run, [&](uint32_t word) {
+      return plain_register_text({reg.block, reg.instance, reg.vreg + word});
+    });
   const std::vector<uint32_t> answered(
       run.words.begin(), run.words.begin() + static_cast<std::ptrdiff_t>(run.answered));
   const std::string name = plain_register_text(reg, args.count.value_or(1));
@@ -138,8 +149,8 @@ void read_one(Session &session, const Register &reg, const ReadArgs &args) {
 }
 
 void run_read(Session &session, const ReadArgs &args) {
-  for_each_instance(session, args.reference,
-                    [&](const Register &reg) { read_one(session, reg, args); });
+  read_instances(session, args.reference, args.watch,
+                 [&](const Register &reg, Words &last) { read_one(session, reg, args, last); });
 }
 
 struct WriteArgs {
@@ -235,6 +246,7 @@ void describe_read(Arguments &arguments, ReadArgs &args) {
                    kMaxBlockWords);
   arguments.parsed("--expect VALUE,...", args.expected, parse_words,
                    "Fail unless these values are read (0 to 0xFFFFFFFF each)");
+  describe_watch(arguments, args.watch);
 }
 
 void describe_target(Arguments &arguments, WriteArgs &args) {
@@ -269,14 +281,17 @@ void add_register_commands(Parser &parser) {
   parser.add<RegsArgs>(
       {"regs", "Look", "List the named registers of a block", "mrvctl regs HI", Requires::kNone},
       describe_block, run_regs);
-  parser.add<ReadArgs>({"read", "Look",
-                        "Read one or more registers\n"
-                        "Several reads are made if registers with consecutive numbers do not have "
-                        "consecutive addresses. Inside a transaction a read first sends the queued "
-                        "writes. Later writes are queued.",
-                        "mrvctl read HI.2:40\n"
-                        "mrvctl read HI.2:40..47"},
-                       describe_read, check_read, run_read);
+  parser.add<ReadArgs>(
+      {"read", "Look",
+       "Read one or more registers\n"
+       "Several reads are made if registers with consecutive numbers do not have "
+       "consecutive addresses. Inside a transaction a read first sends the queued "
+       "writes. Later writes are queued. --watch prints a line for each change, with the "
+       "old and the new value and the changed bits, until ^C.",
+       "mrvctl read HI.2:40\n"
+       "mrvctl read HI.2:40..47\n"
+       "mrvctl read HI.2:40 --watch 0.5 --count 2"},
+      describe_read, check_read, run_read);
   parser.add<WriteArgs>({"write", "Change",
                          "Write all bits of a register\n"
                          "Inside a transaction the write is queued.",

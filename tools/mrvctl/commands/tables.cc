@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "asic/table_shapes.h"
 #include "commands/commands.h"
@@ -58,11 +59,15 @@ struct TableReadArgs {
   uint32_t count = 0;  // 0 if it is not given
   std::string expected_path;
   bool addresses = false;
+  WatchArgs watch;
   // As checked:
   std::optional<Range> entries;  // empty for all
 };
 
 void check_table_read(TableReadArgs &args) {
+  check_watch(args.watch);
+  if (!args.expected_path.empty() && args.watch.interval > 0)
+    throw UsageError("give either --expect-from or --watch");
   check_table(args.reference);
   args.entries = args.reference.entries;
   if (!args.index)
@@ -88,7 +93,8 @@ Range entries_to_read(const TableReadArgs &args, const Table &table, size_t in_f
   return entries;
 }
 
-void read_table(Session &session, const Register &reg, const TableReadArgs &args) {
+// With the words of the round before it shows what has changed.
+void read_table(Session &session, const Register &reg, const TableReadArgs &args, Words &last) {
   const Table table = table_of(session, reg);
   std::vector<uint32_t> expected;
   if (!args.expected_path.empty())
@@ -100,6 +106,11 @@ void read_table(Session &session, const Register &reg, const TableReadArgs &args
   entries.run = read_block(session, reg, table, range);
   if (!expected.empty())
     expect_words(expected, entries.run, table.entry_size);
+  if (const Words was = std::exchange(last, entries.run); !was.words.empty())
+    return report_changes(session, was, entries.run, [&](uint32_t word) {
+      const std::string entry = entry_range_text(reg, range.first + word / table.entry_size);
+      return table.entry_size == 1 ? entry : entry + format(".%u", word % table.entry_size);
+    });
   if (args.addresses)
     entries.address = session.map().address(reg) + 4 * table.entry_size * range.first;
 
@@ -120,8 +131,8 @@ void read_table(Session &session, const Register &reg, const TableReadArgs &args
 }
 
 void run_table_read(Session &session, const TableReadArgs &args) {
-  for_each_instance(session, args.reference,
-                    [&](const Register &reg) { read_table(session, reg, args); });
+  read_instances(session, args.reference, args.watch,
+                 [&](const Register &reg, Words &last) { read_table(session, reg, args, last); });
 }
 
 struct TableWriteArgs {
@@ -188,10 +199,10 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
     const uint32_t part = std::min(kEntriesPerCall, count - done);
     check_entry_size(session, table, index);
     const morvane::asic on = session.on();
-    const syserr_t result = lib_mrv_asic_write_dhs(
-        on.module, on.number, reg.block, reg.instance, reg.vreg, index,
-        words.data() + static_cast<size_t>(done) * table.entry_size, part, who.context,
-        const_cast<char *>(who.file), who.line, who.func);
+    const syserr_t result =
+        lib_mrv_asic_write_dhs(on.module, on.number, reg.block, reg.instance, reg.vreg, index,
+                               words.data() + static_cast<size_t>(done) * table.entry_size, part,
+                               who.context, const_cast<char *>(who.file), who.line, who.func);
     if (result != 0) {
       show_progress(done, count, true);
       throw_if_lost();
@@ -229,6 +240,7 @@ void describe_table_read(Arguments &arguments, TableReadArgs &args) {
   arguments.flag("--addresses", args.addresses, "Show the address of each entry");
   arguments.word("--expect-from FILE", args.expected_path,
                  "Fail unless these entries are read; COUNT is then their number");
+  describe_watch(arguments, args.watch);
 }
 
 void describe_table_write(Arguments &arguments, TableWriteArgs &args) {
@@ -253,7 +265,8 @@ void add_table_commands(Parser &parser) {
   parser.add<TableReadArgs>(
       {"dhs-read", "Look",
        "Read entries of a table register\n"
-       "Inside a transaction a read first sends the queued writes. Later writes are queued.",
+       "Inside a transaction a read first sends the queued writes. Later writes are queued. "
+       "--watch prints a line for each word that changes, like that of read.",
        "mrvctl dhs-read HI.2:HI_DHS_LVIF[0..3]"},
       describe_table_read, check_table_read, run_table_read);
   parser.add<TableWriteArgs>(
