@@ -141,6 +141,7 @@ if(TARGET python_native)
   install(DIRECTORY python/morvaneusd DESTINATION ${python_dir} COMPONENT python
     FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
   install(FILES ${python_generated} DESTINATION ${python_dir}/morvaneusd COMPONENT python)
+  install(DIRECTORY ${python_metadata} DESTINATION ${python_dir} COMPONENT python)
 endif()
 
 # The targets that an installation requires.

@@ -16,6 +16,7 @@ from .ports import Port
 from .reference import reference
 
 ALL_BITS = 0xFFFFFFFF
+_opened = ""  # the platform
 Step = Union[tuple[Register, int], tuple[Register, int, int]]
 
 
@@ -35,7 +36,12 @@ def init(slot: int = 0, platform: str | None = None) -> None:
 
     platform: the library of the platform (default: MORVANE_PLATFORM, or the virtual platform)
     """
-    _native.open_platform(platform or _platform_file())
+    global _opened
+    file = platform or _platform_file()
+    if _opened not in ("", file):
+        raise ValueError(f"this process has opened another platform, {_opened}")
+    _native.open_platform(file)
+    _opened = file
     _native.init(slot)
 
 

@@ -186,6 +186,8 @@ def test_errors():
             failing()
         assert failed.value.register == register
         controls.vp_remove_fault(0)
+    with pytest.raises(ValueError, match="another platform"):
+        morvaneusd.init(platform="other.so")
     uninitialised = "import morvaneusd; morvaneusd.HI[2][40].read()"
     run = subprocess.run([sys.executable, "-c", uninitialised], text=True, capture_output=True, check=False)
     assert "SYSERR_KEL_ASIC_UNINIT" in run.stderr
