@@ -93,7 +93,7 @@ Several recordings, or a directory of them, are merged by time. --reset empties 
   $ mrvctl read SS.0:SS_CFG_CG
   SS.0:SS_CFG_CG = 0x00000001 (1)
 
-Every address leads back to its register. Records that were truncated in a recording are skipped.
+Every address leads back to its register, with the platform and with its map. Records that were truncated in a recording are skipped.
 
   $ mrvctl info | awk '/^[A-Z]/ && NF == 4 { print $1 "." $4 - 1 ":" $2 - 2 }' >names
   $ sed 's/^/read /' names >reads
@@ -105,7 +105,10 @@ Every address leads back to its register. Records that were truncated in a recor
   $ mkdir all
   $ mrvctl record all -- mrvctl -f reads | wc -l
   434
-  $ mrvctl --json calls all/*.mrec | sed 's/.*"register":"\([^"]*\)".*/\1/' | diff names -
+  $ mrvctl dump-map >map
+  $ for options in '' '--map map --platform none'; do
+  >   mrvctl --json calls all $options | sed 's/.*"register":"\([^"]*\)".*/\1/' | diff names -
+  > done
   $ mrvctl --json calls all/*.mrec | grep -o '"num":4096\|"cut":true'
   "num":4096
   "cut":true

@@ -113,7 +113,9 @@ AddressIndex register_names(Session &session, const std::string &map_file,
     const std::string why = std::string("no register map: ") + failure.what();
     if (reg && !reg->address)
       throw OperationFailed(why + "; to find " + reg->text + " use --map FILE, or its address");
-    print_error("mrvctl: " + why + "; use --map FILE to name registers\n");
+    print_error("mrvctl: " + why +
+                "; addresses are printed, and writes that were never sent are "
+                "left out: use --map FILE\n");
     return {};
   }
 }

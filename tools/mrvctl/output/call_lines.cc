@@ -27,9 +27,9 @@ struct CallColumn {
 constexpr size_t kProcess = 1, kDuration = 2, kCaller = 7;
 constexpr CallColumn kColumns[] = {
     {"time", 26, 12, 12, Cut::kNever, -1},      {"process", 0, 16, 8, Cut::kMiddle, -1},
-    {"duration", 12, 7, 7, Cut::kNever, 1},     {"operation", 13, 11, 9, Cut::kMiddle, -1},
+    {"duration", 12, 5, 5, Cut::kNever, 1},     {"operation", 13, 11, 9, Cut::kMiddle, -1},
     {"register", 30, 22, 14, Cut::kMiddle, -1}, {"value", 26, 11, 11, Cut::kEnd, -1},
-    {"result", 10, 9, 9, Cut::kNever, -1},      {"caller", 40, 30, 8, Cut::kEnd, -1}};
+    {"result", 10, 6, 6, Cut::kNever, -1},      {"caller", 40, 30, 8, Cut::kEnd, -1}};
 
 std::vector<std::string> column_names() {
   std::vector<std::string> names;
