@@ -97,7 +97,7 @@ void show(const DecodedCall &call, CallSummary &summary) {
 void show_all(const std::string &path) {
   CallSummary summary;
   try {
-    RecordedCalls calls({path}, RecordedCalls::UnderWay::kIncluded, {}, address_index());
+    RecordedCalls calls({path}, RecordedCalls::Purpose::kShow, {}, address_index());
     while (const auto call = calls.next())
       show(*call, summary);
     calls.gaps();
