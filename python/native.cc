@@ -30,8 +30,9 @@
 
 namespace {
 
-// The platform. Its functions are null until open_platform().
+// The platform. All is null until open_platform().
 struct Platform {
+  void *library;
   decltype(sse_call2) *service_call;
   decltype(cardcfg_get_real_asic_type) *asic_type;
   decltype(cardcfg_card_get_sw_card_id) *card_id;
@@ -424,6 +425,7 @@ PyObject *open_platform(PyObject *, PyObject *path) {
     return nullptr;
   }
   Platform found = {};
+  found.library = library;
   if (!find(library, "sse_call2", &found.service_call) ||
       !find(library, "cardcfg_get_real_asic_type", &found.asic_type) ||
       !find(library, "cardcfg_card_get_sw_card_id", &found.card_id) ||
@@ -433,6 +435,21 @@ PyObject *open_platform(PyObject *, PyObject *path) {
     return nullptr;
   platform = found;
   return Py_NewRef(Py_None);
+}
+
+// connect(address) -> errno, or None if the platform has no switch to choose; None: a private
+// switch.
+PyObject *connect(PyObject *, PyObject *argument) {
+  const char *address = nullptr;
+  if (argument != Py_None && !get(argument, &address))
+    return nullptr;
+  using Connect = int (*)(const char *);
+  const auto connect_to = reinterpret_cast<Connect>(dlsym(platform.library, "vp_connect"));
+  if (connect_to == nullptr)
+    return Py_NewRef(Py_None);
+  int error = 0;
+  in_turn([&] { error = connect_to(address); });
+  return PyLong_FromLong(error);
 }
 
 // library_file() -> str: the path of libmorvaneusd.so.
@@ -674,6 +691,7 @@ PyCFunction as_function(FastFunction function) {
 PyMethodDef functions[] = {
     {"set_package_directory", set_package_directory, METH_O, nullptr},
     {"open_platform", open_platform, METH_O, nullptr},
+    {"connect", connect, METH_O, nullptr},
     {"library_file", library_file, METH_NOARGS, nullptr},
     {"init", as_function(init), METH_FASTCALL, nullptr},
     {"read", as_function(read), METH_FASTCALL, nullptr},

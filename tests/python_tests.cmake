@@ -1,7 +1,8 @@
 # The Python module: its tests in pytest, on a private and on a shared switch, and its types.
 find_program(PYTEST NAMES pytest-3 pytest)
 find_program(MYPY mypy)
-if(NOT PYTEST OR NOT MYPY)
+find_program(STUBTEST stubtest)
+if(NOT PYTEST OR NOT MYPY OR NOT STUBTEST)
   message(STATUS "No tests of the Python module: pytest or mypy is missing (Debian: python3-pytest, mypy)")
   return()
 endif()
@@ -23,6 +24,7 @@ endfunction()
 
 python_test(python.module ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
 python_test(python.types ${MYPY} --strict --cache-dir=${PROJECT_BINARY_DIR}/mypy -p morvaneusd)
+python_test(python.stubs ${STUBTEST} morvaneusd._native)
 if(target_test)
   served_python_test(python.module_served_by_32_bit ${target_bin}/morvaned ${target_bin}/mrvctl)
 else()

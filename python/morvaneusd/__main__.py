@@ -3,9 +3,9 @@ import argparse
 import os
 import re
 import rlcompleter
+import sys
 from typing import Any
 
-import morvaneusd
 from morvaneusd import *
 
 
@@ -13,12 +13,15 @@ class _Completer(rlcompleter.Completer):
     """Completes registers too: HI[2].DHS_."""
 
     def attr_matches(self, text: str) -> list[str]:
-        match = re.fullmatch(r"((\w+)\[\d+\])\.(\w*)", text)
-        block = vars(morvaneusd).get(match[2]) if match else None
-        if match is None or not isinstance(block, Block):
+        match = re.fullmatch(r"(\w+\[\d+\](?:\.\w+)*)\.(\w*)", text)
+        if match is None:
             return super().attr_matches(text)
-        return [f"{match[1]}.{name}" for name in dir(block[0])
-                if name.startswith(match[3]) and (match[3] or not name.startswith("_"))]
+        try:
+            value = eval(match[1], globals())
+        except Exception:  # of any kind, as in the base class
+            return []
+        return [f"{match[1]}.{name}" for name in dir(value)
+                if name.startswith(match[2]) and not name.startswith("_")]
 
 
 def completions(text: str) -> list[str]:
@@ -31,11 +34,11 @@ def _start() -> None:
         prog="python3 -i -m morvaneusd", description="A Python prompt with the registers of the switch.",
         epilog="example: python3 -i -m morvaneusd --switch /run/morvaned.sock")
     parser.add_argument("--switch", metavar="PATH", help="socket of a morvaned (default: MORVANE_SWITCH)")
-    switch = parser.parse_args().switch
-    if switch is not None:
-        os.environ["MORVANE_SWITCH"] = switch
+    try:
+        init(switch=parser.parse_args().switch)
+    except OSError as error:
+        print(f"{error.strerror}; correct this and call init()", file=sys.stderr)
     os.environ["PYTHONINSPECT"] = "1"  # the prompt, also without -i
-    init()
     try:
         import readline
     except ImportError:

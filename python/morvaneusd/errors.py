@@ -35,6 +35,8 @@ class Error(OSError):
 
 def error_about(code: int, operation: str, subject: Any) -> Error:
     """The error of an operation of the native part, about one of its arguments."""
+    if operation == "init":
+        return Error(code, operation, f"slot {subject}")
     if isinstance(subject, int):
         return Error(code, operation, f"0x{subject:08X}")
     if isinstance(subject, tuple):

@@ -30,17 +30,32 @@ def _platform_file() -> str:
     return str(sibling) if sibling.exists() else sibling.name
 
 
+def _connect(switch: str | None) -> None:
+    """Connects to a switch, for an error that names the cause; the platform would do it at the first call."""
+    address = switch or os.environ.get("MORVANE_SWITCH")
+    if not address:
+        return
+    error = _native.connect(None if address == "none" else address)
+    if error is None and switch is not None:
+        raise ValueError("the platform has no switch to choose")
+    if error:
+        raise OSError(error, f"no switch at {address}: {os.strerror(error)}")
+
+
 @reference("lib_mrv_asic_init")
-def init(slot: int = 0, platform: str | None = None) -> None:
+def init(slot: int = 0, platform: str | None = None, switch: str | None = None) -> None:
     """Opens the platform and initialises the library for the ASIC of the card in a slot.
 
     platform: the library of the platform (default: MORVANE_PLATFORM, or the virtual platform)
+    switch: socket of the morvaned that has the switch, or none (default: MORVANE_SWITCH)
     """
     global _opened
-    file = platform or _platform_file()
+    file = platform or _opened or _platform_file()
     if _opened not in ("", file):
         raise ValueError(f"this process has opened another platform, {_opened}")
     _native.open_platform(file)
+    if not _opened or switch is not None:
+        _connect(switch)
     _opened = file
     _native.init(slot)
 

@@ -188,6 +188,8 @@ def test_errors():
         controls.vp_remove_fault(0)
     with pytest.raises(ValueError, match="another platform"):
         morvaneusd.init(platform="other.so")
+    with pytest.raises(OSError, match="no switch at /too/too/.*: File name too long"):
+        morvaneusd.init(switch="/too" * 99)
     uninitialised = "import morvaneusd; morvaneusd.HI[2][40].read()"
     run = subprocess.run([sys.executable, "-c", uninitialised], text=True, capture_output=True, check=False)
     assert "SYSERR_KEL_ASIC_UNINIT" in run.stderr
@@ -252,8 +254,10 @@ def test_fork_while_a_thread_is_in_a_call():
 
 def test_prompt():
     run = subprocess.run([sys.executable, "-i", "-m", "morvaneusd", "--switch", "none"], text=True,
-                         input="HI[2][40]\ncompletions('HI[2].DHS_')\n", capture_output=True, check=True)
-    assert run.stdout == "<Register HI.2:40>\n['HI[2].DHS_LVIF', 'HI[2].DHS_LVIF_TCAM']\n"
+                         input="HI[2][40]\ncompletions('HI[2].DHS_')+completions('HI[2].DHS_LVIF.r')\n", capture_output=True, check=True)
+    assert run.stdout == (
+        "<Register HI.2:40>\n['HI[2].DHS_LVIF', 'HI[2].DHS_LVIF_TCAM', "
+        "'HI[2].DHS_LVIF.read', 'HI[2].DHS_LVIF.read_into']\n")
 
 
 def output_of(*command):
