@@ -45,6 +45,8 @@ offers "HI_DHS_LVIF_TCAM HI_DHS_LVIF" mrvctl write hi.2:hi_dhs_lv
 offers "HF_DHS_POL" mrvctl dhs-read HF.0:HF_DHS_PO
 offers "SS_CFG_CG SS_CFG_CG_WR" mrvctl calls --register SS.0:ss_cfg
 offers "" mrvctl read QX.2:
+offers "time,register time,result" mrvctl calls --columns time,r
+offers "FAST RECORDED" mrvctl replay --speed ""
 offers "" mrvctl nodrop ""
 offers "ETIMEDOUT" mrvctl switch fault add etimed
 offers "*ETIMEDOUT*SYSERR_KEL_ASIC_UNKNOWN *" mrvctl --calls error ""

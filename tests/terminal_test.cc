@@ -209,7 +209,7 @@ TEST(Shell, survives_interrupts_and_asks_about_an_open_transaction) {
 }
 
 TEST(Shell, has_history_and_completion_with_rlwrap) {
-  if (std::system("rlwrap --version >/dev/null 2>&1") != 0)
+  if (access("/usr/bin/rlwrap", X_OK) != 0)
     GTEST_SKIP() << "rlwrap is not installed";
   const std::string state = testing::TempDir() + "shell_test." + std::to_string(getpid());
   setenv("XDG_STATE_HOME", state.c_str(), 1);

@@ -2,14 +2,15 @@
 
 #include "commands/arguments.h"
 #include "output/call_json.h"
+#include "text/text.h"
 
 namespace mrvctl {
 
 void describe_call_table(Arguments &arguments, CallTableArgs &args) {
   arguments.flag("--wide", args.wide,
                  "Dates and complete columns, as in a file (default at a terminal: its width)");
-  arguments.parsed("--columns LIST", args.columns, parse_call_columns,
-                   "Some of " + call_column_names());
+  arguments.parsed("--columns COLUMN,...", args.columns, parse_call_columns,
+                   "Some of " + join(call_column_names(), ", "));
 }
 
 CallTable::CallTable(Session &session, const AddressIndex &index, const CallTableArgs &args,

@@ -6,6 +6,7 @@
 #include "commands/commands.h"
 #include "host/platform_library.h"
 #include "kel_asic_record_kinds.h"
+#include "output/call_lines.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -16,6 +17,11 @@ using Words = std::vector<std::string>;
 struct WordsArgs {
   Words typed;
 };
+
+// Whether the help lists the words themselves, as in on|off, and does not name a kind of value.
+bool is_choice(const std::string &value) {
+  return value.find('|') != std::string::npos || value != upper_case(value);
+}
 
 Words block_words(const std::string &end = "") {
   Words words;
@@ -60,7 +66,7 @@ Words register_words(Session &session, const std::string &word, bool tables) {
 // <directory> and <command>.
 Words value_words(Session &session, const std::string &value, const std::string &word) {
   const std::string kind = value.substr(0, value.find(','));
-  if (kind != upper_case(kind))
+  if (is_choice(kind))
     return split(kind, '|');
   if (kind == "FILE" || kind == "PATH" || kind == "OUT")
     return {"<file>"};
@@ -74,6 +80,8 @@ Words value_words(Session &session, const std::string &value, const std::string 
     return block_words();
   if (kind == "PORT" || kind == "PORTS")
     return port_words();
+  if (kind == "COLUMN")
+    return call_column_names();
   if (kind == "CODE")
     return result_words();
   if (kind == "ERRNO")
@@ -84,7 +92,8 @@ Words value_words(Session &session, const std::string &value, const std::string 
 }
 
 Words words_for(Session &session, const Parser &parser, const Words &typed) {
-  const std::string &word = typed.back();
+  const size_t part = typed.back().rfind(',') + 1;  // of a list, the part after the last comma
+  const std::string before = typed.back().substr(0, part), word = typed.back().substr(part);
   const Expected expected = parser.expected(typed);
   Words words = expected.words;
   try {
@@ -97,6 +106,8 @@ Words words_for(Session &session, const Parser &parser, const Words &typed) {
     return offered[0] != '<' && lower_case(offered).rfind(lower_case(word), 0) != 0;
   };
   words.erase(std::remove_if(words.begin(), words.end(), differs), words.end());
+  for (std::string &offered : words)
+    offered.insert(0, offered[0] == '<' ? "" : before);
   return words;
 }
 
@@ -107,7 +118,7 @@ std::vector<std::string> all_words(const Parser &parser) {
   std::set<std::string> words = vocabulary.words;
   const auto add = [&words](const Words &more) { words.insert(more.begin(), more.end()); };
   for (const std::string &value : vocabulary.values) {
-    if (value != upper_case(value))
+    if (is_choice(value))
       add(split(value, '|'));
   }
   for (const kel_asic_block_t &info : kel_asic_blocks) {

@@ -19,6 +19,8 @@ namespace {
 constexpr uint32_t kMaxRecord = 1U << 24;
 constexpr size_t kDifferencesShown = 10;
 
+constexpr const char *kSpeeds[] = {"FAST", "RECORDED"};
+
 struct ReplayArgs {
   std::vector<std::string> files;
   bool reset = false;
@@ -196,13 +198,6 @@ void run_replay(Session &session, const ReplayArgs &args) {
     throw OperationFailed("the answers differ from the recording");
 }
 
-bool parse_speed(const std::string &text) {
-  const std::string speed = upper_case(text);
-  if (speed != "RECORDED" && speed != "FAST")
-    throw UsageError("'" + text + "' is not a speed: RECORDED or FAST");
-  return speed == "RECORDED";
-}
-
 bool parse_ignored(const std::string &text) {
   if (lower_case(text) != "qos")
     throw UsageError("'" + text + "' cannot be ignored: qos can");
@@ -216,10 +211,10 @@ void describe_replay(Arguments &arguments, ReplayArgs &args) {
       "--check", args.check,
       "Compare results and answers with those recorded, show the first differences, and\n"
       "fail if there are any");
-  arguments.parsed("--speed SPEED", args.at_recorded_speed, parse_speed,
+  arguments.choice("--speed", args.at_recorded_speed, kSpeeds,
                    "RECORDED keeps the pauses between the calls (default: FAST)");
-  arguments.parsed("--ignore WHAT", args.ignore_qos, parse_ignored,
-                   "qos: do not compare statistics, which traffic changes");
+  arguments.parsed("--ignore qos", args.ignore_qos, parse_ignored,
+                   "Do not compare statistics, which traffic changes");
 }
 
 }  // namespace

@@ -31,26 +31,22 @@ constexpr CallColumn kColumns[] = {
     {"register", 30, 22, 14, Cut::kMiddle, -1}, {"value", 26, 11, 11, Cut::kEnd, -1},
     {"result", 10, 6, 6, Cut::kNever, -1},      {"caller", 40, 30, 8, Cut::kEnd, -1}};
 
-std::vector<std::string> column_names() {
+}  // namespace
+
+std::vector<std::string> call_column_names() {
   std::vector<std::string> names;
   for (const CallColumn &column : kColumns)
     names.emplace_back(column.name);
   return names;
 }
 
-}  // namespace
-
-std::string call_column_names() {
-  return join(column_names(), ", ");
-}
-
 CallColumns parse_call_columns(const std::string &text) {
-  const std::vector<std::string> names = column_names();
+  const std::vector<std::string> names = call_column_names();
   CallColumns columns;
   for (const std::string &word : split(text, ',')) {
     const auto found = std::find(names.begin(), names.end(), lower_case(word));
     if (found == names.end())
-      throw UsageError("'" + word + "' is not one of the columns " + call_column_names());
+      throw UsageError("'" + word + "' is not one of the columns " + join(names, ", "));
     columns.push_back(static_cast<size_t>(found - names.begin()));
   }
   return columns;
@@ -62,7 +58,7 @@ CallLines::CallLines(const AddressIndex &index, CallFormat format)
     format_.columns.resize(std::size(kColumns));
     std::iota(format_.columns.begin(), format_.columns.end(), size_t{0});
   }
-  Row headings = {column_names(), false};
+  Row headings = {call_column_names(), false};
   if (format_.width != 0)
     headings.cells[kDuration] = "us";
   for (std::string &heading : headings.cells)

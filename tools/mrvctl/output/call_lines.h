@@ -12,8 +12,8 @@ namespace mrvctl {
 
 using CallColumns = std::vector<size_t>;
 
-// "time, process, duration, operation, register, value, result, caller"
-std::string call_column_names();
+// time, process, duration, operation, register, value, result, caller
+std::vector<std::string> call_column_names();
 
 // Reads some of them, with commas and no blanks between them. Throws UsageError.
 CallColumns parse_call_columns(const std::string &text);
