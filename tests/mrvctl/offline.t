@@ -56,6 +56,7 @@ Packets go to standard output, but not to a terminal. --force replaces a file.
   $ TERM=dumb script -qec 'mrvctl calls . --map switch.map --pcap -' /dev/null
   calls . --map switch.map --pcap -: packets are not for a terminal: pipe or redirect the output\r (esc)
   [1]
-  $ mrvctl calls . --force
-  calls . --force: --force is for --pcap
+  $ printf 'calls . --force\ncalls . --summary --columns time\n' | mrvctl -f -
+  stdin:1: calls . --force: --force is for --pcap
+  stdin:2: calls . --summary --columns time: --last and --columns are for the table of calls
   [2]

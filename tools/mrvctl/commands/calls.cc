@@ -97,8 +97,8 @@ void write_pcapng(Session &session, RecordedCalls &source, const CallsArgs &args
 void check_calls(const CallsArgs &args) {
   if (args.follow + args.summary + !args.pcap.empty() > 1)
     throw UsageError("--follow, --summary and --pcap exclude each other");
-  if (args.last > 0 && (args.summary || !args.pcap.empty()))
-    throw UsageError("--last is for the table of calls");
+  if ((args.last > 0 || !args.table.columns.empty()) && (args.summary || !args.pcap.empty()))
+    throw UsageError("--last and --columns are for the table of calls");
   if (args.force && args.pcap.empty())
     throw UsageError("--force is for --pcap");
 }
