@@ -83,7 +83,7 @@ const AddressIndex &address_index() {
 // All that the tool prints of a call; a line is one line.
 void show(const DecodedCall &call, CallSummary &summary) {
   const AddressIndex &index = address_index();
-  for (const size_t width : {0, 80, 20}) {
+  for (const size_t width : {0U, 80U, 20U}) {
     CallLines lines(index, {{}, width, 7, std::nullopt});
     lines.flush();
     const std::string line = lines.add(call);
