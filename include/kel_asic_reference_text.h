@@ -295,10 +295,10 @@ static inline const char *kel_asic_step_refusal_text(char *text, size_t size, in
                                                      const kel_asic_pgm_t *step) {
   if (step->magic != KEL_ASIC_PGM_MAGIC)
     snprintf(text, size, "the magic is not KEL_ASIC_PGM_MAGIC");
-  else if (step->mask == 0)
-    snprintf(text, size, "the mask is 0");
   else
     kel_asic_refusal_text(text, size, module, 0, step->block, step->instance, step->vreg);
+  if (text[0] == '\0' && step->mask == 0)
+    snprintf(text, size, "a mask of 0 selects no bit");
   return text;
 }
 

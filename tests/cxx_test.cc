@@ -259,7 +259,8 @@ TEST_F(Cxx, names_the_register_and_the_argument_that_is_refused) {
       {"HF.0:HF_DHS_RESULT_00[0] of module 0, ASIC 0: the register map decides its entry size and "
        "indices: ",
        [&] { write_entries(at(HF_DHS_RESULT_00_OFFSET, 0), 0, row); }},
-      {"run module 0, ASIC 0, step 1, HI.2:40: the mask is 0: ", [&] { run(wrong_step); }},
+      {"run module 0, ASIC 0, step 1, HI.2:40: a mask of 0 selects no bit: ",
+       [&] { run(wrong_step); }},
       {"run module 0, ASIC 0, step 0, HI.40:HI_DHS_LVIF: block HI has instances 0 to 31: ",
        [&] { run(missing_step); }},
       {"run module 0, ASIC 0, step 0, HI.2:40: the magic is not KEL_ASIC_PGM_MAGIC: ",

@@ -42,18 +42,17 @@ using Shapes = std::array<std::vector<Shape>, KEL_ASIC_NUM_BLK>;
 
 Shapes all_shapes(const RegisterMap &map) {
   Shapes shapes;
-  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block)
-    shapes[block] = shapes_of(map, static_cast<kel_asic_blk_t>(block));
+  for (const kel_asic_block_t &info : kel_asic_blocks)
+    shapes[info.block] = shapes_of(map, info.block);
   return shapes;
 }
 
 template <typename Use>
 void use_each(const RegisterMap &map, const Shapes &shapes, Use use) {
-  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
-    const auto block = static_cast<kel_asic_blk_t>(i);
-    for (uint32_t instance = 0; instance < map.instances(block); ++instance) {
-      for (const Shape &shape : shapes[block]) {
-        const Register reg = {block, instance, shape.vreg};
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    for (uint32_t instance = 0; instance < map.instances(info.block); ++instance) {
+      for (const Shape &shape : shapes[info.block]) {
+        const Register reg = {info.block, instance, shape.vreg};
         const uint64_t begin = map.whole_address(reg);
         use(AddressSpan{begin, begin + shape.bytes, shape.entry_size, reg});
       }
@@ -98,8 +97,8 @@ std::optional<AddressSpan> first_span(const RegisterMap &map,
 std::vector<AddressSpan> address_spans(const RegisterMap &map) {
   const Shapes shapes = all_shapes(map);
   size_t count = 0;
-  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block)
-    count += shapes[block].size() * map.instances(static_cast<kel_asic_blk_t>(block));
+  for (const kel_asic_block_t &info : kel_asic_blocks)
+    count += shapes[info.block].size() * map.instances(info.block);
   std::vector<AddressSpan> spans;
   spans.reserve(count);  // there are tens of thousands
   use_each(map, shapes, [&](const AddressSpan &span) { spans.push_back(span); });

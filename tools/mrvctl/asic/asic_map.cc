@@ -35,12 +35,12 @@ void RegisterMap::check_tables() const {
     throw OperationFailed("the register map has no base table");
   if (offsets_ == nullptr)
     throw OperationFailed("the register map has no register table");
-  for (uint32_t i = 0; i < KEL_ASIC_NUM_BLK; ++i) {
-    const auto block = static_cast<kel_asic_blk_t>(i);
-    if (instances(block) != 0 && (bases_[i] == nullptr || offsets_[i] == nullptr))
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    const kel_asic_blk_t block = info.block;
+    if (instances(block) != 0 && (bases_[block] == nullptr || offsets_[block] == nullptr))
       throw OperationFailed(format("the register map has no %s for block %s",
-                                   bases_[i] == nullptr ? "bases" : "registers",
-                                   kel_asic_blk_names[i]));
+                                   bases_[block] == nullptr ? "bases" : "registers",
+                                   kel_asic_blk_names[block]));
   }
 }
 

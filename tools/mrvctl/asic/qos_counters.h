@@ -24,8 +24,8 @@ struct Counters {
   const char *metric;  // its name where counters are collected; others' dashboards rely on it
   const char *label;
   const kel_asic_counter_t *values;
-  size_t count;       // 1, 8 or 48
-  const char *index;  // the label of eight counters
+  size_t count = 1;             // 1, 8 or 48
+  const char *index = nullptr;  // the label of eight counters
 };
 
 // What the service answered for one port.

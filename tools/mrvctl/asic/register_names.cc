@@ -1,9 +1,6 @@
 // Names of blocks and registers.
 #include "asic/register_names.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "text/errors.h"
 #include "text/text.h"
 
@@ -17,11 +14,10 @@ constexpr size_t kSuffixLength = sizeof kSuffix - 1;
 
 std::vector<RegisterName> named_registers(kel_asic_blk_t block) {
   std::vector<RegisterName> names;
-  std::copy_if(std::begin(kel_asic_register_names), std::end(kel_asic_register_names),
-               std::back_inserter(names),
-               [block](const RegisterName &named) { return named.block == block; });
-  std::sort(names.begin(), names.end(),
-            [](const RegisterName &a, const RegisterName &b) { return a.vreg < b.vreg; });
+  for (const RegisterName &named : kel_asic_register_names) {
+    if (named.block == block)
+      names.push_back(named);
+  }
   return names;
 }
 

@@ -41,11 +41,9 @@ std::optional<Table> find_table(const RegisterMap &map, kel_asic_blk_t block, ke
 
 std::vector<Table> named_tables(const RegisterMap &map) {
   std::vector<Table> tables;
-  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
-    for (const RegisterName &named : named_registers(static_cast<kel_asic_blk_t>(block))) {
-      if (const std::optional<Table> table = find_table(map, named.block, named.vreg))
-        tables.push_back(*table);
-    }
+  for (const RegisterName &named : kel_asic_register_names) {
+    if (const std::optional<Table> table = find_table(map, named.block, named.vreg))
+      tables.push_back(*table);
   }
   return tables;
 }

@@ -77,11 +77,9 @@ std::vector<uint32_t> addresses_of(const RegisterMap &map, const RegisterName &n
 
 std::vector<RegisterName> registers_with(const std::string &part) {
   std::vector<RegisterName> found;
-  for (uint32_t block = 0; block < KEL_ASIC_NUM_BLK; ++block) {
-    for (const RegisterName &named : named_registers(static_cast<kel_asic_blk_t>(block))) {
-      if (std::string(named.name).find(part) != std::string::npos)
-        found.push_back(named);
-    }
+  for (const RegisterName &named : kel_asic_register_names) {
+    if (std::string(named.name).find(part) != std::string::npos)
+      found.push_back(named);
   }
   return found;
 }

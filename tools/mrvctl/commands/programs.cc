@@ -44,13 +44,11 @@ morvane::asic_set selection(const std::vector<uint32_t> &asics, int module) {
 
 // Refuses a program with a step that names no register, or that selects no bit, before any of it
 // runs.
-void check_steps(Session &session, const Program &program) {
+void check_steps(const Program &program) {
   for (size_t i = 0; i < program.steps.size(); ++i) {
-    const kel_asic_pgm_t &step = program.steps[i];
-    std::string wrong = session.map().missing({step.block, step.instance, step.vreg});
-    if (wrong.empty() && step.mask == 0)
-      wrong = "a mask of 0 selects no bit";
-    if (!wrong.empty())
+    char wrong[64];
+    kel_asic_step_refusal_text(wrong, sizeof wrong, 0, &program.steps[i]);
+    if (wrong[0] != '\0')
       throw OperationFailed(SYSERR_KEL_ASIC_INVALID_ARG,
                             program.positions[i] + wrong + "; nothing is written");
   }
@@ -78,7 +76,7 @@ void run_program(Session &session, const ProgramArgs &args) {
   if (existing.empty())
     throw OperationFailed("no such ASIC: " + join(missing, ", ") + "; nothing is written",
                           Status::kUsage);
-  check_steps(session, program);
+  check_steps(program);
   const uint64_t calls_before = calls_so_far();
   std::error_code ec;
   morvane::run(steps, selection(asics, session.on().module), ec, session.caller());
