@@ -171,15 +171,20 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
   close(ends[0]);
   kill(child, SIGKILL);
   kill(-child, SIGKILL);  // whatever it has started
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
+  const int status = wait_for_end(child);
   Outcome outcome =
       reported ? Outcome{message.verdict, message.clause, message.expected, message.seen, {}}
                : judge_end(readable, status, limit);
   outcome.duration = Clock::now() - begin;
   identifier_hangs = identifier_hangs || outcome.seen == kNoIdentifier;
   return outcome;
+}
+
+int wait_for_end(pid_t child) {
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
 }
 
 void require(bool holds, const std::string &expected, const std::string &seen,

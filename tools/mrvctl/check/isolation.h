@@ -1,6 +1,8 @@
 // Runs a check in a separate process, so that a platform that crashes or hangs ends nothing else.
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -45,6 +47,9 @@ struct Outcome {
 // Runs the work in a child process and ends that at the limit, or as soon as `stop` is set.
 Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds limit,
                      const volatile std::sig_atomic_t &stop);
+
+// Waits for a child to end; returns its status.
+int wait_for_end(pid_t child);
 
 // Memory that no code may access. An access ends the process and breaks the clause. The texts live
 // as long as the process.

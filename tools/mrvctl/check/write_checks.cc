@@ -1,11 +1,9 @@
 // Checks that write, to registers and tables that may be written. What they find there is kept
 // first, and put back when the check is over.
 #include <sys/time.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <functional>
 
@@ -265,10 +263,8 @@ void in_two_processes(const std::function<void()> &in_child, const std::function
     }
   }
   here();
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  require(status == 0, expected, "a call in the child fails, or answers another value", clause);
+  require(wait_for_end(child) == 0, expected, "a call in the child fails, or answers another value",
+          clause);
 }
 
 void works_in_children(const CheckTarget &subject) {
