@@ -131,7 +131,7 @@ std::string write_text(const kel_asic_xn_entry_t &entry, const AddressIndex &ind
          masked_text(entry.data, entry.mask);
 }
 
-// The first entries; those of a register if one is asked for.
+// The first entries, those of a register if one is asked for; brief the first callers, if known.
 std::string entries_text(const TransactionFields &transaction, const AddressIndex &index,
                          const std::optional<RegisterReference> &wanted, bool brief) {
   std::vector<std::string> entries;
@@ -139,11 +139,16 @@ std::string entries_text(const TransactionFields &transaction, const AddressInde
     const kel_asic_xn_entry_t &entry = transaction.entries[i];
     if (wanted && !index.last_word_of(*wanted, entry.reg, 1))
       continue;
+    const Caller *const caller = transaction.callers[i].get();
+    const std::string by = caller == nullptr ? "" : caller_text(*caller, brief);
+    if (brief && !by.empty() && !entries.empty() && entries.back() == by)
+      continue;
     if (entries.size() == kEntriesInTable)
       return join(entries, ", ") + ", ...";
-    const Caller *const caller = transaction.callers[i].get();
-    entries.push_back(write_text(entry, index) +
-                      (caller == nullptr ? "" : " by " + caller_text(*caller, brief)));
+    if (brief && !by.empty())
+      entries.push_back(by);
+    else
+      entries.push_back(write_text(entry, index) + (by.empty() ? "" : " by " + by));
   }
   return join(entries, ", ");
 }

@@ -28,9 +28,9 @@ std::string caller_text(const DecodedCall &call, bool brief = false);
 
 // The columns of a table of calls: time, process, duration, operation, register, value, result and
 // caller. A call that does not name its caller has the first entries of its transaction there, or
-// those of the wanted register, or the sums of its statistics. `brief` is for a
-// narrow table: times without dates, microseconds as numbers, callers without directory and
-// context.
+// those of the wanted register, or the sums of its statistics. `brief` is for a narrow table: times
+// without dates, microseconds as numbers, callers without directory and context, and of a
+// transaction the callers in place of the entries.
 std::vector<std::string> call_cells(const DecodedCall &call, const AddressIndex &index,
                                     const std::optional<RegisterReference> &wanted, bool brief);
 

@@ -31,6 +31,14 @@ constexpr CallColumn kColumns[] = {
     {"register", 30, 22, 14, Cut::kMiddle, -1}, {"value", 26, 11, 11, Cut::kEnd, -1},
     {"result", 10, 6, 6, Cut::kNever, -1},      {"caller", 40, 30, 8, Cut::kEnd, -1}};
 
+// Of a caller, "main client.c:12", the end is kept, but not of what is in place of a caller.
+Cut cut_of(size_t column, const std::string &cell) {
+  const size_t colon = cell.rfind(':');
+  const bool has_line = colon != std::string::npos && colon + 1 < cell.size() &&
+                        cell.find_first_not_of("0123456789", colon + 1) == std::string::npos;
+  return column == kCaller && has_line ? Cut::kBegin : kColumns[column].cut;
+}
+
 }  // namespace
 
 std::vector<std::string> call_column_names() {
@@ -58,10 +66,10 @@ CallLines::CallLines(const AddressIndex &index, CallFormat format)
     format_.columns.resize(std::size(kColumns));
     std::iota(format_.columns.begin(), format_.columns.end(), size_t{0});
   }
-  Row headings = {call_column_names(), false};
+  Row headings = call_column_names();
   if (format_.width != 0)
-    headings.cells[kDuration] = "us";
-  for (std::string &heading : headings.cells)
+    headings[kDuration] = "us";
+  for (std::string &heading : headings)
     heading = upper_case(heading);
   waiting_.push_back(std::move(headings));
 }
@@ -78,7 +86,7 @@ void CallLines::lay_out() {
   }
   for (size_t column = 0; column < widths_.size(); ++column) {
     for (const Row &row : waiting_)
-      widths_[column] = std::max(widths_[column], row.cells[column].size());
+      widths_[column] = std::max(widths_[column], row[column].size());
   }
   const CallColumns others(format_.columns.begin(), format_.columns.end() - 1);
   size_t used = others.size();  // the gaps
@@ -104,11 +112,8 @@ std::string CallLines::line(const Row &row) const {
   const bool full = format_.width == 0;
   std::string text;
   for (const size_t column : format_.columns) {
-    const bool is_caller = column == kCaller && row.names_caller;
-    const std::string &cell = row.cells[column];
-    const std::string shown =
-        full ? cell
-             : cut_text(cell, widths_[column], is_caller ? Cut::kBegin : kColumns[column].cut);
+    const std::string &cell = row[column];
+    const std::string shown = full ? cell : cut_text(cell, widths_[column], cut_of(column, cell));
     const int width = static_cast<int>(widths_[column]) * kColumns[column].align;
     text += (text.empty() ? "" : full ? "  " : " ") + format("%*s", width, shown.c_str());
   }
@@ -118,7 +123,7 @@ std::string CallLines::line(const Row &row) const {
 
 std::string CallLines::add(const DecodedCall &call) {
   const bool full = format_.width == 0;
-  Row row = {call_cells(call, index_, format_.wanted, !full), !caller_text(call).empty()};
+  Row row = call_cells(call, index_, format_.wanted, !full);
   if (!widths_.empty())
     return line(row);
   waiting_.push_back(std::move(row));

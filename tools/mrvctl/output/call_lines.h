@@ -37,10 +37,7 @@ class CallLines {
   std::string flush();
 
  private:
-  struct Row {
-    std::vector<std::string> cells;
-    bool names_caller;
-  };
+  using Row = std::vector<std::string>;
 
   void lay_out();
   std::string line(const Row &row) const;
