@@ -10,11 +10,11 @@ A recording is read on a machine without the platform library: with the register
   $ mrvctl last-write HI.2:HI_DHS_LVIF . --map switch.map | cut -c -41
   HI.2:HI_DHS_LVIF[0] <- 0x0000000f mask 0x
   $ mrvctl --json calls . --register 0x102000a4 2>&1 | grep -o '^mrvctl.*\|"address":270532772,"register":null'
-  mrvctl: no register map: no platform: /no/such/file: cannot open shared object file: No such file or directory; addresses are printed, and writes that were never sent are left out: use --map FILE
+  mrvctl: no register map: no platform: /no/such/file: cannot open shared object file: No such file or directory; addresses are printed, and writes that were never sent are omitted: use --map FILE
   "address":270532772,"register":null
   "address":270532772,"register":null
   $ mrvctl last-write 0x10204b00 .
-  mrvctl: no register map: no platform: /no/such/file: cannot open shared object file: No such file or directory; addresses are printed, and writes that were never sent are left out: use --map FILE
+  mrvctl: no register map: no platform: /no/such/file: cannot open shared object file: No such file or directory; addresses are printed, and writes that were never sent are omitted: use --map FILE
   0x10204b00 <- 0x0000000f mask 0x000000ff  2026-11-25 10:25:40.697682  mrvctl.20637  write-field  ok  write-field examples/refusals.mrv:24 context 24
   $ mrvctl last-write HI.2:HI_DHS_LVIF .
   last-write HI.2:HI_DHS_LVIF .: no register map: no platform: /no/such/file: cannot open shared object file: No such file or directory; to find HI.2:HI_DHS_LVIF use --map FILE, or its address

@@ -115,7 +115,7 @@ AddressIndex register_names(Session &session, const std::string &map_file,
       throw OperationFailed(why + "; to find " + reg->text + " use --map FILE, or its address");
     print_error("mrvctl: " + why +
                 "; addresses are printed, and writes that were never sent are "
-                "left out: use --map FILE\n");
+                "omitted: use --map FILE\n");
     return {};
   }
 }
