@@ -120,7 +120,17 @@ Output that cannot be written is a failure.
   output: the results could not be written
   [1]
 
-With --interactive each line of a pipe is answered before the next one is written.
+quit ends a script, or a shell. Without a terminal the shell has no prompt, and asks nothing.
+
+  $ printf 'begin x\nwrite HI.2:5 9\nshell\nquit\nread HI.2:5\n' | mrvctl shell
+  transaction "x" is open
+  HI.2:5 <- 0x00000009: queued
+  stdin:3: shell: a shell does not run in a script or in another shell
+  end: transaction "x" was never committed: 1 write lost
+  [2]
+  $ printf 'quit\nread HI.2:5\n' >quit.mrv; mrvctl -f quit.mrv
+
+In a shell, and with --interactive, each line of a pipe is answered before the next one is written.
 
   $ mkfifo asked answered
   $ mrvctl --json --interactive -f - <asked >answered &

@@ -108,7 +108,7 @@ int run_and_close(Runner &runner, Session &session, const Options &options, cons
     session.report.use_json();
   session.report.use_colour(options.colour);
   session.report.take_standard_output();
-  const SignalHandler ending({SIGINT, SIGTERM, SIGHUP, SIGPIPE}, end_by_signal);
+  const SignalHandler ending({SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}, end_by_signal);
   Script script = {shown, {{0, shown, chosen}}};
   if (chosen.run)
     runner.run(chosen.name, {}, shown, chosen.check);

@@ -158,7 +158,7 @@ void add_shell_commands(Parser &parser, Runner &runner,
                         const std::vector<std::string> &command_line) {
   const auto run = [&parser, &runner, command_line](Session &session, const ShellArgs &args) {
     if (session.in_script())
-      throw UsageError("not in a script or in another shell");
+      throw UsageError("a shell does not run in a script or in another shell");
     const bool at_terminal = isatty(STDIN_FILENO) != 0;
     if (!args.plain && at_terminal && session.report.on_terminal() && Terminal::available() &&
         is_installed("rlwrap"))

@@ -9,6 +9,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <string_view>
 
 #include "text/errors.h"
 #include "text/text.h"
@@ -30,7 +31,7 @@ std::atomic<const std::string *> notice = notices.data();
 std::atomic<const std::string *> prompt = nullptr;
 volatile std::sig_atomic_t in_shell = 0, cancelled = 0;
 
-void write_error(const std::string &text) {
+void write_error(std::string_view text) {
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
 
@@ -60,10 +61,12 @@ void on_interrupt(int signal_number) {
 void on_prompt_interrupt(int) {
   const int error_number = errno;
   const std::string *const shown = prompt.load();
-  cancelled = shown == nullptr ? 1 : 0;
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, "\n", 1);
+  write_error("\n");
   if (shown != nullptr)
     write_error(*shown);
+  else if (cancelled != 0)
+    write_error("waiting for an answer of the switch; ^\\ ends the shell\n");
+  cancelled = shown == nullptr ? 1 : 0;
   errno = error_number;
 }
 
