@@ -513,6 +513,13 @@ PyObject *write_field_raw(PyObject *, PyObject *const *arguments, Py_ssize_t cou
       });
 }
 
+PyObject *send_command(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+  return perform<uint32_t, morvane::port, uint32_t>(
+      arguments, count, __func__, [](auto address, auto &port, auto value, Code &ec, auto &who) {
+        morvane::write(morvane::command(address, port), value, ec, who);
+      });
+}
+
 PyObject *read_block(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<Register, WritableWords>(arguments, count, __func__,
                                           [](auto &reg, auto &words, Code &ec, auto &who) {
@@ -699,6 +706,7 @@ PyMethodDef functions[] = {
     {"write_field", as_function(write_field), METH_FASTCALL, nullptr},
     {"write_raw", as_function(write_raw), METH_FASTCALL, nullptr},
     {"write_field_raw", as_function(write_field_raw), METH_FASTCALL, nullptr},
+    {"send_command", as_function(send_command), METH_FASTCALL, nullptr},
     {"read_block", as_function(read_block), METH_FASTCALL, nullptr},
     {"entry_words", as_function(entry_words), METH_FASTCALL, nullptr},
     {"read_entries", as_function(read_entries), METH_FASTCALL, nullptr},

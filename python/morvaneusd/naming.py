@@ -5,7 +5,7 @@ _names.py has a class per block, whose attributes are its registers.
 from __future__ import annotations
 
 from array import array
-from collections.abc import Iterable, Sequence
+from collections.abc import Iterable
 from typing import Any, Generic, NamedTuple, Self, TypeVar, Union, overload
 
 from . import _native
@@ -39,19 +39,22 @@ def register_text(location: Location) -> str:
     return text if module == asic == 0 else f"{text} of {asic_text((module, asic))}"
 
 
-def as_words(values: Words) -> Any:
-    """A buffer of words: the values if they are one, else a copy of the numbers or rows."""
+def as_words(values: Any, entry_words: int) -> memoryview:
+    """The words of entries: the values if they are a buffer, else a copy of the numbers or rows."""
     try:
-        return memoryview(values)  # type: ignore[arg-type]
+        return memoryview(values)
     except TypeError:
         pass
     words = array("I")
-    for value in values:
-        if isinstance(value, int):
+    for number, value in enumerate(values):
+        try:
             words.append(value)
-        else:
-            words.extend(value)
-    return words
+        except TypeError:
+            row = array("I", value)
+            if len(row) != entry_words:
+                raise ValueError(f"row {number} has {len(row)} words, but an entry has {entry_words}") from None
+            words.extend(row)
+    return memoryview(words)
 
 
 class Located:
@@ -131,7 +134,7 @@ class Table(Located):
     @reference("lib_mrv_asic_write_dhs")
     def write(self, first: int, words: Words) -> None:
         """Writes entries: a buffer, numbers, or rows."""
-        _native.write_entries(self.location, first, as_words(words))
+        _native.write_entries(self.location, first, as_words(words, self.entry_words(first)))
 
     @overload
     def __getitem__(self, index: int) -> list[int]: ...
@@ -154,25 +157,13 @@ class Table(Located):
     def __setitem__(self, index: slice, row: Words) -> None: ...
 
     def __setitem__(self, index: int | slice, row: Words) -> None:
-        if isinstance(index, slice):
-            first, count = self._range(index)
-            self._check_rows(row, self.entry_words(first))
-        else:
-            first, count = self._index(index), 1
-        words = as_words(row)
-        size = len(words) if isinstance(words, array) else words.nbytes // 4
-        if size != count * self.entry_words(first):
-            raise ValueError(f"{size} words for {count} entries of {self}, which have "
-                             f"{self.entry_words(first)} words each")
+        first, count = self._range(index) if isinstance(index, slice) else (self._index(index), 1)
+        size = self.entry_words(first)
+        words = as_words(row, size)
+        if words.nbytes != 4 * count * size:
+            raise ValueError(f"{words.nbytes // 4} words for {count} entries of {self}, which have {size} words each")
         if count:
             _native.write_entries(self.location, first, words)
-
-    def _check_rows(self, rows: Words, size: int) -> None:
-        if not isinstance(rows, Sequence):
-            return
-        for number, row in enumerate(rows):
-            if isinstance(row, Sequence) and len(row) != size:
-                raise ValueError(f"row {number} has {len(row)} words; an entry of {self} has {size}")
 
     def _index(self, index: int) -> int:
         """The number of an entry; negative ones count from the end."""

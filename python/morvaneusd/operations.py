@@ -76,7 +76,7 @@ def send_command(command: int, port: Port, value: int = 0) -> None:
     """Sends a command to a port: the driver service takes some addresses as commands."""
     if max(port.type, port.number) > 0xFF or port.asic > 0xFFFF:
         raise ValueError(f"{port} does not fit into a command")
-    write_raw(command, value, module=port.module, asic=port.asic << 16 | port.type << 8 | port.number)
+    _native.send_command(command, port, value)
 
 
 class batch:

@@ -99,9 +99,13 @@ def test_tables():
     hooked = HI[0].HI0_DHS_LVIF_TCAM
     hooked[1] = [3, 4]
     assert hooked[0:2] == [[0, 0], [3, 4]]
+    TABLE.write(7, [numpy.full(8, 7, numpy.uint32), [numpy.uint32(8)] * 8])
+    assert TABLE[7:9] == [[7] * 8, [8] * 8]
     for index, rows in ((3, [1] * 7), (slice(3, 5), [1] * 8), (slice(3, 5), [[1] * 7, [1] * 9])):
         with pytest.raises(ValueError):
             TABLE[index] = rows
+    with pytest.raises(ValueError, match="row 1 has 9 words"):
+        TABLE.write(0, [[1] * 8, [1] * 9])
     assert TABLE[62:] == list(TABLE)[-2:] == [[0] * 8, [5] * 8]
     for index in (64, -65):
         with pytest.raises(IndexError):
