@@ -19,11 +19,14 @@
 #include <cstring>
 #include <limits>
 #include <mutex>
+#include <new>
 #include <string>
+#include <system_error>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
+#include "kel_asic_reference_text.h"
 #include "morvaneusd.hpp"
 #include "platform/register_map.h"
 #include "platform/system_service.h"
@@ -76,6 +79,8 @@ int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
 
 syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asic_ver_t *asic_ver,
                           uint32_t context, char *file, int line, const char *func) {
+  if (platform.describe == nullptr)
+    return SYSERR_KEL_ASIC_UNINIT;
   const syserr_t result = platform.describe(funcs, limits, asic_ver, context, file, line, func);
   entry_size_hook = funcs->reg_dhs_entry_size;
   return result;
@@ -358,23 +363,30 @@ bool get_all(PyObject *const *arguments, Py_ssize_t count, Values *...values) {
   return false;
 }
 
+// What an operation failed with.
+struct Failure {
+  std::error_code code;
+  std::string text;
+};
+
 // Raises the error of an operation, about its first argument.
-PyObject *fail(const std::error_code &ec, const char *operation, PyObject *subject) {
-  if (ec == morvane::errc::wrong_size) {
-    PyErr_SetString(PyExc_ValueError, ec.message().c_str());
+PyObject *fail(const Failure &failure, const char *operation, PyObject *subject) {
+  if (failure.code == morvane::errc::wrong_size) {
+    PyErr_SetString(PyExc_ValueError, failure.text.c_str());
     return nullptr;
   }
   const Reference errors(PyImport_ImportModule("morvaneusd.errors"));
   if (errors.get() == nullptr)
     return nullptr;
-  const Reference error(PyObject_CallMethod(errors.get(), "error_about", "IsO",
-                                            static_cast<unsigned>(ec.value()), operation, subject));
+  const auto code = static_cast<unsigned>(failure.code.value());
+  const Reference error(PyObject_CallMethod(errors.get(), "error_about", "IsOs", code, operation,
+                                            subject, failure.text.c_str()));
   if (error.get() != nullptr)
     PyErr_SetObject(reinterpret_cast<PyObject *>(Py_TYPE(error.get())), error.get());
   return nullptr;
 }
 
-// Runs an operation with arguments of these types, an error code and its caller. Returns None.
+// Runs an operation of morvaneusd.hpp with arguments of these types and its caller. Returns None.
 template <typename... Values, typename Operation>
 PyObject *perform(PyObject *const *arguments, Py_ssize_t count, const char *name,
                   Operation operation) {
@@ -384,14 +396,20 @@ PyObject *perform(PyObject *const *arguments, Py_ssize_t count, const char *name
       std::apply([&](Values &...value) { return get_all(arguments, count, &value...); }, values);
   if (!complete || !who.find())
     return nullptr;
-  std::error_code ec;
+  Failure failure;
   in_turn([&] {
-    std::apply([&](const Values &...value) { operation(value..., ec, who.where()); }, values);
+    try {
+      std::apply([&](const Values &...value) { operation(value..., who.where()); }, values);
+    } catch (const std::system_error &error) {
+      failure = {error.code(), error.what()};
+    } catch (const std::bad_alloc &error) {
+      failure = {morvane::errc::no_buffer, error.what()};
+    }
   });
-  return ec ? fail(ec, name, count == 0 ? Py_None : arguments[0]) : Py_NewRef(Py_None);
+  if (!failure.code)
+    return Py_NewRef(Py_None);
+  return fail(failure, name, count == 0 ? Py_None : arguments[0]);
 }
-
-using Code = std::error_code;
 
 // The functions of the module. Those without a comment are one operation of the library.
 
@@ -459,72 +477,79 @@ PyObject *library_file(PyObject *, PyObject *) {
   return PyUnicode_DecodeFSDefault(library.dli_fname == nullptr ? "" : library.dli_fname);
 }
 
-// The library prints a line at initialisation, which is not output of the program. Python prints
-// without the stream of the C library.
-void init_quietly(slot_num_t slot, Code &ec, const morvane::caller &who) {
-  std::FILE *const output = stdout;
-  std::FILE *const nothing = std::fopen("/dev/null", "we");
-  if (nothing != nullptr)
-    stdout = nothing;
-  morvane::init(slot, ec, who);
-  stdout = output;
-  if (nothing != nullptr)
-    std::fclose(nothing);
-}
+// While it exists, what the library prints goes nowhere. Python prints without the stream of the C
+// library.
+class DiscardedOutput {
+ public:
+  DiscardedOutput() : output_(stdout), nothing_(std::fopen("/dev/null", "we")) {
+    if (nothing_ != nullptr)
+      stdout = nothing_;
+  }
+  DiscardedOutput(const DiscardedOutput &) = delete;
+  DiscardedOutput &operator=(const DiscardedOutput &) = delete;
+  ~DiscardedOutput() {
+    stdout = output_;
+    if (nothing_ != nullptr)
+      std::fclose(nothing_);
+  }
+
+ private:
+  std::FILE *output_, *nothing_;
+};
 
 PyObject *init(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return perform<slot_num_t>(arguments, count, __func__,
-                             [](auto slot, Code &ec, auto &who) { init_quietly(slot, ec, who); });
+  return perform<slot_num_t>(arguments, count, __func__, [](auto slot, auto &who) {
+    const DiscardedOutput line_about_the_trace;
+    morvane::init(slot, who);
+  });
 }
 
 PyObject *read(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   uint32_t value = 0;
-  const Reference done(perform<Register>(
-      arguments, count, __func__,
-      [&](auto &reg, Code &ec, auto &who) { value = morvane::read(reg.at, ec, who); }));
+  const Reference done(perform<Register>(arguments, count, __func__, [&](auto &reg, auto &who) {
+    value = morvane::read(reg.at, who);
+  }));
   return done.get() == nullptr ? nullptr : PyLong_FromUnsignedLong(value);
 }
 
 PyObject *write(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<Register, uint32_t>(
       arguments, count, __func__,
-      [](auto &reg, auto value, Code &ec, auto &who) { morvane::write(reg.at, value, ec, who); });
+      [](auto &reg, auto value, auto &who) { morvane::write(reg.at, value, who); });
 }
 
 PyObject *write_field(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return perform<Register, uint32_t, uint32_t>(
-      arguments, count, __func__, [](auto &reg, auto value, auto mask, Code &ec, auto &who) {
-        morvane::write_field(reg.at, value, mask, ec, who);
-      });
+  return perform<Register, uint32_t, uint32_t>(arguments, count, __func__,
+                                               [](auto &reg, auto value, auto mask, auto &who) {
+                                                 morvane::write_field(reg.at, value, mask, who);
+                                               });
 }
 
 PyObject *write_raw(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<uint32_t, morvane::asic, uint32_t>(
-      arguments, count, __func__, [](auto address, auto &on, auto value, Code &ec, auto &who) {
-        morvane::write(morvane::raw(address, on), value, ec, who);
+      arguments, count, __func__, [](auto address, auto &on, auto value, auto &who) {
+        morvane::write(morvane::raw(address, on), value, who);
       });
 }
 
 PyObject *write_field_raw(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<uint32_t, morvane::asic, uint32_t, uint32_t>(
-      arguments, count, __func__,
-      [](auto address, auto &on, auto value, auto mask, Code &ec, auto &who) {
-        morvane::write_field(morvane::raw(address, on), value, mask, ec, who);
+      arguments, count, __func__, [](auto address, auto &on, auto value, auto mask, auto &who) {
+        morvane::write_field(morvane::raw(address, on), value, mask, who);
       });
 }
 
 PyObject *send_command(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<uint32_t, morvane::port, uint32_t>(
-      arguments, count, __func__, [](auto address, auto &port, auto value, Code &ec, auto &who) {
-        morvane::write(morvane::command(address, port), value, ec, who);
+      arguments, count, __func__, [](auto address, auto &port, auto value, auto &who) {
+        morvane::write(morvane::command(address, port), value, who);
       });
 }
 
 PyObject *read_block(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return perform<Register, WritableWords>(arguments, count, __func__,
-                                          [](auto &reg, auto &words, Code &ec, auto &who) {
-                                            morvane::read_block(reg.at, words, ec, who);
-                                          });
+  return perform<Register, WritableWords>(
+      arguments, count, __func__,
+      [](auto &reg, auto &words, auto &who) { morvane::read_block(reg.at, words, who); });
 }
 
 // Words of an entry, 0 if it does not exist. The register map decides some after the
@@ -551,31 +576,31 @@ morvane::table table_at(const Register &reg, uint32_t index) {
 
 PyObject *read_entries(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<Register, uint32_t, WritableWords>(
-      arguments, count, __func__, [](auto &reg, auto index, auto &words, Code &ec, auto &who) {
-        morvane::read_entries(table_at(reg, index), index, words, ec, who);
+      arguments, count, __func__, [](auto &reg, auto index, auto &words, auto &who) {
+        morvane::read_entries(table_at(reg, index), index, words, who);
       });
 }
 
 PyObject *write_entries(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<Register, uint32_t, Words>(
-      arguments, count, __func__, [](auto &reg, auto index, auto &words, Code &ec, auto &who) {
-        morvane::write_entries(table_at(reg, index), index, words, ec, who);
+      arguments, count, __func__, [](auto &reg, auto index, auto &words, auto &who) {
+        morvane::write_entries(table_at(reg, index), index, words, who);
       });
 }
 
 // run(asics, steps): ASICs as module and bit map, the steps as words, 6 each.
 PyObject *run(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<morvane::asic, Steps>(
-      arguments, count, __func__, [](auto &asics, auto &steps, Code &ec, auto &who) {
-        morvane::run(steps, morvane::asic_set::map(asics.number, asics.module), ec, who);
+      arguments, count, __func__, [](auto &asics, auto &steps, auto &who) {
+        morvane::run(steps, morvane::asic_set::map(asics.number, asics.module), who);
       });
 }
 
 PyObject *get_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   kel_asic_qos_stats_t record;
   const Reference done(perform<morvane::port, uint32_t>(
-      arguments, count, __func__, [&](auto &port, auto options, Code &ec, auto &) {
-        record = morvane::get_qos_stats(port, ec, options).record();
+      arguments, count, __func__, [&](auto &port, auto options, auto &) {
+        record = morvane::get_qos_stats(port, options).record();
       }));
   if (done.get() == nullptr)
     return nullptr;
@@ -583,52 +608,46 @@ PyObject *get_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count
 }
 
 PyObject *clear_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return perform<morvane::port, uint32_t>(arguments, count, __func__,
-                                          [](auto &port, auto options, Code &ec, auto &) {
-                                            morvane::clear_qos_stats(port, ec, options);
-                                          });
+  return perform<morvane::port, uint32_t>(
+      arguments, count, __func__,
+      [](auto &port, auto options, auto &) { morvane::clear_qos_stats(port, options); });
 }
 
 PyObject *clear_all_qos_stats(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return perform<morvane::asic, uint32_t>(arguments, count, __func__,
-                                          [](auto &on, auto options, Code &ec, auto &) {
-                                            morvane::clear_all_qos_stats(on, ec, options);
-                                          });
+  return perform<morvane::asic, uint32_t>(
+      arguments, count, __func__,
+      [](auto &on, auto options, auto &) { morvane::clear_all_qos_stats(on, options); });
 }
 
 PyObject *link_pause_enable(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return perform<morvane::port>(arguments, count, __func__, [](auto &port, Code &ec, auto &) {
-    morvane::link_pause_enable(port, ec);
-  });
+  return perform<morvane::port>(arguments, count, __func__,
+                                [](auto &port, auto &) { morvane::link_pause_enable(port); });
 }
 
 PyObject *link_pause_disable(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return perform<morvane::port>(arguments, count, __func__, [](auto &port, Code &ec, auto &) {
-    morvane::link_pause_disable(port, ec);
-  });
+  return perform<morvane::port>(arguments, count, __func__,
+                                [](auto &port, auto &) { morvane::link_pause_disable(port); });
 }
 
 PyObject *sfp_validation_failed(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return perform<morvane::port>(arguments, count, __func__, [](auto &port, Code &ec, auto &) {
-    morvane::sfp_validation_failed(port, ec);
-  });
+  return perform<morvane::port>(arguments, count, __func__,
+                                [](auto &port, auto &) { morvane::sfp_validation_failed(port); });
 }
 
 PyObject *set_nodrop_class_map(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<morvane::asic, uint32_t>(
       arguments, count, __func__,
-      [](auto &on, auto map, Code &ec, auto &) { morvane::set_nodrop_class_map(map, on, ec); });
+      [](auto &on, auto map, auto &) { morvane::set_nodrop_class_map(map, on); });
 }
 
 PyObject *prog_sp_timer(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
   return perform<morvane::asic, uint16_t>(
       arguments, count, __func__,
-      [](auto &on, auto time, Code &ec, auto &) { morvane::prog_sp_timer(time, on, ec); });
+      [](auto &on, auto time, auto &) { morvane::prog_sp_timer(time, on); });
 }
 
 PyObject *clear_all_drop_counters(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
-  return perform<>(arguments, count, __func__,
-                   [](Code &ec, auto &) { morvane::clear_all_drop_counters(ec); });
+  return perform<>(arguments, count, __func__, [](auto &) { morvane::clear_all_drop_counters(); });
 }
 
 // start_batch(name, reorder): keeps the lock of the process.
@@ -637,10 +656,12 @@ PyObject *start_batch(PyObject *, PyObject *const *arguments, Py_ssize_t count) 
   uint32_t reorder = 0;
   if (!get_all(arguments, count, &name, &reorder))
     return nullptr;
-  if (*name == '\0')
-    return fail(SYSERR_KEL_ASIC_INVALID_ARG, "batch", arguments[0]);
-  if (in_batch)
-    return fail(morvane::errc::already_open, "batch", arguments[0]);
+  if (*name == '\0' || in_batch) {
+    const std::error_code code = *name == '\0' ? morvane::to_error_code(SYSERR_KEL_ASIC_INVALID_ARG)
+                                               : morvane::errc::already_open;
+    return fail({code, "batch " + std::string(name) + ": " + code.message()}, "batch",
+                arguments[0]);
+  }
   PyThreadState *const thread = PyEval_SaveThread();
   take_turn();
   in_batch = true;
@@ -678,6 +699,26 @@ PyObject *after_fork(PyObject *, PyObject *) {
   return Py_NewRef(Py_None);
 }
 
+// register_text(register) -> str and port_text(port) -> str: as mrvctl has them, without module and
+// ASIC.
+PyObject *register_text(PyObject *, PyObject *argument) {
+  Register reg;
+  std::array<char, 64> text = {};
+  if (!get(argument, &reg))
+    return nullptr;
+  const morvane::reg &at = reg.at.where();
+  return PyUnicode_FromString(
+      kel_asic_register_text(text.data(), text.size(), at.block(), at.instance(), at.vreg()));
+}
+
+PyObject *port_text(PyObject *, PyObject *argument) {
+  morvane::port port = {};
+  std::array<char, 64> text = {};
+  if (!get(argument, &port))
+    return nullptr;
+  return PyUnicode_FromString(kel_asic_port_text(text.data(), text.size(), port.type, port.number));
+}
+
 // explain(code) -> (name, errno, message): errno is 0 for a code without one.
 PyObject *explain(PyObject *, PyObject *argument) {
   uint32_t code = 0;
@@ -691,7 +732,7 @@ PyObject *explain(PyObject *, PyObject *argument) {
 
 using FastFunction = PyObject *(*)(PyObject *, PyObject *const *, Py_ssize_t);
 
-PyCFunction as_function(FastFunction function) {
+PyCFunction as_function(FastFunction function) noexcept {
   return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
 }
 
@@ -725,6 +766,8 @@ PyMethodDef functions[] = {
     {"sfp_validation_failed", as_function(sfp_validation_failed), METH_FASTCALL, nullptr},
     {"prog_sp_timer", as_function(prog_sp_timer), METH_FASTCALL, nullptr},
     {"clear_all_drop_counters", as_function(clear_all_drop_counters), METH_FASTCALL, nullptr},
+    {"register_text", register_text, METH_O, nullptr},
+    {"port_text", port_text, METH_O, nullptr},
     {"explain", explain, METH_O, nullptr},
     {nullptr, nullptr, 0, nullptr},
 };

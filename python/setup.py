@@ -32,7 +32,7 @@ setup(
     ext_modules=[Extension(
         "morvaneusd._native", ["native.cc"], language="c++", py_limited_api=True,
         define_macros=[("Py_LIMITED_API", "0x030B0000")],
-        extra_compile_args=["-std=c++17", "-fvisibility=hidden", "-fno-exceptions", "-fno-rtti",
+        extra_compile_args=["-std=c++17", "-fvisibility=hidden",
                             *pkg_config("--cflags")],
         extra_link_args=["-Wl,-z,relro,-z,now", *pkg_config("--libs")],
         runtime_library_dirs=[os.path.realpath(directory) for directory in directories])],

@@ -18,28 +18,29 @@ class Error(OSError):
     register: the register, address, port or batch, as text; None if there is none
     """
 
-    def __init__(self, code: int, operation: str, register: str | None = None):
+    def __init__(self, code: int, operation: str, register: str | None = None, text: str | None = None):
         name, number, message = _native.explain(code)
-        super().__init__(number, message.replace("lib_mrv_asic_init", "init()"))
+        text = text or f"{operation} {register}: {message}"
+        super().__init__(number, text.replace("lib_mrv_asic_init", "init()"))
         self.code = code
         self.name = name
         self.operation = operation
         self.register = register
 
     def __str__(self) -> str:
-        return f"{self.operation}{f' {self.register}' if self.register else ''}: {self.strerror}"
+        return str(self.strerror)
 
     def __reduce__(self) -> tuple[Any, ...]:
-        return type(self), (self.code, self.operation, self.register)
+        return type(self), (self.code, self.operation, self.register, self.strerror)
 
 
-def error_about(code: int, operation: str, subject: Any) -> Error:
-    """The error of an operation of the native part, about one of its arguments."""
+def error_about(code: int, operation: str, subject: Any, text: str) -> Error:
+    """The error of an operation of the native part, about its first argument."""
     if operation == "init":
-        return Error(code, operation, f"slot {subject}")
-    if isinstance(subject, int):
-        return Error(code, operation, f"0x{subject:08X}")
-    if isinstance(subject, tuple):
-        text: Any = {2: asic_text, 4: port_text, 5: register_text}[len(subject)]
-        return Error(code, operation, text(subject))
-    return Error(code, operation, subject)
+        subject = f"slot {subject}"
+    elif isinstance(subject, int):
+        subject = f"0x{subject:08X}"
+    elif isinstance(subject, tuple):
+        texts: dict[int, Any] = {2: asic_text, 4: port_text, 5: register_text}
+        subject = texts[len(subject)](subject)
+    return Error(code, operation, subject, text)

@@ -30,13 +30,14 @@ def asic_text(asic: tuple[int, int]) -> str:
     return f"module {asic[0]}, ASIC {asic[1]}"
 
 
+def on_asic(text: str, module: int, asic: int) -> str:
+    """The text of something on an ASIC; the first ASIC is not named."""
+    return text if module == asic == 0 else f"{text} of {asic_text((module, asic))}"
+
+
 def register_text(location: Location) -> str:
     """The text of a register, as mrvctl has it: HI.2:HI_DHS_LVIF."""
-    module, asic, block, instance, number = location
-    instances = _instance_classes[block]
-    name = instances.full_names().get(number, str(number))
-    text = f"{instances.block.name.replace('_', '')}.{instance}:{name}"
-    return text if module == asic == 0 else f"{text} of {asic_text((module, asic))}"
+    return on_asic(_native.register_text(location), *location[:2])
 
 
 def as_words(values: Any, entry_words: int) -> memoryview:
@@ -222,12 +223,6 @@ class Instance:
     def on(self, module: int = 0, asic: int = 0) -> Self:
         """The same instance of another ASIC."""
         return type(self)(self._place[3], module, asic)
-
-    @classmethod
-    def full_names(cls) -> dict[int, str]:
-        """The names of registers by their number."""
-        return {kind.number: f"{cls.block.name}_{name}" for name, kind in vars(cls).items()
-                if isinstance(kind, _Name)}
 
     def location(self, number: int) -> Location:
         if not 0 <= number < self.block.registers:

@@ -6,15 +6,13 @@ from typing import Any, NamedTuple
 
 from . import _native
 from ._names import LAYOUTS, PortType, QosStats
-from .naming import asic_text
+from .naming import on_asic
 from .reference import reference
 
 
 def port_text(port: tuple[int, int, int, int]) -> str:
     """The text of a port, as mrvctl has it: hif:3."""
-    kind, number, module, asic = port
-    name = PortType(kind).name.lower() if kind in list(PortType) else str(int(kind))
-    return f"{name}:{number}" if module == asic == 0 else f"{name}:{number} of {asic_text((module, asic))}"
+    return on_asic(_native.port_text(port), *port[2:])
 
 
 class Port(NamedTuple):
