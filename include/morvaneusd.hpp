@@ -10,8 +10,8 @@
  *
  * Each operation exists twice. One throws std::system_error with the operation and the register in
  * its text and, if the library refuses an argument, the argument's range. The other takes a
- * std::error_code, is noexcept, and clears it on success; on failure it returns 0, zeros or an empty
- * vector. With -fno-exceptions, the header omits the throwing ones. It needs no RTTI.
+ * std::error_code, is noexcept, and clears it on success; on failure it returns 0, zeros or an
+ * empty vector. With -fno-exceptions, the header omits the throwing ones. It needs no RTTI.
  *
  * The last argument identifies the caller: file, line and function of the call, by default.
  *
@@ -342,11 +342,10 @@ class table : public asic_reg {
 
  private:
   static constexpr uint32_t entry_words(const reg &which, uint32_t words) noexcept {
-    const int published = kel_asic_dhs_entry_size(which.block(), which.vreg(), 0);
-    if (published == KEL_ASIC_DHS_BY_HOOK)
-      return words;
-    const auto size = static_cast<uint32_t>(published < 0 ? 0 : published);
-    return words == 0 || words == size ? size : 0;
+    const kel_asic_dhs_row_t *row = kel_asic_dhs_row(which.block(), which.vreg());
+    if (row == nullptr || row->words == KEL_ASIC_DHS_BY_HOOK)
+      return row == nullptr ? 0 : words;
+    return words == 0 || words == row->words ? row->words : 0;
   }
 
   uint32_t words_;
@@ -804,7 +803,8 @@ inline syserr_t write_entries(const table &to, uint32_t index, const word_view &
 
 /** Makes room; a vector's own failure is one of memory. */
 template <typename Element>
-syserr_t make_room(std::vector<Element> *elements, std::size_t count) noexcept {
+[[gnu::always_inline]] inline syserr_t make_room(std::vector<Element> *elements,
+                                                 std::size_t count) noexcept {
 #ifdef __cpp_exceptions
   try {
     *elements = std::vector<Element>(count);
