@@ -1,7 +1,7 @@
 // What the handlers call is safe in them: write, tcsetattr, dup2 and the like.
 #include "output/signals.h"
 
-#include <poll.h>
+#include <sys/select.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -181,16 +181,20 @@ ScreenSignals::~ScreenSignals() {
 }
 
 // Signals are delivered only during the wait, so that none is missed between a look at what they
-// set and the wait.
+// set and the wait. Not ppoll: the fortified one of some 32-bit C libraries reads the 64-bit time as a
+// 32-bit one, and waits for no fraction of a second.
 int wait_readable(int file, double seconds) {
-  pollfd awaited = {file, POLLIN, 0};
+  fd_set awaited;
+  FD_ZERO(&awaited);
+  if (file >= 0)
+    FD_SET(file, &awaited);
   sigset_t all, before;
   sigfillset(&all);
   sigprocmask(SIG_BLOCK, &all, &before);
   int result = -1;
   if (interrupted == 0 && screen_changed == 0) {
     const timespec time = timespec_of(std::max(seconds, 0.0));
-    result = ppoll(&awaited, 1, &time, &before);
+    result = pselect(file + 1, &awaited, nullptr, nullptr, &time, &before);
   }
   sigprocmask(SIG_SETMASK, &before, nullptr);
   return result;
