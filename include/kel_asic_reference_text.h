@@ -91,7 +91,7 @@ static inline const char *kel_asic_register_text(char *text, size_t size, kel_as
 }
 
 /**
- * Prints an address: the name of a command, or "0x10204B00".
+ * Prints an address: the name of a command, or "0x10204b00".
  *
  * @param text    receives the text
  * @param size    size of text in bytes, at least 1
@@ -104,7 +104,7 @@ static inline const char *kel_asic_address_text(char *text, size_t size, uint32_
   if (command != NULL)
     snprintf(text, size, "%s", command);
   else
-    snprintf(text, size, "0x%08X", (unsigned)address);
+    snprintf(text, size, "0x%08x", (unsigned)address);
   return text;
 }
 

@@ -270,7 +270,7 @@ TEST_F(Cxx, names_the_register_and_the_argument_that_is_refused) {
        "nif:7: ",
        [] { link_pause_enable(hif(32)); }},
       {"prog_sp_timer module 7, ASIC 0: modules are 0 to 3: ", [] { prog_sp_timer(1, {7}); }},
-      {"write 0x000000AB of module 9, ASIC 5: modules are 0 to 3: ", [] {
+      {"write 0x000000ab of module 9, ASIC 5: modules are 0 to 3: ", [] {
          write(raw(0xAB, {9, 5}), 0);
        }}};
   for (const auto &[text, refused] : refusals)

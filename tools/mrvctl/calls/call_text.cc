@@ -27,8 +27,8 @@ const char *case_name(uint32_t case_code) {
 }
 
 std::string address_text(uint32_t address) {
-  const char *name = kel_asic_command_name(address);
-  return name == nullptr ? format("0x%08x", address) : name;
+  char text[64];
+  return kel_asic_address_text(text, sizeof text, address);
 }
 
 // The first of so many words, of which all or some are known.
