@@ -29,7 +29,7 @@ The last write to a register: its value, time, process, result and caller.
   $ mrvctl last-write 'HF.0:HF_DHS_TCAM[17]' refusals.mrec bringup.mrec
   HF.0:HF_DHS_TCAM[17].15 <- 0x80000002  2026-11-25 10:25:40.651919  mrvctl.20634  transaction  ok  "bring-up"
   $ mrvctl --json last-write HI.2:HI_DHS_LVIF refusals.mrec
-  {"command":"last-write","time":"2026-11-25T10:25:40.697682884Z","time_ns":1795602340697682884,"program":"mrvctl","pid":20637,"number":12,"duration_ns":150,"operation":"write-field","case":1073741825,"driver":236,"length":196,"module":0,"asic":0,"address":270551808,"register":"HI.2:HI_DHS_LVIF[0]","data":15,"mask":255,"context":24,"func":"write-field","file":"examples/refusals.mrv","line":24,"result":0,"errno":null,"outcome":"ok","failed":false,"written":{"register":"HI.2:HI_DHS_LVIF[0]","data":15,"mask":255}}
+  {"command":"last-write","time":"2026-11-25T10:25:40.697682884Z","time_ns":1795602340697682884,"program":"mrvctl","pid":20637,"number":12,"duration_ns":150,"operation":"write-field","case":1073741825,"driver":236,"length":196,"module":0,"asic":0,"address":270551808,"register":"HI.2:HI_DHS_LVIF[0]","data":15,"mask":255,"context":24,"func":"write-field","file":"examples/refusals.mrv","line":24,"result":0,"errno":null,"outcome":"ok","failed":false,"written":{"register":"HI.2:HI_DHS_LVIF[0]","data":15,"mask":255,"context":24,"func":"write-field","file":"examples/refusals.mrv","line":24}}
   $ mrvctl last-write HI.3:41 refusals.mrec bringup.mrec
   last-write HI.3:41 refusals.mrec bringup.mrec: no write to this register in these recordings
   [1]

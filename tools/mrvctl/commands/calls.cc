@@ -149,13 +149,17 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
   const bool known = written.word < values.size();
   const std::string value =
       known ? masked_text(values[written.word], written.access.mask) : "a word that was cut";
-  const std::string caller =
-      written.access.caller == nullptr ? caller_text(*last) : caller_text(*written.access.caller);
-  const std::string who = caller.empty() ? target_text(*last, index) : caller;
+  const Caller *const caller = written.access.caller == nullptr
+                                   ? std::get_if<RegisterFields>(&last->request)
+                                   : written.access.caller.get();
+  const std::string text = caller == nullptr ? "" : caller_text(*caller);
+  const std::string who = text.empty() ? target_text(*last, index) : text;
   Json object = call_json(*last, index);
   object["written"] = {{"register", index.text(address)},
                        {"data", known ? Json(values[written.word]) : Json()},
                        {"mask", written.access.mask}};
+  if (caller != nullptr)
+    add_caller(object["written"], *caller);
   session.report.result(object, index.text(address) + " <- " + value + "  " +
                                     local_time_text(last->wall_ns) + "  " + last->process->label +
                                     "  " + last->operation + "  " + last->outcome +

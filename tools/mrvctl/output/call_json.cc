@@ -18,13 +18,6 @@ Json register_name_json(uint32_t address, const AddressIndex &index) {
   return name.empty() ? Json() : Json(name);
 }
 
-void add_caller(Json &object, const Caller &caller) {
-  object["context"] = caller.context;
-  object["func"] = caller.func;
-  object["file"] = caller.file;
-  object["line"] = caller.line;
-}
-
 void add_register(Json &object, const DecodedCall &call, const RegisterFields &request,
                   const AddressIndex &index) {
   const auto *answer = std::get_if<RegisterFields>(&call.answer);
@@ -90,6 +83,13 @@ void add_qos(Json &object, const DecodedCall &call, const QosFields &request) {
 }
 
 }  // namespace
+
+void add_caller(Json &object, const Caller &caller) {
+  object["context"] = caller.context;
+  object["func"] = caller.func;
+  object["file"] = caller.file;
+  object["line"] = caller.line;
+}
 
 Json call_json(const DecodedCall &call, const AddressIndex &index) {
   Json object = {{"time", utc_time_text(call.wall_ns)},

@@ -11,4 +11,7 @@ namespace mrvctl {
 // has and that was not recorded is null.
 Json call_json(const DecodedCall &call, const AddressIndex &index);
 
+// Adds "context", "func", "file" and "line".
+void add_caller(Json &object, const Caller &caller);
+
 }  // namespace mrvctl
