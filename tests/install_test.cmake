@@ -35,7 +35,7 @@ set(cc_prints "host port 5: flow control 1, 0 writes discarded")
 run(${CMAKE_COMMAND} -E env DESTDIR=${work}/stage
   ${CMAKE_COMMAND} --install ${BUILD} --prefix /opt/morvane)
 
-foreach(file share/man/man1/mrvctl.1 share/man/man1/morvaned.1 lib/systemd/system/morvaned.socket
+foreach(file share/man/man1/mrvctl.1 share/man/man1/morvaned.1 lib/systemd/system/morvaned.socket share/morvaned/with_switch
     share/bash-completion/completions/mrvctl share/zsh/site-functions/_morvaned)
   if(NOT EXISTS ${root}/${file})
     message(FATAL_ERROR "${file} is not installed")

@@ -4,9 +4,10 @@
 # stays in the process, is left out.
 function(remote_test name morvaned folder)
   add_test(NAME ${name}.virtual_platform
-    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
+    COMMAND ${PROJECT_SOURCE_DIR}/share/with_switch
     ${folder}/virtual_platform_test --gtest_brief=1 --gtest_filter=-*none_behind_a_table)
-  set_tests_properties(${name}.virtual_platform PROPERTIES TIMEOUT 120)
+  set_tests_properties(${name}.virtual_platform PROPERTIES TIMEOUT 120
+    ENVIRONMENT "MORVANED=${morvaned};MORVANE_SWITCH_WAIT=20000")
 endfunction()
 
 remote_test(served $<TARGET_FILE:morvaned> ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})

@@ -99,3 +99,25 @@ Arguments that are not understood:
   $ mrvctl switch fault clear 9
   switch fault clear 9: no such fault: 9
   [1]
+
+A switch for one command of a shell script.
+
+  $ with_switch() { MORVANED=${MORVANED:-$BUILD/bin/morvaned} "$TESTDIR/../../share/with_switch" "$@"; }
+  $ with_switch sh -c 'mrvctl read HI.2:40; [ -S "$MORVANE_SWITCH" ] && echo "$MORVANE_SWITCH" >used; exit 7'
+  HI.2:40 = 0x00000000 (0)
+  [7]
+  $ ls -d "$(dirname "$(cat used)")" 2>/dev/null
+  [2]
+  $ printf '%s\n' '#!/bin/sh' "trap '' TERM" 'echo "$FIRST" >&2; echo no memory >&2; exit 3' >fails && chmod +x fails
+  $ FIRST= MORVANED=./fails with_switch touch started
+  with_switch: morvaned did not start: no memory
+  [1]
+  $ FIRST='12:00:00 ready' MORVANED=./fails with_switch true
+  with_switch: morvaned ended with exit status 3: no memory
+  [1]
+  $ with_switch --wrong
+  with_switch: expected a COMMAND; try 'with_switch --help'
+  [2]
+  $ with_switch --help | tail -1
+    with_switch sh -c 'mrvctl write HI.2:40 7 && mrvctl read HI.2:40'
+  $ test ! -e started
