@@ -100,11 +100,13 @@ debian_package(python python3-morvaneusd python
   "Python interface to the Morvane switching ASIC"
   "The Python module names the registers of the ASIC, reads and writes them and
 their tables, and sends each request with its caller. It opens the platform at
-run time (default: the virtual platform).")
+run time (default: the virtual platform). Its pytest plug-in provides a virtual
+switch for each test.")
 set(same "(= ${full_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmorvaneusd1 ${same}, libmorvaneplatform1 ${same}")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), libmorvaneusd1 (>= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "libmorvaneplatform1")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "libmorvaneplatform1, morvaned, mrvctl")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-pytest")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
   ${debian}/python3-morvaneusd/postinst ${debian}/python3-morvaneusd/prerm)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmorvaneusd1 (>= ${PROJECT_VERSION})")

@@ -13,17 +13,20 @@ function(python_test name)
   add_test(NAME ${name} COMMAND ${ARGN})
   set_tests_properties(${name} PROPERTIES TIMEOUT 60
     WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/python
-    ENVIRONMENT "PYTHONPATH=${PROJECT_BINARY_DIR}/python;PYTHONDONTWRITEBYTECODE=1;MRVCTL=$<TARGET_FILE:mrvctl>")
+    ENVIRONMENT "PYTHONPATH=${PROJECT_BINARY_DIR}/python;PYTHONDONTWRITEBYTECODE=1;MRVCTL=$<TARGET_FILE:mrvctl>"
+    ENVIRONMENT_MODIFICATION PATH=path_list_prepend:${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 endfunction()
 
 # On the switch of a morvaned, next to a mrvctl as another client.
 function(served_python_test name morvaned mrvctl)
-  python_test(${name} ${CMAKE_CURRENT_SOURCE_DIR}/with_morvaned.sh ${morvaned}
-    ${CMAKE_COMMAND} -E env CLIENT=${mrvctl} ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
+  python_test(${name} ${CMAKE_COMMAND} -E env CLIENT=${mrvctl} MORVANED=${morvaned} MORVANE_SWITCH_WAIT=20000
+    ${PROJECT_SOURCE_DIR}/share/with_switch ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
 endfunction()
 
 python_test(python.module ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_module.py)
-python_test(python.types ${MYPY} --strict --cache-dir=${PROJECT_BINARY_DIR}/mypy -p morvaneusd)
+python_test(python.testing ${pytest} ${CMAKE_CURRENT_SOURCE_DIR}/python/test_testing.py)
+python_test(example.test_night ${pytest} ${PROJECT_SOURCE_DIR}/examples/test_night.py)
+python_test(python.types ${MYPY} --strict --cache-dir=${PROJECT_BINARY_DIR}/mypy -p morvaneusd -m pytest_morvaneusd)
 python_test(python.stubs ${STUBTEST} morvaneusd._native)
 if(target_test)
   served_python_test(python.module_served_by_32_bit ${target_bin}/morvaned ${target_bin}/mrvctl)

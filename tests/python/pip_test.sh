@@ -19,3 +19,5 @@ python3=/usr/bin/python3
 export PYTHONPATH="$work/packages"
 "$python3" -c 'from morvaneusd import *; init(); HI[2].DHS_LVIF[5] = [7]; print(HI[2].DHS_LVIF[5])' >printed
 [ "$(cat printed)" = "[7]" ]
+printf 'def test_plugin(switch):\n    assert switch.changes() == []\n' >test_plugin.py
+PATH=$build/bin:$PATH "$python3" -m pytest -q -p no:cacheprovider test_plugin.py >log || { cat log; exit 1; }

@@ -1,0 +1,238 @@
+"""A virtual switch for each test, with the programs of a control plane on it.
+
+    from morvaneusd.testing import Switch
+
+    with Switch() as switch:
+        switch.fault("EIO", register="HI.2:40")
+        switch.run(["my_program"], check=False)
+        print(switch.last_write("HI.2:40")["file"])
+
+The programs morvaned and mrvctl must be in the PATH, and the recorder next to mrvctl's library.
+"""
+from __future__ import annotations
+
+import difflib
+import json
+import os
+import shutil
+import subprocess
+import tempfile
+from collections.abc import Iterator, Sequence
+from pathlib import Path
+from types import TracebackType
+from typing import Any, Self, Union
+
+from . import _native, operations
+
+_PATIENCE = 10  # seconds for a process to end after SIGTERM
+_REPORTED_CALLS = 10
+_REPORTED_CHANGES = 40
+
+Word = Union[str, "os.PathLike[str]"]
+
+
+class SwitchError(RuntimeError):
+    """A switch that did not start or end cleanly, or a command on it that failed."""
+
+
+def _option_words(options: dict[str, Any]) -> Iterator[str]:
+    for name, value in options.items():
+        option = "--" + name.strip("_").replace("_", "-")
+        if value is True:
+            yield option
+        elif value is not None and value is not False:
+            yield f"{option}={value}"
+
+
+def _end(program: subprocess.Popen[Any]) -> None:
+    with program:  # closes its pipes
+        program.terminate()
+        try:
+            program.wait(_PATIENCE)
+        except subprocess.TimeoutExpired:
+            program.kill()
+
+
+class Switch:
+    """A switch in a morvaned of its own, which accepts programs when the constructor returns.
+
+    The end of its scope ends the programs that still run, and the morvaned. It raises SwitchError if
+    the morvaned did not end with exit status 0.
+
+    The methods of a command take its options by name: fault("EIO", register="HI.2:40", forever=True)
+    is mrvctl switch fault add EIO --register HI.2:40 --forever. An option that is a word of Python gets
+    an underscore: class_=3. A refused command raises SwitchError.
+
+    directory: temporary files, which the end of the scope removes
+    address: the socket, for MORVANE_SWITCH
+    """
+
+    def __init__(self) -> None:
+        self._temporary = tempfile.TemporaryDirectory(prefix="morvane-")
+        self.directory = Path(self._temporary.name)
+        self.address = str(self.directory / "switch")
+        self._recordings = self.directory / "calls"
+        self._recordings.mkdir()
+        self._programs: list[subprocess.Popen[Any]] = []
+        self._first_state: list[str] | None = None  # of an empty switch
+        self._is_used_here = False
+        try:
+            self._service = subprocess.Popen(["morvaned", "--socket", self.address], text=True,
+                                             stdin=subprocess.DEVNULL, stderr=subprocess.PIPE)
+            self._log = ""
+            self._wait_until_ready()
+        except BaseException:
+            self._temporary.cleanup()
+            raise
+        self._is_open = True
+
+    def _wait_until_ready(self) -> None:
+        assert self._service.stderr is not None
+        for line in self._service.stderr:
+            self._log += line
+            if line.endswith(" ready\n"):
+                return
+        with self._service:
+            raise SwitchError(f"morvaned did not start:\n{self._log}")
+
+    def init(self, slot: int = 0) -> None:
+        """Connects this process to the switch and initialises the library, as morvaneusd.init()."""
+        operations.init(slot, switch=self.address)
+        self._is_used_here = True
+
+    def close(self) -> None:
+        """Ends the switch, as the end of the scope does."""
+        if not self._is_open:
+            return
+        self._is_open = False
+        for program in self._programs:
+            _end(program)
+        if self._is_used_here:
+            _native.connect(None)
+        log = self._end_service()
+        self._temporary.cleanup()
+        if self._service.returncode != 0:
+            raise SwitchError(f"morvaned ended with status {self._service.returncode}:\n{self._log}{log}")
+
+    def _end_service(self) -> str:
+        self._service.terminate()
+        try:
+            return self._service.communicate(timeout=_PATIENCE)[1]
+        except subprocess.TimeoutExpired:
+            self._service.kill()
+            return self._service.communicate()[1]
+
+    def __enter__(self) -> Self:
+        return self
+
+    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None,
+                 traceback: TracebackType | None) -> None:
+        self.close()
+
+    # mrvctl finds the recorder of a program's word size, and becomes the program.
+    def _recorded(self, program: Sequence[Word], options: dict[str, Any]) -> list[Word]:
+        options["env"] = {**options.get("env", os.environ), "MORVANE_SWITCH": self.address}
+        if shutil.which(program[0], path=options["env"].get("PATH")) is None:
+            raise FileNotFoundError(f"no program {os.fspath(program[0])}")
+        return ["mrvctl", "record", self._recordings, "--", *program]
+
+    def run(self, program: Sequence[Word], *, check: bool = True, text: bool = True,
+            **options: Any) -> subprocess.CompletedProcess[Any]:
+        """Runs a program on the switch and records its calls, with the options of subprocess.run.
+
+        By default a program that fails raises CalledProcessError, and output is text.
+        """
+        return subprocess.run(self._recorded(program, options), check=check, text=text, **options)
+
+    def popen(self, program: Sequence[Word], *, text: bool = True, **options: Any) -> subprocess.Popen[Any]:
+        """Starts a program on the switch and records its calls, with the options of subprocess.Popen."""
+        self._programs.append(subprocess.Popen(self._recorded(program, options), text=text, **options))
+        return self._programs[-1]
+
+    def mrvctl(self, *words: object, **options: Any) -> list[dict[str, Any]]:
+        """Runs a command of mrvctl on the switch: mrvctl("qos", "show", "hif:3"). Returns its objects.
+
+        docs/json.md describes them.
+        """
+        return self._mrvctl(self.address, *words, *_option_words(options))
+
+    def _mrvctl(self, address: str, *words: object) -> list[dict[str, Any]]:
+        done = subprocess.run(["mrvctl", "--json", *map(str, words)], check=False, text=True,
+                              env={**os.environ, "MORVANE_SWITCH": address}, capture_output=True)
+        objects = [json.loads(line) for line in done.stdout.splitlines()]
+        errors = [found["error"]["text"] for found in objects if "error" in found]
+        if done.returncode != 0:
+            raise SwitchError("\n".join(errors) or f"mrvctl {words}: {done.stderr}")
+        return objects
+
+    def fault(self, error: str | None = None, **options: Any) -> None:
+        """Makes service calls fail, wait or answer wrongly: mrvctl switch fault add."""
+        self.mrvctl("switch", "fault", "add", *([] if error is None else [error]), **options)
+
+    def traffic(self, port: object, **options: Any) -> None:
+        """Simulates traffic on a port: mrvctl switch traffic."""
+        self.mrvctl("switch", "traffic", port, **options)
+
+    def reset(self) -> None:
+        """Empties the switch, as after its start."""
+        self.mrvctl("switch", "reset")
+        self._first_state = None
+
+    def save(self, file: Word) -> None:
+        """Saves the state to a file: mrvctl switch save."""
+        self.mrvctl("switch", "save", file)
+
+    def restore(self, file: Word) -> None:
+        """Replaces the state by a saved one: mrvctl switch restore."""
+        self.mrvctl("switch", "restore", file)
+        self._first_state = self._state(self.address)
+
+    def _state(self, address: str) -> list[str]:
+        """The lines of a saved state, each with its module."""
+        file = self.directory / "state"
+        self._mrvctl(address, "switch", "save", file)
+        module, lines = "", []
+        for line in file.read_text().splitlines():
+            if line.startswith("module "):
+                module = "" if line == "module 0" else f"  ({line})"
+            else:
+                lines.append(line + module)
+        return lines
+
+    def changes(self) -> list[str]:
+        """The changes of the state since the start, reset or restore of the switch.
+
+        Each is + or -, and a line of a saved state.
+        """
+        first = self._state("none") if self._first_state is None else self._first_state
+        return [line for line in difflib.ndiff(first, self._state(self.address)) if line[0] in "+-"]
+
+    def calls(self, **options: Any) -> list[dict[str, Any]]:
+        """The recorded calls of run() and popen(): calls(failed=True, last=5). See mrvctl calls."""
+        if not any(self._recordings.glob("*.mrec")):
+            return []
+        return self.mrvctl("calls", self._recordings, **options)
+
+    def last_write(self, register: object) -> dict[str, Any]:
+        """The last call of run() and popen() that wrote a register. See mrvctl last-write.
+
+        Its "written" has the data and the caller: file, line and func, also inside a batch.
+        """
+        return self.mrvctl("last-write", register, self._recordings)[0]
+
+    def report(self) -> list[tuple[str, str]]:
+        """What a person wants to see after a failure: titles and texts."""
+        return [("failed calls", self._failed_calls()), ("changes of the state", self._changes())]
+
+    def _failed_calls(self) -> str:
+        done = subprocess.run(["mrvctl", "calls", "--failed", f"--last={_REPORTED_CALLS}", self._recordings],
+                              check=False, text=True, capture_output=True)
+        return done.stdout
+
+    def _changes(self) -> str:
+        try:
+            lines = self.changes()
+        except SwitchError as error:
+            return str(error)
+        more = len(lines) - _REPORTED_CHANGES
+        return "\n".join(lines[:_REPORTED_CHANGES] + ([f"and {more} more"] if more > 0 else []))
