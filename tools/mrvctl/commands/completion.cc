@@ -80,6 +80,8 @@ Words value_words(Session &session, const std::string &value, const std::string 
     return block_words();
   if (kind == "PORT" || kind == "PORTS")
     return port_words();
+  if (kind == "TARGET")
+    return {"hif:", "nif:", "asic"};
   if (kind == "COLUMN")
     return call_column_names();
   if (kind == "CODE")
