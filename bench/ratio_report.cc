@@ -58,15 +58,18 @@ class ratio_reporter : public benchmark::BenchmarkReporter {
 
  private:
   void print_row(const std::string &pair, const pair_times &times) const {
-    std::vector<double> ratios;
-    for (std::size_t i = 0; i < std::min(times.library.size(), times.baseline.size()); ++i)
+    std::vector<double> ratios, differences;
+    for (std::size_t i = 0; i < std::min(times.library.size(), times.baseline.size()); ++i) {
       ratios.push_back(times.library[i] / times.baseline[i]);
+      differences.push_back(times.library[i] - times.baseline[i]);
+    }
     if (ratios.empty())
       return;
     const std::size_t at = pair.find('@');
     const std::string bar = at != std::string::npos ? pair.substr(at + 1) : "";
     const double ratio = median(ratios);
-    const bool above = !bar.empty() && ratio > std::strtod(bar.c_str(), nullptr);
+    const double measured = bar[0] == '+' ? median(differences) : ratio;
+    const bool above = !bar.empty() && measured > std::strtod(bar.c_str(), nullptr);
     std::fprintf(out_, "%-34s %12.1f %12.1f %8.3f %8s%s\n", pair.substr(0, at).c_str(),
                  median(times.library), median(times.baseline), ratio, bar.c_str(),
                  above ? "  ABOVE" : "");

@@ -10,7 +10,8 @@ FILE *take_standard_output();
 
 // Benchmarks come in pairs, NAME/library and NAME/baseline, whose repetitions run interleaved; the
 // ratio of a pair is the median of the ratios of its repetitions. A pair may be named
-// NAME@BAR/library, where BAR is the ratio that the operation must keep.
+// NAME@BAR/library, where BAR is the ratio that the operation must keep, or with a plus sign the
+// nanoseconds that it may take longer.
 int run_ratio_benchmarks(FILE *out, int argc, char **argv);
 
 #endif

@@ -1,6 +1,7 @@
 // Compares recording a service call with a recorder that appends the same note with one write(2)
 // to a file in memory. Both are between caller and a service that answers at once, and both read
-// the clocks.
+// the clocks. Then compares writes that join a transaction with the same calls of the library
+// itself, which the recorder does not see.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 #include <sys/mman.h>
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "compact_record.h"
+#include "kel_asic_intf.h"
 #include "kel_asic_lib_common.h"
 #include "platform/system_service.h"
 #include "ratio_report.h"
@@ -134,6 +136,67 @@ void add_pairs(writing_recorder *baseline) {
   }
 }
 
+struct library_functions {
+  decltype(&lib_mrv_asic_write) write;
+  decltype(&lib_mrv_asic_write_dhs) write_dhs;
+  decltype(&lib_mrv_asic_pgm) pgm;
+};
+
+// The texts are reached through pointers that the compiler cannot see through.
+char *volatile caller_file = const_cast<char *>("control/plane/port_manager.cc");
+const char *volatile caller_func = "port_manager_program_port";
+
+template <typename Write>
+void add_in_transaction(const std::string &name, int items, Write write) {
+  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
+    mrv_asic_transaction_start(const_cast<char *>("bench"), 0);
+    for (auto _ : state)
+      write();
+    mrv_asic_transaction_commit();
+    state.counters["items"] = items;
+  });
+}
+
+void add_joining_writes(const std::string &side, const library_functions &to) {
+  constexpr int steps = 256;
+  constexpr uint32_t all_bits = 0xFFFFFFFF;
+  static std::vector<kel_asic_pgm_t> program(
+      steps, {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 1, 7, 5, all_bits});
+  static std::vector<uint32_t> words(2048);
+  const auto write_table = [write_dhs = to.write_dhs](uint32_t entries) {
+    write_dhs(0, 0, KEL_ASIC_BLK_HF, 1, HF_DHS_SVIF_MEM_OFFSET, 0, words.data(), entries, 1,
+              caller_file, 99, caller_func);
+  };
+  add_in_transaction("joining with a write@+30/" + side, 1, [write = to.write] {
+    write(0, 0, KEL_ASIC_BLK_HI, 1, 7, 5, KEL_ASIC_WR_SYMBOLIC, 1, caller_file, 99, caller_func);
+  });
+  add_in_transaction("joining with an entry of a table@+30/" + side, 1, [=] { write_table(1); });
+  add_in_transaction("joining with 2048 words, a word@+30/" + side, 2048,
+                     [=] { write_table(2048); });
+  add_in_transaction("joining with 256 steps, a step@+30/" + side, steps, [pgm = to.pgm] {
+    pgm(0, 0, program.data(), steps, 1, caller_file, 99, caller_func);
+  });
+}
+
+template <typename Function>
+void find(Function *&function, void *library, const char *name) {
+  function = reinterpret_cast<Function *>(dlsym(library, name));
+  if (function == nullptr)
+    std::abort();
+}
+
+void add_pairs_of_the_library() {
+  void *const library = dlopen("libmorvaneusd.so.1", RTLD_NOW | RTLD_NOLOAD);
+  library_functions own = {};
+  find(own.write, library, "lib_mrv_asic_write");
+  find(own.write_dhs, library, "lib_mrv_asic_write_dhs");
+  find(own.pgm, library, "lib_mrv_asic_pgm");
+  if (lib_mrv_asic_init(0, KEL_ASIC_DRIVER_MORVANE, 0, caller_file, 0, caller_func) != 0)
+    std::abort();
+  add_joining_writes("library", {lib_mrv_asic_write, lib_mrv_asic_write_dhs, lib_mrv_asic_pgm});
+  add_joining_writes("baseline", own);
+}
+
 // The recorder takes its directory from the environment that the program begins with.
 void run_again_recorded(char **argv) {
   char folder[] = "/dev/shm/recorder_bench_XXXXXX";
@@ -155,6 +218,7 @@ int main(int argc, char **argv) {
     return EXIT_FAILURE;
   writing_recorder baseline(reinterpret_cast<service_call>(dlsym(platform, "sse_call2")));
   add_pairs(&baseline);
+  add_pairs_of_the_library();
   const int status = run_ratio_benchmarks(out, argc, argv);
   std::filesystem::remove_all(getenv("MORVANE_RECORD"));
   return status;

@@ -124,7 +124,7 @@ Bytes file_of_notes(const uint8_t *data, std::size_t size) {
     const std::size_t wanted = sizeof(mrec_note_t) * (1 + data[0] + data[1] * std::size_t{4});
     const std::size_t length = std::min(wanted, ring - place);
     const mrec_note_t note = {MREC_NOTE_MARK ^ static_cast<uint32_t>(header.head),
-                              static_cast<uint32_t>(length), data[2] % 6U, 0};
+                              static_cast<uint32_t>(length), data[2] % 7U, 0};
     data += 3;
     size -= 3;
     if (header.head + length - header.tail > ring)

@@ -82,7 +82,21 @@ bool OpenTransaction::start(const uint8_t *bytes, std::size_t size) {
   name_ = text_of(note.name);
   wall_ns_ = note.wall_ns;
   monotonic_ns_ = note.monotonic_ns;
+  sites_.clear();
   writes_.clear();
+  return true;
+}
+
+bool OpenTransaction::site(const uint8_t *bytes, std::size_t size) {
+  if (size < sizeof(mrec_site_t))
+    return false;
+  const auto note = value_at<mrec_site_t>(bytes);
+  const std::size_t room = size - sizeof note;
+  if (note.func_size > room || note.file_size > room - note.func_size)
+    return false;
+  const auto *const func = reinterpret_cast<const char *>(bytes + sizeof note);
+  sites_[note.number] = {0, 0, printable_text(func, note.func_size),
+                         printable_text(func + note.func_size, note.file_size)};
   return true;
 }
 
@@ -100,14 +114,17 @@ bool OpenTransaction::join(const uint8_t *bytes, std::size_t size) {
   write.note = value_at<mrec_join_t>(bytes);
   const mrec_join_t &note = write.note;
   if (note.operation < MREC_JOIN_WRITE || note.operation > MREC_JOIN_PROGRAM ||
-      (!is_table(note) && note.words != 1) ||
-      size - sizeof note < std::size_t{note.func_size} + note.file_size) {
+      (!is_table(note) && note.words != 1) || note.kept > MREC_JOIN_WORDS_MAX ||
+      note.kept * sizeof(uint32_t) > size - sizeof note) {
     return false;
   }
-  const auto *const func = reinterpret_cast<const char *>(bytes + sizeof note);
-  write.caller =
-      std::make_shared<Caller>(Caller{note.context, note.line, printable_text(func, note.func_size),
-                                      printable_text(func + note.func_size, note.file_size)});
+  write.words.resize(note.kept);
+  if (note.kept != 0)
+    std::memcpy(write.words.data(), bytes + sizeof note, note.kept * sizeof(uint32_t));
+  const auto site = sites_.find(note.site);
+  if (site != sites_.end())
+    write.caller = std::make_shared<Caller>(
+        Caller{note.context, note.line, site->second.func, site->second.file});
   // The transaction of the writes so far was sent by a call that could not be recorded.
   if (note.place < end_of_writes())
     writes_.clear();
@@ -115,28 +132,17 @@ bool OpenTransaction::join(const uint8_t *bytes, std::size_t size) {
   return true;
 }
 
-bool OpenTransaction::result(const uint8_t *bytes, std::size_t size) {
-  if (size < sizeof(mrec_result_t))
+bool OpenTransaction::refusal(const uint8_t *bytes, std::size_t size) {
+  if (size != sizeof(mrec_refusal_t))
     return false;
-  const auto note = value_at<mrec_result_t>(bytes);
-  const std::size_t kept = note.fate == MREC_RESULT_WORDS ? note.kept : 0;
-  if (kept > kFull || size - sizeof note < kept * sizeof(uint32_t))
-    return false;
+  const auto note = value_at<mrec_refusal_t>(bytes);
   const auto is_meant = [&note](const JoinedWrite &write) {
     return write.note.number - note.number < note.writes;
   };
-  if (note.fate == MREC_RESULT_REFUSED) {
+  if (note.partly == 0)
     writes_.erase(std::remove_if(writes_.begin(), writes_.end(), is_meant), writes_.end());
-    return true;
-  }
-  for (JoinedWrite &write : writes_) {
-    if (!is_meant(write))
-      continue;
-    write.certain = write.certain && note.fate != MREC_RESULT_PARTLY;
-    write.words.resize(kept);
-    if (kept != 0)
-      std::memcpy(write.words.data(), bytes + sizeof note, kept * sizeof(uint32_t));
-  }
+  for (JoinedWrite &write : writes_)
+    write.certain = write.certain && !is_meant(write);
   return true;
 }
 
@@ -157,6 +163,7 @@ std::vector<CallerPointer> OpenTransaction::send(const Entries &entries, uint64_
     if (entries.size() == kFull && uint64_t{note.place} + write.words_left() > kFull)
       rest.push_back(rest_of(std::move(write)));
   }
+  sites_.clear();
   writes_ = std::move(rest);
   name_ = writes_.empty() ? "<Interrupted>" : "Contd XN..";
   wall_ns_ = wall_ns;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,7 +27,7 @@ using CallerPointer = std::shared_ptr<const Caller>;
 // A write that joined a transaction, or the rest of one that was split between two.
 struct JoinedWrite {
   mrec_join_t note{};
-  CallerPointer caller;
+  CallerPointer caller;         // null if its site is unknown
   uint32_t done = 0;            // of its words: those that are in earlier transactions
   std::vector<uint32_t> words;  // the last ones of a table write, as many as are known
   bool certain = true;          // false: a step of a failed program
@@ -39,8 +40,9 @@ class OpenTransaction {
  public:
   // Takes over a note of so many bytes. False if the note contradicts itself.
   bool start(const uint8_t *bytes, std::size_t size);
+  bool site(const uint8_t *bytes, std::size_t size);
   bool join(const uint8_t *bytes, std::size_t size);
-  bool result(const uint8_t *bytes, std::size_t size);
+  bool refusal(const uint8_t *bytes, std::size_t size);
 
   // The transaction is sent at that time, with these entries. Returns the caller of each, null if
   // it is unknown.
@@ -58,7 +60,8 @@ class OpenTransaction {
 
   std::string name_;
   uint64_t wall_ns_ = 0, monotonic_ns_ = 0;
-  std::deque<JoinedWrite> writes_;  // in their order
+  std::map<uint32_t, Caller> sites_;  // of this transaction, without context and line
+  std::deque<JoinedWrite> writes_;    // in their order
 };
 
 }  // namespace recording

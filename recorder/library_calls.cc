@@ -8,10 +8,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <cstring>
 #include <ctime>
 
+#include "constant_memory.h"
 #include "kel_asic_dhs_tables.h"
 #include "kel_asic_intf.h"
 #include "kel_asic_lib_common.h"
@@ -32,18 +32,20 @@ next_function next_pgm("lib_mrv_asic_pgm", report_choice);
 next_function next_start("mrv_asic_transaction_start", report_choice);
 next_function next_commit("mrv_asic_transaction_commit", report_choice);
 
-// The open transaction, as far as the recorder sees it: a caller can pass it by. The fields change
-// under the lock, except `open`.
+// The open transaction, as far as the recorder sees it: a caller can pass it by. The counts change
+// under the lock, but for a request that is sent.
 struct transaction_state {
   std::atomic<bool> open;
-  std::atomic<uint32_t> words;  // that writes with a note have added to it
-  uint32_t writes;              // that have a note
+  std::atomic<uint32_t> words;   // that writes with a note have added to it
+  std::atomic<uint32_t> number;  // of transactions and recordings, as far as they were seen
+  uint32_t writes;               // that have a note
 };
 transaction_state transaction;
 
 // Whether this thread sent a single write since it was false.
-__attribute__((tls_model("initial-exec"))) thread_local bool sent_alone;
+__attribute__((tls_model("initial-exec"))) __thread bool sent_alone;
 
+// Where the library was called.
 struct call_site {
   uint32_t context;
   const char *file;
@@ -51,106 +53,170 @@ struct call_site {
   const char *func;
 };
 
-// A write, without its caller.
-struct target {
-  int module;
-  uint32_t asic, block, instance, reg;
-};
-struct write_request {
+// What a function of the library is to write.
+struct write_target {
   uint8_t operation, flags;
-  uint32_t index, entries, data, mask, words;
+  int module;
+  uint32_t asic, block, instance, reg, index, entries, data, mask, words;
 };
 
-uint8_t text_size(const char *text, std::size_t max) {
-  return text == nullptr ? 0 : static_cast<uint8_t>(strnlen(text, max));
+// The note of a write, as long as it is not overwritten. Number 0: none.
+struct noted_write {
+  uint32_t number;
+  uint32_t offset;  // in the ring
+  uint64_t position;
+};
+
+// The names of a calling function and its file.
+struct known_site {
+  const char *func, *file;
+  uint32_t number;
+  uint32_t transaction;  // in which it has a note
+};
+
+// Sites with a note in the open transaction. A constant text has the same content as long as it has
+// the same address, so that a comparison of addresses replaces a copy.
+constexpr uint32_t max_sites = 16;
+known_site sites[max_sites];
+uint32_t last_site;
+
+known_site &place_of(const char *func, const char *file) {
+  const uintptr_t both =
+      (reinterpret_cast<uintptr_t>(func) >> 2) + (reinterpret_cast<uintptr_t>(file) >> 2);
+  return sites[both % max_sites];
 }
 
-uint32_t rounded(uint32_t size) {
+constexpr uint32_t rounded(uint32_t size) {
   constexpr uint32_t step = sizeof(mrec_note_t);
   return (size + step - 1) / step * step;
 }
 
-void write_join(ring *notes, const target &to, const write_request &write, const call_site &by) {
-  const uint8_t func_size = text_size(by.func, max_func), file_size = text_size(by.file, max_file);
-  const uint32_t size = rounded(uint32_t{sizeof(mrec_join_t)} + func_size + file_size);
+uint32_t text_size(const char *text, std::size_t max) {
+  return text == nullptr ? 0 : static_cast<uint32_t>(strnlen(text, max));
+}
+
+// Returns the end of the copy.
+uint8_t *copy_text(uint8_t *to, const char *text, uint32_t size) {
+  if (size != 0)
+    std::memcpy(to, text, size);
+  return to + size;
+}
+
+// Returns the number of the site.
+__attribute__((noinline)) uint32_t note_site(ring *notes, const char *func, const char *file) {
+  const uint32_t func_size = text_size(func, max_func), file_size = text_size(file, max_file);
+  const uint32_t size = rounded(uint32_t{sizeof(mrec_site_t)} + func_size + file_size);
   uint8_t *const bytes = ring_reserve(notes, size);
-  auto *const note = reinterpret_cast<mrec_join_t *>(bytes);
-  note->number = ++transaction.writes;
-  note->operation = write.operation;
-  note->flags = write.flags;
+  auto *const note = reinterpret_cast<mrec_site_t *>(bytes);
+  note->number = ++last_site;
   note->func_size = func_size;
   note->file_size = file_size;
+  note->reserved = 0;
+  copy_text(copy_text(bytes + sizeof *note, func, func_size), file, file_size);
+  ring_publish(notes, MREC_NOTE_SITE, size);
+  if (is_constant(func) && is_constant(file))
+    place_of(func, file) = {func, file, last_site, transaction.number};
+  return last_site;
+}
+
+inline uint32_t site_number(ring *notes, const char *func, const char *file) {
+  const known_site &known = place_of(func, file);
+  const bool has_note = known.func == func && known.file == file && known.number != 0 &&
+                        known.transaction == transaction.number.load(std::memory_order_relaxed);
+  return has_note ? known.number : note_site(notes, func, file);
+}
+
+// Notes a write if a transaction is open, with space for so many words. Inline, since the library
+// needs as much time for a write as for a few calls.
+__attribute__((always_inline)) inline noted_write note_join(const write_target &to,
+                                                            const call_site &by,
+                                                            uint32_t space = 0) {
+  if (!transaction.open.load(std::memory_order_relaxed))
+    return {};
+  const uint8_t here = 0;
+  ring *const notes = lock_notes(&here);
+  if (notes == nullptr)
+    return {};
+  const uint32_t site = site_number(notes, by.func, by.file);
+  const uint32_t size = rounded(uint32_t{sizeof(mrec_join_t)} + 4 * space);
+  uint8_t *const bytes = ring_reserve(notes, size);
+  auto *const note = reinterpret_cast<mrec_join_t *>(bytes);
+  const noted_write noted = {transaction.writes + 1, static_cast<uint32_t>(bytes - notes->notes),
+                             position(*notes).head};
+  const uint32_t place = transaction.words.load(std::memory_order_relaxed);
+  note->number = noted.number;
+  note->operation = to.operation;
+  note->flags = to.flags;
+  note->kept = 0;
   note->module = to.module;
   note->asic = to.asic;
   note->block = to.block;
   note->instance = to.instance;
   note->reg = to.reg;
-  note->index = write.index;
-  note->entries = write.entries;
-  note->data = write.data;
-  note->mask = write.mask;
-  note->place = transaction.words;
-  note->words = write.words;
+  note->index = to.index;
+  note->entries = to.entries;
+  note->data = to.data;
+  note->mask = to.mask;
+  note->place = place;
+  note->words = to.words;
   note->context = by.context;
   note->line = static_cast<uint32_t>(by.line);
-  note->reserved = 0;
-  std::memcpy(bytes + sizeof *note, by.func, func_size);
-  std::memcpy(bytes + sizeof *note + func_size, by.file, file_size);
+  note->site = site;
+  transaction.writes = noted.number;
+  transaction.words.store(place + to.words, std::memory_order_relaxed);
   ring_publish(notes, MREC_NOTE_JOIN, size);
-  transaction.words += write.words;
-}
-
-// Returns the number of the note, 0 if there is none.
-__attribute__((noinline)) uint32_t note_write(const target &to, const write_request &write,
-                                              const call_site &by) {
-  const int old_errno = errno;
-  ring *const notes = lock_notes(__builtin_frame_address(0));
-  uint32_t number = 0;
-  if (notes != nullptr) {
-    write_join(notes, to, write, by);
-    number = transaction.writes;
-    unlock_notes();
-  }
+  unlock_notes();
   sent_alone = false;
-  errno = old_errno;
-  return number;
+  return noted;
 }
 
-__attribute__((noinline)) void note_result(uint32_t number, uint32_t writes, uint32_t fate,
-                                           const uint32_t *words, uint32_t kept) {
-  const int old_errno = errno;
-  if (ring *const notes = lock_notes(__builtin_frame_address(0))) {
-    const uint32_t size = rounded(uint32_t{sizeof(mrec_result_t)} + 4 * kept);
-    uint8_t *const bytes = ring_reserve(notes, size);
-    auto *const note = reinterpret_cast<mrec_result_t *>(bytes);
-    note->number = number;
-    note->writes = writes;
-    note->fate = fate;
-    note->kept = kept;
-    if (kept != 0)
-      std::memcpy(bytes + sizeof *note, words, 4 * kept);
-    ring_publish(notes, MREC_NOTE_RESULT, size);
-    unlock_notes();
+// Adds the last words of a table write to its note, unless other notes have overwritten it, or
+// this is a new process with another recording.
+void keep_words(const noted_write &write, const uint32_t *words, uint32_t kept) {
+  const uint8_t here = 0;
+  ring *const notes = lock_notes(&here);
+  if (notes == nullptr)
+    return;
+  const ring_position &now = position(*notes);
+  auto *const note = reinterpret_cast<mrec_join_t *>(notes->notes + write.offset);
+  if (now.head - write.position <= now.used && note->number == write.number) {
+    auto *const to = reinterpret_cast<uint32_t *>(note + 1);
+    for (uint32_t i = 0; i < kept; ++i)  // mostly a few
+      __atomic_store_n(to + i, words[i], __ATOMIC_RELAXED);
+    __atomic_store_n(&note->kept, static_cast<uint16_t>(kept), __ATOMIC_RELEASE);
   }
-  errno = old_errno;
+  unlock_notes();
+}
+
+void note_refusal(uint32_t number, uint32_t writes, bool partly) {
+  const uint8_t here = 0;
+  ring *const notes = lock_notes(&here);
+  if (notes == nullptr)
+    return;
+  auto *const note =
+      reinterpret_cast<mrec_refusal_t *>(ring_reserve(notes, sizeof(mrec_refusal_t)));
+  note->number = number;
+  note->writes = writes;
+  note->partly = partly ? 1 : 0;
+  note->reserved = 0;
+  ring_publish(notes, MREC_NOTE_REFUSAL, sizeof *note);
+  unlock_notes();
 }
 
 __attribute__((noinline)) void note_start(const char *name) {
-  const int old_errno = errno;
-  if (ring *const notes = lock_notes(__builtin_frame_address(0))) {
-    auto *const note = reinterpret_cast<mrec_start_t *>(ring_reserve(notes, sizeof(mrec_start_t)));
-    note->wall_ns = clock_ns(CLOCK_REALTIME);
-    note->monotonic_ns = clock_ns(CLOCK_MONOTONIC);
-    std::memset(note->name, 0, sizeof note->name);
-    std::memcpy(note->name, name, strnlen(name, sizeof note->name - 1));
-    ring_publish(notes, MREC_NOTE_START, sizeof *note);
-    unlock_notes();
-  }
-  errno = old_errno;
-}
-
-bool is_transaction_open() {
-  return transaction.open.load(std::memory_order_relaxed) && is_recording_wanted();
+  const uint8_t here = 0;
+  ring *const notes = lock_notes(&here);
+  if (notes == nullptr)
+    return;
+  check_unloaded();
+  forget_sites();
+  auto *const note = reinterpret_cast<mrec_start_t *>(ring_reserve(notes, sizeof(mrec_start_t)));
+  note->wall_ns = clock_ns(CLOCK_REALTIME);
+  note->monotonic_ns = clock_ns(CLOCK_MONOTONIC);
+  std::memset(note->name, 0, sizeof note->name);
+  std::memcpy(note->name, name, strnlen(name, sizeof note->name - 1));
+  ring_publish(notes, MREC_NOTE_START, sizeof *note);
+  unlock_notes();
 }
 
 // After writes that the library has not added to the transaction, or not all of them.
@@ -160,56 +226,70 @@ __attribute__((cold, noinline)) void take_back(uint32_t number, uint32_t writes,
   transaction.words = added > words ? added - words : 0;
   if (sent_alone)  // a call that the recorder did not see has sent the transaction
     transaction.open = false;
-  note_result(number, writes, program && !sent_alone ? MREC_RESULT_PARTLY : MREC_RESULT_REFUSED,
-              nullptr, 0);
+  note_refusal(number, writes, program && !sent_alone);
 }
 
-// Forwards a write of one register.
-template <typename Forward>
-syserr_t write_one(const target &to, const write_request &write, const call_site &by,
-                   Forward forward) {
-  if (!is_transaction_open())
-    return forward();
-  const uint32_t number = note_write(to, write, by);
-  const syserr_t result = forward();
-  if (number != 0 && (result != 0 || sent_alone))
-    take_back(number, 1, 1, false);
-  return result;
+// After the library returned from a write of one register.
+inline void check_write(const noted_write &noted, syserr_t result) {
+  if ((result != 0 || sent_alone) && noted.number != 0)
+    take_back(noted.number, 1, 1, false);
+}
+
+// After the library took a table write, and has read the words. The note keeps those that no
+// transaction has sent yet.
+void check_table_write(const noted_write &noted, const uint32_t *data, uint32_t words) {
+  const uint32_t unsent = std::min(words, transaction.words.load(std::memory_order_relaxed));
+  const uint32_t kept = std::min(unsent, MREC_JOIN_WORDS_MAX);
+  if (kept != 0)
+    keep_words(noted, data + words - kept, kept);
 }
 
 uint8_t raw_flag(uint32_t code) {
   return code == KEL_ASIC_WR_SYMBOLIC ? 0 : MREC_JOIN_RAW;
 }
 
+// Of each block: its first row in kel_asic_dhs_rows; then the end.
+struct block_rows {
+  uint8_t first[KEL_ASIC_NUM_BLK + 1];
+};
+constexpr block_rows table_rows = [] {
+  block_rows rows = {};
+  for (const kel_asic_dhs_row_t &row : kel_asic_dhs_rows) {
+    for (uint32_t block = static_cast<uint32_t>(row.block) + 1; block <= KEL_ASIC_NUM_BLK; ++block)
+      ++rows.first[block];
+  }
+  return rows;
+}();
+
 // The words of table entries; 0 if only the register map knows them.
-uint32_t table_words(const target &to, uint32_t index, uint32_t entries) {
-  const int size = kel_asic_dhs_entry_size(static_cast<kel_asic_blk_t>(to.block), to.reg, index);
-  return size < 1 ? 0 : static_cast<uint32_t>(size) * entries;
+uint32_t table_words(uint32_t block, kel_asic_reg_t vreg, uint32_t entries) {
+  if (block >= KEL_ASIC_NUM_BLK)
+    return 0;
+  for (uint32_t i = table_rows.first[block]; i < table_rows.first[block + 1]; ++i) {
+    const kel_asic_dhs_row_t &row = kel_asic_dhs_rows[i];
+    if (vreg >= row.first && vreg <= row.last)
+      return row.words * entries;
+  }
+  return 0;
 }
 
-// The library has read the words. Those that no transaction has sent yet are kept.
-void keep_unsent_words(uint32_t number, const uint32_t *data, uint32_t words) {
-  const uint32_t kept = std::min({words, transaction.words.load(), uint32_t{KEL_ASIC_XN_ENTRIES}});
-  if (kept != 0)
-    note_result(number, 1, MREC_RESULT_WORDS, data + words - kept, kept);
-}
-
-// The steps that the library may run on the one ASIC of a register map. Returns their number.
+// Notes the steps that the library may run on the one ASIC of a register map. Returns their number.
 uint32_t note_steps(int module, kel_asic_num_t asic, const kel_asic_pgm_t *steps, int count,
                     const call_site &by, uint32_t *first) {
   constexpr uint32_t is_bit_map = 0x80000000;
   const bool is_selected = (asic & is_bit_map) != 0 ? (asic & 1) != 0 : asic % 32 == 0;
-  uint32_t noted = 0;
-  if (!is_selected || module < 0 || module > 3 || steps == nullptr)
+  if (!transaction.open || !is_selected || module < 0 || module > 3 || steps == nullptr)
     return 0;
-  for (const kel_asic_pgm_t *step = steps;
-       step != steps + count && step->magic == KEL_ASIC_PGM_MAGIC; ++step) {
-    const uint32_t number =
-        note_write({module, 0, static_cast<uint32_t>(step->block), step->instance, step->vreg},
-                   {MREC_JOIN_PROGRAM, 0, 0, 0, step->data, step->mask, 1}, by);
-    if (number == 0)
+  uint32_t noted = 0;
+  for (int i = 0; i < count && steps[i].magic == KEL_ASIC_PGM_MAGIC; ++i) {
+    const kel_asic_pgm_t &step = steps[i];
+    const noted_write write =
+        note_join({MREC_JOIN_PROGRAM, 0, module, 0, static_cast<uint32_t>(step.block),
+                   step.instance, step.vreg, 0, 0, step.data, step.mask, 1},
+                  by);
+    if (write.number == 0)
       return noted;
-    *first = noted == 0 ? number : *first;
+    *first = noted == 0 ? write.number : *first;
     ++noted;
   }
   return noted;
@@ -234,6 +314,10 @@ void find_library_functions() {
     next->find_global();
 }
 
+void forget_sites() {
+  ++transaction.number;
+}
+
 void observe_request(const call_payload &record) {
   if (record.case_code == SYSSRV_REG_WRITE_CASE)
     sent_alone = true;
@@ -245,6 +329,7 @@ void observe_request(const call_payload &record) {
   const uint32_t sent = kel_asic_record_field(record.bytes, offsetof(kel_asic_xn_t, num));
   const uint32_t words = transaction.words;
   transaction.words = sent == KEL_ASIC_XN_ENTRIES && words > sent ? words - sent : 0;
+  forget_sites();
 }
 
 #pragma GCC visibility push(default)
@@ -255,12 +340,14 @@ syserr_t lib_mrv_asic_write(int module, kel_asic_num_t asic, kel_asic_blk_t bloc
   auto *const next = next_of<decltype(lib_mrv_asic_write)>(next_write, __builtin_return_address(0));
   if (next == nullptr)
     return no_library();
-  return write_one({module, asic, static_cast<uint32_t>(block), instance, vreg},
-                   {MREC_JOIN_WRITE, raw_flag(code), 0, 0, data, whole_register, 1},
-                   {context, file, line, func}, [&] {
-                     return next(module, asic, block, instance, vreg, data, code, context, file,
-                                 line, func);
-                   });
+  const noted_write noted =
+      note_join({MREC_JOIN_WRITE, raw_flag(code), module, asic, static_cast<uint32_t>(block),
+                 instance, vreg, 0, 0, data, whole_register, 1},
+                {context, file, line, func});
+  const syserr_t result =
+      next(module, asic, block, instance, vreg, data, code, context, file, line, func);
+  check_write(noted, result);
+  return result;
 }
 
 syserr_t lib_mrv_asic_write_field(int module, kel_asic_num_t asic, kel_asic_blk_t block,
@@ -271,12 +358,14 @@ syserr_t lib_mrv_asic_write_field(int module, kel_asic_num_t asic, kel_asic_blk_
       next_of<decltype(lib_mrv_asic_write_field)>(next_write_field, __builtin_return_address(0));
   if (next == nullptr)
     return no_library();
-  return write_one({module, asic, static_cast<uint32_t>(block), instance, vreg},
-                   {MREC_JOIN_FIELD, raw_flag(code), 0, 0, field_value, field_mask, 1},
-                   {context, file, line, func}, [&] {
-                     return next(module, asic, block, instance, vreg, field_value, field_mask, code,
-                                 context, file, line, func);
-                   });
+  const noted_write noted =
+      note_join({MREC_JOIN_FIELD, raw_flag(code), module, asic, static_cast<uint32_t>(block),
+                 instance, vreg, 0, 0, field_value, field_mask, 1},
+                {context, file, line, func});
+  const syserr_t result = next(module, asic, block, instance, vreg, field_value, field_mask, code,
+                               context, file, line, func);
+  check_write(noted, result);
+  return result;
 }
 
 syserr_t lib_mrv_asic_write_dhs(int module, kel_asic_num_t asic, kel_asic_blk_t block,
@@ -287,22 +376,22 @@ syserr_t lib_mrv_asic_write_dhs(int module, kel_asic_num_t asic, kel_asic_blk_t 
       next_of<decltype(lib_mrv_asic_write_dhs)>(next_write_dhs, __builtin_return_address(0));
   if (next == nullptr)
     return no_library();
-  if (!is_transaction_open() || num_entries == 0)
-    return next(module, asic, block, instance, vreg, dhs_index, p_data, num_entries, context, file,
-                line, func);
-  const target to = {module, asic, static_cast<uint32_t>(block), instance, vreg};
-  const uint32_t words = table_words(to, dhs_index, num_entries);
-  const uint32_t number =
-      note_write(to, {MREC_JOIN_TABLE, 0, dhs_index, num_entries, 0, whole_register, words},
-                 {context, file, line, func});
+  noted_write noted = {};
+  uint32_t words = 0;
+  if (transaction.open && num_entries != 0) {
+    words = table_words(static_cast<uint32_t>(block), vreg, num_entries);
+    noted = note_join({MREC_JOIN_TABLE, 0, module, asic, static_cast<uint32_t>(block), instance,
+                       vreg, dhs_index, num_entries, 0, whole_register, words},
+                      {context, file, line, func}, std::min(words, MREC_JOIN_WORDS_MAX));
+  }
   const syserr_t result = next(module, asic, block, instance, vreg, dhs_index, p_data, num_entries,
                                context, file, line, func);
-  if (number == 0)
+  if (noted.number == 0)
     return result;
   if (result != 0 || sent_alone)
-    take_back(number, 1, words, false);
+    take_back(noted.number, 1, words, false);
   else
-    keep_unsent_words(number, p_data, words);
+    check_table_write(noted, p_data, words);
   return result;
 }
 
@@ -311,9 +400,9 @@ syserr_t lib_mrv_asic_pgm(int module, kel_asic_num_t asic, kel_asic_pgm_t *p_pgm
   auto *const next = next_of<decltype(lib_mrv_asic_pgm)>(next_pgm, __builtin_return_address(0));
   if (next == nullptr)
     return no_library();
-  uint32_t first = 0, noted = 0;
-  if (is_transaction_open())
-    noted = note_steps(module, asic, p_pgm, pgm_len, {context, file, line, func}, &first);
+  uint32_t first = 0;
+  const uint32_t noted =
+      note_steps(module, asic, p_pgm, pgm_len, {context, file, line, func}, &first);
   const syserr_t result = next(module, asic, p_pgm, pgm_len, context, file, line, func);
   if (noted != 0 && (result != 0 || sent_alone))
     take_back(first, noted, noted, true);

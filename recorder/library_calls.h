@@ -9,6 +9,9 @@
 // Finds those that are loaded.
 void find_library_functions();
 
+// A new recording or transaction has begun, in which no calling function has a note.
+void forget_sites();
+
 // Each request before it is sent: it may be the open transaction, or a write that did not join it.
 void observe_request(const call_payload &record);
 

@@ -287,10 +287,12 @@ bool Reader::take(const mrec_note_t &note, Call *call) {
       return make_call(next_bytes(), note.size, call);
     case MREC_NOTE_START:
       return transaction_.start(next_bytes(), note.size);
+    case MREC_NOTE_SITE:
+      return transaction_.site(next_bytes(), note.size);
     case MREC_NOTE_JOIN:
       return transaction_.join(next_bytes(), note.size);
-    case MREC_NOTE_RESULT:
-      return transaction_.result(next_bytes(), note.size);
+    case MREC_NOTE_REFUSAL:
+      return transaction_.refusal(next_bytes(), note.size);
     default:
       unknown_ += note.kind == MREC_NOTE_FILLER ? 0 : 1;
       return true;
@@ -306,7 +308,7 @@ bool Reader::next(Call *call) {
       skip(kStep, &damaged_);
       continue;
     }
-    const bool is_read = note.kind >= MREC_NOTE_CALL && note.kind <= MREC_NOTE_RESULT;
+    const bool is_read = note.kind >= MREC_NOTE_CALL && note.kind <= MREC_NOTE_REFUSAL;
     if (is_read && note.size <= MREC_CALL_MAX && !fill(note.size))
       continue;
     if ((is_read && note.size > MREC_CALL_MAX) || !take(note, call)) {

@@ -30,6 +30,10 @@ extern "C" __attribute__((weak)) int recorded_sse_call2(uint32_t case_code,
                                                         sys_srvc_case_params_t *case_params,
                                                         uint32_t length);
 
+per_process per_process_state;
+__thread uintptr_t thread_frame;
+__thread bool thread_registered;
+
 namespace {
 
 using service_call = int (*)(uint32_t, sys_srvc_case_params_t *, uint32_t);
@@ -68,25 +72,9 @@ struct recorder_state {
   uint8_t requests[max_concurrent][MREC_REQUEST_MAX];
 };
 
-// Empty in a forked process: the kernel wipes the page after any kind of fork. Another thread may
-// have held the lock, which does not exist in the new process.
-struct alignas(4096) per_process {
-  std::atomic<const void *> lock_frame;  // of the call that has the lock
-  std::atomic<uint32_t> unlocks;
-  std::atomic<uint32_t> given_up;  // 1 + the number of unlocks at which a thread waited in vain
-  bool adopted;                    // what the process has mapped is its own
-};
-
 recorder_state recorder;
-per_process per_process_state;
 next_function next_call("sse_call2", report_choice);
 pthread_key_t thread_key = UINT32_MAX;  // invalid
-
-// The last call of this thread that had the lock, or waited for it.
-__attribute__((tls_model("initial-exec"))) thread_local const void *thread_frame;
-
-// Whether end_thread() gets to know when this thread ends.
-__attribute__((tls_model("initial-exec"))) thread_local bool thread_registered;
 
 // A recorded call, in the frame of sse_call2.
 struct pending_call {
@@ -104,6 +92,7 @@ uintptr_t this_thread() {
 // has mapped.
 void leave_recording_to_parent() {
   recorder.missed = 0;
+  per_process_state.notes = nullptr;
   if (recorder.now == stage::recording) {
     recorder.now = stage::ready;
     unmap_recording(recorder.notes);
@@ -120,12 +109,12 @@ void sleep_100_us() {
 // Waits while another thread writes its note, which takes a few microseconds. That thread may be
 // stopped, have no processor because of its priority, or have left its call by siglongjmp. So the
 // caller gives up after some 15 ms, and each later caller at once until the lock is free again.
-bool acquire(const void *frame) {
+bool acquire(uintptr_t frame) {
   per_process &state = per_process_state;
   const uint32_t first = state.unlocks;
   const int sleeps = recorder.now == stage::recording ? max_sleeps : max_sleeps_before_recording;
   for (int attempt = 0; attempt < max_yields + sleeps; ++attempt) {
-    const void *none = nullptr;
+    uintptr_t none = 0;
     if (state.lock_frame.compare_exchange_strong(none, frame, std::memory_order_acquire))
       return true;
     if (state.given_up == state.unlocks + 1)
@@ -141,29 +130,24 @@ bool acquire(const void *frame) {
 
 // Whether this thread has the lock, in a call that runs or that was left.
 bool has_lock() {
-  const void *const frame = per_process_state.lock_frame.load(std::memory_order_relaxed);
-  return frame != nullptr && frame == thread_frame;
+  const uintptr_t frame = per_process_state.lock_frame.load(std::memory_order_relaxed);
+  return frame != 0 && frame == thread_frame;
 }
 
 // False if the lock cannot be had. If this thread has it, a signal handler makes this call while
 // the thread writes a note. But two running calls cannot have one frame: if both have, the older
 // call was left.
 bool lock(const void *frame) {
+  const auto own = reinterpret_cast<uintptr_t>(frame);
   if (has_lock())
-    return thread_frame == frame;
-  thread_frame = frame;
-  if (!acquire(frame))
+    return thread_frame == own;
+  thread_frame = own;
+  if (!acquire(own))
     return false;
-  thread_frame = frame;  // which a signal handler may have changed
+  thread_frame = own;  // which a signal handler may have changed
   if (!per_process_state.adopted)
     leave_recording_to_parent();
   return true;
-}
-
-void unlock() {
-  std::atomic<uint32_t> &unlocks = per_process_state.unlocks;
-  unlocks.store(unlocks.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-  per_process_state.lock_frame.store(nullptr, std::memory_order_release);
 }
 
 void hide_begun() {
@@ -191,7 +175,7 @@ void end_thread(void *) {
   const uintptr_t thread = this_thread();
   thread_registered = false;
   if (has_lock())
-    unlock();
+    unlock_notes();
   if (!lock(&thread))
     return;
   if (recorder.now == stage::recording) {
@@ -200,13 +184,14 @@ void end_thread(void *) {
         give_up(&call, call.number);
     }
   }
-  unlock();
+  unlock_notes();
 }
 
 // For a kernel that is too old to wipe the page.
 void wipe() {
   per_process_state.adopted = false;
-  per_process_state.lock_frame = nullptr;
+  per_process_state.notes = nullptr;
+  per_process_state.lock_frame = 0;
 }
 
 // At load, while the environment and the working directory are those that the program was given,
@@ -246,9 +231,11 @@ void start_recording() {
     const bool created = create_recording(recorder.settings, &recorder.notes);
     if (created) {
       reset_begun();
+      forget_sites();
       recorder.notes.header->missed = recorder.missed;
     }
     recorder.now = created ? stage::recording : stage::off;
+    per_process_state.notes = created ? &recorder.notes : nullptr;
   }
   pthread_setcancelstate(cancel_state, nullptr);
 }
@@ -343,30 +330,23 @@ void miss_call() {
     hide_begun();
 }
 
-// False if the lock cannot be had.
-bool lock_and_start(const void *frame) {
-  if (!thread_registered) {
-    thread_registered = true;
-    pthread_setspecific(thread_key, &recorder);
-  }
-  if (!lock(frame))
-    return false;
-  if (recorder.now != stage::recording)
-    start_recording();
-  return true;
+void register_thread() {
+  if (thread_registered)
+    return;
+  thread_registered = true;
+  pthread_setspecific(thread_key, &recorder);
 }
 
 // False if the call is not recorded.
 bool begin_note(pending_call *call, uint32_t driver) {
-  if (!lock_and_start(call)) {
-    miss_call();
+  if (lock_notes(call) == nullptr) {
+    if (is_recording_wanted())  // the lock cannot be had
+      miss_call();
     return false;
   }
-  const bool recording = recorder.now == stage::recording;
-  if (recording)
-    note_request(call, driver);
-  unlock();
-  return recording;
+  note_request(call, driver);
+  unlock_notes();
+  return true;
 }
 
 void write_note(const pending_call &call, const uint8_t *kept, const compact_record &answer) {
@@ -415,7 +395,7 @@ void note_answer(pending_call *call, int result, int error_number) {
       write_answer(call, place);
   }
   if (locked)
-    unlock();
+    unlock_notes();
 }
 
 }  // namespace
@@ -428,17 +408,17 @@ bool is_recording_wanted() {
   return recorder.now.load(std::memory_order_relaxed) != stage::off;
 }
 
-ring *lock_notes(const void *frame) {
-  if (!lock_and_start(frame))
-    return nullptr;
-  if (recorder.now == stage::recording)
-    return &recorder.notes;
-  unlock();
-  return nullptr;
-}
-
-void unlock_notes() {
-  unlock();
+ring *lock_notes_patiently(const void *frame) {
+  const int old_errno = errno;
+  register_thread();
+  const bool locked = lock(frame);
+  if (locked && recorder.now != stage::recording)
+    start_recording();
+  const bool recording = locked && recorder.now == stage::recording;
+  if (locked && !recording)
+    unlock_notes();
+  errno = old_errno;
+  return recording ? &recorder.notes : nullptr;
 }
 
 __attribute__((visibility("default"))) int sse_call2(uint32_t case_code,

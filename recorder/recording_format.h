@@ -57,8 +57,9 @@ enum {
   MREC_NOTE_FILLER = 0, /**< without content; fills the ring up to its end */
   MREC_NOTE_CALL = 1,   /**< ::mrec_call_t and the kept part of its record */
   MREC_NOTE_START = 2,  /**< ::mrec_start_t: the program opened a transaction */
-  MREC_NOTE_JOIN = 3,   /**< ::mrec_join_t and the caller's texts: a write for the transaction */
-  MREC_NOTE_RESULT = 4  /**< ::mrec_result_t: more about writes that were noted */
+  MREC_NOTE_SITE = 3,   /**< ::mrec_site_t and two texts: where writes are called */
+  MREC_NOTE_JOIN = 4,   /**< ::mrec_join_t: a write for the open transaction */
+  MREC_NOTE_REFUSAL = 5 /**< ::mrec_refusal_t: writes that the library did not take */
 };
 
 /** Which part of a record is kept. */
@@ -87,12 +88,8 @@ enum {
 /** Bits of mrec_join_t::flags: reg is the address, and block and instance have no meaning. */
 enum { MREC_JOIN_RAW = 1 };
 
-/** Fates of writes, in mrec_result_t. */
-enum {
-  MREC_RESULT_REFUSED = 1, /**< none of them joined the transaction */
-  MREC_RESULT_PARTLY = 2,  /**< a program failed: an unknown number of its first steps joined */
-  MREC_RESULT_WORDS = 3    /**< the words of a table write follow */
-};
+/** Maximum number of words that the note of a table write keeps: those of a full transaction. */
+#define MREC_JOIN_WORDS_MAX UINT32_C(512)
 
 /** Bits of mrec_call_t::flags: the request or the answer is truncated. */
 enum { MREC_REQUEST_CUT = 1, MREC_ANSWER_CUT = 2 };
@@ -132,17 +129,29 @@ typedef struct mrec_start_t {
   char name[32];           /**< 32: its name, NUL-padded, byte 31 NUL */
 } mrec_start_t;
 
+/** A function that writes. 32 bytes, then the function's name and its file. */
+typedef struct mrec_site_t {
+  mrec_note_t note;   /**< 0: the beginning of every note */
+  uint32_t number;    /**< 16: number of the site in the process, from 1; it wraps */
+  uint32_t func_size; /**< 20: bytes of the function's name, at most 31, without NUL */
+  uint32_t file_size; /**< 24: bytes of the file's name, at most 127, without NUL */
+  uint32_t reserved;  /**< 28: 0 */
+} mrec_site_t;
+
 /**
  * A write that the program made while a transaction was open, noted before the library gets it.
- * 80 bytes, then the caller's function and file. A program has one note per step.
+ * 80 bytes; after the note of a table write, space for its last words. A program of the library has
+ * one note per step.
+ *
+ * The words of a table write are added to its note when the library has taken the write: first the
+ * words, then their number. Nothing else in a note changes later.
  */
 typedef struct mrec_join_t {
   mrec_note_t note;  /**< 0: the beginning of every note */
   uint32_t number;   /**< 16: number of the write in the process, from 1; it wraps */
   uint8_t operation; /**< 20: MREC_JOIN_WRITE ... MREC_JOIN_PROGRAM */
   uint8_t flags;     /**< 21: ::MREC_JOIN_RAW */
-  uint8_t func_size; /**< 22: bytes of the function, which follow the note, without NUL */
-  uint8_t file_size; /**< 23: bytes of the file, which follow the function, without NUL */
+  uint16_t kept;     /**< 22: of a table write: its last words, which follow the note */
   int32_t module;    /**< 24: module number */
   uint32_t asic;     /**< 28: ASIC number */
   uint32_t block;    /**< 32: block */
@@ -156,17 +165,17 @@ typedef struct mrec_join_t {
   uint32_t words;    /**< 64: words that it adds; 0 if only the register map knows the number */
   uint32_t context;  /**< 68: the caller's context */
   uint32_t line;     /**< 72: the caller's line */
-  uint32_t reserved; /**< 76: 0 */
+  uint32_t site;     /**< 76: the caller's function: a site that was noted before */
 } mrec_join_t;
 
-/** What happened to writes that were noted before. 32 bytes, then `kept` words. */
-typedef struct mrec_result_t {
-  mrec_note_t note; /**< 0: the beginning of every note */
-  uint32_t number;  /**< 16: number of the first of these writes */
-  uint32_t writes;  /**< 20: how many writes */
-  uint32_t fate;    /**< 24: MREC_RESULT_REFUSED ... MREC_RESULT_WORDS */
-  uint32_t kept;    /**< 28: the last words of a table write, at most 512, which follow */
-} mrec_result_t;
+/** Writes that were noted before, and that the library refused. 32 bytes. */
+typedef struct mrec_refusal_t {
+  mrec_note_t note;  /**< 0: the beginning of every note */
+  uint32_t number;   /**< 16: number of the first of these writes */
+  uint32_t writes;   /**< 20: how many writes */
+  uint32_t partly;   /**< 24: 1: a program failed, of whose first steps any number joined; else 0 */
+  uint32_t reserved; /**< 28: 0 */
+} mrec_refusal_t;
 
 /** The call in flight: it has begun and not yet returned. 10328 bytes. */
 typedef struct mrec_begun_t {
@@ -230,12 +239,17 @@ static_assert(offsetof(mrec_start_t, wall_ns) == 16);
 static_assert(offsetof(mrec_start_t, monotonic_ns) == 24);
 static_assert(offsetof(mrec_start_t, name) == 32);
 
+static_assert(sizeof(mrec_site_t) == 32);
+static_assert(offsetof(mrec_site_t, number) == 16);
+static_assert(offsetof(mrec_site_t, func_size) == 20);
+static_assert(offsetof(mrec_site_t, file_size) == 24);
+static_assert(offsetof(mrec_site_t, reserved) == 28);
+
 static_assert(sizeof(mrec_join_t) == 80);
 static_assert(offsetof(mrec_join_t, number) == 16);
 static_assert(offsetof(mrec_join_t, operation) == 20);
 static_assert(offsetof(mrec_join_t, flags) == 21);
-static_assert(offsetof(mrec_join_t, func_size) == 22);
-static_assert(offsetof(mrec_join_t, file_size) == 23);
+static_assert(offsetof(mrec_join_t, kept) == 22);
 static_assert(offsetof(mrec_join_t, module) == 24);
 static_assert(offsetof(mrec_join_t, asic) == 28);
 static_assert(offsetof(mrec_join_t, block) == 32);
@@ -249,13 +263,13 @@ static_assert(offsetof(mrec_join_t, place) == 60);
 static_assert(offsetof(mrec_join_t, words) == 64);
 static_assert(offsetof(mrec_join_t, context) == 68);
 static_assert(offsetof(mrec_join_t, line) == 72);
-static_assert(offsetof(mrec_join_t, reserved) == 76);
+static_assert(offsetof(mrec_join_t, site) == 76);
 
-static_assert(sizeof(mrec_result_t) == 32);
-static_assert(offsetof(mrec_result_t, number) == 16);
-static_assert(offsetof(mrec_result_t, writes) == 20);
-static_assert(offsetof(mrec_result_t, fate) == 24);
-static_assert(offsetof(mrec_result_t, kept) == 28);
+static_assert(sizeof(mrec_refusal_t) == 32);
+static_assert(offsetof(mrec_refusal_t, number) == 16);
+static_assert(offsetof(mrec_refusal_t, writes) == 20);
+static_assert(offsetof(mrec_refusal_t, partly) == 24);
+static_assert(offsetof(mrec_refusal_t, reserved) == 28);
 
 static_assert(sizeof(mrec_begun_t) == 10328);
 static_assert(offsetof(mrec_begun_t, wall_ns) == 8);
