@@ -31,8 +31,8 @@ extern "C" __attribute__((weak)) int recorded_sse_call2(uint32_t case_code,
                                                         uint32_t length);
 
 per_process per_process_state;
-__thread uintptr_t thread_frame;
-__thread bool thread_registered;
+__attribute__((tls_model("initial-exec"))) __thread uintptr_t thread_frame;
+__attribute__((tls_model("initial-exec"))) __thread bool thread_registered;
 
 namespace {
 
