@@ -699,24 +699,32 @@ PyObject *after_fork(PyObject *, PyObject *) {
   return Py_NewRef(Py_None);
 }
 
-// register_text(register) -> str and port_text(port) -> str: as mrvctl has them, without module and
-// ASIC.
+// register_text(register), port_text(port) and address_text(address) -> str: as mrvctl has them,
+// without module and ASIC.
 PyObject *register_text(PyObject *, PyObject *argument) {
   Register reg;
-  std::array<char, 64> text = {};
   if (!get(argument, &reg))
     return nullptr;
   const morvane::reg &at = reg.at.where();
+  std::array<char, 64> text = {};
   return PyUnicode_FromString(
       kel_asic_register_text(text.data(), text.size(), at.block(), at.instance(), at.vreg()));
 }
 
 PyObject *port_text(PyObject *, PyObject *argument) {
   morvane::port port = {};
-  std::array<char, 64> text = {};
   if (!get(argument, &port))
     return nullptr;
+  std::array<char, 64> text = {};
   return PyUnicode_FromString(kel_asic_port_text(text.data(), text.size(), port.type, port.number));
+}
+
+PyObject *address_text(PyObject *, PyObject *argument) {
+  uint32_t address = 0;
+  if (!get(argument, &address))
+    return nullptr;
+  std::array<char, 64> text = {};
+  return PyUnicode_FromString(kel_asic_address_text(text.data(), text.size(), address));
 }
 
 // explain(code) -> (name, errno, message): errno is 0 for a code without one.
@@ -768,6 +776,7 @@ PyMethodDef functions[] = {
     {"clear_all_drop_counters", as_function(clear_all_drop_counters), METH_FASTCALL, nullptr},
     {"register_text", register_text, METH_O, nullptr},
     {"port_text", port_text, METH_O, nullptr},
+    {"address_text", address_text, METH_O, nullptr},
     {"explain", explain, METH_O, nullptr},
     {nullptr, nullptr, 0, nullptr},
 };

@@ -39,7 +39,7 @@ def error_about(code: int, operation: str, subject: Any, text: str) -> Error:
     if operation == "init":
         subject = f"slot {subject}"
     elif isinstance(subject, int):
-        subject = f"0x{subject:08X}"
+        subject = _native.address_text(subject)
     elif isinstance(subject, tuple):
         texts: dict[int, Any] = {2: asic_text, 4: port_text, 5: register_text}
         subject = texts[len(subject)](subject)

@@ -184,6 +184,8 @@ def test_errors():
         errno.EINVAL, 0x42230003, "SYSERR_KEL_ASIC_INVALID_ARG", "read", "HR.0:26")
     assert str(error) == str(refused.value)
     for failing, register in ((lambda: morvaneusd.write_raw(16, 1), "0x00000010"),
+                              (lambda: morvaneusd.send_command(Command.LINK_PAUSE_ENABLE, hif(3)),
+                               "KEL_ASIC_CMD_LINK_PAUSE_ENABLE"),
                               (lambda: morvaneusd.link_pause_enable(hif(99, module=1)), "hif:99 of module 1, ASIC 0"),
                               (lambda: TABLE.read(99, 1), "HF.0:HF_DHS_POL"),
                               (morvaneusd.clear_all_drop_counters, None)):
