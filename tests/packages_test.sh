@@ -17,6 +17,12 @@ for word in 32:i386-linux-gnu 64:x86_64-linux-gnu; do
   gcc -m${word%:*} "$client" -o "$work/client" $(PKG_CONFIG_LIBDIR=/usr/lib/${word#*:}/pkgconfig \
     pkg-config --cflags --libs morvaneusd morvaneplatform)
   mrvctl record "$work" -- "$work/client" >/dev/null
+  # Python has one word size, and a switch for programs of both.
+  /usr/bin/python3 -c 'import sys
+from morvaneusd.testing import Switch
+with Switch() as switch:
+    switch.run(sys.argv[1:], capture_output=True)
+    print(switch.last_write("SS.0:SS_CFG_CG")["program"])' "$work/client" | grep -qx client
 done
 mrvctl calls "$work"/client.*.mrec >"$work/calls"
 grep -q 'SS.0:SS_CFG_CG' "$work/calls"

@@ -17,7 +17,9 @@ import os
 import shutil
 import subprocess
 import tempfile
+import warnings
 from collections.abc import Iterator, Sequence
+from contextlib import ExitStack
 from pathlib import Path
 from types import TracebackType
 from typing import Any, Self, Union
@@ -54,7 +56,7 @@ def _end(program: subprocess.Popen[Any]) -> None:
 
 
 class Switch:
-    """A switch in a morvaned of its own, which accepts programs when the constructor returns.
+    """A switch in a separate morvaned, which accepts programs when the constructor returns.
 
     The end of its scope ends the programs that still run, and the morvaned. It raises SwitchError if
     the morvaned did not end with exit status 0.
@@ -76,24 +78,23 @@ class Switch:
         self._programs: list[subprocess.Popen[Any]] = []
         self._first_state: list[str] | None = None  # of an empty switch
         self._is_used_here = False
-        try:
-            self._service = subprocess.Popen(["morvaned", "--socket", self.address], text=True,
-                                             stdin=subprocess.DEVNULL, stderr=subprocess.PIPE)
-            self._log = ""
-            self._wait_until_ready()
-        except BaseException:
-            self._temporary.cleanup()
-            raise
         self._is_open = True
+        with ExitStack() as undo:
+            undo.callback(self._temporary.cleanup)
+            self._service = undo.enter_context(subprocess.Popen(
+                ["morvaned", "--socket", self.address], text=True, stdin=subprocess.DEVNULL,
+                stderr=subprocess.PIPE))
+            undo.callback(self._service.kill)
+            self._log = self._read_until_ready()
+            undo.pop_all()
 
-    def _wait_until_ready(self) -> None:
-        assert self._service.stderr is not None
-        for line in self._service.stderr:
-            self._log += line
+    def _read_until_ready(self) -> str:
+        log = ""
+        for line in self._service.stderr or ():
+            log += line
             if line.endswith(" ready\n"):
-                return
-        with self._service:
-            raise SwitchError(f"morvaned did not start:\n{self._log}")
+                return log
+        raise SwitchError(f"morvaned did not start:\n{log}")
 
     def init(self, slot: int = 0) -> None:
         """Connects this process to the switch and initialises the library, as morvaneusd.init()."""
@@ -205,20 +206,28 @@ class Switch:
         Each is + or -, and a line of a saved state.
         """
         first = self._state("none") if self._first_state is None else self._first_state
-        return [line for line in difflib.ndiff(first, self._state(self.address)) if line[0] in "+-"]
+        lines = list(difflib.unified_diff(first, self._state(self.address), n=0))
+        return [f"{line[0]} {line[1:]}" for line in lines[2:] if not line.startswith("@@")]
 
     def calls(self, **options: Any) -> list[dict[str, Any]]:
         """The recorded calls of run() and popen(): calls(failed=True, last=5). See mrvctl calls."""
         if not any(self._recordings.glob("*.mrec")):
             return []
-        return self.mrvctl("calls", self._recordings, **options)
+        return self._from_recordings("calls", self._recordings, **options)
 
     def last_write(self, register: object) -> dict[str, Any]:
         """The last call of run() and popen() that wrote a register. See mrvctl last-write.
 
         Its "written" has the data and the caller: file, line and func, also inside a batch.
         """
-        return self.mrvctl("last-write", register, self._recordings)[0]
+        return self._from_recordings("last-write", register, self._recordings)[0]
+
+    def _from_recordings(self, *words: object, **options: Any) -> list[dict[str, Any]]:
+        """The calls that a command shows. Warns of those that the recordings lost."""
+        objects = self.mrvctl(*words, **options)
+        for loss in (text for found in objects for text in found.get("losses", ())):
+            warnings.warn(loss, stacklevel=3)
+        return [found for found in objects if "losses" not in found]
 
     def report(self) -> list[tuple[str, str]]:
         """What a person wants to see after a failure: titles and texts."""
@@ -227,7 +236,7 @@ class Switch:
     def _failed_calls(self) -> str:
         done = subprocess.run(["mrvctl", "calls", "--failed", f"--last={_REPORTED_CALLS}", self._recordings],
                               check=False, text=True, capture_output=True)
-        return done.stdout
+        return done.stdout if done.stdout.count("\n") > 1 else ""  # only the titles of the columns
 
     def _changes(self) -> str:
         try:
