@@ -50,6 +50,10 @@ class Headers:
         self.tables = [(block, numbers[first], numbers[last], 0 if words == HOOK else int(highest) + 1)
                        for block, first, last, highest, words in table_rows]
 
+        missing = [name for name, value in vars(self).items() if not value]
+        if missing:
+            sys.exit(f"generate.py: no {missing[0]} in the headers of {directory}")
+
     def is_table(self, block, number):
         return any(row[0] == block and row[1] <= number <= row[2] for row in self.tables)
 

@@ -198,9 +198,10 @@ def test_errors():
         morvaneusd.init(platform="other.so")
     with pytest.raises(OSError, match="no switch at /too/too/.*: File name too long"):
         morvaneusd.init(switch="/too" * 99)
-    for operation, text in (("read()", "call init() first"), ("write(1)", "that init() succeeded")):
-        run = subprocess.run([sys.executable, "-c", f"import morvaneusd; morvaneusd.HI[2][40].{operation}"],
-                             text=True, capture_output=True, check=False)
+    for operation, text in (("HI[2][40].read()", "call init() first"), ("HI[2][40].write(1)", "that init() succeeded"),
+                            ("init()", "no platform: other.so: cannot open")):
+        run = subprocess.run([sys.executable, "-c", f"from morvaneusd import *; {operation}"], text=True,
+                             env={**os.environ, "MORVANE_PLATFORM": "other.so"}, capture_output=True, check=False)
         assert text in run.stderr
 
 
