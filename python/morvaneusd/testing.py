@@ -215,12 +215,12 @@ class Switch:
             return []
         return self._from_recordings("calls", self._recordings, **options)
 
-    def last_write(self, register: object) -> dict[str, Any]:
+    def last_write(self, register: object, **options: Any) -> dict[str, Any]:
         """The last call of run() and popen() that wrote a register. See mrvctl last-write.
 
         Its "written" has the data and the caller: file, line and func, also inside a batch.
         """
-        return self._from_recordings("last-write", register, self._recordings)[0]
+        return self._from_recordings("last-write", register, self._recordings, **options)[0]
 
     def _from_recordings(self, *words: object, **options: Any) -> list[dict[str, Any]]:
         """The calls that a command shows. Warns of those that the recordings lost."""

@@ -54,7 +54,9 @@ def test_programs():
         assert switch.run(["mrvctl", "read", "HI.2:40"], stdout=subprocess.PIPE).stdout == "HI.2:40 = 0x00000000 (0)\n"
         switch.run(["mrvctl", "write", "HI.2:40", "7"])
         assert [len(each.changes()) for each in (switch, other)] == [1, 0]
-        assert switch.calls(last=1)[0]["data"] == 7
+        assert switch.calls(last=1)[0]["data"] == switch.last_write("HI.2:40")["written"]["data"] == 7
+        with pytest.raises(SwitchError, match="no write"):
+            switch.last_write("HI.2:40", module=1)
         with pytest.raises(subprocess.CalledProcessError):
             switch.run(["mrvctl", "read", "HI.2:40", "--expect", "8"], stderr=subprocess.DEVNULL)
         with pytest.raises(FileNotFoundError):
