@@ -33,8 +33,7 @@ constexpr char kDescription[] =
     "  mrvctl qos show hif:3                 # Show the statistics of a port\n";
 
 constexpr char kFooter[] =
-    "Numbers are decimal, hexadecimal (0x) or binary (0b). Exit status: 0 success,\n"
-    "1 refused or failed, 2 never valid. 'mrvctl help COMMAND' shows more.";
+    "Numbers: 10, 0xa, 0b1010. Exit status: 0 success, 1 failed, 2 never valid.";
 
 void describe_options(Arguments &arguments, Options &options, Session &session) {
   arguments.word("-f,--file FILE", options.script, "Check and run a script (-: standard input)");
