@@ -83,6 +83,7 @@ void start(Tool &tool, std::vector<const char *> arguments) {
   if (tool.child != 0)
     return;
   login_tty(tool.theirs);
+  signal(SIGINT, SIG_DFL);  // a shell's & ignores it
   setenv("TERM", "xterm", 1);
   setenv("MORVANE_SWITCH", "none", 1);
   unsetenv("NO_COLOR");
