@@ -181,8 +181,8 @@ ScreenSignals::~ScreenSignals() {
 }
 
 // Signals are delivered only during the wait, so that none is missed between a look at what they
-// set and the wait. Not ppoll: the fortified one of some 32-bit C libraries reads the 64-bit time as a
-// 32-bit one, and waits for no fraction of a second.
+// set and the wait. Not ppoll: the fortified one of some 32-bit C libraries reads the 64-bit time
+// as a 32-bit one, and waits for no fraction of a second.
 int wait_readable(int file, double seconds) {
   fd_set awaited;
   FD_ZERO(&awaited);
