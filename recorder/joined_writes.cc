@@ -64,11 +64,11 @@ uint32_t deduce_entry_size(const std::deque<JoinedWrite> &writes, std::size_t en
              : static_cast<uint32_t>((entries - known) / table_entries);
 }
 
-// What a full transaction leaves of a write to the next one.
-JoinedWrite rest_of(JoinedWrite write) {
+// What a full transaction leaves to the next one of a write that begins at this entry of it.
+JoinedWrite rest_of(JoinedWrite write, std::size_t begin) {
   constexpr auto full = static_cast<uint32_t>(kFull);
   uint32_t &place = write.note.place;
-  write.done += place < full ? full - place : 0;
+  write.done += begin < full ? full - static_cast<uint32_t>(begin) : 0;
   place = place < full ? 0 : place - full;
   return write;
 }
@@ -100,11 +100,11 @@ bool OpenTransaction::site(const uint8_t *bytes, std::size_t size) {
   return true;
 }
 
-// The place after the last write, of those that are certain.
-uint64_t OpenTransaction::end_of_writes() const {
+// The place of the last write, of those that are certain.
+uint32_t OpenTransaction::last_place() const {
   const auto last = std::find_if(writes_.rbegin(), writes_.rend(),
                                  [](const JoinedWrite &write) { return write.certain; });
-  return last == writes_.rend() ? 0 : uint64_t{last->note.place} + last->words_left();
+  return last == writes_.rend() ? 0 : last->note.place;
 }
 
 bool OpenTransaction::join(const uint8_t *bytes, std::size_t size) {
@@ -126,7 +126,7 @@ bool OpenTransaction::join(const uint8_t *bytes, std::size_t size) {
     write.caller = std::make_shared<Caller>(
         Caller{note.context, note.line, site->second.func, site->second.file});
   // The transaction of the writes so far was sent by a call that could not be recorded.
-  if (note.place < end_of_writes())
+  if (note.place < last_place())
     writes_.clear();
   writes_.push_back(std::move(write));
   return true;
@@ -154,14 +154,16 @@ std::vector<CallerPointer> OpenTransaction::send(const Entries &entries, uint64_
   std::size_t next = 0;
   for (JoinedWrite &write : writes_) {
     const mrec_join_t &note = write.note;
-    const std::size_t begin = find_begin(write, std::max<std::size_t>(next, note.place), entries);
+    const std::size_t earliest = std::max<std::size_t>(next, note.place);
+    const std::size_t begin = find_begin(write, earliest, entries);
     const std::size_t words =
         note.words == 0 ? entry_size * std::size_t{note.entries} : write.words_left();
     const std::size_t count = count_words(write, begin, words, entries);
     std::fill_n(callers.begin() + static_cast<std::ptrdiff_t>(begin), count, write.caller);
     next = count == 0 ? next : begin + count;
-    if (entries.size() == kFull && uint64_t{note.place} + write.words_left() > kFull)
-      rest.push_back(rest_of(std::move(write)));
+    const std::size_t place = count == 0 ? earliest : begin;
+    if (entries.size() == kFull && uint64_t{place} + write.words_left() > kFull)
+      rest.push_back(rest_of(std::move(write), place));
   }
   sites_.clear();
   writes_ = std::move(rest);

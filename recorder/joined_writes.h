@@ -56,7 +56,7 @@ class OpenTransaction {
   const std::deque<JoinedWrite> &writes() const { return writes_; }
 
  private:
-  uint64_t end_of_writes() const;
+  uint32_t last_place() const;
 
   std::string name_;
   uint64_t wall_ns_ = 0, monotonic_ns_ = 0;

@@ -235,12 +235,11 @@ inline void check_write(const noted_write &noted, syserr_t result) {
     take_back(noted.number, 1, 1, false);
 }
 
-// After the library took a table write, and has read the words. The note keeps those that no
-// transaction has sent yet.
+// After the library took a table write, and has read the words. The note keeps as many as a
+// transaction can have that is not sent.
 void check_table_write(const noted_write &noted, const uint32_t *data, uint32_t words) {
-  const uint32_t unsent = std::min(words, transaction.words.load(std::memory_order_relaxed));
-  const uint32_t kept = std::min(unsent, MREC_JOIN_WORDS_MAX);
-  if (kept != 0)
+  const uint32_t kept = std::min(words, MREC_JOIN_WORDS_MAX);
+  if (kept != 0 && transaction.words.load(std::memory_order_relaxed) != 0)
     keep_words(noted, data + words - kept, kept);
 }
 
@@ -429,6 +428,9 @@ int mrv_asic_transaction_commit(void) {
   if (next == nullptr)
     return static_cast<int>(no_library());
   const int result = next();
+  const uint32_t unseen = transaction.words;
+  if (transaction.open && unseen != 0)  // the recorder did not see the request
+    note_refusal(transaction.writes - unseen + 1, unseen, false);
   transaction.open = false;
   transaction.words = 0;
   return result;

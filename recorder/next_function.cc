@@ -12,6 +12,11 @@ const void *object_of(const void *address) {
   return dladdr(address, &object) == 0 ? nullptr : object.dli_fbase;
 }
 
+const void *own_object() {
+  static const char here = 0;
+  return object_of(&here);
+}
+
 // An object and its libraries, as one scope.
 class loaded_tree {
  public:
@@ -84,8 +89,7 @@ __attribute__((noinline)) void *find_global_function(const char *name) {
 // The function in the libraries of an object that includes the caller, or else in those of the
 // first object that has it.
 void *find_local_function(const char *name, const void *caller, choice_report report) {
-  static const char here = 0;
-  const void *const own = object_of(&here);
+  const void *const own = own_object();
   Dl_info calling = {};
   if (dladdr(caller, &calling) == 0)
     calling = {};
@@ -121,6 +125,11 @@ void *find_local_function(const char *name, const void *caller, choice_report re
 void *find_next_function(const char *name, const void *caller, choice_report report) {
   void *const global = find_global_function(name);
   return global != nullptr ? global : find_local_function(name, caller, report);
+}
+
+bool is_first_definition(const char *name) {
+  const void *const first = dlsym(RTLD_DEFAULT, name);
+  return first == nullptr || object_of(first) == own_object();
 }
 
 void next_function::find_global(void *function) {

@@ -203,7 +203,8 @@ __attribute__((constructor)) void init_from_env() {
   find_library_functions();
   remember_standard_error();
   read_settings(&recorder.settings);
-  const bool wanted = recorder.settings.directory[0] != '\0';
+  // A program that contains its platform may define sse_call2 before the recorder.
+  const bool wanted = recorder.settings.directory[0] != '\0' && is_first_definition("sse_call2");
   if (wanted) {
     if (pthread_key_create(&thread_key, end_thread) != 0)
       thread_key = UINT32_MAX;

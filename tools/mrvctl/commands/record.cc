@@ -1,17 +1,24 @@
 // record: a program with the recorder loaded.
 #include <dlfcn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "commands/call_files.h"
 #include "commands/commands.h"
+#include "commands/recorded_program.h"
 #include "host/platform_library.h"
+#include "output/report.h"
 #include "recording_format.h"
 #include "text/text.h"
 
@@ -85,23 +92,45 @@ void set_variable(const char *name, const std::string &value) {
     throw OperationFailed(std::string("cannot set ") + name + ": " + std::strerror(errno));
 }
 
+std::set<std::string> recordings_in(const std::string &directory) {
+  std::set<std::string> files;
+  std::error_code ec;
+  for (const auto &entry : std::filesystem::directory_iterator(directory, ec)) {
+    if (entry.path().extension() == ".mrec")
+      files.insert(entry.path());
+  }
+  return files;
+}
+
+// Ends the tool with the exit status or the signal of the program.
+[[noreturn]] void end_like(int status) {
+  if (!WIFSIGNALED(status))
+    _exit(WEXITSTATUS(status));
+  const rlimit none = {};  // the program has left the core, if any
+  setrlimit(RLIMIT_CORE, &none);
+  std::signal(WTERMSIG(status), SIG_DFL);
+  raise(WTERMSIG(status));
+  _exit(128 + WTERMSIG(status));
+}
+
 void run_record(Session &session, const RecordArgs &args) {
   if (session.in_script())
     throw UsageError("record runs another program in place of the tool: not from a script");
   const char *const preloaded = getenv("LD_PRELOAD");
   const std::string others =
       preloaded == nullptr || *preloaded == '\0' ? "" : std::string(":") + preloaded;
-  set_variable("MORVANE_RECORD", recording_directory(args.directory));
+  const std::string directory = recording_directory(args.directory);
+  set_variable("MORVANE_RECORD", directory);
   if (args.size)
     set_variable("MORVANE_RECORD_SIZE", std::to_string(*args.size));
   set_variable("LD_PRELOAD", for_both_sizes(find_recorder()) + others);
   session.report.return_standard_output();
-  std::vector<char *> words;
-  for (const std::string &word : args.program)
-    words.push_back(const_cast<char *>(word.c_str()));
-  words.push_back(nullptr);
-  execvp(words[0], words.data());
-  throw OperationFailed("cannot run " + args.program[0] + ": " + std::strerror(errno));
+  const std::set<std::string> before = recordings_in(directory);
+  const int status = run_program(args.program);
+  if (recordings_in(directory) == before)
+    print_error("mrvctl record: no recording was made of " + args.program[0] + ": " +
+                why_not_recorded(args.program[0]) + "\n");
+  end_like(status);
 }
 
 }  // namespace
@@ -111,7 +140,8 @@ void add_record_command(Parser &parser) {
       {"record", "Recordings",
        "Run PROGRAM and record its service calls in DIR\n"
        "Every process that makes service calls gets a file DIR/PROGRAM.PID.mrec with its most "
-       "recent calls. The file survives a crash. The exit status is the program's. A 32-bit mrvctl "
+       "recent calls. The file survives a crash. The exit status is the program's. If no recording "
+       "was made, the command reports the reason at the end. A 32-bit mrvctl "
        "records 64-bit programs, and vice versa, if that recorder is installed too; otherwise "
        "ld.so prints that it ignores the recorder. Set-user-ID programs are not recorded.",
        "mrvctl record calls -- mrvctl read HI.2:40\n"

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "next_function.h"
 #include "text/text.h"
 #include "virtual_platform.h"
 
@@ -19,7 +20,7 @@ namespace {
 // The next definition after the tool's: in a preloaded library, or in the platform.
 template <typename Function>
 void resolve_next(Function *&function, const char *name) {
-  function = reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+  function = reinterpret_cast<Function *>(platform_symbol(name));
   if (function == nullptr)
     throw OperationFailed(format("the platform does not have the function %s", name));
 }
@@ -129,7 +130,7 @@ bool has_private_switch() {
 }
 
 void *platform_symbol(const char *name) {
-  return dlsym(RTLD_NEXT, name);
+  return find_next_function(name, nullptr, nullptr);
 }
 
 }  // namespace mrvctl

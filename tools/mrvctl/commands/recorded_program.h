@@ -1,0 +1,16 @@
+// The program that record runs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace mrvctl {
+
+// Runs a program, and ends it if the tool is told to end. Returns what waitpid() reports. Throws
+// OperationFailed if the program cannot be run.
+int run_program(const std::vector<std::string> &words);
+
+// Why the recorder gets no call of a program, as far as the program's file shows it.
+std::string why_not_recorded(const std::string &program);
+
+}  // namespace mrvctl
