@@ -127,11 +127,6 @@ void *find_next_function(const char *name, const void *caller, choice_report rep
   return global != nullptr ? global : find_local_function(name, caller, report);
 }
 
-bool is_first_definition(const char *name) {
-  const void *const first = dlsym(RTLD_DEFAULT, name);
-  return first == nullptr || object_of(first) == own_object();
-}
-
 void next_function::find_global(void *function) {
   global_ = function != nullptr ? function : find_global_function(name_);
 }

@@ -16,10 +16,7 @@ using choice_report = void (*)(const char *name, const char *library);
 // there stays loaded. Returns null if no object has the function. Needs several KiB of stack.
 void *find_next_function(const char *name, const void *caller, choice_report report);
 
-// Whether a call of a function from the global scope reaches this object, and no object before it.
-bool is_first_definition(const char *name);
-
-// The same as find_next_function(), but remembers what it has found.
+// The same, but remembers what it has found.
 class next_function {
  public:
   constexpr next_function(const char *name, choice_report report) : name_(name), report_(report) {}

@@ -203,8 +203,7 @@ __attribute__((constructor)) void init_from_env() {
   find_library_functions();
   remember_standard_error();
   read_settings(&recorder.settings);
-  // A program that contains its platform may define sse_call2 before the recorder.
-  const bool wanted = recorder.settings.directory[0] != '\0' && is_first_definition("sse_call2");
+  const bool wanted = recorder.settings.directory[0] != '\0';
   if (wanted) {
     if (pthread_key_create(&thread_key, end_thread) != 0)
       thread_key = UINT32_MAX;

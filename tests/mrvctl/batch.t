@@ -45,12 +45,12 @@ In the global scope; with two platforms; with a scope that comes before the reco
   $ mrvctl calls scopes | grep -c batch
   6
   $ host none -- plugin_host deepbind $plugin
-  mrvctl record: no recording was made of plugin_host: none of its processes made a service call that the recorder could see
+  mrvctl record: no call was recorded of plugin_host: none of its processes made a service call that the recorder could see
 
 A program that contains its platform is recorded if it is linked with the recorder:
 
   $ host none -- own_platform
-  mrvctl record: no recording was made of own_platform: it defines sse_call2 itself, so that its calls do not reach the recorder; see 'A program that contains its platform' in recording.md
+  mrvctl record: no call was recorded of own_platform: it defines sse_call2 itself, and forwards no call to the recorder; see 'A program that contains its platform' in recording.md
   $ host linked -- recorded_platform
   $ mrvctl calls linked | tail -n 1 | awk '{ print $6, $7, $8, $9, $10 }'
   "Contd XN.." 88 writes lost

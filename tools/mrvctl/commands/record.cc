@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -19,6 +20,7 @@
 #include "commands/recorded_program.h"
 #include "host/platform_library.h"
 #include "output/report.h"
+#include "reader.h"
 #include "recording_format.h"
 #include "text/text.h"
 
@@ -102,6 +104,24 @@ std::set<std::string> recordings_in(const std::string &directory) {
   return files;
 }
 
+// Whether a recording has a call, or writes for one.
+bool has_calls(const std::string &file) {
+  try {
+    recording::Reader reader(file);
+    recording::Call call;
+    return reader.next(&call) || reader.under_way(&call) || !reader.uncommitted().writes().empty();
+  } catch (const recording::Unreadable &) {
+    return false;
+  }
+}
+
+bool has_new_calls(const std::string &directory, const std::set<std::string> &before) {
+  const std::set<std::string> files = recordings_in(directory);
+  return std::any_of(files.begin(), files.end(), [&](const std::string &file) {
+    return before.count(file) == 0 && has_calls(file);
+  });
+}
+
 // Ends the tool with the exit status or the signal of the program.
 [[noreturn]] void end_like(int status) {
   if (!WIFSIGNALED(status))
@@ -127,8 +147,8 @@ void run_record(Session &session, const RecordArgs &args) {
   session.report.return_standard_output();
   const std::set<std::string> before = recordings_in(directory);
   const int status = run_program(args.program);
-  if (recordings_in(directory) == before)
-    print_error("mrvctl record: no recording was made of " + args.program[0] + ": " +
+  if (!has_new_calls(directory, before))
+    print_error("mrvctl record: no call was recorded of " + args.program[0] + ": " +
                 why_not_recorded(args.program[0]) + "\n");
   end_like(status);
 }

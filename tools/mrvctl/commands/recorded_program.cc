@@ -86,8 +86,9 @@ std::string reason_in_elf(const std::string &file) {
     const Section section = section_at(i);
     if (section.sh_type == SHT_DYNSYM &&
         defines<Section, Symbol>(file, section, section_at(section.sh_link).sh_offset, "sse_call2"))
-      return "it defines sse_call2 itself, so that its calls do not reach the recorder; see 'A "
-             "program that contains its platform' in recording.md";
+      return "it defines sse_call2 itself, and forwards no call to the recorder; see 'A program "
+             "that "
+             "contains its platform' in recording.md";
   }
   return "";
 }
