@@ -46,6 +46,9 @@ def expected_request(call):
     if "entries" in call:
         fields["entries"] = fields.pop("num")
         fields["data"] = [entry["data"] for entry in entries]
+        fields["lost"] = int(entries[0]["lost"])
+        for name in ("context", "func", "file", "line"):
+            fields[name] = [entry[name] for entry in entries if name in entry]
     elif call["operation"] == "sp-timer":
         fields["time"] = call["data"]
     elif not call["operation"].startswith("read"):
@@ -84,8 +87,10 @@ def check(frame, packet, expected, names):
 
 def main(mrvctl, root):
     recordings = sorted(str(path) for path in pathlib.Path(root, "examples/recordings").glob("*.mrec"))
-    calls = [json.loads(line) for line in run(mrvctl, "--json", "calls", *recordings).splitlines()]
     with tempfile.TemporaryDirectory() as folder:
+        run(mrvctl, "record", folder, "--", mrvctl, "-f", root + "/examples/bringup.mrv")  # with callers
+        recordings.append(folder)
+        calls = [json.loads(line) for line in run(mrvctl, "--json", "calls", *recordings).splitlines()]
         file = folder + "/calls.pcapng"
         run(mrvctl, "calls", "--pcap", file, *recordings)
         tshark = ["tshark", "-X", f"lua_script:{root}/share/wireshark/morvane.lua", "-r", file]

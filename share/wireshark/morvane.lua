@@ -25,6 +25,7 @@ local f = {
   kind = ProtoField.uint8("morvane.kind", "Packet", base.DEC, kinds),
   record = ProtoField.uint8("morvane.record", "Record", base.DEC, records),
   failed = ProtoField.bool("morvane.failed", "Failed"),
+  lost = ProtoField.bool("morvane.lost", "Writes lost"),
   cut = ProtoField.bool("morvane.cut", "Words left out"),
   process = ProtoField.uint32("morvane.process", "Recording"),
   pid = ProtoField.uint32("morvane.pid", "Process"),
@@ -149,7 +150,13 @@ local function add_timer(tree, record)
   tree:add_le(f.time, record(16, 4))
 end
 
-local function add_transaction(tree, record, texts)
+-- A number that is a text.
+local function add_decimal(tree, field, text)
+  if text and text.text ~= "" then tree:add(field, text.range, tonumber(text.text)) end
+end
+
+-- Each entry has the text of its register, and then those of its caller: none or four.
+local function add_transaction(tree, record, texts, caller_texts)
   tree:add(f.name, record(0, 32))
   tree:add_le(f.reorder, record(32, 4))
   tree:add_le(f.entries, record(36, 4))
@@ -161,13 +168,21 @@ local function add_transaction(tree, record, texts)
     below:add_le(f.module, entry(0, 4))
     below:add_le(f.asic, entry(4, 4))
     below:add_le(f.addr, entry(8, 4))
-    local reg = texts[4 + i]
+    local at = 4 + i * (1 + caller_texts)
+    local reg = texts[at]
     if reg and reg.text ~= "" then
       add_text(below, f.reg, reg)
       below:append_text(": " .. reg.text)
     end
     below:add_le(f.data, entry(12, 4))
     below:add_le(f.mask, entry(16, 4))
+    if caller_texts == 4 and texts[at + 3] and texts[at + 3].text ~= "" then
+      add_text(below, f.func, texts[at + 1])
+      add_text(below, f.file, texts[at + 2])
+      add_decimal(below, f.line, texts[at + 3])
+      add_decimal(below, f.context, texts[at + 4])
+      below:append_text(" by " .. texts[at + 1].text .. " " .. texts[at + 2].text .. ":" .. texts[at + 3].text)
+    end
   end
 end
 
@@ -190,11 +205,11 @@ end
 -- The shortest record of each kind.
 local shortest = { [1] = 196, [2] = 196, [3] = 40, [4] = 1140 }
 
-local function add_record(tree, kind, record, answer, texts)
+local function add_record(tree, kind, record, answer, texts, caller_texts)
   local below = tree:add(morvane, record, "Record")
   if kind == 1 then add_register(below, record, answer, texts[4])
   elseif kind == 2 then add_timer(below, record)
-  elseif kind == 3 then add_transaction(below, record, texts)
+  elseif kind == 3 then add_transaction(below, record, texts, caller_texts)
   else add_qos(below, record, answer) end
 end
 
@@ -235,6 +250,7 @@ function morvane.dissector(tvb, pinfo, root)
   tree:add_le(f.kind, tvb(8, 1))
   tree:add_le(f.record, tvb(9, 1))
   tree:add(f.failed, tvb(10, 1), failed)
+  if kind == 3 then tree:add(f.lost, tvb(10, 1), math.floor(flags / 16) % 2 == 1) end
   tree:add(f.cut, tvb(10, 1), math.floor(flags / (answer and 4 or 2)) % 2 == 1)
   tree:add_le(f.process, tvb(12, 4))
   tree:add_le(f.pid, tvb(16, 4))
@@ -260,7 +276,7 @@ function morvane.dissector(tvb, pinfo, root)
   pinfo.cols.src = texts[1] and (texts[1].text .. "." .. tvb(16, 4):le_uint()) or ""
   pinfo.cols.info = (answer and "answer: " or "") .. (texts[2] and texts[2].text or "call")
       .. (targets[call] or "") .. (answer and texts[3] and (" " .. texts[3].text) or "")
-  if record then add_record(tree, kind, record, answer, texts) end
+  if record then add_record(tree, kind, record, answer, texts, tvb(11, 1):uint()) end
   return tvb:len()
 end
 

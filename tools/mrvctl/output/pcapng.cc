@@ -32,7 +32,7 @@ constexpr char kMagic[] = "MRVC";
 constexpr uint16_t kVersion = 1;
 constexpr uint16_t kPreambleSize = 64;
 enum : uint8_t { kRequest = 1, kAnswer = 2 };
-enum : uint8_t { kReturned = 1, kRequestCut = 2, kAnswerCut = 4, kFailed = 8 };
+enum : uint8_t { kReturned = 1, kRequestCut = 2, kAnswerCut = 4, kFailed = 8, kLost = 16 };
 
 template <typename Number>
 void put(Bytes &bytes, Number number) {
@@ -64,15 +64,40 @@ Bytes interface_body(const std::string &name) {
 
 uint8_t flags_of(const DecodedCall &call) {
   return static_cast<uint8_t>((call.result ? kReturned : 0) | (call.request_cut ? kRequestCut : 0) |
-                              (call.answer_cut ? kAnswerCut : 0) | (call.failed ? kFailed : 0));
+                              (call.answer_cut ? kAnswerCut : 0) | (call.failed ? kFailed : 0) |
+                              (call.lost ? kLost : 0));
+}
+
+constexpr uint8_t kCallerTexts = 4;
+
+// The texts that follow the register of each entry: those of its caller, if any caller is known.
+uint8_t caller_texts(const DecodedCall &call) {
+  const auto *transaction = std::get_if<TransactionFields>(&call.request);
+  if (transaction == nullptr)
+    return 0;
+  const auto &callers = transaction->callers;
+  return std::any_of(callers.begin(), callers.end(), [](const auto &one) { return one != nullptr; })
+             ? kCallerTexts
+             : 0;
+}
+
+void add_caller(const Caller *caller, std::vector<std::string> &texts) {
+  if (caller == nullptr)
+    texts.resize(texts.size() + kCallerTexts);
+  else
+    texts.insert(texts.end(), {caller->func, caller->file, std::to_string(caller->line),
+                               std::to_string(caller->context)});
 }
 
 // Texts between preamble and record, each with its NUL: the program, the operation, the
-// outcome, and the name of each register that is touched.
+// outcome, and the name of each register that is touched, in a transaction with its caller.
 Bytes texts_of(const DecodedCall &call, const AddressIndex &index) {
   std::vector<std::string> texts = {call.process->program, call.operation, call.outcome};
-  for (const Access &access : accesses(call))
+  for (const Access &access : accesses(call)) {
     texts.push_back(index.name(access.address));
+    if (caller_texts(call) != 0)
+      add_caller(access.caller.get(), texts);
+  }
   Bytes bytes;
   for (const std::string &text : texts) {
     bytes.insert(bytes.end(), text.begin(), text.end());
@@ -89,7 +114,7 @@ Bytes packet_bytes(const DecodedCall &call, uint8_t kind, const Bytes &texts, co
   put(bytes, kind);
   put(bytes, static_cast<uint8_t>(call.request.index()));
   put(bytes, flags_of(call));
-  put<uint8_t>(bytes, 0);
+  put(bytes, caller_texts(call));
   put(bytes, static_cast<uint32_t>(call.file));
   put(bytes, call.process->pid);
   put(bytes, call.case_code);
