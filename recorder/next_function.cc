@@ -37,7 +37,7 @@ class loaded_tree {
 
 // Whether the object of the caller is the root of the tree, or a part: the tree has its function.
 bool includes(const loaded_tree &tree, const link_map &root, const Dl_info &caller) {
-  if (reinterpret_cast<const void *>(root.l_addr) == caller.dli_fbase)
+  if (root.l_addr == reinterpret_cast<uintptr_t>(caller.dli_fbase))
     return true;
   if (caller.dli_sname == nullptr)
     return false;

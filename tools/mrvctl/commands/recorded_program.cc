@@ -37,7 +37,7 @@ std::string file_of_program(const std::string &name) {
   if (name.find('/') != std::string::npos || path == nullptr)
     return name;
   for (const std::string &directory : split(path, ':')) {
-    const std::string file = (directory.empty() ? "." : directory) + "/" + name;
+    std::string file = (directory.empty() ? "." : directory) + "/" + name;
     if (access(file.c_str(), X_OK) == 0)
       return file;
   }
@@ -97,6 +97,7 @@ std::string reason_in_elf(const std::string &file) {
 
 int run_program(const std::vector<std::string> &words) {
   std::vector<char *> arguments;
+  arguments.reserve(words.size() + 1);
   for (const std::string &word : words)
     arguments.push_back(const_cast<char *>(word.c_str()));
   arguments.push_back(nullptr);
