@@ -95,21 +95,20 @@ KEL_ASIC_DHS_DATA kel_asic_dhs_row_t kel_asic_dhs_rows[] = {
 #define KEL_ASIC_DHS_ROWS (sizeof kel_asic_dhs_rows / sizeof kel_asic_dhs_rows[0])
 
 /**
- * Returns the row of a table register.
+ * Returns the number of the row of a table register.
  *
  * @param block the block of the register; any other value has no table
  * @param vreg  number of the register within its block
  *
- * @return its row, of ::kel_asic_dhs_rows; null if the register is not a table
+ * @return its place in ::kel_asic_dhs_rows; ::KEL_ASIC_DHS_ROWS if the register is not a table
  */
-KEL_ASIC_DHS_FUNCTION const kel_asic_dhs_row_t *kel_asic_dhs_row(kel_asic_blk_t block,
-                                                                 kel_asic_reg_t vreg) {
-  for (uint32_t i = 0; i < KEL_ASIC_DHS_ROWS; ++i) {
-    const kel_asic_dhs_row_t *row = &kel_asic_dhs_rows[i];
-    if (row->block == block && row->first <= vreg && vreg <= row->last)
-      return row;
-  }
-  return NULL;
+KEL_ASIC_DHS_FUNCTION uint32_t kel_asic_dhs_row(kel_asic_blk_t block, kel_asic_reg_t vreg) {
+  uint32_t number = 0;
+  while (number < KEL_ASIC_DHS_ROWS &&
+         (kel_asic_dhs_rows[number].block != block || vreg < kel_asic_dhs_rows[number].first ||
+          vreg > kel_asic_dhs_rows[number].last))
+    ++number;
+  return number;
 }
 
 /**
@@ -124,10 +123,11 @@ KEL_ASIC_DHS_FUNCTION const kel_asic_dhs_row_t *kel_asic_dhs_row(kel_asic_blk_t 
  */
 KEL_ASIC_DHS_FUNCTION int kel_asic_dhs_entry_size(kel_asic_blk_t block, kel_asic_reg_t vreg,
                                                   uint32_t index) {
-  const kel_asic_dhs_row_t *row = kel_asic_dhs_row(block, vreg);
+  const uint32_t row = kel_asic_dhs_row(block, vreg);
   const int has_entry =
-      row != NULL && (row->words == KEL_ASIC_DHS_BY_HOOK || index <= row->highest_index);
-  return has_entry ? (int)row->words : -1;
+      row < KEL_ASIC_DHS_ROWS && (kel_asic_dhs_rows[row].words == KEL_ASIC_DHS_BY_HOOK ||
+                                  index <= kel_asic_dhs_rows[row].highest_index);
+  return has_entry ? (int)kel_asic_dhs_rows[row].words : -1;
 }
 
 #endif

@@ -266,16 +266,16 @@ static inline const char *kel_asic_entry_refusal_text(char *text, size_t size, i
                                                       kel_asic_num_t asic, kel_asic_blk_t block,
                                                       uint32_t instance, kel_asic_reg_t vreg,
                                                       uint32_t index) {
-  const kel_asic_dhs_row_t *row = kel_asic_dhs_row(block, vreg);
+  const uint32_t row = kel_asic_dhs_row(block, vreg);
   kel_asic_refusal_text(text, size, module, asic, block, instance, vreg);
   if (text[0] != '\0')
     return text;
-  if (row == NULL)
+  if (row == KEL_ASIC_DHS_ROWS)
     snprintf(text, size, "the register is not a table");
-  else if (row->words == KEL_ASIC_DHS_BY_HOOK)
+  else if (kel_asic_dhs_rows[row].words == KEL_ASIC_DHS_BY_HOOK)
     snprintf(text, size, "the register map decides its entry size and indices");
-  else if (index > row->highest_index)
-    snprintf(text, size, "indices are 0 to %u", (unsigned)row->highest_index);
+  else if (index > kel_asic_dhs_rows[row].highest_index)
+    snprintf(text, size, "indices are 0 to %u", (unsigned)kel_asic_dhs_rows[row].highest_index);
   return text;
 }
 

@@ -342,10 +342,10 @@ class table : public asic_reg {
 
  private:
   static constexpr uint32_t entry_words(const reg &which, uint32_t words) noexcept {
-    const kel_asic_dhs_row_t *row = kel_asic_dhs_row(which.block(), which.vreg());
-    if (row == nullptr || row->words == KEL_ASIC_DHS_BY_HOOK)
-      return row == nullptr ? 0 : words;
-    return words == 0 || words == row->words ? row->words : 0;
+    const int known = kel_asic_dhs_entry_size(which.block(), which.vreg(), 0);
+    if (known <= 0)
+      return known < 0 ? 0 : words;
+    return words == 0 || words == static_cast<uint32_t>(known) ? static_cast<uint32_t>(known) : 0;
   }
 
   uint32_t words_;

@@ -10,7 +10,7 @@ namespace mrvctl {
 namespace {
 
 bool is_table(kel_asic_blk_t block, kel_asic_reg_t vreg) {
-  return kel_asic_dhs_row(block, vreg) != nullptr;
+  return kel_asic_dhs_row(block, vreg) != KEL_ASIC_DHS_ROWS;
 }
 
 [[noreturn]] void refuse_register_name(kel_asic_blk_t block, const std::string &word) {

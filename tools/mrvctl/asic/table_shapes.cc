@@ -31,12 +31,13 @@ std::optional<Table> hook_table(const RegisterMap &map, kel_asic_blk_t block, ke
 }  // namespace
 
 std::optional<Table> find_table(const RegisterMap &map, kel_asic_blk_t block, kel_asic_reg_t vreg) {
-  const kel_asic_dhs_row_t *row = kel_asic_dhs_row(block, vreg);
-  if (row == nullptr)
+  const uint32_t number = kel_asic_dhs_row(block, vreg);
+  if (number == KEL_ASIC_DHS_ROWS)
     return std::nullopt;
-  if (row->words == KEL_ASIC_DHS_BY_HOOK)
+  const kel_asic_dhs_row_t &row = kel_asic_dhs_rows[number];
+  if (row.words == KEL_ASIC_DHS_BY_HOOK)
     return hook_table(map, block, vreg);
-  return Table{block, vreg, row->words, row->highest_index, false};
+  return Table{block, vreg, row.words, row.highest_index, false};
 }
 
 std::vector<Table> named_tables(const RegisterMap &map) {
