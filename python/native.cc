@@ -449,8 +449,10 @@ PyObject *open_platform(PyObject *, PyObject *path) {
       !find(library, "cardcfg_card_get_sw_card_id", &found.card_id) ||
       !find(library, "morvane_lib_init", &found.describe) ||
       !find(library, "kel_asic_get_all_base_table", &found.bases) ||
-      !find(library, "kel_asic_get_all_reg_table", &found.offsets))
+      !find(library, "kel_asic_get_all_reg_table", &found.offsets)) {
+    dlclose(library);
     return nullptr;
+  }
   platform = found;
   return Py_NewRef(Py_None);
 }
@@ -650,17 +652,23 @@ PyObject *clear_all_drop_counters(PyObject *, PyObject *const *arguments, Py_ssi
   return perform<>(arguments, count, __func__, [](auto &) { morvane::clear_all_drop_counters(); });
 }
 
-// start_batch(name, reorder): keeps the lock of the process.
-PyObject *start_batch(PyObject *, PyObject *const *arguments, Py_ssize_t count) {
+// The scope of a batch, with a name and reorder. Its methods are native because ^C is raised
+// between any two instructions of Python: the lock would stay taken.
+//
+// __enter__(): keeps the lock of the process.
+PyObject *enter_batch(PyObject *self, PyObject *) {
+  const Reference name_object(PyObject_GetAttrString(self, "name")),
+      reorder_object(PyObject_GetAttrString(self, "reorder"));
   const char *name = nullptr;
   uint32_t reorder = 0;
-  if (!get_all(arguments, count, &name, &reorder))
+  if (name_object.get() == nullptr || reorder_object.get() == nullptr ||
+      !get(name_object.get(), &name) || !get(reorder_object.get(), &reorder))
     return nullptr;
   if (*name == '\0' || in_batch) {
     const std::error_code code = *name == '\0' ? morvane::to_error_code(SYSERR_KEL_ASIC_INVALID_ARG)
                                                : morvane::errc::already_open;
     return fail({code, "batch " + std::string(name) + ": " + code.message()}, "batch",
-                arguments[0]);
+                name_object.get());
   }
   PyThreadState *const thread = PyEval_SaveThread();
   take_turn();
@@ -668,11 +676,12 @@ PyObject *start_batch(PyObject *, PyObject *const *arguments, Py_ssize_t count) 
   lost_commit = 0;
   mrv_asic_transaction_start(const_cast<char *>(name), reorder != 0);
   PyEval_RestoreThread(thread);
-  return Py_NewRef(Py_None);
+  return Py_NewRef(self);
 }
 
-// commit_batch() -> int: the code of the first of its service calls that failed, or 0.
-PyObject *commit_batch(PyObject *, PyObject *) {
+// __exit__(kind, error, traceback): commits, and calls _ended(error, code) with the code of the
+// first service call of the batch that failed, or 0.
+PyObject *exit_batch(PyObject *self, PyObject *const *arguments, Py_ssize_t count) {
   if (!in_batch) {
     PyErr_SetString(PyExc_RuntimeError, "a batch must end in the thread that began it");
     return nullptr;
@@ -683,7 +692,7 @@ PyObject *commit_batch(PyObject *, PyObject *) {
   in_batch = false;
   end_turn();
   PyEval_RestoreThread(thread);
-  return PyLong_FromUnsignedLong(lost);
+  return PyObject_CallMethod(self, "_ended", "OI", count > 1 ? arguments[1] : Py_None, lost);
 }
 
 // before_fork() and after_fork(): no thread is in the library while the process forks.
@@ -761,8 +770,6 @@ PyMethodDef functions[] = {
     {"read_entries", as_function(read_entries), METH_FASTCALL, nullptr},
     {"write_entries", as_function(write_entries), METH_FASTCALL, nullptr},
     {"run", as_function(run), METH_FASTCALL, nullptr},
-    {"start_batch", as_function(start_batch), METH_FASTCALL, nullptr},
-    {"commit_batch", commit_batch, METH_NOARGS, nullptr},
     {"before_fork", before_fork, METH_NOARGS, nullptr},
     {"after_fork", after_fork, METH_NOARGS, nullptr},
     {"get_qos_stats", as_function(get_qos_stats), METH_FASTCALL, nullptr},
@@ -781,6 +788,17 @@ PyMethodDef functions[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
+PyMethodDef batch_methods[] = {
+    {"__enter__", enter_batch, METH_NOARGS, nullptr},
+    {"__exit__", as_function(exit_batch), METH_FASTCALL, nullptr},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+PyType_Slot batch_slots[] = {{Py_tp_methods, batch_methods}, {0, nullptr}};
+
+PyType_Spec batch_scope = {"morvaneusd._native.BatchScope", sizeof(PyObject), 0,
+                           Py_TPFLAGS_DEFAULT | Py_TPFLAGS_BASETYPE, batch_slots};
+
 PyModuleDef module = {
     PyModuleDef_HEAD_INIT, "_native", nullptr, -1, functions, nullptr, nullptr, nullptr, nullptr};
 
@@ -793,5 +811,10 @@ PyMODINIT_FUNC PyInit__native() {
   if (names.filename == nullptr || names.function == nullptr || names.back == nullptr)
     return nullptr;
   package_directory = new std::string;
-  return PyModule_Create(&module);
+  const Reference scope(PyType_FromSpec(&batch_scope));
+  PyObject *const made = scope.get() == nullptr ? nullptr : PyModule_Create(&module);
+  if (made == nullptr || PyModule_AddObjectRef(made, "BatchScope", scope.get()) == 0)
+    return made;
+  Py_DECREF(made);
+  return nullptr;
 }

@@ -5,8 +5,7 @@ import os
 from array import array
 from collections.abc import Iterable
 from pathlib import Path
-from types import TracebackType
-from typing import Self, Union
+from typing import Union
 
 from . import _native
 from ._names import PROGRAM_MAGIC
@@ -17,6 +16,7 @@ from .reference import reference
 
 ALL_BITS = 0xFFFFFFFF
 _opened = ""  # the platform
+_connected = False
 Step = Union[tuple[Register, int], tuple[Register, int, int]]
 
 
@@ -49,14 +49,15 @@ def init(slot: int = 0, platform: str | None = None, switch: str | None = None) 
     platform: the library of the platform (default: MORVANE_PLATFORM, or the virtual platform)
     switch: socket of the morvaned that has the switch, or none (default: MORVANE_SWITCH)
     """
-    global _opened
+    global _opened, _connected
     file = platform or _opened or _platform_file()
     if _opened not in ("", file):
         raise ValueError(f"this process has opened another platform, {_opened}")
     _native.open_platform(file)
-    if not _opened or switch is not None:
-        _connect(switch)
     _opened = file
+    if switch is not None or not _connected:
+        _connect(switch)
+        _connected = True
     _native.init(slot)
 
 
@@ -79,7 +80,7 @@ def send_command(command: int, port: Port, value: int = 0) -> None:
     _native.send_command(command, port, value)
 
 
-class batch:
+class batch(_native.BatchScope):
     """A scope whose writes are sent together at its end, also if an exception ends it.
 
         with batch("port 2"):
@@ -97,13 +98,7 @@ class batch:
         self.name = name
         self.reorder = reorder
 
-    def __enter__(self) -> Self:
-        _native.start_batch(self.name, self.reorder)
-        return self
-
-    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None,
-                 traceback: TracebackType | None) -> None:
-        lost = _native.commit_batch()
+    def _ended(self, error: BaseException | None, lost: int) -> None:
         if error is not None:
             error.add_note(f"batch {self.name!r}: the writes before this exception were sent")
         if lost:

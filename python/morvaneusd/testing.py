@@ -79,6 +79,7 @@ class Switch:
         self._first_state: list[str] | None = None  # of an empty switch
         self._is_used_here = False
         self._is_open = True
+        self._process = os.getpid()
         with ExitStack() as undo:
             undo.callback(self._temporary.cleanup)
             self._service = undo.enter_context(subprocess.Popen(
@@ -103,25 +104,26 @@ class Switch:
 
     def close(self) -> None:
         """Ends the switch, as the end of the scope does."""
-        if not self._is_open:
+        if not self._is_open or os.getpid() != self._process:  # a forked child has no part in it
             return
         self._is_open = False
-        for program in self._programs:
-            _end(program)
-        if self._is_used_here:
-            _native.connect(None)
-        log = self._end_service()
-        self._temporary.cleanup()
+        with ExitStack() as ends:  # the last one first, and each of them
+            ends.callback(self._temporary.cleanup)
+            ends.callback(self._end_service)
+            if self._is_used_here:
+                ends.callback(_native.connect, None)
+            for program in self._programs:
+                ends.callback(_end, program)
         if self._service.returncode != 0:
-            raise SwitchError(f"morvaned ended with status {self._service.returncode}:\n{self._log}{log}")
+            raise SwitchError(f"morvaned ended with status {self._service.returncode}:\n{self._log}")
 
-    def _end_service(self) -> str:
+    def _end_service(self) -> None:
         self._service.terminate()
         try:
-            return self._service.communicate(timeout=_PATIENCE)[1]
+            self._log += self._service.communicate(timeout=_PATIENCE)[1]
         except subprocess.TimeoutExpired:
             self._service.kill()
-            return self._service.communicate()[1]
+            self._log += self._service.communicate()[1]
 
     def __enter__(self) -> Self:
         return self
@@ -132,9 +134,14 @@ class Switch:
 
     # mrvctl finds the recorder of a program's word size, and becomes the program.
     def _recorded(self, program: Sequence[Word], options: dict[str, Any]) -> list[Word]:
-        options["env"] = {**options.get("env", os.environ), "MORVANE_SWITCH": self.address}
-        if shutil.which(program[0], path=options["env"].get("PATH")) is None:
-            raise FileNotFoundError(f"no program {os.fspath(program[0])}")
+        if isinstance(program, str):
+            raise TypeError("a program is a list of words")
+        given = options.get("env")
+        options["env"] = {**(os.environ if given is None else given), "MORVANE_SWITCH": self.address}
+        name = os.fspath(program[0])
+        place = os.path.join(options.get("cwd") or "", name) if os.sep in name else name
+        if shutil.which(place, path=options["env"].get("PATH")) is None:
+            raise FileNotFoundError(f"no program {name}")
         return ["mrvctl", "record", self._recordings, "--", *program]
 
     def run(self, program: Sequence[Word], *, check: bool = True, text: bool = True,

@@ -4,6 +4,7 @@ import errno
 import os
 import pickle
 import re
+import signal
 import subprocess
 import sys
 import sysconfig
@@ -246,6 +247,23 @@ def test_threads(calls):
     other.join()
     assert [(case, record[36:38]) for case, record in calls if case == TRANSACTION] == [
         (TRANSACTION, bytes([400 & 0xFF, 400 >> 8]))]
+
+
+def test_a_signal_while_a_batch_waits_for_its_turn():
+    def interrupt(_number, _frame):
+        raise KeyboardInterrupt
+    signal.signal(signal.SIGALRM, interrupt)
+    controls.vp_delay_calls(300, 1)
+    thread = threading.Thread(target=HI[2][40].read)
+    thread.start()
+    signal.setitimer(signal.ITIMER_REAL, 0.1)
+    with pytest.raises(KeyboardInterrupt), batch("interrupted"):
+        while True:
+            pass
+    thread.join()
+    other = threading.Thread(target=HI[2][41].write, args=(1,))  # waits forever if the batch is open
+    other.start()
+    other.join()
 
 
 def test_fork_while_a_thread_is_in_a_call():
