@@ -87,7 +87,7 @@ struct RequestText {
 // "LINK_PAUSE_ENABLE hif:3"
 std::string command_text(uint32_t command, uint32_t port_word) {
   const std::string full_name = kel_asic_command_name(command);
-  const std::string name = full_name.substr(sizeof kCommandPrefix - 1);
+  std::string name = full_name.substr(sizeof kCommandPrefix - 1);
   if (command == KEL_ASIC_CMD_CLEAR_DROP_COUNTERS)
     return name;
   if (command == KEL_ASIC_CMD_NODROP_CLASS_MAP)
