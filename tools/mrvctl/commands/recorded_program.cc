@@ -93,6 +93,26 @@ std::string reason_in_elf(const std::string &file) {
   return "";
 }
 
+// Starts a program as `running`. A signal to pass on waits until then. Returns an errno, or 0.
+int start(const std::vector<char *> &arguments) {
+  sigset_t passed_on, before;
+  sigemptyset(&passed_on);
+  sigaddset(&passed_on, SIGTERM);
+  sigaddset(&passed_on, SIGHUP);
+  sigprocmask(SIG_BLOCK, &passed_on, &before);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigmask(&attributes, &before);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+  pid_t child = 0;
+  const int error =
+      posix_spawnp(&child, arguments[0], nullptr, &attributes, arguments.data(), environ);
+  posix_spawnattr_destroy(&attributes);
+  running = child;
+  sigprocmask(SIG_SETMASK, &before, nullptr);
+  return error;
+}
+
 }  // namespace
 
 int run_program(const std::vector<std::string> &words) {
@@ -103,13 +123,10 @@ int run_program(const std::vector<std::string> &words) {
   arguments.push_back(nullptr);
   const SignalHandler ending({SIGTERM, SIGHUP}, pass_on);
   const SignalHandler keys({SIGINT, SIGQUIT}, leave_to_program);
-  pid_t child = 0;
-  const int error = posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ);
-  if (error != 0)
+  if (const int error = start(arguments))
     throw OperationFailed("cannot run " + words[0] + ": " + std::strerror(error));
-  running = child;
   int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  while (waitpid(running, &status, 0) < 0 && errno == EINTR) {
   }
   running = 0;
   return status;
