@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <new>
+#include <string>
 #include <vector>
 
 #include "dhs_tables.h"
@@ -227,8 +228,59 @@ TEST_F(VirtualPlatform, tells_the_watcher_of_every_call_and_lets_calls_go_wrong_
   }
   vp_fail_next_call(EBUSY);
   vp_reset();
+  errno = ENOTTY;
   EXPECT_EQ(read(request), 0);
+  EXPECT_EQ(errno, ENOTTY);
   EXPECT_EQ(seen.size(), 2U * 4U);
+}
+
+TEST_F(VirtualPlatform, has_controls_that_refuse_missing_arguments_and_values_out_of_range) {
+  const auto hif = CARDCFG_PORT_TYPE_HIF;
+  const vp_fault *faults = nullptr;
+  const char *text = nullptr;
+  uint32_t number = 0;
+  vp_monitor *monitor = nullptr;
+  const std::string long_name(40, 'w');
+  const int results[][2] = {
+      {vp_switch_info(nullptr), EFAULT},
+      {vp_asic_show(0, 0, nullptr), EFAULT},
+      {vp_add_fault(nullptr), EFAULT},
+      {vp_faults(nullptr, &number), EFAULT},
+      {vp_faults(&faults, nullptr), EFAULT},
+      {vp_save(nullptr, &number), EFAULT},
+      {vp_save(&text, nullptr), EFAULT},
+      {vp_restore(nullptr, 0, &number), EFAULT},
+      {vp_restore("", 0, nullptr), EFAULT},
+      {vp_add_traffic(0, 0, hif, 0, nullptr), EFAULT},
+      {vp_add_flow(0, 0, hif, 0, nullptr), EFAULT},
+      {vp_monitor_open(nullptr), EFAULT},
+      {vp_monitor_next(nullptr, 0, nullptr), EFAULT},
+      {vp_set_field(0, 0, hif, 0, nullptr, 1), EFAULT},
+      {vp_set_field(0, 0, hif, 0, long_name.c_str(), 1), EINVAL},
+      {vp_delay_calls(1, 0), EINVAL},
+      {vp_delay_calls(UINT32_MAX / 1000 + 1, 1), EINVAL},
+      {cardcfg_get_real_asic_type(0, 0, nullptr), -1},
+      {cardcfg_card_get_sw_card_id(0, nullptr), -1},
+  };
+  for (size_t i = 0; i < std::size(results); ++i)
+    EXPECT_EQ(results[i][0], results[i][1]) << "call " << i;
+  EXPECT_EQ(vp_monitor_open(&monitor), vp_switch_address() == nullptr ? ENOTCONN : 0);
+  vp_monitor_close(monitor);
+}
+
+TEST_F(VirtualPlatform, delays_calls_and_answers_another_num_to_the_next_run_alone) {
+  Request request = {TYPE_READ, 0, 0, address(KEL_ASIC_BLK_QS, 0, 0)};
+  ASSERT_EQ(vp_answer_next_num(3), 0);
+  EXPECT_EQ(read(request), 0);
+  EXPECT_EQ(request[kNum], 0U);
+  request = {TYPE_READ_DHS, 0, 0, address(KEL_ASIC_BLK_QS, 0, 0), 0, 0, 1};
+  EXPECT_EQ(read(request, 1), 0);
+  EXPECT_EQ(request[kNum], 3U);
+  const vp_fault *fault = nullptr;
+  uint32_t count = 0;
+  ASSERT_TRUE(vp_delay_calls(20, 3) == 0 && vp_faults(&fault, &count) == 0 && count == 2);
+  EXPECT_TRUE(fault[1].min_delay_us == 20000 && fault[1].max_delay_us == 20000);
+  EXPECT_EQ(fault[1].times, 3U);
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ Only some of them: by result, register, table entry, caller, time, or the last o
   2026-11-25 10:25:40.651919 ... transaction    "bring-up"                      69 writes                   ok          HF.0:HF_DHS_TCAM[17] <- 0x00000002, HF.0:HF_DHS_TCAM[17].1 <- 0x0a000100, HF.0:HF_DHS_TCAM[17].2 <- 0xffffff00, ...
   $ shown refusals.mrec --register HI.31 --caller mrv:8
   2026-11-25 10:25:40.697545 ... read-run       HI.31:HI_DHS_LVIF[1020]         -                           EFAULT      dhs-read examples/refusals.mrv:8 context 8
-  $ TZ=TST-5:30 shown refusals.mrec --since '2026-11-25 15:55:40.697804'
+  $ TZ=TST-5TDT-5:30,J329/0,J330/0 shown refusals.mrec --since '2026-11-25 15:55:40.697804'
   2026-11-25 15:55:40.697804 ... command        CLEAR_DROP_COUNTERS             -                           ok          lib_mrv_asic_clear_all_drop_cou asic/morvane/common/lib/morvaneusd_intf:118
   2026-11-25 15:55:40.697809 ... qos-clear-all  all ports                       -                           ok
   $ for options in '--slower 7' '--since 2026-01-01' '--until @1795602340.697511481' '--since -10000d' \
