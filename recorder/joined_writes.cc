@@ -18,15 +18,19 @@ bool is_table(const mrec_join_t &note) {
   return note.operation == MREC_JOIN_TABLE;
 }
 
-// Whether an entry can be the next word of a write.
-bool is_word_of(const JoinedWrite &write, const kel_asic_xn_entry_t &entry) {
+bool is_raw(const mrec_join_t &note) {
+  return (note.flags & MREC_JOIN_RAW) != 0;
+}
+
+// Whether an entry can be this word of a write.
+bool is_word_of(const JoinedWrite &write, std::size_t word, const kel_asic_xn_entry_t &entry) {
   const mrec_join_t &note = write.note;
   if (entry.module != note.module || static_cast<uint32_t>(entry.asic_map) != note.asic ||
       entry.mask != note.mask || (!is_table(note) && entry.data != note.data)) {
     return false;
   }
-  const bool raw = (note.flags & MREC_JOIN_RAW) != 0;
-  return raw ? entry.reg == note.reg : kel_asic_is_command(entry.reg) == 0;
+  return write.address ? entry.reg == *write.address + 4 * word
+                       : kel_asic_is_command(entry.reg) == 0;
 }
 
 // The entry that a write begins with; the end if there is none. A caller that passes the recorder
@@ -34,7 +38,7 @@ bool is_word_of(const JoinedWrite &write, const kel_asic_xn_entry_t &entry) {
 std::size_t find_begin(const JoinedWrite &write, std::size_t from, const Entries &entries) {
   const std::size_t end = write.certain ? entries.size() : std::min(from + 1, entries.size());
   for (std::size_t i = from; i < end; ++i) {
-    if (is_word_of(write, entries[i]))
+    if (is_word_of(write, write.done, entries[i]))
       return i;
   }
   return entries.size();
@@ -45,7 +49,7 @@ std::size_t count_words(const JoinedWrite &write, std::size_t begin, std::size_t
                         const Entries &entries) {
   std::size_t count = 0;
   while (count < limit && begin + count < entries.size() &&
-         is_word_of(write, entries[begin + count]) &&
+         is_word_of(write, write.done + count, entries[begin + count]) &&
          entries[begin + count].reg == entries[begin].reg + 4 * count)
     ++count;
   return count;
@@ -71,6 +75,34 @@ JoinedWrite rest_of(JoinedWrite write, std::size_t begin) {
   write.done += begin < full ? full - static_cast<uint32_t>(begin) : 0;
   place = place < full ? 0 : place - full;
   return write;
+}
+
+struct Match {
+  std::vector<CallerPointer> callers;  // of the entries
+  std::deque<JoinedWrite> rest;        // of the writes, for the next transaction
+  bool is_empty = true;
+};
+
+Match match(const std::deque<JoinedWrite> &writes, const Entries &entries) {
+  Match found;
+  found.callers.resize(entries.size());
+  const uint32_t entry_size = deduce_entry_size(writes, entries.size());
+  std::size_t next = 0;
+  for (const JoinedWrite &write : writes) {
+    const mrec_join_t &note = write.note;
+    const std::size_t earliest = std::max<std::size_t>(next, note.place);
+    const std::size_t begin = find_begin(write, earliest, entries);
+    const std::size_t words =
+        note.words == 0 ? entry_size * std::size_t{note.entries} : write.words_left();
+    const std::size_t count = count_words(write, begin, words, entries);
+    std::fill_n(found.callers.begin() + static_cast<std::ptrdiff_t>(begin), count, write.caller);
+    found.is_empty = found.is_empty && count == 0;
+    next = count == 0 ? next : begin + count;
+    const std::size_t place = count == 0 ? earliest : begin;
+    if (entries.size() == kFull && uint64_t{place} + write.words_left() > kFull)
+      found.rest.push_back(rest_of(write, place));
+  }
+  return found;
 }
 
 }  // namespace
@@ -118,6 +150,12 @@ bool OpenTransaction::join(const uint8_t *bytes, std::size_t size) {
       note.kept * sizeof(uint32_t) > size - sizeof note) {
     return false;
   }
+  if (is_raw(note)) {
+    write.address = note.reg;
+  } else if (const auto target = find_target_ ? find_target_(note) : std::nullopt) {
+    write.address = target->address;
+    write.note.words = target->words;
+  }
   write.words.resize(note.kept);
   if (note.kept != 0)
     std::memcpy(write.words.data(), bytes + sizeof note, note.kept * sizeof(uint32_t));
@@ -139,38 +177,42 @@ bool OpenTransaction::refusal(const uint8_t *bytes, std::size_t size) {
   const auto is_meant = [&note](const JoinedWrite &write) {
     return write.note.number - note.number < note.writes;
   };
-  if (note.partly == 0)
-    writes_.erase(std::remove_if(writes_.begin(), writes_.end(), is_meant), writes_.end());
-  for (JoinedWrite &write : writes_)
-    write.certain = write.certain && !is_meant(write);
+  auto refused = std::find_if(writes_.begin(), writes_.end(), is_meant);
+  const auto end = std::find_if_not(refused, writes_.end(), is_meant);
+  if (note.partly != 0 && find_target_) {
+    refused = std::find_if(
+        refused, end, [](const JoinedWrite &step) { return !step.address || step.note.mask == 0; });
+  } else if (note.partly != 0) {
+    for (; refused != end; ++refused)
+      refused->certain = false;
+  }
+  writes_.erase(refused, end);
   return true;
+}
+
+void OpenTransaction::seen(uint64_t wall_ns, uint64_t monotonic_ns) {
+  if (!name_.empty())
+    return;
+  wall_ns_ = wall_ns;
+  monotonic_ns_ = monotonic_ns;
 }
 
 std::vector<CallerPointer> OpenTransaction::send(const Entries &entries, uint64_t wall_ns,
                                                  uint64_t monotonic_ns) {
-  std::vector<CallerPointer> callers(entries.size());
-  const uint32_t entry_size = deduce_entry_size(writes_, entries.size());
-  std::deque<JoinedWrite> rest;
-  std::size_t next = 0;
-  for (JoinedWrite &write : writes_) {
-    const mrec_join_t &note = write.note;
-    const std::size_t earliest = std::max<std::size_t>(next, note.place);
-    const std::size_t begin = find_begin(write, earliest, entries);
-    const std::size_t words =
-        note.words == 0 ? entry_size * std::size_t{note.entries} : write.words_left();
-    const std::size_t count = count_words(write, begin, words, entries);
-    std::fill_n(callers.begin() + static_cast<std::ptrdiff_t>(begin), count, write.caller);
-    next = count == 0 ? next : begin + count;
-    const std::size_t place = count == 0 ? earliest : begin;
-    if (entries.size() == kFull && uint64_t{place} + write.words_left() > kFull)
-      rest.push_back(rest_of(std::move(write), place));
+  Match found = match(writes_, entries);
+  if (found.is_empty) {  // the register map may be that of another machine
+    for (JoinedWrite &write : writes_) {
+      if (!is_raw(write.note))
+        write.address.reset();
+    }
+    found = match(writes_, entries);
   }
   sites_.clear();
-  writes_ = std::move(rest);
+  writes_ = std::move(found.rest);
   name_ = writes_.empty() ? "<Interrupted>" : "Contd XN..";
   wall_ns_ = wall_ns;
   monotonic_ns_ = monotonic_ns;
-  return callers;
+  return std::move(found.callers);
 }
 
 }  // namespace recording

@@ -5,9 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kel_asic_lib_common.h"
@@ -24,13 +27,23 @@ struct Caller {
 };
 using CallerPointer = std::shared_ptr<const Caller>;
 
+// Where the words of a write go, by a register map.
+struct WriteTarget {
+  uint32_t address;  // of its first word
+  uint32_t words;
+};
+
+// The target of a write that the library takes; empty if it refuses the write.
+using FindTarget = std::function<std::optional<WriteTarget>(const mrec_join_t &)>;
+
 // A write that joined a transaction, or the rest of one that was split between two.
 struct JoinedWrite {
   mrec_join_t note{};
-  CallerPointer caller;         // null if its site is unknown
-  uint32_t done = 0;            // of its words: those that are in earlier transactions
-  std::vector<uint32_t> words;  // the last ones of a table write, as many as are known
-  bool certain = true;          // false: a step of a failed program
+  std::optional<uint32_t> address;  // of its first word, if that is known
+  CallerPointer caller;             // null if its site is unknown
+  uint32_t done = 0;                // of its words: those that are in earlier transactions
+  std::vector<uint32_t> words;      // the last ones of a table write, as many as are known
+  bool certain = true;              // false: a step of a failed program, which may not have joined
 
   uint32_t words_left() const { return note.words < done ? 0 : note.words - done; }
 };
@@ -38,6 +51,9 @@ struct JoinedWrite {
 // The transaction that a process has open, as its notes show it.
 class OpenTransaction {
  public:
+  // Without a register map, writes and entries are compared by their values only.
+  explicit OpenTransaction(FindTarget find_target) : find_target_(std::move(find_target)) {}
+
   // Takes over a note of so many bytes. False if the note contradicts itself.
   bool start(const uint8_t *bytes, std::size_t size);
   bool site(const uint8_t *bytes, std::size_t size);
@@ -49,8 +65,11 @@ class OpenTransaction {
   std::vector<CallerPointer> send(const std::vector<kel_asic_xn_entry_t> &entries, uint64_t wall_ns,
                                   uint64_t monotonic_ns);
 
-  const std::string &name() const { return name_; }
-  // When it was opened; 0 if that is unknown.
+  // The process was seen at that time: a transaction whose opening is unknown is not older.
+  void seen(uint64_t wall_ns, uint64_t monotonic_ns);
+
+  const std::string &name() const { return name_; }  // empty if its opening is unknown
+  // When it was opened.
   uint64_t wall_ns() const { return wall_ns_; }
   uint64_t monotonic_ns() const { return monotonic_ns_; }
   const std::deque<JoinedWrite> &writes() const { return writes_; }
@@ -58,6 +77,7 @@ class OpenTransaction {
  private:
   uint32_t last_place() const;
 
+  FindTarget find_target_;
   std::string name_;
   uint64_t wall_ns_ = 0, monotonic_ns_ = 0;
   std::map<uint32_t, Caller> sites_;  // of this transaction, without context and line

@@ -227,9 +227,12 @@ std::vector<kel_asic_xn_entry_t> entries_of(const Call &call) {
 }
 
 void add_callers(OpenTransaction *transaction, Call *call) {
+  const uint64_t wall_ns = call->wall_ns + call->duration_ns;
+  const uint64_t monotonic_ns = call->monotonic_ns + call->duration_ns;
   if (call->shape == MREC_SHAPE_TRANSACTION)
-    call->callers = transaction->send(entries_of(*call), call->wall_ns + call->duration_ns,
-                                      call->monotonic_ns + call->duration_ns);
+    call->callers = transaction->send(entries_of(*call), wall_ns, monotonic_ns);
+  else
+    transaction->seen(wall_ns, monotonic_ns);
 }
 
 }  // namespace
@@ -252,7 +255,8 @@ bool make_call(const uint8_t *bytes, std::size_t size, Call *call) {
   return make_records(Bytes(request, answer), Bytes(answer, answer + note.answer_size), call);
 }
 
-Reader::Reader(std::string path) : path_(std::move(path)) {
+Reader::Reader(std::string path, FindTarget find_target)
+    : path_(std::move(path)), transaction_(std::move(find_target)) {
   refresh();
 }
 
@@ -275,6 +279,7 @@ void Reader::refresh() {
   if (header_.ring_size == 0) {
     position_ = header.tail;
     buffer_position_ = position_;
+    transaction_.seen(header.wall_ns, header.monotonic_ns);
   }
   header_ = header;
   process_ = process_of(header);

@@ -67,7 +67,7 @@ bool make_call(const uint8_t *bytes, std::size_t size, Call *call);
 class Reader {
  public:
   // Throws Unreadable. A file whose process had not yet begun to record has no calls.
-  explicit Reader(std::string path);
+  explicit Reader(std::string path, FindTarget find_target = nullptr);
 
   const std::string &path() const { return path_; }
   const Process &process() const { return process_; }

@@ -34,9 +34,8 @@ bool is_recording_wanted();
 // The same as lock_notes(), for the first note of a process or thread, and if the lock is held.
 ring *lock_notes_patiently(const void *frame);
 
-// Locks the recording for one note, for the function that has this address in its
-// frame. Returns null if there is
-// no recording, or if another note is being written: then the note is given up.
+// Locks the recording for one note, for the function that has this address in its frame. Returns
+// null if there is no recording, or if another note is being written: then the note is given up.
 inline ring *lock_notes(const void *frame) {
   per_process &state = per_process_state;
   const auto own = reinterpret_cast<uintptr_t>(frame);

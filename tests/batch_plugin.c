@@ -2,6 +2,8 @@
    as a program. */
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "kel_asic_intf.h"
 
@@ -18,11 +20,11 @@ static void set_fields(uint32_t first) {
                              KEL_ASIC_HERE);
 }
 
-/* And a program, which fails in its second step. */
+/* And a program, which fails in its second step, whose value is that of the next write. */
 static void fill_table(uint32_t first) {
   uint32_t words[5][8] = {{0}};
   kel_asic_pgm_t steps[] = {{KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 4, 5, first, 0xFFFFFFFF},
-                            {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 99, 5, first, 0xFFFFFFFF}};
+                            {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 99, 5, 6 * first + 30, 0xFFFFFFFF}};
   for (uint32_t i = 0; i < 5; ++i)
     words[i][0] = first + i;
   lib_mrv_asic_write_dhs(0, 0, KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET, first, words[0], 5,
@@ -40,6 +42,11 @@ int run(void) {
     fill_table(5 * round);
   }
   lib_mrv_asic_write(0, 0, KEL_ASIC_BLK_HI, 99, 0, 1, KEL_ASIC_WR_SYMBOLIC, KEL_ASIC_HERE);
+  if (getenv("BATCH_FORKS") != NULL && fork() == 0) {
+    set_registers(100);
+    raise(SIGKILL);
+  }
+  wait(NULL);
   if (getenv("BATCH_DIES") != NULL)
     raise(SIGKILL);
   return mrv_asic_transaction_commit();

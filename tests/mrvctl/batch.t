@@ -4,38 +4,47 @@
   $ plugin=$BUILD/lib/libbatch_plugin.so other=$BUILD/lib/libother_plugin.so
 
 The last writes to registers of a batch of 610 words, which three functions write, in a plug-in that has library and
-platform in its own scope. The second time, the process is killed before the commit of the last 98 words.
+platform in its own scope. The second time, the process is killed before the commit of the last 98 words, one of
+them a step of a program that failed.
 
   $ shown() {
-  >   for register in HI.2:0 HI.2:47 HI.2:83 HI.2:99 HI.3:53 HI.3:99 HF.0:HF_DHS_POL[7].3 HF.0:HF_DHS_POL[40].3 \
+  >   for register in HI.2:0 HI.2:47 HI.2:80 HI.2:99 HI.3:53 HI.3:99 HF.0:HF_DHS_POL[7].3 HF.0:HF_DHS_POL[40].3 \
   >       HF.0:HF_DHS_POL[45] HI.4:5; do
   >     mrvctl last-write $register $1 | sed -E 's/ 2[0-9]{3}-.*transaction //; s|[^ ]*/||'
   >   done
   > }
   $ host sent -- plugin_host local $plugin
   $ shown sent
-  HI.2:0 <- 0x00000000  ok  set_registers batch_plugin.c:12
-  HI.2:47 <- 0x0000008d  ok  set_registers batch_plugin.c:12
-  HI.2:83 <- 0x000000f9  ok  set_registers batch_plugin.c:12
-  HI.2:99 <- 0x00000129  ok  set_registers batch_plugin.c:12
-  HI.3:53 <- 0x00000005 mask 0x0000000f  ok  set_fields batch_plugin.c:18
-  HI.3:99 <- 0x00000005 mask 0x0000000f  ok  set_fields batch_plugin.c:18
-  HF.0:HF_DHS_POL[7].3 <- 0x00000000  ok  fill_table batch_plugin.c:29
-  HF.0:HF_DHS_POL[40].3 <- 0x00000000  ok  fill_table batch_plugin.c:29
-  HF.0:HF_DHS_POL[45].7 <- 0x00000000  ok  fill_table batch_plugin.c:29
-  HI.4:5 <- 0x0000002d  ok  fill_table batch_plugin.c:30
+  HI.2:0 <- 0x00000000  ok  set_registers batch_plugin.c:14
+  HI.2:47 <- 0x0000008d  ok  set_registers batch_plugin.c:14
+  HI.2:80 <- 0x000000f0  ok  set_registers batch_plugin.c:14
+  HI.2:99 <- 0x00000129  ok  set_registers batch_plugin.c:14
+  HI.3:53 <- 0x00000005 mask 0x0000000f  ok  set_fields batch_plugin.c:20
+  HI.3:99 <- 0x00000005 mask 0x0000000f  ok  set_fields batch_plugin.c:20
+  HF.0:HF_DHS_POL[7].3 <- 0x00000000  ok  fill_table batch_plugin.c:31
+  HF.0:HF_DHS_POL[40].3 <- 0x00000000  ok  fill_table batch_plugin.c:31
+  HF.0:HF_DHS_POL[45].7 <- 0x00000000  ok  fill_table batch_plugin.c:31
+  HI.4:5 <- 0x0000002d  ok  fill_table batch_plugin.c:32
   $ BATCH_DIES=1 host killed -- plugin_host local $plugin
   Killed
   [137]
   $ shown sent >before
   $ shown killed | diff before - | sed -n 's/^> //p'
-  HI.2:99 <- 0x00000129  uncommitted, lost  set_registers batch_plugin.c:12
-  HI.3:99 <- 0x00000005 mask 0x0000000f  uncommitted, lost  set_fields batch_plugin.c:18
-  HF.0:HF_DHS_POL[45].7 <- 0x00000000  uncommitted, lost  fill_table batch_plugin.c:29
-  HI.4:5 <- 0x00000023  ok  fill_table batch_plugin.c:30
+  HI.2:99 <- 0x00000129  uncommitted, lost  set_registers batch_plugin.c:14
+  HI.3:99 <- 0x00000005 mask 0x0000000f  uncommitted, lost  set_fields batch_plugin.c:20
+  HF.0:HF_DHS_POL[45].7 <- 0x00000000  uncommitted, lost  fill_table batch_plugin.c:31
+  HI.4:5 <- 0x0000002d  uncommitted, lost  fill_table batch_plugin.c:32
   $ mrvctl calls killed | awk 'NR > 1 { print $6, $7, $8, $9, $10 }'
   "batch" 512 writes ok HI.2:0
-  "Contd XN.." 96 writes lost
+  "Contd XN.." 98 writes lost
+
+A child process that inherits an open transaction:
+
+  $ BATCH_FORKS=1 host forked -- plugin_host local $plugin
+  $ mrvctl calls --since 5m forked | awk 'NR > 1 { print $6, $7, $8, $9, $10 }'
+  "batch" 512 writes ok HI.2:0
+  "" 10 writes lost uncommitted
+  "Contd XN.." 98 writes ok
 
 In the global scope; with two platforms; with a scope that comes before the recorder's.
 

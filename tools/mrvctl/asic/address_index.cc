@@ -116,7 +116,7 @@ std::string location_text(const Location &location) {
   return location.word == 0 ? text : text + format(".%u", location.word);
 }
 
-AddressIndex::AddressIndex(const RegisterMap &map) : spans_(address_spans(map)) {
+AddressIndex::AddressIndex(const RegisterMap &map) : map_(map), spans_(address_spans(map)) {
   const auto end = std::unique(
       spans_.begin(), spans_.end(),
       [](const AddressSpan &kept, const AddressSpan &next) { return kept.begin == next.begin; });
@@ -150,16 +150,6 @@ std::string AddressIndex::name(uint32_t address) const {
 std::string AddressIndex::text(uint32_t address) const {
   const std::string known = name(address);
   return known.empty() ? format("0x%08x", address) : known;
-}
-
-std::optional<uint32_t> AddressIndex::address_of(const Register &reg, uint32_t entry) const {
-  const auto span = std::find_if(spans_.begin(), spans_.end(), [&](const AddressSpan &one) {
-    return one.reg.block == reg.block && one.reg.instance == reg.instance &&
-           one.reg.vreg == reg.vreg;
-  });
-  if (span == spans_.end())
-    return std::nullopt;
-  return static_cast<uint32_t>(span->begin) + 4 * span->entry_size * entry;
 }
 
 AddressRange AddressIndex::range_of(const RegisterReference &reference) const {

@@ -61,10 +61,6 @@ class AddressIndex {
   // The same, or the address in digits.
   std::string text(uint32_t address) const;
 
-  // The address of a register, or of the first word of an entry of a table; empty if the register
-  // is unknown.
-  std::optional<uint32_t> address_of(const Register &reg, uint32_t entry) const;
-
   // Throws UsageError if the reference includes no register.
   AddressRange range_of(const RegisterReference &reference) const;
 
@@ -73,7 +69,11 @@ class AddressIndex {
   std::optional<uint32_t> last_word_of(const RegisterReference &reference, uint32_t address,
                                        uint32_t words) const;
 
+  // None in an index without registers.
+  const std::optional<RegisterMap> &map() const { return map_; }
+
  private:
+  std::optional<RegisterMap> map_;
   std::vector<AddressSpan> spans_;  // in the order of their addresses, none within another
 };
 

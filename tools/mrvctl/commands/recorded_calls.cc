@@ -124,7 +124,7 @@ RecordedCalls::RecordedCalls(std::vector<std::string> paths, Purpose purpose,
                              ReportUnreadable report_unreadable, const AddressIndex &index)
     : paths_(std::move(paths)),
       purpose_(purpose),
-      index_(index),
+      find_target_(target_finder(index)),
       report_unreadable_(std::move(report_unreadable)) {
   open_new_files();
   if (!sources_.empty())
@@ -137,7 +137,7 @@ RecordedCalls::RecordedCalls(std::vector<std::string> paths, Purpose purpose,
 void RecordedCalls::open_new_files() {
   for (const std::string &path : paths_) {
     for (const std::string &file : files_at(path)) {
-      if (files_.insert(file).second && can_read([&] { sources_.emplace_back(file); }))
+      if (files_.insert(file).second && can_read([&] { sources_.emplace_back(file, find_target_); }))
         identify(sources_.back());
     }
   }
@@ -197,7 +197,7 @@ std::optional<DecodedCall> RecordedCalls::under_way(size_t file) {
   if (std::exchange(source.gave_uncommitted, true))
     return std::nullopt;
   const recording::OpenTransaction open = source.reader.uncommitted();
-  std::optional<DecodedCall> unsent = uncommitted_call(open, index_);
+  std::optional<DecodedCall> unsent = uncommitted_call(open);
   return unsent ? std::make_optional(placed(file, std::move(*unsent), open.monotonic_ns()))
                 : std::nullopt;
 }

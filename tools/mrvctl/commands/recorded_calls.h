@@ -46,8 +46,8 @@ class RecordedCalls {
 
   // Files, and directories for all recordings in them. A file that cannot be read, now or later, is
   // reported, and the others are read on. Throws OperationFailed if no file can be read. Writes of
-  // a transaction that was not sent are under way too; the index has the addresses of their
-  // registers.
+  // a transaction that was not sent are under way too. The index, which has the addresses of their
+  // registers, must outlive this.
   RecordedCalls(std::vector<std::string> paths, Purpose purpose, ReportUnreadable report_unreadable,
                 const AddressIndex &index);
 
@@ -71,7 +71,8 @@ class RecordedCalls {
 
  private:
   struct Source {
-    explicit Source(const std::string &path) : reader(path) {}
+    Source(const std::string &path, const recording::FindTarget &find_target)
+        : reader(path, find_target) {}
     recording::Reader reader;
     CallingProcess process;
     uint64_t offset_ns = 0;  // what makes a wall clock of the boot's monotonic clock
@@ -91,7 +92,7 @@ class RecordedCalls {
 
   std::vector<std::string> paths_;
   Purpose purpose_;
-  const AddressIndex &index_;
+  recording::FindTarget find_target_;
   ReportUnreadable report_unreadable_;
   std::set<std::string> files_;  // that were opened, or could not be
   size_t unreadable_ = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "asic/table_shapes.h"
 #include "platform/system_service.h"
 
 namespace mrvctl {
@@ -12,20 +13,25 @@ std::shared_ptr<const Caller> converted(const recording::Caller &caller) {
   return std::make_shared<Caller>(Caller{caller.context, caller.line, caller.func, caller.file});
 }
 
-std::optional<uint32_t> address_of(const mrec_join_t &write, const AddressIndex &index) {
-  if ((write.flags & MREC_JOIN_RAW) != 0)
-    return write.reg;
-  return index.address_of({static_cast<kel_asic_blk_t>(write.block), write.instance, write.reg},
-                          write.index);
+std::optional<recording::WriteTarget> find_target(const RegisterMap &map,
+                                                  const mrec_join_t &write) {
+  const Register reg = {static_cast<kel_asic_blk_t>(write.block), write.instance, write.reg};
+  if (write.block >= KEL_ASIC_NUM_BLK || !map.missing(reg).empty())
+    return std::nullopt;
+  if (write.operation != MREC_JOIN_TABLE)
+    return recording::WriteTarget{map.address(reg), 1};
+  const std::optional<Table> table = find_table(map, reg.block, reg.vreg);
+  if (!table || write.index > table->highest_index)
+    return std::nullopt;
+  return recording::WriteTarget{map.address(reg) + 4 * table->entry_size * write.index,
+                                table->entry_size * write.entries};
 }
 
 // The words of a write that no transaction has sent, as far as their values are known.
-std::vector<kel_asic_xn_entry_t> unsent_entries(const recording::JoinedWrite &write,
-                                                const AddressIndex &index) {
+std::vector<kel_asic_xn_entry_t> unsent_entries(const recording::JoinedWrite &write) {
   const mrec_join_t &note = write.note;
-  const std::optional<uint32_t> first = address_of(note, index);
   std::vector<kel_asic_xn_entry_t> entries;
-  if (!first || !write.certain)
+  if (!write.address)
     return entries;
   const bool is_table = note.operation == MREC_JOIN_TABLE;
   const std::vector<uint32_t> values =
@@ -34,7 +40,7 @@ std::vector<kel_asic_xn_entry_t> unsent_entries(const recording::JoinedWrite &wr
   const uint32_t words = std::max(note.words, known);
   const uint32_t missing = words - known;
   for (uint32_t word = std::max(write.done, missing); word < words; ++word)
-    entries.push_back({note.module, static_cast<int32_t>(note.asic), *first + 4 * word,
+    entries.push_back({note.module, static_cast<int32_t>(note.asic), *write.address + 4 * word,
                        values[word - missing], note.mask});
   return entries;
 }
@@ -52,12 +58,17 @@ void add_callers(const std::vector<recording::CallerPointer> &callers, DecodedCa
   }
 }
 
-std::optional<DecodedCall> uncommitted_call(const recording::OpenTransaction &open,
-                                            const AddressIndex &index) {
+recording::FindTarget target_finder(const AddressIndex &index) {
+  if (!index.map())
+    return nullptr;
+  return [&map = *index.map()](const mrec_join_t &write) { return find_target(map, write); };
+}
+
+std::optional<DecodedCall> uncommitted_call(const recording::OpenTransaction &open) {
   kel_asic_xn_t record = {};
   std::vector<recording::CallerPointer> callers;
   for (const recording::JoinedWrite &write : open.writes()) {
-    for (const kel_asic_xn_entry_t &entry : unsent_entries(write, index)) {
+    for (const kel_asic_xn_entry_t &entry : unsent_entries(write)) {
       if (record.num == KEL_ASIC_XN_ENTRIES)
         break;
       record.xn[record.num++] = entry;
