@@ -76,13 +76,18 @@ const link_map *loaded_objects() {
   return static_cast<const link_map *>(program);
 }
 
-}  // namespace
-
-namespace {
+// The program may unload what uses the library: calls must still find the function.
+void keep_library_loaded(const void *function) {
+  Dl_info library = {};
+  if (dladdr(function, &library) != 0)
+    loaded_tree(library.dli_fname).keep_loaded();
+}
 
 // Not inline: RTLD_NEXT means the object that the call of dlsym returns to.
 __attribute__((noinline)) void *find_global_function(const char *name) {
-  void *volatile found = dlsym(RTLD_NEXT, name);
+  void *const found = dlsym(RTLD_NEXT, name);
+  if (found != nullptr)
+    keep_library_loaded(found);
   return found;
 }
 
@@ -94,7 +99,6 @@ void *find_local_function(const char *name, const void *caller, choice_report re
   if (dladdr(caller, &calling) == 0)
     calling = {};
   void *found = nullptr;
-  const char *file = nullptr;
   bool is_callers = false, is_only = true;
   for (const link_map *object = loaded_objects(); object != nullptr; object = object->l_next) {
     if (object->l_name[0] == '\0')  // the program, whose scope is the global one
@@ -109,11 +113,10 @@ void *find_local_function(const char *name, const void *caller, choice_report re
       continue;
     found = function;
     is_callers = has_caller;
-    file = object->l_name;
   }
   if (found == nullptr)
     return nullptr;
-  loaded_tree(file).keep_loaded();
+  keep_library_loaded(found);
   Dl_info library = {};
   if (!is_only && report != nullptr && dladdr(found, &library) != 0)
     report(name, library.dli_fname);

@@ -12,8 +12,8 @@
 using choice_report = void (*)(const char *name, const char *library);
 
 // Searches the global scope after this object, then the libraries that were loaded with RTLD_LOCAL:
-// first those that were loaded together with the object of the caller. A library that is found
-// there stays loaded. Returns null if no object has the function. Needs several KiB of stack.
+// first those that were loaded together with the object of the caller. The library with the
+// function stays loaded. Returns null if no object has the function. Needs several KiB of stack.
 void *find_next_function(const char *name, const void *caller, choice_report report);
 
 // The same, but remembers what it has found.

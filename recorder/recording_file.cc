@@ -250,9 +250,9 @@ uint64_t clock_ns(int clock) {
   return static_cast<uint64_t>(now.tv_sec) * 1000000000U + static_cast<uint64_t>(now.tv_nsec);
 }
 
-void log_error(std::initializer_list<const char *> parts) {
-  if (!can_write_error())
-    return;
+namespace {
+
+void write_error(std::initializer_list<const char *> parts) {
   iovec line[max_parts + 2] = {};
   int count = 0;
   const auto append = [&](const char *text) {
@@ -264,4 +264,13 @@ void log_error(std::initializer_list<const char *> parts) {
   append("\n");
   const ssize_t written = writev(STDERR_FILENO, line, count);
   static_cast<void>(written);  // there is no other place for the message
+}
+
+}  // namespace
+
+void log_error(std::initializer_list<const char *> parts) {
+  const int old_errno = errno;
+  if (can_write_error())
+    write_error(parts);
+  errno = old_errno;
 }

@@ -46,13 +46,18 @@ A child process that inherits an open transaction:
   "" 10 writes lost uncommitted
   "Contd XN.." 98 writes ok
 
-In the global scope; with two platforms; with a scope that comes before the recorder's.
+In the global scope; with two platforms; with a plug-in that is unloaded and loaded again; with a scope that comes
+before the recorder's.
 
   $ host scopes -- plugin_host global $plugin
   $ host scopes -- plugin_host local $plugin $other 2>&1 | sed 's|/.*/||'
   libmorvanerecord: several libraries define sse_call2; calls go to libmorvaneplatform.so.1
   $ mrvctl calls scopes | grep -c batch
   6
+  $ for scope in global local; do RELOADS=1 mrvctl record again -- plugin_host $scope $plugin | grep loaded; done
+  [1]
+  $ mrvctl calls again | grep -c batch
+  8
   $ host none -- plugin_host deepbind $plugin
   mrvctl record: no call was recorded of plugin_host: none of its processes made a service call that the recorder could see
 
