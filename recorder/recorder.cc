@@ -6,6 +6,7 @@
 // a call that it cannot record.
 #include <pthread.h>
 #include <sched.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -134,13 +135,21 @@ bool has_lock() {
   return frame != 0 && frame == thread_frame;
 }
 
+bool on_alternate_stack() {
+  stack_t stack = {};
+  return sigaltstack(nullptr, &stack) != 0 || (stack.ss_flags & SS_ONSTACK) != 0;
+}
+
 // False if the lock cannot be had. If this thread has it, a signal handler makes this call while
-// the thread writes a note. But two running calls cannot have one frame: if both have, the older
-// call was left.
+// the thread writes a note. But a handler's frame is below those that it interrupts: if it is not,
+// the older call was left.
 bool lock(const void *frame) {
   const auto own = reinterpret_cast<uintptr_t>(frame);
-  if (has_lock())
-    return thread_frame == own;
+  if (has_lock()) {
+    if (own < thread_frame || (own != thread_frame && on_alternate_stack()))
+      return false;
+    unlock_notes();
+  }
   thread_frame = own;
   if (!acquire(own))
     return false;

@@ -345,6 +345,10 @@ void leave_calls() {
       Write().send(value, reading == 0 ? kRunsHook : 236);
   }
   send_from_other_frame(10);
+  readings_left = 3;
+  if (sigsetjmp(before_call, 1) == 0)
+    send_from_other_frame(11);
+  Write().send(12);
 }
 
 // A thread stops at a reading of the clock in its first call, or in the service, while others make
@@ -687,7 +691,7 @@ TEST_F(Recorder, outlives_calls_that_do_not_return) {
     Values values;
     uint64_t missed;
   } cases[] = {
-      {"leaves", "", {8, 10}, 5},
+      {"leaves", "", {8, 10, 12}, 5},
       {"stops", "0", {2, 3, 4, 1, 5}, 0},
       {"stops", "1", {1, 5}, 3},  // while it creates the file
       {"stops", "3", {1, 5}, 3},  // while it writes the request
