@@ -64,7 +64,7 @@ before the recorder's.
 A program that contains its platform is recorded if it is linked with the recorder:
 
   $ host none -- own_platform
-  mrvctl record: no call was recorded of own_platform: it defines sse_call2 itself, and forwards no call to the recorder; see 'A program that contains its platform' in recording.md
+  mrvctl record: no call was recorded of own_platform: it made no service call, or none that it forwards, as it defines sse_call2; see 'A program that contains its platform' in recording.md
   $ host linked -- recorded_platform
   $ mrvctl calls linked | tail -n 1 | awk '{ print $6, $7, $8, $9, $10 }'
   "Contd XN.." 88 writes lost

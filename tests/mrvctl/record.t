@@ -19,8 +19,18 @@ The exit status is that of the program.
 
   $ mrvctl record calls -- mrvctl read HI.32:5
   read HI.32:5: SYSERR_KEL_ASIC_INVALID_ARG (0x42230003): block HI has instances 0 to 31
-  mrvctl record: no call was recorded of mrvctl: it defines sse_call2 itself, and forwards no call to the recorder; see 'A program that contains its platform' in recording.md
+  mrvctl record: no call was recorded of mrvctl: it made no service call, or none that it forwards, as it defines sse_call2; see 'A program that contains its platform' in recording.md
   [2]
+
+The program gets the signals that are sent to mrvctl, and its exit status is not ignored.
+
+  $ for signal in INT TERM USR1 ALRM; do
+  >   mrvctl record calls -- sh -c "ulimit -t 5; trap 'exit 4' $signal; kill -$signal \$PPID; while :; do :; done" 2>/dev/null
+  >   echo $?
+  > done | uniq
+  4
+  $ (trap '' CHLD; mrvctl record calls -- sh -c 'exit 3' 2>/dev/null)
+  [3]
 
 The last write to a register: its value, time, process, result and caller.
 
@@ -61,7 +71,7 @@ A directory is made if it is missing. --follow sees recordings that appear later
 
   $ mrvctl record later -- mrvctl --version
   mrvctl 1.1.0
-  mrvctl record: no call was recorded of mrvctl: it defines sse_call2 itself, and forwards no call to the recorder; see 'A program that contains its platform' in recording.md
+  mrvctl record: no call was recorded of mrvctl: it made no service call, or none that it forwards, as it defines sse_call2; see 'A program that contains its platform' in recording.md
   $ mrvctl calls later
   calls later: no recordings (*.mrec) in later
   [1]

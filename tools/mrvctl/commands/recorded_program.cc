@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 #include "output/signals.h"
 #include "text/errors.h"
@@ -23,13 +24,17 @@ namespace {
 
 volatile pid_t running = 0;
 
+constexpr auto kPassedOn = {SIGTERM, SIGHUP, SIGUSR1, SIGUSR2, SIGALRM}, kKeys = {SIGINT, SIGQUIT};
+
 void pass_on(int signal_number) {
   if (running != 0)
     kill(running, signal_number);
 }
 
-// The program handles the keys of the terminal itself.
-void leave_to_program(int) {
+// The program gets the keys of the terminal itself.
+void pass_on_unless_key(int signal_number, siginfo_t *info, void *) {
+  if (info->si_code <= 0)  // from a process
+    pass_on(signal_number);
 }
 
 std::string file_of_program(const std::string &name) {
@@ -86,9 +91,8 @@ std::string reason_in_elf(const std::string &file) {
     const Section section = section_at(i);
     if (section.sh_type == SHT_DYNSYM &&
         defines<Section, Symbol>(file, section, section_at(section.sh_link).sh_offset, "sse_call2"))
-      return "it defines sse_call2 itself, and forwards no call to the recorder; see 'A program "
-             "that "
-             "contains its platform' in recording.md";
+      return "it made no service call, or none that it forwards, as it defines sse_call2; see "
+             "'A program that contains its platform' in recording.md";
   }
   return "";
 }
@@ -97,8 +101,10 @@ std::string reason_in_elf(const std::string &file) {
 int start(const std::vector<char *> &arguments) {
   sigset_t passed_on, before;
   sigemptyset(&passed_on);
-  sigaddset(&passed_on, SIGTERM);
-  sigaddset(&passed_on, SIGHUP);
+  for (const auto &signals : {kPassedOn, kKeys}) {
+    for (const int signal_number : signals)
+      sigaddset(&passed_on, signal_number);
+  }
   sigprocmask(SIG_BLOCK, &passed_on, &before);
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
@@ -121,14 +127,18 @@ int run_program(const std::vector<std::string> &words) {
   for (const std::string &word : words)
     arguments.push_back(const_cast<char *>(word.c_str()));
   arguments.push_back(nullptr);
-  const SignalHandler ending({SIGTERM, SIGHUP}, pass_on);
-  const SignalHandler keys({SIGINT, SIGQUIT}, leave_to_program);
+  const SignalHandler passed_on(kPassedOn, pass_on);
+  const SignalHandler keys(kKeys, pass_on_unless_key);
+  std::signal(SIGCHLD, SIG_DFL);  // a status that is ignored is lost
   if (const int error = start(arguments))
     throw OperationFailed("cannot run " + words[0] + ": " + std::strerror(error));
-  int status = 0;
-  while (waitpid(running, &status, 0) < 0 && errno == EINTR) {
+  siginfo_t ended = {};
+  while (waitid(P_PID, static_cast<id_t>(running), &ended, WEXITED | WNOWAIT) < 0 &&
+         errno == EINTR) {
   }
-  running = 0;
+  const pid_t child = std::exchange(running, 0);  // another process can get its number now
+  int status = 0;
+  waitpid(child, &status, 0);
   return status;
 }
 

@@ -104,7 +104,19 @@ void on_stop(int signal_number) {
 SignalHandler::SignalHandler(std::initializer_list<int> signals, void (*handler)(int)) {
   struct sigaction action = {};
   action.sa_handler = handler;
-  action.sa_flags = SA_RESTART;
+  install(signals, action);
+}
+
+SignalHandler::SignalHandler(std::initializer_list<int> signals,
+                             void (*handler)(int, siginfo_t *, void *)) {
+  struct sigaction action = {};
+  action.sa_sigaction = handler;
+  action.sa_flags = SA_SIGINFO;
+  install(signals, action);
+}
+
+void SignalHandler::install(std::initializer_list<int> signals, struct sigaction action) {
+  action.sa_flags |= SA_RESTART;
   sigfillset(&action.sa_mask);
   for (const int signal_number : signals) {
     struct sigaction before = {};

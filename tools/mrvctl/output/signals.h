@@ -20,11 +20,14 @@ extern volatile std::sig_atomic_t screen_changed;
 class SignalHandler {
  public:
   SignalHandler(std::initializer_list<int> signals, void (*handler)(int));
+  SignalHandler(std::initializer_list<int> signals, void (*handler)(int, siginfo_t *, void *));
   ~SignalHandler();
   SignalHandler(const SignalHandler &) = delete;
   SignalHandler &operator=(const SignalHandler &) = delete;
 
  private:
+  void install(std::initializer_list<int> signals, struct sigaction action);
+
   std::vector<std::pair<int, struct sigaction>> before_;
 };
 
