@@ -11,12 +11,16 @@
 #include <Python.h>
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <limits>
 #include <mutex>
 #include <new>
@@ -98,30 +102,6 @@ const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t asic_ver) {
 
 namespace {
 
-// The lock of the process. A batch holds it, for its thread.
-std::mutex process_lock;
-thread_local bool in_batch;
-
-void take_turn() {
-  if (!in_batch)
-    process_lock.lock();
-}
-
-void end_turn() {
-  if (!in_batch)
-    process_lock.unlock();
-}
-
-// Runs an operation without the interpreter's lock and with the lock of the process.
-template <typename Operation>
-void in_turn(Operation &&operation) {
-  PyThreadState *const thread = PyEval_SaveThread();
-  take_turn();
-  operation();
-  end_turn();
-  PyEval_RestoreThread(thread);
-}
-
 // A reference to a Python object.
 class Reference {
  public:
@@ -140,6 +120,74 @@ class Reference {
  private:
   PyObject *object_;
 };
+
+// The lock of the process. A batch holds it, for its thread.
+std::timed_mutex process_lock;
+std::atomic<bool> batch_is_open;
+thread_local bool in_batch;
+
+// Whether Python shuts down: no other thread runs Python code any more.
+bool is_shutting_down() {
+  PyObject *const function = PySys_GetObject("is_finalizing");  // borrowed
+  const Reference answer(function == nullptr ? nullptr : PyObject_CallNoArgs(function));
+  PyErr_Clear();
+  return answer.get() != Py_False;
+}
+
+// Takes the lock of the process from threads that Python has ended. False with a Python exception
+// if one of them has a batch, because it keeps the lock.
+bool take_from_ended_threads() {
+  while (!process_lock.try_lock_for(std::chrono::milliseconds(10))) {
+    if (batch_is_open) {
+      PyErr_SetString(PyExc_RuntimeError, "Python shuts down while another thread has a batch");
+      return false;
+    }
+  }
+  return true;
+}
+
+// Releases the interpreter's lock, and takes the lock of the process. Null with a Python exception.
+PyThreadState *take_turn() {
+  bool has_turn = in_batch || process_lock.try_lock();
+  if (!has_turn && is_shutting_down()) {
+    if (!take_from_ended_threads())
+      return nullptr;
+    has_turn = true;
+  }
+  PyThreadState *const thread = PyEval_SaveThread();
+  if (!has_turn)
+    process_lock.lock();
+  return thread;
+}
+
+void end_turn() {
+  if (!in_batch)
+    process_lock.unlock();
+}
+
+// Takes the interpreter's lock. If Python has shut down, its versions before 3.14 end a thread here
+// by unwinding its stack, where destructors use Python's objects: it waits for the end instead.
+void resume(PyThreadState *thread) {
+  try {
+    PyEval_RestoreThread(thread);
+  } catch (...) {
+    for (;;)
+      pause();
+  }
+}
+
+// Runs an operation, which throws nothing, without the interpreter's lock and with the lock of the
+// process. False with a Python exception if it cannot have that.
+template <typename Operation>
+bool in_turn(Operation &&operation) {
+  PyThreadState *const thread = take_turn();
+  if (thread == nullptr)
+    return false;
+  operation();
+  end_turn();
+  resume(thread);
+  return true;
+}
 
 struct Names {
   PyObject *filename, *function, *back;
@@ -363,24 +411,19 @@ bool get_all(PyObject *const *arguments, Py_ssize_t count, Values *...values) {
   return false;
 }
 
-// What an operation failed with.
-struct Failure {
-  std::error_code code;
-  std::string text;
-};
-
-// Raises the error of an operation, about its first argument.
-PyObject *fail(const Failure &failure, const char *operation, PyObject *subject) {
-  if (failure.code == morvane::errc::wrong_size) {
-    PyErr_SetString(PyExc_ValueError, failure.text.c_str());
+// Raises the error of an operation, about its first argument. Without a text it has the usual one.
+PyObject *fail(const std::error_code &failure, const char *text, const char *operation,
+               PyObject *subject) {
+  if (failure == morvane::errc::wrong_size) {
+    PyErr_SetString(PyExc_ValueError, text);
     return nullptr;
   }
   const Reference errors(PyImport_ImportModule("morvaneusd.errors"));
   if (errors.get() == nullptr)
     return nullptr;
-  const auto code = static_cast<unsigned>(failure.code.value());
-  const Reference error(PyObject_CallMethod(errors.get(), "error_about", "IsOs", code, operation,
-                                            subject, failure.text.c_str()));
+  const auto code = static_cast<unsigned>(failure.value());
+  const Reference error(
+      PyObject_CallMethod(errors.get(), "error_about", "IsOs", code, operation, subject, text));
   if (error.get() != nullptr)
     PyErr_SetObject(reinterpret_cast<PyObject *>(Py_TYPE(error.get())), error.get());
   return nullptr;
@@ -396,19 +439,25 @@ PyObject *perform(PyObject *const *arguments, Py_ssize_t count, const char *name
       std::apply([&](Values &...value) { return get_all(arguments, count, &value...); }, values);
   if (!complete || !who.find())
     return nullptr;
-  Failure failure;
-  in_turn([&] {
+  std::exception_ptr failure;
+  const bool had_turn = in_turn([&] {
     try {
       std::apply([&](const Values &...value) { operation(value..., who.where()); }, values);
-    } catch (const std::system_error &error) {
-      failure = {error.code(), error.what()};
-    } catch (const std::bad_alloc &error) {
-      failure = {morvane::errc::no_buffer, error.what()};
+    } catch (...) {
+      failure = std::current_exception();
     }
   });
-  if (!failure.code)
+  if (!had_turn)
+    return nullptr;
+  try {
+    if (failure != nullptr)
+      std::rethrow_exception(failure);
     return Py_NewRef(Py_None);
-  return fail(failure, name, count == 0 ? Py_None : arguments[0]);
+  } catch (const std::system_error &error) {
+    return fail(error.code(), error.what(), name, count == 0 ? Py_None : arguments[0]);
+  } catch (const std::bad_alloc &) {
+    return PyErr_NoMemory();
+  }
 }
 
 // The functions of the module. Those without a comment are one operation of the library.
@@ -468,7 +517,8 @@ PyObject *connect(PyObject *, PyObject *argument) {
   if (connect_to == nullptr)
     return Py_NewRef(Py_None);
   int error = 0;
-  in_turn([&] { error = connect_to(address); });
+  if (!in_turn([&] { error = connect_to(address); }))
+    return nullptr;
   return PyLong_FromLong(error);
 }
 
@@ -667,15 +717,15 @@ PyObject *enter_batch(PyObject *self, PyObject *) {
   if (*name == '\0' || in_batch) {
     const std::error_code code = *name == '\0' ? morvane::to_error_code(SYSERR_KEL_ASIC_INVALID_ARG)
                                                : morvane::errc::already_open;
-    return fail({code, "batch " + std::string(name) + ": " + code.message()}, "batch",
-                name_object.get());
+    return fail(code, "", "batch", name_object.get());
   }
-  PyThreadState *const thread = PyEval_SaveThread();
-  take_turn();
-  in_batch = true;
+  PyThreadState *const thread = take_turn();
+  if (thread == nullptr)
+    return nullptr;
+  in_batch = batch_is_open = true;
   lost_commit = 0;
   mrv_asic_transaction_start(const_cast<char *>(name), reorder != 0);
-  PyEval_RestoreThread(thread);
+  resume(thread);
   return Py_NewRef(self);
 }
 
@@ -689,17 +739,18 @@ PyObject *exit_batch(PyObject *self, PyObject *const *arguments, Py_ssize_t coun
   PyThreadState *const thread = PyEval_SaveThread();
   mrv_asic_transaction_commit();
   const syserr_t lost = lost_commit;
-  in_batch = false;
+  in_batch = batch_is_open = false;
   end_turn();
-  PyEval_RestoreThread(thread);
+  resume(thread);
   return PyObject_CallMethod(self, "_ended", "OI", count > 1 ? arguments[1] : Py_None, lost);
 }
 
 // before_fork() and after_fork(): no thread is in the library while the process forks.
 PyObject *before_fork(PyObject *, PyObject *) {
-  PyThreadState *const thread = PyEval_SaveThread();
-  take_turn();
-  PyEval_RestoreThread(thread);
+  PyThreadState *const thread = take_turn();
+  if (thread == nullptr)
+    return nullptr;
+  resume(thread);
   return Py_NewRef(Py_None);
 }
 
@@ -744,7 +795,11 @@ PyObject *explain(PyObject *, PyObject *argument) {
   const std::error_code ec = morvane::to_error_code(code);
   const std::error_condition condition = ec.default_error_condition();
   const int number = condition.category() == std::generic_category() ? condition.value() : 0;
-  return Py_BuildValue("sis", kel_asic_syserr_name(code), number, ec.message().c_str());
+  try {
+    return Py_BuildValue("sis", kel_asic_syserr_name(code), number, ec.message().c_str());
+  } catch (const std::bad_alloc &) {
+    return PyErr_NoMemory();
+  }
 }
 
 using FastFunction = PyObject *(*)(PyObject *, PyObject *const *, Py_ssize_t);

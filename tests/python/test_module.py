@@ -266,6 +266,25 @@ def test_a_signal_while_a_batch_waits_for_its_turn():
     other.join()
 
 
+def test_end_of_python_while_another_thread_has_a_batch():
+    script = """if True:
+        import sys, threading
+        from morvaneusd import *
+        def hold():
+            with batch("x"):
+                entered.set()
+                threading.Event().wait()
+        class Last:
+            def __del__(self, write=HI[2][40].write):
+                write(1)
+        entered = threading.Event()
+        threading.Thread(target=hold, daemon=True).start()
+        entered.wait()
+        sys.modules["last"] = Last()"""
+    run = subprocess.run([sys.executable, "-c", script], text=True, stderr=subprocess.PIPE, check=True)
+    assert "Python shuts down while another thread has a batch" in run.stderr
+
+
 def test_fork_while_a_thread_is_in_a_call():
     controls.vp_delay_calls(100, 1)
     thread = threading.Thread(target=HI[2][40].read)
