@@ -62,6 +62,7 @@ def write_blocks(headers):
     for number, (name, count) in enumerate(headers.blocks):
         yield f"\n\nclass {name}Instance(Instance):"
         yield f'    """An instance of block {name}: its registers by name, and by number."""'
+        yield "    __slots__ = ()"
         tables = "".join(f"({first}, {last}, {entries}), "
                          for block, first, last, entries in headers.tables if block == name)
         yield f'    block = BlockInfo({number}, "{name}", {count}, ({tables}))'

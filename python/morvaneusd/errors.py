@@ -38,6 +38,8 @@ def error_about(code: int, operation: str, subject: Any, text: str) -> Error:
     """The error of an operation of the native part, about its first argument."""
     if operation == "init":
         subject = f"slot {subject}"
+    elif operation == "run":  # the text names the step
+        subject = None
     elif isinstance(subject, int):
         subject = _native.address_text(subject)
     elif isinstance(subject, tuple):

@@ -51,7 +51,7 @@ def as_words(values: Any, entry_words: int) -> memoryview:
         try:
             words.append(value)
         except TypeError:
-            row = array("I", value)
+            row = array("I", iter(value))
             if len(row) != entry_words:
                 raise ValueError(f"row {number} has {len(row)} words, but an entry has {entry_words}") from None
             words.extend(row)
@@ -71,11 +71,14 @@ class Located:
     def __repr__(self) -> str:
         return f"<{type(self).__name__} {self}>"
 
+    def _identity(self) -> tuple[object, ...]:
+        return type(self), self.location
+
     def __eq__(self, other: object) -> bool:
-        return isinstance(other, Located) and (type(other), str(other)) == (type(self), str(self))
+        return isinstance(other, Located) and other._identity() == self._identity()
 
     def __hash__(self) -> int:
-        return hash(self.location)
+        return hash(self._identity())
 
 
 class Register(Located):
@@ -161,7 +164,7 @@ class Table(Located):
         first, count = self._range(index) if isinstance(index, slice) else (self._index(index), 1)
         size = self.entry_words(first)
         words = as_words(row, size)
-        if words.nbytes != 4 * count * size:
+        if words.itemsize == 4 and words.nbytes != 4 * count * size:
             raise ValueError(f"{words.nbytes // 4} words for {count} entries of {self}, which have {size} words each")
         if count:
             _native.write_entries(self.location, first, words)
@@ -199,6 +202,9 @@ class Entry(Located):
 
     def __str__(self) -> str:
         return f"{register_text(self.location)}[{self.index}]"
+
+    def _identity(self) -> tuple[object, ...]:
+        return *super()._identity(), self.index
 
     def read(self) -> list[int]:
         return Table(self.location)[self.index]
@@ -245,8 +251,11 @@ class Instance:
     @reference("lib_mrv_asic_n_read")
     def read_block_into(self, first: int | Register, words: Any) -> None:
         """Reads as many registers as the buffer has room for."""
-        location = first.location if isinstance(first, Register) else self.location(first)
-        _native.read_block(location, words)
+        if isinstance(first, Register):
+            if first.location[:4] != self._place:
+                raise ValueError(f"{first} is not a register of {self}")
+            first = first.location[4]
+        _native.read_block(self.location(first), words)
 
     def __repr__(self) -> str:
         return f"<{self.block.name}.{self._place[3]}>"
@@ -274,6 +283,7 @@ InstanceType = TypeVar("InstanceType", bound=Instance, covariant=True)
 
 class Block(Generic[InstanceType]):
     """A block of the ASIC. HI[2] is an instance of it."""
+    __iter__ = None  # only the register map knows how many there are
 
     def __init__(self, instances: type[InstanceType]):
         self._instances = instances

@@ -109,10 +109,12 @@ class batch(_native.BatchScope):
 def run(steps: Iterable[Step], *, module: int = 0, asics: Iterable[int] = (0,)) -> None:
     """Runs a register program: a register and its value per step, or a register, value and mask.
 
-    asics: the numbers of the ASICs, 0 to 30; the steps select only the register
+    module, asics: where all steps are written; the numbers of the ASICs are 0 to 30
     """
     words = array("I")
     for register, value, *mask in steps:
+        if register.location[0] not in (0, module):
+            raise ValueError(f"{register} is in a program for module {module}")
         words.extend((PROGRAM_MAGIC, *register.location[2:], value, *(mask or (ALL_BITS,))))
     asic_map = 0
     for number in asics:

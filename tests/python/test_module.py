@@ -62,7 +62,8 @@ def test_names():
     assert reg("RS_EDMA.0:0x10") == reg("RSEDMA.0:16") == RS_EDMA[0][16]
     assert str(reg("HI.2:DHS_LVIF[5]")) == "HI.2:HI_DHS_LVIF[5]"
     assert str(HI[2].on(module=1)[40]) == "HI.2:40 of module 1, ASIC 0"
-    assert HI[2][1461] != HI[2].DHS_LVIF
+    assert HI[2][1461] != HI[2].DHS_LVIF and HI[2**32][0] != HI[0][0]
+    assert {reg("HI.2:1461[5]"), HI[2].table(1461)} == {reg("HI.2:HI_DHS_LVIF[5]"), HI[2].DHS_LVIF} != {reg("HI.2:1461[6]")}
     for text in ("HI", "HI.2", "HI.x:1", "AB.2:1", "HI.2:HF_DHS_POL", "HI.2:1[x]", "HI.2:40..47"):
         with pytest.raises(ValueError):
             reg(text)
@@ -70,6 +71,11 @@ def test_names():
         HI[2][1584]
     assert not hasattr(HI[2], "DHS_POL")
     assert "DHS_LVIF" in dir(HI[2])
+    for name in ("DHS_LVIF", "no_register"):
+        with pytest.raises(AttributeError):  # nothing would be written
+            setattr(HI[2], name, [7])
+    with pytest.raises(TypeError):
+        list(HI)
 
 
 def test_registers(calls):
@@ -85,8 +91,12 @@ def test_registers(calls):
     assert register.read() == 3
     morvaneusd.run([(register, 8), (HI[2][41], 0xFF, 0xF)])
     assert HI[2].read_block(register, 2) == array("I", [8, 0xF])
-    with pytest.raises(ValueError):
-        morvaneusd.run([(register, 8)], asics=[31])
+    sent = len(calls)
+    for wrong in (lambda: morvaneusd.run([(register, 8)], asics=[31]), lambda: HI[3].read_block(register, 2),
+                  lambda: morvaneusd.run([(HI[2].on(module=1)[40], 8)]), lambda: HF[2].read_block(register, 2)):
+        with pytest.raises(ValueError):
+            wrong()
+    assert len(calls) == sent
 
 
 def test_tables():
@@ -102,7 +112,7 @@ def test_tables():
     assert hooked[0:2] == [[0, 0], [3, 4]]
     TABLE.write(7, [numpy.full(8, 7, numpy.uint32), [numpy.uint32(8)] * 8])
     assert TABLE[7:9] == [[7] * 8, [8] * 8]
-    for index, rows in ((3, [1] * 7), (slice(3, 5), [1] * 8), (slice(3, 5), [[1] * 7, [1] * 9])):
+    for index, rows in ((3, [1] * 7), (3, [bytes(32)]), (slice(3, 5), [1] * 8), (slice(3, 5), [[1] * 7, [1] * 9])):
         with pytest.raises(ValueError):
             TABLE[index] = rows
     with pytest.raises(ValueError, match="row 1 has 9 words"):
@@ -111,6 +121,8 @@ def test_tables():
     for index in (64, -65):
         with pytest.raises(IndexError):
             TABLE[index]
+    with pytest.raises(TypeError, match="items of 4 bytes"):
+        TABLE[3] = numpy.arange(8)
     for wrong in (slice(0, 4, 2), slice(1, None)):
         with pytest.raises(ValueError):
             hooked[wrong]
@@ -189,6 +201,7 @@ def test_errors():
                                "KEL_ASIC_CMD_LINK_PAUSE_ENABLE"),
                               (lambda: morvaneusd.link_pause_enable(hif(99, module=1)), "hif:99 of module 1, ASIC 0"),
                               (lambda: TABLE.read(99, 1), "HF.0:HF_DHS_POL"),
+                              (lambda: morvaneusd.run([]), None),
                               (morvaneusd.clear_all_drop_counters, None)):
         controls.vp_answer_next_call(1)
         with pytest.raises(OSError) as failed:
