@@ -71,6 +71,8 @@ bool serve(const Options &options) {
   const Listener listener(options.socket, group, log);
   Server server(service, log, listener.get(), signals.get(), {options.max_clients, group},
                 options.verbose);
+  if (options.stop_at_eof)
+    server.stop_at_eof();
   log.line("listening on %s", listener.address().c_str());
   log.line("ready");
   notify("READY=1\nSTATUS=Serving at " + listener.address());

@@ -72,6 +72,9 @@ void describe(CLI::App &app, Options &options) {
              "may hold at most half (default: 256)");
   add_number(app, "--max-record", "BYTES", options.max_record, sizeof(kel_asic_xn_t),
              kMaxRecordLimit, "Maximum length of a record (default: 16777216)");
+  app.add_flag("--stop-at-eof", options.stop_at_eof,
+               "Stop when standard input ends, as a pipe does\n"
+               "when the process at its other end is killed");
   app.add_flag("--verbose", options.verbose, "Log which clients connect and disconnect");
 }
 

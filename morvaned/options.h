@@ -13,6 +13,7 @@ struct Options {
   std::string state;   // the file of the state; empty: none
   uint32_t max_clients = 256;
   uint32_t max_record = 16 * 1024 * 1024;  // bytes
+  bool stop_at_eof = false;
   bool verbose = false;
 };
 

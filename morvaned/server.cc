@@ -106,6 +106,17 @@ void Server::watch(int descriptor, void *what) {
     throw StartError(std::string("cannot watch a descriptor: ") + std::strerror(errno));
 }
 
+void Server::stop_at_eof() {
+  if (!wait_for(EPOLLIN, EPOLL_CTL_ADD, input_, &input_))
+    throw StartError("--stop-at-eof: standard input is not a pipe, a socket or a terminal");
+}
+
+bool Server::is_at_eof() const {
+  std::array<char, 64> ignored = {};
+  const ssize_t length = read(input_, ignored.data(), ignored.size());
+  return length == 0 || (length < 0 && errno != EINTR && errno != EAGAIN);
+}
+
 bool Server::is_asked_to_save() const {
   signalfd_siginfo signal = {};
   return read(signals_, &signal, sizeof signal) == sizeof signal && signal.ssi_signo == SIGUSR1;
@@ -125,7 +136,9 @@ void Server::run(const std::function<void()> &save) {
           save();
         else
           stopping_ = true;
-      } else if (what == &listener_)
+      } else if (what == &input_)
+        stopping_ = stopping_ || is_at_eof();
+      else if (what == &listener_)
         accept_clients();
       else if (what == &timer_)
         has_due_replies = true;

@@ -4,6 +4,7 @@
 
 #include <sys/socket.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <functional>
 #include <list>
@@ -29,6 +30,9 @@ class Server {
   // Serves the clients of a listening socket. Throws a StartError.
   Server(Service &service, Log &log, int listener, int signals, const Limits &limits, bool verbose);
 
+  // Ends run() at the end of standard input. Throws a StartError.
+  void stop_at_eof();
+
   // Returns after a signal that ends the service. Calls save after each SIGUSR1.
   void run(const std::function<void()> &save);
 
@@ -49,6 +53,7 @@ class Server {
 
   bool wait_for(uint32_t events, int operation, int descriptor, void *what);
   void watch(int descriptor, void *what);
+  bool is_at_eof() const;
   bool is_asked_to_save() const;
   void pause_listening();
   void resume_listening();
@@ -73,6 +78,7 @@ class Server {
   Service &service_;
   Log &log_;
   int listener_, signals_;
+  int input_ = STDIN_FILENO;
   Limits limits_;
   bool verbose_;
   Descriptor epoll_;

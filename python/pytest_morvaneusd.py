@@ -12,12 +12,13 @@ if TYPE_CHECKING:
 
 
 @pytest.fixture
-def switch() -> Generator[Switch, None, None]:
+def switch(request: pytest.FixtureRequest) -> Generator[Switch, None, None]:
     """A virtual switch for the test. This process, and the programs that the switch runs, are on it."""
     from morvaneusd.testing import Switch  # which tests without a switch do not load
 
     with Switch() as new:
         new.init()
+        request.node.funcargs["switch"] = new  # for the report, if another fixture fails
         yield new
 
 
@@ -26,7 +27,7 @@ def pytest_runtest_makereport(item: pytest.Item, call: pytest.CallInfo[None]) ->
     """Adds the last failed calls and the changes of each switch that the test has from a fixture."""
     report = (yield).get_result()
     testing = sys.modules.get("morvaneusd.testing")
-    if testing is None or call.when != "call" or not report.failed:
+    if testing is None or not report.failed:
         return
     for name, value in getattr(item, "funcargs", {}).items():
         if isinstance(value, testing.Switch):

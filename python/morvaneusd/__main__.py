@@ -37,7 +37,7 @@ def _start() -> None:
     try:
         init(switch=parser.parse_args().switch)
     except OSError as error:
-        print(f"{error.strerror}; correct this and call init()", file=sys.stderr)
+        print(f"{error.strerror or error}; correct this and call init()", file=sys.stderr)
     os.environ["PYTHONINSPECT"] = "1"  # the prompt, also without -i
     try:
         import readline
@@ -49,4 +49,5 @@ def _start() -> None:
     readline.parse_and_bind("tab: complete")
 
 
-_start()
+if __name__ == "__main__":
+    _start()

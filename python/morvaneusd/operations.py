@@ -16,7 +16,7 @@ from .reference import reference
 
 ALL_BITS = 0xFFFFFFFF
 _opened = ""  # the platform
-_connected = False
+_switch: str | None = None  # its address; "" if the platform chose it; None: not connected
 Step = Union[tuple[Register, int], tuple[Register, int, int]]
 
 
@@ -49,16 +49,24 @@ def init(slot: int = 0, platform: str | None = None, switch: str | None = None) 
     platform: the library of the platform (default: MORVANE_PLATFORM, or the virtual platform)
     switch: socket of the morvaned that has the switch, or none (default: MORVANE_SWITCH)
     """
-    global _opened, _connected
+    global _opened, _switch
     file = platform or _opened or _platform_file()
     if _opened not in ("", file):
         raise ValueError(f"this process has opened another platform, {_opened}")
     _native.open_platform(file)
     _opened = file
-    if switch is not None or not _connected:
+    if switch is not None or _switch is None:
         _connect(switch)
-        _connected = True
+        _switch = switch or ""
     _native.init(slot)
+
+
+def leave(switch: str) -> None:
+    """Replaces a switch by a private one until the next init(), if this process is on it."""
+    global _switch
+    if _switch == switch:
+        _switch = None
+        _native.connect(None)
 
 
 @reference("lib_mrv_asic_write")
@@ -109,7 +117,7 @@ class batch(_native.BatchScope):
 def run(steps: Iterable[Step], *, module: int = 0, asics: Iterable[int] = (0,)) -> None:
     """Runs a register program: a register and its value per step, or a register, value and mask.
 
-    module, asics: where all steps are written; the numbers of the ASICs are 0 to 30
+    module, asics: all steps are written there; the numbers of the ASICs are 0 to 30
     """
     words = array("I")
     for register, value, *mask in steps:

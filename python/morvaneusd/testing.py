@@ -14,6 +14,7 @@ from __future__ import annotations
 import difflib
 import json
 import os
+import shlex
 import shutil
 import subprocess
 import tempfile
@@ -24,8 +25,9 @@ from pathlib import Path
 from types import TracebackType
 from typing import Any, Self, Union
 
-from . import _native, operations
+from . import operations
 
+__tracebackhide__ = True  # in the report of pytest
 _PATIENCE = 10  # seconds for a process to end after SIGTERM
 _REPORTED_CALLS = 10
 _REPORTED_CHANGES = 40
@@ -55,6 +57,12 @@ def _end(program: subprocess.Popen[Any]) -> None:
             program.kill()
 
 
+def _program(name: str) -> str:
+    if shutil.which(name) is None:
+        raise SwitchError(f"the program {name} is not in the PATH")
+    return name
+
+
 class Switch:
     """A switch in a separate morvaned, which accepts programs when the constructor returns.
 
@@ -77,14 +85,13 @@ class Switch:
         self._recordings.mkdir()
         self._programs: list[subprocess.Popen[Any]] = []
         self._first_state: list[str] | None = None  # of an empty switch
-        self._is_used_here = False
         self._is_open = True
         self._process = os.getpid()
         with ExitStack() as undo:
             undo.callback(self._temporary.cleanup)
             self._service = undo.enter_context(subprocess.Popen(
-                ["morvaned", "--socket", self.address], text=True, stdin=subprocess.DEVNULL,
-                stderr=subprocess.PIPE))
+                [_program("morvaned"), "--socket", self.address, "--stop-at-eof"], text=True,
+                stdin=subprocess.PIPE, stderr=subprocess.PIPE))  # it ends if this process is killed
             undo.callback(self._service.kill)
             self._log = self._read_until_ready()
             undo.pop_all()
@@ -100,7 +107,6 @@ class Switch:
     def init(self, slot: int = 0) -> None:
         """Connects this process to the switch and initialises the library, as morvaneusd.init()."""
         operations.init(slot, switch=self.address)
-        self._is_used_here = True
 
     def close(self) -> None:
         """Ends the switch, as the end of the scope does."""
@@ -110,8 +116,7 @@ class Switch:
         with ExitStack() as ends:  # the last one first, and each of them
             ends.callback(self._temporary.cleanup)
             ends.callback(self._end_service)
-            if self._is_used_here:
-                ends.callback(_native.connect, None)
+            ends.callback(operations.leave, self.address)
             for program in self._programs:
                 ends.callback(_end, program)
         if self._service.returncode != 0:
@@ -142,7 +147,7 @@ class Switch:
         place = os.path.join(options.get("cwd") or "", name) if os.sep in name else name
         if shutil.which(place, path=options["env"].get("PATH")) is None:
             raise FileNotFoundError(f"no program {name}")
-        return ["mrvctl", "record", self._recordings, "--", *program]
+        return [_program("mrvctl"), "record", self._recordings, "--", *program]
 
     def run(self, program: Sequence[Word], *, check: bool = True, text: bool = True,
             **options: Any) -> subprocess.CompletedProcess[Any]:
@@ -150,7 +155,10 @@ class Switch:
 
         By default a program that fails raises CalledProcessError, and output is text.
         """
-        return subprocess.run(self._recorded(program, options), check=check, text=text, **options)
+        done = subprocess.run(self._recorded(program, options), check=False, text=text, **options)
+        if check:
+            done.check_returncode()
+        return done
 
     def popen(self, program: Sequence[Word], *, text: bool = True, **options: Any) -> subprocess.Popen[Any]:
         """Starts a program on the switch and records its calls, with the options of subprocess.Popen."""
@@ -165,12 +173,13 @@ class Switch:
         return self._mrvctl(self.address, *words, *_option_words(options))
 
     def _mrvctl(self, address: str, *words: object) -> list[dict[str, Any]]:
-        done = subprocess.run(["mrvctl", "--json", *map(str, words)], check=False, text=True,
+        command = [_program("mrvctl"), *map(str, words)]
+        done = subprocess.run([command[0], "--json", *command[1:]], check=False, text=True,
                               env={**os.environ, "MORVANE_SWITCH": address}, capture_output=True)
         objects = [json.loads(line) for line in done.stdout.splitlines()]
         errors = [found["error"]["text"] for found in objects if "error" in found]
         if done.returncode != 0:
-            raise SwitchError("\n".join(errors) or f"mrvctl {words}: {done.stderr}")
+            raise SwitchError(f"{shlex.join(command)}: " + ("\n".join(errors) or done.stderr))
         return objects
 
     def fault(self, error: str | None = None, **options: Any) -> None:
@@ -238,17 +247,22 @@ class Switch:
 
     def report(self) -> list[tuple[str, str]]:
         """What a person wants to see after a failure: titles and texts."""
-        return [("failed calls", self._failed_calls()), ("changes of the state", self._changes())]
+        if not self._is_open:
+            return []
+        sections = []
+        for title, text in (("failed calls", self._failed_calls), ("changes of the state", self._changes)):
+            try:
+                sections.append((title, text()))
+            except (SwitchError, OSError, ValueError) as error:
+                sections.append((title, str(error)))
+        return sections
 
     def _failed_calls(self) -> str:
-        done = subprocess.run(["mrvctl", "calls", "--failed", f"--last={_REPORTED_CALLS}", self._recordings],
+        done = subprocess.run([_program("mrvctl"), "calls", "--failed", f"--last={_REPORTED_CALLS}", self._recordings],
                               check=False, text=True, capture_output=True)
         return done.stdout if done.stdout.count("\n") > 1 else ""  # only the titles of the columns
 
     def _changes(self) -> str:
-        try:
-            lines = self.changes()
-        except SwitchError as error:
-            return str(error)
+        lines = self.changes()
         more = len(lines) - _REPORTED_CHANGES
         return "\n".join(lines[:_REPORTED_CHANGES] + ([f"and {more} more"] if more > 0 else []))

@@ -1,7 +1,9 @@
 """A switch for each test: its programs, its commands, its end, and the report of a failed test."""
 import os
+import shutil
 import subprocess
 import sys
+from pathlib import Path
 
 import pytest
 
@@ -66,6 +68,28 @@ def test_programs():
     assert not switch.directory.exists()
 
 
+def test_process_on_two_switches():
+    with Switch() as first, Switch() as second:
+        first.init()
+        second.init()
+        first.close()
+        HI[2][40].write(9)
+        assert second.changes() == ["+ write HI.2:40 0x00000009"]
+
+
+def test_killed_process_leaves_no_morvaned():
+    script = """if True:
+        import os
+        from morvaneusd.testing import Switch
+        switch = Switch()
+        print(switch.address, flush=True)
+        os.kill(os.getpid(), 9)"""
+    killed = subprocess.run([sys.executable, "-c", script], stdout=subprocess.PIPE, text=True)  # and morvaned's output
+    address = Path(killed.stdout.strip())
+    assert address.is_absolute() and not address.exists()
+    shutil.rmtree(address.parent)
+
+
 @pytest.mark.parametrize("service, message", [
     ("echo broken >&2", "did not start:\nbroken"),
     ("trap '' TERM; echo 12:00:00 ready >&2; exit 3", "ended with status 3")])
@@ -79,15 +103,26 @@ def test_service_that_fails(tmp_path, monkeypatch, service, message):
 
 def test_report_of_a_failed_test(pytester):
     pytester.makepyfile("""
+        import pytest
         def test_fails(switch):
             switch.fault("EIO", register="HI.2:41")
             switch.run(["mrvctl", "write", "HI.2:40", "7"])
             switch.run(["mrvctl", "write", "HI.2:41", "8"])
+        def test_without_mrvctl(switch, monkeypatch):
+            monkeypatch.setenv("PATH", "")
+            assert 0
+        @pytest.fixture
+        def prepared(switch):
+            switch.run(["mrvctl", "write", "HI.2:42", "9"])
+            assert 0
+        def test_not_prepared(prepared):
+            pass
         def test_passes(switch):
             assert switch.changes() == []
     """)
     result = pytester.runpytest_subprocess("-p", "no:cacheprovider")
-    result.assert_outcomes(failed=1, passed=1)
-    result.stdout.fnmatch_lines(["*switch: failed calls*", "* write  * HI.2:41  * EIO *",
-                                 "*switch: changes of the state*", "+ write HI.2:40 0x00000007"])
+    result.assert_outcomes(failed=2, passed=1, errors=1)
+    result.stdout.fnmatch_lines(["+ write HI.2:42 0x00000009", "*switch: failed calls*", "* write  * HI.2:41  * EIO *",
+                                 "*switch: changes of the state*", "+ write HI.2:40 0x00000007",
+                                 "*switch: failed calls*", "the program mrvctl is not in the PATH"])
     result.stdout.no_fnmatch_line("+*HI.2:41*")
