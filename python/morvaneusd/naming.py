@@ -5,7 +5,7 @@ _names.py has a class per block, whose attributes are its registers.
 from __future__ import annotations
 
 from array import array
-from collections.abc import Iterable
+from collections.abc import Iterable, Iterator
 from typing import Any, Generic, NamedTuple, Self, TypeVar, Union, overload
 
 from . import _native
@@ -123,6 +123,12 @@ class Table(Located):
 
     def __bool__(self) -> bool:
         return True
+
+    def __iter__(self) -> Iterator[list[int]]:
+        index = 0
+        while index == 0 or self.entry_words(index):
+            yield self[index]
+            index += 1
 
     def read(self, first: int, count: int) -> array[int]:
         """Reads consecutive entries into a new array of their words."""

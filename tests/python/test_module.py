@@ -109,7 +109,7 @@ def test_tables():
     assert reg("HF.0:HF_DHS_POL[4]").read() == [9] * 8
     hooked = HI[0].HI0_DHS_LVIF_TCAM
     hooked[1] = [3, 4]
-    assert hooked[0:2] == [[0, 0], [3, 4]]
+    assert hooked[0:2] == list(hooked)[0:2] == [[0, 0], [3, 4]]
     TABLE.write(7, [numpy.full(8, 7, numpy.uint32), [numpy.uint32(8)] * 8])
     assert TABLE[7:9] == [[7] * 8, [8] * 8]
     for index, rows in ((3, [1] * 7), (3, [bytes(32)]), (slice(3, 5), [1] * 8), (slice(3, 5), [[1] * 7, [1] * 9])):
