@@ -65,8 +65,21 @@ class Located:
     def __init__(self, location: Location):
         self.location = location
 
+    @property
+    def name(self) -> str:
+        """The text without the ASIC."""
+        return _native.register_text(self.location)
+
+    @property
+    def module(self) -> int:
+        return self.location[0]
+
+    @property
+    def asic(self) -> int:
+        return self.location[1]
+
     def __str__(self) -> str:
-        return register_text(self.location)
+        return on_asic(self.name, self.module, self.asic)
 
     def __repr__(self) -> str:
         return f"<{type(self).__name__} {self}>"
@@ -206,8 +219,9 @@ class Entry(Located):
         super().__init__(location)
         self.index = index
 
-    def __str__(self) -> str:
-        return f"{register_text(self.location)}[{self.index}]"
+    @property
+    def name(self) -> str:
+        return f"{super().name}[{self.index}]"
 
     def _identity(self) -> tuple[object, ...]:
         return *super()._identity(), self.index

@@ -22,6 +22,11 @@ class Port(NamedTuple):
     module: int = 0
     asic: int = 0
 
+    @property
+    def name(self) -> str:
+        """The text without the ASIC."""
+        return _native.port_text(self)
+
     def __str__(self) -> str:
         return port_text(self)
 

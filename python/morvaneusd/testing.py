@@ -26,6 +26,8 @@ from types import TracebackType
 from typing import Any, Self, Union
 
 from . import operations
+from .naming import Located
+from .ports import Port
 
 __tracebackhide__ = True  # in the report of pytest
 _PATIENCE = 10  # seconds for a process to end after SIGTERM
@@ -39,13 +41,22 @@ class SwitchError(RuntimeError):
     """A switch that did not start or end cleanly, or a command on it that failed."""
 
 
-def _option_words(options: dict[str, Any]) -> Iterator[str]:
+def _text(value: object) -> str:
+    return value.name if isinstance(value, (Located, Port)) else str(value)
+
+
+def _command(words: tuple[object, ...], options: dict[str, Any]) -> Iterator[str]:
+    """The words of a command. A register or a port selects its module and ASIC."""
+    for value in (*words, *options.values()):
+        if isinstance(value, (Located, Port)):
+            options = {"module": value.module, "asic": value.asic, **options}
+    yield from map(_text, words)
     for name, value in options.items():
         option = "--" + name.strip("_").replace("_", "-")
         if value is True:
             yield option
         elif value is not None and value is not False:
-            yield f"{option}={value}"
+            yield f"{option}={_text(value)}"
 
 
 def _end(program: subprocess.Popen[Any]) -> None:
@@ -170,7 +181,7 @@ class Switch:
 
         docs/json.md describes them.
         """
-        return self._mrvctl(self.address, *words, *_option_words(options))
+        return self._mrvctl(self.address, *_command(words, options))
 
     def _mrvctl(self, address: str, *words: object) -> list[dict[str, Any]]:
         command = [_program("mrvctl"), *map(str, words)]

@@ -38,8 +38,12 @@ def test_commands(switch, tmp_path):
         HI[2][40].write(1)
     switch.traffic("hif:3", class_=3, frames=100, excess=0)
     assert morvaneusd.get_qos_stats(hif(3)).ss_dhs.wr_rcvd_cnt[3] == 100
-    HI[2].on(module=1)[41].write(2)
+    there = HI[2].on(module=1)[41]
+    there.write(2)
     assert "+ write HI.2:41 0x00000002  (module 1)" in switch.changes()
+    assert switch.mrvctl("read", there)[0]["words"] == [2]
+    switch.traffic(hif(7, module=1), class_=1, frames=5)
+    assert "+ switch set hif:7 wr_rcvd_cnt[1] 5  (module 1)" in switch.changes()
     switch.save(tmp_path / "saved")
     switch.reset()
     assert switch.changes() == []
