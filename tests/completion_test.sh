@@ -55,7 +55,7 @@ offers "SS HR * XL" mrvctl regs ""
 offers "/etc" mrvctl record /et
 offers "*basename*" mrvctl record /tmp -- basenam
 offers "/etc" mrvctl dhs-write HI.2:HI_DHS_LVIF[0] --from /et
-offers "--socket --state" morvaned --s
+offers "--socket --state --stop-at-eof" morvaned --s
 offers "/etc" morvaned --verbose --state /et
 offers "*daemon*" morvaned --group d
 
