@@ -397,6 +397,8 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
   change("P11_leaves_a_limit", limits->max_xl, limits_before.max_xl);
   change("P11_mixes_up_limits", limits->max_xl, 0);
   change("P11_has_nine_modules", limits->max_modules, 9);
+  change("P11_P17_has_257_ports", limits->max_hi, 256);
+  change("P11_P17_has_257_ports", limits->max_ni, 257);
   if (wrong("has_nothing"))
     *limits = {}, limits->max_modules = 1;
   change("P12_has_two_asics", limits->max_asic, 1);
@@ -416,7 +418,7 @@ const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) 
   change("P20_P22_runs_into_the_commands", bases[0], 0xFFFFFF00);
   arrays[KEL_ASIC_BLK_XL] = bases;
   change("P11_mixes_up_limits", arrays[KEL_ASIC_BLK_HF], nullptr);
-  change("P17_lacks_an_array", arrays[KEL_ASIC_BLK_XL], nullptr);
+  change("P11_P17_has_257_ports", arrays[KEL_ASIC_BLK_HI], nullptr);
   if (wrong("P19_has_a_short_array"))
     arrays[KEL_ASIC_BLK_XL] = at_the_end_of_memory(bases, kInstances - 1);
   return wrong("has_no_bases") ? nullptr : arrays;

@@ -73,7 +73,7 @@ A failure that equals an earlier one refers to it.
 
   $ seen() { MORVANE_WRONG=$1 mrvctl $wrong check 2>/dev/null | grep '^  seen\|^  same' | sort | uniq -c; }
   $ seen P11_mixes_up_limits
-       15   same as: 6
+       16   same as: 6
         1   seen: "block XL has an array and no instance, block HF has instances and no array"
   $ seen has_nothing
         1   seen: "none has one"
@@ -118,6 +118,13 @@ So they are when the check is interrupted. A value that cannot be put back is re
   $ MORVANE_WRONG="hangs_in_a_field_write takes_no_17"
   $ interrupted
   Bail out! interrupted; not put back: 0x102000a0 <- 0x11
+
+  $ mrvctl write HI.2:40 17
+  HI.2:40 <- 0x00000011: written
+  $ MORVANE_WRONG=takes_no_17 mrvctl $wrong check --scratch HI.2:40 --junit junit.xml >result 2>&1
+  [1]
+  $ grep -m 1 '&' junit.xml
+      <failure message="clause P22: expected result 0 of the write that puts 0x11 back at 0x102000a0; seen result -1, errno 1 (Operation not permitted); not put back: 0x102000a0 &lt;- 0x11"/>
 
 In a transaction nothing is checked. Options that are not understood:
 

@@ -272,7 +272,6 @@ void passes_long_records(const CheckTarget &subject) {
 
 void answers_the_library(const CheckTarget &subject) {
   init_library(subject.slot);
-  queried_map();
   (void)morvane::read(subject.at(*subject.read), kCaller);
   (void)morvane::read_block(subject.at(*subject.read), 1, kCaller);
 }

@@ -10,17 +10,14 @@
 namespace mrvctl {
 namespace {
 
-// A text as the value of an attribute, without the characters that XML cannot hold.
+// A text as the value of an attribute.
 std::string attribute(const std::string &text) {
   static const std::map<char, std::string> kEscapes = {
       {'&', "&amp;"}, {'<', "&lt;"}, {'"', "&quot;"}};
   std::string result;
   for (const char c : text) {
     const auto escape = kEscapes.find(c);
-    if (escape != kEscapes.end())
-      result += escape->second;
-    else
-      result += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    result += escape == kEscapes.end() ? std::string(1, c) : escape->second;
   }
   return result;
 }

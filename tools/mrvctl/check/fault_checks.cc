@@ -33,20 +33,21 @@ std::vector<Fault> all_faults() {
   return faults;
 }
 
-void require_controls() {
-  if (platform_symbol("vp_fail_next_call") == nullptr)
+template <typename Function>
+Function *fault_control(const char *name) {
+  if (platform_symbol(name) == nullptr)
     throw Skip{"this platform has no controls for failures"};
+  return control<Function>(name);
 }
 
 void order(const Fault &fault) {
   if (fault.result.result == -1)
-    control<decltype(vp_fail_next_call)>("vp_fail_next_call")(fault.result.error_number);
+    fault_control<decltype(vp_fail_next_call)>("vp_fail_next_call")(fault.result.error_number);
   else
-    control<decltype(vp_answer_next_call)>("vp_answer_next_call")(fault.result.result);
+    fault_control<decltype(vp_answer_next_call)>("vp_answer_next_call")(fault.result.result);
 }
 
 void fails_as_it_is_told(const CheckTarget &subject) {
-  require_controls();
   const Registers registers(subject);
   const uint32_t address = queried_map().address(*subject.read);
   for (const Fault &fault : all_faults()) {
@@ -58,7 +59,6 @@ void fails_as_it_is_told(const CheckTarget &subject) {
 }
 
 void fails_the_library_as_it_is_told(const CheckTarget &subject) {
-  require_controls();
   init_library(subject.slot);
   for (const Fault &fault : all_faults()) {
     order(fault);
@@ -81,9 +81,8 @@ class GuardedWord {
 };
 
 void takes_no_word_too_many(const CheckTarget &subject) {
-  require_controls();
   init_library(subject.slot);
-  control<decltype(vp_answer_next_num)>("vp_answer_next_num")(1000);
+  fault_control<decltype(vp_answer_next_num)>("vp_answer_next_num")(1000);
   for (int i = 0; i < 2; ++i)
     morvane::read_block(subject.at(*subject.read), GuardedWord(), kCaller);
 }

@@ -1,7 +1,6 @@
 // A check in a separate process.
 #include "check/isolation.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -9,15 +8,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <vector>
 
 #include "platform/card_config.h"
-#include "text/errors.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -43,28 +43,17 @@ void send_message(Verdict verdict, const char *clause, const char *expected, con
   std::strncpy(message.clause, clause, sizeof message.clause - 1);
   std::strncpy(message.expected, expected, sizeof message.expected - 1);
   std::strncpy(message.seen, seen, sizeof message.seen - 1);
-  if (write(message_pipe, &message, sizeof message) < 0)
-    _exit(1);  // the parent sees that the message is missing
+  [[maybe_unused]] const ssize_t written = write(message_pipe, &message, sizeof message);
 }
 
-// The latest protected memory.
-constexpr size_t kMaxGuards = 1024;
-std::array<GuardRegion, kMaxGuards> forbidden;
-size_t forbidden_count = 0;
-
-const GuardRegion *find_forbidden(uintptr_t address) {
-  const size_t kept = forbidden_count < kMaxGuards ? forbidden_count : kMaxGuards;
-  for (size_t back = 1; back <= kept; ++back) {
-    const GuardRegion &memory = forbidden[(forbidden_count - back) % kMaxGuards];
-    if (memory.begin <= address && address < memory.end)
-      return &memory;
-  }
-  return nullptr;
-}
+std::vector<GuardRegion> guards;
 
 void end_by_bad_address(int signal_number, siginfo_t *info, void * /*context*/) {
-  const GuardRegion *memory = find_forbidden(reinterpret_cast<uintptr_t>(info->si_addr));
-  if (memory != nullptr) {
+  const auto address = reinterpret_cast<uintptr_t>(info->si_addr);
+  const auto memory = std::find_if(guards.rbegin(), guards.rend(), [&](const GuardRegion &guard) {
+    return guard.begin <= address && address < guard.end;
+  });
+  if (memory != guards.rend()) {
     send_message(Verdict::kWrong, memory->clause, memory->expected, memory->seen);
     _exit(0);
   }
@@ -154,7 +143,6 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
   const Clock::time_point begin = Clock::now();
   const pid_t child = fork();
   if (child == 0) {
-    close(ends[0]);
     message_pipe = ends[1];
     run_child(work);
   }
@@ -194,11 +182,11 @@ void require(bool holds, const std::string &expected, const std::string &seen,
 }
 
 void add_guard(const GuardRegion &memory) {
-  forbidden[forbidden_count++ % kMaxGuards] = memory;
+  guards.push_back(memory);
 }
 
 void remove_latest_guard() {
-  --forbidden_count;
+  guards.pop_back();
 }
 
 int query_identifier(uint32_t slot, uint16_t *identifier) {
@@ -211,17 +199,6 @@ int query_identifier(uint32_t slot, uint16_t *identifier) {
   const itimerval never = {};
   setitimer(ITIMER_REAL, &never, nullptr);
   return result;
-}
-
-void init_library(uint32_t slot) {
-  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-  dup2(nowhere, STDOUT_FILENO);
-  uint16_t identifier = 0;
-  for (const uint32_t queried : {slot, 0U})
-    query_identifier(queried, &identifier);  // the library queries it, and would hang too
-  std::error_code ec;
-  morvane::init(static_cast<slot_num_t>(slot), ec, kCaller);
-  require(!ec, "result 0 of lib_mrv_asic_init", result_text(result_of(ec)), "P16");
 }
 
 }  // namespace mrvctl

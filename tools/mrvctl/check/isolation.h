@@ -67,10 +67,6 @@ void remove_latest_guard();
 // Who asks in the calls of a check.
 inline constexpr morvane::caller kCaller = {"mrvctl", 0, "check"};
 
-// Initialises the library in the process of a check, and closes its standard output to what that
-// prints. Throws Violation.
-void init_library(uint32_t slot);
-
 // Queries the identifier of a card. A query that hangs ends the process as a breach of its clause.
 int query_identifier(uint32_t slot, uint16_t *identifier);
 

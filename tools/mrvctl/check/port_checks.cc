@@ -225,8 +225,7 @@ void refuses_commands_for_unknown_places(const CheckTarget &subject) {
 }
 
 void programs_the_sp_timer(const CheckTarget &subject) {
-  const Request request(TYPE_READ, Registers(subject).entry(0, *subject.sp_timer, 0), 0,
-                        *subject.sp_timer);
+  const Request request(TYPE_READ, Registers(subject).entry(0), 0, *subject.sp_timer);
   expect_success(send_record(SYSSRV_SP_TIME_CONFIGURE, request.memory()), "the SP timer");
 }
 

@@ -1,9 +1,13 @@
 // The ASIC as the platform's register map describes it.
 #include "check/register_map_query.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstring>
 
 #include "check/isolation.h"
+#include "text/errors.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -86,6 +90,18 @@ AddressTables query_tables(const Description &description) {
 RegisterMap queried_map() {
   query_tables(query_register_map(0));
   return RegisterMap(kCaller);
+}
+
+void init_library(uint32_t slot) {
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  dup2(nowhere, STDOUT_FILENO);
+  uint16_t identifier = 0;
+  for (const uint32_t queried : {slot, 0U})
+    query_identifier(queried, &identifier);  // the library queries it, and would hang too
+  std::error_code ec;
+  morvane::init(static_cast<slot_num_t>(slot), ec, kCaller);
+  require(!ec, "result 0 of lib_mrv_asic_init", result_text(result_of(ec)), "P16");
+  queried_map();
 }
 
 }  // namespace mrvctl

@@ -33,4 +33,8 @@ AddressTables query_tables(const Description &description);
 // The map, once what it is made of was seen to be there. Throws Violation.
 RegisterMap queried_map();
 
+// Initialises the library in the process of a check, and closes its standard output to what that
+// prints. Throws Violation, also where a call of the library would use a table that is missing.
+void init_library(uint32_t slot);
+
 }  // namespace mrvctl

@@ -112,7 +112,7 @@ void expect_success(const CallResult &result, const std::string &call) {
 }
 
 void expect_refusal(const CallResult &result, const std::string &call) {
-  require(result.result != 0, call + " refused", "result 0");
+  require(result.result != 0, call + " refused", result_text(result));
 }
 
 void expect_word(uint32_t expected, uint32_t seen, const std::string &where) {

@@ -174,8 +174,8 @@ void applies_nothing_of_a_refused_transaction(const CheckTarget &subject) {
     expect_refusal(send_transaction(entries, num, length), "a transaction " + what);
     scratch.expect(scratch.first, pattern(1), "after a transaction " + what);
   };
-  expect_refused("of -1 entries", {good}, -1);
-  expect_refused("of 513 entries", {KEL_ASIC_XN_ENTRIES, good}, 513);
+  for (const int32_t num : {-1, 513})
+    expect_refused(format("of %d entries", num), {KEL_ASIC_XN_ENTRIES, good}, num);
   for (const uint32_t length : wrong_lengths(sizeof(kel_asic_xn_t)))
     expect_refused(format("in a record of %u bytes", length), {good}, 1, length);
   for (const AsicPlace &place : unknown_places(subject))
