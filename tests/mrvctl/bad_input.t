@@ -74,8 +74,8 @@ A platform whose register map lacks tables crashes no command.
   $ wrong has_no_offsets
   find 0x10200000: the register map has no register table
   [1]
-  $ wrong P17_lacks_an_array
-  find 0x10200000: the register map has no bases for block XL
+  $ wrong P11_P17_has_257_ports
+  find 0x10200000: the register map has no bases for block HI
   [1]
   $ wrong P18_lacks_an_array
   find 0x10200000: the register map has no registers for block HF
