@@ -1,12 +1,9 @@
 // Scripts: one command per line.
 #include "scripts.h"
 
-#include <cerrno>
-#include <cstring>
 #include <iostream>
 #include <optional>
 
-#include "text/lines.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -143,15 +140,11 @@ void Runner::parse_lines(std::istream &input, const std::string &name, const Rea
 
 Script Runner::read_script(const std::string &path) {
   Script script = {path == "-" ? kStandardInput : path, {}};
-  const auto keep = [&](const ScriptLine &line) { script.lines.push_back(line); };
-  if (path == "-") {
-    parse_lines(std::cin, script.name, &LineReader::next, keep);
-    return script;
-  }
   session_.folder = path.substr(0, path.rfind('/') + 1);
   std::optional<TextFile> input;
   if (run("script", {}, "mrvctl", [&] { input.emplace(path); }))
-    parse_lines(*input, path, &LineReader::next, keep);
+    parse_lines(*input, script.name, &LineReader::next,
+                [&](const ScriptLine &line) { script.lines.push_back(line); });
   return script;
 }
 

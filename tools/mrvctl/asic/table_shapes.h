@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "asic/asic_map.h"
-#include "asic/register_names.h"
 
 namespace mrvctl {
 

@@ -6,7 +6,6 @@
 
 #include "asic/port_reference.h"
 #include "asic/qos_counters.h"
-#include "asic/register_names.h"
 #include "kel_asic_record_kinds.h"
 #include "text/errors.h"
 #include "text/text.h"

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "asic/register_names.h"
 #include "kel_asic_record_kinds.h"
 #include "text/errors.h"
 #include "text/text.h"

@@ -48,11 +48,11 @@ uint32_t any_address(const CheckTarget &subject) {
 
 // The register of --read.
 kel_asic_xn_entry_t read_entry(const CheckTarget &subject) {
-  return Registers(subject).entry(queried_map().address(*subject.read));
+  return Registers(subject.asic).entry(queried_map().address(*subject.read));
 }
 
 Request read_request(const CheckTarget &subject) {
-  return {TYPE_READ, Registers(subject).entry(any_address(subject))};
+  return {TYPE_READ, Registers(subject.asic).entry(any_address(subject))};
 }
 
 void initialises_the_library(const CheckTarget &subject) {
@@ -93,7 +93,7 @@ void refuses_unknown_type(const CheckTarget &subject) {
 
 void refuses_wrong_lengths(const CheckTarget &subject) {
   expect_accepted(subject);
-  const auto entry = Registers(subject).entry(any_address(subject));
+  const auto entry = Registers(subject.asic).entry(any_address(subject));
   const auto expect_refused = [](uint32_t case_code, const GuardedMemory &memory) {
     expect_refusal(send_record(case_code, memory),
                    format("a record of %u bytes for case 0x%08x", memory.length(), case_code));
@@ -105,10 +105,10 @@ void refuses_wrong_lengths(const CheckTarget &subject) {
   expect_refused(SYSSRV_REG_READ_CASE, run.memory());
   expect_refused(SYSSRV_REG_READ_CASE, Request(TYPE_READ, entry, 1).memory());
   if (const std::optional<Port> port = any_port()) {
-    expect_success(send_record(SYSSRV_MEM_READ_CASE, statistics_request(subject, *port)),
+    expect_success(send_record(SYSSRV_MEM_READ_CASE, statistics_request(subject.asic, *port)),
                    "statistics of port " + port_text(*port));
     for (const uint32_t length : {4U, 1136U, 1144U})
-      expect_refused(SYSSRV_MEM_READ_CASE, statistics_request(subject, *port, length));
+      expect_refused(SYSSRV_MEM_READ_CASE, statistics_request(subject.asic, *port, length));
   }
 }
 
@@ -117,10 +117,9 @@ void calls_no_library(const CheckTarget &subject) {
   init_library(subject.slot);
   const Request unknown = read_request(subject);
   bool sent = false;
-  observe_calls({[&sent](const DecodedCall &request) {
-                   sent = sent || request.case_code == SYSSRV_MEM_WRITE_CASE;
-                 },
-                 nullptr});
+  observe_calls([&sent](const DecodedCall &request) {
+    sent = sent || request.case_code == SYSSRV_MEM_WRITE_CASE;
+  });
   char name[] = "check";
   mrv_asic_transaction_start(name, 0);
   uint32_t type = 0;
@@ -149,7 +148,7 @@ void reads_every_instance(const CheckTarget &subject) {
   for (const kel_asic_block_t &info : kel_asic_blocks) {
     for (uint32_t instance = 0; instance < map.instances(info.block); ++instance) {
       if (const std::optional<Register> reg = plain_register(map, info.block, instance))
-        Request(TYPE_READ, Registers(subject).entry(map.address(*reg)))
+        Request(TYPE_READ, Registers(subject.asic).entry(map.address(*reg)))
             .expect_success("a read of " + register_text(*reg));
     }
   }
@@ -184,8 +183,8 @@ void forgets_the_addresses(const CheckTarget &subject) {
 // The guard pages around each record detect accesses outside it. These are all kinds of read.
 void stays_within_the_record(const CheckTarget &subject) {
   const kel_asic_xn_entry_t entry = read_entry(subject);
-  Registers(subject).read(entry.reg);
-  Registers(subject).read_block(entry.reg, 1);
+  Registers(subject.asic).read(entry.reg);
+  Registers(subject.asic).read_block(entry.reg, 1);
   Request(TYPE_READ_DHS, entry).send();  // refused or not
 }
 
@@ -205,23 +204,21 @@ void counts_the_words_of_a_run(const CheckTarget &subject) {
       format("%s answered, num is %u", count_text(written, "word", "words").c_str(), request->num));
 }
 
-void refuses_unknown_places(const CheckTarget &subject) {
+void refuses_unknown_asics(const CheckTarget &subject) {
   expect_accepted(subject);
-  const kel_asic_xn_entry_t read = Registers(subject).entry(any_address(subject));
-  for (const AsicPlace &place : unknown_places(subject))
-    expect_refusal(Request(TYPE_READ, entry_at(place, read)).send(),
-                   "a read from " + place_text(place));
-  const auto modules = static_cast<int32_t>(queried_map().limits().max_modules);
-  const auto module = static_cast<int32_t>(subject.module);
+  const uint32_t address = any_address(subject);
+  for (const morvane::asic &asic : unknown_asics(subject.asic))
+    expect_refusal(Request(TYPE_READ, Registers(asic).entry(address)).send(),
+                   "a read from " + asic_text(asic));
+  const auto modules = static_cast<int>(queried_map().limits().max_modules);
+  const int module = subject.asic.module;
   const std::optional<Port> port = any_port();
   if (!port)
     return;
-  for (const AsicPlace &place : {AsicPlace{modules, 0U}, AsicPlace{255, 0U}, AsicPlace{module, 1U},
-                                 AsicPlace{module, 255U}}) {
-    const GuardedMemory request = statistics_request(target_at(place, subject), *port);
-    expect_refusal(send_record(SYSSRV_MEM_READ_CASE, request),
-                   "statistics of " + place_text(place));
-  }
+  for (const morvane::asic &asic :
+       std::vector<morvane::asic>{{modules, 0}, {255, 0}, {module, 1}, {module, 255}})
+    expect_refusal(send_record(SYSSRV_MEM_READ_CASE, statistics_request(asic, *port)),
+                   "statistics of " + asic_text(asic));
 }
 
 // The addresses of commands have no register, nor has the first address after the last register.
@@ -233,7 +230,7 @@ void refuses_addresses_without_register(const CheckTarget &subject) {
                        [](const AddressSpan &a, const AddressSpan &b) { return a.end < b.end; });
   if (last == spans.end())
     throw Skip{"the map has no register"};
-  const Registers registers(subject);
+  const Registers registers(subject.asic);
   const auto expect_bad_address = [&](kel_asic_access_type_t type, uint64_t address,
                                       uint32_t count) {
     const Request request(type, registers.entry(static_cast<uint32_t>(address)), count);
@@ -285,7 +282,7 @@ std::vector<Check> call_checks() {
       {"an unknown case is refused", "P23", kNothing, refuses_unknown_case},
       {"an unknown type of request is refused", "P23", kNothing, refuses_unknown_type},
       {"a record of a wrong length is refused", "P23", kNothing, refuses_wrong_lengths},
-      {"a module or ASIC that does not exist is refused", "P23", kNothing, refuses_unknown_places},
+      {"a module or ASIC that does not exist is refused", "P23", kNothing, refuses_unknown_asics},
       {"an address without a register is refused with EFAULT", "P33", kNothing,
        refuses_addresses_without_register},
       {"nothing is printed on standard output", "P32", kNothing, prints_nothing},

@@ -20,8 +20,7 @@ constexpr int kClauseVersion = 2;
 // What the checks may look at and write to.
 struct CheckTarget {
   uint32_t slot = 0;
-  uint32_t module = 0;
-  uint32_t asic = 0;
+  morvane::asic asic;
   std::optional<Register> read;
   std::vector<Register> scratch;
   std::optional<Register> scratch_table;
@@ -34,7 +33,7 @@ struct CheckTarget {
   SavedValues *found = nullptr;  // what to put back
 
   morvane::asic_reg at(const Register &reg) const {
-    return morvane::at(reg.block, reg.instance, reg.vreg).on({static_cast<int>(module), asic});
+    return morvane::at(reg.block, reg.instance, reg.vreg).on(asic);
   }
 };
 

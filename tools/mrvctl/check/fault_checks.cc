@@ -48,7 +48,7 @@ void order(const Fault &fault) {
 }
 
 void fails_as_it_is_told(const CheckTarget &subject) {
-  const Registers registers(subject);
+  const Registers registers(subject.asic);
   const uint32_t address = queried_map().address(*subject.read);
   for (const Fault &fault : all_faults()) {
     order(fault);

@@ -28,7 +28,7 @@ struct QosAnswer {
 // Asks for the statistics of a port, in a record whose statistics are full of one byte.
 QosAnswer ask_qos(const CheckTarget &subject, kel_asic_qos_stats_type_t type, const Port &port,
                   uint8_t fill_pattern = 0) {
-  const GuardedMemory memory = statistics_request(subject, port);
+  const GuardedMemory memory = statistics_request(subject.asic, port);
   auto &request = *static_cast<kel_asic_qos_stats_params_t *>(memory.data());
   request.type = type;
   std::fill_n(reinterpret_cast<uint8_t *>(&request.stats), sizeof request.stats, fill_pattern);
@@ -69,9 +69,9 @@ void answers_all_statistics(const CheckTarget &subject) {
   }
 }
 
-kel_asic_xn_entry_t link_pause_command(const CheckTarget &subject, const Port &port, bool enable) {
-  const uint32_t word = subject.asic << 16 | port.type << 8 | port.number;
-  return {static_cast<int32_t>(subject.module), static_cast<int32_t>(word),
+kel_asic_xn_entry_t link_pause_command(const morvane::asic &asic, const Port &port, bool enable) {
+  const uint32_t word = asic.number << 16 | port.type << 8 | port.number;
+  return {asic.module, static_cast<int32_t>(word),
           enable ? KEL_ASIC_CMD_LINK_PAUSE_ENABLE : KEL_ASIC_CMD_LINK_PAUSE_DISABLE, 0, UINT32_MAX};
 }
 
@@ -103,7 +103,7 @@ void refuses_writes_to_missing_ports(const CheckTarget &subject) {
   const Port missing = {subject.port->type, *ports};
   statistics(subject);
   expect_refusal(ask_qos(subject, QOS_STATS_CLEAR, missing).result, "a clear of a missing port");
-  const kel_asic_xn_entry_t command = link_pause_command(subject, missing, true);
+  const kel_asic_xn_entry_t command = link_pause_command(subject.asic, missing, true);
   expect_refusal(Request(TYPE_WRITE, command).send(), "link pause of a missing port");
   expect_refusal(send_transaction({command}, 1), "link pause of a missing port, in a transaction");
 }
@@ -123,8 +123,8 @@ void make_traffic(const CheckTarget &subject) {
   const vp_traffic traffic = {VP_N2H, 0, 100, 10};
   if (platform_symbol("vp_add_traffic") != nullptr)
     control<decltype(vp_add_traffic)>("vp_add_traffic")(
-        subject.module, subject.asic, static_cast<cardcfg_port_type_t>(subject.port->type),
-        subject.port->number, &traffic);
+        static_cast<uint32_t>(subject.asic.module), subject.asic.number,
+        static_cast<cardcfg_port_type_t>(subject.port->type), subject.port->number, &traffic);
 }
 
 void send_request(const kel_asic_xn_entry_t &command) {
@@ -164,7 +164,7 @@ void clears_every_port(const CheckTarget &subject) {
 
 void clears_drop_counters(const CheckTarget &subject) {
   expect_cleared(subject, counted_drops, [&] {
-    send_request({static_cast<int32_t>(subject.module), static_cast<int32_t>(subject.asic << 16),
+    send_request({subject.asic.module, static_cast<int32_t>(subject.asic.number << 16),
                   KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, 0, UINT32_MAX});
   });
 }
@@ -178,9 +178,9 @@ void expect_obeyed(const CheckTarget &subject, void (*send)(const kel_asic_xn_en
   const Port &port = *subject.port;
   if (port.type != CARDCFG_PORT_TYPE_HIF && port.type != CARDCFG_PORT_TYPE_NIF)
     throw Skip{"only host and network ports have link pause"};
-  subject.found->keep(link_pause_command(subject, port, flow_control(subject) != 0));
+  subject.found->keep(link_pause_command(subject.asic, port, flow_control(subject) != 0));
   for (const bool enable : {true, false, true}) {
-    send(link_pause_command(subject, port, enable));
+    send(link_pause_command(subject.asic, port, enable));
     const uint32_t seen = flow_control(subject);
     require(seen == enable, format("flow control %d after a command", enable),
             std::to_string(seen));
@@ -200,7 +200,7 @@ void takes_commands_in_transactions(const CheckTarget &subject) {
 // Link pause is enabled at the end of the valid commands.
 void takes_no_masked_command(const CheckTarget &subject) {
   expect_obeyed(subject, send_as_field_write);
-  kel_asic_xn_entry_t masked = link_pause_command(subject, *subject.port, false);
+  kel_asic_xn_entry_t masked = link_pause_command(subject.asic, *subject.port, false);
   masked.mask = 0xFF;
   const auto expect_no_command = [&](const CallResult &result, const char *what) {
     expect_refusal(result, what);
@@ -212,20 +212,20 @@ void takes_no_masked_command(const CheckTarget &subject) {
   expect_no_command(send_transaction({masked}, 1), "an entry under a mask at such an address");
 }
 
-void refuses_commands_for_unknown_places(const CheckTarget &subject) {
+void refuses_commands_for_unknown_asics(const CheckTarget &subject) {
   expect_obeyed(subject, send_request);
-  for (const AsicPlace &place : unknown_places(subject)) {
-    if (place.asic > UINT16_MAX)
+  for (const morvane::asic &asic : unknown_asics(subject.asic)) {
+    if (asic.number > UINT16_MAX)
       continue;  // the port word has no room for it
-    const auto command = link_pause_command(target_at(place, subject), *subject.port, false);
-    const std::string what = "link pause at " + place_text(place);
+    const auto command = link_pause_command(asic, *subject.port, false);
+    const std::string what = "link pause at " + asic_text(asic);
     expect_refusal(Request(TYPE_WRITE, command).send(), what);
     expect_refusal(send_transaction({command}, 1), what + ", in a transaction");
   }
 }
 
 void programs_the_sp_timer(const CheckTarget &subject) {
-  const Request request(TYPE_READ, Registers(subject).entry(0), 0, *subject.sp_timer);
+  const Request request(TYPE_READ, Registers(subject.asic).entry(0), 0, *subject.sp_timer);
   expect_success(send_record(SYSSRV_SP_TIME_CONFIGURE, request.memory()), "the SP timer");
 }
 
@@ -252,7 +252,7 @@ std::vector<Check> port_checks() {
       {"a field write is a command only under the full mask", "P25", kPort,
        takes_no_masked_command},
       {"a command for a module or ASIC that does not exist is refused", "P23", kPort,
-       refuses_commands_for_unknown_places},
+       refuses_commands_for_unknown_asics},
       {"a clear of every port clears this one", "P22", kPort | kAllPorts, clears_every_port},
       {"a clear of the drop counters is a command", "P25", kPort | kAllPorts, clears_drop_counters},
       {"the SP timer is programmed", "P22", kSpTimer, programs_the_sp_timer},

@@ -64,27 +64,15 @@ void GuardedMemory::revoke() const {
   mprotect(pages_, pages_length_, PROT_NONE);
 }
 
-std::vector<AsicPlace> unknown_places(const CheckTarget &subject) {
-  const auto modules = static_cast<int32_t>(queried_map().limits().max_modules);
-  const auto module = static_cast<int32_t>(subject.module);
-  return {{99, subject.asic}, {modules, subject.asic}, {-1, subject.asic},
-          {module, 1},        {module, 0x10000},       {module, UINT32_MAX}};
+std::vector<morvane::asic> unknown_asics(const morvane::asic &known) {
+  const auto modules = static_cast<int>(queried_map().limits().max_modules);
+  const auto [module, number] = known;
+  return {{99, number}, {modules, number}, {-1, number},
+          {module, 1},  {module, 0x10000}, {module, UINT32_MAX}};
 }
 
-std::string place_text(const AsicPlace &place) {
-  return format("module %d, ASIC %u", place.module, place.asic);
-}
-
-CheckTarget target_at(const AsicPlace &place, CheckTarget subject) {
-  subject.module = static_cast<uint32_t>(place.module);
-  subject.asic = place.asic;
-  return subject;
-}
-
-kel_asic_xn_entry_t entry_at(const AsicPlace &place, kel_asic_xn_entry_t entry) {
-  entry.module = place.module;
-  entry.asic_map = static_cast<int32_t>(place.asic);
-  return entry;
+std::string asic_text(const morvane::asic &asic) {
+  return format("module %d, ASIC %u", asic.module, asic.number);
 }
 
 std::string result_text(const CallResult &result) {
@@ -150,11 +138,8 @@ void Request::expect_success(const std::string &call) const {
   mrvctl::expect_success(send(), call);
 }
 
-Registers::Registers(const CheckTarget &subject) : module_(subject.module), asic_(subject.asic) {
-}
-
 kel_asic_xn_entry_t Registers::entry(uint32_t address, uint32_t data, uint32_t mask) const {
-  return {static_cast<int32_t>(module_), static_cast<int32_t>(asic_), address, data, mask};
+  return {asic_.module, static_cast<int32_t>(asic_.number), address, data, mask};
 }
 
 uint32_t Registers::read(uint32_t address) const {
@@ -203,10 +188,10 @@ void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &
   expect_success(send_transaction(entries, static_cast<int32_t>(entries.size())), what);
 }
 
-GuardedMemory statistics_request(const CheckTarget &subject, const Port &port, uint32_t length) {
+GuardedMemory statistics_request(const morvane::asic &asic, const Port &port, uint32_t length) {
   kel_asic_qos_stats_params_t request = {};
-  request.module = static_cast<cardcfg_module_id_t>(subject.module);
-  request.asic = static_cast<cardcfg_dev_id_t>(subject.asic);
+  request.module = static_cast<cardcfg_module_id_t>(asic.module);
+  request.asic = static_cast<cardcfg_dev_id_t>(asic.number);
   request.port_type = static_cast<cardcfg_port_type_t>(port.type);
   request.port = static_cast<cardcfg_port_id_t>(port.number);
   return {request, length};
@@ -223,12 +208,12 @@ std::optional<Port> any_port() {
 
 std::optional<CallResult> send_accepted_call(const CheckTarget &subject) {
   if (subject.read)
-    return Request(TYPE_READ, Registers(subject).entry(queried_map().address(*subject.read)))
+    return Request(TYPE_READ, Registers(subject.asic).entry(queried_map().address(*subject.read)))
         .send();
   const std::optional<Port> port = any_port();
   if (!port)
     return std::nullopt;
-  return send_record(SYSSRV_MEM_READ_CASE, statistics_request(subject, *port));
+  return send_record(SYSSRV_MEM_READ_CASE, statistics_request(subject.asic, *port));
 }
 
 void expect_service(const CheckTarget &subject) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "kel_asic_lib_common.h"
+#include "morvaneusd.hpp"
 #include "platform/system_service.h"
 
 namespace mrvctl {
@@ -42,17 +43,9 @@ class GuardedMemory {
   void *data_;
 };
 
-// A module and an ASIC.
-struct AsicPlace {
-  int32_t module;
-  uint32_t asic;
-};
-// Places that the switch lacks: one of the two numbers is wrong.
-std::vector<AsicPlace> unknown_places(const CheckTarget &subject);
-std::string place_text(const AsicPlace &place);
-CheckTarget target_at(const AsicPlace &place, CheckTarget subject);
-// The same access at another place.
-kel_asic_xn_entry_t entry_at(const AsicPlace &place, kel_asic_xn_entry_t entry);
+// ASICs that the switch lacks: one of the two numbers is wrong.
+std::vector<morvane::asic> unknown_asics(const morvane::asic &known);
+std::string asic_text(const morvane::asic &asic);
 
 constexpr auto kUnknownType = static_cast<kel_asic_access_type_t>(99);
 
@@ -101,7 +94,7 @@ class Request {
 // The registers of one ASIC, by address. Each throws Violation where the service fails.
 class Registers {
  public:
-  explicit Registers(const CheckTarget &subject);
+  explicit Registers(const morvane::asic &asic) : asic_(asic) {}
   kel_asic_xn_entry_t entry(uint32_t address, uint32_t data = 0, uint32_t mask = UINT32_MAX) const;
   uint32_t read(uint32_t address) const;
   void write(uint32_t address, uint32_t data) const;
@@ -111,8 +104,7 @@ class Registers {
   void expect(uint32_t address, uint32_t expected, const std::string &after) const;
 
  private:
-  uint32_t module_;
-  uint32_t asic_;
+  morvane::asic asic_;
 };
 
 // A transaction of these entries. `num` is how many of them it claims.
@@ -122,7 +114,7 @@ CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int
 void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &what);
 
 // A request for the statistics of a port, in a record of this length.
-GuardedMemory statistics_request(const CheckTarget &subject, const Port &port,
+GuardedMemory statistics_request(const morvane::asic &asic, const Port &port,
                                  uint32_t length = sizeof(kel_asic_qos_stats_params_t));
 // The first port that the limits have.
 std::optional<Port> any_port();

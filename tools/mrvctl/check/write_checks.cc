@@ -3,7 +3,6 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <functional>
 
@@ -31,7 +30,7 @@ uint32_t merged(uint32_t word, uint32_t data, uint32_t mask) {
 
 // The scratch registers of a check, whose values are kept.
 struct Scratch : Registers {
-  explicit Scratch(const CheckTarget &subject) : Registers(subject) {
+  explicit Scratch(const CheckTarget &subject) : Registers(subject.asic) {
     const RegisterMap map = queried_map();
     for (const Register &reg : subject.scratch) {
       addresses.push_back(map.address(reg));
@@ -178,8 +177,9 @@ void applies_nothing_of_a_refused_transaction(const CheckTarget &subject) {
     expect_refused(format("of %d entries", num), {KEL_ASIC_XN_ENTRIES, good}, num);
   for (const uint32_t length : wrong_lengths(sizeof(kel_asic_xn_t)))
     expect_refused(format("in a record of %u bytes", length), {good}, 1, length);
-  for (const AsicPlace &place : unknown_places(subject))
-    expect_refused("with an entry for " + place_text(place), {good, entry_at(place, good)}, 2);
+  for (const morvane::asic &asic : unknown_asics(subject.asic))
+    expect_refused("with an entry for " + asic_text(asic),
+                   {good, Registers(asic).entry(good.reg, good.data)}, 2);
   expect_refused("with an entry for no register",
                  {good, scratch.entry(KEL_ASIC_CMD_CLEAR_DROP_COUNTERS + 1, pattern(2))}, 2);
 }
@@ -199,8 +199,9 @@ void changes_nothing_by_refused_writes(const CheckTarget &subject) {
   const Request cut_off(TYPE_WRITE_DHS, write, 1);
   cut_off->num = 2;
   expect_refused("a run of more words than its record has", cut_off);
-  for (const AsicPlace &place : unknown_places(subject))
-    expect_refused("a write to " + place_text(place), {TYPE_WRITE, entry_at(place, write)});
+  for (const morvane::asic &asic : unknown_asics(subject.asic))
+    expect_refused("a write to " + asic_text(asic),
+                   {TYPE_WRITE, Registers(asic).entry(write.reg, write.data)});
   expect_refused("a write for another driver", {TYPE_WRITE, write}, KEL_ASIC_DRIVER_MORVANE + 1);
 }
 
@@ -299,7 +300,7 @@ struct ScratchTable : Registers {
   };
 
   explicit ScratchTable(const CheckTarget &subject)
-      : Registers(subject), reg(*subject.scratch_table) {
+      : Registers(subject.asic), reg(*subject.scratch_table) {
     const RegisterMap map = queried_map();
     const uint32_t begin = map.address(reg);
     const std::optional<Table> table = find_table(map, reg.block, reg.vreg);

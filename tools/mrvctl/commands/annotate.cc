@@ -2,8 +2,6 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
-#include <iostream>
-#include <optional>
 
 #include "asic/address_index.h"
 #include "commands/commands.h"
@@ -50,10 +48,7 @@ std::string annotated(const std::string &line, const AddressIndex &index) {
 void run_annotate(Session &session, const AnnotateArgs &args) {
   const AddressIndex index(session.map());
   const std::string path = session.resolve(args.file);
-  std::optional<TextFile> file;
-  if (path != "-")
-    file.emplace(path);
-  std::istream &input = file ? *file : std::cin;
+  TextFile input(path);
   for (std::string line; std::getline(input, line);) {
     if (!line.empty() && line.back() == '\r')
       line.pop_back();

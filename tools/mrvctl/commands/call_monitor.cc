@@ -23,11 +23,9 @@ Lost lost;
 size_t last_answered = 0;
 uint64_t calls = 0;
 
-void show_request(const DecodedCall &call) {
-  print_error(request_text(call));
-}
-
-void show_answer(const DecodedCall &call) {
+void show_call(const DecodedCall &call) {
+  if (!call.result)
+    return print_error(request_text(call));
   print_error(answer_text(call) +
               format(" <%.6f>\n", static_cast<double>(*call.duration_ns) / 1e9));
 }
@@ -43,6 +41,8 @@ void note_lost_transaction(const DecodedCall &call, const TransactionFields &sen
 }
 
 void note_answer(const DecodedCall &call) {
+  if (!call.result)
+    return;
   ++calls;
   const auto *sent = std::get_if<TransactionFields>(&call.request);
   if (sent != nullptr && call.failed)
@@ -54,9 +54,9 @@ void note_answer(const DecodedCall &call) {
 }  // namespace
 
 void watch_calls(bool show) {
-  observe_calls({nullptr, note_answer});
+  observe_calls(note_answer);
   if (show)
-    observe_calls({show_request, show_answer});
+    observe_calls(show_call);
 }
 
 void throw_if_lost() {

@@ -1,6 +1,4 @@
 // calls and last-write.
-#include <algorithm>
-#include <cstdio>
 #include <deque>
 
 #include "calls/call_text.h"

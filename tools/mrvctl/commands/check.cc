@@ -172,8 +172,7 @@ std::vector<CheckResult> run_all(Session &session, const CheckArgs &args,
   SavedValues found;
   CheckTarget subject = args.subject;
   subject.slot = session.slot;
-  subject.module = session.module;
-  subject.asic = session.asic;
+  subject.asic = session.on();
   subject.found = &found;
   const Interrupt interrupts_are_noted;
   const std::chrono::seconds limit(args.time_limit);

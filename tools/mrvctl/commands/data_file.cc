@@ -2,10 +2,7 @@
 #include "commands/data_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <iostream>
-#include <optional>
+#include <functional>
 #include <utility>
 
 #include "asic/register_reference.h"
@@ -20,27 +17,22 @@ namespace {
 
 constexpr const char kStandardInput[] = "-";
 
-// Takes the lines of an input that are not empty, without their comments.
-void read_lines(LineReader &reader, const std::function<void(const std::string &)> &take) {
+using TakeLine = std::function<void(const std::string &line, const std::string &position)>;
+
+// Takes the lines of a file, or of standard input, that are not empty, without their comments.
+void read_lines(const std::string &path, const TakeLine &take) {
+  TextFile file(path);
+  LineReader reader(file, path == kStandardInput ? "stdin" : path);
   while (reader.next()) {
     const std::string line = reader.line().substr(0, reader.line().find('#'));
     if (line.find_first_not_of(" \t") == std::string::npos)
       continue;
     try {
-      take(line);
+      take(line, reader.position());
     } catch (const UsageError &error) {
       throw UsageError(reader.position() + error.what());
     }
   }
-}
-
-// Calls `read` with a reader of the file, or of standard input.
-void with_reader(const std::string &path, const std::function<void(LineReader &)> &read) {
-  std::optional<TextFile> file;
-  if (path != kStandardInput)
-    file.emplace(path);
-  LineReader reader(file ? *file : std::cin, file ? path : "stdin");
-  read(reader);
 }
 
 // Standard input has no file name: a comma decides.
@@ -85,7 +77,7 @@ kel_asic_pgm_t parse_step(const std::string &line) {
 std::vector<uint32_t> read_entries(const std::string &path, uint32_t entry_size) {
   std::vector<uint32_t> words;
   bool first = true;
-  const auto take = [&](const std::string &line) {
+  read_lines(path, [&](const std::string &line, const std::string & /*position*/) {
     const bool csv = is_csv(path, line);
     const std::vector<std::string> cells = columns(line, csv);
     const bool header = std::exchange(first, false) && csv && is_header(cells);
@@ -96,8 +88,7 @@ std::vector<uint32_t> read_entries(const std::string &path, uint32_t entry_size)
           format("%zu words, but an entry of this table has %u", cells.size(), entry_size));
     for (const std::string &cell : cells)
       words.push_back(parse_word(cell));
-  };
-  with_reader(path, [&](LineReader &reader) { read_lines(reader, take); });
+  });
   if (words.empty())
     throw UsageError(path + " has no entry");
   return words;
@@ -105,11 +96,9 @@ std::vector<uint32_t> read_entries(const std::string &path, uint32_t entry_size)
 
 Program read_program(const std::string &path) {
   Program program;
-  with_reader(path, [&](LineReader &reader) {
-    read_lines(reader, [&](const std::string &line) {
-      program.steps.push_back(parse_step(line));
-      program.positions.push_back(reader.position());
-    });
+  read_lines(path, [&](const std::string &line, const std::string &position) {
+    program.steps.push_back(parse_step(line));
+    program.positions.push_back(position);
   });
   if (program.steps.empty())
     throw UsageError(path + " has no step");

@@ -1,7 +1,6 @@
 // Files of table entries and of register program steps.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 

@@ -37,19 +37,15 @@ void run_pause(Session &session, const PauseArgs &args) {
                "link pause " + state + " for " + name);
 }
 
-struct NumberArgs {
-  uint32_t number = 0;
-};
-
-void run_nodrop(Session &session, const NumberArgs &args) {
+void run_nodrop(Session &session, uint32_t map) {
   std::error_code ec;
-  morvane::set_nodrop_class_map(args.number, session.on(), ec);
+  morvane::set_nodrop_class_map(map, session.on(), ec);
   std::string classes;
   for (uint32_t i = 0; i < 8; ++i)
-    classes += (args.number >> i & 1) != 0 ? " " + std::to_string(i) : "";
-  finish_write(session, ec, "", {{"map", args.number}},
-               format("no-drop map 0x%02x, classes%s", args.number,
-                      classes.empty() ? ": none" : classes.c_str()));
+    classes += (map >> i & 1) != 0 ? " " + std::to_string(i) : "";
+  finish_write(
+      session, ec, "", {{"map", map}},
+      format("no-drop map 0x%02x, classes%s", map, classes.empty() ? ": none" : classes.c_str()));
 }
 
 void run_sfp_failed(Session &session, const Port &port) {
@@ -59,12 +55,12 @@ void run_sfp_failed(Session &session, const Port &port) {
                "SFP of " + port_text(port) + " reported as failed");
 }
 
-void run_sp_timer(Session &session, const NumberArgs &args) {
+void run_sp_timer(Session &session, uint16_t time) {
   std::error_code ec;
-  morvane::prog_sp_timer(static_cast<uint16_t>(args.number), session.on(), ec);
+  morvane::prog_sp_timer(time, session.on(), ec);
   session.check_result(result_of(ec));
-  session.report.result({{"time", args.number}},
-                        format("SP timer %u", args.number) + private_hint(session) + "\n");
+  session.report.result({{"time", time}},
+                        format("SP timer %u", time) + private_hint(session) + "\n");
 }
 
 void run_clear_drops(Session &session) {
@@ -84,12 +80,12 @@ void describe_sfp(Arguments &arguments, Port &port) {
   describe_port(arguments, port, 255);
 }
 
-void describe_map(Arguments &arguments, NumberArgs &args) {
-  arguments.number<uint32_t>("MAP", args.number, "One bit per class", 0, 255);
+void describe_nodrop(Arguments &arguments, uint32_t &map) {
+  arguments.number<uint32_t>("MAP", map, "One bit per class", 0, 255);
 }
 
-void describe_timer(Arguments &arguments, NumberArgs &args) {
-  arguments.number<uint32_t>("TIME", args.number, "Time in the service's unit", 0, UINT16_MAX);
+void describe_sp_timer(Arguments &arguments, uint16_t &time) {
+  arguments.number<uint16_t>("TIME", time, "Time in the service's unit");
 }
 
 }  // namespace
@@ -100,21 +96,21 @@ void add_port_commands(Parser &parser) {
                          "Inside a transaction the command is queued.",
                          "mrvctl pause on hif:3"},
                         describe_pause, run_pause);
-  parser.add<NumberArgs>({"nodrop", "Ports",
-                          "Set the no-drop class map\n"
-                          "Inside a transaction the command is queued.",
-                          "mrvctl nodrop 0x08"},
-                         describe_map, run_nodrop);
+  parser.add<uint32_t>({"nodrop", "Ports",
+                        "Set the no-drop class map\n"
+                        "Inside a transaction the command is queued.",
+                        "mrvctl nodrop 0x08"},
+                       describe_nodrop, run_nodrop);
   parser.add<Port>({"sfp-failed", "Ports",
                     "Report that the SFP of a port failed validation\n"
                     "Inside a transaction the command is queued.",
                     "mrvctl sfp-failed nif:1"},
                    describe_sfp, run_sfp_failed);
-  parser.add<NumberArgs>({"sp-timer", "Ports",
-                          "Program the SP timer\n"
-                          "The timer is set at once, also inside a transaction.",
-                          "mrvctl sp-timer 100"},
-                         describe_timer, run_sp_timer);
+  parser.add<uint16_t>({"sp-timer", "Ports",
+                        "Program the SP timer\n"
+                        "The timer is set at once, also inside a transaction.",
+                        "mrvctl sp-timer 100"},
+                       describe_sp_timer, run_sp_timer);
   parser.add({"clear-drops", "Ports",
               "Clear all drop counters of module 0, ASIC 0\n"
               "The counters are cleared at once, also inside a transaction.",

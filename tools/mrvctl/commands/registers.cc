@@ -40,25 +40,20 @@ void run_info(Session &session) {
   session.report.result(object, facts_text(facts) + "\n" + blocks.text());
 }
 
-struct RegsArgs {
-  kel_asic_blk_t block = {};
-};
-
-void run_regs(Session &session, const RegsArgs &args) {
-  const kel_asic_block_t &info = kel_asic_blocks[args.block];
-  const std::vector<RegisterName> names = named_registers(info.block);
+void run_regs(Session &session, kel_asic_blk_t block) {
+  const kel_asic_block_t &info = kel_asic_blocks[block];
+  const std::vector<RegisterName> names = named_registers(block);
   Listing registers(
       {{"number", "number", Align::kRight}, {nullptr, "hex"}, {"register", "register"}});
   for (const RegisterName &named : names)
     registers.add(
-        {named.vreg, format("0x%03x", named.vreg), every_register_text(named.block, named.vreg)});
-  const std::string head =
-      format("block %s: %u registers, 0 to %u\n", kel_asic_blk_names[info.block], info.registers,
-             info.registers - 1);
+        {named.vreg, format("0x%03x", named.vreg), every_register_text(block, named.vreg)});
+  const std::string head = format("block %s: %u registers, 0 to %u\n", kel_asic_blk_names[block],
+                                  info.registers, info.registers - 1);
   const std::string list = names.empty() ? "none of them has a name\n"
                                          : registers.text() + format("%zu others have no name\n",
                                                                      info.registers - names.size());
-  session.report.result({{"block", kel_asic_blk_names[info.block]},
+  session.report.result({{"block", kel_asic_blk_names[block]},
                          {"registers", info.registers},
                          {"named", registers.json()}},
                         head + list);
@@ -235,8 +230,8 @@ void run_write_field(Session &session, const WriteArgs &args) {
                {{"data", args.data}, {"mask", args.mask}, {"outside_mask", outside}}, text);
 }
 
-void describe_block(Arguments &arguments, RegsArgs &args) {
-  arguments.parsed("BLOCK", args.block, parse_block, "Block, like HI");
+void describe_regs(Arguments &arguments, kel_asic_blk_t &block) {
+  arguments.parsed("BLOCK", block, parse_block, "Block, like HI");
 }
 
 void describe_read(Arguments &arguments, ReadArgs &args) {
@@ -278,9 +273,9 @@ void describe_write_field(Arguments &arguments, WriteArgs &args) {
 void add_register_commands(Parser &parser) {
   parser.add({"info", "Look", "Show the driver, the blocks and the trace state", "mrvctl info"},
              run_info);
-  parser.add<RegsArgs>(
+  parser.add<kel_asic_blk_t>(
       {"regs", "Look", "List the named registers of a block", "mrvctl regs HI", Requires::kNone},
-      describe_block, run_regs);
+      describe_regs, run_regs);
   parser.add<ReadArgs>(
       {"read", "Look",
        "Read one or more registers\n"

@@ -19,17 +19,13 @@ constexpr uint32_t kEntriesPerCall = 256;
 
 constexpr uint32_t kAnyIndex = UINT32_MAX;
 
-struct TablesArgs {
-  std::optional<kel_asic_blk_t> block;
-};
-
-void run_tables(Session &session, const TablesArgs &args) {
+void run_tables(Session &session, const std::optional<kel_asic_blk_t> &block) {
   Listing tables({{"number", "number", Align::kRight},
                   {"entry_size", "words", Align::kRight},
                   {"highest_index", "indices     "},
                   {"register", "register"}});
   for (const Table &table : named_tables(session.map())) {
-    if (args.block && table.block != *args.block)
+    if (block && table.block != *block)
       continue;
     const std::string indices =
         table.highest_index == kAnyIndex ? "any" : format("0 to %u", table.highest_index);
@@ -225,8 +221,8 @@ void run_table_write(Session &session, const TableWriteArgs &args) {
       name + ": " + entries_of_text(table, count) + ": " + write_status(session) + "\n");
 }
 
-void describe_tables(Arguments &arguments, TablesArgs &args) {
-  arguments.parsed("[BLOCK]", args.block, parse_block, "Only those of this block");
+void describe_tables(Arguments &arguments, std::optional<kel_asic_blk_t> &block) {
+  arguments.parsed("[BLOCK]", block, parse_block, "Only those of this block");
 }
 
 void describe_table_read(Arguments &arguments, TableReadArgs &args) {
@@ -256,12 +252,13 @@ void describe_table_write(Arguments &arguments, TableWriteArgs &args) {
 }  // namespace
 
 void add_table_commands(Parser &parser) {
-  parser.add<TablesArgs>({"dhs", "Look",
-                          "List the table (DHS) registers\n"
-                          "Entry sizes and index ranges are the limits that the library checks. No "
-                          "register is accessed.",
-                          "mrvctl dhs HI", Requires::kRegisterMap},
-                         describe_tables, run_tables);
+  parser.add<std::optional<kel_asic_blk_t>>(
+      {"dhs", "Look",
+       "List the table (DHS) registers\n"
+       "Entry sizes and index ranges are the limits that the library checks. No "
+       "register is accessed.",
+       "mrvctl dhs HI", Requires::kRegisterMap},
+      describe_tables, run_tables);
   parser.add<TableReadArgs>(
       {"dhs-read", "Look",
        "Read entries of a table register\n"

@@ -15,12 +15,9 @@ std::vector<CallObserver> &observers() {
   return all;
 }
 
-void notify(std::function<void(const DecodedCall &)> CallObserver::*function,
-            const DecodedCall &call) {
-  for (const CallObserver &observer : observers()) {
-    if (observer.*function)
-      (observer.*function)(call);
-  }
+void notify(const DecodedCall &call) {
+  for (const CallObserver &observer : observers())
+    observer(call);
 }
 
 std::vector<uint8_t> bytes_of(const void *record, uint32_t length) {
@@ -45,7 +42,7 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
   // The service answers in the record of the request.
   call.request_bytes = mrvctl::bytes_of(case_params->params, length);
   decode(call);
-  mrvctl::notify(&mrvctl::CallObserver::sent, call);
+  mrvctl::notify(call);
   const Clock::time_point begin = Clock::now();
   const int result = mrvctl::forwarded().sse_call2(case_code, case_params, length);
   const int error_number = errno;
@@ -56,7 +53,7 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *case_params, uint32_t 
   if (result == 0)
     call.answer_bytes = mrvctl::bytes_of(case_params->params, length);
   decode(call);
-  mrvctl::notify(&mrvctl::CallObserver::answered, call);
+  mrvctl::notify(call);
   errno = error_number;  // observers may have changed it
   return result;
 }

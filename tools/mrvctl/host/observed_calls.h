@@ -7,11 +7,9 @@
 
 namespace mrvctl {
 
-// Functions that get each call; either may be empty. They do not throw or call the library.
-struct CallObserver {
-  std::function<void(const DecodedCall &)> sent;      // before the call, without its result
-  std::function<void(const DecodedCall &)> answered;  // after the call
-};
+// Gets each call twice: before it is made, without a result, and after it. Does not throw or call
+// the library.
+using CallObserver = std::function<void(const DecodedCall &)>;
 
 // Adds an observer of all later calls. Observers are called in the order in which they were added.
 void observe_calls(CallObserver observer);

@@ -2,7 +2,6 @@
 #include "output/metrics.h"
 
 #include "asic/port_reference.h"
-#include "asic/qos_counters.h"
 #include "text/text.h"
 
 namespace mrvctl {

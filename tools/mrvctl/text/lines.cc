@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
 
 #include "text/errors.h"
 #include "text/text.h"
@@ -73,8 +74,10 @@ std::vector<std::string> split_words(const std::string &line) {
   }
 }
 
-TextFile::TextFile(const std::string &path)
-    : std::istream(nullptr), buffer_(open_text(path), std::ios::in) {
+TextFile::TextFile(const std::string &path) : std::istream(std::cin.rdbuf()) {
+  if (path == "-")
+    return;
+  buffer_ = decltype(buffer_)(open_text(path), std::ios::in);
   rdbuf(&buffer_);
   if (is_fifo(buffer_.fd()) && peek() == std::char_traits<char>::eof())
     refuse_file(path, "a FIFO that no process writes to");

@@ -14,8 +14,8 @@ namespace mrvctl {
 // UsageError if a quote is not closed.
 std::vector<std::string> split_words(const std::string &line);
 
-// A text file that is open for reading. A FIFO that no process writes to is refused: its writer may
-// never come.
+// A text file that is open for reading, or standard input for "-". A FIFO that no process writes to
+// is refused: its writer may never come.
 class TextFile : public std::istream {
  public:
   // Throws UsageError if the file cannot be opened.

@@ -7,7 +7,6 @@
 #include <iterator>
 
 #include "asic/port_reference.h"
-#include "asic/qos_counters.h"
 #include "output/qos_tables.h"
 #include "text/errors.h"
 #include "text/text.h"
