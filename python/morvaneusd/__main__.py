@@ -38,7 +38,9 @@ def _start() -> None:
         init(switch=parser.parse_args().switch)
     except OSError as error:
         print(f"{error.strerror or error}; correct this and call init()", file=sys.stderr)
-    os.environ["PYTHONINSPECT"] = "1"  # the prompt, also without -i
+    if not sys.flags.inspect:  # which child processes would inherit
+        os.environ["PYTHONINSPECT"] = "1"
+    os.environ["PYTHON_BASIC_REPL"] = "1"  # the prompt of Python 3.13 ignores the completer
     try:
         import readline
     except ImportError:

@@ -313,10 +313,10 @@ def test_fork_while_a_thread_is_in_a_call():
 
 def test_prompt():
     run = subprocess.run([sys.executable, "-i", "-m", "morvaneusd", "--switch", "none"], text=True,
-                         input="HI[2][40]\ncompletions('HI[2].DHS_')+completions('HI[2].DHS_LVIF.r')\n", capture_output=True, check=True)
+                         input="HI[2][40]\ncompletions('HI[2].DHS_')+completions('HI[2].DHS_LVIF.r')\n'PYTHONINSPECT' in os.environ\n", capture_output=True, check=True)
     assert run.stdout == (
         "<Register HI.2:40>\n['HI[2].DHS_LVIF', 'HI[2].DHS_LVIF_TCAM', "
-        "'HI[2].DHS_LVIF.read', 'HI[2].DHS_LVIF.read_into']\n")
+        "'HI[2].DHS_LVIF.read', 'HI[2].DHS_LVIF.read_into']\nFalse\n")
 
 
 def output_of(*command):
