@@ -695,21 +695,24 @@ inline std::string subject(syserr_t result, int module, kel_asic_num_t number,
          refusal(result, kel_asic_port_refusal_text, module, number, type, port);
 }
 
+/* The ASICs of a program: a number, or bit 31 and a map. */
+inline std::string places(int module, kel_asic_num_t selection) {
+  constexpr kel_asic_num_t map_flag = UINT32_C(1) << 31;
+  if (selection < map_flag)
+    return place(module, selection);
+  return "module " + std::to_string(module) + ", ASIC map " + std::to_string(selection - map_flag);
+}
+
 inline std::string subject(syserr_t result, int module, kel_asic_num_t number,
                            const kel_asic_pgm_t *steps, std::size_t count) {
-  constexpr kel_asic_num_t map_flag = UINT32_C(1) << 31;
-  const std::string on =
-      (number & map_flag) == 0
-          ? place(module, number)
-          : "module " + std::to_string(module) + ", ASIC map " + std::to_string(number - map_flag);
   for (std::size_t i = 0; i < count; ++i) {
     const kel_asic_pgm_t &step = steps[i];
     const std::string reason = refusal(result, kel_asic_step_refusal_text, module, &step);
     if (!reason.empty())
-      return on + ", step " + std::to_string(i) + ", " +
+      return places(module, number) + ", step " + std::to_string(i) + ", " +
              printed(kel_asic_register_text, step.block, step.instance, step.vreg) + reason;
   }
-  return on + (count == 0 ? ": a program has at least one step" : "");
+  return places(module, number) + (count == 0 ? ": a program has at least one step" : "");
 }
 
 template <typename... Values>
