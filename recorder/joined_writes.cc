@@ -36,7 +36,8 @@ bool is_word_of(const JoinedWrite &write, std::size_t word, const kel_asic_xn_en
 // The entry that a write begins with; the end if there is none. A caller that passes the recorder
 // by, or a command, may have added entries before it.
 std::size_t find_begin(const JoinedWrite &write, std::size_t from, const Entries &entries) {
-  const std::size_t end = write.certain ? entries.size() : std::min(from + 1, entries.size());
+  const bool is_certain = !write.of_failed_program || write.address;
+  const std::size_t end = is_certain ? entries.size() : std::min(from + 1, entries.size());
   for (std::size_t i = from; i < end; ++i) {
     if (is_word_of(write, write.done, entries[i]))
       return i;
@@ -68,11 +69,11 @@ uint32_t deduce_entry_size(const std::deque<JoinedWrite> &writes, std::size_t en
              : static_cast<uint32_t>((entries - known) / table_entries);
 }
 
-// What a full transaction leaves to the next one of a write that begins at this entry of it.
-JoinedWrite rest_of(JoinedWrite write, std::size_t begin) {
+// What a full transaction leaves to the next one of a write that has so many words in it.
+JoinedWrite rest_of(JoinedWrite write, std::size_t words) {
   constexpr auto full = static_cast<uint32_t>(kFull);
   uint32_t &place = write.note.place;
-  write.done += begin < full ? full - static_cast<uint32_t>(begin) : 0;
+  write.done += static_cast<uint32_t>(words);
   place = place < full ? 0 : place - full;
   return write;
 }
@@ -90,17 +91,18 @@ Match match(const std::deque<JoinedWrite> &writes, const Entries &entries) {
   std::size_t next = 0;
   for (const JoinedWrite &write : writes) {
     const mrec_join_t &note = write.note;
-    const std::size_t earliest = std::max<std::size_t>(next, note.place);
-    const std::size_t begin = find_begin(write, earliest, entries);
+    const std::size_t begin = find_begin(write, std::max<std::size_t>(next, note.place), entries);
     const std::size_t words =
         note.words == 0 ? entry_size * std::size_t{note.entries} : write.words_left();
     const std::size_t count = count_words(write, begin, words, entries);
     std::fill_n(found.callers.begin() + static_cast<std::ptrdiff_t>(begin), count, write.caller);
-    found.is_empty = found.is_empty && count == 0;
-    next = count == 0 ? next : begin + count;
-    const std::size_t place = count == 0 ? earliest : begin;
-    if (entries.size() == kFull && uint64_t{place} + write.words_left() > kFull)
-      found.rest.push_back(rest_of(write, place));
+    if (count != 0) {
+      found.is_empty = false;
+      found.rest.clear();  // writes before this one would be in this transaction, too
+      next = begin + count;
+    }
+    if (entries.size() == kFull && (count == 0 ? note.place != 0 : count < words))
+      found.rest.push_back(rest_of(write, count));
   }
   return found;
 }
@@ -132,10 +134,10 @@ bool OpenTransaction::site(const uint8_t *bytes, std::size_t size) {
   return true;
 }
 
-// The place of the last write, of those that are certain.
+// The place of the last write. The recorder does not count the steps of a failed program.
 uint32_t OpenTransaction::last_place() const {
   const auto last = std::find_if(writes_.rbegin(), writes_.rend(),
-                                 [](const JoinedWrite &write) { return write.certain; });
+                                 [](const JoinedWrite &write) { return !write.of_failed_program; });
   return last == writes_.rend() ? 0 : last->note.place;
 }
 
@@ -179,12 +181,11 @@ bool OpenTransaction::refusal(const uint8_t *bytes, std::size_t size) {
   };
   auto refused = std::find_if(writes_.begin(), writes_.end(), is_meant);
   const auto end = std::find_if_not(refused, writes_.end(), is_meant);
-  if (note.partly != 0 && find_target_) {
-    refused = std::find_if(
-        refused, end, [](const JoinedWrite &step) { return !step.address || step.note.mask == 0; });
-  } else if (note.partly != 0) {
-    for (; refused != end; ++refused)
-      refused->certain = false;
+  if (note.partly != 0) {
+    std::for_each(refused, end, [](JoinedWrite &step) { step.of_failed_program = true; });
+    refused = std::find_if(refused, end, [this](const JoinedWrite &step) {
+      return find_target_ && (!step.address || step.note.mask == 0);
+    });
   }
   writes_.erase(refused, end);
   return true;

@@ -43,7 +43,7 @@ struct JoinedWrite {
   CallerPointer caller;             // null if its site is unknown
   uint32_t done = 0;                // of its words: those that are in earlier transactions
   std::vector<uint32_t> words;      // the last ones of a table write, as many as are known
-  bool certain = true;              // false: a step of a failed program, which may not have joined
+  bool of_failed_program = false;   // without a register map it is not known whether it has joined
 
   uint32_t words_left() const { return note.words < done ? 0 : note.words - done; }
 };

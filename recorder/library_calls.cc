@@ -127,14 +127,15 @@ inline uint32_t site_number(ring *notes, const char *func, const char *file) {
 }
 
 // Notes a write if a transaction is open, with space for so many words. Inline, since the library
-// needs as much time for a write as for a few calls.
-__attribute__((always_inline)) inline noted_write note_join(const write_target &to,
+// needs as much time for a write as for a few calls. The frame is the address of an argument: that
+// of a variable would cost a check of the stack.
+__attribute__((always_inline)) inline noted_write note_join(const void *frame,
+                                                            const write_target &to,
                                                             const call_site &by,
                                                             uint32_t space = 0) {
   if (!transaction.open.load(std::memory_order_relaxed))
     return {};
-  const uint8_t here = 0;
-  ring *const notes = lock_notes(&here);
+  ring *const notes = lock_notes(frame);
   if (notes == nullptr)
     return {};
   const uint32_t site = site_number(notes, by.func, by.file);
@@ -173,8 +174,7 @@ __attribute__((always_inline)) inline noted_write note_join(const write_target &
 // Adds the last words of a table write to its note, unless other notes have overwritten it, or
 // this is a new process with another recording.
 void keep_words(const noted_write &write, const uint32_t *words, uint32_t kept) {
-  const uint8_t here = 0;
-  ring *const notes = lock_notes(&here);
+  ring *const notes = lock_notes(__builtin_frame_address(0));
   if (notes == nullptr)
     return;
   const ring_position &now = position(*notes);
@@ -189,8 +189,7 @@ void keep_words(const noted_write &write, const uint32_t *words, uint32_t kept) 
 }
 
 void note_refusal(uint32_t number, uint32_t writes, bool partly) {
-  const uint8_t here = 0;
-  ring *const notes = lock_notes(&here);
+  ring *const notes = lock_notes(__builtin_frame_address(0));
   if (notes == nullptr)
     return;
   auto *const note =
@@ -204,8 +203,7 @@ void note_refusal(uint32_t number, uint32_t writes, bool partly) {
 }
 
 __attribute__((noinline)) void note_start(const char *name) {
-  const uint8_t here = 0;
-  ring *const notes = lock_notes(&here);
+  ring *const notes = lock_notes(__builtin_frame_address(0));
   if (notes == nullptr)
     return;
   check_unloaded();
@@ -239,7 +237,7 @@ inline void check_write(const noted_write &noted, syserr_t result) {
 // transaction can have that is not sent.
 void check_table_write(const noted_write &noted, const uint32_t *data, uint32_t words) {
   const uint32_t kept = std::min(words, MREC_JOIN_WORDS_MAX);
-  if (kept != 0 && transaction.words.load(std::memory_order_relaxed) != 0)
+  if (kept != 0)
     keep_words(noted, data + words - kept, kept);
 }
 
@@ -283,7 +281,8 @@ uint32_t note_steps(int module, kel_asic_num_t asic, const kel_asic_pgm_t *steps
   for (int i = 0; i < count && steps[i].magic == KEL_ASIC_PGM_MAGIC; ++i) {
     const kel_asic_pgm_t &step = steps[i];
     const noted_write write =
-        note_join({MREC_JOIN_PROGRAM, 0, module, 0, static_cast<uint32_t>(step.block),
+        note_join(__builtin_frame_address(0),
+                  {MREC_JOIN_PROGRAM, 0, module, 0, static_cast<uint32_t>(step.block),
                    step.instance, step.vreg, 0, 0, step.data, step.mask, 1},
                   by);
     if (write.number == 0)
@@ -340,7 +339,8 @@ syserr_t lib_mrv_asic_write(int module, kel_asic_num_t asic, kel_asic_blk_t bloc
   if (next == nullptr)
     return no_library();
   const noted_write noted =
-      note_join({MREC_JOIN_WRITE, raw_flag(code), module, asic, static_cast<uint32_t>(block),
+      note_join(&module,
+                {MREC_JOIN_WRITE, raw_flag(code), module, asic, static_cast<uint32_t>(block),
                  instance, vreg, 0, 0, data, whole_register, 1},
                 {context, file, line, func});
   const syserr_t result =
@@ -358,7 +358,8 @@ syserr_t lib_mrv_asic_write_field(int module, kel_asic_num_t asic, kel_asic_blk_
   if (next == nullptr)
     return no_library();
   const noted_write noted =
-      note_join({MREC_JOIN_FIELD, raw_flag(code), module, asic, static_cast<uint32_t>(block),
+      note_join(&module,
+                {MREC_JOIN_FIELD, raw_flag(code), module, asic, static_cast<uint32_t>(block),
                  instance, vreg, 0, 0, field_value, field_mask, 1},
                 {context, file, line, func});
   const syserr_t result = next(module, asic, block, instance, vreg, field_value, field_mask, code,
@@ -379,7 +380,8 @@ syserr_t lib_mrv_asic_write_dhs(int module, kel_asic_num_t asic, kel_asic_blk_t 
   uint32_t words = 0;
   if (transaction.open && num_entries != 0) {
     words = table_words(static_cast<uint32_t>(block), vreg, num_entries);
-    noted = note_join({MREC_JOIN_TABLE, 0, module, asic, static_cast<uint32_t>(block), instance,
+    noted = note_join(&module,
+                      {MREC_JOIN_TABLE, 0, module, asic, static_cast<uint32_t>(block), instance,
                        vreg, dhs_index, num_entries, 0, whole_register, words},
                       {context, file, line, func}, std::min(words, MREC_JOIN_WORDS_MAX));
   }

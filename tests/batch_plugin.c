@@ -1,4 +1,4 @@
-/* Writes 600 words in a batch from three functions, as a plug-in of plugin_host, or with run=main
+/* Writes 600 words in a batch from three functions after a command, as a plug-in of plugin_host, or with run=main
    as a program. */
 #include <signal.h>
 #include <stdlib.h>
@@ -36,6 +36,7 @@ int run(void) {
   char name[] = "batch";
   lib_mrv_asic_init(0, KEL_ASIC_DRIVER_MORVANE, KEL_ASIC_HERE);
   mrv_asic_transaction_start(name, 0);
+  lib_mrv_asic_link_pause_enable(0, 0, CARDCFG_PORT_TYPE_HIF, 3);
   for (uint32_t round = 0; round < 10; ++round) {
     set_registers(10 * round);
     set_fields(10 * round);

@@ -3,9 +3,9 @@
   $ host() { mrvctl record "$@" >/dev/null; }
   $ plugin=$BUILD/lib/libbatch_plugin.so other=$BUILD/lib/libother_plugin.so
 
-The last writes to registers of a batch of 610 words, which three functions write, in a plug-in that has library and
-platform in its own scope. The second time, the process is killed before the commit of the last 98 words, one of
-them a step of a program that failed.
+The last writes to registers of a batch of a command, whose caller is not known, and 610 words, which three functions
+write, in a plug-in that has library and platform in its own scope. The second time, the process is killed before the
+commit of the last 99 words, one of them a step of a program that failed.
 
   $ shown() {
   >   for register in HI.2:0 HI.2:47 HI.2:80 HI.2:99 HI.3:53 HI.3:99 HF.0:HF_DHS_POL[7].3 HF.0:HF_DHS_POL[40].3 \
@@ -32,19 +32,20 @@ them a step of a program that failed.
   $ shown killed | diff before - | sed -n 's/^> //p'
   HI.2:99 <- 0x00000129  uncommitted, lost  set_registers batch_plugin.c:14
   HI.3:99 <- 0x00000005 mask 0x0000000f  uncommitted, lost  set_fields batch_plugin.c:20
+  HF.0:HF_DHS_POL[40].3 <- 0x00000000  uncommitted, lost  fill_table batch_plugin.c:31
   HF.0:HF_DHS_POL[45].7 <- 0x00000000  uncommitted, lost  fill_table batch_plugin.c:31
   HI.4:5 <- 0x0000002d  uncommitted, lost  fill_table batch_plugin.c:32
   $ mrvctl calls killed | awk 'NR > 1 { print $6, $7, $8, $9, $10 }'
-  "batch" 512 writes ok HI.2:0
-  "Contd XN.." 98 writes lost
+  "batch" 512 writes ok LINK_PAUSE_ENABLE
+  "Contd XN.." 99 writes lost
 
 A child process that inherits an open transaction:
 
   $ BATCH_FORKS=1 host forked -- plugin_host local $plugin
   $ mrvctl calls --since 5m forked | awk 'NR > 1 { print $6, $7, $8, $9, $10 }'
-  "batch" 512 writes ok HI.2:0
+  "batch" 512 writes ok LINK_PAUSE_ENABLE
   "" 10 writes lost uncommitted
-  "Contd XN.." 98 writes ok
+  "Contd XN.." 99 writes ok
 
 In the global scope; with two platforms; with a plug-in that is unloaded and loaded again; with a scope that comes
 before the recorder's.
@@ -67,4 +68,4 @@ A program that contains its platform is recorded if it is linked with the record
   mrvctl record: no call was recorded of own_platform: it made no service call, or none that it forwards, as it defines sse_call2; see 'A program that contains its platform' in recording.md
   $ host linked -- recorded_platform
   $ mrvctl calls linked | tail -n 1 | awk '{ print $6, $7, $8, $9, $10 }'
-  "Contd XN.." 88 writes lost
+  "Contd XN.." 89 writes lost
