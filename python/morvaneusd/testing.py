@@ -69,9 +69,11 @@ def _end(program: subprocess.Popen[Any]) -> None:
 
 
 def _program(name: str) -> str:
-    if shutil.which(name) is None:
+    """The path of a program, since a given environment may have another PATH."""
+    path = shutil.which(name)
+    if path is None:
         raise SwitchError(f"the program {name} is not in the PATH")
-    return name
+    return path
 
 
 class Switch:
@@ -184,8 +186,8 @@ class Switch:
         return self._mrvctl(self.address, *_command(words, options))
 
     def _mrvctl(self, address: str, *words: object) -> list[dict[str, Any]]:
-        command = [_program("mrvctl"), *map(str, words)]
-        done = subprocess.run([command[0], "--json", *command[1:]], check=False, text=True,
+        command = ["mrvctl", *map(str, words)]
+        done = subprocess.run([_program("mrvctl"), "--json", *command[1:]], check=False, text=True,
                               env={**os.environ, "MORVANE_SWITCH": address}, capture_output=True)
         objects = [json.loads(line) for line in done.stdout.splitlines()]
         errors = [found["error"]["text"] for found in objects if "error" in found]

@@ -65,6 +65,7 @@ def test_programs():
             switch.last_write("HI.2:40", module=1)
         with pytest.raises(subprocess.CalledProcessError):
             switch.run(["mrvctl", "read", "HI.2:40", "--expect", "8"], stderr=subprocess.DEVNULL)
+        assert switch.run(["/usr/bin/env"], env={"A": "B"}, stdout=subprocess.PIPE).stdout.startswith("A=B\n")
         with pytest.raises(FileNotFoundError):
             switch.run(["no_such_program"])
         running = switch.popen(["sleep", "1000"])
