@@ -2,7 +2,6 @@
 #include "asic/address_index.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <map>
 
@@ -38,28 +37,6 @@ std::vector<Shape> shapes_of(const RegisterMap &map, kel_asic_blk_t block) {
   return shapes;
 }
 
-using Shapes = std::array<std::vector<Shape>, KEL_ASIC_NUM_BLK>;
-
-Shapes all_shapes(const RegisterMap &map) {
-  Shapes shapes;
-  for (const kel_asic_block_t &info : kel_asic_blocks)
-    shapes[info.block] = shapes_of(map, info.block);
-  return shapes;
-}
-
-template <typename Use>
-void use_each(const RegisterMap &map, const Shapes &shapes, Use use) {
-  for (const kel_asic_block_t &info : kel_asic_blocks) {
-    for (uint32_t instance = 0; instance < map.instances(info.block); ++instance) {
-      for (const Shape &shape : shapes[info.block]) {
-        const Register reg = {info.block, instance, shape.vreg};
-        const uint64_t begin = map.whole_address(reg);
-        use(AddressSpan{begin, begin + shape.bytes, shape.entry_size, reg});
-      }
-    }
-  }
-}
-
 bool includes(const RegisterReference &reference, const Register &reg) {
   return reference.block == reg.block &&
          reference.instance.value_or(reg.instance) == reg.instance &&
@@ -84,24 +61,18 @@ std::pair<uint64_t, uint64_t> included_part(const RegisterReference &reference,
 
 }  // namespace
 
-std::optional<AddressSpan> first_span(const RegisterMap &map,
-                                      const std::function<bool(const AddressSpan &)> &wanted) {
-  std::optional<AddressSpan> first;
-  use_each(map, all_shapes(map), [&](const AddressSpan &span) {
-    if (wanted(span) && (!first || span.begin < first->begin))
-      first = span;
-  });
-  return first;
-}
-
 std::vector<AddressSpan> address_spans(const RegisterMap &map) {
-  const Shapes shapes = all_shapes(map);
-  size_t count = 0;
-  for (const kel_asic_block_t &info : kel_asic_blocks)
-    count += shapes[info.block].size() * map.instances(info.block);
   std::vector<AddressSpan> spans;
-  spans.reserve(count);  // there are tens of thousands
-  use_each(map, shapes, [&](const AddressSpan &span) { spans.push_back(span); });
+  for (const kel_asic_block_t &info : kel_asic_blocks) {
+    const std::vector<Shape> shapes = shapes_of(map, info.block);
+    for (uint32_t instance = 0; instance < map.instances(info.block); ++instance) {
+      for (const Shape &shape : shapes) {
+        const Register reg = {info.block, instance, shape.vreg};
+        const uint64_t begin = map.whole_address(reg);
+        spans.push_back({begin, begin + shape.bytes, shape.entry_size, reg});
+      }
+    }
+  }
   const auto before = [](const AddressSpan &a, const AddressSpan &b) { return a.begin < b.begin; };
   // Where the instances stand one behind the other, they are.
   if (!std::is_sorted(spans.begin(), spans.end(), before))

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,10 +23,6 @@ struct AddressSpan {
 // In the order of their addresses; of two registers with one address the first in the enumerations
 // comes first.
 std::vector<AddressSpan> address_spans(const RegisterMap &map);
-
-// The first of those that are wanted, in the same order, without keeping all.
-std::optional<AddressSpan> first_span(const RegisterMap &map,
-                                      const std::function<bool(const AddressSpan &)> &wanted);
 
 // What a word of the ASIC belongs to.
 struct Location {

@@ -160,7 +160,9 @@ std::string span_text(const AddressSpan &span) {
 // Throws Violation for the first register, by address, that is wrong.
 template <typename Wrong>
 void expect_of_all(const std::string &expected, Wrong wrong) {
-  if (const std::optional<AddressSpan> found = first_span(queried_map(), wrong))
+  const std::vector<AddressSpan> spans = address_spans(queried_map());
+  const auto found = std::find_if(spans.begin(), spans.end(), wrong);
+  if (found != spans.end())
     throw Violation{expected, span_text(*found)};
 }
 

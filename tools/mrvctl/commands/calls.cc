@@ -2,7 +2,6 @@
 #include <deque>
 
 #include "calls/call_text.h"
-#include "commands/call_table.h"
 #include "commands/commands.h"
 #include "commands/recorded_calls.h"
 #include "output/call_json.h"
@@ -25,7 +24,7 @@ struct CallsArgs {
   bool summary = false;
   std::string pcap;
   bool force = false;
-  CallTableArgs table;
+  CallTableOptions table;
   std::string map;
 };
 
@@ -104,20 +103,18 @@ void check_calls(const CallsArgs &args) {
 void run_calls(Session &session, const CallsArgs &args) {
   const AddressIndex index = register_names(session, args.map, args.choice.reg);
   using Purpose = RecordedCalls::Purpose;
-  RecordedCalls source(
-      resolved(session, args.files), args.follow ? Purpose::kFollow : Purpose::kShow,
-      [&](const OperationFailed &failure) { report_failure(session, failure); }, index);
+  RecordedCalls source(session, args.files, args.follow ? Purpose::kFollow : Purpose::kShow, index);
   if (!args.pcap.empty()) {
     write_pcapng(session, source, args, index);
   } else if (args.summary) {
     show_summary(session, source, args, index);
   } else {
-    CallTable table(session, index, args.table, source.label_width(), args.choice.reg);
+    CallTable table(session.report, index, args.table, source.label_width(), args.choice.reg);
     show_calls(table, source, args, index);
     if (args.follow)
       follow(source, table, args, index);
   }
-  report_gaps(session, source.gaps());
+  source.report_gaps();
   source.throw_if_unreadable();
 }
 
@@ -130,15 +127,13 @@ struct LastWriteArgs {
 void run_last_write(Session &session, const LastWriteArgs &args) {
   const AddressIndex index = register_names(session, args.map, args.reference);
   const PlacedRegister reg = {args.reference, session.module, session.asic};
-  RecordedCalls source(
-      resolved(session, args.files), RecordedCalls::Purpose::kShow,
-      [&](const OperationFailed &failure) { report_failure(session, failure); }, index);
+  RecordedCalls source(session, args.files, RecordedCalls::Purpose::kShow, index);
   std::optional<DecodedCall> last;
   while (std::optional<DecodedCall> call = source.next()) {
     if (last_written(*call, reg, index))
       last = std::move(call);
   }
-  report_gaps(session, source.gaps());
+  source.report_gaps();
   if (!last)
     throw OperationFailed("no write to this register in these recordings");
   const WrittenWord written = *last_written(*last, reg, index);

@@ -86,18 +86,6 @@ void describe_interval(Arguments &arguments, const std::string &name, double &se
   arguments.parsed(name + " SECONDS", seconds, parse, help + " (0.1 to 3600)");
 }
 
-void report_failure(Session &session, const OperationFailed &failure) {
-  session.report.failure(session.place(), session.report.command(), failure);
-}
-
-void report_gaps(Session &session, const std::vector<std::string> &gaps) {
-  if (gaps.empty())
-    return;
-  for (const std::string &loss : gaps)
-    print_error(loss + "\n");
-  session.report.result({{"losses", gaps}}, "");
-}
-
 std::string private_hint(const Session &session) {
   return session.in_script() || !has_private_switch()
              ? ""

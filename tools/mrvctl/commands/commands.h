@@ -61,12 +61,6 @@ void run_rounds(const WatchArgs &args, const std::function<void()> &round);
 // The same, each round on a cleared terminal.
 void show_rounds(Session &session, const WatchArgs &args, const std::function<void()> &show);
 
-// Reports a failure after which the command continues.
-void report_failure(Session &session, const OperationFailed &failure);
-
-// Prints on standard error, and as JSON, what a command could not read of recordings.
-void report_gaps(Session &session, const std::vector<std::string> &gaps);
-
 // What to add to the result of a command that changes a private switch, outside a script:
 // " (private switch, gone when this command ends)"; else nothing.
 std::string private_hint(const Session &session);

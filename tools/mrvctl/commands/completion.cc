@@ -6,7 +6,7 @@
 #include "commands/commands.h"
 #include "host/platform_library.h"
 #include "kel_asic_record_kinds.h"
-#include "output/call_lines.h"
+#include "output/call_table.h"
 #include "text/text.h"
 
 namespace mrvctl {

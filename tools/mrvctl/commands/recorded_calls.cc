@@ -8,7 +8,6 @@
 #include "asic/map_file.h"
 #include "commands/transaction_writes.h"
 #include "host/platform_library.h"
-#include "text/errors.h"
 #include "text/text.h"
 #include "text/times.h"
 
@@ -40,13 +39,10 @@ std::vector<std::string> files_at(const std::string &path) {
 }  // namespace
 
 void describe_choice(Arguments &arguments, CallChoice &choice) {
-  const auto parse_reg = [](const std::string &text) {
-    return std::make_optional(parse_register_or_address(text));
-  };
   const auto parse_microseconds = [](const std::string &text) {
-    return std::make_optional(parse_number<uint32_t>(text) * uint64_t{1000});
+    return parse_number<uint32_t>(text) * uint64_t{1000};
   };
-  arguments.parsed("--register REGISTER", choice.reg, parse_reg,
+  arguments.parsed("--register REGISTER", choice.reg, parse_register_or_address,
                    "Only calls that touch this register, table entry, block instance or address:\n"
                    "HI.2:40, HI.2:HI_DHS_LVIF[5], HI.2, 0x102000a0");
   arguments.flag("--writes", choice.writes, "Only calls that change something");
@@ -63,6 +59,13 @@ void describe_period(Arguments &arguments, CallChoice &choice) {
                    "'10 min ago', or @SECONDS since 1970");
   arguments.parsed("--until TIME", choice.until_ns, parse_moment,
                    "Only calls that began before TIME");
+}
+
+void describe_call_table(Arguments &arguments, CallTableOptions &options) {
+  arguments.flag("--wide", options.wide,
+                 "Dates and complete columns, as in a file (default at a terminal: its width)");
+  arguments.parsed("--columns COLUMN,...", options.columns, parse_call_columns,
+                   "Some of " + join(call_column_names(), ", "));
 }
 
 DecodedCall decoded_call(recording::Call &&call) {
@@ -86,14 +89,8 @@ DecodedCall decoded_call(recording::Call &&call) {
   return decoded;
 }
 
-void describe_recordings(Arguments &arguments, std::vector<std::string> &paths) {
-  arguments.words("FILE", paths, "Recordings, or directories for all *.mrec in them");
-}
-
-std::vector<std::string> resolved(const Session &session, std::vector<std::string> paths) {
-  for (std::string &path : paths)
-    path = session.resolve(path);
-  return paths;
+void describe_recordings(Arguments &arguments, std::vector<std::string> &files) {
+  arguments.words("FILE", files, "Recordings, or directories for all *.mrec in them");
 }
 
 void describe_map(Arguments &arguments, std::string &map_file) {
@@ -120,12 +117,11 @@ AddressIndex register_names(Session &session, const std::string &map_file,
   }
 }
 
-RecordedCalls::RecordedCalls(std::vector<std::string> paths, Purpose purpose,
-                             ReportUnreadable report_unreadable, const AddressIndex &index)
-    : paths_(std::move(paths)),
-      purpose_(purpose),
-      find_target_(target_finder(index)),
-      report_unreadable_(std::move(report_unreadable)) {
+RecordedCalls::RecordedCalls(Session &session, const std::vector<std::string> &files,
+                             Purpose purpose, const AddressIndex &index)
+    : session_(session), purpose_(purpose), find_target_(target_finder(index)) {
+  for (const std::string &file : files)
+    paths_.push_back(session.resolve(file));
   open_new_files();
   if (!sources_.empty())
     return;
@@ -137,7 +133,8 @@ RecordedCalls::RecordedCalls(std::vector<std::string> paths, Purpose purpose,
 void RecordedCalls::open_new_files() {
   for (const std::string &path : paths_) {
     for (const std::string &file : files_at(path)) {
-      if (files_.insert(file).second && can_read([&] { sources_.emplace_back(file, find_target_); }))
+      if (files_.insert(file).second &&
+          can_read([&] { sources_.emplace_back(file, find_target_); }))
         identify(sources_.back());
     }
   }
@@ -154,7 +151,7 @@ bool RecordedCalls::can_read(Step step) {
     if (paths_.size() == 1 && files_.count(paths_[0]) != 0)
       throw OperationFailed(error.what());
     ++unreadable_;
-    report_unreadable_(OperationFailed(error.what()));
+    session_.report.failure(session_.place(), session_.report.command(), error);
     return false;
   }
 }
@@ -248,7 +245,7 @@ size_t RecordedCalls::label_width() const {
   return width;
 }
 
-std::vector<std::string> RecordedCalls::gaps() const {
+void RecordedCalls::report_gaps() const {
   std::vector<std::string> lines;
   for (const Source &source : sources_) {
     const recording::Reader &reader = source.reader;
@@ -261,7 +258,10 @@ std::vector<std::string> RecordedCalls::gaps() const {
     if (!parts.empty())
       lines.push_back(reader.path() + ": " + join(parts, ", "));
   }
-  return lines;
+  if (lines.empty())
+    return;
+  print_error(join(lines, "\n") + "\n");
+  session_.report.result({{"losses", lines}}, "");
 }
 
 }  // namespace mrvctl

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <deque>
-#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -13,6 +12,7 @@
 #include "calls/decoded_call.h"
 #include "commands/arguments.h"
 #include "commands/session.h"
+#include "output/call_table.h"
 #include "reader.h"
 #include "text/errors.h"
 
@@ -22,12 +22,14 @@ namespace mrvctl {
 void describe_choice(Arguments &arguments, CallChoice &choice);
 void describe_period(Arguments &arguments, CallChoice &choice);
 
+// The options of a table of calls.
+void describe_call_table(Arguments &arguments, CallTableOptions &options);
+
 // The call, without its process and its order among those of other processes.
 DecodedCall decoded_call(recording::Call &&call);
 
-// The positional arguments that name recordings, and their paths.
-void describe_recordings(Arguments &arguments, std::vector<std::string> &paths);
-std::vector<std::string> resolved(const Session &session, std::vector<std::string> paths);
+// The positional arguments that name recordings.
+void describe_recordings(Arguments &arguments, std::vector<std::string> &files);
 
 // The option --map, and the names of registers: from its file or the platform, or else none. Throws
 // OperationFailed if the file is not a register map, or if there is none and `reg` requires one.
@@ -41,14 +43,11 @@ class RecordedCalls {
   // last. kFollow accepts a directory without recordings, as they may come.
   enum class Purpose { kShow, kFollow, kReplay };
 
-  // Receives why a file cannot be read, at the moment when this shows.
-  using ReportUnreadable = std::function<void(const OperationFailed &)>;
-
   // Files, and directories for all recordings in them. A file that cannot be read, now or later, is
   // reported, and the others are read on. Throws OperationFailed if no file can be read. Writes of
   // a transaction that was not sent are under way too. The index, which has the addresses of their
   // registers, must outlive this.
-  RecordedCalls(std::vector<std::string> paths, Purpose purpose, ReportUnreadable report_unreadable,
+  RecordedCalls(Session &session, const std::vector<std::string> &files, Purpose purpose,
                 const AddressIndex &index);
 
   // The next call of all files; empty after the last. Within a process they come as the process
@@ -63,8 +62,8 @@ class RecordedCalls {
   size_t files() const { return sources_.size(); }
   size_t label_width() const;
 
-  // What next() could not give, one line per file; empty if it gave all.
-  std::vector<std::string> gaps() const;
+  // Prints on standard error, and as JSON, what next() could not give: one line per file.
+  void report_gaps() const;
 
   // Throws OperationFailed if a file could not be read.
   void throw_if_unreadable() const;
@@ -90,10 +89,10 @@ class RecordedCalls {
   DecodedCall placed(size_t file, DecodedCall &&call, uint64_t monotonic_ns) const;
   std::optional<DecodedCall> under_way(size_t file);
 
+  Session &session_;
   std::vector<std::string> paths_;
   Purpose purpose_;
   recording::FindTarget find_target_;
-  ReportUnreadable report_unreadable_;
   std::set<std::string> files_;  // that were opened, or could not be
   size_t unreadable_ = 0;
   std::deque<Source> sources_;

@@ -175,9 +175,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
   if (session.transaction.open())
     throw OperationFailed("a transaction is open: commit it first");
   const AddressIndex index(session.map());
-  RecordedCalls source(
-      resolved(session, args.files), RecordedCalls::Purpose::kReplay,
-      [&](const OperationFailed &failure) { report_failure(session, failure); }, index);
+  RecordedCalls source(session, args.files, RecordedCalls::Purpose::kReplay, index);
   source.throw_if_unreadable();
   if (args.reset)
     check_control(control<decltype(vp_reset)>("vp_reset")());
@@ -193,7 +191,7 @@ void run_replay(Session &session, const ReplayArgs &args) {
                          {"differences", args.check ? Json(outcome.differences) : Json()},
                          {"first_differences", outcome.first_differences}},
                         text);
-  report_gaps(session, source.gaps());
+  source.report_gaps();
   if (outcome.differences > 0)
     throw OperationFailed("the answers differ from the recording");
 }

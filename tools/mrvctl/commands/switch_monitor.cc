@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "commands/call_files.h"
-#include "commands/call_table.h"
 #include "commands/recorded_calls.h"
 #include "commands/switch.h"
 #include "output/signals.h"
@@ -20,7 +19,7 @@ constexpr size_t kProcessWidth = 20;  // of the column, as later clients are not
 
 struct MonitorArgs {
   CallChoice choice;
-  CallTableArgs table;
+  CallTableOptions table;
   std::string directory;  // empty: no recordings
   uint32_t size = MREC_RING_DEFAULT;
   uint32_t count = 0;  // 0: no end
@@ -57,7 +56,7 @@ int show_calls(Session &session, const MonitorArgs &args, vp_monitor *monitor, C
   CallFiles files(
       args.directory.empty() ? "" : recording_directory(session.resolve(args.directory)),
       args.size);
-  CallTable table(session, index, args.table, kProcessWidth, args.choice.reg);
+  CallTable table(session.report, index, args.table, kProcessWidth, args.choice.reg);
   table.flush();
   const Interrupt scope({SIGINT, SIGTERM});
   while (interrupted == 0 && (args.count == 0 || counts.shown < args.count)) {

@@ -1,11 +1,12 @@
-// Calls as the lines of a table.
-#include "output/call_lines.h"
+// Calls as a table, or as objects.
+#include "output/call_table.h"
 
 #include <algorithm>
 #include <iterator>
 #include <numeric>
 
 #include "calls/call_text.h"
+#include "output/call_json.h"
 #include "text/errors.h"
 #include "text/text.h"
 
@@ -60,14 +61,20 @@ CallColumns parse_call_columns(const std::string &text) {
   return columns;
 }
 
-CallLines::CallLines(const AddressIndex &index, CallFormat format)
-    : index_(index), format_(std::move(format)) {
-  if (format_.columns.empty()) {
-    format_.columns.resize(std::size(kColumns));
-    std::iota(format_.columns.begin(), format_.columns.end(), size_t{0});
+CallTable::CallTable(Report &report, const AddressIndex &index, const CallTableOptions &options,
+                     size_t process_width, const std::optional<RegisterReference> &wanted)
+    : report_(report),
+      index_(index),
+      columns_(options.columns),
+      width_(options.wide ? 0 : report.terminal_width()),
+      process_width_(process_width),
+      wanted_(wanted) {
+  if (columns_.empty()) {
+    columns_.resize(std::size(kColumns));
+    std::iota(columns_.begin(), columns_.end(), size_t{0});
   }
   Row headings = call_column_names();
-  if (format_.width != 0)
+  if (width_ != 0)
     headings[kDuration] = "us";
   for (std::string &heading : headings)
     heading = upper_case(heading);
@@ -76,19 +83,19 @@ CallLines::CallLines(const AddressIndex &index, CallFormat format)
 
 // The last column has what is left. If that is too little, the others are cut, first the one that
 // loses least.
-void CallLines::lay_out() {
-  const bool full = format_.width == 0;
+void CallTable::lay_out() {
+  const bool full = width_ == 0;
   for (const CallColumn &column : kColumns)
     widths_.push_back(full ? column.full : waiting_.size() == 1 ? column.usual : 0);
   if (full) {
-    widths_[kProcess] = format_.process_width;
+    widths_[kProcess] = process_width_;
     return;
   }
   for (size_t column = 0; column < widths_.size(); ++column) {
     for (const Row &row : waiting_)
       widths_[column] = std::max(widths_[column], row[column].size());
   }
-  const CallColumns others(format_.columns.begin(), format_.columns.end() - 1);
+  const CallColumns others(columns_.begin(), columns_.end() - 1);
   size_t used = others.size();  // the gaps
   for (const size_t column : others)
     used += widths_[column];
@@ -96,7 +103,7 @@ void CallLines::lay_out() {
     const size_t min = kColumns[column].cut == Cut::kNever ? SIZE_MAX : kColumns[column].min;
     return widths_[column] - std::min(widths_[column], min);
   };
-  while (used + kMinLast > format_.width && !others.empty()) {
+  while (used + kMinLast > width_ && !others.empty()) {
     const size_t widest =
         *std::max_element(others.begin(), others.end(),
                           [&](size_t one, size_t other) { return excess(one) < excess(other); });
@@ -105,40 +112,43 @@ void CallLines::lay_out() {
     --widths_[widest];
     --used;
   }
-  widths_[format_.columns.back()] = format_.width - std::min(used, format_.width - 1);
+  widths_[columns_.back()] = width_ - std::min(used, width_ - 1);
 }
 
-std::string CallLines::line(const Row &row) const {
-  const bool full = format_.width == 0;
+std::string CallTable::line(const Row &row) const {
+  const bool full = width_ == 0;
   std::string text;
-  for (const size_t column : format_.columns) {
+  for (const size_t column : columns_) {
     const std::string &cell = row[column];
     const std::string shown = full ? cell : cut_text(cell, widths_[column], cut_of(column, cell));
     const int width = static_cast<int>(widths_[column]) * kColumns[column].align;
     text += (text.empty() ? "" : full ? "  " : " ") + format("%*s", width, shown.c_str());
   }
   text.erase(text.find_last_not_of(' ') + 1);
-  return (full ? text : cut_text(text, format_.width, Cut::kEnd)) + "\n";
+  return (full ? text : cut_text(text, width_, Cut::kEnd)) + "\n";
 }
 
-std::string CallLines::add(const DecodedCall &call) {
-  const bool full = format_.width == 0;
-  Row row = call_cells(call, index_, format_.wanted, !full);
+void CallTable::show(const DecodedCall &call) {
+  if (report_.json())
+    return report_.result(call_json(call, index_), "");
+  const bool full = width_ == 0;
+  Row row = call_cells(call, index_, wanted_, !full);
   if (!widths_.empty())
-    return line(row);
+    return report_.result({}, line(row));
   waiting_.push_back(std::move(row));
-  return full || waiting_.size() == kMaxWaiting ? flush() : "";
+  if (full || waiting_.size() == kMaxWaiting)
+    flush();
 }
 
-std::string CallLines::flush() {
-  if (!widths_.empty())
-    return "";
+void CallTable::flush() {
+  if (report_.json() || !widths_.empty())
+    return;
   lay_out();
   std::string text;
   for (const Row &row : waiting_)
     text += line(row);
   waiting_.clear();
-  return text;
+  report_.result({}, text);
 }
 
 }  // namespace mrvctl
