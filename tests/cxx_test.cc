@@ -324,6 +324,8 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   EXPECT_EQ(morvane::read_row(policers, 2, ec), rows[1]);
   EXPECT_EQ(morvane::read_entries(policers, 2, 1, ec), std::vector<uint32_t>(8, 6));
   EXPECT_EQ(morvane::read_block(plain, 3, ec).size(), 3U);
+  morvane::write(plain, 9);
+  EXPECT_TRUE(morvane::read(plain) == 9 && morvane::read(plain, ec) == 9);
   for (int i = 0; i < 4; ++i)
     vp_fail_next_call(EIO);
   EXPECT_TRUE(morvane::read_rows(policers, 1, 2, ec).empty());
@@ -332,7 +334,7 @@ TEST_F(Cxx, moves_words_and_rows_and_refuses_what_is_no_entry) {
   EXPECT_TRUE(morvane::read_block(plain, 3, ec).empty());
   EXPECT_EQ(morvane::read_entries(policers, 1, 1), std::vector<uint32_t>(8, 5));
   has_memory = false;
-  const std::size_t words_read = morvane::read_block(plain, 3, ec).size();
+  const std::size_t words_read = morvane::read_block(plain, morvane::max_words, ec).size();
   has_memory = true;
   EXPECT_EQ(words_read, 0U);
   EXPECT_EQ(ec, morvane::errc::no_buffer);

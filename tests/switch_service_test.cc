@@ -992,23 +992,28 @@ TEST_F(SwitchService, gives_the_group_its_own_socket_and_no_file_that_replaces_i
 }
 
 TEST_F(SwitchService, takes_a_socket_that_was_handed_over_and_tells_when_it_is_ready) {
-  const std::string notify_path = folder_ + "/notify";
-  const Descriptor listener = listen_here(), notified = bind_at(notify_path, SOCK_DGRAM);
-  service_ = spawn({}, [&] {
-    fcntl(dup2(listener.get(), 3), F_SETFD, 0);  // which may be its number already
-    close_range(0, 2, 0);
-    setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
-    setenv("LISTEN_FDS", "1", 1);
-    setenv("NOTIFY_SOCKET", notify_path.c_str(), 1);
-  });
-  std::string state(1000, '\0');
-  state.resize(static_cast<size_t>(recv(notified.get(), state.data(), state.size(), 0)));
-  EXPECT_EQ(state, "READY=1\nSTATUS=Serving at " + address_);
-  EXPECT_EQ(vp_connect(address_.c_str()), 0);
-  EXPECT_EQ(receive(client_that_sends(std::string(100, 'x')), 1000), "");  // nothing of the log
-  EXPECT_EQ(write_register(5), 0);
-  EXPECT_EQ(stop(SIGQUIT), 0);
-  EXPECT_TRUE(std::filesystem::exists(address_));  // its maker removes it
+  const std::string file = address_;
+  for (const std::string &address : {file, "@handed_over_" + std::to_string(getpid())}) {
+    address_ = address;
+    const std::string notify_path = folder_ + (address[0] == '@' ? "/notify" : "/notified");
+    const Descriptor notified = bind_at(notify_path, SOCK_DGRAM);
+    const Descriptor listener = listen_here();
+    service_ = spawn({}, [&] {
+      fcntl(dup2(listener.get(), 3), F_SETFD, 0);  // which may be its number already
+      close_range(0, 2, 0);
+      setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
+      setenv("LISTEN_FDS", "1", 1);
+      setenv("NOTIFY_SOCKET", notify_path.c_str(), 1);
+    });
+    std::string state(1000, '\0');
+    state.resize(static_cast<size_t>(recv(notified.get(), state.data(), state.size(), 0)));
+    EXPECT_EQ(state, "READY=1\nSTATUS=Serving at " + address_);
+    EXPECT_EQ(vp_connect(address_.c_str()), 0);
+    EXPECT_EQ(receive(client_that_sends(std::string(100, 'x')), 1000), "");  // nothing of the log
+    EXPECT_EQ(write_register(5), 0);
+    EXPECT_EQ(stop(SIGQUIT), 0);
+  }
+  EXPECT_TRUE(std::filesystem::exists(file));  // its maker removes it
 }
 
 TEST_F(SwitchService, leaves_the_controls_to_its_owner_and_serves_the_group_alone) {

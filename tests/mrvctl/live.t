@@ -119,6 +119,12 @@ SIGTERM and a closed pipe end mrvctl. The open transaction is lost.
   [143]
   $ tail -n 1 seen
   mrvctl: transaction "x" was never committed: 1 write lost
+  $ sed '3{h;d};$G' open.mrv >sent.mrv
+  $ end_when_shown TERM -f sent.mrv
+  [143]
+  $ grep -c mrvctl: seen
+  0
+  [1]
   $ sed -i s/30/0.1/ open.mrv
   $ mrvctl -f open.mrv | head -n 1
   transaction "x" is open

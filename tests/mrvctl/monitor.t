@@ -33,6 +33,8 @@ processes, except for the times and the callers in transactions.
   $ for file in recorded/*; do calls "$file" >one; calls "monitored/${file#*/}" | cmp - one; done
   $ wc -l <one
   13
+  $ mrvctl calls monitored --since -10m | grep -c mrvctl
+  104
 
 The filters are those of calls. Without --count, ^C or SIGTERM ends it.
 

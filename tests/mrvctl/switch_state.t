@@ -120,6 +120,13 @@ The service keeps its state in a file.
   $ grep HI state
   write HI.2:41 0x00000007
   write HI.2:42 0x00000008
+  $ mkdir gone && morvaned --socket ./kept --state gone/state 2>log &
+  $ mrvctl --switch ./kept read HI.2:41
+  HI.2:41 = 0x00000000 (0)
+  $ rm -r gone && kill $! && wait $!
+  [1]
+  $ sed -n '$s/^[0-9:]* //p' log
+  state not saved: gone/state.new: No such file or directory
   $ echo oops >>state; morvaned --socket ./kept --state state
   morvaned: --state: state:9: not a line of a saved state
   [1]

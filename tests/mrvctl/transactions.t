@@ -54,13 +54,13 @@ A read sends the writes made so far, and leaves the transaction open under anoth
   $ mrvctl commit
   no transaction is open: nothing is sent
   $ mrvctl --json -f - <<E
-  > begin a
+  > begin a-name-of-more-than-31-characters
   > write HI.2:5 3
   > commit
   > E
-  {"command":"begin","name":"a","reorder":false}
+  {"command":"begin","name":"a-name-of-more-than-31-characte","reorder":false}
   {"command":"write","register":"HI.2:5","data":3,"queued":true}
-  {"command":"commit","name":"a","writes":1}
+  {"command":"commit","name":"a-name-of-more-than-31-characte","writes":1}
 
 The library does not report that a commit failed; mrvctl does. A refused transaction writes nothing.
 
@@ -87,6 +87,9 @@ The library does not report that a commit failed; mrvctl does. A refused transac
   fault: EPERM for all calls
   failed as expected: dhs-write HI.0:HI_DHS_LVIF 0 --from 600.dhs: service call failed: Operation not permitted (0x82230001): transaction "load" failed: 512 writes lost
   transaction "Contd XN.." is sent: 88 writes
+  $ { echo begin x; yes write HI.2:5 3 | head -n 512; echo 'switch fault add EPERM'; echo write HI.2:5 4; } | mrvctl -f - 2>&1 | grep lost
+  stdin:515: write HI.2:5 4: service call failed: Operation not permitted (0x82230001): transaction "x" failed: 512 writes lost
+  end: transaction "Contd XN.." was never committed: 1 write lost
   $ mrvctl -f - <<E
   > begin a
   > write HI.2:5 1
