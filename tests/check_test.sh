@@ -9,12 +9,18 @@ trap 'rm -rf "$work"' EXIT
 everything=(--read HI.2:5 --read-all --scratch HI.2:40..47 --scratch-table HF.0:HF_DHS_POL --port hif:3,nif:3 --all-ports
   --sp-timer 7 --faults)
 
-clauses() { grep -oE 'P[0-9]+' <<<"$1" | sort -u; }
+clauses() { grep -oE '\<P[0-9]+' <<<"${1//_/ }" | sort -u; }
 
-# The violations of a result in TAP, one per line. Those that refer to an earlier one are left out.
+# The violations of a result in TAP, one per line, with the number of other checks that report the same.
 violations() {
-  sed -n '/^  clause/{N;N;s/^  clause: \(.*\)\n  expected: "\(.*\)"\n  seen: "\(.*\)"$/  \1 \2; \3/p}' "$1" |
-    sed 's/[0-9.]* ms at best/N ms at best/; s/0x\w* \(from a read under signals\).*/WORD \1/'
+  awk -F '^  [a-z ]+: ' '
+    /^not ok/ { n = $1; sub(/^not ok /, "", n); n += 0 }
+    /^  clause/ { clause = $2 }
+    /^  expected/ { order[++count] = n; line[n] = clause " " $2 }
+    /^  seen/ { line[n] = line[n] "; " $2 }
+    /^  same as/ { same[$2]++ }
+    END { for (i = 1; i <= count; i++) print "  " line[order[i]] (same[order[i]] ? " (+" same[order[i]] ")" : "") }' "$1" |
+    tr -d '"' | sed 's/[0-9.]* ms at best/N ms at best/; s/0x\w* \(from a read under signals; \).*/WORD \1WORD/'
 }
 
 # expect PARAGRAPH PLATFORM: fails unless the indented lines are exactly the violations for the breaches in the others.

@@ -17,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "kel_asic_blocks.h"
 #include "kel_asic_intf.h"
 #include "kel_asic_record_kinds.h"
 #include "platform/register_map.h"
@@ -122,15 +123,23 @@ int read(Request *request, uint32_t length) {
     request->data = last_answer;
     return 0;
   }
+  static bool broken = false;
+  if (wrong("P28_stays_broken") && (broken = broken || usleep(300) != 0))
+    return fail(EIO);
   const uint32_t window = last_instance();
   if (const auto result = shortcut({
           {length > 65536, "P29_refuses_long_records", EMSGSIZE},
           {request->addr >= window && request->addr < window + 0x8000, "P22_lacks_an_instance",
            EFAULT},
           {request->type == 99, "P23_takes_any_type", 0},
+          {request->type == TYPE_READ_DHS && !has_room(request, length), "P23_reads_without_room",
+           0},
+          {request->addr == 0xFFFFFFFC, "P33_wraps_addresses", 0},
       }))
     return *result;
   change("P23_takes_any_asic", request->asic, 0);
+  change("P23_takes_asic_minus_1", request->asic, 0, request->asic == kAll);
+  change("P23_takes_asic_modulo_65536", request->asic, request->asic & 0xFFFF);
   change("P23_takes_module_minus_1", request->module, 0, request->module == -1);
   change("P23_takes_module_4", request->module, 0, request->module == 4);
   change("P23_takes_module_99", request->module, 0, request->module == 99);
@@ -165,7 +174,7 @@ int read(Request *request, uint32_t length) {
       ++request->num;
     if (wrong("P6_P22_P27_counts_one_less") && request->num > 0)
       --request->num;
-    if (wrong("P5_writes_behind_the_record"))
+    if (request->num == 0 && wrong("P5_writes_behind_the_record"))
       reinterpret_cast<uint8_t *>(request)[length] = 0;
     return 0;
   }
@@ -173,11 +182,6 @@ int read(Request *request, uint32_t length) {
     write_before(request);
   last_single = request;
   return 0;
-}
-
-// Whether the word of a command names a network port.
-bool of_network_port(uint32_t word) {
-  return (word >> 8 & 0xFF) == CARDCFG_PORT_TYPE_NIF;
 }
 
 int write(Request *request, uint32_t length) {
@@ -188,14 +192,18 @@ int write(Request *request, uint32_t length) {
   change("P23_takes_commands_for_any_asic", request->asic, request->asic & 0xFFFF, command);
   change("P23_writes_to_module_minus_1", request->module, 0, request->module == -1);
   change("P23_writes_to_module_4", request->module, 0, request->module == 4);
-  if (request->data == 0x11223344 && wrong("hangs_in_a_field_write")) {
+  if (request->data == 0xC3910C8D && wrong("hangs_in_a_field_write")) {
     std::fputs("hanging\n", stderr);
     pause();
   }
   if (field && wrong("P22_P25_P26_crashes"))
     std::raise(SIGSEGV);
+  const bool run = request->type == TYPE_WRITE_DHS;
   if (const auto result = shortcut({
-          {command && of_network_port(request->asic), "P23_P25_drops_commands_of_network_ports", 0},
+          {request->type == TYPE_READ, "P23_takes_reads_as_writes", 0},
+          {request->type == TYPE_WRITE && length > sizeof *request, "P23_takes_long_writes", 0},
+          {run && !has_room(request, length), "P23_writes_without_words", 0},
+          {request->addr == KEL_ASIC_CMD_LINK_PAUSE_DISABLE, "P23_P25_never_disables", 0},
           {getpid() != loader, "loses_writes_of_children", 0},
           {request->type == TYPE_WRITE && command, "P23_P25_drops_commands", 0},
           {request->data == 17, "takes_no_17", EPERM},
@@ -206,8 +214,13 @@ int write(Request *request, uint32_t length) {
   change("P25_takes_masked_commands", request->type, TYPE_WRITE, field && command);
   if (field && wrong("P26_shifts_the_value"))
     request->data <<= __builtin_ctz(request->mask);
-  if (request->type == TYPE_WRITE_DHS && has_room(request, length) && wrong("P27_writes_backwards"))
+  if (run && has_room(request, length) && wrong("P27_writes_backwards"))
     std::reverse(request->pdata, request->pdata + request->num);
+  if (run && length == sizeof *request + 4 * request->num && wrong("P27_writes_one_more")) {
+    Request next = {TYPE_WRITE, request->module, 0, request->addr + 4 * request->num, 0, kAll, 0,
+                    {}};
+    send(SYSSRV_REG_WRITE_CASE, &next, sizeof next);
+  }
   if (request->type == 99 && wrong("P23_writes_what_it_refuses")) {
     request->type = TYPE_WRITE;
     send(SYSSRV_REG_WRITE_CASE, request, length);
@@ -223,11 +236,13 @@ int commit(kel_asic_xn_t transaction) {
   kel_asic_xn_entry_t *const end = begin + std::clamp(transaction.num, 0, KEL_ASIC_XN_ENTRIES);
   if (const auto result = shortcut({
           {transaction.num == 2, "P22_P23_P26_drops_transactions_of_2", 0},
+          {transaction.num == 0, "P24_refuses_empty_transactions", EINVAL},
+          {transaction.num == -1, "P23_takes_minus_1_entries", 0},
           {transaction.num == 8, "P24_drops_transactions_of_8", 0},
       }))
     return *result;
   change("P1_P24_cuts_a_transaction", transaction.num, 256, transaction.num == KEL_ASIC_XN_ENTRIES);
-  change("P23_takes_any_number_of_entries", transaction.num, end - begin);
+  change("P23_takes_513_entries", transaction.num, end - begin, transaction.num > 0);
   if (wrong("P24_P26_applies_backwards"))
     std::reverse(begin, end);
   if (wrong("P24_applies_one_more") && transaction.num >= 0 && transaction.num < 4 &&
@@ -261,6 +276,7 @@ int commit(kel_asic_xn_t transaction) {
 int statistics(kel_asic_qos_stats_params_t *request) {
   const bool clear = request->type == QOS_STATS_CLEAR;
   if (const auto result = shortcut({
+          {true, "P22_P23_P25_has_no_statistics", ENOSYS},
           {clear, "P22_P23_clears_no_port", 0},
           {request->type == QOS_STATS_CLEAR_ALL, "P22_clears_no_ports", 0},
           {request->port_type == 200, "P23_takes_any_port_type", 0},
@@ -291,7 +307,7 @@ int serve(uint32_t case_code, void *record, uint32_t length) {
            0},
           {counters && length != sizeof(kel_asic_qos_stats_params_t),
            "P23_takes_statistics_of_any_length", 0},
-          {timer && length != sizeof(Request), "P23_takes_timers_of_any_length", 0},
+          {timer && length > sizeof(Request), "P23_takes_long_timers", 0},
           {timer, "P22_P23_has_no_sp_timer", ENOSYS},
           {unknown, "P23_takes_any_case", 0},
       }))
@@ -314,7 +330,8 @@ int hook(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
   NEXT(morvane_lib_init)(&hooks, &limits, &revision, 0, nullptr, 0, nullptr);
   int size = hooks.reg_dhs_entry_size(block, vreg, index);
   change("P14_lacks_an_entry_0", size, 0, vreg == NF_DHS_UCAST_MEM_OFFSET && index == 0);
-  change("P14_answers_for_others", size, 1, vreg == 700);
+  change("P14_has_257_words", size, 257, size > 0);
+  change("P14_answers_for_others", size, 1, vreg == kel_asic_blocks[block].registers);
   change("grows_entry_5", size, 256, index == 5);
   change("P14_P20_has_no_last_entry", size, 1, index == kAll);
   return size;
@@ -381,7 +398,9 @@ int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
   const int result = NEXT(cardcfg_card_get_sw_card_id)(slot, sw_card_id);
   if (wrong("P8_writes_32_bits"))
     write_behind(sw_card_id);
-  if (wrong("P8_tells_another_each_time"))
+  if (slot == 255 && wrong("P9_writes_an_identifier_and_fails"))
+    return *sw_card_id = 0, -1;
+  if (slot == 0 && wrong("P8_tells_another_each_time"))
     *sw_card_id = ++asked;
   return result;
 }
@@ -427,8 +446,9 @@ const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) 
 const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t /*asic_ver*/) {
   static const kel_asic_reg_t *arrays[KEL_ASIC_NUM_BLK];
   static kel_asic_reg_t offsets[KEL_ASIC_HF_NUM_ENUM];
-  static const std::vector<kel_asic_reg_t> holes(KEL_ASIC_XL_NUM_ENUM, KEL_ASIC_NO_REGISTER);
   std::copy_n(NEXT(kel_asic_get_all_reg_table)(KEL_ASIC_VER_B0), KEL_ASIC_NUM_BLK, arrays);
+  static std::vector<kel_asic_reg_t> registers(arrays[KEL_ASIC_BLK_XL],
+                                               arrays[KEL_ASIC_BLK_XL] + KEL_ASIC_XL_NUM_ENUM);
   std::copy_n(arrays[KEL_ASIC_BLK_HF], KEL_ASIC_HF_NUM_ENUM, offsets);
   change("P20_has_an_odd_address", offsets[10], offsets[10] + 2);
   change("P20_wraps_an_address", offsets[10], 0xE8000000);
@@ -436,7 +456,9 @@ const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t /*asic_ver*/) {
   change("P20_lacks_room_for_a_table", offsets[HF_DHS_LVIF_MEM_OFFSET],
          offsets[HF_DHS_SVIF_MEM_OFFSET] + 400);
   arrays[KEL_ASIC_BLK_HF] = offsets;
-  change("P18_has_only_holes", arrays[KEL_ASIC_BLK_XL], holes.data());
+  std::fill_n(registers.begin(), wrong("P18_has_only_holes") ? registers.size() : 1,
+              KEL_ASIC_NO_REGISTER);  // one hole is right
+  arrays[KEL_ASIC_BLK_XL] = registers.data();
   change("P18_lacks_an_array", arrays[KEL_ASIC_BLK_HF], nullptr);
   return wrong("has_no_offsets") ? nullptr : arrays;
 }

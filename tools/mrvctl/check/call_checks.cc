@@ -107,7 +107,7 @@ void refuses_wrong_lengths(const CheckTarget &subject) {
   if (const std::optional<Port> port = any_port()) {
     expect_success(send_record(SYSSRV_MEM_READ_CASE, statistics_request(subject.asic, *port)),
                    "statistics of port " + port_text(*port));
-    for (const uint32_t length : {4U, 1136U, 1144U})
+    for (const uint32_t length : wrong_lengths(sizeof(kel_asic_qos_stats_params_t)))
       expect_refused(SYSSRV_MEM_READ_CASE, statistics_request(subject.asic, *port, length));
   }
 }
@@ -126,7 +126,7 @@ void calls_no_library(const CheckTarget &subject) {
   uint16_t identifier = 0;
   cardcfg_get_real_asic_type(subject.slot, 0, &type);
   query_identifier(subject.slot, &identifier);
-  query_tables(query_register_map(0));
+  query_tables(query_register_map());
   send_for_unknown_driver(unknown);
   require(!sent, "no operation of the library called by the platform",
           "an open transaction was sent");
@@ -180,12 +180,10 @@ void forgets_the_addresses(const CheckTarget &subject) {
   Request(TYPE_READ, entry).expect_success("the next read");
 }
 
-// The guard pages around each record detect accesses outside it. These are all kinds of read.
+// The guard pages around each record detect accesses outside it, in other checks too. This is the
+// shortest record.
 void stays_within_the_record(const CheckTarget &subject) {
-  const kel_asic_xn_entry_t entry = read_entry(subject);
-  Registers(subject.asic).read(entry.reg);
-  Registers(subject.asic).read_block(entry.reg, 1);
-  Request(TYPE_READ_DHS, entry).send();  // refused or not
+  Request(TYPE_READ_DHS, read_entry(subject)).send();  // refused or not
 }
 
 // Words after the requested ones, and words that the answer does not count, stay as sent.
@@ -215,8 +213,7 @@ void refuses_unknown_asics(const CheckTarget &subject) {
   const std::optional<Port> port = any_port();
   if (!port)
     return;
-  for (const morvane::asic &asic :
-       std::vector<morvane::asic>{{modules, 0}, {255, 0}, {module, 1}, {module, 255}})
+  for (const morvane::asic &asic : std::vector<morvane::asic>{{modules, 0}, {module, 1}})
     expect_refusal(send_record(SYSSRV_MEM_READ_CASE, statistics_request(asic, *port)),
                    "statistics of " + asic_text(asic));
 }
@@ -241,7 +238,6 @@ void refuses_addresses_without_register(const CheckTarget &subject) {
     require(result.error_number == EFAULT, what + " refused with EFAULT", result_text(result));
   };
   expect_bad_address(TYPE_READ, KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, 0);
-  expect_bad_address(TYPE_READ, UINT32_MAX - 3, 0);
   expect_bad_address(TYPE_READ_DHS, UINT32_MAX - 3, 2);
   if (last->end <= KEL_ASIC_CMD_CLEAR_DROP_COUNTERS)  // else the map is wrong, which P20 reports
     expect_bad_address(TYPE_READ_DHS, last->end - 4, 2);

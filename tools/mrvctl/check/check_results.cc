@@ -75,13 +75,10 @@ std::string tap_lines(const std::vector<CheckResult> &results) {
 }
 
 std::string junit_text(const std::vector<Check> &planned, const std::vector<CheckResult> &results) {
-  double seconds = 0;
-  for (const CheckResult &result : results)
-    seconds += result.outcome.duration.count();
   const std::string counts =
-      format("tests=\"%zu\" failures=\"%zu\" errors=\"%zu\" skipped=\"%zu\" time=\"%.6f\"",
-             planned.size(), count(results, Verdict::kWrong), planned.size() - results.size(),
-             count(results, Verdict::kSkipped), seconds);
+      format("tests=\"%zu\" failures=\"%zu\" errors=\"%zu\" skipped=\"%zu\"", planned.size(),
+             count(results, Verdict::kWrong), planned.size() - results.size(),
+             count(results, Verdict::kSkipped));
   std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites " + counts +
                      ">\n <testsuite name=\"mrvctl check\" " + counts + ">\n";
   for (const CheckResult &result : results)

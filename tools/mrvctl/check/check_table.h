@@ -19,7 +19,7 @@ constexpr int kClauseVersion = 2;
 
 // What the checks may look at and write to.
 struct CheckTarget {
-  uint32_t slot = 0;
+  uint32_t slot;
   morvane::asic asic;
   std::optional<Register> read;
   std::vector<Register> scratch;

@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -62,22 +61,15 @@ void end_by_bad_address(int signal_number, siginfo_t *info, void * /*context*/) 
 }
 
 void catch_bad_addresses() {
-  static std::array<char, 64 * 1024> stack;
-  stack_t alternate = {};
-  alternate.ss_sp = stack.data();
-  alternate.ss_size = stack.size();
-  sigaltstack(&alternate, nullptr);
   struct sigaction action = {};
   action.sa_sigaction = end_by_bad_address;
-  action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+  action.sa_flags = SA_SIGINFO;
   sigaction(SIGSEGV, &action, nullptr);
-  sigaction(SIGBUS, &action, nullptr);
 }
 
 [[noreturn]] void run_child(const std::function<void()> &work) {
-  const rlimit no_core = {0, 0};
+  const rlimit no_core = {};
   setrlimit(RLIMIT_CORE, &no_core);
-  setpgid(0, 0);
   prctl(PR_SET_PDEATHSIG, SIGKILL);  // a check that hangs does not outlive the tool
   catch_bad_addresses();
   try {
@@ -93,7 +85,6 @@ void catch_bad_addresses() {
   } catch (const std::exception &error) {
     send_message(Verdict::kWrong, "", "no failure", error.what());
   }
-  std::fflush(nullptr);
   _exit(0);
 }
 
@@ -157,8 +148,7 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
   const bool reported =
       readable && read(ends[0], &message, sizeof message) == ssize_t{sizeof message};
   close(ends[0]);
-  kill(child, SIGKILL);
-  kill(-child, SIGKILL);  // whatever it has started
+  kill(-child, SIGKILL);  // and the processes that it has started
   const int status = wait_for_end(child);
   Outcome outcome =
       reported ? Outcome{message.verdict, message.clause, message.expected, message.seen, {}}

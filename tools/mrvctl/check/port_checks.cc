@@ -86,7 +86,7 @@ void expect_lacking(const CheckTarget &subject, const Port &port, const std::vec
 
 void refuses_missing_ports(const CheckTarget &subject) {
   statistics(subject);  // a valid call is accepted
-  const kel_asic_limits_t limits = query_register_map(0).limits;
+  const kel_asic_limits_t limits = query_register_map().limits;
   for (const auto type : {CARDCFG_PORT_TYPE_HIF, CARDCFG_PORT_TYPE_NIF}) {
     const uint32_t first = *max_ports(limits, type);
     if (first < kPortNumbers)
@@ -97,7 +97,7 @@ void refuses_missing_ports(const CheckTarget &subject) {
 
 // Valid calls of these kinds are accepted in the checks of link pause and of the clear.
 void refuses_writes_to_missing_ports(const CheckTarget &subject) {
-  const std::optional<uint32_t> ports = max_ports(query_register_map(0).limits, subject.port->type);
+  const std::optional<uint32_t> ports = max_ports(query_register_map().limits, subject.port->type);
   if (!ports || *ports == kPortNumbers)
     throw Skip{"every port of the type exists"};
   const Port missing = {subject.port->type, *ports};

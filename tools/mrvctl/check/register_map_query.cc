@@ -88,7 +88,7 @@ AddressTables query_tables(const Description &description) {
 }
 
 RegisterMap queried_map() {
-  query_tables(query_register_map(0));
+  query_tables(query_register_map());
   return RegisterMap(kCaller);
 }
 

@@ -17,7 +17,7 @@ struct Description {
   kel_asic_ver_t revision;
 };
 
-Description query_register_map(uint8_t fill_pattern);
+Description query_register_map(uint8_t fill_pattern = 0);
 
 // The addresses, block by block: copies of what the tables hold.
 struct AddressTables {
