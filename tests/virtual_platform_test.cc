@@ -268,7 +268,7 @@ TEST_F(VirtualPlatform, has_controls_that_refuse_missing_arguments_and_values_ou
   vp_monitor_close(monitor);
 }
 
-TEST_F(VirtualPlatform, delays_calls_and_answers_another_num_to_the_next_run_alone) {
+TEST_F(VirtualPlatform, answers_another_num_to_the_next_run_alone_and_has_room_for_so_many_faults) {
   Request request = {TYPE_READ, 0, 0, address(KEL_ASIC_BLK_QS, 0, 0)};
   ASSERT_EQ(vp_answer_next_num(3), 0);
   EXPECT_EQ(read(request), 0);
@@ -281,6 +281,12 @@ TEST_F(VirtualPlatform, delays_calls_and_answers_another_num_to_the_next_run_alo
   ASSERT_TRUE(vp_delay_calls(20, 3) == 0 && vp_faults(&fault, &count) == 0 && count == 2);
   EXPECT_TRUE(fault[1].min_delay_us == 20000 && fault[1].max_delay_us == 20000);
   EXPECT_EQ(fault[1].times, 3U);
+  // The used fault goes for the 65th; there is no room for another.
+  for (uint32_t added = count; added <= VP_FAULTS_MAX; ++added)
+    ASSERT_EQ(vp_fail_next_call(EIO), 0);
+  EXPECT_EQ(vp_fail_next_call(EIO), ENOSPC);
+  ASSERT_EQ(vp_faults(&fault, &count), 0);
+  EXPECT_TRUE(count == VP_FAULTS_MAX && fault[0].min_delay_us == 20000);
 }
 
 }  // namespace
