@@ -46,6 +46,9 @@ Recorded calls fit the terminal: columns are as wide as necessary, and cut if th
   $ at_terminal "stty cols 80; mrvctl calls a --columns register,value,caller"
   REGISTER VALUE    CALLER
   "a"      2 writes write a.mrv:2, write a.mrv:3
+  $ at_terminal "stty cols 80; mrvctl last-write HI.2:HI_DHS_LVIF $recordings"
+  HI.2:HI_DHS_LVIF[0] <- 0x0000000f mask 0x000000ff  2026-11-25 10:25:40.697682
+    mrvctl.20637  write-field  ok  write-field examples/refusals.mrv:24 context 24
   $ mrvctl calls $recordings --columns time,date
   mrvctl: --columns: 'date' is not one of the columns time, process, duration, operation, register, value, result, caller
   Try 'mrvctl calls --help'.

@@ -1,5 +1,6 @@
 // calls and last-write.
 #include <deque>
+#include <utility>
 
 #include "calls/call_text.h"
 #include "commands/commands.h"
@@ -124,6 +125,19 @@ struct LastWriteArgs {
   std::string map;
 };
 
+// In one line, or in as many of the width as they need, of which all but the first are indented.
+std::string lines_of(const std::vector<std::string> &parts, size_t width) {
+  const std::string gap = "  ";
+  std::string text, line;
+  for (const std::string &part : parts) {
+    const bool fits = width == 0 || line.size() + gap.size() + part.size() <= width;
+    if (!line.empty() && !fits)
+      text += std::exchange(line, "") + "\n";
+    line += (line.empty() && text.empty() ? "" : gap) + part;
+  }
+  return text + line + "\n";
+}
+
 void run_last_write(Session &session, const LastWriteArgs &args) {
   const AddressIndex index = register_names(session, args.map, args.reference);
   const PlacedRegister reg = {args.reference, session.module, session.asic};
@@ -153,10 +167,11 @@ void run_last_write(Session &session, const LastWriteArgs &args) {
                        {"mask", written.access.mask}};
   if (caller != nullptr)
     add_caller(object["written"], *caller);
-  session.report.result(object, index.text(address) + " <- " + value + "  " +
-                                    local_time_text(last->wall_ns) + "  " + last->process->label +
-                                    "  " + last->operation + "  " + last->outcome +
-                                    (last->lost ? ", lost" : "") + "  " + who + "\n");
+  session.report.result(
+      object, lines_of({index.text(address) + " <- " + value, local_time_text(last->wall_ns),
+                        last->process->label, last->operation,
+                        last->outcome + (last->lost ? ", lost" : ""), who},
+                       session.report.terminal_width()));
   source.throw_if_unreadable();
 }
 
