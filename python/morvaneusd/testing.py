@@ -160,7 +160,7 @@ class Switch:
         place = os.path.join(options.get("cwd") or "", name) if os.sep in name else name
         if shutil.which(place, path=options["env"].get("PATH")) is None:
             raise FileNotFoundError(f"no program {name}")
-        return [_program("mrvctl"), "record", self._recordings, "--", *program]
+        return [_program("mrvctl"), "record", "--exec", self._recordings, "--", *program]
 
     def run(self, program: Sequence[Word], *, check: bool = True, text: bool = True,
             **options: Any) -> subprocess.CompletedProcess[Any]:

@@ -68,7 +68,10 @@ def test_programs():
         assert switch.run(["/usr/bin/env"], env={"A": "B"}, stdout=subprocess.PIPE).stdout.startswith("A=B\n")
         with pytest.raises(FileNotFoundError):
             switch.run(["no_such_program"])
+        assert switch.run(["true"], stderr=subprocess.PIPE).stderr == ""
         running = switch.popen(["sleep", "1000"])
+        shell = switch.popen(["sh", "-c", "echo $$; exec sleep 1000"], stdout=subprocess.PIPE)
+        assert int(shell.stdout.readline()) == shell.pid  # so that kill() ends the program
     assert running.returncode == -15
     assert not switch.directory.exists()
 

@@ -30,6 +30,7 @@ namespace {
 struct RecordArgs {
   std::string directory;
   std::optional<uint32_t> size;
+  bool becomes_program = false;
   std::vector<std::string> program;
 };
 
@@ -39,6 +40,9 @@ void describe_record(Arguments &arguments, RecordArgs &args) {
       "--size N", args.size,
       format("Bytes of calls to keep per process (default: %u)", MREC_RING_DEFAULT), MREC_RING_MIN,
       MREC_RING_MAX);
+  arguments.flag("--exec", args.becomes_program,
+                 "Become PROGRAM, without a report at the end: for a parent that stops, kills or "
+                 "waits for the process itself");
   arguments.words("PROGRAM", args.program, "Program and its arguments");
 }
 
@@ -145,6 +149,8 @@ void run_record(Session &session, const RecordArgs &args) {
     set_variable("MORVANE_RECORD_SIZE", std::to_string(*args.size));
   set_variable("LD_PRELOAD", for_both_sizes(find_recorder()) + others);
   session.report.return_standard_output();
+  if (args.becomes_program)
+    become_program(args.program);
   const std::set<std::string> before = recordings_in(directory);
   const int status = run_program(args.program);
   if (!has_new_calls(directory, before))

@@ -97,6 +97,20 @@ std::string reason_in_elf(const std::string &file) {
   return "";
 }
 
+// As the system takes arguments. Valid as long as the words.
+std::vector<char *> argument_list(const std::vector<std::string> &words) {
+  std::vector<char *> arguments;
+  arguments.reserve(words.size() + 1);
+  for (const std::string &word : words)
+    arguments.push_back(const_cast<char *>(word.c_str()));
+  arguments.push_back(nullptr);
+  return arguments;
+}
+
+[[noreturn]] void throw_cannot_run(const std::vector<std::string> &words, int error) {
+  throw OperationFailed("cannot run " + words[0] + ": " + std::strerror(error));
+}
+
 // Starts a program as `running`. A signal to pass on waits until then. Returns an errno, or 0.
 int start(const std::vector<char *> &arguments) {
   sigset_t passed_on, before;
@@ -121,17 +135,17 @@ int start(const std::vector<char *> &arguments) {
 
 }  // namespace
 
+void become_program(const std::vector<std::string> &words) {
+  execvp(words[0].c_str(), argument_list(words).data());
+  throw_cannot_run(words, errno);
+}
+
 int run_program(const std::vector<std::string> &words) {
-  std::vector<char *> arguments;
-  arguments.reserve(words.size() + 1);
-  for (const std::string &word : words)
-    arguments.push_back(const_cast<char *>(word.c_str()));
-  arguments.push_back(nullptr);
   const SignalHandler passed_on(kPassedOn, pass_on);
   const SignalHandler keys(kKeys, pass_on_unless_key);
   std::signal(SIGCHLD, SIG_DFL);  // a status that is ignored is lost
-  if (const int error = start(arguments))
-    throw OperationFailed("cannot run " + words[0] + ": " + std::strerror(error));
+  if (const int error = start(argument_list(words)))
+    throw_cannot_run(words, error);
   siginfo_t ended = {};
   while (waitid(P_PID, static_cast<id_t>(running), &ended, WEXITED | WNOWAIT) < 0 &&
          errno == EINTR) {

@@ -6,6 +6,9 @@
 
 namespace mrvctl {
 
+// Replaces the tool by a program. Throws OperationFailed.
+[[noreturn]] void become_program(const std::vector<std::string> &words);
+
 // Runs a program, and ends it if the tool is told to end. Returns what waitpid() reports. Throws
 // OperationFailed if the program cannot be run.
 int run_program(const std::vector<std::string> &words);
