@@ -119,10 +119,12 @@ void use_every_key(int ours) {
   EXPECT_TRUE(press("\033[Hw\033[Bj"));
   read_until(ours, "by writes");
   read_until(ours, first_row("  nif:7 "));  // which is chosen no longer
-  const winsize wide = {50, 160, 0, 0};
+  const winsize wide = {60, 160, 0, 0};
   ioctl(ours, TIOCSWINSZ, &wide);
   read_until(ours, "TIMEOUT");
-  expect_part(screen(ours),
+  const std::string seen = screen(ours);
+  EXPECT_EQ(std::count(seen.begin(), seen.end(), '\n'), 58);  // the keys are the last line
+  expect_part(seen,
               "> nif:5     221k    311k   32.3k   3342k   5702k   44.1k   10.3k"
               "   34.3k   33.3k   43.5k   44.6k  rx tx" +
                   std::string(24, '#') + "100%\n");
