@@ -212,6 +212,11 @@ int write(Request *request, uint32_t length) {
     return *result;
   change("P22_P26_writes_the_whole_register", request->type, TYPE_WRITE, field && !command);
   change("P25_takes_masked_commands", request->type, TYPE_WRITE, field && command);
+  if (field && command && !valid_command && wrong("P25_obeys_what_it_refuses")) {
+    request->mask = kAll;
+    send(SYSSRV_REG_WRITE_CASE, request, length);
+    return fail(EFAULT);
+  }
   if (field && wrong("P26_shifts_the_value"))
     request->data <<= __builtin_ctz(request->mask);
   if (run && has_room(request, length) && wrong("P27_writes_backwards"))
@@ -347,6 +352,19 @@ const kel_asic_reg_t *at_the_end_of_memory(const kel_asic_reg_t *array, uint32_t
       std::memcpy(memory + page - 4 * length, array, 4 * length));
 }
 
+// Calls the library in the last of the functions that a check has to call.
+void call_library(uint32_t function) {
+  static uint32_t functions = 0;
+  functions |= 1U << function;
+  if (functions != 0xF || !wrong("P21_calls_the_library"))
+    return;
+  char file[] = "wrong";
+  uint32_t data = 0;
+  decltype(&lib_mrv_asic_read) library_read = nullptr;
+  *reinterpret_cast<void **>(&library_read) = dlsym(RTLD_DEFAULT, "lib_mrv_asic_read");
+  library_read(0, 0, KEL_ASIC_BLK_HI, 0, 0, &data, 0, file, 0, "wrong");
+}
+
 }  // namespace
 
 int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t length) {
@@ -364,8 +382,11 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t lengt
     auto *const request = static_cast<Request *>(params->params);
     earlier = case_code == SYSSRV_REG_READ_CASE && request->data != 0 ? &request->data : nullptr;
   }
-  if (params->caseId != KEL_ASIC_DRIVER_MORVANE && !wrong("P1_P23_serves_every_driver"))
-    return fail(ENODEV);
+  if (params->caseId != KEL_ASIC_DRIVER_MORVANE) {
+    call_library(0);
+    if (!wrong("P1_P23_serves_every_driver"))
+      return fail(ENODEV);
+  }
   const int before = errno;
   const int result = serve(case_code, params->params, length);
   if (wrong("P3_sets_no_errno"))
@@ -376,6 +397,7 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t lengt
 }
 
 int cardcfg_get_real_asic_type(uint32_t slot, uint32_t asic_index, uint32_t *dev_type) {
+  call_library(2);
   const int result = NEXT(cardcfg_get_real_asic_type)(slot, asic_index, dev_type);
   change("P9_writes_and_fails", *dev_type, 0, result != 0);
   change("P7_P16_tells_another_type", *dev_type, 3, result == 0);
@@ -388,13 +410,7 @@ int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
     pause();
   if (wrong("P10_takes_its_time"))
     usleep(20000);
-  if (wrong("P21_calls_the_library")) {
-    char file[] = "wrong";
-    uint32_t data = 0;
-    decltype(&lib_mrv_asic_read) library_read = nullptr;
-    *reinterpret_cast<void **>(&library_read) = dlsym(RTLD_DEFAULT, "lib_mrv_asic_read");
-    library_read(0, 0, KEL_ASIC_BLK_HI, 0, 0, &data, 0, file, 0, "wrong");
-  }
+  call_library(1);
   const int result = NEXT(cardcfg_card_get_sw_card_id)(slot, sw_card_id);
   if (wrong("P8_writes_32_bits"))
     write_behind(sw_card_id);
@@ -407,6 +423,8 @@ int cardcfg_card_get_sw_card_id(uint32_t slot, uint16_t *sw_card_id) {
 
 syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asic_ver_t *asic_ver,
                           uint32_t context, char *file, int line, const char *func) {
+  if (wrong("P32_prints"))
+    std::puts("initialised");
   const KEL_ASIC_fn funcs_before = *funcs;
   const kel_asic_limits_t limits_before = *limits;
   const kel_asic_ver_t version_before = *asic_ver;
@@ -428,6 +446,7 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
 }
 
 const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) {
+  call_library(3);
   static uint32_t calls = 0;
   static const kel_asic_reg_t *arrays[KEL_ASIC_NUM_BLK];
   static kel_asic_reg_t bases[kInstances];

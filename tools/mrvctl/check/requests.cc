@@ -40,9 +40,8 @@ GuardedMemory::GuardedMemory(uint32_t length) : length_(length) {
   std::memset(pages_, kBefore, pages_length_);
   data_ = pages_ + pages_length_ - length;
   const auto begin = reinterpret_cast<uintptr_t>(pages_);
-  const uintptr_t end = begin + pages_length_;
-  add_guard({begin - page, begin, "P5", kWithinLength, "the page before the record was touched"});
-  add_guard({end, end + page, "P5", kWithinLength, "the page after the record was touched"});
+  add_guard({begin - page, begin + pages_length_ + page, "P5", kWithinLength,
+             "a page next to the record was touched"});
 }
 
 void GuardedMemory::fill(const void *content, size_t size) {
