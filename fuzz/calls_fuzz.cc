@@ -5,17 +5,19 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "calls/call_text.h"
 #include "commands/recorded_calls.h"
 #include "host/platform_library.h"
 #include "input_bytes.h"
 #include "kel_asic_lib_common.h"
 #include "output/call_json.h"
-#include "output/call_lines.h"
 #include "output/call_summary.h"
+#include "output/call_table.h"
 #include "reader.h"
 
 using namespace mrvctl;
@@ -81,26 +83,27 @@ const AddressIndex &address_index() {
 }
 
 // All that the tool prints of a call; a line is one line.
-void show(const DecodedCall &call, CallSummary &summary) {
+void show(const DecodedCall &call, CallTable &table, CallSummary &summary) {
   const AddressIndex &index = address_index();
-  for (const size_t width : {0U, 80U, 20U}) {
-    CallLines lines(index, {{}, width, 7, std::nullopt});
-    lines.flush();
-    const std::string line = lines.add(call);
-    require(line.find('\n') == line.size() - 1 && line.find('\033') == std::string::npos);
-    require(width == 0 || line.size() <= width + 1);
+  for (const bool brief : {false, true}) {
+    for (const std::string &cell : call_cells(call, index, std::nullopt, brief))
+      require(cell.find_first_of("\n\033") == std::string::npos);
   }
+  table.show(call);
   call_json(call, index).dump();
   summary.add(call, index);
 }
 
 void show_all(const std::string &path) {
+  static const bool discarded = std::freopen("/dev/null", "w", stdout) != nullptr;
+  require(discarded);
+  Session session;
   CallSummary summary;
+  CallTable table(session.report, address_index(), {}, 7, std::nullopt);
   try {
-    RecordedCalls calls({path}, RecordedCalls::Purpose::kShow, {}, address_index());
+    RecordedCalls calls(session, {path}, RecordedCalls::Purpose::kShow, address_index());
     while (const auto call = calls.next())
-      show(*call, summary);
-    calls.gaps();
+      show(*call, table, summary);
   } catch (const OperationFailed &) {
     return;
   }
