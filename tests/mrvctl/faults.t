@@ -77,3 +77,10 @@ A fault can be a delay, a wrong answer, or a short one. It can be limited to som
   {"command":"switch fault add","effect":"delay 1500 ms","calls":"writes, HF.0:HF_DHS_POL[1] to HF.0:HF_DHS_POL[2].7, module 1"}
   $ mrvctl --json switch fault clear
   {"command":"switch fault clear","number":null}
+
+A fault for the port of another ASIC leaves this one alone.
+
+  $ mrvctl --asic 1 switch fault add EIO --port hif:4
+  fault: EIO for hif:4, ASIC 1
+  $ mrvctl pause on hif:4
+  link pause on for hif:4

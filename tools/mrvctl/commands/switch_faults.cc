@@ -146,8 +146,11 @@ std::string condition_text(const vp_fault &fault, const AddressIndex &index) {
   if ((fault.conditions & VP_IF_REGISTER) != 0)
     parts.push_back(register_text_of(fault, index));
   add(VP_IF_PORT, port_text(fault.port_type, fault.port));
-  if ((fault.conditions & (VP_IF_REGISTER | VP_IF_PORT)) != 0 && fault.module != 0)
+  const bool has_place = (fault.conditions & (VP_IF_REGISTER | VP_IF_PORT)) != 0;
+  if (has_place && fault.module != 0)
     parts.push_back(format("module %d", fault.module));
+  if (has_place && fault.asic != 0)
+    parts.push_back(format("ASIC %u", fault.asic));
   add(VP_IF_CALLER, std::string("caller ") + fault.caller);
   add(VP_IF_PROCESS, format("process %d", fault.process));
   add(VP_IF_PROGRAM, std::string("program ") + fault.program);
