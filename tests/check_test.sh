@@ -29,7 +29,7 @@ expect() {
   breaches=$(grep -v '^ ' <<<"$1" | paste -sd ' ')
   expected=$(grep '^ ' <<<"$1")
   tap=$work/${breaches%% *}.tap
-  MORVANE_WRONG=$breaches "$mrvctl" --slot 5 --module 2 --platform "$platform" check --time-limit 3 "${everything[@]}" \
+  MORVANE_WRONG=$breaches "$mrvctl" --slot 5 --module 2 --platform "$platform" check "${everything[@]}" \
     >"$tap" 2>/dev/null
   status=$?
   found=$(violations "$tap")
@@ -46,7 +46,7 @@ find_breaches() {
   mapfile -t names < <(printf '%s\n' "${runs[@]}" | grep -v '^ ' | tr ' ' '\n')
   [[ ! ${EACH_ALONE-} ]] || runs=("${names[@]}")
   for run in "${runs[@]}"; do
-    while (($(jobs -pr | wc -l) >= 8)); do wait -n; done
+    while (($(jobs -pr | wc -l) >= 4)); do wait -n; done
     expect "$run" "$wrong" &
   done
   wait
