@@ -352,6 +352,14 @@ const kel_asic_reg_t *at_the_end_of_memory(const kel_asic_reg_t *array, uint32_t
       std::memcpy(memory + page - 4 * length, array, 4 * length));
 }
 
+// Reads the word of the call before.
+__attribute__((no_sanitize("address"))) void use_later(const volatile uint32_t *word) {
+  static const volatile uint32_t *earlier = nullptr;
+  if (earlier != nullptr)
+    (void)*earlier;
+  earlier = word;
+}
+
 // Calls the library in the last of four functions that a check calls in this order.
 void call_library(uint32_t function) {
   static uint32_t functions = 0;
@@ -375,13 +383,11 @@ int sse_call2(uint32_t case_code, sys_srvc_case_params_t *params, uint32_t lengt
     return *result;
   if (wrong("P32_prints"))
     std::puts("call");
-  if (wrong("P4_uses_an_earlier_address")) {
-    static volatile uint32_t *earlier = nullptr;
-    if (earlier != nullptr)
-      (void)*earlier;
-    auto *const request = static_cast<Request *>(params->params);
-    earlier = case_code == SYSSRV_REG_READ_CASE && request->data != 0 ? &request->data : nullptr;
-  }
+  const auto *const request = static_cast<Request *>(params->params);
+  if (wrong("P4_uses_an_earlier_address"))
+    use_later(case_code == SYSSRV_REG_READ_CASE && request->data != 0 ? &request->data : nullptr);
+  if (wrong("P4_uses_earlier_parameters"))
+    use_later(&params->caseId);
   if (params->caseId != KEL_ASIC_DRIVER_MORVANE) {
     call_library(4);
     if (!wrong("P1_P23_serves_every_driver"))
