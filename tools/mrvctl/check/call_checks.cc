@@ -263,12 +263,6 @@ void passes_long_records(const CheckTarget &subject) {
   request.expect_success(format("a read in a record of %u bytes", request.memory().length()));
 }
 
-void answers_the_library(const CheckTarget &subject) {
-  init_library(subject.slot);
-  (void)morvane::read(subject.at(*subject.read), kCaller);
-  (void)morvane::read_block(subject.at(*subject.read), 1, kCaller);
-}
-
 }  // namespace
 
 std::vector<Check> call_checks() {
@@ -290,7 +284,6 @@ std::vector<Check> call_checks() {
       {"nothing is touched beyond the length of a record", "P5", kRead, stays_within_the_record},
       {"the answer to a run counts its words", "P6", kRead, counts_the_words_of_a_run},
       {"a record above 64 KiB is passed", "P29", kRead, passes_long_records},
-      {"the library reads through it", "P22", kRead, answers_the_library},
   };
 }
 
