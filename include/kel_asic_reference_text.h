@@ -324,8 +324,12 @@ static inline const char *kel_asic_port_refusal_text(char *text, size_t size, in
       (type == CARDCFG_PORT_TYPE_HIF && number < limits.max_hi) ||
       (type == CARDCFG_PORT_TYPE_NIF && number < limits.max_ni))
     return text;
-  snprintf(text, size, "ports are hif:0 to hif:%u and nif:0 to nif:%u", (unsigned)limits.max_hi - 1,
-           (unsigned)limits.max_ni - 1);
+  if (type != CARDCFG_PORT_TYPE_HIF && type != CARDCFG_PORT_TYPE_NIF &&
+      (type > UINT8_MAX || number > UINT8_MAX))
+    snprintf(text, size, "port types and numbers are 0 to 255");
+  else
+    snprintf(text, size, "ports are hif:0 to hif:%u and nif:0 to nif:%u",
+             (unsigned)limits.max_hi - 1, (unsigned)limits.max_ni - 1);
   return text;
 }
 

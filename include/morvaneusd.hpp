@@ -299,7 +299,7 @@ class target {
   constexpr target(const reg &to) noexcept : target(asic_reg(to)) {}
   /** @param to the raw address */
   constexpr target(const raw_address &to) noexcept
-      : to_(at(KEL_ASIC_NUM_BLK, 0, to.address), to.on), code_(KEL_ASIC_WR_RAW) {}
+      : to_(at(KEL_ASIC_NUM_BLK, UINT32_MAX, to.address), to.on), code_(KEL_ASIC_WR_RAW) {}
   /** @cond */
   template <typename Number, typename = detail::if_number<Number>>
   constexpr target(Number number) noexcept : target(reg(number)) {}
@@ -452,33 +452,29 @@ enum class errc : syserr_t {
 
 namespace detail {
 
-/** A code by its name, with what to do about it. */
-inline std::string code_text(syserr_t result) {
-  switch (result) {
-    case 0:
-      return "success";
-    case static_cast<syserr_t>(errc::wrong_size):
-      return "wrong_size: the words are not complete entries of this table: use its entry size";
-    case static_cast<syserr_t>(errc::already_open):
-      return "already_open: this program has an open batch: end it first";
-    case static_cast<syserr_t>(errc::not_verified):
-      return "not_verified: the register does not hold what was written: the commit was lost, or "
-             "the register keeps other bits; write again";
-    default:
-      return std::string(kel_asic_syserr_name(result)) + ": " + kel_asic_syserr_meaning(result) +
-             ": " + kel_asic_syserr_advice(result);
-  }
-}
-
 class category final : public std::error_category {
  public:
   const char *name() const noexcept override { return "morvane"; }
 
+  /* A code by its name, with what to do about it. */
   std::string message(int value) const override {
     const auto result = static_cast<syserr_t>(value);
+    const auto own = static_cast<errc>(result);
+    std::string text = std::string(kel_asic_syserr_name(result)) + ": " +
+                       kel_asic_syserr_meaning(result) + ": " + kel_asic_syserr_advice(result);
+    if (result == 0)
+      text = "success";
+    if (own == errc::wrong_size)
+      text = "wrong_size: the words are not complete entries of this table: use its entry size";
+    if (own == errc::already_open)
+      text = "already_open: this program has an open batch: end it first";
+    if (own == errc::not_verified)
+      text =
+          "not_verified: the register does not hold what was written: the commit was lost, or "
+          "the register keeps other bits; write again";
     std::array<char, 16> number = {};
     std::snprintf(number.data(), number.size(), " (0x%08X)", static_cast<unsigned>(result));
-    return code_text(result) + number.data();
+    return text + number.data();
   }
 
   std::error_condition default_error_condition(int value) const noexcept override {
@@ -664,7 +660,7 @@ inline std::string place(int module, kel_asic_num_t number) {
 /* What an operation failed on, from single values. */
 
 inline std::string subject(syserr_t, const char *name) {
-  return name == nullptr ? "" : name;
+  return name == nullptr || *name == '\0' ? "without a name" : name;
 }
 
 inline std::string subject(syserr_t result, int module, kel_asic_num_t number) {
@@ -674,8 +670,12 @@ inline std::string subject(syserr_t result, int module, kel_asic_num_t number) {
 inline std::string subject(syserr_t result, int module, kel_asic_num_t number, kel_asic_blk_t block,
                            uint32_t instance, kel_asic_reg_t vreg) {
   const std::string on = " of " + place(module, number);
-  if (block == KEL_ASIC_NUM_BLK)
-    return printed(kel_asic_address_text, vreg) + on +
+  if (block == KEL_ASIC_NUM_BLK && instance == UINT32_MAX)  // a raw address
+    return printed(kel_asic_address_text, vreg) +
+           (kel_asic_command_name(vreg) == nullptr
+                ? on
+                : " with port word " + printed(kel_asic_address_text, number) + " of module " +
+                      std::to_string(module)) +
            refusal(result, kel_asic_place_refusal_text, module, 0U);
   return printed(kel_asic_register_text, block, instance, vreg) + on +
          refusal(result, kel_asic_refusal_text, module, number, block, instance, vreg);

@@ -246,8 +246,8 @@ TEST_F(Cxx, names_the_register_and_the_argument_that_is_refused) {
        [] {
          (void)read(at(static_cast<kel_asic_blk_t>(20), 0, 5).on({4, 0}));
        }},
-      {"read_block 20.0:5 of module 0, ASIC 0: blocks are 0 to 18: ",
-       [] { (void)read_block(at(static_cast<kel_asic_blk_t>(20), 0, 5), 4); }},
+      {"read_block 19.0:5 of module 0, ASIC 0: blocks are 0 to 18: ",
+       [] { (void)read_block(at(KEL_ASIC_NUM_BLK, 0, 5), 4); }},
       {"write_field with mask 0 HI.2:40 of module 0, ASIC 1: ASIC numbers are 0 to 0: ",
        [] {
          write_field(plain.on({0, 1}), 0, 0);
@@ -271,6 +271,11 @@ TEST_F(Cxx, names_the_register_and_the_argument_that_is_refused) {
       {"link_pause_enable hif:32 of module 0, ASIC 0: ports are hif:0 to hif:31 and nif:0 to "
        "nif:7: ",
        [] { link_pause_enable(hif(32)); }},
+      {"get_qos_stats cif:256 of module 0, ASIC 0: port types and numbers are 0 to 255: ",
+       [] {
+         (void)get_qos_stats({CARDCFG_PORT_TYPE_CIF, 256});
+       }},
+      {"batch without a name: ", [] { const batch unnamed(""); }},
       {"prog_sp_timer module 7, ASIC 0: modules are 0 to 3: ", [] { prog_sp_timer(1, {7}); }},
       {"write 0x000000ab of module 9, ASIC 5: modules are 0 to 3: ", [] {
          write(raw(0xAB, {9, 5}), 0);
@@ -282,8 +287,9 @@ TEST_F(Cxx, names_the_register_and_the_argument_that_is_refused) {
 
   vp_fail_next_call(EIO);
   EXPECT_TRUE(
-      thrown_by([] { write(command(KEL_ASIC_CMD_CLEAR_DROP_COUNTERS, hif(0)), 0); },
-                "write KEL_ASIC_CMD_CLEAR_DROP_COUNTERS of module 0, ASIC 768: KEL_ASIC_S"));
+      thrown_by([] { write(command(KEL_ASIC_CMD_LINK_PAUSE_ENABLE, hif(5)), 0); },
+                "write KEL_ASIC_CMD_LINK_PAUSE_ENABLE with port word 0x00000305 of module 0: "
+                "KEL_ASIC_S"));
   EXPECT_TRUE(thrown_by([] { (void)get_qos_stats(nif(8, second)); },
                         "get_qos_stats nif:8 of module 1, ASIC 0: KEL_ASIC_SYSERR_S"));
   EXPECT_EQ(to_string(at(HF_DHS_POL_OFFSET, 3)), "HF.3:HF_DHS_POL");
