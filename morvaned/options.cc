@@ -81,7 +81,9 @@ void describe(CLI::App &app, Options &options) {
 // For the completion of a shell: `morvaned words -- WORD...` lists what may come in place of the
 // last word, options or the kind of their value.
 void print_words(const CLI::App &app, const std::string &before, const std::string &word) {
-  const CLI::Option *const option = app.get_option_no_throw(before);
+  const size_t equals = word.find('=');
+  const CLI::Option *const option =
+      app.get_option_no_throw(equals == std::string::npos ? before : word.substr(0, equals));
   const std::string value = option == nullptr ? "" : option->get_type_name();
   if (value == "PATH" || value == "FILE")
     std::puts("<file>");

@@ -37,6 +37,7 @@ offers "read" mrvctl --calls --slot 3 rea
 offers "read" mrvctl expect-fail rea
 offers "show clear clear-all metrics top" mrvctl help qos ""
 offers "drops pause writes" mrvctl qos top --sort ""
+offers "auto always" mrvctl --color=a
 offers "--help --opts *" mrvctl qos show --
 offers "hif: nif: cif: bif:" mrvctl qos metrics hif ""
 offers "HR. HI. HF." mrvctl read h
@@ -54,9 +55,10 @@ offers "hif:" mrvctl pause on h
 offers "SS HR * XL" mrvctl regs ""
 offers "/etc" mrvctl record /et
 offers "*basename*" mrvctl record /tmp -- basenam
+offers "/etc" mrvctl record /tmp -- basename /et
 offers "/etc" mrvctl dhs-write HI.2:HI_DHS_LVIF[0] --from /et
 offers "--socket --state --stop-at-eof" morvaned --s
-offers "/etc" morvaned --verbose --state /et
+offers "/etc" morvaned --verbose --state=/et
 offers "*daemon*" morvaned --group d
 
 if command -v zsh >/dev/null; then

@@ -206,7 +206,7 @@ TEST(Shell, survives_interrupts_and_asks_about_an_open_transaction) {
     start(tool, {"-f", "-"});
     talk(tool, {{"mrv> ", "begin x\nwrite HI.2:5 7\nquit\n"},
                 {"Commit it? ", answer},
-                {"transaction \"x\" was never committed: 1 write lost", ""}});
+                {"\r\n\033[31mend: transaction \"x\" was never committed: 1 write lost", ""}});
     EXPECT_EQ(wait_for(tool), 1);
   }
 }

@@ -9,12 +9,13 @@ _morvane() {
   if [[ ${COMPREPLY[0]-} == "<"* ]]; then
     local action=${COMPREPLY[0]:1:-1}
     compopt -o filenames 2>/dev/null
-    mapfile -t COMPREPLY < <(compgen -A "$action" -- "$word")
+    mapfile -t COMPREPLY < <(compgen -A "$action" -- "${word#--*=}")
     return
   fi
   [[ ${COMPREPLY[*]} != *[.:] ]] || compopt -o nospace 2>/dev/null
-  # The shell replaces only what follows the last colon.
+  # The shell replaces only what follows the last colon or equals sign.
   [[ $word != *:* || $COMP_WORDBREAKS != *:* ]] || COMPREPLY=("${COMPREPLY[@]#*:}")
+  [[ $word != *=* || $COMP_WORDBREAKS != *=* ]] || COMPREPLY=("${COMPREPLY[@]#*=}")
 }
 
 complete -F _morvane mrvctl morvaned

@@ -94,7 +94,7 @@ A command line that is not understood:
   {"command":null,"file":null,"line":null,"error":{"code":null,"name":"USAGE","text":"no command"}}
   [2]
   $ mrvctl --json -f
-  {"command":null,"file":null,"line":null,"error":{"code":null,"name":"USAGE","text":"--file: 1 required FILE missing"}}
+  {"command":null,"file":null,"line":null,"error":{"code":null,"name":"USAGE","text":"--file: missing FILE"}}
   [2]
   $ mrvctl -f /dev/null info
   mrvctl: give either a command or a script

@@ -76,6 +76,12 @@ Without a screen it prints lines, until ^C.
   $ grep -c -a '\^C.$' seen
   1
 
+A shell that was stopped shows its prompt again.
+
+  $ TERM=dumb type_when_shown '\032quit\n' 'mrv> ' "bash -mc 'mrvctl --switch none shell --plain; fg'"
+  $ grep -c -a 'mrv> ' seen
+  2
+
 With --dry-run each line that is typed is only checked.
 
   $ type_in() { TERM=dumb script -qec "$*" /dev/null | tr -d '\r' | grep '^stdin\|^HI'; }

@@ -60,18 +60,9 @@ std::string word_list(const Parser &parser) {
 [[noreturn]] void run_in_rlwrap(const Session &session, const Parser &parser,
                                 const std::vector<std::string> &command_line) {
   const std::string tool = std::filesystem::read_symlink("/proc/self/exe");
-  std::vector<std::string> words = {"rlwrap",
-                                    "--no-warnings",
-                                    "--case-insensitive",
-                                    "-D",
-                                    "2",
-                                    "-H",
-                                    history_file(),
-                                    "-b",
-                                    ":[",
-                                    "-f",
-                                    word_list(parser),
-                                    tool};
+  std::vector<std::string> words =
+      split("rlwrap --no-warnings --case-insensitive -D 2 -b :[ -H", ' ');
+  words.insert(words.end(), {history_file(), "-f", word_list(parser), tool});
   words.insert(words.end(), command_line.begin() + 1, command_line.end());
   words.emplace_back("--plain");
   std::vector<char *> arguments(words.size() + 1);
@@ -136,9 +127,11 @@ class Prompt {
       interrupt_.show_prompt(printable("transaction \"" + open.name() + "\" is open with " +
                                        open.pending_text() + ". Commit it? (yes, no, cancel) "));
       std::string answer;
-      if (!std::getline(std::cin, answer) || answer == "no" || answer == "n")
-        return true;
+      if (!std::getline(std::cin, answer))
+        print_error("\n");
       PromptInterrupt::run_command();
+      if (!std::cin || answer == "no" || answer == "n")
+        return true;
       if (answer == "cancel" || answer == "c")
         return false;
       if (answer == "yes" || answer == "y")

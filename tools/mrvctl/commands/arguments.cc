@@ -155,6 +155,9 @@ std::string refusal_text(const CLI::App &app, const CLI::ParseError &error) {
   if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr)
     return "unexpected argument: " + join(app.remaining(true), " ");
   std::string text = error.what();
+  const size_t number = text.find("1 required ");  // and "... missing" at the end
+  if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr && number != std::string::npos)
+    return text.replace(number, 10, "missing").substr(0, text.rfind(' '));
   if (dynamic_cast<const CLI::RequiredError *>(&error) == nullptr)
     return text;
   const std::string name = text.substr(0, text.find(" is required"));
@@ -460,6 +463,8 @@ Expected Parser::expected(const std::vector<std::string> &words) const {
   if (!arguments.empty() &&
       (position < arguments.size() || arguments.back()->get_expected_max() > 1))
     found.value = value_name(arguments[std::min(position, arguments.size() - 1)]);
+  if (position >= arguments.size() && found.value == "PROGRAM")
+    found.value = "FILE";  // as an argument of the program most often is
   return found;
 }
 

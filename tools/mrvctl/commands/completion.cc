@@ -93,9 +93,17 @@ Words value_words(Session &session, const std::string &value, const std::string 
   return {};
 }
 
-Words words_for(Session &session, const Parser &parser, const Words &typed) {
+Words words_for(Session &session, const Parser &parser, Words typed) {
+  std::string before;
+  const size_t equals = typed.back().find('=');
+  if (typed.back().rfind("--", 0) == 0 && equals != std::string::npos) {  // --option=value
+    before = typed.back().substr(0, equals + 1);
+    typed.push_back(typed.back().substr(equals + 1));
+    typed[typed.size() - 2].resize(equals);
+  }
   const size_t part = typed.back().rfind(',') + 1;  // of a list, the part after the last comma
-  const std::string before = typed.back().substr(0, part), word = typed.back().substr(part);
+  before += typed.back().substr(0, part);
+  const std::string word = typed.back().substr(part);
   const Expected expected = parser.expected(typed);
   Words words = expected.words;
   try {

@@ -45,8 +45,7 @@ std::atomic<void (*)()> resume_screen = no_screen, leave_screen = no_screen;
 void end_line_of_interrupt(int signal_number) {
   termios modes = {};
   if (signal_number == SIGINT && tcgetattr(STDERR_FILENO, &modes) == 0 && (modes.c_lflag & ECHO))
-      [[maybe_unused]]
-    const ssize_t written = write(STDERR_FILENO, "\n", 1);
+    write_error("\n");
 }
 
 void on_interrupt(int signal_number) {
@@ -65,8 +64,17 @@ void on_prompt_interrupt(int) {
   if (shown != nullptr)
     write_error(*shown);
   else if (cancelled != 0)
-    write_error("waiting for an answer of the switch; ^\\ ends the shell\n");
+    write_error("waiting for the switch, or for ^D after input; ^\\ ends the shell\n");
   cancelled = shown == nullptr ? 1 : 0;
+  errno = error_number;
+}
+
+// A leader of a session, as the tool is in rlwrap, was not stopped by ^Z: rlwrap was.
+void on_prompt_continue(int) {
+  const int error_number = errno;
+  const std::string *const shown = prompt.load();
+  if (shown != nullptr && getsid(0) != getpid())
+    write_error(*shown);
   errno = error_number;
 }
 
@@ -150,7 +158,8 @@ Interrupt::Interrupt(std::initializer_list<int> signals) : handler_(signals, on_
   interrupted = 0;
 }
 
-PromptInterrupt::PromptInterrupt() : handler_({SIGINT}, on_prompt_interrupt) {
+PromptInterrupt::PromptInterrupt()
+    : interrupt_({SIGINT}, on_prompt_interrupt), continue_({SIGCONT}, on_prompt_continue) {
   in_shell = 1;
 }
 

@@ -48,7 +48,7 @@ class Interrupt {
 };
 
 // ^C in a shell while it lives: shows the prompt again on a new line, or ends the command that runs
-// and not the tool.
+// and not the tool. The prompt is shown again too if the shell was stopped.
 class PromptInterrupt {
  public:
   PromptInterrupt();
@@ -60,7 +60,7 @@ class PromptInterrupt {
 
  private:
   std::string text_;
-  SignalHandler handler_;
+  SignalHandler interrupt_, continue_;
 };
 
 // Throws OperationFailed if ^C has ended the command of a shell.
