@@ -2,6 +2,7 @@
 #include "commands/completion.h"
 
 #include <algorithm>
+#include <map>
 
 #include "commands/commands.h"
 #include "host/platform_library.h"
@@ -68,42 +69,33 @@ Words value_words(Session &session, const std::string &value, const std::string 
   const std::string kind = value.substr(0, value.find(','));
   if (is_choice(kind))
     return split(kind, '|');
-  if (kind == "FILE" || kind == "PATH" || kind == "OUT")
-    return {"<file>"};
-  if (kind == "DIR")
-    return {"<directory>"};
-  if (kind == "PROGRAM")
-    return {"<command>"};
   if (kind == "REGISTER" || kind == "TABLE")
     return register_words(session, word, kind == "TABLE");
-  if (kind == "BLOCK")
-    return block_words();
-  if (kind == "PORT" || kind == "PORTS")
-    return port_words();
-  if (kind == "TARGET")
-    return {"hif:", "nif:", "asic"};
-  if (kind == "COLUMN")
-    return call_column_names();
-  if (kind == "CODE")
-    return result_words();
-  if (kind == "ERRNO")
-    return errno_names();
-  if (kind == "OPERATION")
-    return {std::begin(kel_asic_operations), std::end(kel_asic_operations)};
-  return {};
+  const std::map<std::string, Words> words = {
+      {"FILE", {"<file>"}},
+      {"PATH", {"<file>"}},
+      {"OUT", {"<file>"}},
+      {"DIR", {"<directory>"}},
+      {"PROGRAM", {"<command>"}},
+      {"BLOCK", block_words()},
+      {"PORT", port_words()},
+      {"PORTS", port_words()},
+      {"TARGET", {"hif:", "nif:", "asic"}},
+      {"COLUMN", call_column_names()},
+      {"CODE", result_words()},
+      {"ERRNO", errno_names()},
+      {"OPERATION", {std::begin(kel_asic_operations), std::end(kel_asic_operations)}}};
+  const auto known = words.find(kind);
+  return known == words.end() ? Words() : known->second;
 }
 
 Words words_for(Session &session, const Parser &parser, Words typed) {
-  std::string before;
-  const size_t equals = typed.back().find('=');
-  if (typed.back().rfind("--", 0) == 0 && equals != std::string::npos) {  // --option=value
-    before = typed.back().substr(0, equals + 1);
-    typed.push_back(typed.back().substr(equals + 1));
-    typed[typed.size() - 2].resize(equals);
+  const size_t part = typed.back().find_last_of(",=") + 1;  // of a list, or of --option=value
+  const std::string before = typed.back().substr(0, part), word = typed.back().substr(part);
+  if (before.rfind("--", 0) == 0) {
+    typed.back() = before.substr(0, before.find('='));
+    typed.push_back(word);
   }
-  const size_t part = typed.back().rfind(',') + 1;  // of a list, the part after the last comma
-  before += typed.back().substr(0, part);
-  const std::string word = typed.back().substr(part);
   const Expected expected = parser.expected(typed);
   Words words = expected.words;
   try {
