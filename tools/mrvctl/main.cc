@@ -21,8 +21,6 @@ struct Options {
   bool interactive = false;
   bool dry_run = false;
   bool calls = false;
-  bool json = false;
-  Colour colour = Colour::kAuto;
 };
 
 constexpr char kDescription[] =
@@ -40,9 +38,9 @@ void describe_options(Arguments &arguments, Options &options, Session &session) 
   arguments.flag("--keep-going", options.keep_going, "Continue after a failed command");
   arguments.flag("--interactive", options.interactive, "With -f -: run each line as it comes");
   arguments.flag("--dry-run", options.dry_run, "Check the syntax only");
-  arguments.flag("--json", options.json, "Print results as JSON, one object per line");
+  arguments.flag("--json", session.report.json, "Print results as JSON, one object per line");
   arguments.flag("--calls", options.calls, "Show each service call on standard error");
-  arguments.parsed("--color auto|always|never", options.colour, parse_colour,
+  arguments.parsed("--color auto|always|never", session.report.colour, parse_colour,
                    "Use colours (default: auto)");
   arguments.word("--platform FILE", session.platform,
                  "Platform library (default: $MORVANE_PLATFORM)");
@@ -103,9 +101,6 @@ void run(Runner &runner, Session &session, const Options &options, const Script 
 // A chosen command is a script of one line.
 int run_and_close(Runner &runner, Session &session, const Options &options, const Command &chosen,
                   const std::string &shown) {
-  if (options.json)
-    session.report.use_json();
-  session.report.use_colour(options.colour);
   session.report.take_standard_output();
   const SignalHandler ending({SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}, end_by_signal);
   Script script = {shown, {{0, shown, chosen}}};
@@ -121,22 +116,18 @@ int run_and_close(Runner &runner, Session &session, const Options &options, cons
   return runner.status();
 }
 
-int refuse(const std::string &text, const std::string &command, const Options &options) {
-  Report report;
+int refuse(Report &report, const std::string &text, const std::string &command) {
   report.set_command(command);
-  report.use_colour(options.colour);
-  if (options.json)
-    report.use_json();
   report.failure({}, "mrvctl", UsageError(text));
-  if (!options.json)
+  if (!report.json)
     print_error("Try 'mrvctl " + command + (command.empty() ? "" : " ") + "--help'.\n");
   return static_cast<int>(Status::kUsage);
 }
 
-int refuse_without_command(const Options &options) {
-  if (!options.json)
+int refuse_without_command(Report &report) {
+  if (!report.json)
     print_error(std::string(kDescription) + "\nUsage: mrvctl [OPTIONS] COMMAND\n");
-  return refuse("no command", "", options);
+  return refuse(report, "no command", "");
 }
 
 int parse_and_run(int argc, char **argv) {
@@ -162,15 +153,15 @@ int parse_and_run(int argc, char **argv) {
     return static_cast<int>(std::cout ? Status::kDone : Status::kFailed);
   } catch (const ArgumentsRefused &refusal) {
     // The parser may have stopped before it came to the option.
-    options.json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
-    return refuse(refusal.what(), refusal.command(), options);
+    session.report.json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
+    return refuse(session.report, refusal.what(), refusal.command());
   }
   if (chosen.run && !options.script.empty())
-    return refuse("give either a command or a script", chosen.name, options);
+    return refuse(session.report, "give either a command or a script", chosen.name);
   if (!chosen.run && options.script.empty())
-    return refuse_without_command(options);
+    return refuse_without_command(session.report);
   if (options.interactive && options.script != "-")
-    return refuse("--interactive is for -f -", "", options);
+    return refuse(session.report, "--interactive is for -f -", "");
   if (is_interactive(options))
     chosen = parser.parse({"shell", "--plain"});
   return run_and_close(runner, session, options, chosen, shown_command(chosen.name, argc, argv));

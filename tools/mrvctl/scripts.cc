@@ -150,7 +150,7 @@ Script Runner::read_script(const std::string &path) {
 
 bool Runner::run_line(const std::string &name, const ScriptLine &line) {
   if (line.number > 0)
-    session_.set_place(name, line.number);
+    session_.place = {name, line.number};
   return run(line.command.name, place(name, line), line.shown, [&] { line.command.run(session_); });
 }
 

@@ -33,6 +33,7 @@ struct PortReading {
   Port port;
   syserr_t result;
   kel_asic_qos_stats_t stats;  // zero unless the result is 0
+  double at = 0;               // monotonic_seconds() when it came
 };
 
 std::vector<Counters> qos_counters(const kel_asic_qos_stats_t &stats);

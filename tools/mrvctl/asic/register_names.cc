@@ -41,12 +41,4 @@ std::string register_word(const std::string &text) {
   return name;
 }
 
-std::optional<kel_asic_blk_t> block_with(const std::string &name) {
-  for (const RegisterName &named : kel_asic_register_names) {
-    if (named.name == name)
-      return named.block;
-  }
-  return std::nullopt;
-}
-
 }  // namespace mrvctl

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,8 +26,5 @@ kel_asic_blk_t parse_block(const std::string &text);
 
 // A register's name as the tables have it: in upper case, without _OFFSET.
 std::string register_word(const std::string &text);
-
-// The block that has a register of that name; empty if none has.
-std::optional<kel_asic_blk_t> block_with(const std::string &name);
 
 }  // namespace mrvctl

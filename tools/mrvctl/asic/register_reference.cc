@@ -14,9 +14,11 @@ bool is_table(kel_asic_blk_t block, kel_asic_reg_t vreg) {
 }
 
 [[noreturn]] void refuse_register_name(kel_asic_blk_t block, const std::string &word) {
-  if (const std::optional<kel_asic_blk_t> other = block_with(word))
-    throw UsageError("register " + word + " is in block " + kel_asic_blk_names[*other] +
-                     ", not in " + kel_asic_blk_names[block]);
+  for (const RegisterName &named : kel_asic_register_names) {
+    if (named.name == word)
+      throw UsageError("register " + word + " is in block " + kel_asic_blk_names[named.block] +
+                       ", not in " + kel_asic_blk_names[block]);
+  }
   std::vector<std::string> names;
   for (const RegisterName &named : named_registers(block))
     names.emplace_back(named.name);

@@ -40,13 +40,4 @@ std::optional<Table> find_table(const RegisterMap &map, kel_asic_blk_t block, ke
   return Table{block, vreg, row.words, row.highest_index, false};
 }
 
-std::vector<Table> named_tables(const RegisterMap &map) {
-  std::vector<Table> tables;
-  for (const RegisterName &named : kel_asic_register_names) {
-    if (const std::optional<Table> table = find_table(map, named.block, named.vreg))
-      tables.push_back(*table);
-  }
-  return tables;
-}
-
 }  // namespace mrvctl

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 #include "asic/asic_map.h"
 
@@ -23,8 +22,5 @@ struct Table {
 
 // The table that a register is; empty where it is none.
 std::optional<Table> find_table(const RegisterMap &map, kel_asic_blk_t block, kel_asic_reg_t vreg);
-
-// The table registers that have a name.
-std::vector<Table> named_tables(const RegisterMap &map);
 
 }  // namespace mrvctl

@@ -16,12 +16,10 @@ bool touches(const DecodedCall &call, const RegisterReference &reg, const Addres
 }
 
 bool has_caller(const DecodedCall &call, const std::string &text) {
-  const auto has_text = [&text](const std::shared_ptr<const Caller> &caller) {
-    return caller != nullptr && caller_text(*caller).find(text) != std::string::npos;
-  };
-  if (const auto *transaction = std::get_if<TransactionFields>(&call.request))
-    return std::any_of(transaction->callers.begin(), transaction->callers.end(), has_text);
-  return caller_text(call).find(text) != std::string::npos;
+  const std::vector<Access> all = accesses(call);
+  return std::any_of(all.begin(), all.end(), [&text](const Access &access) {
+    return access.caller != nullptr && caller_text(*access.caller).find(text) != std::string::npos;
+  });
 }
 
 }  // namespace
@@ -38,15 +36,14 @@ bool is_chosen(const CallChoice &choice, const DecodedCall &call, const AddressI
   return !choice.reg || touches(call, *choice.reg, index);
 }
 
-std::optional<WrittenWord> last_written(const DecodedCall &call, const PlacedRegister &placed,
-                                        const AddressIndex &index) {
+std::optional<WrittenWord> last_written(const DecodedCall &call, const RegisterReference &reg,
+                                        const morvane::asic &asic, const AddressIndex &index) {
   if (!is_write(call.request))
     return std::nullopt;
   const std::vector<Access> all = accesses(call);
   for (auto access = all.rbegin(); access != all.rend(); ++access) {
-    const auto word = index.last_word_of(placed.reg, access->address, access->words);
-    if (word && static_cast<uint32_t>(access->module) == placed.module &&
-        access->asic == placed.asic)
+    const auto word = index.last_word_of(reg, access->address, access->words);
+    if (word && access->module == asic.module && access->asic == asic.number)
       return WrittenWord{*access, *word};
   }
   return std::nullopt;

@@ -21,19 +21,12 @@ struct CallChoice {
 
 bool is_chosen(const CallChoice &choice, const DecodedCall &call, const AddressIndex &index);
 
-// A register of one module and ASIC.
-struct PlacedRegister {
-  RegisterReference reg;
-  uint32_t module;
-  uint32_t asic;
-};
-
-// The last word that a call writes into a register, and its place.
+// The last word that a call writes into a register of an ASIC, and its place.
 struct WrittenWord {
   Access access;
   uint32_t word;  // of the access
 };
-std::optional<WrittenWord> last_written(const DecodedCall &call, const PlacedRegister &placed,
-                                        const AddressIndex &index);
+std::optional<WrittenWord> last_written(const DecodedCall &call, const RegisterReference &reg,
+                                        const morvane::asic &asic, const AddressIndex &index);
 
 }  // namespace mrvctl

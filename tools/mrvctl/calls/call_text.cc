@@ -20,6 +20,16 @@ constexpr size_t kEntriesShown = 4, kEntriesInTable = 3;
 constexpr size_t kDateLength = 11, kBriefTimeLength = 12;  // "2026-11-25 ", "10:25:40.651"
 constexpr char kCommandPrefix[] = "KEL_ASIC_CMD_";
 
+// As the public headers call them.
+constexpr const char *kTypes[] = {"TYPE_READ", "TYPE_WRITE", "TYPE_WRITE_FIELD", "TYPE_READ_DHS",
+                                  "TYPE_WRITE_DHS"};
+constexpr const char *kQosTypes[] = {"QOS_STATS_GET", "QOS_STATS_CLEAR", "QOS_STATS_CLEAR_ALL"};
+
+template <size_t kCount>
+const char *type_name(const char *const (&names)[kCount], uint32_t type) {
+  return type < kCount ? names[type] : "unknown type";
+}
+
 const char *case_name(uint32_t case_code) {
   const kel_asic_case_t *const known = kel_asic_find_case(case_code);
   return known == nullptr ? "unknown case" : known->name;
@@ -51,7 +61,7 @@ struct RequestText {
   std::string operator()(const RegisterFields &request) const {
     std::string text =
         format("%s, module=%d, asic=0x%x, addr=%s, data=0x%x, mask=0x%x, num=%u",
-               register_type_name(request.type), request.module, request.asic,
+               type_name(kTypes, request.type), request.module, request.asic,
                address_text(request.address).c_str(), request.data, request.mask, request.num);
     if (request.type == TYPE_WRITE_DHS)
       text += ", words=" + words_text(request.words);
@@ -77,7 +87,7 @@ struct RequestText {
   }
 
   std::string operator()(const QosFields &request) const {
-    return format("%s, module=%u, asic=%u, port=%s, opts=0x%x", qos_type_name(request.type),
+    return format("%s, module=%u, asic=%u, port=%s, opts=0x%x", type_name(kQosTypes, request.type),
                   request.module, request.asic, port_text(request.port_type, request.port).c_str(),
                   request.opts);
   }

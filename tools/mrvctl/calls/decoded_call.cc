@@ -16,15 +16,6 @@ using Bytes = std::vector<uint8_t>;
 constexpr size_t kRegisterHeader = sizeof(kel_asic_reg_access_params_t);
 constexpr size_t kTransactionHeader = offsetof(kel_asic_xn_t, xn);
 
-constexpr const char *kTypes[] = {"TYPE_READ", "TYPE_WRITE", "TYPE_WRITE_FIELD", "TYPE_READ_DHS",
-                                  "TYPE_WRITE_DHS"};
-constexpr const char *kQosTypes[] = {"QOS_STATS_GET", "QOS_STATS_CLEAR", "QOS_STATS_CLEAR_ALL"};
-
-template <size_t kCount>
-const char *type_name(const char *const (&names)[kCount], uint32_t type) {
-  return type < kCount ? names[type] : "unknown type";
-}
-
 // By value, so that no field is read where it is not aligned.
 template <typename Record>
 Record copy_of(const Bytes &bytes) {
@@ -116,14 +107,6 @@ std::string outcome_of(const DecodedCall &call) {
 
 }  // namespace
 
-const char *register_type_name(uint32_t type) {
-  return type_name(kTypes, type);
-}
-
-const char *qos_type_name(uint32_t type) {
-  return type_name(kQosTypes, type);
-}
-
 bool is_command(const RegisterFields &request) {
   return request.type == TYPE_WRITE && kel_asic_is_command(request.address) != 0;
 }
@@ -167,7 +150,7 @@ std::vector<Access> accesses(const DecodedCall &call) {
   if (const auto *reg = std::get_if<RegisterFields>(&call.request)) {
     const uint32_t mask = reg->type == TYPE_WRITE_FIELD ? reg->mask : UINT32_MAX;
     all.push_back({reg->module, reg->asic, reg->address, is_run(*reg) ? reg->num : 1, mask,
-                   register_values(call, *reg), nullptr});
+                   register_values(call, *reg), reg});
   }
   if (const auto *transaction = std::get_if<TransactionFields>(&call.request)) {
     for (size_t i = 0; i < transaction->entries.size(); ++i) {
@@ -178,7 +161,7 @@ std::vector<Access> accesses(const DecodedCall &call) {
                      1,
                      entry.mask,
                      {entry.data},
-                     transaction->callers[i]});
+                     transaction->callers[i].get()});
     }
   }
   return all;

@@ -99,15 +99,11 @@ struct Access {
   uint32_t address;
   uint32_t words;
   uint32_t mask;
-  std::vector<uint32_t> values;          // as many as are known
-  std::shared_ptr<const Caller> caller;  // of an entry of a transaction, if it is known
+  std::vector<uint32_t> values;  // as many as are known
+  const Caller *caller;          // in the call; null if it is unknown
 };
 
 std::vector<Access> accesses(const DecodedCall &call);
-
-// "TYPE_READ", "QOS_STATS_GET" ..., as the public headers call them.
-const char *register_type_name(uint32_t type);
-const char *qos_type_name(uint32_t type);
 
 // Whether the service is asked to change something.
 bool is_write(const Fields &request);

@@ -43,7 +43,7 @@ uint32_t any_address(const CheckTarget &subject) {
     if (const std::optional<Register> reg = plain_register(map, info.block, 0))
       return map.address(*reg);
   }
-  throw Skip{"the map has no plain register"};
+  throw skipped("the map has no plain register");
 }
 
 // The register of --read.
@@ -67,7 +67,7 @@ CallResult send_for_unknown_driver(const Request &request) {
 void expect_accepted(const CheckTarget &subject) {
   const std::optional<CallResult> result = send_accepted_call(subject);
   if (!result)
-    throw Skip{"needs --read, as the limits have no port"};
+    throw skipped("needs --read, as the limits have no port");
   expect_success(*result, "a valid call, sent before the refusals");
 }
 
@@ -226,7 +226,7 @@ void refuses_addresses_without_register(const CheckTarget &subject) {
       std::max_element(spans.begin(), spans.end(),
                        [](const AddressSpan &a, const AddressSpan &b) { return a.end < b.end; });
   if (last == spans.end())
-    throw Skip{"the map has no register"};
+    throw skipped("the map has no register");
   const Registers registers(subject.asic);
   const auto expect_bad_address = [&](kel_asic_access_type_t type, uint64_t address,
                                       uint32_t count) {
@@ -246,7 +246,7 @@ void refuses_addresses_without_register(const CheckTarget &subject) {
 void prints_nothing(const CheckTarget &subject) {
   FILE *const output = std::tmpfile();
   if (output == nullptr)
-    throw Skip{"no temporary file"};
+    throw skipped("no temporary file");
   dup2(fileno(output), STDOUT_FILENO);
   queried_map();
   send_accepted_call(subject);

@@ -44,23 +44,22 @@ void run_check_of(const Check &check, const CheckTarget &subject) {
   };
   if ((check.needs & kPort) == 0)
     return run(subject);
-  std::string skipped;
-  size_t skips = 0;
+  std::vector<Outcome> skips;
   for (const Port &port : subject.ports) {
     CheckTarget target = subject;
     target.port = port;
     try {
       run(target);
-    } catch (const Skip &skip) {
-      skipped = skip.why;
-      ++skips;
-    } catch (Violation &breach) {
-      breach.seen += ", port " + port_text(port);
-      throw;
+    } catch (Outcome &outcome) {
+      if (outcome.verdict != Verdict::kSkipped) {
+        outcome.seen += ", port " + port_text(port);
+        throw;
+      }
+      skips.push_back(outcome);
     }
   }
-  if (skips == subject.ports.size())
-    throw Skip{skipped};
+  if (skips.size() == subject.ports.size())
+    throw skips.back();
 }
 
 }  // namespace mrvctl

@@ -54,7 +54,7 @@ struct Check {
   const char *name;    // what is so on a right platform
   const char *clause;  // of docs/porting.md
   uint32_t needs;
-  void (*run)(const CheckTarget &);  // throws Violation or Skip
+  void (*run)(const CheckTarget &);  // throws an Outcome
 };
 
 // All checks, in their order: those that only look come first.

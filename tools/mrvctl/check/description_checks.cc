@@ -91,7 +91,7 @@ void sets_the_hook(const CheckTarget & /*subject*/) {
 decltype(KEL_ASIC_fn::reg_dhs_entry_size) hook() {
   const Description description = query_register_map();
   if (description.hooks.reg_dhs_entry_size == nullptr)
-    throw Skip{"reg_dhs_entry_size is null"};
+    throw skipped("reg_dhs_entry_size is null");
   return description.hooks.reg_dhs_entry_size;
 }
 
@@ -119,8 +119,8 @@ void hook_refuses_other_registers(const CheckTarget & /*subject*/) {
         continue;
       const int size = entry_size(info.block, vreg, 0);
       if (size >= 1)
-        throw Violation{"below 1 for " + register_text({info.block, 0, vreg}),
-                        std::to_string(size)};
+        throw violation("below 1 for " + register_text({info.block, 0, vreg}),
+                        std::to_string(size));
     }
   }
 }
@@ -150,22 +150,22 @@ std::string span_text(const AddressSpan &span) {
                                           static_cast<unsigned long long>(span.end - 1));
 }
 
-// Throws Violation for the first register, by address, that is wrong.
+// Throws a violation for the first register, by address, that is wrong.
 template <typename Wrong>
 void expect_of_all(const std::string &expected, Wrong wrong) {
   const std::vector<AddressSpan> spans = address_spans(queried_map());
   const auto found = std::find_if(spans.begin(), spans.end(), wrong);
   if (found != spans.end())
-    throw Violation{expected, span_text(*found)};
+    throw violation(expected, span_text(*found));
 }
 
-// Throws Violation for the first two neighbours, by address, that are in each other's way.
+// Throws a violation for the first two neighbours, by address, that are in each other's way.
 template <typename Clash>
 void expect_no_clash(const std::string &expected, Clash clash) {
   const std::vector<AddressSpan> spans = address_spans(queried_map());
   const auto found = std::adjacent_find(spans.begin(), spans.end(), clash);
   if (found != spans.end())
-    throw Violation{expected, span_text(found[0]) + ", " + span_text(found[1])};
+    throw violation(expected, span_text(found[0]) + ", " + span_text(found[1]));
 }
 
 void has_aligned_addresses(const CheckTarget & /*subject*/) {

@@ -36,7 +36,7 @@ std::vector<Fault> all_faults() {
 template <typename Function>
 Function *fault_control(const char *name) {
   if (platform_symbol(name) == nullptr)
-    throw Skip{"this platform has no controls for failures"};
+    throw skipped("this platform has no controls for failures");
   return control<Function>(name);
 }
 

@@ -14,12 +14,14 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <vector>
 
 #include "platform/card_config.h"
 #include "text/text.h"
 
 namespace mrvctl {
+
+std::vector<GuardRegion> guards;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -44,8 +46,6 @@ void send_message(Verdict verdict, const char *clause, const char *expected, con
   std::strncpy(message.seen, seen, sizeof message.seen - 1);
   [[maybe_unused]] const ssize_t written = write(message_pipe, &message, sizeof message);
 }
-
-std::vector<GuardRegion> guards;
 
 void end_by_bad_address(int signal_number, siginfo_t *info, void * /*context*/) {
   const auto address = reinterpret_cast<uintptr_t>(info->si_addr);
@@ -72,19 +72,16 @@ void catch_bad_addresses() {
   setrlimit(RLIMIT_CORE, &no_core);
   prctl(PR_SET_PDEATHSIG, SIGKILL);  // a check that hangs does not outlive the tool
   catch_bad_addresses();
+  Outcome outcome = {Verdict::kRight, "", "", "", {}};
   try {
     work();
-    send_message(Verdict::kRight, "", "", "");
-  } catch (const Violation &breach) {
-    send_message(Verdict::kWrong, breach.clause.c_str(), breach.expected.c_str(),
-                 breach.seen.c_str());
-  } catch (const Skip &skipped) {
-    send_message(Verdict::kSkipped, "", "", skipped.why.c_str());
-  } catch (const NoService &missing) {
-    send_message(Verdict::kNoService, "", "", missing.why.c_str());
+  } catch (const Outcome &thrown) {
+    outcome = thrown;
   } catch (const std::exception &error) {
-    send_message(Verdict::kWrong, "", "no failure", error.what());
+    outcome = violation("no failure", error.what());
   }
+  send_message(outcome.verdict, outcome.clause.c_str(), outcome.expected.c_str(),
+               outcome.seen.c_str());
   _exit(0);
 }
 
@@ -100,19 +97,17 @@ int wait_for_message(int pipe, Clock::time_point deadline, const volatile std::s
   return ready;
 }
 
-Outcome wrong(const std::string &expected, const std::string &seen) {
-  return {Verdict::kWrong, "", expected, seen, {}};
-}
-
 // The outcome of a child that ended without a message, or did not end.
 Outcome judge_end(bool ended, int status, std::chrono::seconds limit) {
   if (!ended)
-    return wrong(format("an answer within %lld s", static_cast<long long>(limit.count())), "none");
+    return violation(format("an answer within %lld s", static_cast<long long>(limit.count())),
+                     "none");
   if (WIFSIGNALED(status))
-    return wrong("the process to live on", format("it was ended by signal %d (%s)",
-                                                  WTERMSIG(status), strsignal(WTERMSIG(status))));
-  return wrong("the process to live on",
-               format("it ended itself with status %d", WEXITSTATUS(status)));
+    return violation(
+        "the process to live on",
+        format("it was ended by signal %d (%s)", WTERMSIG(status), strsignal(WTERMSIG(status))));
+  return violation("the process to live on",
+                   format("it ended itself with status %d", WEXITSTATUS(status)));
 }
 
 constexpr char kNoIdentifier[] = "no identifier within 0.5 s";
@@ -129,7 +124,7 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
                      const volatile std::sig_atomic_t &stop) {
   int ends[2];
   if (pipe(ends) != 0)
-    return wrong("a pipe", std::strerror(errno));
+    return violation("a pipe", std::strerror(errno));
   std::fflush(nullptr);  // or the child would write it again
   const Clock::time_point begin = Clock::now();
   const pid_t child = fork();
@@ -140,7 +135,7 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
   close(ends[1]);
   if (child < 0) {
     close(ends[0]);
-    return wrong("a process", std::strerror(errno));
+    return violation("a process", std::strerror(errno));
   }
   setpgid(child, child);
   Message message = {};
@@ -165,18 +160,18 @@ int wait_for_end(pid_t child) {
   return status;
 }
 
+Outcome violation(const std::string &expected, const std::string &seen, const std::string &clause) {
+  return {Verdict::kWrong, clause, expected, seen, {}};
+}
+
+Outcome skipped(const std::string &why) {
+  return {Verdict::kSkipped, "", "", why, {}};
+}
+
 void require(bool holds, const std::string &expected, const std::string &seen,
              const std::string &clause) {
   if (!holds)
-    throw Violation{expected, seen, clause};
-}
-
-void add_guard(const GuardRegion &memory) {
-  guards.push_back(memory);
-}
-
-void remove_latest_guard() {
-  guards.pop_back();
+    throw violation(expected, seen, clause);
 }
 
 int query_identifier(uint32_t slot, uint16_t *identifier) {

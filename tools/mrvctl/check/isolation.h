@@ -8,41 +8,33 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "morvaneusd.hpp"
 
 namespace mrvctl {
 
-// Thrown by a check: the platform does not keep its promise.
-struct Violation {
-  std::string expected;
-  std::string seen;
-  std::string clause{};  // where it is not the check's own that is broken
-};
-
-// Throws Violation unless the condition holds.
-void require(bool holds, const std::string &expected, const std::string &seen,
-             const std::string &clause = {});
-
-// Thrown before the checks: calls find no service.
-struct NoService {
-  std::string why;
-};
-
-// Thrown by a check that has nothing to look at on this platform.
-struct Skip {
-  std::string why;
-};
-
 enum class Verdict { kRight, kWrong, kSkipped, kNoService };
 
+// What came of a check, which throws it unless all is right.
 struct Outcome {
   Verdict verdict = Verdict::kWrong;
-  std::string clause;    // of a breach; empty for the check's own
-  std::string expected;  // of a breach
-  std::string seen;      // of a breach; else why the check was skipped
+  std::string clause;    // of a violation; empty for the check's own
+  std::string expected;  // of a violation
+  std::string seen;      // of a violation; else why there was nothing to look at, or no service
   std::chrono::duration<double> duration{};
 };
+
+// The platform does not satisfy a clause.
+Outcome violation(const std::string &expected, const std::string &seen,
+                  const std::string &clause = {});
+
+// The check has nothing to look at on this platform.
+Outcome skipped(const std::string &why);
+
+// Throws a violation unless the condition holds.
+void require(bool holds, const std::string &expected, const std::string &seen,
+             const std::string &clause = {});
 
 // Runs the work in a child process and ends that at the limit, or as soon as `stop` is set.
 Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds limit,
@@ -51,8 +43,8 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
 // Waits for a child to end; returns its status.
 int wait_for_end(pid_t child);
 
-// Memory that no code may access. An access ends the process and breaks the clause. The texts live
-// as long as the process.
+// Memory that no code may access. An access ends the process and breaks the clause, that of the
+// latest guard if there are several. The texts live as long as the process.
 struct GuardRegion {
   uintptr_t begin;
   uintptr_t end;
@@ -61,8 +53,7 @@ struct GuardRegion {
   const char *seen;
 };
 
-void add_guard(const GuardRegion &memory);
-void remove_latest_guard();
+extern std::vector<GuardRegion> guards;
 
 // Who asks in the calls of a check.
 inline constexpr morvane::caller kCaller = {"mrvctl", 0, "check"};

@@ -99,7 +99,7 @@ void refuses_missing_ports(const CheckTarget &subject) {
 void refuses_writes_to_missing_ports(const CheckTarget &subject) {
   const std::optional<uint32_t> ports = max_ports(query_register_map().limits, subject.port->type);
   if (!ports || *ports == kPortNumbers)
-    throw Skip{"every port of the type exists"};
+    throw skipped("every port of the type exists");
   const Port missing = {subject.port->type, *ports};
   statistics(subject);
   expect_refusal(ask_qos(subject, QOS_STATS_CLEAR, missing).result, "a clear of a missing port");
@@ -142,7 +142,7 @@ void expect_cleared(const CheckTarget &subject, uint64_t (*counted)(const kel_as
   make_traffic(subject);
   const uint64_t before = counted(statistics(subject));
   if (before == 0)
-    throw Skip{"the port has counted nothing that could be cleared"};
+    throw skipped("the port has counted nothing that could be cleared");
   clear();
   const uint64_t after = counted(statistics(subject));
   require(after < before, "fewer than " + std::to_string(before) + " counted after a clear",
@@ -177,7 +177,7 @@ port_flow_ctrl_t flow_control(const CheckTarget &subject) {
 void expect_obeyed(const CheckTarget &subject, void (*send)(const kel_asic_xn_entry_t &command)) {
   const Port &port = *subject.port;
   if (port.type != CARDCFG_PORT_TYPE_HIF && port.type != CARDCFG_PORT_TYPE_NIF)
-    throw Skip{"only host and network ports have link pause"};
+    throw skipped("only host and network ports have link pause");
   subject.found->keep(link_pause_command(subject.asic, port, flow_control(subject) != 0));
   for (const bool enable : {true, false, true}) {
     send(link_pause_command(subject.asic, port, enable));

@@ -18,10 +18,10 @@ std::vector<kel_asic_reg_t> copy_array(const kel_asic_reg_t *array, uint32_t len
                                        const std::string &name) {
   const std::string seen = "the array of " + name + " ends early";
   // A crash at any address is blamed on the array.
-  add_guard({0, UINTPTR_MAX, "P19", "arrays as long as the limits and enumerations require",
-             seen.c_str()});
+  guards.push_back({0, UINTPTR_MAX, "P19", "arrays as long as the limits and enumerations require",
+                    seen.c_str()});
   std::vector<kel_asic_reg_t> copy(array, array + length);
-  remove_latest_guard();
+  guards.pop_back();
   return copy;
 }
 
@@ -30,11 +30,11 @@ void refuse_limits_in_another_order(const kel_asic_limits_t &limits, const kel_a
                                     const kel_asic_block_t &without_array) {
   for (const kel_asic_block_t &info : kel_asic_blocks) {
     if (table[info.block] != nullptr && kel_asic_block_instances(&limits, info.block) == 0)
-      throw Violation{"the limits in the order of kel_asic_limits_t",
+      throw violation("the limits in the order of kel_asic_limits_t",
                       format("block %s has an array and no instance, block %s has instances and no "
                              "array",
                              info.name, without_array.name),
-                      "P11"};
+                      "P11");
   }
 }
 

@@ -25,15 +25,15 @@ struct AddressTables {
   std::vector<std::vector<kel_asic_reg_t>> offsets;
 };
 
-// Throws Violation where a table, or the array of a block that has instances, is missing or too
+// Throws a violation where a table, or the array of a block that has instances, is missing or too
 // short.
 AddressTables query_tables(const Description &description);
 
-// The map, once what it is made of was seen to be there. Throws Violation.
+// The map, once what it is made of was seen to be there. Throws a violation.
 RegisterMap queried_map();
 
 // Initialises the library in the process of a check, and closes its standard output to what that
-// prints. Throws Violation, also where a call of the library would use a table that is missing.
+// prints. Throws a violation, also where a call of the library would use a table that is missing.
 void init_library(uint32_t slot);
 
 }  // namespace mrvctl

@@ -40,8 +40,8 @@ GuardedMemory::GuardedMemory(uint32_t length) : length_(length) {
   std::memset(pages_, kBefore, pages_length_);
   data_ = pages_ + pages_length_ - length;
   const auto begin = reinterpret_cast<uintptr_t>(pages_);
-  add_guard({begin - page, begin + pages_length_ + page, "P5", kWithinLength,
-             "a page next to the record was touched"});
+  guards.push_back({begin - page, begin + pages_length_ + page, "P5", kWithinLength,
+                    "a page next to the record was touched"});
 }
 
 void GuardedMemory::fill(const void *content, size_t size) {
@@ -58,8 +58,8 @@ void GuardedMemory::expect_untouched_before() const {
 
 void GuardedMemory::revoke() const {
   const auto begin = reinterpret_cast<uintptr_t>(pages_);
-  add_guard({begin, begin + pages_length_, "P4", "no address of a call used after it",
-             "an address of an earlier call was used"});
+  guards.push_back({begin, begin + pages_length_, "P4", "no address of a call used after it",
+                    "an address of an earlier call was used"});
   mprotect(pages_, pages_length_, PROT_NONE);
 }
 
@@ -221,7 +221,7 @@ void expect_service(const CheckTarget &subject) {
     return;
   const int error = result->error_number;
   if (error == ENOENT || error == ECONNREFUSED || error == ENOTCONN)
-    throw NoService{result_text(*result)};
+    throw Outcome{Verdict::kNoService, "", "", result_text(*result), {}};
 }
 
 SavedValues::SavedValues() {

@@ -29,7 +29,7 @@ class GuardedMemory {
   }
   void *data() const { return data_; }
   uint32_t length() const { return length_; }
-  // Throws Violation if the bytes before it have changed.
+  // Throws a violation if the bytes before it have changed.
   void expect_untouched_before() const;
   // Removes all access rights.
   void revoke() const;
@@ -62,12 +62,12 @@ struct CallResult {
 
 std::string result_text(const CallResult &result);
 
-// Sends a record as it is. Throws Violation if errno is wrong or bytes before the record have
+// Sends a record as it is. Throws a violation if errno is wrong or bytes before the record have
 // changed.
 CallResult send_record(uint32_t case_code, const GuardedMemory &record,
                        uint32_t driver_id = KEL_ASIC_DRIVER_MORVANE);
 
-// Throw Violation.
+// Throw violations.
 void expect_success(const CallResult &result, const std::string &call);
 void expect_refusal(const CallResult &result, const std::string &call);
 void expect_word(uint32_t expected, uint32_t seen, const std::string &where);
@@ -91,7 +91,7 @@ class Request {
   kel_asic_reg_access_params_t *fields_;
 };
 
-// The registers of one ASIC, by address. Each throws Violation where the service fails.
+// The registers of one ASIC, by address. Each throws a violation where the service fails.
 class Registers {
  public:
   explicit Registers(const morvane::asic &asic) : asic_(asic) {}
@@ -110,7 +110,7 @@ class Registers {
 // A transaction of these entries. `num` is how many of them it claims.
 CallResult send_transaction(const std::vector<kel_asic_xn_entry_t> &entries, int32_t num,
                             uint32_t length = sizeof(kel_asic_xn_t));
-// Sends all of them. Throws Violation.
+// Sends all of them. Throws a violation.
 void commit(const std::vector<kel_asic_xn_entry_t> &entries, const std::string &what);
 
 // A request for the statistics of a port, in a record of this length.
@@ -121,7 +121,7 @@ std::optional<Port> any_port();
 // Sends a call that every service accepts and that changes nothing. None if the switch has no port
 // and --read names no register.
 std::optional<CallResult> send_accepted_call(const CheckTarget &subject);
-// Throws NoService if that call finds no service.
+// Throws an Outcome of kNoService if that call finds no service.
 void expect_service(const CheckTarget &subject);
 
 // What checks have found in registers before they wrote to them, in memory that parent and child
@@ -137,7 +137,7 @@ class SavedValues {
   // Notes a write that puts something back, before anything is written over it.
   void keep(const kel_asic_xn_entry_t &write);
 
-  // Sends the writes, the latest first, and forgets them. Throws Violation.
+  // Sends the writes, the latest first, and forgets them. Throws a violation.
   void restore();
 
   bool empty() const { return shared_->count == 0; }

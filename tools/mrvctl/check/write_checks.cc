@@ -51,7 +51,7 @@ struct ScratchBlock : Scratch {
       ++count;
     addresses.resize(count);
     if (count < 2)
-      throw Skip{"needs two scratch registers whose addresses are neighbours"};
+      throw skipped("needs two scratch registers whose addresses are neighbours");
   }
 };
 
@@ -243,8 +243,8 @@ void survives_signals(const CheckTarget &subject) {
     expect_success(expect_own_answer(i), "a read after the signals");
 }
 
-// Does something in a child of this process, and meanwhile something else in this process. Throws
-// Violation.
+// Does something in a child of this process, and meanwhile something else in this process. Throws a
+// violation.
 void in_two_processes(const std::function<void()> &in_child, const std::function<void()> &here,
                       const char *expected, const char *clause) {
   const pid_t child = fork();
@@ -252,7 +252,7 @@ void in_two_processes(const std::function<void()> &in_child, const std::function
     try {
       in_child();
       _exit(0);
-    } catch (const Violation &) {
+    } catch (const Outcome &) {
       _exit(1);
     }
   }
@@ -270,7 +270,7 @@ void works_in_children(const CheckTarget &subject) {
 
 void shares_the_switch(const CheckTarget &subject) {
   if (has_private_switch())
-    throw Skip{"each process has its own virtual switch"};
+    throw skipped("each process has its own virtual switch");
   const ScratchBlock scratch(subject);
   const std::vector<uint32_t> &run = scratch.addresses;
   const auto write_and_read = [&](uint32_t address) {
@@ -297,7 +297,7 @@ struct ScratchTable : Registers {
     const uint32_t begin = map.address(reg);
     const std::optional<Table> table = find_table(map, reg.block, reg.vreg);
     if (!table || table->highest_index == 0)
-      throw Skip{register_text(reg) + " has no two entries"};
+      throw skipped(register_text(reg) + " has no two entries");
     size = table->entry_size;
     for (const uint32_t index : {0U, 1U, table->highest_index})
       entries.push_back({index, begin + 4 * size * index});

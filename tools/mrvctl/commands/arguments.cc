@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <sstream>
 
-#include "text/text.h"
-
 namespace mrvctl {
 namespace {
 
@@ -58,6 +56,24 @@ std::string wrapped(const std::string &help) {
   return text;
 }
 
+using CommandsByTask = std::vector<std::pair<std::string, std::vector<const CLI::App *>>>;
+
+// The commands that are listed, in the order of the first command of each task.
+CommandsByTask commands_by_task(const CLI::App &app) {
+  CommandsByTask tasks;
+  for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+    const std::string task = command->get_group();
+    if (task.empty())
+      continue;
+    auto known = std::find_if(tasks.begin(), tasks.end(),
+                              [&](const auto &listed) { return listed.first == task; });
+    if (known == tasks.end())
+      known = tasks.insert(known, {task, {}});
+    known->second.push_back(command);
+  }
+  return tasks;
+}
+
 class HelpFormatter : public CLI::Formatter {
  public:
   HelpFormatter() { label("SUBCOMMAND", "COMMAND"); }
@@ -69,22 +85,15 @@ class HelpFormatter : public CLI::Formatter {
 
   // The first command of each task has the task before it.
   std::string make_subcommands(const CLI::App *app, CLI::AppFormatMode) const override {
-    std::vector<std::string> groups;
-    std::map<std::string, std::string> lines;
-    for (const CLI::App *command : app->get_subcommands([](const CLI::App *) { return true; })) {
-      const std::string group = command->get_group();
-      if (group.empty())
-        continue;
-      if (lines[group].empty())
-        groups.push_back(group);
-      const std::string help = command->get_description();
-      lines[group] += format("  %-15s%-13s", lines[group].empty() ? group.c_str() : "",
-                             command->get_name().c_str()) +
-                      help.substr(0, help.find('\n')) + "\n";
-    }
     std::string text;
-    for (const std::string &group : groups)
-      text += lines[group];
+    for (const auto &[task, commands] : commands_by_task(*app)) {
+      for (const CLI::App *command : commands) {
+        const std::string help = command->get_description();
+        text += format("  %-15s%-13s", command == commands[0] ? task.c_str() : "",
+                       command->get_name().c_str()) +
+                help.substr(0, help.find('\n')) + "\n";
+      }
+    }
     return text.empty() ? "" : "\nCommands:\n" + text;
   }
 
@@ -230,11 +239,6 @@ void Arguments::option(const std::string &name,
 
 size_t Arguments::count_positionals() const {
   return positionals(app_).size();
-}
-
-// "--sort drops|pause|writes", "STATE on|off"
-std::string Arguments::choice_name(const std::string &name, const std::vector<std::string> &words) {
-  return name + " " + join(words, "|");
 }
 
 size_t Arguments::chosen_word(const std::string &text, const std::vector<std::string> &words) {
@@ -418,23 +422,14 @@ std::string Parser::help(const std::vector<std::string> &words) {
 }
 
 std::string Parser::command_list() const {
-  std::vector<std::pair<std::string, std::string>> groups;
-  std::string last;
-  for (const auto &[text, attach] : definitions_) {
-    const std::string name = first_word(text.name);
-    if (text.group.empty() || std::exchange(last, name) == name)
-      continue;
-    const auto group =
-        std::find_if(groups.begin(), groups.end(),
-                     [&text = text](const auto &known) { return known.first == text.group; });
-    if (group == groups.end())
-      groups.emplace_back(text.group, " " + name);
-    else
-      group->second += " " + name;
-  }
+  const std::unique_ptr<AppInstance> tree = build_app([](const Definition &) { return true; });
   std::string list;
-  for (const auto &[group, names] : groups)
-    list += format("  %-15s", group.c_str()) + names + "\n";
+  for (const auto &[task, commands] : commands_by_task(tree->app)) {
+    list += format("  %-15s", task.c_str());
+    for (const CLI::App *command : commands)
+      list += " " + command->get_name();
+    list += "\n";
+  }
   return list;
 }
 

@@ -24,6 +24,7 @@
 
 #include "text/errors.h"
 #include "text/numbers.h"
+#include "text/text.h"
 
 namespace CLI {
 class App;
@@ -84,13 +85,24 @@ class Arguments {
         name, [&value, parse](const std::string &text) { value = parse(text); }, help);
   }
 
-  // One of several words, in any case: the value is the number of the word.
+  // One or more values, with commas and no blanks between them.
+  template <typename Values, typename Parse>
+  void list(const std::string &name, Values &values, Parse parse, const std::string &help) {
+    const auto parse_parts = [&values, parse](const std::string &text) {
+      for (const std::string &part : split(text, ','))
+        values.insert(values.end(), parse(part));
+    };
+    option(name, parse_parts, help);
+  }
+
+  // One of several words, in any case: the value is the number of the word. The help shows
+  // "--sort drops|pause|writes", "STATE on|off".
   template <typename T, size_t kCount>
   void choice(const std::string &name, T &value, const char *const (&names)[kCount],
               const std::string &help) {
     const std::vector<std::string> words(names, names + kCount);
     parsed(
-        choice_name(name, words), value,
+        name + " " + join(words, "|"), value,
         [words](const std::string &text) { return static_cast<T>(chosen_word(text, words)); },
         help);
   }
@@ -123,7 +135,6 @@ class Arguments {
 
  private:
   size_t count_positionals() const;
-  static std::string choice_name(const std::string &name, const std::vector<std::string> &words);
   static size_t chosen_word(const std::string &text, const std::vector<std::string> &words);
 
   CLI::App &app_;

@@ -140,25 +140,23 @@ std::string lines_of(const std::vector<std::string> &parts, size_t width) {
 
 void run_last_write(Session &session, const LastWriteArgs &args) {
   const AddressIndex index = register_names(session, args.map, args.reference);
-  const PlacedRegister reg = {args.reference, session.module, session.asic};
+  const morvane::asic asic = session.on();
   RecordedCalls source(session, args.files, RecordedCalls::Purpose::kShow, index);
   std::optional<DecodedCall> last;
   while (std::optional<DecodedCall> call = source.next()) {
-    if (last_written(*call, reg, index))
+    if (last_written(*call, args.reference, asic, index))
       last = std::move(call);
   }
   source.report_gaps();
   if (!last)
     throw OperationFailed("no write to this register in these recordings");
-  const WrittenWord written = *last_written(*last, reg, index);
+  const WrittenWord written = *last_written(*last, args.reference, asic, index);
   const uint32_t address = written.access.address + 4 * written.word;
   const std::vector<uint32_t> &values = written.access.values;
   const bool known = written.word < values.size();
   const std::string value =
       known ? masked_text(values[written.word], written.access.mask) : "a word that was cut";
-  const Caller *const caller = written.access.caller == nullptr
-                                   ? std::get_if<RegisterFields>(&last->request)
-                                   : written.access.caller.get();
+  const Caller *const caller = written.access.caller;
   const std::string text = caller == nullptr ? "" : caller_text(*caller);
   const std::string who = text.empty() ? target_text(*last, index) : text;
   Json object = call_json(*last, index);

@@ -53,25 +53,18 @@ std::vector<Register> parse_registers(const std::string &text) {
   return registers;
 }
 
-std::vector<Port> parse_ports(const std::string &text) {
-  std::vector<Port> ports;
-  for (const std::string &part : split(text, ','))
-    ports.push_back(parse_port(part));
-  return ports;
-}
-
 void refuse_missing_port(const kel_asic_limits_t &limits, const Port &port) {
   const std::optional<uint32_t> most = max_ports(limits, port.type);
   if (most && port.number >= *most)
-    throw Skip{"--port: " + port_text(port) + format(": the limits have %u ports of type ", *most) +
-               port_type_text(port.type)};
+    throw skipped("--port: " + port_text(port) +
+                  format(": the limits have %u ports of type ", *most) + port_type_text(port.type));
 }
 
 void refuse_missing_register(const RegisterMap &map, const std::string &option,
                              const Register &reg) {
   const std::string missing = map.missing(reg);
   if (!missing.empty())
-    throw Skip{option + ": " + register_text(reg) + ": " + missing};
+    throw skipped(option + ": " + register_text(reg) + ": " + missing);
 }
 
 // Refuses registers and ports that the map lacks. The checks report a map that is wrong itself.
@@ -82,7 +75,7 @@ std::string refuse_missing(Session &session, const CheckTarget &subject,
     try {
       session.open_platform();
     } catch (const OperationFailed &error) {
-      throw NoService{error.what()};
+      throw Outcome{Verdict::kNoService, "", "", error.what(), {}};
     }
     const RegisterMap map = queried_map();
     for (const Register &reg : subject.scratch)
@@ -163,7 +156,7 @@ void write_junit(const std::string &path, const std::string &text) {
 
 // Text goes out as it comes; the object of JSON once, at the end.
 void show(Session &session, const std::string &text) {
-  if (!session.report.json())
+  if (!session.report.json)
     session.report.result({}, text);
 }
 
@@ -229,9 +222,10 @@ void describe_check(Arguments &arguments, CheckArgs &args) {
                    "consecutive addresses if possible, like HI.2:40..47");
   arguments.parsed("--scratch-table TABLE", subject.scratch_table, parse_table,
                    "A table whose entries may be written, like HF.0:HF_DHS_POL");
-  arguments.parsed("--port PORT,...", subject.ports, parse_ports,
-                   "Ports whose statistics may be cleared and whose link pause may be switched,\n"
-                   "like hif:3,nif:1");
+  const auto parse = [](const std::string &text) { return parse_port(text); };
+  arguments.list("--port PORT,...", subject.ports, parse,
+                 "Ports whose statistics may be cleared and whose link pause may be switched,\n"
+                 "like hif:3,nif:1");
   arguments.flag("--all-ports", subject.all_ports,
                  "The statistics and drop counters of every port may be cleared too");
   arguments.number<uint16_t>("--sp-timer TIME", subject.sp_timer,

@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "text/errors.h"
-#include "text/text.h"
+#include "text/times.h"
 
 namespace mrvctl {
 namespace {
@@ -76,7 +76,7 @@ class PortReader {
 PortReading read_port(Session &session, const Port &port, uint32_t opts) {
   std::error_code ec;
   const morvane::qos_stats stats = morvane::get_qos_stats(session.port(port), ec, opts);
-  return {port, result_of(ec), stats.record()};
+  return {port, result_of(ec), stats.record(), monotonic_seconds()};
 }
 
 bool no_such_port(syserr_t result) {

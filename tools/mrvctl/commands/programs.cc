@@ -1,5 +1,5 @@
 // pgm: register programs.
-#include <algorithm>
+#include <set>
 
 #include "commands/commands.h"
 #include "commands/data_file.h"
@@ -13,7 +13,7 @@ constexpr uint32_t kMaxInMap = 30;
 struct ProgramArgs {
   std::string path;
   std::optional<uint32_t> asic;
-  std::vector<uint32_t> asics;
+  std::set<uint32_t> asics;
 };
 
 void check_program(ProgramArgs &args) {
@@ -23,19 +23,10 @@ void check_program(ProgramArgs &args) {
     args.asics = {*args.asic};
 }
 
-std::vector<uint32_t> parse_asics(const std::string &text) {
-  std::vector<uint32_t> asics;
-  for (const std::string &part : split(text, ','))
-    asics.push_back(parse_number<uint32_t>(part, 0, kMaxInMap));
-  std::sort(asics.begin(), asics.end());
-  asics.erase(std::unique(asics.begin(), asics.end()), asics.end());
-  return asics;
-}
-
 // One ASIC is named by its number, several by a map.
-morvane::asic_set selection(const std::vector<uint32_t> &asics, int module) {
+morvane::asic_set selection(const std::set<uint32_t> &asics, int module) {
   if (asics.size() == 1)
-    return morvane::asic{module, asics[0]};
+    return morvane::asic{module, *asics.begin()};
   uint32_t map = 0;
   for (const uint32_t asic : asics)
     map |= UINT32_C(1) << asic;
@@ -67,7 +58,7 @@ std::string failed_step_text(const Program &program, uint64_t calls, size_t asic
 void run_program(Session &session, const ProgramArgs &args) {
   const Program program = read_program(session.resolve(args.path));
   const std::vector<kel_asic_pgm_t> &steps = program.steps;
-  const std::vector<uint32_t> asics = args.asics.empty() ? std::vector{session.asic} : args.asics;
+  const std::set<uint32_t> asics = args.asics.empty() ? std::set{session.asic} : args.asics;
   std::vector<std::string> existing, missing;
   for (const uint32_t asic : asics) {
     const bool exists = asic <= session.map().limits().max_asic;
@@ -94,7 +85,7 @@ void run_program(Session &session, const ProgramArgs &args) {
   if (!missing.empty())
     text += "; no such ASIC: " + join(missing, ", ");
   session.report.result({{"steps", steps.size()},
-                         {"asics", asics},
+                         {"asics", std::vector<uint32_t>(asics.begin(), asics.end())},
                          {"existing_asics", existing.size()},
                          {"queued", session.transaction.open()}},
                         text + "\n");
@@ -103,8 +94,9 @@ void run_program(Session &session, const ProgramArgs &args) {
 void describe_program(Arguments &arguments, ProgramArgs &args) {
   arguments.word("FILE", args.path, "File with the steps; in a script, relative to the script");
   arguments.number("--asic N", args.asic, "Run it on this ASIC", 0U, kMaxInMap);
-  arguments.parsed("--asics N,...", args.asics, parse_asics,
-                   format("Run it on these ASICs (0 to %u each)", kMaxInMap));
+  const auto parse = [](const std::string &text) { return parse_number(text, 0U, kMaxInMap); };
+  arguments.list("--asics N,...", args.asics, parse,
+                 format("Run it on these ASICs (0 to %u each)", kMaxInMap));
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include "output/qos_tables.h"
 #include "text/lines.h"
 #include "text/text.h"
-#include "text/times.h"
 
 namespace mrvctl {
 namespace {
@@ -20,21 +19,9 @@ struct ShowArgs {
   WatchArgs watch;
 };
 
-// A reading and when it was taken.
-struct Reading {
-  kel_asic_qos_stats_t stats;
-  double at;  // monotonic_seconds()
-};
-
-Reading take_reading(Session &session, const ShowArgs &args) {
-  const PortReading reading = read_port(session, args.port, args.opts);
-  session.check_result(reading.result);
-  return {reading.stats, monotonic_seconds()};
-}
-
 // `before` is the reading of the round before, if there was one.
-void show_reading(Session &session, const ShowArgs &args, const Reading &now,
-                  const Reading *before) {
+void show_reading(Session &session, const ShowArgs &args, const PortReading &now,
+                  const PortReading *before) {
   const std::string name = port_text(args.port);
   Json object = {{"module", session.module},
                  {"asic", session.asic},
@@ -52,14 +39,11 @@ void show_reading(Session &session, const ShowArgs &args, const Reading &now,
   session.report.result(object, StyledText{text});
 }
 
-void check_show(const ShowArgs &args) {
-  check_watch(args.watch);
-}
-
 void run_show(Session &session, const ShowArgs &args) {
-  std::optional<Reading> before;
+  std::optional<PortReading> before;
   show_rounds(session, args.watch, [&] {
-    const Reading now = take_reading(session, args);
+    const PortReading now = read_port(session, args.port, args.opts);
+    session.check_result(now.result);
     show_reading(session, args, now, before ? &*before : nullptr);
     before = now;
   });
@@ -92,19 +76,15 @@ void run_clear(Session &session, const ClearArgs &args) {
           " cleared" + private_hint(session) + "\n");
 }
 
-void run_clear_all(Session &session, const ClearArgs &args) {
+void run_clear_all(Session &session, uint32_t opts) {
   std::error_code ec;
-  morvane::clear_all_qos_stats(session.on(), ec, args.opts);
+  morvane::clear_all_qos_stats(session.on(), ec, opts);
   session.check_result(result_of(ec));
   session.report.result({}, "QoS statistics of all ports cleared" + private_hint(session) + "\n");
 }
 
 void describe_options(Arguments &arguments, uint32_t &opts) {
   arguments.number("--opts N", opts, "Options that are passed to the service");
-}
-
-void describe_clear_all(Arguments &arguments, ClearArgs &args) {
-  describe_options(arguments, args.opts);
 }
 
 void describe_clear(Arguments &arguments, ClearArgs &args) {
@@ -174,7 +154,7 @@ void run_metrics(Session &session, const MetricsArgs &args) {
     metrics.up = true;
   } catch (const OperationFailed &failure) {
     // Whoever collects from a pipe learns that the service is down; a file keeps what it had.
-    if (failure.code() && args.output.empty() && !session.report.json())
+    if (failure.code() && args.output.empty() && !session.report.json)
       session.report.result({}, metrics_text(metrics, false));
     throw;
   }
@@ -196,20 +176,21 @@ void describe_metrics(Arguments &arguments, MetricsArgs &args) {
 void add_qos_commands(Parser &parser) {
   parser.add_prefix(
       {"qos", "Ports", "QoS statistics: show, clear, metrics, live view", "mrvctl qos show hif:3"});
-  parser.add<ShowArgs>({"qos show", "Ports",
-                        "Show the QoS statistics of a port\n"
-                        "A live view also shows the rate of each counter; ^C ends it.",
-                        "mrvctl qos show hif:3 --nonzero\n"
-                        "mrvctl qos show hif:3 --watch 0.5 --count 2"},
-                       describe_show, check_show, run_show);
+  parser.add<ShowArgs>(
+      {"qos show", "Ports",
+       "Show the QoS statistics of a port\n"
+       "A live view also shows the rate of each counter; ^C ends it.",
+       "mrvctl qos show hif:3 --nonzero\n"
+       "mrvctl qos show hif:3 --watch 0.5 --count 2"},
+      describe_show, [](const ShowArgs &args) { check_watch(args.watch); }, run_show);
   parser.add<ClearArgs>(
       {"qos clear", "Ports", "Clear the QoS statistics of a port, or of all ports of a type",
        "mrvctl qos clear hif:3\n"
        "mrvctl qos clear nif"},
       describe_clear, run_clear);
-  parser.add<ClearArgs>(
+  parser.add<uint32_t>(
       {"qos clear-all", "Ports", "Clear the QoS statistics of every port", "mrvctl qos clear-all"},
-      describe_clear_all, run_clear_all);
+      describe_options, run_clear_all);
   parser.add<MetricsArgs>(
       {"qos metrics", "Ports",
        "Print the counters of all ports for Prometheus\n"

@@ -77,11 +77,10 @@ class Top {
     row.reading.result = now.result;
     if (now.result != 0)
       return;
-    const double at = monotonic_seconds();
-    row.seconds = row.read_at ? at - *row.read_at : 0;
+    row.seconds = row.read_at ? now.at - *row.read_at : 0;
     row.delta = row.read_at ? qos_delta(row.reading.stats, now.stats) : now.stats;
     row.reading = now;
-    row.read_at = at;
+    row.read_at = now.at;
   }
 
   // The chosen port stays chosen, wherever it goes.
@@ -170,7 +169,7 @@ void run_top(Session &session, const TopArgs &args) {
   const Interrupt ends_view({SIGINT});
   Top top(session, args);
   const Report &report = session.report;
-  if (!args.once && !report.json() && report.on_terminal() && Terminal::available())
+  if (!args.once && !report.json && report.on_terminal() && Terminal::available())
     run_on_screen(session, args, top);
   else
     run_in_lines(session, args, top);

@@ -64,8 +64,8 @@ void describe_period(Arguments &arguments, CallChoice &choice) {
 void describe_call_table(Arguments &arguments, CallTableOptions &options) {
   arguments.flag("--wide", options.wide,
                  "Dates and complete columns, as in a file (default at a terminal: its width)");
-  arguments.parsed("--columns COLUMN,...", options.columns, parse_call_columns,
-                   "Some of " + join(call_column_names(), ", "));
+  arguments.list("--columns COLUMN,...", options.columns, parse_call_column,
+                 "Some of " + join(call_column_names(), ", "));
 }
 
 DecodedCall decoded_call(recording::Call &&call) {
@@ -151,7 +151,7 @@ bool RecordedCalls::can_read(Step step) {
     if (paths_.size() == 1 && files_.count(paths_[0]) != 0)
       throw OperationFailed(error.what());
     ++unreadable_;
-    session_.report.failure(session_.place(), session_.report.command(), error);
+    session_.report.failure(session_.place, session_.report.command(), error);
     return false;
   }
 }

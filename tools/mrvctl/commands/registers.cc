@@ -66,13 +66,6 @@ struct ReadArgs {
   WatchArgs watch;
 };
 
-std::vector<uint32_t> parse_words(const std::string &text) {
-  std::vector<uint32_t> words;
-  for (const std::string &part : split(text, ','))
-    words.push_back(parse_word(part));
-  return words;
-}
-
 void check_read(ReadArgs &args) {
   check_watch(args.watch);
   require_plain_registers(args.reference, "use dhs-read");
@@ -126,8 +119,7 @@ void read_one(Session &session, const Register &reg, const ReadArgs &args, Words
     return report_changes(session, was, run, [&](uint32_t word) {
       return plain_register_text({reg.block, reg.instance, reg.vreg + word});
     });
-  const std::vector<uint32_t> answered(
-      run.words.begin(), run.words.begin() + static_cast<std::ptrdiff_t>(run.answered));
+  const std::vector<uint32_t> answered(run.words.data(), run.words.data() + run.answered);
   const std::string name = plain_register_text(reg, args.count.value_or(1));
   std::string text = name;
   if (!args.count)
@@ -239,8 +231,8 @@ void describe_read(Arguments &arguments, ReadArgs &args) {
                     "HI.2:40, HI.2:40..47, or HI.*:40 for all instances");
   arguments.number("[COUNT]", args.count, "Number of registers, in place of a range", 0U,
                    kMaxBlockWords);
-  arguments.parsed("--expect VALUE,...", args.expected, parse_words,
-                   "Fail unless these values are read (0 to 0xFFFFFFFF each)");
+  arguments.list("--expect VALUE,...", args.expected, parse_word,
+                 "Fail unless these values are read (0 to 0xFFFFFFFF each)");
   describe_watch(arguments, args.watch);
 }
 

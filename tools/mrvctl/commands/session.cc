@@ -89,13 +89,9 @@ void Session::initialise() const {
   check(result_of(code));
 }
 
-void Session::set_place(const std::string &file, int line) {
-  file_ = file;
-  line_ = line;
-}
-
 morvane::caller Session::caller() const {
-  return {file_.c_str(), line_, report.command().c_str(), static_cast<uint32_t>(line_)};
+  return {place.file.c_str(), place.line, report.command().c_str(),
+          static_cast<uint32_t>(place.line)};
 }
 
 morvane::asic Session::on() const {
@@ -122,22 +118,18 @@ const RegisterMap &Session::map() {
   return *map_;
 }
 
-std::string Session::place_hint() {
-  if (asic > map().limits().max_asic)
-    return format("ASIC numbers are 0 to %u", map().limits().max_asic);
-  return "";
-}
-
-void Session::check_result(syserr_t result, const std::string &hint) {
+void Session::check_result(syserr_t result, const std::string &hint) const {
   if (result == 0)
     return;
-  const std::string place = place_hint();
-  throw OperationFailed(result, place.empty() ? hint : place);
+  char wrong[64];
+  kel_asic_place_refusal_text(wrong, sizeof wrong, static_cast<int>(module), asic);
+  throw OperationFailed(result, wrong[0] == '\0' ? hint : wrong);
 }
 
-std::string Session::refusal_hint(const Register &reg) {
-  const std::string place = place_hint();
-  return place.empty() ? map().missing(reg) : place;
+std::string Session::refusal_hint(const Register &reg) const {
+  char text[64];
+  return kel_asic_refusal_text(text, sizeof text, static_cast<int>(module), asic, reg.block,
+                               reg.instance, reg.vreg);
 }
 
 }  // namespace mrvctl

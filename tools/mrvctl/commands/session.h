@@ -57,10 +57,7 @@ class Session {
   // Sets up the library for the slot. Throws OperationFailed.
   void initialise() const;
 
-  // The caller from now on.
-  void set_place(const std::string &file, int line);
-  bool in_script() const { return line_ != 0; }
-  Place place() const { return {file_, line_}; }
+  bool in_script() const { return place.line != 0; }
   morvane::caller caller() const;
 
   // The ASIC that commands speak to, and what is on it, for one call. Throws OperationFailed if ^C
@@ -76,26 +73,22 @@ class Session {
 
   // Throws OperationFailed for any result but 0; an ASIC that does not exist is named before the
   // hint.
-  void check_result(syserr_t result, const std::string &hint = "");
+  void check_result(syserr_t result, const std::string &hint = "") const;
 
   // Why the library may have refused a register.
-  std::string refusal_hint(const Register &reg);
+  std::string refusal_hint(const Register &reg) const;
 
   std::string platform;  // library, and address of morvaned, that the command line names
   std::string service;
   uint32_t slot = 0;
   uint32_t module = 0;
   uint32_t asic = 0;
-  std::string folder;  // the script's, with a slash at its end; empty outside a script
+  Place place = {"mrvctl", 0};  // of the command
+  std::string folder;           // the script's, with a slash at its end; empty outside a script
   Report report;
   Transaction transaction;
 
  private:
-  // Why the ASIC does not exist; empty if it does.
-  std::string place_hint();
-
-  std::string file_ = "mrvctl";
-  int line_ = 0;
   std::optional<RegisterMap> map_;
 };
 

@@ -88,7 +88,7 @@ int show_calls(Session &session, const MonitorArgs &args, vp_monitor *monitor, C
 
 void run_monitor(Session &session, const MonitorArgs &args) {
   const Monitor monitor = open_monitor();
-  if (session.report.json())
+  if (session.report.json)
     session.report.result(
         {{"address", control<decltype(vp_switch_address)>("vp_switch_address")()}}, "");
   Counts counts;

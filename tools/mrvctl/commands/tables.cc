@@ -24,15 +24,16 @@ void run_tables(Session &session, const std::optional<kel_asic_blk_t> &block) {
                   {"entry_size", "words", Align::kRight},
                   {"highest_index", "indices     "},
                   {"register", "register"}});
-  for (const Table &table : named_tables(session.map())) {
-    if (block && table.block != *block)
+  for (const RegisterName &named : kel_asic_register_names) {
+    const std::optional<Table> table = find_table(session.map(), named.block, named.vreg);
+    if (!table || (block && table->block != *block))
       continue;
     const std::string indices =
-        table.highest_index == kAnyIndex ? "any" : format("0 to %u", table.highest_index);
-    tables.add({table.vreg,
-                table.entry_size,
-                {indices, table.highest_index},
-                every_register_text(table.block, table.vreg)});
+        table->highest_index == kAnyIndex ? "any" : format("0 to %u", table->highest_index);
+    tables.add({table->vreg,
+                table->entry_size,
+                {indices, table->highest_index},
+                every_register_text(table->block, table->vreg)});
   }
   session.report.result({{"tables", tables.json()}}, tables.text());
 }

@@ -49,16 +49,12 @@ std::vector<std::string> call_column_names() {
   return names;
 }
 
-CallColumns parse_call_columns(const std::string &text) {
+size_t parse_call_column(const std::string &text) {
   const std::vector<std::string> names = call_column_names();
-  CallColumns columns;
-  for (const std::string &word : split(text, ',')) {
-    const auto found = std::find(names.begin(), names.end(), lower_case(word));
-    if (found == names.end())
-      throw UsageError("'" + word + "' is not one of the columns " + join(names, ", "));
-    columns.push_back(static_cast<size_t>(found - names.begin()));
-  }
-  return columns;
+  const auto found = std::find(names.begin(), names.end(), lower_case(text));
+  if (found == names.end())
+    throw UsageError("'" + text + "' is not one of the columns " + join(names, ", "));
+  return static_cast<size_t>(found - names.begin());
 }
 
 CallTable::CallTable(Report &report, const AddressIndex &index, const CallTableOptions &options,
@@ -129,7 +125,7 @@ std::string CallTable::line(const Row &row) const {
 }
 
 void CallTable::show(const DecodedCall &call) {
-  if (report_.json())
+  if (report_.json)
     return report_.result(call_json(call, index_), "");
   const bool full = width_ == 0;
   Row row = call_cells(call, index_, wanted_, !full);
@@ -141,7 +137,7 @@ void CallTable::show(const DecodedCall &call) {
 }
 
 void CallTable::flush() {
-  if (report_.json() || !widths_.empty())
+  if (report_.json || !widths_.empty())
     return;
   lay_out();
   std::string text;

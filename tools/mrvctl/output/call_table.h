@@ -17,8 +17,8 @@ using CallColumns = std::vector<size_t>;
 // time, process, duration, operation, register, value, result, caller
 std::vector<std::string> call_column_names();
 
-// Reads some of them, with commas and no blanks between them. Throws UsageError.
-CallColumns parse_call_columns(const std::string &text);
+// Reads one of them. Throws UsageError.
+size_t parse_call_column(const std::string &text);
 
 struct CallTableOptions {
   CallColumns columns;  // empty: all

@@ -96,7 +96,7 @@ Bytes texts_of(const DecodedCall &call, const AddressIndex &index) {
   for (const Access &access : accesses(call)) {
     texts.push_back(index.name(access.address));
     if (caller_texts(call) != 0)
-      add_caller(access.caller.get(), texts);
+      add_caller(access.caller, texts);
   }
   Bytes bytes;
   for (const std::string &text : texts) {

@@ -19,10 +19,6 @@ const char *drop_style(double number) {
   return number < 1'000'000 ? "31" : "1;31";
 }
 
-size_t digits(uint64_t value) {
-  return std::to_string(value).size();
-}
-
 std::string counter_cell(uint64_t value, size_t width, Counts counts, bool colours) {
   return cell(std::to_string(value), width, static_cast<double>(value), counts, colours);
 }
@@ -45,7 +41,7 @@ class QosTables {
     for (const Counters &counters : qos_counters(stats)) {
       size_t &width = counters.count == 1 ? width_ : class_width_;
       for (size_t i = 0; i < counters.count; ++i)
-        width = std::max(width, digits(counters.values[i]) + 1);
+        width = std::max(width, std::to_string(counters.values[i]).size() + 1);
     }
     while (kClassLabelWidth + classes_per_line_ * class_width_ > kLineWidth)
       classes_per_line_ /= 2;
@@ -59,14 +55,14 @@ class QosTables {
     return text;
   }
 
-  std::string single(const char *label, uint64_t value, Counts counts) const {
-    return omits(value) ? "" : label_text(label) + number(value, counts) + "\n";
-  }
-
-  std::string pair(const char *label, uint64_t received, uint64_t sent) const {
-    return omits(received | sent) ? ""
-                                  : label_text(label) + number(received, Counts::kFrames) +
-                                        number(sent, Counts::kFrames) + "\n";
+  std::string numbers(const char *label, const std::vector<uint64_t> &values, Counts counts) const {
+    uint64_t any = 0;
+    std::string line = label_text(label);
+    for (const uint64_t value : values) {
+      any |= value;
+      line += counter_cell(value, width_, counts, colours_);
+    }
+    return omits(any) ? "" : line + "\n";
   }
 
   std::string texts(const char *label, uint64_t value,
@@ -82,10 +78,6 @@ class QosTables {
 
   static std::string label_text(const char *label) {
     return format("%-*s", static_cast<int>(kLabelWidth), label);
-  }
-
-  std::string number(uint64_t value, Counts counts) const {
-    return counter_cell(value, width_, counts, colours_);
   }
 
   std::string by_class(const char *heading, const std::vector<Row> &rows, size_t first) const {
@@ -133,8 +125,7 @@ Json shaped(const std::vector<Value> &values) {
     return values;
   Json rows = Json::array();
   for (size_t i = 0; i < values.size(); i += kClasses)
-    rows.push_back(std::vector<Value>(values.begin() + static_cast<std::ptrdiff_t>(i),
-                                      values.begin() + static_cast<std::ptrdiff_t>(i + kClasses)));
+    rows.push_back(std::vector<Value>(&values[i], &values[i] + kClasses));
   return rows;
 }
 
@@ -173,9 +164,9 @@ std::string qos_text(const kel_asic_qos_stats_t &stats, bool nonzero, bool colou
   const auto &[pause, ss_dhs, oq, drops] = stats;
   const QosTables tables(stats, nonzero, colours);
   const std::string pauses =
-      tables.pair("  XOFF", pause.rx_xoff_cnt, pause.tx_xoff_cnt) +
-      tables.pair("  XON", pause.rx_xon_cnt, pause.tx_xon_cnt) +
-      tables.pair("  PFC", pause.rx_pfc_cnt, pause.tx_pfc_cnt) +
+      tables.numbers("  XOFF", {pause.rx_xoff_cnt, pause.tx_xoff_cnt}, Counts::kFrames) +
+      tables.numbers("  XON", {pause.rx_xon_cnt, pause.tx_xon_cnt}, Counts::kFrames) +
+      tables.numbers("  PFC", {pause.rx_pfc_cnt, pause.tx_pfc_cnt}, Counts::kFrames) +
       tables.texts("  side in XOFF", pause.rx_xoff_status | pause.tx_xoff_status,
                    {yes_no(pause.rx_xoff_status), yes_no(pause.tx_xoff_status)}) +
       tables.texts("  flow control", pause.flow_ctrl, {format("0x%04x", pause.flow_ctrl)});
@@ -186,11 +177,11 @@ std::string qos_text(const kel_asic_qos_stats_t &stats, bool nonzero, bool colou
                        {"  XOFF sent", pause.tx_pfc_xoff_cnt, Counts::kFrames}}),
       tables.by_class("by class", {{"  writes", ss_dhs.wr_rcvd_cnt, Counts::kFrames},
                                    {"  reads", ss_dhs.rd_sent_cnt, Counts::kFrames}}),
-      tables.single("writes discarded", ss_dhs.wr_discard_cnt, Counts::kDrops) +
-          tables.single("multicast discarded", ss_dhs.wr_discard_mcast_cnt, Counts::kDrops) +
-          tables.single("received with an error", ss_dhs.wr_rcvd_err_cnt, Counts::kFrames) +
-          tables.single("queue flushes", oq.flush_cnt, Counts::kFrames) +
-          tables.single("queue timeouts", oq.tout_cnt, Counts::kFrames),
+      tables.numbers("writes discarded", {ss_dhs.wr_discard_cnt}, Counts::kDrops) +
+          tables.numbers("multicast discarded", {ss_dhs.wr_discard_mcast_cnt}, Counts::kDrops) +
+          tables.numbers("received with an error", {ss_dhs.wr_rcvd_err_cnt}, Counts::kFrames) +
+          tables.numbers("queue flushes", {oq.flush_cnt}, Counts::kFrames) +
+          tables.numbers("queue timeouts", {oq.tout_cnt}, Counts::kFrames),
       tables.by_class("drops n2h", grid_rows(drops.n2h_drops)),
       tables.by_class("drops h2n", grid_rows(drops.h2n_drops))};
   std::string text;

@@ -77,8 +77,8 @@ size_t Report::terminal_width() const {
 }
 
 bool Report::has_colours(int file) const {
-  if (colour_ != Colour::kAuto)
-    return colour_ == Colour::kAlways;
+  if (colour != Colour::kAuto)
+    return colour == Colour::kAlways;
   const char *const no_colour = std::getenv("NO_COLOR");
   const char *const terminal = std::getenv("TERM");
   const bool wanted = no_colour == nullptr || no_colour[0] == '\0';
@@ -97,12 +97,12 @@ void Report::print_object(const Json &members) {
 }
 
 void Report::result(const Json &object, const std::string &text) {
-  result(object, StyledText{json_ ? "" : printable_lines(text)});
+  result(object, StyledText{json ? "" : printable_lines(text)});
 }
 
 void Report::result(const Json &object, const StyledText &text) {
   std::fflush(stdout);  // what the library has printed comes before the result
-  if (!json_)
+  if (!json)
     print((std::exchange(clear_screen_, false) ? kClearScreen : "") + text.text);
   else if (!json_suppressed_)
     print_object(object);
@@ -112,7 +112,7 @@ void Report::result(const Json &object, const StyledText &text) {
 void Report::failure(const Place &place, const std::string &command_line,
                      const std::exception &error) {
   const bool in_script = place.line > 0;
-  if (json_)
+  if (json)
     return print_object({{"file", in_script ? Json(place.file) : Json()},
                          {"line", in_script ? Json(place.line) : Json()},
                          {"error", error_json(error)}});

@@ -32,6 +32,10 @@ struct StyledText {
 // arguments, files and recordings can contain sequences that control a terminal.
 class Report {
  public:
+  // Set before the first result.
+  bool json = false;
+  Colour colour = Colour::kAuto;
+
   // Keeps the process's standard output for results only: what the library prints from now on goes
   // to standard error.
   void take_standard_output();
@@ -40,9 +44,6 @@ class Report {
   // Discards what the library prints, or sends it to standard error again.
   static void discard_library_output(bool discard);
 
-  void use_json() { json_ = true; }
-  bool json() const { return json_; }
-  void use_colour(Colour colour) { colour_ = colour; }
   // Whether results have colours.
   bool colours() const { return has_colours(fileno(out_)); }
   bool on_terminal() const;
@@ -81,8 +82,6 @@ class Report {
 
   std::string command_;
   std::FILE *out_ = stdout;
-  Colour colour_ = Colour::kAuto;
-  bool json_ = false;
   bool json_suppressed_ = false;
   bool clear_screen_ = false;
   bool failed_ = false;

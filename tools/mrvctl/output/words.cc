@@ -57,9 +57,8 @@ Json entries_json(const Entries &entries) {
     Json entry = {{"index", entries.first_index + i}};
     if (entries.address)
       entry["address"] = *entries.address + static_cast<uint32_t>(4 * i * entries.entry_size);
-    entry["words"] =
-        std::vector<uint32_t>(entries.run.words.begin() + static_cast<std::ptrdiff_t>(begin),
-                              entries.run.words.begin() + static_cast<std::ptrdiff_t>(end));
+    const uint32_t *const words = entries.run.words.data();
+    entry["words"] = std::vector<uint32_t>(words + begin, words + end);
     list.push_back(std::move(entry));
   }
   return list;
