@@ -19,9 +19,6 @@ A failed check names the clause of docs/porting.md that the platform does not sa
 A failure that equals an earlier one refers to it. A refusal is no success if a valid call is refused too.
 
   $ seen() { MORVANE_WRONG=$1 mrvctl $wrong check 2>/dev/null | grep '^  seen\|^  same' | sort | uniq -c; }
-  $ seen P11_mixes_up_limits
-       16   same as: 6
-        1   seen: "block XL has an array and no instance, block HF has instances and no array"
   $ seen P22_P23_P25_has_no_statistics
         3   same as: 22
         3   seen: "result -1, errno 38 (Function not implemented)"

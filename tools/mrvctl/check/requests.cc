@@ -44,11 +44,6 @@ GuardedMemory::GuardedMemory(uint32_t length) : length_(length) {
                     "a page next to the record was touched"});
 }
 
-void GuardedMemory::fill(const void *content, size_t size) {
-  std::memset(data_, 0, length_);
-  std::memcpy(data_, content, std::min<size_t>(size, length_));
-}
-
 void GuardedMemory::expect_untouched_before() const {
   const uint8_t *begin = static_cast<uint8_t *>(data_);
   require(std::all_of(static_cast<const uint8_t *>(pages_), begin,
@@ -66,8 +61,7 @@ void GuardedMemory::revoke() const {
 std::vector<morvane::asic> unknown_asics(const morvane::asic &known) {
   const auto modules = static_cast<int>(queried_map().limits().max_modules);
   const auto [module, number] = known;
-  return {{99, number}, {modules, number}, {-1, number},
-          {module, 1},  {module, 0x10000}, {module, UINT32_MAX}};
+  return {{modules, number}, {-1, number}, {module, 1}, {module, 0x10000}, {module, UINT32_MAX}};
 }
 
 std::string asic_text(const morvane::asic &asic) {

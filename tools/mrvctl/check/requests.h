@@ -2,8 +2,10 @@
 // between protected pages.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,10 +24,10 @@ struct Port;
 class GuardedMemory {
  public:
   explicit GuardedMemory(uint32_t length);
-  // A record of `length` bytes: the content, cut off or followed by zeros.
+  // A record of `length` bytes: the content, cut off or followed by other bytes.
   template <typename Record>
   GuardedMemory(const Record &content, uint32_t length) : GuardedMemory(length) {
-    fill(&content, sizeof content);
+    std::memcpy(data_, &content, std::min<size_t>(sizeof content, length));
   }
   void *data() const { return data_; }
   uint32_t length() const { return length_; }
@@ -35,8 +37,6 @@ class GuardedMemory {
   void revoke() const;
 
  private:
-  void fill(const void *content, size_t size);
-
   uint8_t *pages_;  // between the pages without access rights
   uint32_t pages_length_;
   uint32_t length_;
