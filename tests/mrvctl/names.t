@@ -13,6 +13,8 @@ The blocks of the ASIC, with the number of their registers and instances:
   HI           1584            3         32
   $ mrvctl --json info | cut -c 1-79
   {"command":"info","driver":"Morvane","driver_id":236,"max_asic":0,"trace":false
+  $ mrvctl --json info | grep -o 'instances":[0-9]*' | cut -d: -f2 | paste -sd ' '
+  8 4 2 32 8 1 8 2 1 4 1 1 1 1 1 1 1 8 8
 
 The registers of a block that have a name:
 

@@ -5,6 +5,8 @@ Steady traffic follows the time of the switch, which can be stopped.
   $ cat >traffic.mrv <<E
   > switch time stop
   > switch traffic hif:3 --class 3 --rate 1000 --excess 10
+  > switch traffic hif:3 --class 5 --rate 10
+  > switch traffic hif:3 --class 5 --rate 20
   > switch traffic nif:1 --class 1 --rate 3 --direction h2n
   > switch time +2500ms
   > switch traffic stop hif:3
@@ -13,13 +15,15 @@ Steady traffic follows the time of the switch, which can be stopped.
   $ mrvctl -f traffic.mrv | sed 's/time [0-9.]* s/time T s/'
   time T s, stopped
   hif:3: 1000 frames per second of class 3 n2h, 10 of them in excess
+  hif:3: 10 frames per second of class 5 n2h, 0 of them in excess
+  hif:3: 20 frames per second of class 5 n2h, 0 of them in excess
   nif:1: 3 frames per second of class 1 h2n, 0 of them in excess
   time T s, stopped
   hif:3: steady traffic stopped
   time T s, stopped
   $ mrvctl qos show hif:3 | grep -E '^  writes|^  reads|discarded'
-    writes               0       0       0    2500       0       0       0       0
-    reads                0       0       0    2475       0       0       0       0
+    writes               0       0       0    2500       0      50       0       0
+    reads                0       0       0    2475       0      50       0       0
   writes discarded                  25
   multicast discarded                0
   $ mrvctl qos show nif:1 | grep '^  writes'
