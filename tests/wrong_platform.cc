@@ -426,6 +426,7 @@ syserr_t morvane_lib_init(KEL_ASIC_fn *funcs, kel_asic_limits_t *limits, kel_asi
       NEXT(morvane_lib_init)(funcs, limits, asic_ver, context, file, line, func);
   funcs->reg_dhs_entry_size = hook;
   change("P11_leaves_a_limit", limits->max_xl, limits_before.max_xl);
+  change("P11_leaves_max_asic", limits->max_asic, limits_before.max_asic);
   change("P11_mixes_up_limits", limits->max_xl, 0);
   change("P11_has_nine_modules", limits->max_modules, 9);
   change("P11_P17_has_257_ports", limits->max_hi, 256);
@@ -453,7 +454,7 @@ const kel_asic_reg_t **kel_asic_get_all_base_table(kel_asic_ver_t /*asic_ver*/) 
   change("P11_P17_has_257_ports", arrays[KEL_ASIC_BLK_HI], nullptr);
   if (wrong("P19_has_a_short_array"))
     arrays[KEL_ASIC_BLK_XL] = at_the_end_of_memory(bases, kInstances - 1);
-  return wrong("has_no_bases") ? nullptr : arrays;
+  return wrong("P17_has_no_bases") ? nullptr : arrays;
 }
 
 const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t /*asic_ver*/) {

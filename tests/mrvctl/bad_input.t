@@ -68,7 +68,7 @@ Control characters and bytes that are not UTF-8 are printed as escapes. JSON con
 A platform whose register map lacks tables crashes no command.
 
   $ wrong() { MORVANE_WRONG=$1 mrvctl --platform "$BUILD/lib/libwrong_platform.so" find 0x10200000; }
-  $ wrong has_no_bases
+  $ wrong P17_has_no_bases
   find 0x10200000: the register map has no base table
   [1]
   $ wrong has_no_offsets
