@@ -13,6 +13,7 @@
 #include <iostream>
 
 #include "commands/completion.h"
+#include "commands/recorded_program.h"
 #include "host/platform_library.h"
 #include "output/signals.h"
 #include "text/lines.h"
@@ -25,14 +26,6 @@ namespace {
 struct ShellArgs {
   bool plain = false;
 };
-
-bool is_installed(const std::string &program) {
-  const char *const path = std::getenv("PATH");
-  const std::vector<std::string> folders = split(path == nullptr ? "" : path, ':');
-  return std::any_of(folders.begin(), folders.end(), [&](const std::string &folder) {
-    return access((folder + "/" + program).c_str(), X_OK) == 0;
-  });
-}
 
 // A relative XDG_STATE_HOME is to be ignored.
 std::string history_file() {
@@ -154,7 +147,7 @@ void add_shell_commands(Parser &parser, Runner &runner,
       throw UsageError("a shell does not run in a script or in another shell");
     const bool at_terminal = isatty(STDIN_FILENO) != 0;
     if (!args.plain && at_terminal && session.report.on_terminal() && Terminal::available() &&
-        is_installed("rlwrap"))
+        file_of_program("rlwrap") != "rlwrap")
       run_in_rlwrap(session, parser, command_line);
     session.open_platform();
     session.initialise();

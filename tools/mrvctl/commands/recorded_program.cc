@@ -37,18 +37,6 @@ void pass_on_unless_key(int signal_number, siginfo_t *info, void *) {
     pass_on(signal_number);
 }
 
-std::string file_of_program(const std::string &name) {
-  const char *const path = std::getenv("PATH");
-  if (name.find('/') != std::string::npos || path == nullptr)
-    return name;
-  for (const std::string &directory : split(path, ':')) {
-    std::string file = (directory.empty() ? "." : directory) + "/" + name;
-    if (access(file.c_str(), X_OK) == 0)
-      return file;
-  }
-  return name;
-}
-
 // A record at a place of a file; zeros beyond its end.
 template <typename Record>
 Record record_at(const std::string &file, uint64_t offset) {
@@ -134,6 +122,18 @@ int start(const std::vector<char *> &arguments) {
 }
 
 }  // namespace
+
+std::string file_of_program(const std::string &name) {
+  const char *const path = std::getenv("PATH");
+  if (name.find('/') != std::string::npos || path == nullptr)
+    return name;
+  for (const std::string &directory : split(path, ':')) {
+    std::string file = (directory.empty() ? "." : directory) + "/" + name;
+    if (access(file.c_str(), X_OK) == 0)
+      return file;
+  }
+  return name;
+}
 
 void become_program(const std::vector<std::string> &words) {
   execvp(words[0].c_str(), argument_list(words).data());

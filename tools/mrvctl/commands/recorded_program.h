@@ -1,10 +1,13 @@
-// The program that record runs.
+// Programs that the tool runs.
 #pragma once
 
 #include <string>
 #include <vector>
 
 namespace mrvctl {
+
+// The file of a program that PATH leads to; its name if there is none.
+std::string file_of_program(const std::string &name);
 
 // Replaces the tool by a program. Throws OperationFailed.
 [[noreturn]] void become_program(const std::vector<std::string> &words);

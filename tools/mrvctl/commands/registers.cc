@@ -86,18 +86,16 @@ void check_read(ReadArgs &args) {
 // The words of registers with successive numbers, in as many block reads as the map requires.
 Words read_registers(Session &session, const Register &first, uint32_t count) {
   const RegisterMap &map = session.map();
+  if (count == 0 || !map.missing(first).empty())
+    return read_block(session, first, count);  // the library refuses it
   std::vector<kel_asic_reg_t> numbers;
   for (uint32_t i = 0; i < count; ++i) {
     const Register reg = {first.block, first.instance, first.vreg + i};
     const std::string missing = map.missing(reg);
-    if (i == 0 && !missing.empty())
-      return read_block(session, first, count);  // the library refuses it
     if (!missing.empty())
       throw OperationFailed(register_text(first, count) + ": " + missing, Status::kUsage);
     numbers.push_back(reg.vreg);
   }
-  if (numbers.empty())
-    return read_block(session, first, count);
   Words words;
   for (const RegisterBlock &run : map.runs(first.block, first.instance, numbers)) {
     const Words more = read_block(session, run.first, run.count);
