@@ -1479,20 +1479,12 @@ constexpr bool fits_in_byte(const asic &on) noexcept {
   return fits_in_byte(static_cast<uint32_t>(on.module)) && fits_in_byte(on.number);
 }
 
-inline syserr_t get_qos_stats(const port &of, kel_asic_qos_stats_t *stats, uint32_t opts) noexcept {
+template <typename Function, typename... Arguments>
+syserr_t call_qos(Function function, const port &of, Arguments... arguments) noexcept {
   if (!fits_in_byte(of.on) || !fits_in_byte(of.number))
     return SYSERR_KEL_ASIC_INVALID_ARG;
-  return lib_mrv_asic_get_qos_stats(static_cast<uint8_t>(of.on.module),
-                                    static_cast<uint8_t>(of.on.number), of.type,
-                                    static_cast<uint8_t>(of.number), stats, opts);
-}
-
-inline syserr_t clear_qos_stats(const port &of, uint32_t opts) noexcept {
-  if (!fits_in_byte(of.on) || !fits_in_byte(of.number))
-    return SYSERR_KEL_ASIC_INVALID_ARG;
-  return lib_mrv_asic_clear_qos_stats(static_cast<uint8_t>(of.on.module),
-                                      static_cast<uint8_t>(of.on.number), of.type,
-                                      static_cast<uint8_t>(of.number), opts);
+  return function(static_cast<uint8_t>(of.on.module), static_cast<uint8_t>(of.on.number), of.type,
+                  static_cast<uint8_t>(of.number), arguments...);
 }
 
 inline syserr_t clear_all_qos_stats(const asic &on, uint32_t opts) noexcept {
@@ -1602,7 +1594,8 @@ class qos_stats {
  */
 [[nodiscard]] inline qos_stats get_qos_stats(const port &of, uint32_t opts = 0) {
   qos_stats stats;
-  detail::check_at(detail::get_qos_stats(of, &stats.record_, opts), "get_qos_stats", of);
+  detail::check_at(detail::call_qos(lib_mrv_asic_get_qos_stats, of, &stats.record_, opts),
+                   "get_qos_stats", of);
   return stats;
 }
 
@@ -1617,7 +1610,7 @@ class qos_stats {
  * its errno)
  */
 inline void clear_qos_stats(const port &of, uint32_t opts = 0) {
-  detail::check_at(detail::clear_qos_stats(of, opts), "clear_qos_stats", of);
+  detail::check_at(detail::call_qos(lib_mrv_asic_clear_qos_stats, of, opts), "clear_qos_stats", of);
 }
 
 /**
@@ -1641,7 +1634,7 @@ inline void clear_all_qos_stats(asic on = {}, uint32_t opts = 0) {
  */
 inline qos_stats get_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
   qos_stats stats;
-  detail::report(detail::get_qos_stats(of, &stats.record_, opts), ec);
+  detail::report(detail::call_qos(lib_mrv_asic_get_qos_stats, of, &stats.record_, opts), ec);
   if (ec)
     stats = qos_stats{};
   return stats;
@@ -1652,7 +1645,7 @@ inline qos_stats get_qos_stats(const port &of, std::error_code &ec, uint32_t opt
  * @param ec receives the error; clear on success
  */
 inline void clear_qos_stats(const port &of, std::error_code &ec, uint32_t opts = 0) noexcept {
-  detail::report(detail::clear_qos_stats(of, opts), ec);
+  detail::report(detail::call_qos(lib_mrv_asic_clear_qos_stats, of, opts), ec);
 }
 
 /**
