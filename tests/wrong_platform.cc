@@ -282,7 +282,7 @@ int statistics(kel_asic_qos_stats_params_t *request) {
   const kel_asic_qos_stats_t before = request->stats;
   const int result = send(SYSSRV_MEM_READ_CASE, request, sizeof *request);
   change("P22_answers_no_drops", request->stats.drops, before.drops);
-  for (const size_t padding : {2, 3, 182, 183})  // not answered, which is right
+  for (const uint32_t padding : {2U, 3U, 182U, 183U})  // not answered, which is right
     reinterpret_cast<uint8_t *>(&request->stats.pause)[padding] =
         reinterpret_cast<const uint8_t *>(&before.pause)[padding];
   return shortcut({{result != 0, "P23_fails_for_missing_ports", EIO}}).value_or(result);
