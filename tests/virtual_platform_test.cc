@@ -257,6 +257,8 @@ TEST_F(VirtualPlatform, has_controls_that_refuse_missing_arguments_and_values_ou
       {vp_monitor_next(nullptr, 0, nullptr), EFAULT},
       {vp_set_field(0, 0, hif, 0, nullptr, 1), EFAULT},
       {vp_set_field(0, 0, hif, 0, long_name.c_str(), 1), EINVAL},
+      {vp_stop_flows(0, 0, hif, 32), ENXIO},
+      {vp_stop_flows(4, 0, CARDCFG_PORT_TYPE_MAX, 0), ENXIO},
       {vp_delay_calls(1, 0), EINVAL},
       {vp_delay_calls(UINT32_MAX / 1000 + 1, 1), EINVAL},
       {cardcfg_get_real_asic_type(0, 0, nullptr), -1},
@@ -264,6 +266,8 @@ TEST_F(VirtualPlatform, has_controls_that_refuse_missing_arguments_and_values_ou
   };
   for (size_t i = 0; i < std::size(results); ++i)
     EXPECT_EQ(results[i][0], results[i][1]) << "call " << i;
+  vp_switch shown = {};
+  EXPECT_TRUE(vp_switch_info(&shown) == 0 && shown.modules == 4);
   EXPECT_EQ(vp_monitor_open(&monitor), vp_switch_address() == nullptr ? ENOTCONN : 0);
   vp_monitor_close(monitor);
 }
