@@ -44,7 +44,7 @@ void run_check_of(const Check &check, const CheckTarget &subject) {
   };
   if ((check.needs & kPort) == 0)
     return run(subject);
-  std::vector<Outcome> skips;
+  std::vector<std::string> skips;
   for (const Port &port : subject.ports) {
     CheckTarget target = subject;
     target.port = port;
@@ -55,11 +55,11 @@ void run_check_of(const Check &check, const CheckTarget &subject) {
         outcome.seen += ", port " + port_text(port);
         throw;
       }
-      skips.push_back(outcome);
+      skips.push_back(outcome.seen);
     }
   }
   if (skips.size() == subject.ports.size())
-    throw skips.back();
+    throw skipped(skips.back());
 }
 
 }  // namespace mrvctl
