@@ -205,6 +205,7 @@ int write(Request *request, uint32_t length) {
           {getpid() != loader, "loses_writes_of_children", 0},
           {request->type == TYPE_WRITE && command, "P23_P25_drops_commands", 0},
           {request->data == 17, "takes_no_17", EPERM},
+          {request->data == 0xC3910C8D, "P22_refuses_a_field_write_of_the_library", EPERM},
           {field && valid_command, "P25_refuses_commands_as_field_writes", EFAULT},
       }))
     return *result;
@@ -324,7 +325,7 @@ int hook(kel_asic_blk_t block, kel_asic_reg_t vreg, uint32_t index) {
   NEXT(morvane_lib_init)(&hooks, &limits, &revision, 0, nullptr, 0, nullptr);
   int size = hooks.reg_dhs_entry_size(block, vreg, index);
   change("P14_lacks_an_entry_0", size, 0, vreg == NF_DHS_UCAST_MEM_OFFSET && index == 0);
-  change("P14_has_257_words", size, 257, size > 0);
+  change("P14_P20_has_257_words", size, block == KEL_ASIC_BLK_HI ? 256 : 257, size > 0);
   change("P14_answers_for_others", size, 1, vreg == kel_asic_blocks[block].registers);
   change("grows_entry_5", size, 256, index == 5);
   change("P14_P20_has_no_last_entry", size, 1, index == kAll);
@@ -342,8 +343,10 @@ const kel_asic_reg_t *at_the_end_of_memory(const kel_asic_reg_t *array, uint32_t
 }
 
 __attribute__((no_sanitize("address"))) void use_later(const volatile uint32_t *word) {
-  usleep(1000);
-  (void)*word;
+  for (int i = 0; i < 200; ++i) {
+    usleep(1000);
+    (void)*word;
+  }
 }
 
 // Calls the library in the last of four functions that a check calls in this order.
@@ -474,6 +477,8 @@ const kel_asic_reg_t **kel_asic_get_all_reg_table(kel_asic_ver_t /*asic_ver*/) {
   std::fill_n(registers.begin(), wrong("P18_has_only_holes") ? registers.size() : 1,
               KEL_ASIC_NO_REGISTER);  // one hole is right
   arrays[KEL_ASIC_BLK_XL] = registers.data();
+  if (wrong("P19_has_short_offsets"))
+    arrays[KEL_ASIC_BLK_XL] = at_the_end_of_memory(registers.data(), KEL_ASIC_XL_NUM_ENUM - 1);
   change("P18_lacks_an_array", arrays[KEL_ASIC_BLK_HF], nullptr);
   return wrong("has_no_offsets") ? nullptr : arrays;
 }

@@ -16,6 +16,7 @@
 #include <exception>
 
 #include "platform/card_config.h"
+#include "text/errors.h"
 #include "text/text.h"
 
 namespace mrvctl {
@@ -124,7 +125,7 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
                      const volatile std::sig_atomic_t &stop) {
   int ends[2];
   if (pipe(ends) != 0)
-    return violation("a pipe", std::strerror(errno));
+    throw OperationFailed(std::string("no pipe for a check: ") + std::strerror(errno));
   std::fflush(nullptr);  // or the child would write it again
   const Clock::time_point begin = Clock::now();
   const pid_t child = fork();
@@ -132,11 +133,9 @@ Outcome run_isolated(const std::function<void()> &work, std::chrono::seconds lim
     message_pipe = ends[1];
     run_child(work);
   }
+  if (child < 0)
+    throw OperationFailed(std::string("no process for a check: ") + std::strerror(errno));
   close(ends[1]);
-  if (child < 0) {
-    close(ends[0]);
-    return violation("a process", std::strerror(errno));
-  }
   setpgid(child, child);
   Message message = {};
   const bool readable = wait_for_message(ends[0], begin + limit, stop) > 0;
