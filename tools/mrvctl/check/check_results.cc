@@ -70,8 +70,8 @@ std::string tap_lines(const std::vector<CheckResult> &results) {
       });
   if (first != results.end() - 1)
     return head + format("\n  same as: %td\n  ...\n", first - results.begin() + 1);
-  return head + "\n  expected: " + Json(outcome.expected).dump() +
-         "\n  seen: " + Json(outcome.seen).dump() + "\n  ...\n";
+  return head + "\n  expected: " + json_text(outcome.expected) +
+         "\n  seen: " + json_text(outcome.seen) + "\n  ...\n";
 }
 
 std::string junit_text(const std::vector<Check> &planned, const std::vector<CheckResult> &results) {

@@ -196,7 +196,7 @@ void finish_write(Session &session, const WriteArgs &args, const std::error_code
   throw_if_lost();
   Json object = args.raw ? Json({{"address", args.address}})
                          : Json({{"register", plain_register_text(args.reg)}});
-  object.append(values);
+  object.update(values);
   object["queued"] = session.transaction.open();
   session.report.result(object, target_text(args) + text + ": " + write_status(session) + "\n");
 }

@@ -92,8 +92,9 @@ void Report::print(const std::string &text) {
 
 void Report::print_object(const Json &members) {
   Json object = {{"command", command_.empty() ? Json() : Json(command_)}};
-  object.append(members);
-  print(object.dump() + "\n");
+  if (!members.is_null())
+    object.update(members);
+  print(json_text(object) + "\n");
 }
 
 void Report::result(const Json &object, const std::string &text) {
