@@ -1,5 +1,5 @@
-/* Writes 600 words in a batch from three functions after a command, as a plug-in of plugin_host, or with run=main
-   as a program. */
+/* Writes 600 words in a batch from three functions after a command, as a plug-in of plugin_host, or
+   with run=main as a program. */
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
@@ -23,8 +23,9 @@ static void set_fields(uint32_t first) {
 /* And a program, which fails in its second step, whose value is that of the next write. */
 static void fill_table(uint32_t first) {
   uint32_t words[5][8] = {{0}};
-  kel_asic_pgm_t steps[] = {{KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 4, 5, first, 0xFFFFFFFF},
-                            {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 99, 5, 6 * first + 30, 0xFFFFFFFF}};
+  kel_asic_pgm_t steps[] = {
+      {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 4, 5, first, 0xFFFFFFFF},
+      {KEL_ASIC_PGM_MAGIC, KEL_ASIC_BLK_HI, 99, 5, 6 * first + 30, 0xFFFFFFFF}};
   for (uint32_t i = 0; i < 5; ++i)
     words[i][0] = first + i;
   lib_mrv_asic_write_dhs(0, 0, KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET, first, words[0], 5,
