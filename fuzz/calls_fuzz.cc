@@ -90,7 +90,7 @@ void show(const DecodedCall &call, CallTable &table, CallSummary &summary) {
       require(cell.find_first_of("\n\033") == std::string::npos);
   }
   table.show(call);
-  call_json(call, index).dump();
+  json_text(call_json(call, index));
   summary.add(call, index);
 }
 

@@ -13,7 +13,8 @@ Each example of the help runs. That of the monitor has no end.
   0
   [1]
 
-Help has a command and a short form, in scripts too. That of morvaned begins with what it does. A suggestion is made only if it is close.
+Help has a command and a short form, in scripts too. That of morvaned begins with what it does. A suggestion is made
+only if it is close.
 
   $ mrvctl --help | awk 'END { print NR <= 60 }'
   1

@@ -120,7 +120,8 @@ The service keeps its state in a file.
   $ grep HI state
   write HI.2:41 0x00000007
   write HI.2:42 0x00000008
-  $ mkdir gone && morvaned --socket ./kept --state gone/state 2>log &
+  $ mkdir gone
+  $ morvaned --socket ./kept --state gone/state 2>log &
   $ mrvctl --switch ./kept read HI.2:41
   HI.2:41 = 0x00000000 (0)
   $ rm -r gone && kill $! && wait $!

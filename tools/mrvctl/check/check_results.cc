@@ -10,14 +10,17 @@
 namespace mrvctl {
 namespace {
 
-// A text as the value of an attribute.
+// A text as the value of an attribute, without the characters that XML cannot hold.
 std::string attribute(const std::string &text) {
   static const std::map<char, std::string> kEscapes = {
       {'&', "&amp;"}, {'<', "&lt;"}, {'"', "&quot;"}};
   std::string result;
   for (const char c : text) {
     const auto escape = kEscapes.find(c);
-    result += escape == kEscapes.end() ? std::string(1, c) : escape->second;
+    if (escape != kEscapes.end())
+      result += escape->second;
+    else
+      result += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
   }
   return result;
 }
@@ -75,10 +78,13 @@ std::string tap_lines(const std::vector<CheckResult> &results) {
 }
 
 std::string junit_text(const std::vector<Check> &planned, const std::vector<CheckResult> &results) {
+  double seconds = 0;
+  for (const CheckResult &result : results)
+    seconds += result.outcome.duration.count();
   const std::string counts =
-      format("tests=\"%zu\" failures=\"%zu\" errors=\"%zu\" skipped=\"%zu\"", planned.size(),
-             count(results, Verdict::kWrong), planned.size() - results.size(),
-             count(results, Verdict::kSkipped));
+      format("tests=\"%zu\" failures=\"%zu\" errors=\"%zu\" skipped=\"%zu\" time=\"%.6f\"",
+             planned.size(), count(results, Verdict::kWrong), planned.size() - results.size(),
+             count(results, Verdict::kSkipped), seconds);
   std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites " + counts +
                      ">\n <testsuite name=\"mrvctl check\" " + counts + ">\n";
   for (const CheckResult &result : results)

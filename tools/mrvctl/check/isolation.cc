@@ -71,6 +71,7 @@ void catch_bad_addresses() {
 [[noreturn]] void run_child(const std::function<void()> &work) {
   const rlimit no_core = {};
   setrlimit(RLIMIT_CORE, &no_core);
+  setpgid(0, 0);                     // the tool does it too: either may be first
   prctl(PR_SET_PDEATHSIG, SIGKILL);  // a check that hangs does not outlive the tool
   catch_bad_addresses();
   Outcome outcome = {Verdict::kRight, "", "", "", {}};

@@ -64,7 +64,7 @@ void on_prompt_interrupt(int) {
   if (shown != nullptr)
     write_error(*shown);
   else if (cancelled != 0)
-    write_error("waiting for the switch, or for ^D after input; ^\\ ends the shell\n");
+    write_error("waiting for the switch or for the end of the input (^D); ^\\ ends the shell\n");
   cancelled = shown == nullptr ? 1 : 0;
   errno = error_number;
 }
