@@ -209,6 +209,7 @@ TEST_F(VirtualPlatform, tells_the_watcher_of_every_call_and_lets_calls_go_wrong_
       [](vp_phase phase, const vp_call *call, void *user) {
         auto *calls = static_cast<std::vector<vp_call> *>(user);
         EXPECT_EQ(phase, calls->size() % 2 == 0 ? VP_CALL_SENT : VP_CALL_ANSWERED);
+        EXPECT_TRUE(phase != VP_CALL_SENT || call->result == 0);
         calls->push_back(*call);
         errno = ENOTTY;
       },

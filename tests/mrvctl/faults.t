@@ -62,6 +62,8 @@ A fault can be a delay, a wrong answer, or a short one. It can be limited to som
   [1]
   $ mrvctl pause on nif:3
   link pause on for nif:3
+  $ mrvctl qos clear nif:3
+  QoS statistics of nif:3 cleared
   $ mrvctl qos clear hif:3
   qos clear hif:3: service call failed: Connection timed out (0x8223006E)
   [1]
@@ -77,6 +79,16 @@ A fault can be a delay, a wrong answer, or a short one. It can be limited to som
   {"command":"switch fault add","effect":"delay 1500 ms","calls":"writes, HF.0:HF_DHS_POL[1] to HF.0:HF_DHS_POL[2].7, module 1"}
   $ mrvctl --json switch fault clear
   {"command":"switch fault clear","number":null}
+  $ echo 'write HI.2:40 1' >poll.mrv
+  $ mrvctl switch fault add EPERM --caller poll.m --forever
+  fault: EPERM for caller poll.m
+  $ mrvctl write HI.2:40 1
+  HI.2:40 <- 0x00000001: written
+  $ mrvctl -f poll.mrv
+  poll.mrv:1: write HI.2:40 1: service call failed: Operation not permitted (0x82230001)
+  [1]
+  $ mrvctl switch fault clear
+  all faults removed
 
 A fault for the port of another ASIC leaves this one alone.
 

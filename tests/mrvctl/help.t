@@ -21,6 +21,8 @@ only if it is close.
   $ mrvctl help >help && mrvctl --help | cmp - help
   $ morvaned --help | head -n 1
   Serve one virtual switch to several processes over a Unix socket
+  $ morvaned -V
+  morvaned [0-9.]+ (re)
   $ mrvctl '?' pause on
   help pause on: unknown command 'on'
   [2]

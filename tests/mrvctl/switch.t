@@ -65,6 +65,13 @@ Its other clients:
 
   $ mrvctl switch clients
   process  program          user            calls  failures  last call
+  $ mrvctl read HI.2:40 --watch 3600 >seen &
+  $ until grep -qs HI.2 seen || ! kill -0 $!; do sleep 0.01; done
+  $ mrvctl --json switch clients | grep -o '"calls":[0-9]*\|"last_case":[^,]*'
+  "calls":1
+  "last_case":"register read"
+  $ { kill $!; wait $!; } 2>/dev/null
+  [143]
 
 Arguments that are not understood:
 
@@ -82,6 +89,7 @@ Arguments that are not understood:
   > switch time 5s
   > switch fault
   > switch clients --count 2
+  > switch monitor --count 0
   > E
   stdin:1: switch fault add: give ERRNO, --answer, --short or --delay
   stdin:2: switch fault add ENOSUCH: ERRNO: 'ENOSUCH' is not the name of an errno or a number from 1 to 4095; did you mean 'ENOSPC'?
@@ -96,6 +104,7 @@ Arguments that are not understood:
   stdin:11: switch time 5s: '5s' is not a change: +TIME, like +5s, stop or run
   stdin:12: switch fault: missing COMMAND
   stdin:13: switch clients --count 2: --count is for --watch
+  stdin:14: switch monitor --count 0: --count: '0' is not a number from 1 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
   [2]
   $ mrvctl switch fault add EIO --register HI.40:5
   switch fault add EIO --register HI.40:5: the ASIC has no register HI.40:5

@@ -42,10 +42,10 @@ Recorded calls fit the terminal: columns are as wide as necessary, and cut if th
   REGISTER                        CALLER                                    TIME
   CLEAR_DROP_COUNTERS             lib_mrv_asic_clear_all_drop_cou asic/morvane/common/lib/morvaneusd_intf:118  2026-11-25 10:25:40.697804
   all ports                                                                 2026-11-25 10:25:40.697809
-  $ printf 'begin a\nwrite HI.2:5 1\nwrite HI.2:6 1\ncommit\n' >a.mrv; mrvctl record a -- mrvctl -f a.mrv >/dev/null
+  $ printf 'begin a\nwrite HI.2:5 1\ndhs-write HI.2:HI_DHS_LVIF[0] 1 2\ncommit\n' >a.mrv; mrvctl record a -- mrvctl -f a.mrv >/dev/null
   $ at_terminal "stty cols 80; mrvctl calls a --columns register,value,caller"
   REGISTER VALUE    CALLER
-  "a"      2 writes write a.mrv:2, write a.mrv:3
+  "a"      3 writes write a.mrv:2, dhs-write a.mrv:3
   $ at_terminal "stty cols 80; mrvctl last-write HI.2:HI_DHS_LVIF $recordings"
   HI.2:HI_DHS_LVIF[0] <- 0x0000000f mask 0x000000ff  2026-11-25 10:25:40.697682
     mrvctl.20637  write-field  ok  write-field examples/refusals.mrv:24 context 24
