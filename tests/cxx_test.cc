@@ -266,8 +266,8 @@ TEST_F(Cxx, names_the_register_and_the_argument_that_is_refused) {
       {"run module 0, ASIC 0, step 0, HI.2:40: the magic is not KEL_ASIC_PGM_MAGIC: ",
        [&] { run(wrong_magic); }},
       {"run module 0, ASIC 0: a program has at least one step: ", [] { run(program()); }},
-      {"run module 0, ASIC map 5: a program has at least one step: ",
-       [] { run(program(), asic_set::map(5)); }},
+      {"run module 0, ASIC map 0: a program has at least one step: ",
+       [] { run(program(), asic_set::map(0)); }},
       {"link_pause_enable hif:32 of module 0, ASIC 0: ports are hif:0 to hif:31 and nif:0 to "
        "nif:7: ",
        [] { link_pause_enable(hif(32)); }},

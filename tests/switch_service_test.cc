@@ -771,6 +771,11 @@ TEST_F(SwitchService, has_room_for_so_many_long_records_at_once_and_for_short_on
     }
     EXPECT_EQ(receive(clients.back(), 1000),
               bytes_of(service_hello(0, length), Header{1, remote::kCall, 0, 0, -1, ENOBUFS, 0}));
+    clients.pop_back();
+    for (const Descriptor &client : clients) {
+      pollfd closed = {client.get(), POLLRDHUP, 0};
+      EXPECT_EQ(poll(&closed, 1, 0), 0);
+    }
     expect_log("disconnected: receive buffers exhausted");
     EXPECT_EQ(call(), c.owners_call);
     EXPECT_EQ(write_register(5), 0);
