@@ -97,3 +97,8 @@ With --dry-run each line that is typed is only checked.
   [2]
   $ printf 'write HI.2:40 x\nread HI.2:6\n' | type_in mrvctl --dry-run -f -
   stdin:1: write HI.2:40 x: DATA: 'x' is not a number from 0 to 4294967295 (0xFFFFFFFF), in decimal, hexadecimal (0x) or binary (0b)
+
+A shell begins with the switch that it works on.
+
+  $ at_terminal mrvctl shell --plain | head -n 1
+  switch */switch (glob)
