@@ -60,10 +60,10 @@ Control characters and bytes that are not UTF-8 are printed as escapes. JSON con
   mrvctl: unknown command 'read\x0d\x1b[31m'
   Try 'mrvctl --help'.
   [2]
-  $ printf 'begin "\033[1mbold"\ncommit\n' | mrvctl --calls -f -
-  transaction "\x1b[1mbold" is open
-  sse_call2(SYSSRV_MEM_WRITE_CASE, 236, 10280, {name="\x1b[1mbold", reorder=0, num=0, []}) = 0 <*> (glob)
-  transaction "\x1b[1mbold" is sent: 0 writes
+  $ printf 'begin "\033[1m\\"bold"\ncommit\n' | mrvctl --calls -f -
+  transaction "\x1b[1m"bold" is open
+  sse_call2(SYSSRV_MEM_WRITE_CASE, 236, 10280, {name="\x1b[1m"bold", reorder=0, num=0, []}) = 0 <*> (glob)
+  transaction "\x1b[1m"bold" is sent: 0 writes
 
 A platform whose register map lacks tables crashes no command.
 
@@ -80,3 +80,6 @@ A platform whose register map lacks tables crashes no command.
   $ wrong P18_lacks_an_array
   find 0x10200000: the register map has no registers for block HF
   [1]
+  $ echo 'module 4' | mrvctl -f -
+  stdin:1: module 4: MODULE: '4' is not a number from 0 to 3, in decimal, hexadecimal (0x) or binary (0b)
+  [2]

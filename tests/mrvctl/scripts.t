@@ -51,13 +51,11 @@ It stops at the first failure, and runs no command unless all are understood.
   > raed HI.2:5
   > expect-fail raed
   > read HI.2:5 --help
-  > module 4
   > E
   stdin:2: read 'HI.2:5: a quote (') is not closed
   stdin:3: raed HI.2:5: unknown command 'raed'; did you mean 'read'?
   stdin:4: expect-fail raed: unknown command 'raed'; did you mean 'read'?
   stdin:5: read HI.2:5 --help: unexpected argument: --help
-  stdin:6: module 4: MODULE: '4' is not a number from 0 to 3, in decimal, hexadecimal (0x) or binary (0b)
   [2]
 
   $ echo 'record /tmp true' | mrvctl -f -
