@@ -878,7 +878,7 @@ TEST_F(SwitchService, serves_those_who_are_here_while_it_has_no_descriptor_for_a
 }
 
 TEST_F(SwitchService, takes_over_a_left_socket_and_leaves_what_is_served_and_what_is_not_its_own) {
-  start({"--verbose", "--max-clients", "2"});
+  start({"--verbose", "--max-clients", "0x2"});
   expect_refusal({}, 1, address_ + " is already served by process " + std::to_string(service_));
   {
     const Descriptor second = client_that_sends(""), third = connect_raw();

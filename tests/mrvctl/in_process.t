@@ -42,6 +42,8 @@ The card of the switch can be changed. With this one the service answers only 5 
   software card identifier 65535
   $ mrvctl switch card 266
   software card identifier 266 (private switch, gone when this command ends)
+  $ mrvctl switch | grep clients
+  clients                   1
 
 --platform uses another platform library. One without / is looked up in this directory first.
 

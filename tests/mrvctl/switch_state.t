@@ -90,7 +90,7 @@ The last line for a register counts, also with the value 0.
 A file with a wrong line changes nothing.
 
   $ for line in 'write HI.2:41' 'write HI.2:HI_DHS_LVIF[0] 1' 'dhs-write HI.2:41 1' 'write HI.40:1 1' \
-  >   'dhs-write HI.2:HI_DHS_LVIF[99999] 1' 'write HI.2:41 x' 'module 4' 'switch set hif:32 flow_ctrl 1' \
+  >   'dhs-write HI.2:HI_DHS_LVIF_TCAM[1088] 1' 'write HI.2:41 x' 'module 4' 'switch set hif:32 flow_ctrl 1' \
   >   'switch set hif:0 flow_ctrl 65536' 'switch set asic nothing 1' 'read HI.2:41' 'switch card 65536'; do
   >   (cat monday; echo "$line") >wrong
   >   mrvctl switch restore wrong && echo "$line"
