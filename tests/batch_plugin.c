@@ -20,8 +20,8 @@ static void set_fields(uint32_t first) {
                              KEL_ASIC_HERE);
 }
 
-/* And a table write that is refused, and a program, which fails in its second step, whose value is
-   that of the next write. */
+/* Also a table write that is refused, and a program that fails in its second step. The value of
+   that step is the value of the next write. */
 static void fill_table(uint32_t first) {
   uint32_t words[5][8] = {{0}};
   kel_asic_pgm_t steps[] = {

@@ -7,7 +7,7 @@ if(NOT PYTEST OR NOT MYPY OR NOT STUBTEST)
   return()
 endif()
 
-set(pytest ${PYTEST} -q -p no:cacheprovider)
+set(pytest ${PYTEST} -q -rs -p no:cacheprovider)
 
 function(python_test name)
   add_test(NAME ${name} COMMAND ${ARGN})

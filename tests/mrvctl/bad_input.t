@@ -50,9 +50,9 @@ A FIFO that no process writes to is refused. A pipe is read.
 
 Control characters and bytes that are not UTF-8 are printed as escapes. JSON contains them as they are.
 
-  $ printf '\033[A\302\233 \377é\340\244\225\n' >typed
+  $ printf '\033[A\302\233 \377\200é\340\244\225\n' >typed
   $ mrvctl -f typed
-  typed:1: \\x1b[A\\xc2\\x9b \\xff\xc3\xa9\xe0\xa4\x95: unknown command '\\x1b[A\\xc2\\x9b' (esc)
+  typed:1: \\x1b[A\\xc2\\x9b \\xff\\x80\xc3\xa9\xe0\xa4\x95: unknown command '\\x1b[A\\xc2\\x9b' (esc)
   [2]
   $ mrvctl --json -f typed | grep -o '"text".*'
   "text":"unknown command '\\u001b[A\xc2\x9b'"}} (esc)
@@ -64,6 +64,12 @@ Control characters and bytes that are not UTF-8 are printed as escapes. JSON con
   transaction "\x1b[1m"bold" is open
   sse_call2(SYSSRV_MEM_WRITE_CASE, 236, 10280, {name="\x1b[1m"bold", reorder=0, num=0, []}) = 0 <*> (glob)
   transaction "\x1b[1m"bold" is sent: 0 writes
+
+A script cannot select a module that the library does not have.
+
+  $ echo 'module 4' | mrvctl -f -
+  stdin:1: module 4: MODULE: '4' is not a number from 0 to 3, in decimal, hexadecimal (0x) or binary (0b)
+  [2]
 
 A platform whose register map lacks tables crashes no command.
 
@@ -80,6 +86,3 @@ A platform whose register map lacks tables crashes no command.
   $ wrong P18_lacks_an_array
   find 0x10200000: the register map has no registers for block HF
   [1]
-  $ echo 'module 4' | mrvctl -f -
-  stdin:1: module 4: MODULE: '4' is not a number from 0 to 3, in decimal, hexadecimal (0x) or binary (0b)
-  [2]

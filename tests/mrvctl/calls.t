@@ -109,7 +109,7 @@ Calls that are still to come, until ^C:
 
   $ mkdir live; touch followed
   $ mrvctl record live -- mrvctl qos show hif:1 --watch 0.1 --count 3 >/dev/null &
-  $ until ls live/*.mrec >/dev/null 2>&1; do sleep 0.01; done
+  $ until ls live/*.mrec >/dev/null 2>&1 || ! kill -0 $!; do sleep 0.01; done
   $ env --default-signal=INT mrvctl calls --follow live/*.mrec >followed &
   $ until [ "$(grep -c qos-get followed)" = 3 ] || ! kill -0 $!; do sleep 0.01; done
   $ kill -INT $!; wait $!

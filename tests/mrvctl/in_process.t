@@ -89,7 +89,7 @@ A switch that morvaned does not serve:
 Version and help need no switch. Without a command there is only a hint.
 
   $ mrvctl --version
-  mrvctl 1.1.0
+  mrvctl [0-9.]+ (re)
   $ mrvctl --help | head -n 1
   Read, write and monitor a Morvane switching ASIC
   $ mrvctl >/dev/null 2>&1

@@ -103,6 +103,8 @@ Ports without traffic come in the order of their numbers, and have no share of d
    nif:0 0 0 0 0 0 0 0
    nif:1 0 0 0 0 0 0 0
 
+Each of the 40 ports is read twice, without options. Two more reads find that there are no ports of the other types.
+
   $ mrvctl --calls qos top --once --interval 0.1 2>&1 | grep -c 'opts=0x0'
   82
 

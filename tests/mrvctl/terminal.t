@@ -59,7 +59,7 @@ without a size has 80 columns.
 
   $ type_when_shown() {
   >   rm -f seen; keys=$1 part=$2; shift 2
-  >   (until grep -qs "$part" seen; do sleep 0.01; done; printf "$keys") | script -qefc "exec $*" seen >/dev/null
+  >   (timeout 60 sh -c 'until grep -qs "$0" seen; do sleep 0.01; done' "$part"; printf "$keys") | script -qefc "exec $*" seen >/dev/null
   > }
   $ TERM=xterm type_when_shown q 'frames a second' mrvctl qos top --interval 0.1
   $ grep -o -a 'frames in all\|1049[hl]\|  #[# ]*[0-9]*%' seen
