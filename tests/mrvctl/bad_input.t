@@ -50,9 +50,9 @@ A FIFO that no process writes to is refused. A pipe is read.
 
 Control characters and bytes that are not UTF-8 are printed as escapes. JSON contains them as they are.
 
-  $ printf '\033[A\302\233 \377\200é\340\244\225\n' >typed
+  $ printf '\033[A\302\233 \377\200\365\220\200\200é\340\244\225\n' >typed
   $ mrvctl -f typed
-  typed:1: \\x1b[A\\xc2\\x9b \\xff\\x80\xc3\xa9\xe0\xa4\x95: unknown command '\\x1b[A\\xc2\\x9b' (esc)
+  typed:1: \\x1b[A\\xc2\\x9b \\xff\\x80\\xf5\\x90\\x80\\x80\xc3\xa9\xe0\xa4\x95: unknown command '\\x1b[A\\xc2\\x9b' (esc)
   [2]
   $ mrvctl --json -f typed | grep -o '"text".*'
   "text":"unknown command '\\u001b[A\xc2\x9b'"}} (esc)
