@@ -39,13 +39,15 @@ With everything allowed none is skipped. Registers, tables and ports are as they
   ok 63 - a clear of the drop counters is a command # SKIP the port has counted nothing that could be cleared
   $ look | diff before -
 
-Without `--scratch` nothing is written: a request of an unknown type is refused.
+Without `--scratch` nothing is written: requests of an unknown type or case are refused.
 
   $ mkdir looks
   $ mrvctl record looks -- mrvctl check --read HI.2:5 --read-all >result
   $ mrvctl calls looks/*.mrec | grep -q ' read '
   $ mrvctl calls --writes looks/*.mrec | sed 1d | grep -v 'type-99 .* EINVAL'
   [1]
+  $ mrvctl calls looks/*.mrec --columns operation,register,result | grep 'case-0x40000004'
+  case-0x40000004  -                               ENOSYS
 
 In a transaction nothing is checked. Options that are not understood:
 
