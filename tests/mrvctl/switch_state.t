@@ -87,7 +87,7 @@ The last line for a register counts, also with the value 0.
   $ mrvctl switch restore again
   the switch has the state of again
 
-A file with a wrong line changes nothing.
+A file with a wrong line changes nothing. Entry 1088 of HI_DHS_LVIF_TCAM would be in the next table.
 
   $ for line in 'write HI.2:41' 'write HI.2:HI_DHS_LVIF[0] 1' 'dhs-write HI.2:41 1' 'write HI.40:1 1' \
   >   'dhs-write HI.2:HI_DHS_LVIF_TCAM[1088] 1' 'write HI.2:41 x' 'module 4' 'switch set hif:32 flow_ctrl 1' \
