@@ -20,8 +20,7 @@ static void set_fields(uint32_t first) {
                              KEL_ASIC_HERE);
 }
 
-/* Also a table write that is refused, and a program that fails in its second step. The value of
-   that step is the value of the next write. */
+/* And a program, which fails in its second step, whose value is that of the next write. */
 static void fill_table(uint32_t first) {
   uint32_t words[5][8] = {{0}};
   kel_asic_pgm_t steps[] = {
@@ -30,8 +29,6 @@ static void fill_table(uint32_t first) {
   for (uint32_t i = 0; i < 5; ++i)
     words[i][0] = first + i;
   lib_mrv_asic_write_dhs(0, 0, KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET, first, words[0], 5,
-                         KEL_ASIC_HERE);
-  lib_mrv_asic_write_dhs(0, 0, KEL_ASIC_BLK_HF, 0, HF_DHS_POL_OFFSET, 0xFFFFFF, words[0], 1,
                          KEL_ASIC_HERE);
   lib_mrv_asic_pgm(0, 0, steps, 2, KEL_ASIC_HERE);
 }

@@ -21,10 +21,10 @@ commit of the last 99 words, one of them a step of a program that failed.
   HI.2:99 <- 0x00000129  ok  set_registers batch_plugin.c:14
   HI.3:53 <- 0x00000005 mask 0x0000000f  ok  set_fields batch_plugin.c:20
   HI.3:99 <- 0x00000005 mask 0x0000000f  ok  set_fields batch_plugin.c:20
-  HF.0:HF_DHS_POL[7].3 <- 0x00000000  ok  fill_table batch_plugin.c:33
-  HF.0:HF_DHS_POL[40].3 <- 0x00000000  ok  fill_table batch_plugin.c:33
-  HF.0:HF_DHS_POL[45].7 <- 0x00000000  ok  fill_table batch_plugin.c:33
-  HI.4:5 <- 0x0000002d  ok  fill_table batch_plugin.c:36
+  HF.0:HF_DHS_POL[7].3 <- 0x00000000  ok  fill_table batch_plugin.c:32
+  HF.0:HF_DHS_POL[40].3 <- 0x00000000  ok  fill_table batch_plugin.c:32
+  HF.0:HF_DHS_POL[45].7 <- 0x00000000  ok  fill_table batch_plugin.c:32
+  HI.4:5 <- 0x0000002d  ok  fill_table batch_plugin.c:33
   $ BATCH_DIES=1 host killed -- plugin_host local $plugin
   Killed
   [137]
@@ -32,9 +32,9 @@ commit of the last 99 words, one of them a step of a program that failed.
   $ shown killed | diff before - | sed -n 's/^> //p'
   HI.2:99 <- 0x00000129  uncommitted, lost  set_registers batch_plugin.c:14
   HI.3:99 <- 0x00000005 mask 0x0000000f  uncommitted, lost  set_fields batch_plugin.c:20
-  HF.0:HF_DHS_POL[40].3 <- 0x00000000  uncommitted, lost  fill_table batch_plugin.c:33
-  HF.0:HF_DHS_POL[45].7 <- 0x00000000  uncommitted, lost  fill_table batch_plugin.c:33
-  HI.4:5 <- 0x0000002d  uncommitted, lost  fill_table batch_plugin.c:36
+  HF.0:HF_DHS_POL[40].3 <- 0x00000000  uncommitted, lost  fill_table batch_plugin.c:32
+  HF.0:HF_DHS_POL[45].7 <- 0x00000000  uncommitted, lost  fill_table batch_plugin.c:32
+  HI.4:5 <- 0x0000002d  uncommitted, lost  fill_table batch_plugin.c:33
   $ mrvctl calls killed | awk 'NR > 1 { print $6, $7, $8, $9, $10 }'
   "batch" 512 writes ok LINK_PAUSE_ENABLE
   "Contd XN.." 99 writes lost
